@@ -1,0 +1,21 @@
+# Everything here is a Debian 12 package; packaging/debian-packages.txt lists them.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+set(Boost_USE_STATIC_LIBS ON)
+find_package(Boost 1.81 REQUIRED COMPONENTS json url)
+find_package(CURL 7.88 REQUIRED)
+find_package(ICU 72 REQUIRED COMPONENTS i18n uc data)
+find_package(SQLite3 REQUIRED)
+pkg_check_modules(libsecret REQUIRED IMPORTED_TARGET libsecret-1)
+pkg_check_modules(systemd REQUIRED IMPORTED_TARGET libsystemd)
+pkg_check_modules(pangocairo REQUIRED IMPORTED_TARGET cairo pango pangocairo pangoft2 fontconfig)
+pkg_check_modules(spng REQUIRED IMPORTED_TARGET spng)
+pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
+find_package(JPEG REQUIRED)
+find_package(GIF REQUIRED)
+find_package(ZLIB REQUIRED)
+find_package(OpenSSL REQUIRED)
+find_package(CLI11 REQUIRED)
+
+# Boost.Asio is compiled once (platform/Asio), not in every file that includes it.
+add_compile_definitions(BOOST_ASIO_SEPARATE_COMPILATION BOOST_ASIO_NO_DEPRECATED)

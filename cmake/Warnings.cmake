@@ -1,0 +1,28 @@
+# What every target of ours is compiled with. Linked privately, so that it never leaks to a user of a room.
+add_library(vela_warnings INTERFACE)
+target_compile_options(vela_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
+    -Werror -Werror=switch -Werror=missing-field-initializers)
+
+if(NOT VELA_SANITIZE AND NOT VELA_COVERAGE)
+    add_compile_options(-fstack-protector-strong)
+    add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
+endif()
+add_link_options(-Wl,--as-needed)
+
+if(VELA_SANITIZE)
+    add_compile_options(-fsanitize=${VELA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${VELA_SANITIZE})
+endif()
+if(VELA_COVERAGE)
+    add_compile_options(--coverage)
+    add_link_options(--coverage)
+endif()
+if(VELA_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()

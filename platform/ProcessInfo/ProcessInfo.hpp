@@ -1,0 +1,30 @@
+#pragma once
+
+// The process's own surroundings. Safe from any thread as long as nobody changes the environment meanwhile.
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// The whole environment, as text to text.
+std::map<std::string, std::string> processEnvironment();
+/// One variable; an empty value is a value.
+std::optional<std::string> environmentVariable(std::string_view name);
+
+/// $XDG_DATA_HOME when it is an absolute path, else ~/.local/share, with the home folder from HOME, else from the
+/// user database. Nothing when there is neither.
+std::optional<std::filesystem::path> dataHome();
+/// $XDG_RUNTIME_DIR when it is set and absolute.
+std::optional<std::filesystem::path> runtimeFolder();
+
+/// The running executable's path.
+std::filesystem::path executablePath();
+
+/// Bars core files and, where the system allows, other processes' reads of this one's memory: it holds tokens.
+void forbidCoreFiles();
+
+}  // namespace platform

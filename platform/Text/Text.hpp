@@ -1,0 +1,30 @@
+#pragma once
+
+// Questions about UTF-8 text that need Unicode's tables. A "character" is what a reader perceives as one: an
+// extended grapheme cluster (UAX #29). Pure functions, safe from any thread; ill-formed bytes are read as U+FFFD.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace platform {
+
+std::size_t characterCount(std::string_view text);
+
+/// The characters of `text` in order; the views point into `text`.
+std::vector<std::string_view> characters(std::string_view text);
+
+/// Lower case by the locale-independent mapping.
+std::string lowercased(std::string_view text);
+
+/// `text` with its first character in lower case and the rest unchanged.
+std::string lowercasingFirstCharacter(std::string_view text);
+
+bool isValidUTF8(std::string_view text);
+
+/// Columns of a terminal that `text` takes: wide and emoji characters two, combining marks none, control
+/// characters none (UAX #11).
+std::size_t terminalColumns(std::string_view text);
+
+}  // namespace platform

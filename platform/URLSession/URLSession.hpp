@@ -1,0 +1,77 @@
+#pragma once
+
+// Asynchronous transfers. A session owns one thread, on which all of its transfers run; any member may be called
+// from any thread. The end of a session cancels what is still in flight, without delay.
+//
+// No credential header (authorization, pontal-server-session-id) and no body crosses to another origin on a
+// redirect, and no redirect leaves http and https. A reply is bounded at 16 MiB after decompression.
+
+#include <boost/asio/awaitable.hpp>
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "platform/URLSession/URLRequest.hpp"
+
+namespace platform {
+
+enum class URLErrorCode {
+    unsupportedURL,
+    cannotFindHost,
+    cannotConnectToHost,
+    networkConnectionLost,
+    timedOut,
+    cancelled,
+    secureConnectionFailed,
+    badServerResponse,
+    tooManyRedirects,
+    dataLengthExceedsMaximum,
+    cannotDecodeContent,
+    cannotReadResource,
+    unknown,
+};
+
+class URLError : public std::runtime_error {
+  public:
+    URLError(URLErrorCode code, const std::string& description) : std::runtime_error(description), code_(code) {}
+    URLErrorCode code() const { return code_; }
+
+  private:
+    URLErrorCode code_;
+};
+
+struct URLSessionConfiguration {
+    /// Bytes of a reply after decompression; a longer one fails with dataLengthExceedsMaximum.
+    std::size_t maximumReplySize = std::size_t{16} << 20;
+    int maximumRedirects = 20;
+    /// Tasks that were started and forgotten and are still in flight; one more is dropped at once.
+    std::size_t maximumForgottenTasks = 64;
+
+    static URLSessionConfiguration defaultSessionConfiguration() { return {}; }
+};
+
+/// The HTTP transport. A seam: `tests/support` has a scripted one.
+class URLSession {
+  public:
+    virtual ~URLSession() = default;
+
+    static std::shared_ptr<URLSession> session(const URLSessionConfiguration& configuration);
+
+    /// Sends the request once and awaits the whole reply, whatever its status. Throws URLError. The awaiting
+    /// coroutine resumes on its own executor; its cancellation cancels the transfer.
+    virtual boost::asio::awaitable<URLReply> data(URLRequest request) = 0;
+
+    /// Starts the request and returns at once; the reply and every failure are dropped.
+    virtual void startDataTask(URLRequest request) = 0;
+
+    /// Waits at most `limit` for the tasks that were started and forgotten; true when none is left.
+    virtual bool waitForForgottenTasks(std::chrono::milliseconds limit) = 0;
+};
+
+/// A blocking read of a whole resource: http, https, file and data URLs. A file must be a regular one. Throws
+/// URLError, also for more than `maximumSize` bytes. Not cancellable: the caller's process bears the wait.
+std::string readWholeResource(const URL& url, std::size_t maximumSize);
+
+}  // namespace platform
