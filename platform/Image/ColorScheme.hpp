@@ -1,0 +1,8 @@
+#pragma once
+
+namespace platform {
+
+/// The system's appearance.
+enum class ColorScheme { light, dark };
+
+}  // namespace platform

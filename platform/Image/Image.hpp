@@ -1,0 +1,57 @@
+#pragma once
+
+// Pictures from untrusted bytes: JPEG, PNG, WebP and GIF's first frame, each found by its contents. A picture
+// is reduced while it is decoded, so that it costs the memory of its reduced form and a few rows; only what
+// cannot be read by rows (JPEG in several scans, interlaced PNG and GIF, WebP) may cost its own size, and is
+// bounded more tightly for it. Bytes that are too many, declare too much, are cut short or are no picture
+// give nothing.
+//
+// Colour profiles and gamma chunks are not applied: every picture is taken to be sRGB. Filtering is done on
+// the encoded values, not in linear light, as JPEG's own scaled decoding and all later compositing do it: a
+// dark wordmark on white keeps the weight it was drawn with.
+//
+// Safe from any thread.
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+
+#include "platform/Image/Bitmap.hpp"
+
+namespace platform {
+
+enum class ImageFormat { jpeg, png, webp, gif };
+
+/// Whether a picture can be decoded a few rows at a time or only as a whole.
+enum class ImageDecoding { byRows, whole };
+
+struct ImageHeader {
+    ImageFormat format;
+    PixelSize size;  // as shown: after the orientation that a camera noted
+    ImageDecoding decoding;
+    friend bool operator==(const ImageHeader&, const ImageHeader&) = default;
+};
+
+/// What is looked at, at most: bytes, and pixels declared.
+struct ImageBounds {
+    static constexpr std::size_t bytes = 8u << 20;
+    static constexpr long long pixelsByRows = 64'000'000;
+    static constexpr long long pixelsWhole = 16'000'000;
+    static constexpr int wantedSide = 4096;
+};
+
+/// Nothing unless the bytes begin a picture within the bounds. Decodes no pixel.
+std::optional<ImageHeader> imageHeader(std::string_view bytes);
+
+/// The picture, shown upright, resized to exactly `wanted` pixels (1 to `ImageBounds::wantedSide` a side; its
+/// shape is the caller's affair). Nothing unless every pixel could be read.
+std::optional<Bitmap> decodedImage(std::string_view bytes, PixelSize wanted);
+
+/// The largest size of `picture`'s shape within `box`, larger or smaller than the picture; no side is less
+/// than one.
+PixelSize scaledToFit(PixelSize picture, PixelSize box);
+
+/// A bitmap resized to exactly `wanted`, with the filter of `decodedImage`.
+Bitmap resized(const Bitmap& bitmap, PixelSize wanted);
+
+}  // namespace platform
