@@ -1,0 +1,270 @@
+#pragma once
+
+// From a JSON value to a typed one, strictly: a bool comes from true or false alone, a text from a string
+// alone, and null is nothing but absence. A type takes part by one of
+//   - a static `fields()` (see CodingFields.hpp),
+//   - a static `T decode(const Decoder&)`,
+//   - a specialisation of `Decoding<T>`.
+// Everything here throws DecodingError. Decoders are values; decoding is pure, but for the date rule given.
+
+#include <boost/json/value.hpp>
+#include <concepts>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "platform/Date/Date.hpp"
+#include "platform/JSON/CodingError.hpp"
+#include "platform/JSON/CodingFields.hpp"
+#include "platform/JSON/CodingPath.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/URL/URL.hpp"
+
+namespace platform {
+
+class Decoder;
+class KeyedDecodingContainer;
+
+template <class T>
+struct Decoding;
+
+class JSONDecoder {
+  public:
+    using DateRule = std::function<Date(const Decoder&)>;
+
+    /// Reads dates as seconds since 1 January 2001.
+    JSONDecoder() = default;
+    explicit JSONDecoder(DateRule dateRule) : dateRule_(std::move(dateRule)) {}
+
+    /// A text that is not JSON is `dataCorrupted` at the top level.
+    template <class T>
+    T decode(std::string_view data) const;
+    template <class T>
+    T decode(const boost::json::value& value) const;
+
+  private:
+    friend Decoding<Date>;
+    DateRule dateRule_;
+};
+
+/// One value that is being read, and its place.
+class Decoder {
+  public:
+    Decoder(const JSONDecoder& rules, const boost::json::value& value, const CodingPath& path)
+        : rules_(&rules), value_(&value), path_(&path) {}
+
+    const boost::json::value& value() const { return *value_; }
+    const CodingPath& codingPath() const { return *path_; }
+    const JSONDecoder& rules() const { return *rules_; }
+
+    bool isNull() const { return value_->is_null(); }
+
+    template <class T>
+    T decode() const {
+        return Decoding<T>::decode(*this);
+    }
+
+    /// The value as a JSON string.
+    std::string_view string() const {
+        const boost::json::string& text = require(value_->if_string());
+        return {text.data(), text.size()};
+    }
+    KeyedDecodingContainer container() const;
+
+    [[noreturn]] void fail(DecodingErrorKind kind) const { throw DecodingError(kind, path_->components()); }
+    [[noreturn]] void failForType() const {
+        fail(isNull() ? DecodingErrorKind::valueNotFound : DecodingErrorKind::typeMismatch);
+    }
+    /// What `expected` points to, which is null when the value is of another type.
+    template <class T>
+    const T& require(const T* expected) const {
+        if (!expected) failForType();
+        return *expected;
+    }
+
+  private:
+    const JSONDecoder* rules_;
+    const boost::json::value* value_;
+    const CodingPath* path_;
+};
+
+/// A JSON object, read by key. Lives no longer than the decoder it came from.
+class KeyedDecodingContainer {
+  public:
+    KeyedDecodingContainer(const Decoder& decoder, const boost::json::object& object)
+        : decoder_(decoder), object_(&object) {}
+
+    const CodingPath& codingPath() const { return decoder_.codingPath(); }
+
+    bool contains(std::string_view key) const { return find(key) != nullptr; }
+
+    /// The key must be there. Its value must not be null, unless T itself takes null.
+    template <class T>
+    T decode(std::string_view key) const {
+        const CodingPath path(codingPath(), key);
+        const boost::json::value* value = find(key);
+        if (!value) throw DecodingError(DecodingErrorKind::keyNotFound, path.components());
+        return Decoder(decoder_.rules(), *value, path).decode<T>();
+    }
+
+    /// Nothing when the key is missing or its value is null.
+    template <class T>
+    std::optional<T> decodeIfPresent(std::string_view key) const {
+        const boost::json::value* value = find(key);
+        if (!value || value->is_null()) return std::nullopt;
+        return decode<T>(key);
+    }
+
+  private:
+    const boost::json::value* find(std::string_view key) const {
+        return object_->if_contains({key.data(), key.size()});
+    }
+
+    Decoder decoder_;
+    const boost::json::object* object_;
+};
+
+inline KeyedDecodingContainer Decoder::container() const {
+    return KeyedDecodingContainer(*this, require(value_->if_object()));
+}
+
+template <class T>
+concept DecodesItself = requires(const Decoder& decoder) {
+    { T::decode(decoder) } -> std::same_as<T>;
+};
+
+template <class T>
+concept Decodable = requires(const Decoder& decoder) {
+    Decoding<T>::decode(decoder);
+};
+
+template <DecodesItself T>
+struct Decoding<T> {
+    static T decode(const Decoder& decoder) { return T::decode(decoder); }
+};
+
+template <HasFields T>
+requires(std::is_aggregate_v<T>) struct Decoding<T> {
+    static T decode(const Decoder& decoder) {
+        const KeyedDecodingContainer container = decoder.container();
+        return std::apply([&](const auto&... field) { return T{valueOf(field, container)...}; }, T::fields());
+    }
+
+  private:
+    template <class Value>
+    static Value valueOf(const CodingField<T, Value>& field, const KeyedDecodingContainer& container) {
+        if constexpr (isOptional<Value>) {
+            return container.decodeIfPresent<typename Value::value_type>(field.key);
+        } else {
+            return container.decode<Value>(field.key);
+        }
+    }
+};
+
+template <>
+struct Decoding<bool> {
+    static bool decode(const Decoder& decoder) { return decoder.require(decoder.value().if_bool()); }
+};
+
+/// A number that the integer type holds exactly; 2.0 is one, 2.5 is corrupt.
+template <std::integral Integer>
+struct Decoding<Integer> {
+    static Integer decode(const Decoder& decoder) {
+        const boost::json::value& value = decoder.value();
+        if (const std::int64_t* number = value.if_int64()) return exactly(*number, decoder);
+        if (const std::uint64_t* number = value.if_uint64()) return exactly(*number, decoder);
+        const double number = decoder.require(value.if_double());
+        // 2^63 is the first double past the range; the lowest value of the range is a double itself.
+        if (!(number >= -0x1p63 && number < 0x1p63)) decoder.fail(DecodingErrorKind::dataCorrupted);
+        const auto whole = static_cast<std::int64_t>(number);
+        if (static_cast<double>(whole) != number) decoder.fail(DecodingErrorKind::dataCorrupted);
+        return exactly(whole, decoder);
+    }
+
+  private:
+    template <class Number>
+    static Integer exactly(Number number, const Decoder& decoder) {
+        if (!std::in_range<Integer>(number)) decoder.fail(DecodingErrorKind::dataCorrupted);
+        return static_cast<Integer>(number);
+    }
+};
+
+template <>
+struct Decoding<double> {
+    static double decode(const Decoder& decoder) {
+        const boost::json::value& value = decoder.value();
+        if (const std::int64_t* number = value.if_int64()) return static_cast<double>(*number);
+        if (const std::uint64_t* number = value.if_uint64()) return static_cast<double>(*number);
+        return decoder.require(value.if_double());
+    }
+};
+
+template <>
+struct Decoding<std::string> {
+    static std::string decode(const Decoder& decoder) { return std::string(decoder.string()); }
+};
+
+template <>
+struct Decoding<URL> {
+    static URL decode(const Decoder& decoder) {
+        std::optional<URL> url = URL::parse(decoder.string());
+        if (!url) decoder.fail(DecodingErrorKind::dataCorrupted);
+        return *std::move(url);
+    }
+};
+
+template <>
+struct Decoding<Date> {
+    static Date decode(const Decoder& decoder) {
+        const JSONDecoder::DateRule& rule = decoder.rules().dateRule_;
+        return rule ? rule(decoder) : Date::sinceReferenceDate(decoder.decode<double>());
+    }
+};
+
+template <class T>
+struct Decoding<std::optional<T>> {
+    static std::optional<T> decode(const Decoder& decoder) {
+        if (decoder.isNull()) return std::nullopt;
+        return decoder.decode<T>();
+    }
+};
+
+template <class T>
+struct Decoding<std::vector<T>> {
+    static std::vector<T> decode(const Decoder& decoder) {
+        const boost::json::array& array = decoder.require(decoder.value().if_array());
+        std::vector<T> list;
+        list.reserve(array.size());
+        for (std::size_t index = 0; index < array.size(); ++index) {
+            const CodingPath path(decoder.codingPath(), index);
+            list.push_back(Decoder(decoder.rules(), array[index], path).decode<T>());
+        }
+        return list;
+    }
+};
+
+template <class T>
+T JSONDecoder::decode(const boost::json::value& value) const {
+    const CodingPath top;
+    return Decoder(*this, value, top).decode<T>();
+}
+
+template <class T>
+T JSONDecoder::decode(std::string_view data) const {
+    const boost::json::value value = [&] {
+        try {
+            return JSONSerialization::JSONObjectWithData(data);
+        } catch (const JSONError&) {
+            throw DecodingError(DecodingErrorKind::dataCorrupted, {});
+        }
+    }();
+    return decode<T>(value);
+}
+
+}  // namespace platform
