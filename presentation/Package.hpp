@@ -1,7 +1,8 @@
 #pragma once
 
-// A delivery or an order, reduced to the six values that a layout draws. Packages are immutable; layouts know them
-// through this interface alone. Every property is computed on each read, and none fails. Safe from any thread.
+// A delivery or an order, reduced to the six values that a layout draws. Packages are immutable; layouts know
+// them through this interface alone. Every property is computed on each read, and none fails. Safe from any
+// thread.
 
 #include <memory>
 #include <optional>

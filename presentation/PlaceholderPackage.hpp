@@ -1,6 +1,7 @@
 #pragma once
 
-// A package whose six values are given: the sample shown before anything is known, and the package of a saved entry.
+// A package whose six values are given: the sample shown before anything is known, and the package of a saved
+// entry.
 
 #include "presentation/Package.hpp"
 

@@ -1,0 +1,21 @@
+#include "presentation/PlaceholderPackage.hpp"
+
+#include "presentation/DeepLink.hpp"
+
+namespace presentation {
+
+PackageList placeholderPackages(const std::string& shopName) {
+    PackageList packages;
+    for (const float progress : {0.4F, 0.8F, 0.4F}) {
+        PlaceholderPackage::Values values{
+            .shopName = shopName,
+            .deepLinkingUrl = deepLink("velaapp://home_orders"),
+            .progress = progress,
+            .statusText = {.primary = "primary", .secondary = "secondary"},
+        };
+        packages.push_back(std::make_shared<PlaceholderPackage>(std::move(values)));
+    }
+    return packages;
+}
+
+}  // namespace presentation
