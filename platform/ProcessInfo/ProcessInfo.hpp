@@ -15,8 +15,8 @@ std::map<std::string, std::string> processEnvironment();
 /// One variable; an empty value is a value.
 std::optional<std::string> environmentVariable(std::string_view name);
 
-/// $XDG_DATA_HOME when it is an absolute path, else ~/.local/share, with the home folder from HOME, else from the
-/// user database. Nothing when there is neither.
+/// $XDG_DATA_HOME when it is an absolute path, else ~/.local/share, with the home folder from HOME, else from
+/// the user database. Nothing when there is neither.
 std::optional<std::filesystem::path> dataHome();
 /// $XDG_RUNTIME_DIR when it is set and absolute.
 std::optional<std::filesystem::path> runtimeFolder();
@@ -24,7 +24,8 @@ std::optional<std::filesystem::path> runtimeFolder();
 /// The running executable's path.
 std::filesystem::path executablePath();
 
-/// Bars core files and, where the system allows, other processes' reads of this one's memory: it holds tokens.
+/// Bars core files and, where the system allows, other processes' reads of this one's memory: it holds
+/// tokens.
 void forbidCoreFiles();
 
 }  // namespace platform

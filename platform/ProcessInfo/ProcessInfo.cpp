@@ -1,0 +1,77 @@
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+
+#include <pwd.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <system_error>
+#include <vector>
+
+namespace platform {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::optional<fs::path> absolutePathIn(std::string_view variable) {
+    auto value = environmentVariable(variable);
+    if (!value || !value->starts_with('/')) return std::nullopt;
+    return fs::path(*std::move(value));
+}
+
+std::optional<fs::path> homeInUserDatabase() {
+    const long suggested = sysconf(_SC_GETPW_R_SIZE_MAX);
+    std::vector<char> buffer(suggested > 0 ? static_cast<std::size_t>(suggested) : 16384);
+    passwd entry = {};
+    passwd* found = nullptr;
+    if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) != 0 || !found)
+        return std::nullopt;
+    if (!found->pw_dir || found->pw_dir[0] != '/') return std::nullopt;
+    return fs::path(found->pw_dir);
+}
+
+}  // namespace
+
+std::map<std::string, std::string> processEnvironment() {
+    std::map<std::string, std::string> environment;
+    for (char** entry = environ; entry && *entry; ++entry) {
+        const std::string_view text = *entry;
+        const auto equals = text.find('=');
+        if (equals != std::string_view::npos)
+            environment.emplace(text.substr(0, equals), text.substr(equals + 1));
+    }
+    return environment;
+}
+
+std::optional<std::string> environmentVariable(std::string_view name) {
+    const char* value = std::getenv(std::string(name).c_str());
+    if (!value) return std::nullopt;
+    return value;
+}
+
+std::optional<fs::path> dataHome() {
+    if (auto folder = absolutePathIn("XDG_DATA_HOME")) return folder;
+    auto home = absolutePathIn("HOME");
+    if (!home) home = homeInUserDatabase();
+    if (!home) return std::nullopt;
+    return *home / ".local" / "share";
+}
+
+std::optional<fs::path> runtimeFolder() {
+    return absolutePathIn("XDG_RUNTIME_DIR");
+}
+
+fs::path executablePath() {
+    std::error_code error;
+    return fs::read_symlink("/proc/self/exe", error);
+}
+
+void forbidCoreFiles() {
+    const rlimit none = {.rlim_cur = 0, .rlim_max = 0};
+    setrlimit(RLIMIT_CORE, &none);
+    prctl(PR_SET_DUMPABLE, 0);
+}
+
+}  // namespace platform
