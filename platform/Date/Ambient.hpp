@@ -1,8 +1,8 @@
 #pragma once
 
 // What a process takes from its surroundings without being told: the time, the zone, the locale, the person's
-// languages. The one seam through which tests replace them. Reading is safe from any thread; an override is for
-// tests and is not to be made while other threads read.
+// languages. The one seam through which tests replace them. Reading is safe from any thread; an override is
+// for tests and is not to be made while other threads read.
 
 #include <string>
 #include <vector>
@@ -23,8 +23,9 @@ class Ambient {
     /// Language tags in order of preference, such as "en-GB"; empty when there is none.
     virtual std::vector<std::string> preferredLanguages() const = 0;
 
-    /// The system's own: the real-time clock, TZ or /etc/localtime, LC_ALL/LC_TIME/LANG for the locale, LANGUAGE
-    /// else LC_ALL/LC_MESSAGES/LANG for the languages. A change of the system zone is seen within a minute.
+    /// The system's own: the real-time clock, TZ or /etc/localtime, LC_ALL/LC_TIME/LANG for the locale,
+    /// LANGUAGE else LC_ALL/LC_MESSAGES/LANG for the languages. A change of the system zone is seen within a
+    /// minute.
     static const Ambient& system();
     /// What the process uses: the system's, unless an override is in force.
     static const Ambient& current();

@@ -1,7 +1,7 @@
 #pragma once
 
-// A point in time. Held as seconds since 1 January 2001 00:00:00 UTC in double precision, which keeps the years
-// 1 to 9999 to better than a tenth of a millisecond. A plain value; safe from any thread.
+// A point in time. Held as seconds since 1 January 2001 00:00:00 UTC in double precision, which keeps the
+// years 1 to 9999 to better than a tenth of a millisecond. A plain value; safe from any thread.
 
 #include <compare>
 #include <optional>
@@ -38,8 +38,8 @@ class Date {
 /// "2026-01-31T10:00:00.123Z": RFC 3339 in UTC, rounded to the nearest millisecond, proleptic Gregorian.
 std::string internetDateTime(Date date);
 
-/// Reads what `internetDateTime` writes; the fraction may have any number of digits or be absent, and the zone
-/// may be an offset as RFC 3339 has it. Nothing when the text is anything else.
+/// Reads what `internetDateTime` writes; the fraction may have any number of digits or be absent, and the
+/// zone may be an offset as RFC 3339 has it. Nothing when the text is anything else.
 std::optional<Date> dateFromInternetDateTime(std::string_view text);
 
 }  // namespace platform
