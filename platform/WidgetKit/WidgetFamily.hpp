@@ -20,9 +20,10 @@ enum class WidgetFamily {
 };
 
 inline constexpr std::array allWidgetFamilies = {
-    WidgetFamily::systemSmall,         WidgetFamily::systemMedium,         WidgetFamily::systemLarge,
-    WidgetFamily::systemExtraLarge,    WidgetFamily::accessoryCircular,    WidgetFamily::accessoryRectangular,
-    WidgetFamily::accessoryInline,     WidgetFamily::other,
+    WidgetFamily::systemSmall,       WidgetFamily::systemMedium,
+    WidgetFamily::systemLarge,       WidgetFamily::systemExtraLarge,
+    WidgetFamily::accessoryCircular, WidgetFamily::accessoryRectangular,
+    WidgetFamily::accessoryInline,   WidgetFamily::other,
 };
 
 /// The platform's textual description of a family: the name of its case.
