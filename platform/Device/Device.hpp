@@ -2,13 +2,17 @@
 
 // The machine as the platform's device object describes it. Read once, on first use; safe from any thread.
 
+#include <filesystem>
 #include <string>
+#include <utility>
 
 namespace platform {
 
 class Device {
   public:
     static const Device& current();
+    /// The machine whose file system begins at `root`.
+    static Device describedUnder(const std::filesystem::path& root);
 
     /// The firmware's product name, or the device tree's model, else the machine type ("x86_64").
     const std::string& model() const { return model_; }
