@@ -1,7 +1,7 @@
 #pragma once
 
-// The system log: the journal where there is one, else standard error. A private argument is never written; the
-// line holds "<private>" in its place. Every member is safe from any thread.
+// The system log: the journal where there is one, else standard error. A private argument is never written;
+// the line holds "<private>" in its place. Every member is safe from any thread.
 
 #include <initializer_list>
 #include <memory>
@@ -27,8 +27,8 @@ class Logger {
     /// The log of no subsystem in particular.
     static const Logger& standard();
 
-    /// Each "%s" and "%@" of `format` stands for the next argument; "%%" for a percent sign. A privacy mark in
-    /// braces, as in "%{private}@", hides its argument whatever the argument says.
+    /// Each "%s" and "%@" of `format` stands for the next argument; "%%" for a percent sign. A privacy mark
+    /// in braces, as in "%{private}@", hides its argument whatever the argument says.
     void log(LogLevel level, std::string_view format, std::initializer_list<LogArgument> arguments) const;
 
   private:
