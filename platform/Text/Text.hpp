@@ -1,7 +1,8 @@
 #pragma once
 
 // Questions about UTF-8 text that need Unicode's tables. A "character" is what a reader perceives as one: an
-// extended grapheme cluster (UAX #29). Pure functions, safe from any thread; ill-formed bytes are read as U+FFFD.
+// extended grapheme cluster (UAX #29). Pure functions, safe from any thread; ill-formed bytes are read as
+// U+FFFD.
 
 #include <cstddef>
 #include <string>

@@ -1,0 +1,59 @@
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+#include "platform/Text/Text.hpp"
+
+namespace platform {
+
+namespace {
+
+constexpr UChar32 emojiPresentationSelector = 0xFE0F;
+constexpr UChar32 softHyphen = 0x00AD;
+
+std::size_t columns(UChar32 codePoint) {
+    if (codePoint == softHyphen) return 1;
+    switch (u_charType(codePoint)) {
+        case U_NON_SPACING_MARK:
+        case U_ENCLOSING_MARK:
+        case U_COMBINING_SPACING_MARK:
+        case U_CONTROL_CHAR:
+        case U_FORMAT_CHAR:
+        case U_LINE_SEPARATOR:
+        case U_PARAGRAPH_SEPARATOR: return 0;
+        default: break;
+    }
+    if (u_hasBinaryProperty(codePoint, UCHAR_EMOJI_PRESENTATION)) return 2;
+    switch (u_getIntPropertyValue(codePoint, UCHAR_EAST_ASIAN_WIDTH)) {
+        case U_EA_WIDE:
+        case U_EA_FULLWIDTH: return 2;
+        default: return 1;
+    }
+}
+
+/// A character is as wide as its base: what is joined to it or set on it is drawn in the same place.
+std::size_t columnsOfCharacter(std::string_view character) {
+    std::size_t width = 0;
+    UChar32 base = 0;
+    const auto size = static_cast<int>(character.size());
+    for (int i = 0; i < size;) {
+        UChar32 codePoint = 0;
+        U8_NEXT_OR_FFFD(character.data(), i, size, codePoint);
+        if (width == 0) {
+            width = columns(codePoint);
+            base = codePoint;
+        } else if (codePoint == emojiPresentationSelector && u_hasBinaryProperty(base, UCHAR_EMOJI)) {
+            width = 2;
+        }
+    }
+    return width;
+}
+
+}  // namespace
+
+std::size_t terminalColumns(std::string_view text) {
+    std::size_t width = 0;
+    for (const auto character : characters(text)) width += columnsOfCharacter(character);
+    return width;
+}
+
+}  // namespace platform
