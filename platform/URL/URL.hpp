@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace platform {
 
@@ -28,6 +29,7 @@ class URL {
     std::optional<std::uint16_t> port() const;
     /// The port given, else the scheme's own (80, 443).
     std::optional<std::uint16_t> effectivePort() const;
+    /// Percent-decoded.
     std::string path() const;
 
     auto operator<=>(const URL&) const = default;
