@@ -20,13 +20,13 @@ struct JSONSerialization {
     /// Deeper nesting than this does not parse.
     static constexpr std::size_t maximumDepth = 512;
 
-    /// Any JSON value (RFC 8259), in UTF-8 with or without a byte order mark. Of duplicate names the last counts.
-    /// Throws JSONError for malformed text, ill-formed UTF-8, lone surrogates, numbers beyond a double's range and
-    /// nesting beyond `maximumDepth`. Integers in the range of 64 bits are kept exactly.
+    /// Any JSON value (RFC 8259), in UTF-8 with or without a byte order mark. Of duplicate names the last
+    /// counts. Throws JSONError for malformed text, ill-formed UTF-8, lone surrogates, numbers beyond a
+    /// double's range and nesting beyond `maximumDepth`. Integers in the range of 64 bits are kept exactly.
     static boost::json::value JSONObjectWithData(std::string_view data);
 
-    /// Compact text. A double is written in the shortest form that reads back to it. Throws JSONError for a number
-    /// that is not finite or a string that is not UTF-8.
+    /// Compact text. A double is written in the shortest form that reads back to it. Throws JSONError for a
+    /// number that is not finite or a string that is not UTF-8.
     static std::string dataWithJSONObject(const boost::json::value& object,
                                           JSONKeyOrder order = JSONKeyOrder::asStored);
 };

@@ -1,0 +1,130 @@
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/Text/Text.hpp"
+
+namespace platform {
+
+namespace json = boost::json;
+
+namespace {
+
+class Writer {
+  public:
+    explicit Writer(JSONKeyOrder order) : order_(order) {}
+
+    std::string take() { return std::move(text_); }
+
+    void write(const json::value& value) {
+        switch (value.kind()) {
+            case json::kind::null: text_ += "null"; break;
+            case json::kind::bool_: text_ += value.get_bool() ? "true" : "false"; break;
+            case json::kind::int64: writeInteger(value.get_int64()); break;
+            case json::kind::uint64: writeInteger(value.get_uint64()); break;
+            case json::kind::double_: write(value.get_double()); break;
+            case json::kind::string: write(view(value.get_string())); break;
+            case json::kind::array: write(value.get_array()); break;
+            case json::kind::object: write(value.get_object()); break;
+        }
+    }
+
+  private:
+    template <typename Text>
+    static std::string_view view(const Text& text) {
+        return {text.data(), text.size()};
+    }
+
+    template <typename Integer>
+    void writeInteger(Integer value) {
+        std::array<char, 24> buffer;
+        const auto end = std::to_chars(buffer.begin(), buffer.end(), value).ptr;
+        text_.append(buffer.begin(), end);
+    }
+
+    /// Decimal where a reader would write decimal, else with an exponent; always the fewest digits that read
+    /// back.
+    void write(double value) {
+        if (!std::isfinite(value)) throw JSONError("not a number that JSON can carry");
+        constexpr double smallestDecimal = 1e-4;
+        constexpr double largestDecimal = 0x1p54;
+        const double size = std::fabs(value);
+        const bool decimal = size == 0 || (size >= smallestDecimal && size < largestDecimal);
+        std::array<char, 64> buffer;
+        const auto end = std::to_chars(buffer.begin(), buffer.end(), value,
+                                       decimal ? std::chars_format::fixed : std::chars_format::scientific)
+                             .ptr;
+        text_.append(buffer.begin(), end);
+    }
+
+    void write(std::string_view string) {
+        if (!isValidUTF8(string)) throw JSONError("not a text that JSON can carry: ill-formed UTF-8");
+        text_ += '"';
+        for (const char c : string) writeEscaped(c);
+        text_ += '"';
+    }
+
+    void writeEscaped(char c) {
+        constexpr std::string_view hexDigits = "0123456789abcdef";
+        switch (c) {
+            case '"': text_ += "\\\""; return;
+            case '\\': text_ += "\\\\"; return;
+            case '\b': text_ += "\\b"; return;
+            case '\f': text_ += "\\f"; return;
+            case '\n': text_ += "\\n"; return;
+            case '\r': text_ += "\\r"; return;
+            case '\t': text_ += "\\t"; return;
+            default: break;
+        }
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20) {
+            text_ += c;
+        } else {
+            text_ += "\\u00";
+            text_ += hexDigits[byte >> 4];
+            text_ += hexDigits[byte & 0xF];
+        }
+    }
+
+    void write(const json::array& array) {
+        text_ += '[';
+        for (std::size_t i = 0; i < array.size(); ++i) {
+            if (i > 0) text_ += ',';
+            write(array[i]);
+        }
+        text_ += ']';
+    }
+
+    void write(const json::object& object) {
+        std::vector<const json::key_value_pair*> entries;
+        entries.reserve(object.size());
+        for (const auto& entry : object) entries.push_back(&entry);
+        if (order_ == JSONKeyOrder::ascendingBytes)
+            std::sort(entries.begin(), entries.end(),
+                      [](auto* first, auto* second) { return view(first->key()) < view(second->key()); });
+        text_ += '{';
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            if (i > 0) text_ += ',';
+            write(view(entries[i]->key()));
+            text_ += ':';
+            write(entries[i]->value());
+        }
+        text_ += '}';
+    }
+
+    JSONKeyOrder order_;
+    std::string text_;
+};
+
+}  // namespace
+
+std::string JSONSerialization::dataWithJSONObject(const json::value& object, JSONKeyOrder order) {
+    Writer writer(order);
+    writer.write(object);
+    return writer.take();
+}
+
+}  // namespace platform
