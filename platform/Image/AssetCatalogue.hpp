@@ -62,12 +62,11 @@ class AssetCatalogue {
     /// The drawing itself, for painters that keep vectors; lives as long as the catalogue.
     const VectorImage* vector(std::string_view name) const;
 
-    /// The drawing at its natural size in points, for a display of `scale` pixels to a point; beyond the
-    /// compiled scales the largest one.
+    /// The drawing at its natural size in points, for a display of `scale` pixels to a point.
     std::optional<Bitmap> image(std::string_view name, int scale) const;
 
-    /// The drawing at `wanted` pixels: a compiled raster of just that size, else the next larger one,
-    /// reduced.
+    /// The drawing at `wanted` pixels: a compiled raster of just that size, else the next larger one reduced,
+    /// else the largest one enlarged. Sizes beyond `ImageBounds::wantedSide` give nothing.
     std::optional<Bitmap> image(std::string_view name, PixelSize wanted) const;
 
   private:
@@ -77,7 +76,7 @@ class AssetCatalogue {
     };
     struct Raster {
         PixelSize size;
-        std::uint64_t offset;  // in the file
+        std::uint64_t offset;  // from the first one's beginning
     };
     struct Image {
         VectorImage vector;
@@ -85,11 +84,12 @@ class AssetCatalogue {
     };
 
     void open();
-    const Image* imageNamed(std::string_view name) const;
+    const Image* find(std::string_view name) const;
     std::optional<Bitmap> read(const Raster& raster) const;
     void noteMissing(std::string_view kind, std::string_view name) const;
 
     std::filesystem::path file_;
+    std::uint64_t rastersBegin_ = 0;
     std::map<std::string, Color, std::less<>> colors_;
     std::map<std::string, Image, std::less<>> images_;
     mutable std::mutex mutex_;

@@ -37,7 +37,7 @@ struct ImageBounds {
     static constexpr std::size_t bytes = 8u << 20;
     static constexpr long long pixelsByRows = 64'000'000;
     static constexpr long long pixelsWhole = 16'000'000;
-    static constexpr int wantedSide = 4096;
+    static constexpr int wantedSide = 1024;
 };
 
 /// Nothing unless the bytes begin a picture within the bounds. Decodes no pixel.

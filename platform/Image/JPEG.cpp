@@ -1,0 +1,163 @@
+#include "platform/Image/Codecs.hpp"
+
+#include <cstdio>
+
+#include <jpeglib.h>
+
+#include <jerror.h>  // its list depends on the build's configuration, which jpeglib.h brings
+
+#include <csetjmp>
+#include <cstdint>
+#include <vector>
+
+#include "platform/Image/Orientation.hpp"
+#include "platform/Image/RowScaler.hpp"
+
+namespace platform {
+
+namespace {
+
+/// What the coefficients of the largest picture in several scans take: four components of sixteen million.
+constexpr long memoryLimit = 144L << 20;
+/// Every further scan of a picture goes over all of it; the usual scripts have ten.
+constexpr int mostScans = 64;
+
+/// libjpeg reports a failure by a jump. Every call goes through `attempt`, whose frame holds nothing to
+/// destroy.
+class JPEGReader {
+  public:
+    explicit JPEGReader(std::string_view bytes) {
+        info_.err = jpeg_std_error(&errors_.manager);
+        info_.client_data = this;
+        errors_.manager.error_exit = [](j_common_ptr info) { std::longjmp(reader(info).errors_.jump, 1); };
+        errors_.manager.emit_message = [](j_common_ptr info, int level) {
+            if (level < 0 && losesPixels(info->err->msg_code)) std::longjmp(reader(info).errors_.jump, 1);
+        };
+        progress_.progress_monitor = [](j_common_ptr info) {
+            if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > mostScans)
+                std::longjmp(reader(info).errors_.jump, 1);
+        };
+        hasHeader_ = attempt([&](jpeg_decompress_struct& info) {
+            jpeg_create_decompress(&info);
+            info.client_data = this;
+            info.progress = &progress_;
+            info.mem->max_memory_to_use = memoryLimit;
+            jpeg_save_markers(&info, JPEG_APP0 + 1, 0xFFFF);
+            jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+            jpeg_read_header(&info, TRUE);
+        });
+    }
+    ~JPEGReader() { jpeg_destroy_decompress(&info_); }
+    JPEGReader(const JPEGReader&) = delete;
+    JPEGReader& operator=(const JPEGReader&) = delete;
+
+    bool hasHeader() const { return hasHeader_; }
+    PixelSize storedSize() const { return {int(info_.image_width), int(info_.image_height)}; }
+    bool hasSeveralScans() { return jpeg_has_multiple_scans(&info_); }
+
+    Orientation orientation() const {
+        for (auto* marker = info_.marker_list; marker; marker = marker->next) {
+            const auto noted =
+                notedOrientation({reinterpret_cast<const char*>(marker->data), marker->data_length});
+            if (noted != Orientation::upright) return noted;
+        }
+        return Orientation::upright;
+    }
+
+    /// Begins decoding at the smallest of libjpeg's own reductions, eighths, that is no smaller than
+    /// `wanted`.
+    bool start(PixelSize wanted) {
+        return attempt([&](jpeg_decompress_struct& info) {
+            const bool inks = info.jpeg_color_space == JCS_CMYK || info.jpeg_color_space == JCS_YCCK;
+            info.out_color_space = inks ? JCS_CMYK : JCS_EXT_RGBA;
+            info.scale_denom = 8;
+            info.scale_num = 0;
+            do {
+                ++info.scale_num;
+                jpeg_calc_output_dimensions(&info);
+            } while (info.scale_num < info.scale_denom &&
+                     (int(info.output_width) < wanted.width || int(info.output_height) < wanted.height));
+            jpeg_start_decompress(&info);
+        });
+    }
+
+    PixelSize decodedSize() const { return {int(info_.output_width), int(info_.output_height)}; }
+
+    /// The next row, as red, green, blue, alpha.
+    bool readRow(std::uint8_t* rgba) {
+        const bool read = attempt([&](jpeg_decompress_struct& info) {
+            JSAMPROW row = rgba;
+            if (jpeg_read_scanlines(&info, &row, 1) != 1) std::longjmp(errors_.jump, 1);
+        });
+        if (read && info_.out_color_space == JCS_CMYK) mixInks(rgba);
+        return read;
+    }
+
+  private:
+    struct Errors {
+        jpeg_error_mgr manager;
+        std::jmp_buf jump;
+    };
+
+    static JPEGReader& reader(j_common_ptr info) { return *static_cast<JPEGReader*>(info->client_data); }
+
+    /// libjpeg goes on after these with invented pixels.
+    static bool losesPixels(int message) {
+        switch (message) {
+            case JWRN_HIT_MARKER:
+            case JWRN_HUFF_BAD_CODE:
+            case JWRN_ARITH_BAD_CODE:
+            case JWRN_JPEG_EOF:
+            case JWRN_MUST_RESYNC: return true;
+            default: return false;
+        }
+    }
+
+    template <typename Step>
+    bool attempt(const Step& step) {
+        if (setjmp(errors_.jump)) return false;
+        step(info_);
+        return true;
+    }
+
+    /// In place. Files that bear Adobe's mark store inks inverted, 255 for none.
+    void mixInks(std::uint8_t* row) {
+        const int inverted = info_.saw_Adobe_marker ? 0 : 255;
+        for (JDIMENSION x = 0; x < info_.output_width; ++x, row += 4) {
+            const int paper = row[3] ^ inverted;
+            for (int c = 0; c < 3; ++c) row[c] = std::uint8_t(((row[c] ^ inverted) * paper + 127) / 255);
+            row[3] = 255;
+        }
+    }
+
+    jpeg_decompress_struct info_ = {};
+    Errors errors_ = {};
+    jpeg_progress_mgr progress_ = {};
+    bool hasHeader_ = false;
+};
+
+}  // namespace
+
+std::optional<ImageHeader> jpegHeader(std::string_view bytes) {
+    JPEGReader reader(bytes);
+    if (!reader.hasHeader()) return {};
+    return ImageHeader{ImageFormat::jpeg, oriented(reader.storedSize(), reader.orientation()),
+                       reader.hasSeveralScans() ? ImageDecoding::whole : ImageDecoding::byRows};
+}
+
+std::optional<Bitmap> jpegDecoded(std::string_view bytes, PixelSize wanted) {
+    JPEGReader reader(bytes);
+    if (!reader.hasHeader()) return {};
+    const Orientation orientation = reader.orientation();
+    const PixelSize stored = oriented(wanted, orientation);  // swapping sides is its own inverse
+    if (!reader.start(stored)) return {};
+    RowScaler scaler(reader.decodedSize(), stored);
+    std::vector<std::uint8_t> row(std::size_t(reader.decodedSize().width) * 4);
+    for (int y = 0; y < reader.decodedSize().height; ++y) {
+        if (!reader.readRow(row.data())) return {};
+        scaler.pushStraight(row.data());
+    }
+    return oriented(std::move(scaler).result(), orientation);
+}
+
+}  // namespace platform

@@ -1,0 +1,93 @@
+#include "platform/Image/PNGWriter.hpp"
+
+#include <spng.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+#include <vector>
+
+namespace platform {
+
+namespace {
+
+struct FreesContext {
+    void operator()(spng_ctx* context) const { spng_ctx_free(context); }
+};
+struct Frees {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
+enum class Channels { rgb = 3, rgba = 4 };
+
+bool isOpaque(const Bitmap& bitmap) {
+    return std::all_of(bitmap.pixels.begin(), bitmap.pixels.end(),
+                       [](std::uint32_t pixel) { return pixel >> 24 == 255; });
+}
+
+/// A colour's share of its alpha, 0 to 255.
+std::uint8_t straight(std::uint32_t channel, std::uint32_t alpha) {
+    return std::uint8_t(std::min(255u, (channel * 255 + alpha / 2) / alpha));
+}
+
+void writeRow(const std::uint32_t* pixels, int count, Channels channels, std::uint8_t* bytes) {
+    for (int x = 0; x < count; ++x) {
+        const std::uint32_t pixel = pixels[x], alpha = pixel >> 24;
+        const std::uint32_t red = pixel >> 16 & 255, green = pixel >> 8 & 255, blue = pixel & 255;
+        if (alpha == 255) {
+            bytes[0] = std::uint8_t(red), bytes[1] = std::uint8_t(green), bytes[2] = std::uint8_t(blue);
+        } else if (alpha == 0) {
+            bytes[0] = bytes[1] = bytes[2] = 0;
+        } else {
+            bytes[0] = straight(red, alpha), bytes[1] = straight(green, alpha),
+            bytes[2] = straight(blue, alpha);
+        }
+        if (channels == Channels::rgba) bytes[3] = std::uint8_t(alpha);
+        bytes += int(channels);
+    }
+}
+
+void require(int result) {
+    if (result != SPNG_OK && result != SPNG_EOI) throw std::runtime_error(spng_strerror(result));
+}
+
+}  // namespace
+
+std::string encodedPNG(const Bitmap& bitmap, int scale) {
+    constexpr double pointsPerMetre = 72 / 0.0254;
+    constexpr std::uint8_t perceptual = 0, metre = 1;
+    const Channels channels = isOpaque(bitmap) ? Channels::rgb : Channels::rgba;
+    const std::unique_ptr<spng_ctx, FreesContext> context(spng_ctx_new(SPNG_CTX_ENCODER));
+    if (!context) throw std::bad_alloc();
+
+    spng_ihdr header = {};
+    header.width = std::uint32_t(bitmap.width());
+    header.height = std::uint32_t(bitmap.height());
+    header.bit_depth = 8;
+    header.color_type =
+        channels == Channels::rgb ? SPNG_COLOR_TYPE_TRUECOLOR : SPNG_COLOR_TYPE_TRUECOLOR_ALPHA;
+    const auto density = std::uint32_t(std::lround(pointsPerMetre * scale));
+    spng_phys physical = {density, density, metre};
+    require(spng_set_option(context.get(), SPNG_ENCODE_TO_BUFFER, 1));
+    require(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, 1));
+    require(spng_set_option(context.get(), SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_SUB));
+    require(spng_set_ihdr(context.get(), &header));
+    require(spng_set_srgb(context.get(), perceptual));
+    require(spng_set_phys(context.get(), &physical));
+    require(spng_encode_image(context.get(), nullptr, 0, SPNG_FMT_PNG,
+                              SPNG_ENCODE_PROGRESSIVE | SPNG_ENCODE_FINALIZE));
+    std::vector<std::uint8_t> row(std::size_t(bitmap.width()) * std::size_t(channels));
+    for (int y = 0; y < bitmap.height(); ++y) {
+        writeRow(bitmap.row(y), bitmap.width(), channels, row.data());
+        require(spng_encode_row(context.get(), row.data(), row.size()));
+    }
+    std::size_t length = 0;
+    int result = 0;
+    const std::unique_ptr<void, Frees> file(spng_get_png_buffer(context.get(), &length, &result));
+    require(result);
+    return {static_cast<const char*>(file.get()), length};
+}
+
+}  // namespace platform
