@@ -1,4 +1,4 @@
-# Everything here is a Debian 12 package; packaging/debian-packages.txt lists them.
+# Everything here is a Debian 12 package; packaging/debian-packages-build.txt lists them.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 set(Boost_USE_STATIC_LIBS ON)

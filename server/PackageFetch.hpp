@@ -1,0 +1,91 @@
+#pragma once
+
+// Fetches the signed-in person's latest deliveries and orders and turns them into packages. A query that
+// fails, for whatever reason, renews the token pair once; the renewed token then serves the next fetch, not
+// this one.
+
+#include <boost/asio/awaitable.hpp>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "presentation/Package.hpp"
+#include "server/VelaServerConnectivity.hpp"
+
+namespace server {
+
+class FetchPackagesError : public std::exception {
+  public:
+    enum Case {
+        /// The request failed on a second pass.
+        unauthorized,
+        /// The query failed and the token pair has been renewed.
+        noPackagesFound,
+        /// The query failed and so did the renewal.
+        refreshTokenError,
+        unknown,
+    };
+
+    explicit FetchPackagesError(Case value) : value_(value) {}
+    Case value() const { return value_; }
+    const char* what() const noexcept override;
+
+  private:
+    Case value_;
+};
+
+class RefreshTokenError : public std::exception {
+  public:
+    enum Case {
+        missingRefreshToken,
+        /// Raised inside the renewal only; its caller sees `unknown`.
+        invalidRefreshToken,
+        unknown,
+    };
+
+    explicit RefreshTokenError(Case value) : value_(value) {}
+    Case value() const { return value_; }
+    const char* what() const noexcept override;
+
+  private:
+    Case value_;
+};
+
+/// What the timeline provider needs of this room. A seam.
+class PackageFetching {
+  public:
+    virtual ~PackageFetching() = default;
+
+    /// The packages in the server's order, possibly none; throws when there is no usable answer.
+    virtual boost::asio::awaitable<std::optional<presentation::PackageList>> fetchPackages() = 0;
+};
+
+class PackageFetch final : public PackageFetching {
+  public:
+    /// Pixels: the bound on width and height of every picture the server names.
+    static constexpr std::int32_t maxImageSize = 192;
+
+    explicit PackageFetch(std::shared_ptr<VelaServerConnectivity> connectivity);
+    /// On the process's one connection to the account server.
+    static std::shared_ptr<PackageFetch> shared();
+
+    /// Throws FetchPackagesError alone.
+    boost::asio::awaitable<std::optional<presentation::PackageList>> fetchPackages() override;
+
+    /// Renews the token pair with the stored refresh token. Throws RefreshTokenError alone:
+    /// `missingRefreshToken` or `unknown`.
+    boost::asio::awaitable<void> refreshAccessToken();
+
+  private:
+    boost::asio::awaitable<std::optional<presentation::PackageList>> queriedPackages();
+    boost::asio::awaitable<bool> renewsAccessToken();
+    boost::asio::awaitable<void> exchangeRefreshToken(std::string refreshToken);
+
+    std::shared_ptr<VelaServerConnectivity> connectivity_;
+};
+
+/// Deliveries and orders of a response as packages, in order; items of any other kind are left out.
+presentation::PackageList packages(VelaApi::TrackingWidgetResponse response);
+
+}  // namespace server

@@ -1,0 +1,105 @@
+#include "server/VelaServerConnectivity.hpp"
+
+#include <string_view>
+
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/Log/Logger.hpp"
+#include "server/Keychain.hpp"
+
+namespace server {
+
+namespace {
+
+template <typename Operation>
+std::string requestBody(const Operation& operation) {
+    const boost::json::object body = {
+        {"query", operation.queryString()},
+        {"variables", VelaApi::variables(operation)},
+    };
+    return platform::JSONSerialization::dataWithJSONObject(body);
+}
+
+void throwIfUnauthorized(const boost::json::object& envelope) {
+    const auto* errors = envelope.if_contains("errors");
+    if (!errors || !errors->is_array()) return;
+    const auto& list = errors->get_array();
+    for (const auto& error : list)
+        if (!error.is_object()) return;
+    for (const auto& error : list) {
+        const auto* message = error.get_object().if_contains("message");
+        if (message && message->is_string() && message->get_string().starts_with("Unauthorized"))
+            throw UnauthorizedError();
+    }
+}
+
+/// The "data" object of a reply.
+boost::json::object usableData(const platform::URLReply& reply) {
+    const auto unusable = [] { return AnyError(std::make_exception_ptr(GraphQLError())); };
+    if (!reply.response.statusCode) throw unusable();
+    if (*reply.response.statusCode == 401) throw UnauthorizedError();
+    auto body = platform::JSONSerialization::JSONObjectWithData(reply.data);
+    auto* envelope = body.if_object();
+    if (!envelope) throw unusable();
+    throwIfUnauthorized(*envelope);
+    auto* data = envelope->if_contains("data");
+    if (!data || !data->is_object()) throw unusable();
+    return std::move(data->get_object());
+}
+
+template <typename Operation>
+VelaApi::ResponseOf<Operation> decodedResponse(const platform::URLReply& reply) {
+    return VelaApi::responseFrom<VelaApi::ResponseOf<Operation>>(usableData(reply));
+}
+
+}  // namespace
+
+VelaServerConnectivity::VelaServerConnectivity()
+    : VelaServerConnectivity(SharedDefaults::shared(), [] {
+          return platform::URLSession::session(
+              platform::URLSessionConfiguration::defaultSessionConfiguration());
+      }) {}
+
+VelaServerConnectivity::VelaServerConnectivity(const SharedDefaults& defaults, SessionFactory makeSession)
+    : defaults_(defaults), makeSession_(std::move(makeSession)) {}
+
+platform::URLSession& VelaServerConnectivity::session() {
+    if (!session_) session_ = makeSession_();
+    return *session_;
+}
+
+platform::URLRequest VelaServerConnectivity::makeRequest(Authentication authentication) const {
+    const auto url = platform::URL::parse(defaults_.serverURL() + "/graphql");
+    if (!url) platform::fatalError("The account server's base URL is not a URL.");
+    platform::URLRequest request = {.url = *url};
+    request.httpMethod = "POST";
+    // The lower-case initial is what this server has always been sent; the event collector is sent another.
+    request.setValue("application/json", "Content-type");
+    request.setValue("application/json", "Accept");
+    if (authentication == Authentication::notAuthenticated) return request;
+    const auto token =
+        tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain.accessToken(); });
+    if (token) {
+        request.setValue("Bearer " + *token, "authorization");
+    } else if (const auto session = sessionKeychain().stringValue("session")) {
+        request.setValue(*session, "pontal-server-session-id");
+    }
+    return request;
+}
+
+boost::asio::awaitable<VelaApi::TrackingWidgetResponse> VelaServerConnectivity::perform(
+    VelaApi::TrackingWidgetQuery query) {
+    auto request = makeRequest(Authentication::authenticated);
+    request.httpBody = requestBody(query);
+    const auto reply = co_await session().data(std::move(request));
+    co_return decodedResponse<VelaApi::TrackingWidgetQuery>(reply);
+}
+
+boost::asio::awaitable<VelaApi::RefreshAccessTokenResponse> VelaServerConnectivity::perform(
+    VelaApi::RefreshAccessTokenMutation mutation) {
+    auto request = makeRequest(Authentication::notAuthenticated);
+    request.httpBody = requestBody(mutation);
+    const auto reply = co_await session().data(std::move(request));
+    co_return decodedResponse<VelaApi::RefreshAccessTokenMutation>(reply);
+}
+
+}  // namespace server
