@@ -22,8 +22,8 @@ class Calendar {
     /// Same era and same year of that era.
     bool isInSameYear(Date first, Date second) const;
 
-    /// `date` with `value` of the component added, without wrapping: a day is a day of the calendar, not 24 hours.
-    /// Nothing when the calendar cannot represent the result.
+    /// `date` with `value` of the component added, without wrapping: a day is a day of the calendar, not 24
+    /// hours. Nothing when the calendar cannot represent the result.
     std::optional<Date> dateByAdding(CalendarComponent component, int value, Date date) const;
 
   private:
