@@ -1,0 +1,93 @@
+#include "platform/DateFormatter/DateFormatter.hpp"
+
+#include <unicode/smpdtfmt.h>
+
+#include <cmath>
+#include <mutex>
+#include <stdexcept>
+
+#include "platform/Date/Ambient.hpp"
+#include "platform/DateFormatter/FixedForm.hpp"
+
+namespace platform {
+
+namespace {
+
+icu::UnicodeString utf16(std::string_view text) {
+    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int>(text.size())));
+}
+
+}  // namespace
+
+struct DateFormatter::State {
+    std::string pattern;
+    std::optional<TimeZone> fixedZone;
+
+    std::mutex mutex = {};
+    std::unique_ptr<icu::SimpleDateFormat> formatter = {};
+    std::string locale = {};
+    std::optional<TimeZone> zone = {};
+
+    /// The formatter for the ambient as it stands now; to be called with the mutex held.
+    icu::SimpleDateFormat& current() {
+        auto currentLocale = Ambient::current().localeIdentifier();
+        if (!formatter || currentLocale != locale) {
+            UErrorCode status = U_ZERO_ERROR;
+            formatter = std::make_unique<icu::SimpleDateFormat>(utf16(pattern),
+                                                                icu::Locale(currentLocale.c_str()), status);
+            if (U_FAILURE(status)) throw std::runtime_error("ICU has no date formatter for the locale");
+            formatter->setLenient(false);
+            locale = std::move(currentLocale);
+            zone.reset();
+        }
+        const auto currentZone = fixedZone ? *fixedZone : TimeZone::current();
+        if (zone != currentZone) {
+            formatter->adoptTimeZone(icu::TimeZone::createTimeZone(utf16(currentZone.identifier())));
+            zone = currentZone;
+        }
+        return *formatter;
+    }
+};
+
+DateFormatter::DateFormatter(std::string pattern)
+    : state_(new State{.pattern = std::move(pattern), .fixedZone = std::nullopt}) {}
+
+DateFormatter::DateFormatter(std::string pattern, TimeZone zone)
+    : state_(new State{.pattern = std::move(pattern), .fixedZone = std::move(zone)}) {}
+
+DateFormatter::~DateFormatter() = default;
+DateFormatter::DateFormatter(DateFormatter&&) noexcept = default;
+DateFormatter& DateFormatter::operator=(DateFormatter&&) noexcept = default;
+
+std::string DateFormatter::string(Date date) const {
+    const double milliseconds = date.timeIntervalSince1970() * 1000;
+    if (!std::isfinite(milliseconds)) return {};
+    icu::UnicodeString text;
+    {
+        const std::lock_guard lock(state_->mutex);
+        state_->current().format(milliseconds, text);
+    }
+    std::string result;
+    text.toUTF8String(result);
+    return result;
+}
+
+std::optional<Date> DateFormatter::date(std::string_view text) const {
+    if (state_->pattern == FixedForm::pattern && FixedForm::holdsIn(Ambient::current().localeIdentifier()))
+        if (const auto date = FixedForm::parse(text)) return date;
+
+    // No date is this long; ICU's indices have 32 bits.
+    constexpr std::size_t longestText = 1024;
+    if (text.size() > longestText) return std::nullopt;
+    const auto source = utf16(text);
+    icu::ParsePosition position;
+    double milliseconds = 0;
+    {
+        const std::lock_guard lock(state_->mutex);
+        milliseconds = state_->current().parse(source, position);
+    }
+    if (position.getErrorIndex() >= 0 || position.getIndex() != source.length()) return std::nullopt;
+    return Date::since1970(milliseconds / 1000);
+}
+
+}  // namespace platform
