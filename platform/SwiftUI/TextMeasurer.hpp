@@ -1,0 +1,41 @@
+#pragma once
+
+// The seam between layout and fonts.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/SwiftUI/Font.hpp"
+
+namespace platform {
+
+/// A text and how it is set. `lineLimit` 0 is no limit.
+struct TextRun {
+    std::string text;
+    TextStyle style = TextStyle::body;
+    FontWeight weight = FontWeight::regular;
+    int lineLimit = 0;
+    bool operator==(const TextRun&) const = default;
+};
+
+enum class TextDirection { leftToRight, rightToLeft };
+
+/// A line as it is seen: what did not fit has given way to an ellipsis.
+struct TextLine {
+    std::string text;
+    double width;
+    TextDirection direction = TextDirection::leftToRight;
+    bool operator==(const TextLine&) const = default;
+};
+
+class TextMeasurer {
+  public:
+    virtual ~TextMeasurer() = default;
+
+    /// The lines of a text within a width in points; without one, a line is as long as its text. An empty
+    /// text has one empty line. A line may be wider than the width only where a single character is.
+    virtual std::vector<TextLine> lines(const TextRun& run, std::optional<double> width) const = 0;
+};
+
+}  // namespace platform
