@@ -1,0 +1,409 @@
+#include "sandbox/Drawing.hpp"
+
+#include <pango/pangocairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <string_view>
+
+#include "sandbox/Error.hpp"
+
+namespace sandbox {
+namespace {
+
+constexpr double pi = std::numbers::pi;
+
+struct Colour {
+    double red;
+    double green;
+    double blue;
+};
+
+constexpr Colour white = {1, 1, 1};
+constexpr Colour ink = {0.13, 0.16, 0.20};
+
+Colour colour(std::uint32_t code) {
+    return {(code >> 16 & 255) / 255.0, (code >> 8 & 255) / 255.0, (code & 255) / 255.0};
+}
+
+Colour mixed(Colour one, Colour other, double share) {
+    const auto mix = [share](double from, double to) { return from + (to - from) * share; };
+    return {mix(one.red, other.red), mix(one.green, other.green), mix(one.blue, other.blue)};
+}
+
+/// A drawing surface whose shorter side is one unit long, with the middle of the picture at (0.5, 0.5).
+class Canvas {
+  public:
+    Canvas(int width, int height)
+        : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)),
+          context_(cairo_create(surface_.get())) {
+        const double unit = std::min(width, height);
+        cairo_translate(context_.get(), (width - unit) / 2, (height - unit) / 2);
+        cairo_scale(context_.get(), unit, unit);
+        halfWidth_ = width / unit / 2;
+        halfHeight_ = height / unit / 2;
+    }
+
+    cairo_t* context() { return context_.get(); }
+    double left() const { return 0.5 - halfWidth_; }
+    double top() const { return 0.5 - halfHeight_; }
+    double width() const { return 2 * halfWidth_; }
+    double height() const { return 2 * halfHeight_; }
+
+    void use(Colour colour, double opacity = 1) {
+        cairo_set_source_rgba(context(), colour.red, colour.green, colour.blue, opacity);
+    }
+    void fill(Colour colour, double opacity = 1) {
+        use(colour, opacity);
+        cairo_fill(context());
+    }
+    void stroke(Colour colour, double width, double opacity = 1) {
+        use(colour, opacity);
+        cairo_set_line_width(context(), width);
+        cairo_set_line_cap(context(), CAIRO_LINE_CAP_ROUND);
+        cairo_set_line_join(context(), CAIRO_LINE_JOIN_ROUND);
+        cairo_stroke(context());
+    }
+    void ground(Colour above, Colour below) {
+        cairo_pattern_t* gradient = cairo_pattern_create_linear(0, top(), 0, top() + height());
+        cairo_pattern_add_color_stop_rgb(gradient, 0, above.red, above.green, above.blue);
+        cairo_pattern_add_color_stop_rgb(gradient, 1, below.red, below.green, below.blue);
+        cairo_set_source(context(), gradient);
+        cairo_paint(context());
+        cairo_pattern_destroy(gradient);
+    }
+    void circle(double x, double y, double radius) {
+        cairo_new_sub_path(context());
+        cairo_arc(context(), x, y, radius, 0, 2 * pi);
+    }
+    void box(double x, double y, double width, double height, double radius) {
+        cairo_new_sub_path(context());
+        cairo_arc(context(), x + width - radius, y + radius, radius, -pi / 2, 0);
+        cairo_arc(context(), x + width - radius, y + height - radius, radius, 0, pi / 2);
+        cairo_arc(context(), x + radius, y + height - radius, radius, pi / 2, pi);
+        cairo_arc(context(), x + radius, y + radius, radius, pi, 3 * pi / 2);
+        cairo_close_path(context());
+    }
+    void polygon(std::initializer_list<std::pair<double, double>> corners) {
+        for (const auto& [x, y] : corners) cairo_line_to(context(), x, y);
+        cairo_close_path(context());
+    }
+    /// Swings about `level` from edge to edge, and is closed below.
+    void hills(double level, double swing, double length, double phase) {
+        cairo_move_to(context(), left(), top() + height());
+        for (double x = left(); x < left() + width() + 0.01; x += 0.01) {
+            cairo_line_to(context(), x, level + swing * std::sin(2 * pi * x / length + phase));
+        }
+        cairo_line_to(context(), left() + width(), top() + height());
+        cairo_close_path(context());
+    }
+    void text(const std::string& text, double x, double y, double size, Colour colour);
+
+    Bitmap bitmap() const;
+
+  private:
+    struct Release {
+        void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+        void operator()(cairo_t* context) const { cairo_destroy(context); }
+    };
+    std::unique_ptr<cairo_surface_t, Release> surface_;
+    std::unique_ptr<cairo_t, Release> context_;
+    double halfWidth_ = 0.5;
+    double halfHeight_ = 0.5;
+};
+
+/// Centred on (x, y) by its ink, made smaller where it would be wider than the picture allows.
+void Canvas::text(const std::string& text, double x, double y, double size, Colour colour) {
+    constexpr double unitsPerPoint = 1.0 / 256;
+    constexpr double widest = 0.62;
+    PangoLayout* layout = pango_cairo_create_layout(context());
+    PangoFontDescription* font = pango_font_description_from_string("Inter, Noto Sans CJK JP Bold");
+    pango_font_description_set_absolute_size(font, size / unitsPerPoint * PANGO_SCALE);
+    pango_layout_set_font_description(layout, font);
+    pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
+    PangoRectangle inkBox = {};
+    pango_layout_get_pixel_extents(layout, &inkBox, nullptr);
+    const double scale = unitsPerPoint * std::min(1.0, widest / (std::max(1, inkBox.width) * unitsPerPoint));
+    cairo_save(context());
+    cairo_translate(context(), x, y);
+    cairo_scale(context(), scale, scale);
+    cairo_move_to(context(), -inkBox.x - inkBox.width / 2.0, -inkBox.y - inkBox.height / 2.0);
+    use(colour);
+    pango_cairo_show_layout(context(), layout);
+    cairo_restore(context());
+    pango_font_description_free(font);
+    g_object_unref(layout);
+}
+
+Bitmap Canvas::bitmap() const {
+    cairo_surface_flush(surface_.get());
+    const int width = cairo_image_surface_get_width(surface_.get());
+    const int height = cairo_image_surface_get_height(surface_.get());
+    const int stride = cairo_image_surface_get_stride(surface_.get());
+    const unsigned char* data = cairo_image_surface_get_data(surface_.get());
+    Bitmap bitmap{.width = width, .height = height, .pixels = {}};
+    bitmap.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    for (int row = 0; row < height; ++row) {
+        const auto* line =
+            reinterpret_cast<const std::uint32_t*>(data + static_cast<std::ptrdiff_t>(row) * stride);
+        for (int column = 0; column < width; ++column) {
+            const std::uint32_t pixel = line[column];
+            const std::uint32_t alpha = pixel >> 24;
+            const auto channel = [pixel, alpha](int shift) {
+                const std::uint32_t premultiplied = pixel >> shift & 255;
+                return static_cast<std::uint8_t>(alpha == 0 ? 0 : (premultiplied * 255 + alpha / 2) / alpha);
+            };
+            bitmap.pixels.push_back({channel(16), channel(8), channel(0), static_cast<std::uint8_t>(alpha)});
+        }
+    }
+    return bitmap;
+}
+
+using Painter = void (*)(Canvas&, Colour ground);
+
+struct NamedPainter {
+    std::string_view name;
+    Painter paint;
+};
+
+// Motifs stand behind the initials of a logo.
+
+void wave(Canvas& canvas, Colour) {
+    for (int row = 0; row < 3; ++row) {
+        canvas.hills(0.72 + 0.09 * row, 0.03, 0.5, row * 1.3);
+        canvas.fill(white, 0.14);
+    }
+}
+
+void ring(Canvas& canvas, Colour) {
+    canvas.circle(0.5, 0.5, 0.38);
+    canvas.stroke(white, 0.035, 0.55);
+    canvas.circle(0.77, 0.23, 0.055);
+    canvas.fill(white, 0.9);
+}
+
+void sun(Canvas& canvas, Colour ground) {
+    canvas.circle(0.5, 1.02, 0.44);
+    canvas.fill(mixed(ground, white, 0.35));
+    for (int ray = -4; ray <= 4; ++ray) {
+        const double angle = -pi / 2 + ray * pi / 9;
+        cairo_move_to(canvas.context(), 0.5 + 0.5 * std::cos(angle), 1.02 + 0.5 * std::sin(angle));
+        cairo_line_to(canvas.context(), 0.5 + 0.58 * std::cos(angle), 1.02 + 0.58 * std::sin(angle));
+        canvas.stroke(mixed(ground, white, 0.5), 0.02);
+    }
+}
+
+void peak(Canvas& canvas, Colour) {
+    canvas.polygon({{-0.05, 1.05}, {0.34, 0.58}, {0.73, 1.05}});
+    canvas.fill(white, 0.18);
+    canvas.polygon({{0.32, 1.05}, {0.70, 0.66}, {1.08, 1.05}});
+    canvas.fill(white, 0.18);
+}
+
+void leaf(Canvas& canvas, Colour) {
+    cairo_t* path = canvas.context();
+    cairo_move_to(path, 0.10, 0.90);
+    cairo_curve_to(path, 0.10, 0.30, 0.45, 0.10, 0.92, 0.10);
+    cairo_curve_to(path, 0.92, 0.62, 0.66, 0.90, 0.10, 0.90);
+    canvas.fill(white, 0.16);
+    cairo_move_to(path, 0.10, 0.90);
+    cairo_line_to(path, 0.92, 0.10);
+    canvas.stroke(white, 0.012, 0.2);
+}
+
+void kite(Canvas& canvas, Colour) {
+    canvas.polygon({{0.5, 0.06}, {0.94, 0.5}, {0.5, 0.94}, {0.06, 0.5}});
+    canvas.fill(white, 0.14);
+    canvas.polygon({{0.5, 0.06}, {0.94, 0.5}, {0.5, 0.5}});
+    canvas.fill(white, 0.10);
+    canvas.polygon({{0.5, 0.94}, {0.06, 0.5}, {0.5, 0.5}});
+    canvas.fill(white, 0.10);
+}
+
+void bars(Canvas& canvas, Colour) {
+    constexpr double heights[] = {0.10, 0.20, 0.15, 0.28, 0.18};
+    for (int bar = 0; bar < 5; ++bar) {
+        canvas.box(0.16 + 0.145 * bar, 0.94 - heights[bar], 0.10, heights[bar], 0.03);
+        canvas.fill(white, 0.25);
+    }
+}
+
+void tile(Canvas& canvas, Colour) {
+    for (int row = 0; row < 4; ++row) {
+        for (int column = row % 2; column < 4; column += 2) {
+            canvas.box(column * 0.25, row * 0.25, 0.25, 0.25, 0.001);
+            canvas.fill(white, 0.09);
+        }
+    }
+}
+
+constexpr NamedPainter motifs[] = {{"wave", wave}, {"ring", ring}, {"sun", sun},   {"peak", peak},
+                                   {"leaf", leaf}, {"kite", kite}, {"bars", bars}, {"tile", tile}};
+
+// Products stand on a pale ground, over a soft shadow.
+
+void shadow(Canvas& canvas, double width) {
+    cairo_save(canvas.context());
+    cairo_translate(canvas.context(), 0.5, 0.84);
+    cairo_scale(canvas.context(), width, 0.035);
+    canvas.circle(0, 0, 1);
+    cairo_restore(canvas.context());
+    canvas.fill(ink, 0.14);
+}
+
+void mug(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.30);
+    canvas.circle(0.70, 0.55, 0.12);
+    canvas.stroke(mixed(ground, ink, 0.2), 0.055);
+    canvas.box(0.27, 0.32, 0.42, 0.52, 0.07);
+    canvas.fill(ground);
+    canvas.box(0.27, 0.50, 0.42, 0.09, 0.001);
+    canvas.fill(white, 0.45);
+    for (int wisp = 0; wisp < 2; ++wisp) {
+        const double x = 0.42 + 0.12 * wisp;
+        cairo_move_to(canvas.context(), x, 0.27);
+        cairo_curve_to(canvas.context(), x - 0.05, 0.22, x + 0.05, 0.18, x, 0.13);
+        canvas.stroke(ink, 0.018, 0.3);
+    }
+}
+
+void lamp(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.22);
+    canvas.box(0.485, 0.42, 0.03, 0.40, 0.012);
+    canvas.fill(ink);
+    canvas.box(0.36, 0.80, 0.28, 0.04, 0.018);
+    canvas.fill(ink);
+    canvas.polygon({{0.37, 0.14}, {0.63, 0.14}, {0.75, 0.45}, {0.25, 0.45}});
+    canvas.fill(ground);
+    canvas.polygon({{0.37, 0.14}, {0.45, 0.14}, {0.41, 0.45}, {0.25, 0.45}});
+    canvas.fill(white, 0.25);
+}
+
+void book(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.27);
+    canvas.box(0.27, 0.18, 0.46, 0.66, 0.02);
+    canvas.fill(mixed(white, ink, 0.08));
+    canvas.box(0.25, 0.16, 0.45, 0.65, 0.025);
+    canvas.fill(ground);
+    canvas.box(0.25, 0.16, 0.07, 0.65, 0.025);
+    canvas.fill(ink, 0.22);
+    canvas.box(0.39, 0.28, 0.24, 0.035, 0.017);
+    canvas.fill(white, 0.9);
+    canvas.box(0.39, 0.345, 0.16, 0.025, 0.012);
+    canvas.fill(white, 0.6);
+    canvas.circle(0.51, 0.60, 0.09);
+    canvas.fill(white, 0.3);
+}
+
+void plant(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.22);
+    constexpr double angles[] = {-0.9, -0.45, 0, 0.45, 0.9};
+    for (const double angle : angles) {
+        cairo_save(canvas.context());
+        cairo_translate(canvas.context(), 0.5, 0.60);
+        cairo_rotate(canvas.context(), angle);
+        cairo_move_to(canvas.context(), 0, 0);
+        cairo_curve_to(canvas.context(), -0.12, -0.16, -0.07, -0.36, 0, -0.45);
+        cairo_curve_to(canvas.context(), 0.07, -0.36, 0.12, -0.16, 0, 0);
+        cairo_restore(canvas.context());
+        canvas.fill(mixed({0.16, 0.49, 0.33}, white, 0.12 + std::fabs(angle) * 0.2));
+    }
+    canvas.polygon({{0.33, 0.58}, {0.67, 0.58}, {0.62, 0.84}, {0.38, 0.84}});
+    canvas.fill(ground);
+    canvas.box(0.31, 0.56, 0.38, 0.07, 0.02);
+    canvas.fill(mixed(ground, ink, 0.15));
+}
+
+void chair(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.30);
+    for (const double x : {0.31, 0.66}) {
+        canvas.box(x, 0.58, 0.03, 0.26, 0.012);
+        canvas.fill(mixed({0.72, 0.52, 0.34}, ink, 0.1));
+    }
+    canvas.box(0.29, 0.16, 0.42, 0.40, 0.09);
+    canvas.fill(ground);
+    canvas.box(0.25, 0.52, 0.50, 0.11, 0.05);
+    canvas.fill(mixed(ground, ink, 0.18));
+}
+
+void headphones(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.30);
+    cairo_arc(canvas.context(), 0.5, 0.52, 0.29, pi, 2 * pi);
+    canvas.stroke(ink, 0.05);
+    for (const double x : {0.15, 0.68}) {
+        canvas.box(x, 0.50, 0.17, 0.28, 0.07);
+        canvas.fill(ground);
+    }
+}
+
+void lantern(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.20);
+    canvas.circle(0.5, 0.22, 0.10);
+    canvas.stroke(ink, 0.022);
+    canvas.polygon({{0.40, 0.22}, {0.60, 0.22}, {0.68, 0.34}, {0.32, 0.34}});
+    canvas.fill(ink);
+    canvas.box(0.34, 0.34, 0.32, 0.42, 0.02);
+    canvas.fill(mixed(ground, white, 0.55));
+    canvas.circle(0.5, 0.57, 0.09);
+    canvas.fill(ground);
+    canvas.box(0.31, 0.76, 0.38, 0.08, 0.02);
+    canvas.fill(ink);
+}
+
+void vase(Canvas& canvas, Colour ground) {
+    shadow(canvas, 0.20);
+    cairo_t* path = canvas.context();
+    cairo_move_to(path, 0.42, 0.16);
+    cairo_curve_to(path, 0.46, 0.34, 0.26, 0.40, 0.28, 0.60);
+    cairo_curve_to(path, 0.29, 0.74, 0.36, 0.80, 0.40, 0.84);
+    cairo_line_to(path, 0.60, 0.84);
+    cairo_curve_to(path, 0.64, 0.80, 0.71, 0.74, 0.72, 0.60);
+    cairo_curve_to(path, 0.74, 0.40, 0.54, 0.34, 0.58, 0.16);
+    cairo_close_path(path);
+    canvas.fill(ground);
+    canvas.box(0.28, 0.56, 0.44, 0.045, 0.01);
+    canvas.fill(white, 0.5);
+}
+
+constexpr NamedPainter products[] = {{"mug", mug},         {"lamp", lamp},   {"book", book},
+                                     {"plant", plant},     {"chair", chair}, {"headphones", headphones},
+                                     {"lantern", lantern}, {"vase", vase}};
+
+void landscape(Canvas& canvas, Colour ground) {
+    canvas.ground(mixed(ground, white, 0.75), mixed(ground, {1, 0.78, 0.55}, 0.8));
+    canvas.circle(canvas.left() + 0.72 * canvas.width(), 0.36, 0.12);
+    canvas.fill({1, 0.95, 0.8});
+    for (int ridge = 0; ridge < 5; ++ridge) {
+        canvas.hills(0.52 + 0.11 * ridge, 0.045 + 0.006 * ridge, 0.9 - 0.1 * ridge, ridge * 2.1);
+        canvas.fill(mixed(mixed(ground, white, 0.35), ink, 0.16 * ridge));
+    }
+}
+
+const NamedPainter& named(std::string_view name, const NamedPainter* first, std::size_t count) {
+    const auto found = std::find_if(first, first + count,
+                                    [name](const NamedPainter& painter) { return painter.name == name; });
+    if (found == first + count) throw Error("nothing called \"" + std::string(name) + "\" can be drawn");
+    return *found;
+}
+
+}  // namespace
+
+Bitmap drawn(const Drawing& drawing, int width, int height) {
+    Canvas canvas(width, height);
+    const Colour ground = colour(drawing.ground);
+    if (drawing.subject == "landscape") {
+        landscape(canvas, ground);
+    } else if (drawing.subject == "logo") {
+        canvas.ground(mixed(ground, white, 0.08), mixed(ground, ink, 0.12));
+        named(drawing.motif, motifs, std::size(motifs)).paint(canvas, ground);
+        canvas.text(drawing.text, 0.5, 0.5, 0.42, white);
+    } else {
+        canvas.ground(mixed(ground, white, 0.90), mixed(ground, white, 0.78));
+        named(drawing.subject, products, std::size(products)).paint(canvas, ground);
+    }
+    return canvas.bitmap();
+}
+
+}  // namespace sandbox

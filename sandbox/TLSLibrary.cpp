@@ -1,0 +1,2 @@
+// Boost.Asio's side of OpenSSL, compiled once; only the sandbox serves TLS.
+#include <boost/asio/ssl/impl/src.hpp>
