@@ -1,0 +1,94 @@
+#include "analytics/PayloadCoding.hpp"
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "analytics/EncodingError.hpp"
+#include "analytics/SnakeCase.hpp"
+
+namespace analytics {
+
+namespace json = boost::json;
+
+namespace {
+
+json::value encoded(const PayloadValue& value, const CodingPath& container, DynamicCodingKeys key);
+
+CodingPath appending(CodingPath path, DynamicCodingKeys key) {
+    path.push_back(std::move(key));
+    return path;
+}
+
+/// The value as the first of `Types` that it holds, made a `Result`.
+template <typename Result, typename... Types>
+std::optional<Result> held(const PayloadValue& value) {
+    std::optional<Result> result;
+    const auto tryType = [&]<typename Type>(const Type* content) {
+        if (content) result.emplace(*content);
+        return content != nullptr;
+    };
+    (tryType(std::any_cast<Types>(&value)) || ...);
+    return result;
+}
+
+using Encoded = std::optional<json::value>;
+
+Encoded text(const PayloadValue& value, const CodingPath&) {
+    const auto text = held<std::string_view, std::string, std::string_view, const char*>(value);
+    if (!text) return std::nullopt;
+    return json::value(json::string_view(text->data(), text->size()));
+}
+
+Encoded signedInteger(const PayloadValue& value, const CodingPath&) {
+    return held<std::int64_t, int, long, long long>(value);
+}
+
+Encoded number(const PayloadValue& value, const CodingPath&) {
+    return held<double, double>(value);
+}
+
+Encoded boolean(const PayloadValue& value, const CodingPath&) {
+    return held<bool, bool>(value);
+}
+
+Encoded dictionary(const PayloadValue& value, const CodingPath& path) {
+    const auto* entries = std::any_cast<PayloadDictionary>(&value);
+    if (!entries) return std::nullopt;
+    json::object object;
+    for (const auto& [name, entry] : *entries)
+        object[encoderSnakeCased(name)] = encoded(entry, path, DynamicCodingKeys::name(name));
+    return object;
+}
+
+Encoded array(const PayloadValue& value, const CodingPath& path) {
+    const auto* elements = std::any_cast<PayloadArray>(&value);
+    if (!elements) return std::nullopt;
+    json::array list;
+    for (const auto& element : *elements)
+        list.push_back(encoded(element, path, DynamicCodingKeys::index(list.size())));
+    return list;
+}
+
+/// In order of trial: the first kind that fits decides.
+constexpr std::array kinds = {text, signedInteger, number, boolean, dictionary, array};
+
+json::value encoded(const PayloadValue& value, const CodingPath& container, DynamicCodingKeys key) {
+    const auto path = appending(container, std::move(key));
+    for (const auto kind : kinds)
+        if (auto result = kind(value, path)) return *std::move(result);
+    throw EncodingError(container, "Invalid value type");
+}
+
+}  // namespace
+
+json::object encodedPayload(const Payload& payload, const CodingPath& path) {
+    json::object object;
+    for (const auto& [name, value] : payload)
+        object[encoderSnakeCased(name)] =
+            value ? encoded(*value, path, DynamicCodingKeys::name(name)) : json::value(nullptr);
+    return object;
+}
+
+}  // namespace analytics
