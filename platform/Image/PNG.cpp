@@ -22,7 +22,7 @@ struct FreesContext {
 class PNGReader {
   public:
     explicit PNGReader(std::string_view bytes) : context_(spng_ctx_new(0)) {
-        hasHeader_ = context_ && !spng_set_chunk_limits(context_.get(), ImageBounds::bytes, mostBeside) &&
+        hasHeader_ = context_ && !spng_set_chunk_limits(context_.get(), mostBeside, mostBeside) &&
                      !spng_set_png_buffer(context_.get(), bytes.data(), bytes.size()) &&
                      !spng_get_ihdr(context_.get(), &header_);
     }

@@ -1,0 +1,117 @@
+// vela-assets SOURCES OUTPUT: compiles colors.json and images.json with its drawings, in the folder SOURCES,
+// into the file that platform/Image/AssetCatalogue reads. Runs while the programs are built.
+//
+// The file: "VelaAssets1\n"; a 32-bit length and that many bytes of JSON, the index; the rasters, 32 bits to
+// a pixel as in a bitmap. Numbers are in the byte order of the machine it is built for. The index:
+//
+//   {"colors": {NAME: {"light": "#RRGGBBAA", "dark": ...}},
+//    "images": {NAME: {"width", "height",                       points
+//                      "paths": [{"fill", "data"}],
+//                      "rasters": [{"width", "height", "offset"}]}}}    pixels, by growing size; bytes into
+//                      the rasters
+
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+#include <boost/json/value.hpp>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <stdexcept>
+#include <string>
+
+#include "assets/Drawing.hpp"
+
+namespace {
+
+namespace json = boost::json;
+using std::filesystem::path;
+
+std::string contents(const path& file) {
+    std::ifstream input(file, std::ios::binary);
+    std::string bytes{std::istreambuf_iterator<char>(input), {}};
+    if (!input.is_open() || input.bad()) throw std::runtime_error(file.string() + " cannot be read");
+    return bytes;
+}
+
+json::value parsed(const path& file) {
+    try {
+        return json::parse(contents(file));
+    } catch (const boost::system::system_error& error) {
+        throw std::runtime_error(file.string() + ": " + error.code().message());
+    }
+}
+
+assets::Drawing drawingFrom(const path& file) {
+    try {
+        return assets::drawingFrom(contents(file));
+    } catch (const std::invalid_argument& error) {
+        throw std::runtime_error(file.string() + ": " + error.what());
+    }
+}
+
+/// Every point width at every scale, once.
+std::set<int> pixelWidths(const json::value& pointWidths, const json::value& scales) {
+    std::set<int> widths;
+    for (const auto& points : pointWidths.as_array())
+        for (const auto& scale : scales.as_array())
+            widths.insert(points.to_number<int>() * scale.to_number<int>());
+    return widths;
+}
+
+json::value compiledImage(const assets::Drawing& drawing, const std::set<int>& widths, std::string& rasters) {
+    json::array paths, sizes;
+    for (const auto& each : drawing.paths)
+        paths.push_back({{"fill", each.fill}, {"data", assets::pathData(each.steps)}});
+    for (const int width : widths) {
+        const int height = int(std::lround(width * drawing.height / drawing.width));
+        const auto bitmap = assets::rasterised(drawing, {width, height});
+        sizes.push_back({{"width", width}, {"height", height}, {"offset", rasters.size()}});
+        rasters.append(reinterpret_cast<const char*>(bitmap.pixels.data()),
+                       bitmap.pixels.size() * sizeof bitmap.pixels[0]);
+    }
+    return {{"width", drawing.width}, {"height", drawing.height}, {"paths", paths}, {"rasters", sizes}};
+}
+
+std::string compiled(const path& sources) {
+    const json::value description = parsed(sources / "images.json");
+    json::object images;
+    std::string rasters;
+    for (const auto& [name, image] : description.at("images").as_object()) {
+        const auto drawing = drawingFrom(sources / path(std::string(image.at("drawing").as_string())));
+        const auto widths = pixelWidths(image.at("pointWidths"), description.at("scales"));
+        images[name] = compiledImage(drawing, widths, rasters);
+    }
+    const std::string index =
+        json::serialize(json::value{{"colors", parsed(sources / "colors.json")}, {"images", images}});
+    const auto length = std::uint32_t(index.size());
+    return "VelaAssets1\n" + std::string(reinterpret_cast<const char*>(&length), sizeof length) + index +
+           rasters;
+}
+
+/// Whole or not at all: a running host may be reading the file.
+void replace(const path& file, const std::string& bytes) {
+    const path unfinished = file.string() + ".new";
+    std::ofstream output(unfinished, std::ios::binary);
+    if (!(output << bytes).flush()) throw std::runtime_error(unfinished.string() + " cannot be written");
+    output.close();
+    std::filesystem::rename(unfinished, file);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 3) {
+        std::fprintf(stderr, "Usage: vela-assets SOURCES OUTPUT\n");
+        return 2;
+    }
+    try {
+        replace(arguments[2], compiled(arguments[1]));
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vela-assets: %s\n", error.what());
+        return 1;
+    }
+}
