@@ -1,12 +1,12 @@
 #pragma once
 
-// The keychain's four calls on attribute dictionaries, over a store of generic-password items. The constants carry
-// the platform's own string values, so that items are interchangeable.
+// The keychain's four calls on attribute dictionaries, over a store of generic-password items. The constants
+// carry the platform's own string values, so that items are interchangeable.
 //
-// Identity of an item: class, service, account, access group. Every attribute of a query filters, accessibility
-// included. Status 0 is success; -25300 no match; -25299 a second add of one identity; -50 an unusable query; -25308
-// a locked store; -25291 no keychain service; -36 a store that cannot be read or written. No call throws, and none
-// waits longer than a few seconds on another process. Safe from any thread.
+// Identity of an item: class, service, account, access group. Every attribute of a query filters,
+// accessibility included. Status 0 is success; -25300 no match; -25299 a second add of one identity; -50 an
+// unusable query; -25308 a locked store; -25291 no keychain service; -36 a store that cannot be read or
+// written. No call throws, and none waits longer than a few seconds on another process. Safe from any thread.
 
 #include <cstdint>
 #include <map>
@@ -63,9 +63,10 @@ using SecValue = std::variant<bool, std::string, Data, Date>;
 /// Attribute keys to values.
 using SecAttributes = std::map<std::string, SecValue>;
 
-/// What a copy yields: nothing, an item's bytes (only data asked), its attributes (and data when both are asked),
-/// or with match-limit-all a list of either. Lists are in order of creation.
-using SecResult = std::variant<std::monostate, Data, SecAttributes, std::vector<Data>, std::vector<SecAttributes>>;
+/// What a copy yields: nothing, an item's bytes (only data asked), its attributes (and data when both are
+/// asked), or with match-limit-all a list of either. Lists are in order of creation.
+using SecResult =
+    std::variant<std::monostate, Data, SecAttributes, std::vector<Data>, std::vector<SecAttributes>>;
 
 /// The store behind the four calls. A seam: `tests/support` has one in memory and a scripted one.
 class SecItemStore {
@@ -79,8 +80,8 @@ class SecItemStore {
     /// Deletes every item that matches.
     virtual OSStatus remove(const SecAttributes& query) = 0;
 
-    /// The person's keychain: embedded, or the desktop's Secret Service where VELA_KEYCHAIN is "secret-service".
-    /// Made on first use; an override replaces it.
+    /// The person's keychain: embedded, or the desktop's Secret Service where VELA_KEYCHAIN is
+    /// "secret-service". Made on first use; an override replaces it.
     static SecItemStore& current();
 
     class Override {

@@ -1,0 +1,48 @@
+#pragma once
+
+// The four calls' algorithms, over whatever keeps the items. A kind of store says how a transaction on it
+// begins; everything a caller can see is decided here, once for all kinds.
+
+#include <memory>
+#include <vector>
+
+#include "platform/Security/KeychainItem.hpp"
+#include "platform/Security/SecItem.hpp"
+
+namespace platform {
+
+/// Raised by transactions; the four calls answer with its status.
+struct KeychainFailure {
+    OSStatus status;
+};
+
+/// A view of the items that no other process changes. Destroyed without a commit, it leaves the store as it
+/// was.
+class KeychainTransaction {
+  public:
+    virtual ~KeychainTransaction() = default;
+
+    /// In order of creation.
+    virtual std::vector<KeychainItem> items(const KeychainQuery& query) = 0;
+    virtual void insert(const KeychainItem& item) = 0;
+    /// Puts `replacement` in the place of the item that has the identity of `item`.
+    virtual void replace(const KeychainItem& item, const KeychainItem& replacement) = 0;
+    virtual void erase(const KeychainItem& item) = 0;
+    virtual void commit() = 0;
+};
+
+class KeychainStore : public SecItemStore {
+  public:
+    OSStatus copyMatching(const SecAttributes& query, SecResult* result) final;
+    OSStatus add(const SecAttributes& attributes) final;
+    OSStatus update(const SecAttributes& query, const SecAttributes& attributesToUpdate) final;
+    OSStatus remove(const SecAttributes& query) final;
+
+  protected:
+    enum class Access { read, change, create };
+
+    /// Nothing when there is no store yet and `access` does not create one: there are no items then.
+    virtual std::unique_ptr<KeychainTransaction> begin(Access access) = 0;
+};
+
+}  // namespace platform

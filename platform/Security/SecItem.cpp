@@ -1,0 +1,63 @@
+#include "platform/Security/SecItem.hpp"
+
+#include <atomic>
+
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Security/EmbeddedItemStore.hpp"
+#include "platform/Security/SecretServiceItemStore.hpp"
+
+namespace platform {
+namespace {
+
+// Stands where no keychain can be had, and says why with its status.
+class UnavailableItemStore : public KeychainStore {
+  public:
+    explicit UnavailableItemStore(OSStatus status) : status_(status) {}
+
+  protected:
+    std::unique_ptr<KeychainTransaction> begin(Access) override { throw KeychainFailure{status_}; }
+
+  private:
+    OSStatus status_;
+};
+
+std::unique_ptr<SecItemStore> personalStore() {
+    const std::string kind = environmentVariable("VELA_KEYCHAIN").value_or("embedded");
+    if (kind == "secret-service") return std::make_unique<SecretServiceItemStore>();
+    // A misspelt choice must not put secrets where they were not meant to be.
+    if (kind != "embedded" && !kind.empty())
+        return std::make_unique<UnavailableItemStore>(errSecNotAvailable);
+    if (const auto home = dataHome())
+        return std::make_unique<EmbeddedItemStore>(*home / "vela" / "keychain.sqlite");
+    return std::make_unique<UnavailableItemStore>(errSecIO);
+}
+
+std::atomic<SecItemStore*> overriding = nullptr;
+
+}  // namespace
+
+SecItemStore& SecItemStore::current() {
+    if (SecItemStore* store = overriding) return *store;
+    static const std::unique_ptr<SecItemStore> personal = personalStore();
+    return *personal;
+}
+
+SecItemStore::Override::Override(SecItemStore& store) : previous_(overriding.exchange(&store)) {}
+SecItemStore::Override::~Override() {
+    overriding = previous_;
+}
+
+OSStatus SecItemCopyMatching(const SecAttributes& query, SecResult* result) {
+    return SecItemStore::current().copyMatching(query, result);
+}
+OSStatus SecItemAdd(const SecAttributes& attributes) {
+    return SecItemStore::current().add(attributes);
+}
+OSStatus SecItemUpdate(const SecAttributes& query, const SecAttributes& attributesToUpdate) {
+    return SecItemStore::current().update(query, attributesToUpdate);
+}
+OSStatus SecItemDelete(const SecAttributes& query) {
+    return SecItemStore::current().remove(query);
+}
+
+}  // namespace platform
