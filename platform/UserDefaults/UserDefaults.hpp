@@ -23,14 +23,15 @@ class UserDefaults {
   public:
     virtual ~UserDefaults() = default;
 
-    /// The suite's file in the data folder, `<data home>/<suite>/preferences.json`. Nothing when the folder cannot
-    /// be used (no data home, not a folder, no permission, a suite name that is no file name). The folder is made
-    /// with mode 0700 when something is first written, not before.
+    /// The suite's file in the data folder, `<data home>/<suite>/preferences.json`. Nothing when the folder
+    /// cannot be used (no data home, not a folder, no permission, a suite name that is no file name). The
+    /// folder is made with mode 0700 when something is first written, not before.
     static std::unique_ptr<UserDefaults> suite(std::string_view suiteName);
-    static std::unique_ptr<UserDefaults> suite(std::string_view suiteName, const std::filesystem::path& dataHome);
+    static std::unique_ptr<UserDefaults> suite(std::string_view suiteName,
+                                               const std::filesystem::path& dataHome);
 
-    /// The value as typed; nothing when absent. A missing file is an empty suite; a file that is not a JSON object,
-    /// is over 4 MiB or cannot be read is logged once and reads as empty.
+    /// The value as typed; nothing when absent. A missing file is an empty suite; a file that is not a JSON
+    /// object, is over 4 MiB or cannot be read is logged once and reads as empty.
     virtual std::optional<boost::json::value> objectForKey(std::string_view key) const = 0;
     /// Text for text, the decimal text for a number, nothing for any other type.
     std::optional<std::string> stringForKey(std::string_view key) const;
