@@ -1,7 +1,7 @@
 #pragma once
 
-// Asynchronous transfers. A session owns one thread, on which all of its transfers run; any member may be called
-// from any thread. The end of a session cancels what is still in flight, without delay.
+// Asynchronous transfers. A session owns one thread, on which all of its transfers run; any member may be
+// called from any thread. The end of a session cancels what is still in flight, without delay.
 //
 // No credential header (authorization, pontal-server-session-id) and no body crosses to another origin on a
 // redirect, and no redirect leaves http and https. A reply is bounded at 16 MiB after decompression.
@@ -35,7 +35,8 @@ enum class URLErrorCode {
 
 class URLError : public std::runtime_error {
   public:
-    URLError(URLErrorCode code, const std::string& description) : std::runtime_error(description), code_(code) {}
+    URLError(URLErrorCode code, const std::string& description)
+        : std::runtime_error(description), code_(code) {}
     URLErrorCode code() const { return code_; }
 
   private:

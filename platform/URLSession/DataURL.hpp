@@ -1,0 +1,17 @@
+#pragma once
+
+// "data:" URLs (RFC 2397). A pure function.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// The bytes that the URL itself holds; nothing when it is no well-formed data URL.
+std::optional<std::string> dataOfDataURL(std::string_view url);
+
+/// The text with its percent escapes undone; nothing for a broken escape.
+std::optional<std::string> removingPercentEncoding(std::string_view text);
+
+}  // namespace platform

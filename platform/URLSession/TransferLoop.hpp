@@ -1,0 +1,48 @@
+#pragma once
+
+// Runs transfers, any number at once, on the thread that calls it. Connections are kept for the next
+// transfer. `wake` may be called from any thread, everything else from one.
+
+#include <curl/curl.h>
+
+#include <chrono>
+#include <memory>
+#include <vector>
+
+#include "platform/URLSession/Transfer.hpp"
+
+namespace platform {
+
+class TransferLoop {
+  public:
+    TransferLoop();
+    /// Transfers still in flight end as cancelled.
+    ~TransferLoop();
+    TransferLoop(const TransferLoop&) = delete;
+    TransferLoop& operator=(const TransferLoop&) = delete;
+
+    void add(std::shared_ptr<Transfer> transfer);
+    void cancel(const std::shared_ptr<Transfer>& transfer);
+    bool isEmpty() const { return transfers_.empty(); }
+
+    /// Waits until something can be moved, a transfer has idled for too long, or `wake`; then moves what can
+    /// be.
+    void step();
+    void wake() { curl_multi_wakeup(multi_.get()); }
+
+  private:
+    struct FreeMulti {
+        void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
+    };
+
+    bool start(Transfer& transfer);
+    void collectEnded();
+    void endIdle();
+    void forget(const Transfer& transfer);
+    std::chrono::milliseconds untilNextDeadline();
+
+    std::unique_ptr<CURLM, FreeMulti> multi_;
+    std::vector<std::shared_ptr<Transfer>> transfers_;
+};
+
+}  // namespace platform
