@@ -46,7 +46,7 @@ class JSONDecoder {
     template <class T>
     T decode(std::string_view data) const;
     template <class T>
-    T decode(const boost::json::value& value) const;
+    T decodeValue(const boost::json::value& value) const;
 
   private:
     friend Decoding<Date>;
@@ -250,7 +250,7 @@ struct Decoding<std::vector<T>> {
 };
 
 template <class T>
-T JSONDecoder::decode(const boost::json::value& value) const {
+T JSONDecoder::decodeValue(const boost::json::value& value) const {
     const CodingPath top;
     return Decoder(*this, value, top).decode<T>();
 }
@@ -264,7 +264,7 @@ T JSONDecoder::decode(std::string_view data) const {
             throw DecodingError(DecodingErrorKind::dataCorrupted, {});
         }
     }();
-    return decode<T>(value);
+    return decodeValue<T>(value);
 }
 
 }  // namespace platform

@@ -1,0 +1,183 @@
+#include "presentation/DeliveredDateText.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+
+#include "tests/support/FixedAmbient.hpp"
+
+namespace presentation {
+namespace {
+
+using platform::testing::FixedAmbient;
+using platform::testing::instant;
+
+struct Row {
+    const char* zone;
+    const char* now;
+    const char* date;
+    const char* expected;
+};
+
+void expectRows(const std::vector<Row>& rows) {
+    for (const Row& row : rows) {
+        const FixedAmbient surroundings({.now = row.now, .timeZone = row.zone});
+        EXPECT_EQ(deliveredDateText(instant(row.date)), row.expected)
+            << row.zone << ", seen at " << row.now << ": " << row.date;
+    }
+}
+
+TEST(DeliveredDateText, SaysTodayFromMidnightToMidnight) {
+    expectRows({
+        {"GMT", "2024-06-15T12:00:00Z", "2024-06-15T00:00:00Z", "Delivered today"},
+        {"GMT", "2024-06-15T12:00:00Z", "2024-06-15T23:59:59.999Z", "Delivered today"},
+        {"GMT", "2024-06-15T00:00:00Z", "2024-06-15T23:59:59Z", "Delivered today"},
+        {"America/New_York", "2024-06-15T12:00:00Z", "2024-06-15T04:00:00Z", "Delivered today"},
+        {"America/New_York", "2024-06-15T12:00:00Z", "2024-06-16T03:59:59Z", "Delivered today"},
+        {"Asia/Kolkata", "2024-06-15T12:00:00Z", "2024-06-14T18:30:00Z", "Delivered today"},
+        {"Pacific/Auckland", "2024-06-15T12:00:00Z", "2024-06-15T12:00:00Z", "Delivered today"},
+    });
+}
+
+TEST(DeliveredDateText, SaysYesterdayForOneMinuteBeforeMidnight) {
+    expectRows({
+        {"GMT", "2024-06-15T12:00:00Z", "2024-06-14T23:59:00Z", "Delivered yesterday"},
+        {"America/New_York", "2024-06-15T12:00:00Z", "2024-06-15T03:59:00Z", "Delivered yesterday"},
+        {"Asia/Kolkata", "2024-06-15T12:00:00Z", "2024-06-14T18:29:00Z", "Delivered yesterday"},
+        {"Pacific/Auckland", "2024-06-15T12:00:00Z", "2024-06-15T11:59:00Z", "Delivered yesterday"},
+        {"GMT", "2024-06-15T12:00:00Z", "2024-06-14T00:00:00Z", "Delivered yesterday"},
+        {"GMT", "2024-06-15T12:00:00Z", "2024-06-13T23:59:59Z", "Delivered on Jun 13"},
+    });
+}
+
+TEST(DeliveredDateText, SaysTheDayForEarlierAndLaterOnesOfThisYear) {
+    expectRows({
+        {"GMT", "2024-06-15T12:00:00Z", "2024-03-05T12:00:00Z", "Delivered on Mar 5"},
+        {"GMT", "2024-06-15T12:00:00Z", "2024-01-01T00:00:00Z", "Delivered on Jan 1"},
+        {"GMT", "2024-06-15T12:00:00Z", "2024-06-16T00:00:00Z", "Delivered on Jun 16"},
+        {"GMT", "2024-06-15T12:00:00Z", "2024-12-31T23:59:59Z", "Delivered on Dec 31"},
+    });
+}
+
+TEST(DeliveredDateText, SaysTheYearForDaysOfAnotherYear) {
+    expectRows({
+        {"GMT", "2024-06-15T12:00:00Z", "2023-12-30T12:00:00Z", "Delivered on Dec 30, 2023"},
+        {"GMT", "2024-01-02T12:00:00Z", "2023-12-31T12:00:00Z", "Delivered on Dec 31, 2023"},
+        {"GMT", "2024-01-01T12:00:00Z", "2023-12-31T12:00:00Z", "Delivered yesterday"},
+        {"GMT", "2024-01-01T12:00:00Z", "2023-12-30T12:00:00Z", "Delivered on Dec 30, 2023"},
+        {"GMT", "2024-06-15T12:00:00Z", "2025-01-01T00:00:00Z", "Delivered on Jan 1, 2025"},
+        {"GMT", "2024-06-15T12:00:00Z", "1999-02-03T00:00:00Z", "Delivered on Feb 3, 1999"},
+        {"GMT", "2024-06-15T12:00:00Z", "9999-12-31T23:59:59Z", "Delivered on Dec 31, 9999"},
+        // The same instant is the new year in Auckland and the old one in New York.
+        {"Pacific/Auckland", "2024-01-02T12:00:00Z", "2023-12-31T12:00:00Z", "Delivered on Jan 1"},
+        {"America/New_York", "2024-01-02T12:00:00Z", "2024-01-01T04:00:00Z", "Delivered on Dec 31, 2023"},
+        {"America/New_York", "2024-01-02T04:00:00Z", "2024-01-01T04:00:00Z", "Delivered yesterday"},
+    });
+}
+
+TEST(DeliveredDateText, CountsDaysNotHoursWhenTheClocksChange) {
+    expectRows({
+        // A day of 23 hours: half past midnight, less 24 hours, is still two days back by the calendar.
+        {"America/New_York", "2024-03-11T04:30:00Z", "2024-03-10T05:00:00Z", "Delivered yesterday"},
+        {"America/New_York", "2024-03-11T04:30:00Z", "2024-03-10T04:59:59Z", "Delivered on Mar 9"},
+        // A day of 25 hours.
+        {"America/New_York", "2024-11-04T05:30:00Z", "2024-11-03T04:00:00Z", "Delivered yesterday"},
+        {"America/New_York", "2024-11-04T04:30:00Z", "2024-11-03T04:00:00Z", "Delivered today"},
+        {"America/New_York", "2024-11-04T04:59:00Z", "2024-11-02T04:00:00Z", "Delivered yesterday"},
+        {"Pacific/Auckland", "2024-04-07T12:00:00Z", "2024-04-06T11:00:00Z", "Delivered yesterday"},
+        {"Pacific/Auckland", "2024-09-29T11:30:00Z", "2024-09-28T12:00:00Z", "Delivered yesterday"},
+        // The hour of now does not exist on the day before.
+        {"America/New_York", "2024-03-11T06:30:00Z", "2024-03-10T12:00:00Z", "Delivered yesterday"},
+    });
+}
+
+/// The days of a zone as the C library counts them.
+class ZoneDays {
+  public:
+    explicit ZoneDays(const std::string& zone) {
+        if (const char* zoneBefore = std::getenv("TZ")) before_ = zoneBefore;
+        setenv("TZ", zone.c_str(), 1);
+        tzset();
+    }
+    ~ZoneDays() {
+        before_ ? setenv("TZ", before_->c_str(), 1) : unsetenv("TZ");
+        tzset();
+    }
+    ZoneDays(const ZoneDays&) = delete;
+    ZoneDays& operator=(const ZoneDays&) = delete;
+
+    static std::tm local(std::time_t seconds) {
+        std::tm parts{};
+        localtime_r(&seconds, &parts);
+        return parts;
+    }
+    static long number(std::time_t seconds) {
+        std::tm parts = local(seconds);
+        parts.tm_hour = parts.tm_min = parts.tm_sec = 0;
+        return timegm(&parts) / 86'400;
+    }
+
+  private:
+    std::optional<std::string> before_;
+};
+
+std::string expectedText(std::time_t date, std::time_t now) {
+    const long daysAgo = ZoneDays::number(now) - ZoneDays::number(date);
+    if (daysAgo == 0) return "Delivered today";
+    if (daysAgo == 1) return "Delivered yesterday";
+    constexpr const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const std::tm day = ZoneDays::local(date);
+    std::string text = std::string("Delivered on ") + months[day.tm_mon] + " " + std::to_string(day.tm_mday);
+    if (day.tm_year != ZoneDays::local(now).tm_year) text += ", " + std::to_string(day.tm_year + 1900);
+    return text;
+}
+
+TEST(DeliveredDateText, AgreesWithTheCLibraryAroundEveryTurnOfDayYearAndClock) {
+    for (const char* zone : {"UTC", "America/New_York", "Asia/Kolkata", "Pacific/Auckland"}) {
+        const ZoneDays days(zone);
+        for (const char* turn : {"2023-12-31T12:00:00Z", "2024-01-01T12:00:00Z", "2024-02-29T12:00:00Z",
+                                 "2024-03-10T12:00:00Z", "2024-11-03T12:00:00Z", "2024-04-06T18:00:00Z",
+                                 "2024-09-28T18:00:00Z", "2024-06-15T12:00:00Z"}) {
+            for (int nowHour = -30; nowHour <= 30; nowHour += 3) {
+                const platform::Date now = instant(turn).addingTimeInterval(nowHour * 3'600.0);
+                const FixedAmbient surroundings({.now = platform::internetDateTime(now), .timeZone = zone});
+                for (int halfHour = -120; halfHour <= 60; ++halfHour) {
+                    const platform::Date date = now.addingTimeInterval(halfHour * 1'800.0);
+                    EXPECT_EQ(deliveredDateText(date),
+                              expectedText(static_cast<std::time_t>(date.timeIntervalSince1970()),
+                                           static_cast<std::time_t>(now.timeIntervalSince1970())))
+                        << zone << ", seen at " << platform::internetDateTime(now) << ": "
+                        << platform::internetDateTime(date);
+                }
+            }
+        }
+    }
+}
+
+TEST(DeliveredDateText, NamesMonthsAsTheLocaleDoes) {
+    const std::tuple<const char*, const char*, const char*> locales[] = {
+        {"en_US", "Delivered on Mar 5", "Delivered on Mar 5, 2023"},
+        {"en_GB", "Delivered on Mar 5", "Delivered on Mar 5, 2023"},
+        {"en_US_POSIX", "Delivered on Mar 5", "Delivered on Mar 5, 2023"},
+        {"de_DE", "Delivered on März 5", "Delivered on März 5, 2023"},
+        {"fr_FR", "Delivered on mars 5", "Delivered on mars 5, 2023"},
+        {"es_ES", "Delivered on mar 5", "Delivered on mar 5, 2023"},
+        {"ja_JP", "Delivered on 3月 5", "Delivered on 3月 5, 2023"},
+        {"el_GR", "Delivered on Μαρ 5", "Delivered on Μαρ 5, 2023"},
+        {"ar_EG", "Delivered on مارس ٥", "Delivered on مارس ٥, ٢٠٢٣"},
+        // The Thai calendar counts the years from the Buddha's passing.
+        {"th_TH", "Delivered on มี.ค. 5", "Delivered on มี.ค. 5, 2566"},
+    };
+    for (const auto& [locale, thisYear, yearBefore] : locales) {
+        const FixedAmbient surroundings({.now = "2024-06-15T12:00:00Z", .timeZone = "GMT", .locale = locale});
+        EXPECT_EQ(deliveredDateText(instant("2024-03-05T12:00:00Z")), thisYear) << locale;
+        EXPECT_EQ(deliveredDateText(instant("2023-03-05T12:00:00Z")), yearBefore) << locale;
+        EXPECT_EQ(deliveredDateText(instant("2024-06-14T12:00:00Z")), "Delivered yesterday") << locale;
+    }
+}
+
+}  // namespace
+}  // namespace presentation
