@@ -116,18 +116,19 @@ class Canvas {
 
 /// Centred on (x, y) by its ink, made smaller where it would be wider than the picture allows.
 void Canvas::text(const std::string& text, double x, double y, double size, Colour colour) {
-    constexpr double unitsPerPoint = 1.0 / 256;
-    constexpr double widest = 0.62;
+    constexpr double points = 256;
+    constexpr double widest = 0.62 * points;
+    cairo_save(context());
+    cairo_translate(context(), x, y);
+    cairo_scale(context(), 1 / points, 1 / points);
     PangoLayout* layout = pango_cairo_create_layout(context());
     PangoFontDescription* font = pango_font_description_from_string("Inter, Noto Sans CJK JP Bold");
-    pango_font_description_set_absolute_size(font, size / unitsPerPoint * PANGO_SCALE);
+    pango_font_description_set_absolute_size(font, size * points * PANGO_SCALE);
     pango_layout_set_font_description(layout, font);
     pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
     PangoRectangle inkBox = {};
     pango_layout_get_pixel_extents(layout, &inkBox, nullptr);
-    const double scale = unitsPerPoint * std::min(1.0, widest / (std::max(1, inkBox.width) * unitsPerPoint));
-    cairo_save(context());
-    cairo_translate(context(), x, y);
+    const double scale = std::min(1.0, widest / std::max(1, inkBox.width));
     cairo_scale(context(), scale, scale);
     cairo_move_to(context(), -inkBox.x - inkBox.width / 2.0, -inkBox.y - inkBox.height / 2.0);
     use(colour);
@@ -185,12 +186,12 @@ void ring(Canvas& canvas, Colour) {
 }
 
 void sun(Canvas& canvas, Colour ground) {
-    canvas.circle(0.5, 1.02, 0.44);
+    canvas.circle(0.5, 1.08, 0.36);
     canvas.fill(mixed(ground, white, 0.35));
     for (int ray = -4; ray <= 4; ++ray) {
         const double angle = -pi / 2 + ray * pi / 9;
-        cairo_move_to(canvas.context(), 0.5 + 0.5 * std::cos(angle), 1.02 + 0.5 * std::sin(angle));
-        cairo_line_to(canvas.context(), 0.5 + 0.58 * std::cos(angle), 1.02 + 0.58 * std::sin(angle));
+        cairo_move_to(canvas.context(), 0.5 + 0.42 * std::cos(angle), 1.08 + 0.42 * std::sin(angle));
+        cairo_line_to(canvas.context(), 0.5 + 0.50 * std::cos(angle), 1.08 + 0.50 * std::sin(angle));
         canvas.stroke(mixed(ground, white, 0.5), 0.02);
     }
 }

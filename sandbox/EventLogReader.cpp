@@ -69,8 +69,13 @@ void indent(std::string& text, std::size_t depth) {
     text.append(1, '\n').append(2 * depth, ' ');
 }
 
+/// What fits on a line stands on one.
 void print(std::string& text, const json::value& value, std::size_t depth) {
-    if (value.is_object() && !value.get_object().empty()) {
+    constexpr std::size_t lineLength = 100;
+    const std::string line = json::serialize(value);
+    if (line.size() + 2 * depth <= lineLength || !value.is_structured() || line.size() <= 2) {
+        text += line;
+    } else if (value.is_object()) {
         text += '{';
         for (const auto& member : value.get_object()) {
             if (text.back() != '{') text += ',';
@@ -80,7 +85,7 @@ void print(std::string& text, const json::value& value, std::size_t depth) {
         }
         indent(text, depth);
         text += '}';
-    } else if (value.is_array() && !value.get_array().empty()) {
+    } else {
         text += '[';
         for (const json::value& item : value.get_array()) {
             if (text.back() != '[') text += ',';
@@ -89,8 +94,6 @@ void print(std::string& text, const json::value& value, std::size_t depth) {
         }
         indent(text, depth);
         text += ']';
-    } else {
-        text += json::serialize(value);
     }
 }
 
