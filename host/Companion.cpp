@@ -1,0 +1,228 @@
+#include "host/Companion.hpp"
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <cstring>
+
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Security/SecItem.hpp"
+#include "platform/UserDefaults/UserDefaults.hpp"
+#include "server/Keychain.hpp"
+#include "server/SharedDefaults.hpp"
+
+extern char** environ;
+
+namespace host {
+
+using server::Keychain;
+using server::SharedDefaultsKey;
+
+namespace {
+
+constexpr const char* accessTokenKey = "accessToken";
+constexpr const char* refreshTokenKey = "refreshToken";
+constexpr const char* sessionKey = "session";
+
+Keychain currentKeychain() {
+    return server::tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain; });
+}
+
+std::unique_ptr<platform::UserDefaults> sharedDefaults() {
+    auto suite = platform::UserDefaults::suite(server::suiteName());
+    if (!suite) throw CompanionError("the shared defaults cannot be opened");
+    return suite;
+}
+
+/// Whether an item is stored, without reading it. Throws for a keychain that cannot tell.
+bool isStored(const Keychain& keychain, const char* key) {
+    const platform::SecAttributes query = {
+        {platform::kSecClass, std::string(platform::kSecClassGenericPassword)},
+        {platform::kSecAttrService,
+         keychain.id + "_" + std::string(Keychain::rawValue(keychain.accessibility))},
+        {platform::kSecAttrAccount, std::string(key)},
+    };
+    const auto error = Keychain::KeychainError::ofStatus(platform::SecItemCopyMatching(query, nullptr));
+    if (!error) return true;
+    if (error->value() == Keychain::KeychainError::itemNotFound) return false;
+    throw CompanionError("the keychain cannot be read: " + std::string(error->name()));
+}
+
+/// The keychain layer reports a failed write as a line only; here the person must know.
+void storeToken(const Keychain& keychain, const std::string& token, const char* key) {
+    const platform::Data data = {token};
+    keychain.setData(data, key);
+    if (keychain.dataForKey(key) != data) throw CompanionError("the keychain did not take the tokens");
+}
+
+void emptyKeychain(const Keychain& keychain) {
+    try {
+        keychain.deleteAll();
+    } catch (const Keychain::KeychainError& error) {
+        throw CompanionError("the keychain cannot be emptied: " + std::string(error.name()));
+    }
+}
+
+template <typename Change>
+void changeDefaults(Change change) {
+    try {
+        change(*sharedDefaults());
+    } catch (const platform::UserDefaultsError& error) {
+        throw CompanionError(error.what());
+    }
+}
+
+std::string requiredToken(const boost::json::object& object, const char* key) {
+    const auto* value = object.if_contains(key);
+    if (!value || !value->is_string() || value->get_string().empty())
+        throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
+    return std::string(value->get_string());
+}
+
+const char* storedWord(bool isStored) {
+    return isStored ? "stored" : "none";
+}
+
+struct LinkRow {
+    std::string_view host;
+    std::string_view page;
+};
+
+// The hosts of the widget's links and the account server's pages.
+constexpr std::array linkTable = {
+    LinkRow{"delivery", "/delivery"},
+    LinkRow{"order", "/order"},
+    LinkRow{"home_orders", "/orders"},
+    LinkRow{"add_delivery", "/add_delivery"},
+};
+
+}  // namespace
+
+Credentials Credentials::fromJSON(std::string_view text) {
+    boost::json::value value;
+    try {
+        value = platform::JSONSerialization::JSONObjectWithData(text);
+    } catch (const platform::JSONError&) {
+        throw CompanionError("the input is not JSON");
+    }
+    if (!value.is_object()) throw CompanionError("the input must be a JSON object");
+    const auto& object = value.get_object();
+    Credentials credentials = {.accessToken = requiredToken(object, accessTokenKey),
+                               .refreshToken = requiredToken(object, refreshTokenKey)};
+    if (object.size() != 2) throw CompanionError("the input must hold the two tokens and nothing else");
+    return credentials;
+}
+
+void signIn(const Credentials& credentials, TokenLocation location,
+            const std::optional<std::string>& userId) {
+    const auto current = currentKeychain();
+    const auto legacy = server::legacyTokenKeychain();
+    const auto& target = location == TokenLocation::current ? current : legacy;
+    const auto& other = location == TokenLocation::current ? legacy : current;
+    storeToken(target, credentials.accessToken, accessTokenKey);
+    storeToken(target, credentials.refreshToken, refreshTokenKey);
+    // Only now: until the new pair stands, the old one is what the person is signed in with.
+    emptyKeychain(other);
+    target.setData(std::nullopt, sessionKey);
+    changeDefaults([&](platform::UserDefaults& defaults) {
+        if (userId)
+            defaults.setObject(SharedDefaultsKey::userId, boost::json::value(*userId));
+        else
+            defaults.removeObject(SharedDefaultsKey::userId);
+    });
+}
+
+void signOut() {
+    emptyKeychain(currentKeychain());
+    emptyKeychain(server::legacyTokenKeychain());
+    changeDefaults(
+        [](platform::UserDefaults& defaults) { defaults.removeObject(SharedDefaultsKey::userId); });
+}
+
+std::string signInStatus() {
+    const auto current = currentKeychain();
+    const auto legacy = server::legacyTokenKeychain();
+    const bool hasAccess = isStored(current, accessTokenKey);
+    const bool hasRefresh = isStored(current, refreshTokenKey);
+    const bool hasLegacyAccess = isStored(legacy, accessTokenKey);
+    const bool hasLegacyRefresh = isStored(legacy, refreshTokenKey);
+    const bool hasSession = isStored(current, sessionKey);
+    const bool isSignedIn = hasAccess || hasLegacyAccess || hasSession;
+    const auto& defaults = server::SharedDefaults::shared();
+
+    std::string text;
+    const auto line = [&](std::string_view name, std::string_view value) {
+        text.append(name).append(": ").append(value).append("\n");
+    };
+    line("signed in", isSignedIn ? "yes" : "no");
+    line("access token", storedWord(hasAccess));
+    line("refresh token", storedWord(hasRefresh));
+    line("legacy access token", storedWord(hasLegacyAccess));
+    line("legacy refresh token", storedWord(hasLegacyRefresh));
+    line("session", storedWord(hasSession));
+    line("user id", defaults.store().stringForKey(SharedDefaultsKey::userId).value_or("none"));
+    line("account server", defaults.serverURL());
+    line("keychain", platform::environmentVariable("VELA_KEYCHAIN").value_or("embedded"));
+    return text;
+}
+
+std::optional<std::string> defaultsText(std::string_view key) {
+    const auto value = sharedDefaults()->objectForKey(key);
+    if (!value) return std::nullopt;
+    if (value->is_string()) return std::string(value->get_string());
+    return platform::JSONSerialization::dataWithJSONObject(*value, platform::JSONKeyOrder::ascendingBytes);
+}
+
+void writeDefaults(std::string_view key, const boost::json::value& value) {
+    changeDefaults([&](platform::UserDefaults& defaults) { defaults.setObject(key, value); });
+}
+
+void deleteDefaults(std::string_view key) {
+    changeDefaults([&](platform::UserDefaults& defaults) { defaults.removeObject(key); });
+}
+
+boost::json::value integerValue(std::string_view text) {
+    std::int64_t value = 0;
+    const auto digits = text.starts_with('+') ? text.substr(1) : text;
+    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (parsed.ec != std::errc() || parsed.ptr != digits.data() + digits.size())
+        throw CompanionError("the value is not a 64-bit integer");
+    return value;
+}
+
+platform::URL pageFor(const platform::URL& link) {
+    const auto scheme = link.scheme();
+    if (scheme == "http" || scheme == "https") return link;
+    if (scheme != "velaapp") throw CompanionError("links of the scheme " + scheme + " are not opened");
+    for (const auto& row : linkTable) {
+        if (link.host() != row.host) continue;
+        // Path, query and fragment of the link go along as they are.
+        constexpr std::string_view start = "velaapp://";
+        const auto rest = std::string_view(link.absoluteString()).substr(start.size() + row.host.size());
+        const auto page = platform::URL::parse(server::SharedDefaults::shared().serverURL() +
+                                               std::string(row.page) + std::string(rest));
+        if (page) return *page;
+        break;
+    }
+    throw CompanionError("the link leads nowhere that is known");
+}
+
+void openPage(const platform::URL& page) {
+    std::string program = "xdg-open";
+    std::string argument = page.absoluteString();
+    std::array<char*, 3> arguments = {program.data(), argument.data(), nullptr};
+    pid_t process = 0;
+    if (const int error =
+            ::posix_spawnp(&process, program.c_str(), nullptr, nullptr, arguments.data(), environ))
+        throw CompanionError(std::string("xdg-open cannot be started: ") + std::strerror(error));
+    int status = 0;
+    ::waitpid(process, &status, 0);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        throw CompanionError("xdg-open could not open the page");
+}
+
+}  // namespace host

@@ -1,0 +1,53 @@
+#pragma once
+
+// The companion app's part of the bargain: writes the shared keychain and the shared defaults that the widget
+// reads, and opens the widget's links. Errors are CompanionError; none of them holds a token.
+
+#include <boost/json/value.hpp>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "platform/URL/URL.hpp"
+
+namespace host {
+
+class CompanionError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Where sign-in puts the tokens: where the widget looks first, or where older versions left them.
+enum class TokenLocation { current, legacy };
+
+struct Credentials {
+    std::string accessToken;
+    std::string refreshToken;
+
+    /// From {"accessToken", "refreshToken"}; members that are neither are refused.
+    static Credentials fromJSON(std::string_view text);
+};
+
+/// Stores the pair and the user id (absent: forgets an earlier one), in place of an earlier sign-in.
+void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId);
+
+/// Removes tokens and session from both locations, and the user id.
+void signOut();
+
+/// What is stored, as lines for a person. Never a token.
+std::string signInStatus();
+
+/// The value under `key` as text; nothing when there is none.
+std::optional<std::string> defaultsText(std::string_view key);
+void writeDefaults(std::string_view key, const boost::json::value& value);
+void deleteDefaults(std::string_view key);
+/// `text` as a 64-bit integer.
+boost::json::value integerValue(std::string_view text);
+
+/// The page of the account server that shows what a link of the widget's stands for; an http or https URL
+/// stands for itself.
+platform::URL pageFor(const platform::URL& link);
+/// Opens a page in the person's browser.
+void openPage(const platform::URL& page);
+
+}  // namespace host

@@ -1,0 +1,28 @@
+#pragma once
+
+// Entries and timelines as JSON: what the extension tells its host, what the command line prints, and what a
+// saved entry is read from. Pure functions, safe from any thread.
+
+#include <boost/json/value.hpp>
+#include <stdexcept>
+
+#include "platform/WidgetKit/Timeline.hpp"
+#include "widget/SimpleEntry.hpp"
+
+namespace host {
+
+/// A JSON value that is no entry; `what()` names the place and what is wrong there.
+class EntryCodingError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// {"date", "packages" (signed in only), "state"}.
+boost::json::object entryObject(const widget::SimpleEntry& entry);
+/// {"entries", "policy": {"after"}}.
+boost::json::object timelineObject(const platform::Timeline<widget::SimpleEntry>& timeline);
+
+/// Reads what `entryObject` gives; members that it does not know are passed over. Throws EntryCodingError.
+widget::SimpleEntry entryFromValue(const boost::json::value& value);
+platform::Timeline<widget::SimpleEntry> timelineFromValue(const boost::json::value& value);
+
+}  // namespace host

@@ -1,0 +1,62 @@
+#pragma once
+
+// Messages between the host and the extension over a connected local socket. docs/protocol.md describes the
+// frames. A channel belongs to one executor; its members may be called from that executor's thread only.
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/local/stream_protocol.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/json/value.hpp>
+#include <deque>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace host {
+
+/// A JSON object, and bytes that go with it (a drawing), empty where there are none.
+struct Message {
+    boost::json::object body;
+    std::string attachment = {};
+};
+
+/// The other side sent what is no frame or broke a bound.
+class ProtocolError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
+  public:
+    static constexpr int protocolVersion = 1;
+    static constexpr std::size_t maximumBodySize = std::size_t{16} << 20;
+    static constexpr std::size_t maximumAttachmentSize = std::size_t{256} << 20;
+
+    /// Takes over a connected stream socket. The greeting goes out with the first message.
+    static std::shared_ptr<MessageChannel> over(const boost::asio::any_io_executor& executor, int socket);
+
+    /// The next message; throws boost::system::system_error when the other side has gone, ProtocolError when
+    /// it speaks another protocol. One reader at a time.
+    boost::asio::awaitable<Message> receive();
+
+    /// Queues a message; it goes out in the order of the calls.
+    void send(Message message);
+
+    /// Waits until everything queued has gone out or the other side has gone.
+    boost::asio::awaitable<void> flush();
+
+    void close();
+
+  private:
+    MessageChannel(const boost::asio::any_io_executor& executor, int socket);
+    boost::asio::awaitable<Message> receiveFrame();
+    static boost::asio::awaitable<void> writeQueued(std::shared_ptr<MessageChannel> channel);
+
+    boost::asio::local::stream_protocol::socket socket_;
+    boost::asio::steady_timer written_;
+    std::deque<std::string> queue_;
+    bool isWriting_ = false;
+    bool hasGreeted_ = false;
+};
+
+}  // namespace host

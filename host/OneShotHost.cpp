@@ -1,0 +1,78 @@
+#include "host/OneShotHost.hpp"
+
+#include <unistd.h>
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/io_context.hpp>
+#include <cerrno>
+#include <chrono>
+#include <system_error>
+
+#include "host/ExtensionProcess.hpp"
+#include "host/Spinner.hpp"
+
+namespace host {
+
+namespace asio = boost::asio;
+
+namespace {
+
+constexpr std::chrono::milliseconds uploadPatience = std::chrono::seconds(2);
+
+bool writeAll(int descriptor, std::string_view text) {
+    while (!text.empty()) {
+        const auto written = ::write(descriptor, text.data(), text.size());
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) return false;
+        text.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+asio::awaitable<void> answer(const OneShotRequest& request, int& status) {
+    const auto executor = co_await asio::this_coro::executor;
+    const auto spinner =
+        Spinner::start(executor, request.caption.empty() ? -1 : STDERR_FILENO, request.caption);
+    try {
+        const auto extension = ExtensionProcess::start(executor, ExtensionProcess::defaultExecutable(),
+                                                       [spinner](std::string_view line) {
+                                                           spinner->makeRoom();
+                                                           writeAll(STDERR_FILENO, std::string(line) + "\n");
+                                                       });
+        const auto reply = co_await extension->ask(request.request);
+        spinner->stop();
+        request.present(reply);
+        if (request.request.kind == ExtensionRequest::Kind::timeline) {
+            const ExtensionRequest finish = {.kind = ExtensionRequest::Kind::finishUploads,
+                                             .limit = uploadPatience};
+            co_await extension->ask(finish);
+        }
+        co_await extension->end();
+    } catch (const std::exception& error) {
+        spinner->stop();
+        printError("vela-widget", error.what());
+        status = 1;
+    }
+}
+
+}  // namespace
+
+int runOnce(const OneShotRequest& request) {
+    int status = 0;
+    asio::io_context context(1);
+    asio::co_spawn(context, answer(request, status), asio::detached);
+    context.run();
+    return status;
+}
+
+void writeToStandardOutput(std::string_view text) {
+    if (!writeAll(STDOUT_FILENO, text))
+        throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
+}
+
+void printError(std::string_view program, std::string_view message) {
+    writeAll(STDERR_FILENO, std::string(program) + ": " + std::string(message) + "\n");
+}
+
+}  // namespace host

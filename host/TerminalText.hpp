@@ -1,0 +1,18 @@
+#pragma once
+
+// Text from a server, made fit for a terminal. Pure functions, safe from any thread.
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// `text` on one line and without anything a terminal would obey: control characters become spaces,
+/// bidirectional overrides and isolates vanish, ill-formed UTF-8 becomes U+FFFD.
+std::string terminalSafe(std::string_view text);
+
+/// `text` in at most `columns` columns, whole characters only, cut with an ellipsis where it is longer.
+std::string fittedToColumns(std::string_view text, std::size_t columns);
+
+}  // namespace host

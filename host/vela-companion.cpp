@@ -1,0 +1,170 @@
+// The companion's command line: signs in and out, and keeps the defaults that the widget reads.
+
+#include <unistd.h>
+
+#include <array>
+#include <iostream>
+#include <iterator>
+#include <optional>
+
+#include "host/CommandLine.hpp"
+#include "host/Companion.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+
+namespace {
+
+constexpr std::size_t maximumInput = 256 << 10;
+
+/// The keychain layer prints its failures on standard output; a person's results are to stand there alone. So
+/// the process's standard output becomes standard error, and results go to what it was.
+class ResultStream {
+  public:
+    ResultStream() : descriptor_(::dup(STDOUT_FILENO)) { ::dup2(STDERR_FILENO, STDOUT_FILENO); }
+    void write(std::string_view text) const {
+        while (!text.empty()) {
+            const auto written = ::write(descriptor_, text.data(), text.size());
+            if (written <= 0) throw host::CompanionError("cannot write to standard output");
+            text.remove_prefix(static_cast<std::size_t>(written));
+        }
+    }
+
+  private:
+    int descriptor_;
+};
+
+const ResultStream& results() {
+    static const ResultStream stream;
+    return stream;
+}
+
+std::string standardInput() {
+    std::string text;
+    std::array<char, 4096> buffer;
+    while (std::cin.read(buffer.data(), buffer.size()) || std::cin.gcount() > 0) {
+        text.append(buffer.data(), static_cast<std::size_t>(std::cin.gcount()));
+        if (text.size() > maximumInput) throw host::CompanionError("the input is too long");
+    }
+    return text;
+}
+
+template <typename Action>
+void run(Action action) {
+    try {
+        results();
+        action();
+    } catch (const host::CompanionError& error) {
+        std::cerr << "vela-companion: " << error.what() << "\n";
+        throw host::ExitStatus(1);
+    }
+}
+
+struct Options {
+    bool legacy = false;
+    bool integer = false;
+    bool printOnly = false;
+    std::optional<std::string> userId;
+    std::string key;
+    std::string value;
+    std::string link;
+};
+
+void addSignIn(CLI::App& app, Options& options) {
+    auto* command = app.add_subcommand("sign-in", "Store the token pair that standard input holds");
+    command->add_flag("--legacy", options.legacy, "Store it where older versions kept it");
+    command->add_option("--user-id", options.userId, "The signed-in person's id");
+    command->footer(
+        "Standard input: {\"accessToken\": \"...\", \"refreshToken\": \"...\"}\n\n"
+        "Example:\n  vela-sandbox --print-credentials | vela-companion sign-in --user-id 12345");
+    command->callback([&options] {
+        run([&options] {
+            const auto location = options.legacy ? host::TokenLocation::legacy : host::TokenLocation::current;
+            host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId);
+        });
+    });
+}
+
+void addSignOut(CLI::App& app) {
+    auto* command = app.add_subcommand("sign-out", "Remove tokens, session and user id");
+    command->footer("Example:\n  vela-companion sign-out");
+    command->callback([] { run(host::signOut); });
+}
+
+void addStatus(CLI::App& app) {
+    auto* command = app.add_subcommand("status", "Say what is stored; never prints a token");
+    command->footer("Example:\n  vela-companion status");
+    command->callback([] { run([] { results().write(host::signInStatus()); }); });
+}
+
+void addDefaults(CLI::App& app, Options& options) {
+    auto* defaults = app.add_subcommand("defaults", "Read and write the shared defaults");
+    defaults->require_subcommand(1);
+    defaults->footer("Example:\n  vela-companion defaults write PONTAL_URL http://127.0.0.1:8080");
+
+    auto* read = defaults->add_subcommand("read", "Print a value; exits 1 when there is none");
+    read->add_option("KEY", options.key, "The value's key")->required();
+    read->footer("Example:\n  vela-companion defaults read PONTAL_URL");
+    read->callback([&options] {
+        run([&] {
+            const auto text = host::defaultsText(options.key);
+            if (!text) throw host::CompanionError("there is no value under " + options.key);
+            results().write(*text + "\n");
+        });
+    });
+
+    auto* write = defaults->add_subcommand("write", "Store a value");
+    write->add_option("KEY", options.key, "The value's key")->required();
+    write->add_option("VALUE", options.value, "The value; one that begins with a dash follows --")
+        ->required();
+    write->add_flag("--integer", options.integer, "Store a number, not a text");
+    write->footer(
+        "Example:\n  vela-companion defaults write userId 12345\n"
+        "  vela-companion defaults write --integer count -- -7");
+    write->callback([&options] {
+        run([&options] {
+            host::writeDefaults(options.key, options.integer ? host::integerValue(options.value)
+                                                             : boost::json::value(options.value));
+        });
+    });
+
+    auto* remove = defaults->add_subcommand("delete", "Remove a value");
+    remove->add_option("KEY", options.key, "The value's key")->required();
+    remove->footer("Example:\n  vela-companion defaults delete PONTAL_URL");
+    remove->callback([&options] { run([&options] { host::deleteDefaults(options.key); }); });
+}
+
+void addOpen(CLI::App& app, Options& options) {
+    auto* command = app.add_subcommand("open", "Open a link of the widget's in the browser");
+    command->add_option("URL", options.link, "The link")->required();
+    command->add_flag("--print", options.printOnly, "Print the page's address instead of opening it");
+    command->footer("Example:\n  vela-companion open velaapp://order/1234");
+    command->callback([&options] {
+        run([&] {
+            const auto link = platform::URL::parse(options.link);
+            if (!link) throw host::CompanionError("this is no URL");
+            const auto page = host::pageFor(*link);
+            if (options.printOnly)
+                results().write(page.absoluteString() + "\n");
+            else
+                host::openPage(page);
+        });
+    });
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    platform::forbidCoreFiles();
+    CLI::App app("The companion's part for the widget: signing in and out, and its settings.",
+                 "vela-companion");
+    app.set_version_flag("--version", VELA_VERSION);
+    app.require_subcommand(1);
+    app.footer("Example:\n  vela-sandbox --print-credentials | vela-companion sign-in");
+
+    Options options;
+    addSignIn(app, options);
+    addSignOut(app);
+    addStatus(app);
+    addDefaults(app, options);
+    addOpen(app, options);
+    return host::runCommandLine(app, count, arguments);
+}
