@@ -1,0 +1,85 @@
+#include "host/MessageChannel.hpp"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/io_context.hpp>
+#include <functional>
+
+namespace host {
+namespace {
+
+namespace asio = boost::asio;
+
+class MessageChannelTest : public testing::Test {
+  protected:
+    MessageChannelTest() { EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets_), 0); }
+
+    void run(std::function<asio::awaitable<void>()> test) {
+        asio::co_spawn(context_, test(), [](const std::exception_ptr& error) {
+            if (error) std::rethrow_exception(error);
+        });
+        context_.run();
+    }
+
+    std::shared_ptr<MessageChannel> channel(int end) {
+        return MessageChannel::over(context_.get_executor(), sockets_[end]);
+    }
+
+    void sendRaw(std::string_view bytes) {
+        EXPECT_EQ(::write(sockets_[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        ::close(sockets_[1]);
+    }
+
+    asio::io_context context_;
+    int sockets_[2];
+};
+
+TEST_F(MessageChannelTest, CarriesBodiesAndAttachmentsInOrder) {
+    run([this]() -> asio::awaitable<void> {
+        const auto host = channel(0);
+        const auto extension = channel(1);
+        const std::string drawing(3 << 20, 'p');
+        host->send({.body = {{"id", 1}}});
+        host->send({.body = {{"id", 2}}, .attachment = drawing});
+        const auto first = co_await extension->receive();
+        const auto second = co_await extension->receive();
+        EXPECT_EQ(first.body.at("id"), 1);
+        EXPECT_EQ(first.attachment, "");
+        EXPECT_EQ(second.body.at("id"), 2);
+        EXPECT_EQ(second.attachment, drawing);
+        extension->send({.body = {{"id", 2}, {"finished", true}}});
+        const auto reply = co_await host->receive();
+        EXPECT_EQ(reply.body.at("finished"), true);
+    });
+}
+
+TEST_F(MessageChannelTest, HangsUpOnAnotherVersionOfTheProtocol) {
+    sendRaw(std::string("\0\0\0\x0e\0\0\0\0", 8) + R"({"protocol":2})");
+    EXPECT_THROW(run([this]() -> asio::awaitable<void> { co_await channel(0)->receive(); }), ProtocolError);
+}
+
+TEST_F(MessageChannelTest, HangsUpOnAFrameBeyondTheBounds) {
+    sendRaw(std::string_view("\xff\xff\xff\xff\0\0\0\0", 8));
+    EXPECT_THROW(run([this]() -> asio::awaitable<void> { co_await channel(0)->receive(); }), ProtocolError);
+}
+
+TEST_F(MessageChannelTest, SaysThatTheOtherSideHasGone) {
+    sendRaw(std::string_view("\0\0\0\x10\0", 5));
+    EXPECT_THROW(run([this]() -> asio::awaitable<void> { co_await channel(0)->receive(); }),
+                 boost::system::system_error);
+}
+
+TEST_F(MessageChannelTest, OutlivesAReaderThatIsGoneWhileItSends) {
+    ::close(sockets_[1]);
+    run([this]() -> asio::awaitable<void> {
+        const auto host = channel(0);
+        host->send({.body = {}, .attachment = std::string(1 << 20, 'x')});
+        co_await host->flush();
+    });
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,215 @@
+#include "server/PackageFetch.hpp"
+
+#include "tests/server/AccountServerTwin.hpp"
+
+namespace server {
+namespace {
+
+constexpr const char* refreshed =
+    R"({"data":{"accessTokenRefresh":{"authPayload":{"accessToken":"new access","refreshToken":"new refresh",)"
+    R"("__typename":"Auth"},"userErrors":[],"__typename":"AccessTokenRefreshPayload"},"__typename":"Mutation"}})";
+
+std::string refreshAnswer(const std::string& payload, const std::string& errors) {
+    return R"({"data":{"accessTokenRefresh":{"authPayload":)" + payload + R"(,"userErrors":)" + errors +
+           R"(,"__typename":"AccessTokenRefreshPayload"},"__typename":"Mutation"}})";
+}
+
+std::string delivery(const std::string& id) {
+    return R"({"__typename":"Delivery","id":")" + id +
+           R"(","status":"IN_TRANSIT","state":"CURRENT","customName":")" + id +
+           R"(","deliveryFlags":[],"exceptions":[]})";
+}
+
+std::string order(const std::string& id) {
+    return R"({"__typename":"Order","id":")" + id +
+           R"(","createdAt":"2024-05-01T12:00:00+0000","displayStatus":"paid","deliveryStatus":"pending",)"
+           R"("lineItems":{"nodes":[],"__typename":"OrderLineItemConnection"},"shop":{"name":")" +
+           id + R"(","__typename":"Shop"},"trackers":{"nodes":[],"__typename":"TrackerConnection"}})";
+}
+
+std::string list(const std::vector<std::string>& nodes) {
+    std::string text = R"({"data":{"deliveriesOrdersList":{"nodes":[)";
+    for (const auto& node : nodes) text += (&node == &nodes.front() ? "" : ",") + node;
+    return text + R"(],"__typename":"DeliveriesOrdersListConnection"},"__typename":"Query"}})";
+}
+
+class PackageFetchTest : public AccountServerTwin {
+  protected:
+    std::optional<presentation::PackageList> fetched() { return awaited(fetch.fetchPackages()); }
+
+    /// The case that a fetch fails with.
+    std::string failure() {
+        try {
+            fetched();
+            return "none";
+        } catch (const FetchPackagesError& error) {
+            return error.what();
+        }
+    }
+
+    std::string refreshFailure() {
+        try {
+            awaited(fetch.refreshAccessToken());
+            return "none";
+        } catch (const RefreshTokenError& error) {
+            return error.what();
+        }
+    }
+
+    std::vector<std::string> bodies() {
+        std::vector<std::string> operations;
+        for (const auto& request : session->requests())
+            operations.push_back(request.httpBody.find("mutation RefreshAccessToken") != std::string::npos
+                                     ? "mutation"
+                                     : "query");
+        return operations;
+    }
+
+    std::string stored(const char* key) {
+        return tokenKeychain().withExclusiveAccess(
+            [&](const Keychain& keychain) { return keychain.stringValue(key).value_or("none"); });
+    }
+
+    PackageFetch fetch{connectivity};
+};
+
+TEST_F(PackageFetchTest, KeepsTheServersOrderAndDropsItemsOfUnknownKind) {
+    signIn("access", "refresh");
+    session->answer(200,
+                    list({delivery("a"), R"({"__typename":"Article","id":"x"})", order("b"), delivery("c")}));
+    const auto packages = fetched();
+    ASSERT_TRUE(packages);
+    std::vector<std::string> names;
+    for (const auto& package : *packages) names.push_back(package->shopName());
+    EXPECT_EQ(names, (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(bodies(), std::vector<std::string>{"query"});
+}
+
+TEST_F(PackageFetchTest, GivesAnEmptyListWithoutAnErrorWhereThereIsNothing) {
+    for (const auto& body :
+         {list({}), std::string(R"({"data":{"__typename":"Query","deliveriesOrdersList":null}})")}) {
+        session->answer(200, body);
+        EXPECT_TRUE(fetched()->empty());
+    }
+}
+
+TEST_F(PackageFetchTest, RenewsThePairAfterA401AndFailsWithNoPackagesFound) {
+    signIn("old access", "old refresh");
+    session->answer(401, "");
+    session->answer(200, refreshed);
+    EXPECT_EQ(failure(), "noPackagesFound");
+    EXPECT_EQ(bodies(), (std::vector<std::string>{"query", "mutation"}));
+    EXPECT_EQ(stored("accessToken"), "new access");
+    EXPECT_EQ(stored("refreshToken"), "new refresh");
+    EXPECT_NE(session->requests()[1].httpBody.find("old refresh"), std::string::npos);
+}
+
+TEST_F(PackageFetchTest, SendsTheRenewedTokenWithTheNextFetch) {
+    signIn("old access", "old refresh");
+    session->answer(401, "");
+    session->answer(200, refreshed);
+    session->answer(200, list({}));
+    EXPECT_EQ(failure(), "noPackagesFound");
+    EXPECT_TRUE(fetched()->empty());
+    EXPECT_EQ(session->requests()[2].value("authorization"), "Bearer new access");
+}
+
+TEST_F(PackageFetchTest, SendsNothingAfterTheQueryWithoutARefreshToken) {
+    session->answer(401, "");
+    EXPECT_EQ(failure(), "refreshTokenError");
+    EXPECT_EQ(bodies(), std::vector<std::string>{"query"});
+}
+
+TEST_F(PackageFetchTest, FailsWithRefreshTokenErrorWhileOffline) {
+    signIn("access", "refresh");
+    session->answer(platform::URLErrorCode::cannotConnectToHost);
+    session->answer(platform::URLErrorCode::cannotConnectToHost);
+    EXPECT_EQ(failure(), "refreshTokenError");
+    EXPECT_EQ(bodies(), (std::vector<std::string>{"query", "mutation"}));
+    EXPECT_EQ(stored("refreshToken"), "refresh");
+}
+
+TEST_F(PackageFetchTest, RenewsAfterAnyFailureOfTheQuery) {
+    for (const auto* body :
+         {"not JSON", R"({"data":null})", R"({"data":{}})", R"({"errors":[{"message":"Unauthorized"}]})"}) {
+        signIn("access", "refresh");
+        session->answer(200, body);
+        session->answer(200, refreshed);
+        EXPECT_EQ(failure(), "noPackagesFound") << body;
+    }
+}
+
+TEST_F(PackageFetchTest, StoresNothingForAnInvalidRefreshToken) {
+    signIn("access", "refresh");
+    const std::string payload = R"({"accessToken":"a","refreshToken":"b","__typename":"Auth"})";
+    const std::string invalid = R"([{"message":"other","__typename":"UserError"},)"
+                                R"({"message":"invalid_refresh_token","__typename":"UserError"}])";
+    for (const auto& answer : {refreshAnswer("null", invalid), refreshAnswer(payload, invalid)}) {
+        session->answer(200, answer);
+        EXPECT_EQ(refreshFailure(), "unknown");
+        session->answer(401, "");
+        session->answer(200, answer);
+        EXPECT_EQ(failure(), "refreshTokenError");
+        EXPECT_EQ(stored("accessToken"), "access");
+        EXPECT_EQ(stored("refreshToken"), "refresh");
+    }
+}
+
+TEST_F(PackageFetchTest, ComparesTheUserErrorWhole) {
+    signIn("access", "refresh");
+    const std::string payload = R"({"accessToken":"a","refreshToken":"b","__typename":"Auth"})";
+    for (const auto* message :
+         {"invalid_refresh_token ", "Invalid_refresh_token", "invalid_refresh_tokens", ""}) {
+        const auto errors = R"([{"message":")" + std::string(message) + R"(","__typename":"UserError"}])";
+        session->answer(200, refreshAnswer(payload, errors));
+        EXPECT_EQ(refreshFailure(), "none") << message;
+        session->answer(200, refreshAnswer("null", errors));
+        EXPECT_EQ(refreshFailure(), "unknown") << message;
+    }
+    EXPECT_EQ(stored("accessToken"), "a");
+}
+
+TEST_F(PackageFetchTest, FailsTheRefreshAsUnknownForEveryOtherFailure) {
+    signIn("access", "refresh");
+    session->answer(401, refreshed);
+    EXPECT_EQ(refreshFailure(), "unknown");
+    session->answer(200, "not JSON");
+    EXPECT_EQ(refreshFailure(), "unknown");
+    session->answer(platform::URLErrorCode::timedOut);
+    EXPECT_EQ(refreshFailure(), "unknown");
+    session->answer(200, refreshAnswer("null", "[]"));
+    EXPECT_EQ(refreshFailure(), "unknown");
+}
+
+TEST_F(PackageFetchTest, FailsTheRefreshBeforeAnyRequestWithoutARefreshToken) {
+    EXPECT_EQ(refreshFailure(), "missingRefreshToken");
+    EXPECT_TRUE(session->requests().empty());
+}
+
+TEST_F(PackageFetchTest, MovesALegacyRefreshTokenBeforeItIsUsed) {
+    legacyTokenKeychain().setData(platform::Data{"old place"}, "refreshToken");
+    session->answer(200, refreshed);
+    EXPECT_EQ(refreshFailure(), "none");
+    EXPECT_NE(session->requests()[0].httpBody.find("old place"), std::string::npos);
+    EXPECT_TRUE(legacyTokenKeychain().allItems().empty());
+    EXPECT_EQ(stored("refreshToken"), "new refresh");
+}
+
+TEST_F(PackageFetchTest, StoresTheAccessTokenFirst) {
+    platform::testing::InMemoryItemStore fresh;
+    const platform::SecItemStore::Override freshInForce(fresh);
+    legacyTokenKeychain().setData(platform::Data{"x"}, "refreshToken");
+    session->answer(200, refreshed);
+    awaited(fetch.refreshAccessToken());
+    tokenKeychain().withExclusiveAccess([](const Keychain& keychain) {
+        // The refresh token moved here from the legacy place before anything was sent, so it is the older
+        // item.
+        const auto items = keychain.allItems();
+        ASSERT_EQ(items.size(), 2u);
+        EXPECT_LE(keychain.itemWithKey("accessToken")->modificationDate,
+                  keychain.itemWithKey("refreshToken")->modificationDate);
+    });
+}
+
+}  // namespace
+}  // namespace server
