@@ -22,9 +22,10 @@ void set(const std::string& name, const std::optional<std::string>& value) {
 
 }  // namespace
 
-ScopedEnvironment::ScopedEnvironment(const std::map<std::string, std::optional<std::string>>& variables) {
+ScopedEnvironment::ScopedEnvironment(
+    std::initializer_list<std::pair<std::string, std::optional<std::string>>> variables) {
     for (const auto& [name, wanted] : variables) {
-        previous_[name] = value(name);
+        previous_.emplace(name, value(name));
         set(name, wanted);
     }
 }

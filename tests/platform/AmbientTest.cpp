@@ -1,0 +1,170 @@
+#include "platform/Date/Ambient.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "platform/Calendar/TimeZone.hpp"
+#include "platform/Date/SystemAmbient.hpp"
+#include "tests/support/FixedAmbient.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+namespace platform {
+namespace {
+
+using testing::FixedAmbient;
+using testing::instant;
+using testing::ScopedEnvironment;
+using testing::TemporaryFolder;
+
+using Languages = std::vector<std::string>;
+
+TEST(SystemAmbient, TakesTheZoneFromTZ) {
+    struct Row {
+        const char* variable;
+        const char* identifier;
+    };
+    for (const auto& [variable, identifier] : {
+             Row{"America/New_York", "America/New_York"},
+             Row{":America/New_York", "America/New_York"},
+             Row{"/usr/share/zoneinfo/Asia/Kolkata", "Asia/Kolkata"},
+             Row{":/usr/share/zoneinfo/Pacific/Auckland", "Pacific/Auckland"},
+             Row{"posix/Japan", "Japan"},
+             Row{"/usr/share/zoneinfo/right/Europe/Paris", "Europe/Paris"},
+             Row{"UTC", "UTC"},
+             Row{"EST5EDT", "EST5EDT"},
+         }) {
+        const ScopedEnvironment environment({{"TZ", variable}});
+        EXPECT_EQ(SystemAmbient().timeZoneIdentifier(), identifier) << variable;
+    }
+}
+
+TEST(SystemAmbient, IsInGreenwichForATZThatNamesNoZone) {
+    for (const std::string variable : {"Foo/Bar", "", "../../etc/passwd", "\xff\xfe"}) {
+        const ScopedEnvironment environment({{"TZ", variable}});
+        const auto zone = TimeZone::named(SystemAmbient().timeZoneIdentifier());
+        EXPECT_EQ(zone.secondsFromGMT(Date::sinceReferenceDate(0)), 0) << variable;
+    }
+}
+
+TEST(SystemAmbient, SurvivesAnEndlessTZ) {
+    const ScopedEnvironment environment({{"TZ", std::string(60'000, 'A')}});
+    EXPECT_FALSE(SystemAmbient().timeZoneIdentifier().empty());
+}
+
+TEST(SystemAmbient, SeesAChangeOfTZAtOnce) {
+    const SystemAmbient ambient;
+    const ScopedEnvironment first({{"TZ", "Asia/Tokyo"}});
+    EXPECT_EQ(ambient.timeZoneIdentifier(), "Asia/Tokyo");
+    const ScopedEnvironment second({{"TZ", "Asia/Seoul"}});
+    EXPECT_EQ(ambient.timeZoneIdentifier(), "Asia/Seoul");
+}
+
+class ZoneFile {
+  public:
+    explicit ZoneFile(const std::string& zone) { leadTo(zone); }
+    void leadTo(const std::string& zone) const {
+        std::filesystem::remove(path());
+        std::filesystem::create_symlink(folder_.write("zoneinfo/" + zone, ""), path());
+    }
+    std::filesystem::path path() const { return folder_.path() / "localtime"; }
+
+  private:
+    TemporaryFolder folder_;
+};
+
+TEST(SystemAmbient, TakesTheZoneFromTheZoneFileWithoutTZ) {
+    const ScopedEnvironment environment({{"TZ", std::nullopt}});
+    const ZoneFile file("Pacific/Auckland");
+    EXPECT_EQ(SystemAmbient({.zoneFile = file.path()}).timeZoneIdentifier(), "Pacific/Auckland");
+}
+
+TEST(SystemAmbient, SeesAChangeOfTheZoneFileAtTheNextCheck) {
+    const ScopedEnvironment environment({{"TZ", std::nullopt}});
+    const ZoneFile file("Pacific/Auckland");
+    const SystemAmbient ambient({.zoneFile = file.path(), .zoneCheckInterval = {}});
+    EXPECT_EQ(ambient.timeZoneIdentifier(), "Pacific/Auckland");
+    file.leadTo("Europe/Paris");
+    EXPECT_EQ(ambient.timeZoneIdentifier(), "Europe/Paris");
+}
+
+TEST(SystemAmbient, LooksAtTheZoneFileNoOftenerThanItIsTold) {
+    const ScopedEnvironment environment({{"TZ", std::nullopt}});
+    const ZoneFile file("Pacific/Auckland");
+    const SystemAmbient ambient({.zoneFile = file.path(), .zoneCheckInterval = std::chrono::hours(1)});
+    EXPECT_EQ(ambient.timeZoneIdentifier(), "Pacific/Auckland");
+    file.leadTo("Europe/Paris");
+    EXPECT_EQ(ambient.timeZoneIdentifier(), "Pacific/Auckland");
+}
+
+TEST(SystemAmbient, HasAZoneWithoutAZoneFile) {
+    const ScopedEnvironment environment({{"TZ", std::nullopt}});
+    EXPECT_FALSE(SystemAmbient({.zoneFile = "/nonexistent/localtime"}).timeZoneIdentifier().empty());
+}
+
+TEST(SystemAmbient, TakesTheLocaleFromTheFirstVariableThatIsSet) {
+    const ScopedEnvironment lang({{"LC_ALL", std::nullopt}, {"LC_TIME", ""}, {"LANG", "ja_JP.UTF-8"}});
+    EXPECT_EQ(Ambient::system().localeIdentifier(), "ja_JP");
+    const ScopedEnvironment time({{"LC_TIME", "sr_RS@latin"}});
+    EXPECT_EQ(Ambient::system().localeIdentifier(), "sr_Latn_RS");
+    const ScopedEnvironment all({{"LC_ALL", "de_DE.UTF-8@euro"}});
+    EXPECT_EQ(Ambient::system().localeIdentifier(), "de_DE");
+}
+
+TEST(SystemAmbient, HasThePosixLocaleForCAndForNone) {
+    using Value = std::optional<std::string>;
+    for (const auto& value : {Value("C"), Value("C.UTF-8"), Value("POSIX"), Value("../x"), Value()}) {
+        const ScopedEnvironment environment({{"LC_ALL", value}, {"LC_TIME", {}}, {"LANG", {}}});
+        EXPECT_EQ(Ambient::system().localeIdentifier(), "en_US_POSIX");
+    }
+}
+
+TEST(SystemAmbient, TakesTheLanguagesFromTheListElseFromTheLocale) {
+    struct Row {
+        std::optional<std::string> language, all, messages, lang;
+        Languages expected;
+    };
+    const Row rows[] = {
+        {"en_GB:de:fr_FR.UTF-8", "ja_JP", {}, {}, {"en-GB", "de", "fr-FR"}},
+        {"en_GB::en_GB:C:!:de", {}, {}, {}, {"en-GB", "de"}},
+        {"", "ja_JP.UTF-8", "de_DE", "fr_FR", {"ja-JP"}},
+        {{}, {}, "de_DE.UTF-8", "fr_FR", {"de-DE"}},
+        {{}, {}, {}, "sr_RS.UTF-8@latin", {"sr-Latn-RS"}},
+        {{}, "C.UTF-8", {}, "fr_FR", {}},
+        {"POSIX", {}, {}, "fr_FR", {}},
+        {{}, {}, {}, {}, {}},
+    };
+    for (const auto& row : rows) {
+        const ScopedEnvironment environment({{"LANGUAGE", row.language},
+                                             {"LC_ALL", row.all},
+                                             {"LC_MESSAGES", row.messages},
+                                             {"LANG", row.lang}});
+        EXPECT_EQ(Ambient::system().preferredLanguages(), row.expected) << row.language.value_or("-");
+    }
+}
+
+TEST(SystemAmbient, TellsTheTimeOfTheRealTimeClock) {
+    const auto before = std::chrono::system_clock::now().time_since_epoch();
+    const double now = Ambient::system().now().timeIntervalSince1970();
+    const auto after = std::chrono::system_clock::now().time_since_epoch();
+    EXPECT_GE(now, std::chrono::duration<double>(before).count() - 1e-6);
+    EXPECT_LE(now, std::chrono::duration<double>(after).count() + 1e-6);
+}
+
+TEST(Ambient, IsTheOverrideWhileThereIsOneAndTheSystemsAfterwards) {
+    EXPECT_EQ(&Ambient::current(), &Ambient::system());
+    {
+        const FixedAmbient outer({.now = "2024-01-01T00:00:00Z", .timeZone = "Asia/Kolkata"});
+        EXPECT_EQ(Date::now(), instant("2024-01-01T00:00:00Z"));
+        {
+            const FixedAmbient inner({.now = "1999-01-01T00:00:00Z"});
+            EXPECT_EQ(Date::now(), instant("1999-01-01T00:00:00Z"));
+        }
+        EXPECT_EQ(TimeZone::current(), TimeZone::named("Asia/Kolkata"));
+    }
+    EXPECT_EQ(&Ambient::current(), &Ambient::system());
+}
+
+}  // namespace
+}  // namespace platform
