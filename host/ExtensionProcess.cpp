@@ -185,18 +185,35 @@ asio::awaitable<void> ExtensionProcess::passOutputOn(std::shared_ptr<ExtensionPr
     extension->outputEnd_.cancel();
 }
 
-asio::awaitable<void> ExtensionProcess::end(std::chrono::milliseconds limit) {
+asio::awaitable<std::optional<int>> ExtensionProcess::end(std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
     co_await channel_->flush();
     channel_->close();
     // The extension's end of the pipe closes when it ends, so the end of its output is its own.
     if (!hasPassedOutputOn_) {
-        outputEnd_.expires_after(limit);
+        outputEnd_.expires_at(deadline);
         error_code ignored;
         co_await outputEnd_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
     }
     isRunning_ = false;
+    const auto status = co_await waitForExit(deadline);
     kill();
     output_.close();
+    co_return status;
+}
+
+asio::awaitable<std::optional<int>> ExtensionProcess::waitForExit(
+    std::chrono::steady_clock::time_point deadline) {
+    constexpr std::chrono::milliseconds pause(1);
+    int status = 0;
+    while (process_ > 0 && ::waitpid(process_, &status, WNOHANG) == 0) {
+        if (std::chrono::steady_clock::now() > deadline) co_return std::nullopt;
+        asio::steady_timer turn(output_.get_executor(), pause);
+        co_await turn.async_wait(asio::use_awaitable);
+    }
+    process_ = -1;
+    if (!WIFEXITED(status)) co_return std::nullopt;
+    co_return WEXITSTATUS(status);
 }
 
 }  // namespace host

@@ -15,6 +15,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -49,9 +50,9 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     /// Throws ExtensionError when the extension goes away before it answers, or answers with an error.
     boost::asio::awaitable<Message> ask(ExtensionRequest request);
 
-    /// Hangs up and waits until the extension has ended and all that it printed has been passed on; one that
-    /// has not ended within `limit` is killed.
-    boost::asio::awaitable<void> end(std::chrono::milliseconds limit = std::chrono::seconds(1));
+    /// Hangs up and waits until all that the extension printed has been passed on and it has ended; one that
+    /// has not ended within `limit` is killed. Gives its exit status, nothing for one that a signal ended.
+    boost::asio::awaitable<std::optional<int>> end(std::chrono::milliseconds limit = std::chrono::seconds(1));
 
   private:
     struct PendingReply;
@@ -60,6 +61,7 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
                      LineHandler onOutputLine);
     static boost::asio::awaitable<void> readReplies(std::shared_ptr<ExtensionProcess> extension);
     static boost::asio::awaitable<void> passOutputOn(std::shared_ptr<ExtensionProcess> extension);
+    boost::asio::awaitable<std::optional<int>> waitForExit(std::chrono::steady_clock::time_point deadline);
     void kill();
 
     pid_t process_;

@@ -1,0 +1,190 @@
+#include "host/ExtensionProcess.hpp"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <thread>
+
+#include "tests/host/Person.hpp"
+#include "tests/support/Awaited.hpp"
+#include "tests/support/LoopbackServer.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+
+namespace host {
+namespace {
+
+namespace asio = boost::asio;
+using platform::testing::eventually;
+using platform::testing::httpReply;
+using platform::testing::LoopbackServer;
+using platform::testing::ReceivedRequest;
+using platform::testing::ScopedEnvironment;
+
+constexpr const char* nothing = R"({"data":{"__typename":"Query"}})";
+
+class ExtensionProcessTest : public Person {
+  protected:
+    /// Started with the person's environment, asked by `test`, and ended.
+    template <typename Test>
+    void withExtension(const std::string& baseURL, Test test) {
+        const ScopedEnvironment scope(
+            {{"XDG_DATA_HOME", environment["XDG_DATA_HOME"]}, {"BASE_URL", baseURL}});
+        const auto run = [this, &test]() -> asio::awaitable<void> {
+            const auto executor = co_await asio::this_coro::executor;
+            const auto extension =
+                ExtensionProcess::start(executor, platform::testing::programFolder() / "VelaWidgetExtension",
+                                        [this](std::string_view line) { lines.emplace_back(line); });
+            co_await test(extension);
+            co_await extension->end();
+        };
+        platform::testing::awaited(run());
+    }
+
+    static std::string baseURL(const LoopbackServer& server) {
+        return "http://127.0.0.1:" + std::to_string(server.port());
+    }
+
+    std::vector<std::string> lines;
+};
+
+TEST_F(ExtensionProcessTest, AnswersPlaceholderAndDeclaration) {
+    withExtension("http://127.0.0.1:9", [](auto extension) -> asio::awaitable<void> {
+        const ExtensionRequest declaration = {.kind = ExtensionRequest::Kind::declaration};
+        const auto first = co_await extension->ask(declaration);
+        EXPECT_EQ(first.body.at("declaration").at("kind"), "TrackingWidget");
+        const ExtensionRequest placeholder = {.kind = ExtensionRequest::Kind::placeholder};
+        const auto second = co_await extension->ask(placeholder);
+        EXPECT_EQ(second.body.at("entry").at("state"), "loggedIn");
+    });
+}
+
+TEST_F(ExtensionProcessTest, ServesSeveralTimelinesAtOnce) {
+    // No reply goes out before every query has come in: served one after another, none would end.
+    constexpr std::size_t count = 5;
+    const LoopbackServer* self = nullptr;
+    const LoopbackServer server([&self](const ReceivedRequest&, LoopbackServer::Peer& peer) {
+        eventually([&] { return self && self->requests().size() >= count; });
+        peer.send(httpReply(200, nothing));
+    });
+    self = &server;
+    withExtension(baseURL(server), [](auto extension) -> asio::awaitable<void> {
+        const auto executor = co_await asio::this_coro::executor;
+        std::vector<std::optional<Message>> replies(count);
+        const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
+        for (std::size_t index = 1; index < count; ++index)
+            asio::co_spawn(executor, platform::testing::keepResult(extension->ask(request), replies[index]),
+                           asio::detached);
+        replies[0] = co_await extension->ask(request);
+        asio::steady_timer pause(executor);
+        while (!std::all_of(replies.begin(), replies.end(),
+                            [](const auto& reply) { return reply.has_value(); })) {
+            pause.expires_after(std::chrono::milliseconds(5));
+            co_await pause.async_wait(asio::use_awaitable);
+        }
+        for (const auto& reply : replies)
+            EXPECT_EQ(reply->body.at("timeline").at("entries").at(0).at("state"), "noPackages");
+    });
+    EXPECT_EQ(server.requests().size(), count);
+}
+
+TEST_F(ExtensionProcessTest, ReusesItsConnectionAndSurvivesOneThatWasClosedInBetween) {
+    const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        peer.send(httpReply(200, nothing));
+        if (request.connection == 0 && request.target() == "/graphql") return;
+        peer.close();
+    });
+    withExtension(baseURL(server), [](auto extension) -> asio::awaitable<void> {
+        const ExtensionRequest request = {.kind = ExtensionRequest::Kind::snapshot};
+        for (int time = 0; time < 4; ++time) {
+            const auto reply = co_await extension->ask(request);
+            EXPECT_EQ(reply.body.at("entry").at("state"), "noPackages");
+        }
+    });
+}
+
+TEST_F(ExtensionProcessTest, PassesEveryPrintedLineOnBeforeItEnds) {
+    const LoopbackServer server(httpReply(200, nothing));
+    withExtension(baseURL(server), [](auto extension) -> asio::awaitable<void> {
+        const ExtensionRequest request = {.kind = ExtensionRequest::Kind::snapshot};
+        co_await extension->ask(request);
+    });
+    EXPECT_EQ(lines, (std::vector<std::string>{"Failed to fetch item accessToken with reason itemNotFound",
+                                               "Failed to fetch item accessToken with reason itemNotFound",
+                                               "Failed to fetch item session with reason itemNotFound"}));
+}
+
+TEST_F(ExtensionProcessTest, FailsWhatWasAskedWhenTheExtensionDies) {
+    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.stall(); });
+    withExtension(baseURL(server), [&](auto extension) -> asio::awaitable<void> {
+        std::thread killer([&server, process = extension->processIdentifier()] {
+            server.waitForRequests(1);
+            ::kill(process, SIGKILL);
+        });
+        bool hasFailed = false;
+        try {
+            const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
+            co_await extension->ask(request);
+        } catch (const ExtensionError&) {
+            hasFailed = true;
+        }
+        killer.join();
+        EXPECT_TRUE(hasFailed);
+        EXPECT_FALSE(extension->isRunning());
+    });
+}
+
+TEST_F(ExtensionProcessTest, SaysSoWhenThereIsNoExtensionToStart) {
+    asio::io_context context;
+    EXPECT_THROW(ExtensionProcess::start(context.get_executor(), "/nowhere/VelaWidgetExtension", nullptr),
+                 ExtensionError);
+}
+
+TEST_F(ExtensionProcessTest, EndsWithinASecondOfItsHostHangingUp) {
+    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.stall(); });
+    const ScopedEnvironment scope(
+        {{"XDG_DATA_HOME", environment["XDG_DATA_HOME"]}, {"BASE_URL", baseURL(server)}});
+    asio::io_context context;
+    auto extension = ExtensionProcess::start(context.get_executor(),
+                                             platform::testing::programFolder() / "VelaWidgetExtension",
+                                             [](std::string_view) {});
+    const auto ask = [](std::shared_ptr<ExtensionProcess> process) -> asio::awaitable<void> {
+        const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
+        try {
+            co_await process->ask(request);
+        } catch (const ExtensionError&) {
+        }
+    };
+    asio::co_spawn(context, ask(extension), asio::detached);
+    ASSERT_TRUE(eventually([&] {
+        context.poll();
+        return !server.requests().empty();
+    }));
+    std::optional<std::optional<int>> status;
+    asio::co_spawn(context, platform::testing::keepResult(extension->end(std::chrono::seconds(1)), status),
+                   asio::detached);
+    context.run();
+    EXPECT_EQ(status, std::optional(std::optional(0))) << "it had to be killed";
+}
+
+TEST(VelaWidgetExtension, RefusesToRunWithoutAHost) {
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {}, {"--host-socket=99"}, {"--host-socket=x"}, {"--host-socket=0"}, {"--nonsense"}}) {
+        ProgramRun run = {.program = "VelaWidgetExtension"};
+        run.arguments = arguments;
+        EXPECT_EQ(run.run().status, 2);
+    }
+    ProgramRun help = {.program = "VelaWidgetExtension"};
+    help.arguments = {"--help"};
+    EXPECT_EQ(help.run().status, 0);
+}
+
+}  // namespace
+}  // namespace host
