@@ -60,8 +60,13 @@ struct Stack {
     Axis axis;
     Alignment alignment;
     double spacing;
-    Overflow overflow;
     std::vector<View> children;
+};
+struct RowsThatFit {
+    Alignment alignment;
+    double spacing;
+    std::size_t count;
+    std::function<View(std::size_t)> row;
 };
 struct LayeredStack {
     Alignment alignment;
@@ -118,9 +123,9 @@ struct Inheriting {
 struct Element {
     std::variant<element::Empty, element::Text, element::AssetImage, element::BitmapImage, element::Rectangle,
                  element::RoundedRectangle, element::LinearGradient, element::Divider, element::Spacer,
-                 element::Stack, element::LayeredStack, element::GeometryReader, element::Framed,
-                 element::Padded, element::Offset, element::Layered, element::Clipped, element::Prioritised,
-                 element::Linked, element::OnContainer, element::Inheriting>
+                 element::Stack, element::RowsThatFit, element::LayeredStack, element::GeometryReader,
+                 element::Framed, element::Padded, element::Offset, element::Layered, element::Clipped,
+                 element::Prioritised, element::Linked, element::OnContainer, element::Inheriting>
         kind;
 };
 

@@ -159,6 +159,39 @@ class LayoutPass {
     /// Outside of a stack there is nothing to push apart.
     Layout lay(const Question& question, const element::Spacer&) { return question.answer({}); }
 
+    Layout lay(const Question& question, const element::RowsThatFit& rows) {
+        const std::optional<double> room = question.proposal.height;
+        if (room && (*room <= 0 || !std::isfinite(*room))) {
+            return question.answer({question.proposal.width.value_or(0), *room});
+        }
+        std::vector<PlacedLayout> shown;
+        Size content;
+        for (std::size_t index = 0; index < rows.count; ++index) {
+            const View& view = row(rows, index);
+            const double top = index == 0 ? 0 : content.height + rows.spacing;
+            LayoutPointer next = layout(view, {question.proposal.width, std::nullopt}, question.inherited);
+            if (room && top + next->size.height > *room + tolerance) {
+                if (index > 0) break;
+                next = inside(question, view);
+            }
+            shown.push_back({{0, top}, next});
+            content = {std::max(content.width, next->size.width), top + next->size.height};
+        }
+        const Size size{question.proposal.width.value_or(content.width), room.value_or(content.height)};
+        const double down = aligned(content, rows.alignment, size).y;
+        for (PlacedLayout& child : shown) {
+            child.origin = {aligned(child.layout->size, rows.alignment, size).x, child.origin.y + down};
+        }
+        return question.answer(size, std::move(shown));
+    }
+
+    /// Rows are made once, however often they are asked for.
+    const View& row(const element::RowsThatFit& rows, std::size_t index) {
+        std::deque<View>& made = rows_[&rows];
+        while (made.size() <= index) made.push_back(rows.row(made.size()));
+        return made[index];
+    }
+
     Layout lay(const Question& question, const element::LayeredStack& stack) {
         std::vector<PlacedLayout> children;
         Size size;
@@ -251,8 +284,7 @@ class LayoutPass {
     }
 
     Layout lay(const Question& question, const element::Stack& stack) {
-        const std::vector<LayoutPointer> children =
-            stack.overflow == Overflow::leftOut ? fitting(question, stack) : sharing(question, stack);
+        const std::vector<LayoutPointer> children = sharing(question, stack);
         const Axis axis = stack.axis;
         Size size;
         for (const LayoutPointer& child : children) {
@@ -322,28 +354,11 @@ class LayoutPass {
         return children;
     }
 
-    std::vector<LayoutPointer> fitting(const Question& question, const element::Stack& stack) {
-        Proposal proposal = question.proposal;
-        const double room = length(proposal, stack.axis).value_or(infinity);
-        std::vector<LayoutPointer> children;
-        double taken = 0;
-        for (const View& view : stack.children) {
-            LayoutPointer next = child(question, stack, view, std::nullopt);
-            const double end = taken + length(next->size, stack.axis);
-            if (end > room + tolerance) {
-                if (!children.empty()) break;
-                next = child(question, stack, view, room);
-            }
-            children.push_back(next);
-            taken = end + stack.spacing;
-        }
-        return children;
-    }
-
     const TextMeasurer& measurer_;
     std::unordered_map<const Element*, std::vector<Answer>> answers_;
     /// Views made during the pass stay, so that no later one takes an address that the table knows.
     std::deque<View> made_;
+    std::unordered_map<const element::RowsThatFit*, std::deque<View>> rows_;
 };
 
 }  // namespace

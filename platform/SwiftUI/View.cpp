@@ -103,11 +103,14 @@ View spacer(double minimumLength) {
 
 View horizontalStack(HorizontalStack stack, std::vector<View> children) {
     return viewOf(element::Stack{Axis::horizontal, Alignment{.vertical = stack.alignment}, stack.spacing,
-                                 Overflow::squeezed, std::move(children)});
+                                 std::move(children)});
 }
 View verticalStack(VerticalStack stack, std::vector<View> children) {
     return viewOf(element::Stack{Axis::vertical, Alignment{.horizontal = stack.alignment}, stack.spacing,
-                                 stack.overflow, std::move(children)});
+                                 std::move(children)});
+}
+View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row) {
+    return viewOf(element::RowsThatFit{rows.alignment, rows.spacing, count, std::move(row)});
 }
 View layeredStack(Alignment alignment, std::vector<View> children) {
     return viewOf(element::LayeredStack{alignment, std::move(children)});

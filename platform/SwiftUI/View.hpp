@@ -8,6 +8,7 @@
 //
 // Each modifier gives a new view around the one it is called on. Copies are cheap. Safe from any thread.
 
+#include <cstddef>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -138,15 +139,20 @@ struct HorizontalStack {
 };
 View horizontalStack(HorizontalStack stack, std::vector<View> children);
 
-/// What happens to the last children of a stack that is too short for all of them: they are squeezed together
-/// with the others, or left out whole, the first never.
-enum class Overflow { squeezed, leftOut };
 struct VerticalStack {
     HorizontalAlignment alignment = HorizontalAlignment::center;
     double spacing = 8;
-    Overflow overflow = Overflow::squeezed;
 };
 View verticalStack(VerticalStack stack, std::vector<View> children);
+
+/// As many rows from the first on as fit into the height proposed, each at its own height; the others are not
+/// even made. The first is there in any case. Takes all of that height; `alignment` says where the rows stand
+/// in it.
+struct RowsThatFit {
+    Alignment alignment = Alignment::topLeading;
+    double spacing = 8;
+};
+View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row);
 
 /// One on top of the other, the first at the back.
 View layeredStack(Alignment alignment, std::vector<View> children);

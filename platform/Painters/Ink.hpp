@@ -1,0 +1,27 @@
+#pragma once
+
+// What the colours and pictures of a display list become on the surface that a painter draws on: themselves,
+// or one tint. On a tinted surface the further a colour stands from the ground of its appearance (white or
+// black), the more of the tint it gets. A plain value; the catalogue must outlive it.
+
+#include <optional>
+#include <string_view>
+
+#include "platform/Image/AssetCatalogue.hpp"
+#include "platform/Image/Bitmap.hpp"
+#include "platform/SwiftUI/Color.hpp"
+
+namespace platform {
+
+struct Ink {
+    const AssetCatalogue& catalogue;
+    std::optional<RGBA> tint = std::nullopt;
+
+    /// Nothing where there is nothing to draw.
+    std::optional<RGBA> color(const Color& color, ColorScheme scheme) const;
+    /// A drawing of the catalogue as large as `room` lets it be.
+    std::optional<Bitmap> asset(std::string_view name, PixelSize room, ColorScheme scheme) const;
+    Bitmap picture(const Bitmap& bitmap, ColorScheme scheme) const;
+};
+
+}  // namespace platform

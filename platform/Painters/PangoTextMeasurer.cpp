@@ -1,0 +1,171 @@
+#include "platform/Painters/PangoTextMeasurer.hpp"
+
+#include <fontconfig/fontconfig.h>
+#include <pango/pangocairo.h>
+#include <pango/pangofc-fontmap.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr const char* family = "Inter";
+constexpr std::string_view ellipsis = "…";
+/// No line of a widget shows more; setting a text costs time that grows with its length.
+constexpr std::size_t longestText = 2048;
+constexpr std::size_t mostRemembered = 256;
+
+struct ReleasesObject {
+    void operator()(void* object) const { g_object_unref(object); }
+};
+template <class Object>
+using ObjectPointer = std::unique_ptr<Object, ReleasesObject>;
+
+struct ReleasesFont {
+    void operator()(PangoFontDescription* font) const { pango_font_description_free(font); }
+};
+struct ReleasesConfiguration {
+    void operator()(FcConfig* configuration) const { FcConfigDestroy(configuration); }
+};
+using ConfigurationPointer = std::unique_ptr<FcConfig, ReleasesConfiguration>;
+
+/// Null where the file cannot be used: then Pango takes the system's configuration.
+ConfigurationPointer loadedConfiguration(const std::filesystem::path& file) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(file, error)) return nullptr;
+    ConfigurationPointer configuration(FcConfigCreate());
+    const auto* name = reinterpret_cast<const FcChar8*>(file.c_str());
+    const bool isUsable = configuration && FcConfigParseAndLoad(configuration.get(), name, FcTrue) &&
+                          FcConfigBuildFonts(configuration.get());
+    return isUsable ? std::move(configuration) : nullptr;
+}
+
+/// Well-formed, of one paragraph, and not longer than can be seen.
+std::string presentable(std::string_view text) {
+    const std::unique_ptr<char, decltype(&g_free)> valid(
+        g_utf8_make_valid(text.data(), static_cast<gssize>(std::min(text.size(), longestText))), g_free);
+    std::string presentable;
+    for (const char* next = valid.get(); *next; next = g_utf8_next_char(next)) {
+        const gunichar character = g_utf8_get_char(next);
+        const GUnicodeType type = g_unichar_type(character);
+        const bool breaks = type == G_UNICODE_CONTROL || type == G_UNICODE_LINE_SEPARATOR ||
+                            type == G_UNICODE_PARAGRAPH_SEPARATOR;
+        if (breaks) {
+            presentable += ' ';
+        } else {
+            presentable.append(next, static_cast<std::size_t>(g_utf8_next_char(next) - next));
+        }
+    }
+    return presentable;
+}
+
+/// The text of a line as it is seen.
+std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
+    const auto begin = static_cast<std::size_t>(line.start_index);
+    const auto end = begin + static_cast<std::size_t>(line.length);
+    std::string visible(text.substr(begin, end - begin));
+    for (const GSList* next = line.runs; next; next = next->next) {
+        const PangoItem& item = *static_cast<const PangoGlyphItem*>(next->data)->item;
+        if (!(item.analysis.flags & PANGO_ANALYSIS_FLAG_IS_ELLIPSIS)) continue;
+        const auto from = static_cast<std::size_t>(item.offset);
+        const auto to = from + static_cast<std::size_t>(item.length);
+        visible = std::string(text.substr(begin, from - begin)).append(ellipsis);
+        if (to < end) visible += text.substr(to, end - to);
+    }
+    visible.erase(visible.find_last_not_of(' ') + 1);
+    return visible;
+}
+
+}  // namespace
+
+class PangoTextMeasurer::Typesetter {
+  public:
+    explicit Typesetter(const std::filesystem::path& fontsConfiguration)
+        : fonts_(pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT)),
+          configuration_(loadedConfiguration(fontsConfiguration)) {
+        if (configuration_) {
+            pango_fc_font_map_set_config(PANGO_FC_FONT_MAP(fonts_.get()), configuration_.get());
+        }
+        context_.reset(pango_font_map_create_context(fonts_.get()));
+        // Shapes and advances as they were drawn: text is as long at every scale, and never shifts.
+        const std::unique_ptr<cairo_font_options_t, decltype(&cairo_font_options_destroy)> options(
+            cairo_font_options_create(), cairo_font_options_destroy);
+        cairo_font_options_set_antialias(options.get(), CAIRO_ANTIALIAS_GRAY);
+        cairo_font_options_set_hint_style(options.get(), CAIRO_HINT_STYLE_NONE);
+        cairo_font_options_set_hint_metrics(options.get(), CAIRO_HINT_METRICS_OFF);
+        pango_cairo_context_set_font_options(context_.get(), options.get());
+        pango_context_set_round_glyph_positions(context_.get(), FALSE);
+        pango_context_set_base_dir(context_.get(), PANGO_DIRECTION_LTR);
+    }
+
+    PangoLayout* layout(const TextRun& run, std::optional<double> width) {
+        const Key key{run.text, run.style, run.weight, run.lineLimit, width.value_or(-1)};
+        if (const auto found = remembered_.find(key); found != remembered_.end()) return found->second.get();
+        if (remembered_.size() >= mostRemembered) remembered_.clear();
+        return remembered_.emplace(key, make(run, width)).first->second.get();
+    }
+
+  private:
+    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double>;
+
+    ObjectPointer<PangoLayout> make(const TextRun& run, std::optional<double> width) const {
+        ObjectPointer<PangoLayout> layout(pango_layout_new(context_.get()));
+        const std::unique_ptr<PangoFontDescription, ReleasesFont> font(pango_font_description_new());
+        pango_font_description_set_family_static(font.get(), family);
+        pango_font_description_set_weight(font.get(), static_cast<PangoWeight>(number(run.weight)));
+        pango_font_description_set_absolute_size(font.get(), metrics(run.style).pointSize * PANGO_SCALE);
+        pango_layout_set_font_description(layout.get(), font.get());
+        if (width) {
+            // A width that was measured must be wide enough when it comes back.
+            pango_layout_set_width(layout.get(), static_cast<int>(*width * PANGO_SCALE) + 1);
+            pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+            if (run.lineLimit > 0) {
+                pango_layout_set_ellipsize(layout.get(), PANGO_ELLIPSIZE_END);
+                pango_layout_set_height(layout.get(), -run.lineLimit);
+            }
+        }
+        pango_layout_set_text(layout.get(), presentable(run.text).c_str(), -1);
+        return layout;
+    }
+
+    ObjectPointer<PangoFontMap> fonts_;
+    ConfigurationPointer configuration_;
+    ObjectPointer<PangoContext> context_;
+    std::map<Key, ObjectPointer<PangoLayout>> remembered_;
+};
+
+PangoTextMeasurer::PangoTextMeasurer(std::filesystem::path fontsConfiguration)
+    : fontsConfiguration_(std::move(fontsConfiguration)) {}
+PangoTextMeasurer::~PangoTextMeasurer() = default;
+
+PangoTextMeasurer::Typesetter& PangoTextMeasurer::typesetter() const {
+    if (!typesetter_) typesetter_ = std::make_unique<Typesetter>(fontsConfiguration_);
+    return *typesetter_;
+}
+
+PangoLayout* PangoTextMeasurer::typeset(const TextRun& run, std::optional<double> width) const {
+    return typesetter().layout(run, width);
+}
+
+std::vector<TextLine> PangoTextMeasurer::lines(const TextRun& run, std::optional<double> width) const {
+    PangoLayout* layout = typeset(run, width);
+    const std::string_view text = pango_layout_get_text(layout);
+    std::vector<TextLine> lines;
+    for (const GSList* next = pango_layout_get_lines_readonly(layout); next; next = next->next) {
+        auto* line = static_cast<PangoLayoutLine*>(next->data);
+        PangoRectangle logical;
+        pango_layout_line_get_extents(line, nullptr, &logical);
+        lines.push_back({visibleText(*line, text), static_cast<double>(logical.width) / PANGO_SCALE,
+                         pango_layout_line_get_resolved_direction(line) == PANGO_DIRECTION_RTL
+                             ? TextDirection::rightToLeft
+                             : TextDirection::leftToRight});
+    }
+    return lines;
+}
+
+}  // namespace platform
