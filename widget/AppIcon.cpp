@@ -1,0 +1,25 @@
+#include "widget/AppIcon.hpp"
+
+namespace widget {
+
+using namespace platform;
+
+namespace {
+
+std::string variant(std::string name, ColorScheme colorScheme) {
+    return colorScheme == ColorScheme::dark ? name + "Dark" : name;
+}
+
+}  // namespace
+
+View appIcon(ColorScheme colorScheme) {
+    return image(variant("VelaIcon", colorScheme)).frame({.width = 16, .height = 16});
+}
+
+View appLogo(ColorScheme colorScheme, double height) {
+    constexpr double widthForHeight = 88.0 / 28.0;
+    return image(variant("VelaLogo", colorScheme))
+        .frame({.width = height * widthForHeight, .height = height});
+}
+
+}  // namespace widget

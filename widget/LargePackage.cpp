@@ -1,0 +1,39 @@
+#include "widget/LargePackage.hpp"
+
+#include "widget/AppIcon.hpp"
+#include "widget/PackageBody.hpp"
+
+namespace widget {
+
+using namespace platform;
+
+namespace {
+
+View packageRow(const presentation::Package& package, ScaledPictures& pictures) {
+    const View words = verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
+                                     {shopName(package), statusLines(package)});
+    const View row = horizontalStack({.spacing = 10}, {
+                                                          shopPicture(package, pictures),
+                                                          words,
+                                                          productPicture(package, pictures),
+                                                      });
+    return verticalStack({.spacing = 0}, {row, progressBar(package).padding({.top = 10})})
+        .link(package.deepLinkingUrl());
+}
+
+}  // namespace
+
+View LargePackage::body(const ViewEnvironment& environment) const {
+    const auto row = [packages = packages, &pictures = environment.pictures](std::size_t index) {
+        const View package = packageRow(*packages[index], pictures);
+        if (index == 0) return package;
+        return verticalStack({.spacing = 12}, {divider(Color::asset("DividerColor")), package});
+    };
+    return verticalStack({.alignment = HorizontalAlignment::trailing, .spacing = 8},
+                         {
+                             appIcon(environment.colorScheme),
+                             rowsThatFit({.spacing = 14}, packages.size(), row),
+                         });
+}
+
+}  // namespace widget

@@ -1,0 +1,17 @@
+#pragma once
+
+// One package across: merchant and app above, status beside the product, progress along the lower edge.
+
+#include "platform/SwiftUI/View.hpp"
+#include "presentation/Package.hpp"
+#include "widget/ViewEnvironment.hpp"
+
+namespace widget {
+
+struct MediumPackage {
+    const presentation::Package& package;
+
+    platform::View body(const ViewEnvironment& environment) const;
+};
+
+}  // namespace widget

@@ -1,0 +1,48 @@
+#include "widget/NetworkImage.hpp"
+
+#include <memory>
+
+#include "platform/Text/Text.hpp"
+
+namespace widget {
+
+using namespace platform;
+
+namespace {
+
+constexpr double cornerRadius = 8;
+
+}  // namespace
+
+View NetworkImage::body(ScaledPictures& pictures) const {
+    const std::shared_ptr<const Bitmap> picture = url ? pictures.picture(*url, imageSize) : nullptr;
+    if (!picture) return placeholder();
+    const Size size{picture->width() / pictures.displayScale(), picture->height() / pictures.displayScale()};
+    return image(picture, size, *url, contentMode)
+        .frame({.width = imageSize, .height = imageSize})
+        .clipped(cornerRadius)
+        .overlay(roundedRectangleStroke(cornerRadius, Color::asset("BorderImage"), 1));
+}
+
+// White reads well on the light value alone.
+View NetworkImage::placeholder() const {
+    return roundedRectangle(cornerRadius, Color::asset("TextTertiaryColor"))
+        .colorScheme(ColorScheme::light)
+        .frame({.width = imageSize, .height = imageSize})
+        .overlay(text(name)
+                     .font(TextStyle::headline)
+                     .foregroundColor(Color::white())
+                     .lineLimit(1)
+                     .padding(EdgeInsets::horizontal(4)));
+}
+
+std::string initial(const std::string& shopName) {
+    for (const std::string_view character : characters(shopName)) {
+        if (character.front() > ' ' || static_cast<unsigned char>(character.front()) >= 0x80) {
+            return std::string(character);
+        }
+    }
+    return {};
+}
+
+}  // namespace widget

@@ -1,0 +1,33 @@
+#pragma once
+
+// A picture from a URL in a square with rounded corners, read while the view is built: widgets cannot load
+// later. Every failure shows the placeholder. A plain value.
+
+#include <optional>
+#include <string>
+
+#include "platform/SwiftUI/View.hpp"
+#include "platform/URL/URL.hpp"
+#include "widget/ScaledPictures.hpp"
+
+namespace widget {
+
+struct NetworkImage {
+    std::optional<platform::URL> url;
+    /// The side of the square, in points.
+    double imageSize;
+    /// Written on the placeholder.
+    std::string name;
+    platform::ContentMode contentMode = platform::ContentMode::fit;
+
+    /// Blocks while the picture is read.
+    platform::View body(ScaledPictures& pictures) const;
+
+  private:
+    platform::View placeholder() const;
+};
+
+/// What is written on the placeholder of a merchant: the first character of its name.
+std::string initial(const std::string& shopName);
+
+}  // namespace widget

@@ -1,0 +1,20 @@
+#pragma once
+
+// How far a package has come: a track and its fill, both with a mark on their end. A plain value.
+
+#include "platform/SwiftUI/View.hpp"
+
+namespace widget {
+
+struct ProgressBar {
+    /// 0.0 to 1.0; what is outside counts as the nearest of them, what is no number as 0.
+    float progress;
+    /// In points.
+    double height;
+    /// Of the fill and its mark.
+    platform::Color color;
+
+    platform::View body() const;
+};
+
+}  // namespace widget

@@ -1,0 +1,23 @@
+#pragma once
+
+// What a widget without packages is made of: the app's mark, a few words, and what to do.
+
+#include <string>
+#include <vector>
+
+#include "platform/SwiftUI/View.hpp"
+#include "platform/WidgetKit/WidgetFamily.hpp"
+
+namespace widget {
+
+/// The logo at the top, the rows at the bottom, at the leading edge.
+platform::View prompt(platform::ColorScheme colorScheme, std::vector<platform::View> rows);
+
+/// White words on the brand's colour, as wide as there is room.
+platform::View promptButton(const std::string& title, platform::TextStyle font);
+
+/// For a lock screen: the icon beside one text, of that many lines.
+platform::View accessoryPrompt(platform::ColorScheme colorScheme, const std::string& words,
+                               platform::TextStyle font, int lines);
+
+}  // namespace widget

@@ -1,0 +1,17 @@
+#pragma once
+
+// One package in a small square: merchant and app above, status and progress below.
+
+#include "platform/SwiftUI/View.hpp"
+#include "presentation/Package.hpp"
+#include "widget/ViewEnvironment.hpp"
+
+namespace widget {
+
+struct SmallPackage {
+    const presentation::Package& package;
+
+    platform::View body(const ViewEnvironment& environment) const;
+};
+
+}  // namespace widget

@@ -1,0 +1,19 @@
+#pragma once
+
+// The root of what is shown for an entry: the state chooses the layout first, then the family; behind it
+// stands the widget's background. Pictures are read while the body is made and laid out.
+
+#include "platform/SwiftUI/View.hpp"
+#include "widget/SimpleEntry.hpp"
+#include "widget/ViewEnvironment.hpp"
+
+namespace widget {
+
+struct TrackingWidgetEntryView {
+    const SimpleEntry& entry;
+
+    /// What the environment refers to must outlive the view.
+    platform::View body(const ViewEnvironment& environment) const;
+};
+
+}  // namespace widget

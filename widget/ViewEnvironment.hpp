@@ -1,0 +1,17 @@
+#pragma once
+
+// What views read from where they are shown. A plain value; the pictures must outlive it.
+
+#include "platform/Image/ColorScheme.hpp"
+#include "platform/WidgetKit/WidgetFamily.hpp"
+#include "widget/ScaledPictures.hpp"
+
+namespace widget {
+
+struct ViewEnvironment {
+    platform::WidgetFamily widgetFamily;
+    platform::ColorScheme colorScheme;
+    ScaledPictures& pictures;
+};
+
+}  // namespace widget
