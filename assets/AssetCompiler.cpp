@@ -52,21 +52,22 @@ assets::Drawing drawingFrom(const path& file) {
     }
 }
 
-/// Every point width at every scale, once.
-std::set<int> pixelWidths(const json::value& pointWidths, const json::value& scales) {
-    std::set<int> widths;
-    for (const auto& points : pointWidths.as_array())
+/// Every height in points at every scale, once.
+std::set<int> pixelHeights(const json::value& pointHeights, const json::value& scales) {
+    std::set<int> heights;
+    for (const auto& points : pointHeights.as_array())
         for (const auto& scale : scales.as_array())
-            widths.insert(points.to_number<int>() * scale.to_number<int>());
-    return widths;
+            heights.insert(points.to_number<int>() * scale.to_number<int>());
+    return heights;
 }
 
-json::value compiledImage(const assets::Drawing& drawing, const std::set<int>& widths, std::string& rasters) {
+json::value compiledImage(const assets::Drawing& drawing, const std::set<int>& heights,
+                          std::string& rasters) {
     json::array paths, sizes;
     for (const auto& each : drawing.paths)
         paths.push_back({{"fill", each.fill}, {"data", assets::pathData(each.steps)}});
-    for (const int width : widths) {
-        const int height = int(std::lround(width * drawing.height / drawing.width));
+    for (const int height : heights) {
+        const int width = int(std::lround(height * drawing.width / drawing.height));
         const auto bitmap = assets::rasterised(drawing, {width, height});
         sizes.push_back({{"width", width}, {"height", height}, {"offset", rasters.size()}});
         rasters.append(reinterpret_cast<const char*>(bitmap.pixels.data()),
@@ -81,8 +82,8 @@ std::string compiled(const path& sources) {
     std::string rasters;
     for (const auto& [name, image] : description.at("images").as_object()) {
         const auto drawing = drawingFrom(sources / path(std::string(image.at("drawing").as_string())));
-        const auto widths = pixelWidths(image.at("pointWidths"), description.at("scales"));
-        images[name] = compiledImage(drawing, widths, rasters);
+        const auto heights = pixelHeights(image.at("pointHeights"), description.at("scales"));
+        images[name] = compiledImage(drawing, heights, rasters);
     }
     const std::string index =
         json::serialize(json::value{{"colors", parsed(sources / "colors.json")}, {"images", images}});

@@ -198,7 +198,7 @@ TEST(AssetCompiler, RefusesADrawingThatItCannotDraw) {
         const TemporaryFolder folder;
         folder.write("colors.json", "{}");
         folder.write("images.json",
-                     R"({"scales": [1], "images": {"Own": {"drawing": "own.svg", "pointWidths": [8]}}})");
+                     R"({"scales": [1], "images": {"Own": {"drawing": "own.svg", "pointHeights": [8]}}})");
         const auto drawing = folder.write("own.svg", svg);
         const auto output = folder.path() / "Assets.catalogue";
         const auto result = platform::testing::ProgramRun{"vela-assets", {folder.path(), output}}.run();
