@@ -71,8 +71,10 @@ std::string encodedPNG(const Bitmap& bitmap, int scale) {
     const auto density = std::uint32_t(std::lround(pointsPerMetre * scale));
     spng_phys physical = {density, density, metre};
     require(spng_set_option(context.get(), SPNG_ENCODE_TO_BUFFER, 1));
+    // A drawn widget of 1014 x 474: 4.9 ms and 92 KB. Without a filter 4.3 ms and 134 KB, with the best of
+    // all filters 17 ms and 93 KB, at level 6 12.6 ms and 74 KB.
     require(spng_set_option(context.get(), SPNG_IMG_COMPRESSION_LEVEL, 1));
-    require(spng_set_option(context.get(), SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_SUB));
+    require(spng_set_option(context.get(), SPNG_FILTER_CHOICE, SPNG_FILTER_CHOICE_UP));
     require(spng_set_ihdr(context.get(), &header));
     require(spng_set_srgb(context.get(), perceptual));
     require(spng_set_phys(context.get(), &physical));
