@@ -93,6 +93,10 @@ class RandomReplies:
         return host + path
 
     def status(self, known):
+        """Often one whose wording reads a date or a place."""
+        telling = [value for value in known if value.lower() in ("delivered", "in_transit", "delayed")]
+        if telling and self.random.random() < 0.3:
+            return self.random.choice(telling)
         odd = ["", "SOMETHING_NEW", known[0].swapcase(), "READY_FOR_PICKUP", "PAID", " " + known[0]]
         return self.random.choice(known) if self.random.random() < 0.92 else self.random.choice(odd)
 
