@@ -1,5 +1,6 @@
 #include "tests/support/ChildProcess.hpp"
 
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@ namespace platform::testing {
 ChildProcess::ChildProcess(const std::function<int()>& work) : id_(::fork()) {
     if (id_ < 0) throw std::runtime_error("no child process can be made");
     if (id_ > 0) return;
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     int code = 125;
     try {
         code = work();
