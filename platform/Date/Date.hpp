@@ -35,7 +35,8 @@ class Date {
     double seconds_;
 };
 
-/// "2026-01-31T10:00:00.123Z": RFC 3339 in UTC, rounded to the nearest millisecond, proleptic Gregorian.
+/// "2026-01-31T10:00:00.123Z": RFC 3339 in UTC, rounded to the nearest millisecond, proleptic Gregorian. A
+/// date outside of the years 1 to 9999 is written as the nearest one in them.
 std::string internetDateTime(Date date);
 
 /// Reads what `internetDateTime` writes; the fraction may have any number of digits or be absent, and the
