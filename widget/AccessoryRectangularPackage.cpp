@@ -17,7 +17,7 @@ View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const
                             appIcon(environment.colorScheme),
                             StyledText{status.primary, Color::primary(), std::nullopt, TextStyle::subheadline}
                                 .body()
-                                .lineLimit(1),
+                                .lineLimit(status.secondary ? 1 : 2),
                         }),
     };
     if (status.secondary) {

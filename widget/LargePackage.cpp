@@ -27,9 +27,9 @@ View LargePackage::body(const ViewEnvironment& environment) const {
     const auto row = [packages = packages, &pictures = environment.pictures](std::size_t index) {
         const View package = packageRow(*packages[index], pictures);
         if (index == 0) return package;
-        return verticalStack({.spacing = 12}, {divider(Color::asset("DividerColor")), package});
+        return verticalStack({.spacing = 14}, {divider(Color::asset("DividerColor")), package});
     };
-    return verticalStack({.alignment = HorizontalAlignment::trailing, .spacing = 8},
+    return verticalStack({.alignment = HorizontalAlignment::trailing, .spacing = 10},
                          {
                              appIcon(environment.colorScheme),
                              rowsThatFit({.spacing = 14}, packages.size(), row),

@@ -46,7 +46,7 @@ View shopPicture(const presentation::Package& package, ScaledPictures& pictures)
 View productPicture(const presentation::Package& package, ScaledPictures& pictures) {
     const std::optional<URL> url = package.productImage();
     if (!url) return View();
-    return NetworkImage{url, pictureSize, initial(package.shopName())}.body(pictures);
+    return NetworkImage{url, pictureSize, initial(package.shopName()), ContentMode::fill}.body(pictures);
 }
 
 View progressBar(const presentation::Package& package) {

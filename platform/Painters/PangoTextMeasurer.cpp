@@ -20,6 +20,25 @@ constexpr std::string_view ellipsis = "…";
 constexpr std::size_t longestText = 2048;
 constexpr std::size_t mostRemembered = 256;
 
+/// Emoji are bitmaps of one size: they are drawn at the size that is asked for.
+constexpr const char* bitmapFontRules = R"(<fontconfig>
+    <match target="font">
+        <test name="outline" compare="eq"><bool>false</bool></test>
+        <edit name="pixelsizefixupfactor" mode="assign">
+            <divide><name target="pattern">pixelsize</name><name target="font">pixelsize</name></divide>
+        </edit>
+        <edit name="matrix" mode="assign">
+            <times>
+                <name>matrix</name>
+                <matrix>
+                    <name>pixelsizefixupfactor</name><double>0</double>
+                    <double>0</double><name>pixelsizefixupfactor</name>
+                </matrix>
+            </times>
+        </edit>
+    </match>
+</fontconfig>)";
+
 struct ReleasesObject {
     void operator()(void* object) const { g_object_unref(object); }
 };
@@ -40,7 +59,9 @@ ConfigurationPointer loadedConfiguration(const std::filesystem::path& file) {
     if (!std::filesystem::is_regular_file(file, error)) return nullptr;
     ConfigurationPointer configuration(FcConfigCreate());
     const auto* name = reinterpret_cast<const FcChar8*>(file.c_str());
+    const auto* rules = reinterpret_cast<const FcChar8*>(bitmapFontRules);
     const bool isUsable = configuration && FcConfigParseAndLoad(configuration.get(), name, FcTrue) &&
+                          FcConfigParseAndLoadFromMemory(configuration.get(), rules, FcTrue) &&
                           FcConfigBuildFonts(configuration.get());
     return isUsable ? std::move(configuration) : nullptr;
 }

@@ -54,7 +54,9 @@ Axis across(Axis axis) {
     return axis == Axis::horizontal ? Axis::vertical : Axis::horizontal;
 }
 
+/// Spacers take what all others leave.
 double priority(const View& view) {
+    if (std::holds_alternative<element::Spacer>(view.element().kind)) return -infinity;
     const auto* prioritised = std::get_if<element::Prioritised>(&view.element().kind);
     return prioritised ? prioritised->priority : 0;
 }
