@@ -14,6 +14,25 @@ int hexadecimalDigit(char character) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
+// Nothing for a broken escape.
+std::optional<std::string> removingPercentEncoding(std::string_view text) {
+    std::string bytes;
+    bytes.reserve(text.size());
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        if (text[index] != '%') {
+            bytes.push_back(text[index]);
+            continue;
+        }
+        if (index + 2 >= text.size()) return std::nullopt;
+        const int high = hexadecimalDigit(text[index + 1]);
+        const int low = hexadecimalDigit(text[index + 2]);
+        if (high < 0 || low < 0) return std::nullopt;
+        bytes.push_back(static_cast<char>(high * 16 + low));
+        index += 2;
+    }
+    return bytes;
+}
+
 constexpr std::string_view base64Alphabet =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
@@ -57,24 +76,6 @@ bool isBase64(std::string_view mediaType) {
 }
 
 }  // namespace
-
-std::optional<std::string> removingPercentEncoding(std::string_view text) {
-    std::string bytes;
-    bytes.reserve(text.size());
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        if (text[index] != '%') {
-            bytes.push_back(text[index]);
-            continue;
-        }
-        if (index + 2 >= text.size()) return std::nullopt;
-        const int high = hexadecimalDigit(text[index + 1]);
-        const int low = hexadecimalDigit(text[index + 2]);
-        if (high < 0 || low < 0) return std::nullopt;
-        bytes.push_back(static_cast<char>(high * 16 + low));
-        index += 2;
-    }
-    return bytes;
-}
 
 std::optional<std::string> dataOfDataURL(std::string_view url) {
     constexpr std::string_view scheme = "data:";

@@ -11,7 +11,4 @@ namespace platform {
 /// The bytes that the URL itself holds; nothing when it is no well-formed data URL.
 std::optional<std::string> dataOfDataURL(std::string_view url);
 
-/// The text with its percent escapes undone; nothing for a broken escape.
-std::optional<std::string> removingPercentEncoding(std::string_view text);
-
 }  // namespace platform

@@ -109,6 +109,7 @@ CURL* Transfer::prepare() {
     if (!handle_) throw URLError(URLErrorCode::unknown, "no transfer can be made");
     headers_.clear();
     headerBytes_ = 0;
+    headersEnded_ = false;
     data_.clear();
     bytesMoved_ = -1;
 
@@ -198,7 +199,8 @@ std::size_t Transfer::receiveHeader(char* bytes, std::size_t unit, std::size_t c
 
 void Transfer::receiveHeaderLine(std::string_view line) {
     // An interim reply or a proxy's own came before.
-    if (line.starts_with("HTTP/")) return headers_.clear();
+    if (line.starts_with("HTTP/")) headers_.clear();
+    headersEnded_ = line == "\r\n" || line == "\n";
     const auto colon = line.find(':');
     if (colon == std::string_view::npos) return;
     headers_.push_back(
@@ -216,7 +218,9 @@ std::size_t Transfer::receiveBody(char* bytes, std::size_t unit, std::size_t cou
 }
 
 bool Transfer::exchangeEnded(CURLcode code) {
-    if (code != CURLE_OK || refusal_) {
+    // A connection that ends among the headers is a whole reply to libcurl.
+    if (code == CURLE_OK && !headersEnded_) code = CURLE_PARTIAL_FILE;
+    if (code != CURLE_OK) {
         complete(error(code));
         return false;
     }

@@ -64,6 +64,7 @@ class Transfer {
 
     std::vector<HTTPHeaderField> headers_;
     std::size_t headerBytes_ = 0;
+    bool headersEnded_ = false;
     std::string data_;
     std::optional<URLErrorCode> refusal_;
 

@@ -64,10 +64,10 @@ std::string readFile(const std::string& path, std::size_t maximumSize) {
 }
 
 std::string readFileURL(const URL& url, std::size_t maximumSize) {
-    const auto path = removingPercentEncoding(url.path());
+    const std::string path = url.path();
     const bool isLocal = url.host().empty() || url.host() == "localhost";
-    if (!isLocal || !path || path->find('\0') != std::string::npos) failToRead("not a file of this machine");
-    return readFile(*path, maximumSize);
+    if (!isLocal || path.find('\0') != std::string::npos) failToRead("not a file of this machine");
+    return readFile(path, maximumSize);
 }
 
 std::string readDataURL(const URL& url, std::size_t maximumSize) {
