@@ -3,3 +3,13 @@ vela_tests(vela-tests-security USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SecurityQueriesTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/SecuritySecretServiceTest.cpp)
 target_link_libraries(vela-tests-security PRIVATE SQLite::SQLite3)
+vela_tests(vela-tests-urlsession USES vela_test_storage SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionRequestsTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionRedirectsTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionFaultsTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionLifetimeTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionWholeResourceTest.cpp)
+target_link_libraries(vela-tests-urlsession PRIVATE ZLIB::ZLIB ${CMAKE_DL_LIBS})
+vela_tests(vela-tests-userdefaults USES vela_test_storage SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/UserDefaultsTest.cpp)
+target_link_libraries(vela-tests-userdefaults PRIVATE Boost::json)

@@ -1,0 +1,297 @@
+#include "platform/UserDefaults/UserDefaults.hpp"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <boost/json/array.hpp>
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+#include <chrono>
+#include <limits>
+#include <thread>
+
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/InMemoryUserDefaults.hpp"
+#include "tests/support/RecordingLogSink.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+namespace json = boost::json;
+using platform::testing::ChildProcess;
+using platform::testing::runInChild;
+using platform::testing::runWithoutPrivileges;
+
+class Suite : public ::testing::Test {
+  protected:
+    void put(std::string_view text) { home.write("group.test/preferences.json", text); }
+    std::string kept() { return home.read("group.test/preferences.json"); }
+    std::unique_ptr<UserDefaults> open() { return UserDefaults::suite("group.test", home.path()); }
+
+    platform::testing::TemporaryFolder home;
+    fs::path folder = home.path() / "group.test";
+    fs::path file = folder / "preferences.json";
+    std::unique_ptr<UserDefaults> suite = open();
+};
+
+mode_t mode(const fs::path& path) {
+    struct stat found = {};
+    return ::stat(path.c_str(), &found) == 0 ? found.st_mode & 07777 : 0;
+}
+
+TEST_F(Suite, IsEmptyAndMakesNothingUntilSomethingIsWritten) {
+    EXPECT_EQ(suite->objectForKey("key"), std::nullopt);
+    EXPECT_EQ(suite->stringForKey("key"), std::nullopt);
+    suite->removeObject("key");
+    EXPECT_TRUE(fs::is_empty(home.path()));
+}
+
+TEST_F(Suite, IsItsOwnersAlone) {
+    const mode_t before = ::umask(0);
+    suite->setObject("key", "value");
+    ::umask(before);
+    EXPECT_EQ(mode(folder), 0700u);
+    EXPECT_EQ(mode(file), 0600u);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+}
+
+TEST_F(Suite, GivesValuesAsTyped) {
+    const json::value values = json::parse(
+        R"({"text":"a","empty":"","integer":-7,"large":18446744073709551615,"double":0.5,"bool":true,"null":null,
+            "array":[1,"b"],"object":{"k":"v"},"":"no name","\u00e9":"\ud83d\ude00"})");
+    for (const auto& [key, value] : values.get_object()) suite->setObject(key, value);
+    for (const auto& [key, value] : values.get_object()) EXPECT_EQ(open()->objectForKey(key), value) << key;
+}
+
+TEST_F(Suite, GivesTextForTextAndNumbersOnly) {
+    put(R"({"text":"a","integer":-7,"large":18446744073709551615,"small":-9223372036854775808,"double":0.6,"whole":5.0,
+            "bool":true,"null":null,"array":["a"],"object":{}})");
+    const std::vector<std::pair<const char*, std::optional<std::string>>> rows = {
+        {"text", "a"},
+        {"integer", "-7"},
+        {"large", "18446744073709551615"},
+        {"small", "-9223372036854775808"},
+        {"double", "0.6"},
+        {"whole", "5"},
+        {"bool", std::nullopt},
+        {"null", std::nullopt},
+        {"array", std::nullopt},
+        {"object", std::nullopt},
+        {"absent", std::nullopt},
+    };
+    for (const auto& [key, expected] : rows) EXPECT_EQ(suite->stringForKey(key), expected) << key;
+}
+
+TEST_F(Suite, IsReadAfreshAtEveryAccess) {
+    suite->setObject("key", "first");
+    EXPECT_EQ(suite->stringForKey("key"), "first");
+    open()->setObject("key", "second");
+    EXPECT_EQ(suite->stringForKey("key"), "second");
+    fs::remove(file);
+    EXPECT_EQ(suite->stringForKey("key"), std::nullopt);
+}
+
+TEST_F(Suite, ForgetsWhatIsRemoved) {
+    suite->setObject("a", 1);
+    suite->setObject("b", 2);
+    suite->removeObject("a");
+    suite->removeObject("absent");
+    EXPECT_EQ(kept(), R"({"b":2})");
+}
+
+TEST_F(Suite, ReadsAsEmptyWhereItsFileIsDamagedAndSaysSoOnce) {
+    const std::vector<std::pair<const char*, std::string>> rows = {
+        {"half-written", R"({"key":"val)"},
+        {"empty", ""},
+        {"a list", R"(["key"])"},
+        {"a text", R"("key")"},
+        {"not UTF-8", "{\"key\":\"\xff\"}"},
+        {"two objects", R"({"key":"a"}{"key":"b"})"},
+        {"zeroes", std::string(4096, '\0')},
+        {"nested too deep", "{\"key\":" + std::string(100000, '[') + std::string(100000, ']') + "}"},
+        {"50 MB", "{\"key\":\"" + std::string(50'000'000, 'x') + "\"}"},
+    };
+    for (const auto& [damage, text] : rows) {
+        SCOPED_TRACE(damage);
+        put(text);
+        const auto damaged = open();
+        const platform::testing::RecordingLogSink log;
+        EXPECT_EQ(damaged->objectForKey("key"), std::nullopt);
+        EXPECT_EQ(damaged->objectForKey("key"), std::nullopt);
+        EXPECT_EQ(log.lines().size(), 1u);
+        EXPECT_THROW(damaged->setObject("other", 1), UserDefaultsError);
+        EXPECT_THROW(damaged->removeObject("key"), UserDefaultsError);
+        EXPECT_TRUE(kept() == text);
+    }
+}
+
+TEST_F(Suite, NeverQuotesWhatItHolds) {
+    put(R"({"userId":"a-private-value)");
+    const platform::testing::RecordingLogSink log;
+    EXPECT_EQ(suite->objectForKey("userId"), std::nullopt);
+    EXPECT_THAT(log.messages(), ::testing::ElementsAre(::testing::Not(::testing::HasSubstr("private"))));
+}
+
+TEST_F(Suite, ReadsAsEmptyWhereItsFileIsNone) {
+    fs::create_directories(file);
+    const platform::testing::RecordingLogSink log;
+    EXPECT_EQ(suite->objectForKey("key"), std::nullopt);
+    EXPECT_THROW(suite->setObject("key", 1), UserDefaultsError);
+    EXPECT_TRUE(fs::is_directory(file));
+    fs::remove(file);
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    EXPECT_EQ(suite->objectForKey("key"), std::nullopt);
+    EXPECT_THROW(suite->setObject("key", 1), UserDefaultsError);
+}
+
+TEST_F(Suite, ReadsAsEmptyWhereItsFileMayNotBeRead) {
+    suite->setObject("key", "kept");
+    ASSERT_EQ(::chmod(file.c_str(), 0), 0);
+    ASSERT_EQ(::chmod(folder.c_str(), 0755), 0);
+    ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
+    EXPECT_EQ(runWithoutPrivileges([&] {
+                  try {
+                      suite->setObject("key", "other");
+                  } catch (const UserDefaultsError&) {
+                      return suite->objectForKey("key") ? 1 : 0;
+                  }
+                  return 1;
+              }),
+              0);
+    ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+    EXPECT_EQ(suite->stringForKey("key"), "kept");
+}
+
+TEST_F(Suite, RefusesValuesThatCouldNotBeReadAgain) {
+    suite->setObject("key", "kept");
+    json::value deep = json::array();
+    for (int depth = 0; depth < 2000; ++depth) deep = json::array({deep});
+    const std::vector<json::value> values = {deep, std::numeric_limits<double>::infinity(), "\xff",
+                                             json::string(5 << 20, 'x')};
+    for (const json::value& value : values) EXPECT_THROW(suite->setObject("key", value), UserDefaultsError);
+    EXPECT_EQ(kept(), R"({"key":"kept"})");
+}
+
+TEST_F(Suite, KeepsTheOldValuesWhenTheDiskIsFull) {
+    suite->setObject("key", "kept");
+    EXPECT_EQ(runInChild([&] {
+                  ::signal(SIGXFSZ, SIG_IGN);
+                  const rlimit limit = {100, 100};
+                  ::setrlimit(RLIMIT_FSIZE, &limit);
+                  try {
+                      suite->setObject("key", json::string(10000, 'x'));
+                  } catch (const UserDefaultsError&) {
+                      return 0;
+                  }
+                  return 1;
+              }),
+              0);
+    EXPECT_EQ(kept(), R"({"key":"kept"})");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+}
+
+TEST_F(Suite, LosesNothingOfTwoWritersAtOnce) {
+    constexpr int count = 50;
+    const auto write = [this](const std::string& name) {
+        return [this, name] {
+            for (int number = 0; number < count; ++number)
+                suite->setObject(name + std::to_string(number), number);
+            return 0;
+        };
+    };
+    ChildProcess first(write("first"));
+    ChildProcess second(write("second"));
+    EXPECT_EQ(first.wait(), 0);
+    EXPECT_EQ(second.wait(), 0);
+    EXPECT_EQ(json::parse(kept()).get_object().size(), 2u * count);
+}
+
+TEST_F(Suite, HoldsOldOrNewValuesAfterAKillAtAnyInstant) {
+    const json::string one(50000, '1');
+    const json::string two(50000, '2');
+    suite->setObject("key", one);
+    for (int round = 0; round < 40; ++round) {
+        ChildProcess writer([&] {
+            for (;;) {
+                suite->setObject("key", two);
+                suite->setObject("key", one);
+            }
+            return 0;
+        });
+        std::this_thread::sleep_for(std::chrono::microseconds(round * 731 % 20000));
+        writer.kill();
+        writer.wait();
+        const auto found = suite->objectForKey("key");
+        EXPECT_TRUE(found && (*found == one || *found == two)) << "round " << round;
+    }
+    suite->setObject("key", "after");
+    EXPECT_EQ(kept(), R"({"key":"after"})");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+}
+
+TEST_F(Suite, GivesUpOnALockThatIsNeverReleased) {
+    suite->setObject("key", "kept");
+    const int holder = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(::flock(holder, LOCK_EX), 0);
+    EXPECT_THROW(suite->setObject("key", "other"), UserDefaultsError);
+    EXPECT_EQ(suite->stringForKey("key"), "kept");
+    ::close(holder);
+    suite->setObject("key", "other");
+    EXPECT_EQ(suite->stringForKey("key"), "other");
+}
+
+TEST(SuiteFolder, MustBeUsable) {
+    const platform::testing::TemporaryFolder home;
+    home.write("file", "");
+    EXPECT_NE(UserDefaults::suite("name", home.path()), nullptr);
+    EXPECT_NE(UserDefaults::suite("name", home.path() / "to" / "come"), nullptr);
+    EXPECT_EQ(UserDefaults::suite("file", home.path()), nullptr);
+    EXPECT_EQ(UserDefaults::suite("name", home.path() / "file"), nullptr);
+    EXPECT_EQ(UserDefaults::suite("name", "relative"), nullptr);
+    for (const std::string& name : {std::string(), std::string("."), std::string(".."), std::string("a/b"),
+                                    std::string("a\0b", 3), std::string(256, 'x')}) {
+        EXPECT_EQ(UserDefaults::suite(name, home.path()), nullptr) << name;
+    }
+    fs::create_directories(home.path() / "closed" / "name");
+    ASSERT_EQ(::chmod((home.path() / "closed").c_str(), 0700), 0);
+    ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
+    if (::geteuid() != 0) ::chmod((home.path() / "closed").c_str(), 0);
+    EXPECT_EQ(
+        runWithoutPrivileges([&] { return UserDefaults::suite("name", home.path() / "closed") ? 1 : 0; }), 0);
+    ::chmod((home.path() / "closed").c_str(), 0700);
+}
+
+TEST(SuiteFolder, LiesInTheDataHome) {
+    const platform::testing::TemporaryFolder home;
+    {
+        const platform::testing::ScopedEnvironment environment({{"XDG_DATA_HOME", home.path().string()}});
+        UserDefaults::suite("name")->setObject("key", "data home");
+    }
+    EXPECT_EQ(home.read("name/preferences.json"), R"({"key":"data home"})");
+    const platform::testing::ScopedEnvironment environment(
+        {{"XDG_DATA_HOME", std::nullopt}, {"HOME", home.path().string()}});
+    UserDefaults::suite("name")->setObject("key", "home");
+    EXPECT_EQ(home.read(".local/share/name/preferences.json"), R"({"key":"home"})");
+}
+
+TEST(SuiteInMemory, BehavesLikeTheKeptOne) {
+    platform::testing::InMemoryUserDefaults suite({{"number", 7}});
+    suite.setObject("text", "a");
+    EXPECT_EQ(suite.stringForKey("text"), "a");
+    EXPECT_EQ(suite.stringForKey("number"), "7");
+    suite.removeObject("text");
+    suite.removeObject("absent");
+    EXPECT_EQ(suite.objectForKey("text"), std::nullopt);
+}
+
+}  // namespace
+}  // namespace platform
