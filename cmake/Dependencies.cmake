@@ -1,8 +1,10 @@
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
 # Everything here is a Debian 12 package; packaging/debian-packages-build.txt lists them.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-set(Boost_USE_STATIC_LIBS ON)
-find_package(Boost 1.81 REQUIRED COMPONENTS json url)
+
+find_package(Boost 1.81 REQUIRED)
 find_package(CURL 7.88 REQUIRED)
 find_package(ICU 72 REQUIRED COMPONENTS i18n uc data)
 find_package(SQLite3 REQUIRED)
@@ -11,6 +13,7 @@ pkg_check_modules(systemd REQUIRED IMPORTED_TARGET libsystemd)
 pkg_check_modules(pangocairo REQUIRED IMPORTED_TARGET cairo pango pangocairo pangoft2 fontconfig)
 pkg_check_modules(spng REQUIRED IMPORTED_TARGET spng)
 pkg_check_modules(webp REQUIRED IMPORTED_TARGET libwebp)
+pkg_check_modules(chafa REQUIRED IMPORTED_TARGET chafa)
 find_package(JPEG REQUIRED)
 find_package(GIF REQUIRED)
 find_package(ZLIB REQUIRED)

@@ -15,6 +15,7 @@
 #include <string>
 
 #include "host/EntryCoding.hpp"
+#include "host/EntryDrawer.hpp"
 #include "host/ExtensionRequest.hpp"
 #include "host/MessageChannel.hpp"
 
@@ -71,6 +72,7 @@ class BundleService {
                 Message reply = {.body = {{"timeline", timelineObject(timeline)}}};
                 co_return reply;
             }
+            case ExtensionRequest::Kind::render: co_return co_await drawn(body);
             case ExtensionRequest::Kind::finishUploads: co_return co_await uploadsFinished(request.limit);
         }
         throw ProtocolError("unknown request");
@@ -89,6 +91,21 @@ class BundleService {
                            {"displayName", configuration_.displayName},
                            {"description", configuration_.description},
                            {"supportedFamilies", std::move(families)}}}}};
+    }
+
+    /// A view reads its pictures while it is built, so a drawing has a thread of its own.
+    asio::awaitable<Message> drawn(json::object request) {
+        co_await asio::post(asio::bind_executor(workers_, asio::use_awaitable));
+        Message reply;
+        std::exception_ptr failure;
+        try {
+            reply.attachment = drawnEntry(request);
+        } catch (const std::exception&) {
+            failure = std::current_exception();
+        }
+        co_await asio::post(asio::bind_executor(context_, asio::use_awaitable));
+        if (failure) std::rethrow_exception(failure);
+        co_return reply;
     }
 
     /// Uploads run on their session's own thread; the wait for them has one of its own here.

@@ -38,7 +38,7 @@ asio::awaitable<void> answer(const OneShotRequest& request, int& status) {
         const auto extension = ExtensionProcess::start(executor, ExtensionProcess::defaultExecutable(),
                                                        [spinner](std::string_view line) {
                                                            spinner->makeRoom();
-                                                           writeAll(STDERR_FILENO, std::string(line) + "\n");
+                                                           printExtensionLine(line);
                                                        });
         const auto reply = co_await extension->ask(request.request);
         spinner->stop();
@@ -69,6 +69,10 @@ int runOnce(const OneShotRequest& request) {
 void writeToStandardOutput(std::string_view text) {
     if (!writeAll(STDOUT_FILENO, text))
         throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
+}
+
+void printExtensionLine(std::string_view line) {
+    writeAll(STDERR_FILENO, std::string(line) + "\n");
 }
 
 void printError(std::string_view program, std::string_view message) {

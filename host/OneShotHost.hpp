@@ -27,7 +27,10 @@ int runOnce(const OneShotRequest& request);
 /// Writes all of `text` to standard output; throws std::system_error when it cannot.
 void writeToStandardOutput(std::string_view text);
 
-/// "vela-widget: MESSAGE" on standard error.
+/// Passes a line of the extension's on to standard error.
+void printExtensionLine(std::string_view line);
+
+/// "PROGRAM: MESSAGE" on standard error.
 void printError(std::string_view program, std::string_view message);
 
 }  // namespace host

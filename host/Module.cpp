@@ -1,0 +1,17 @@
+#include "host/Module.hpp"
+
+#include <dlfcn.h>
+
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+
+namespace host {
+
+void* moduleFunction(const char* module, const char* function) {
+    const auto path = platform::executablePath().parent_path().parent_path() / "lib/vela-widget" / module;
+    void* library = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void* address = library ? ::dlsym(library, function) : nullptr;
+    if (!address) throw ModuleError(std::string("a part of the program cannot be loaded: ") + ::dlerror());
+    return address;
+}
+
+}  // namespace host
