@@ -142,8 +142,10 @@ class PangoTextMeasurer::Typesetter {
         pango_font_description_set_absolute_size(font.get(), metrics(run.style).pointSize * PANGO_SCALE);
         pango_layout_set_font_description(layout.get(), font.get());
         if (width) {
-            // A width that was measured must be wide enough when it comes back.
-            pango_layout_set_width(layout.get(), static_cast<int>(*width * PANGO_SCALE) + 1);
+            // A width that was measured is a whole number of units, and must be wide enough when it comes
+            // back.
+            constexpr double tolerance = 1e-3;
+            pango_layout_set_width(layout.get(), static_cast<int>(*width * PANGO_SCALE + tolerance));
             pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
             if (run.lineLimit > 0) {
                 pango_layout_set_ellipsize(layout.get(), PANGO_ELLIPSIZE_END);

@@ -99,9 +99,10 @@ std::string shapeData(const Shape& shape) {
     return attribute("d", pathData(continuousRoundedRectangle(shape.frame, shape.cornerRadius)));
 }
 
-bool contains(const Rect& outer, const Rect& inner) {
-    return inner.left() >= outer.left() && inner.right() <= outer.right() && inner.top() >= outer.top() &&
-           inner.bottom() <= outer.bottom();
+bool holdsMiddle(const Rect& outer, const Rect& inner) {
+    const double x = inner.left() + inner.size.width / 2;
+    const double y = inner.top() + inner.size.height / 2;
+    return x >= outer.left() && x <= outer.right() && y >= outer.top() && y <= outer.bottom();
 }
 
 /// Everything written within a part of the picture, as it would be read out.
@@ -109,7 +110,7 @@ std::string wordsWithin(const DisplayList& list, const Rect& part) {
     std::string words;
     for (const DisplayItem& item : list.items) {
         const auto* text = std::get_if<TextItem>(&item.kind);
-        if (!text || !contains(part, item.frame)) continue;
+        if (!text || !holdsMiddle(part, item.frame)) continue;
         if (!words.empty()) words += ", ";
         words += text->run.text;
     }

@@ -80,7 +80,7 @@ std::string hexadecimal(RGBA color) {
 }
 
 double contrastRatio(RGBA first, RGBA second) {
-    const auto [darker, lighter] = std::minmax(relativeLuminance(first), relativeLuminance(second));
+    const auto [darker, lighter] = std::minmax({relativeLuminance(first), relativeLuminance(second)});
     return (lighter + 0.05) / (darker + 0.05);
 }
 
