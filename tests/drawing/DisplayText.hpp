@@ -1,0 +1,30 @@
+#pragma once
+
+// Display lists as lines of text, laid out without fonts.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/SwiftUI/DisplayList.hpp"
+#include "platform/SwiftUI/TextMeasurer.hpp"
+#include "platform/SwiftUI/View.hpp"
+
+namespace drawing_tests {
+
+/// Every character is half as wide as its font is large, and lines break anywhere.
+class FixedAdvance final : public platform::TextMeasurer {
+  public:
+    std::vector<platform::TextLine> lines(const platform::TextRun& run,
+                                          std::optional<double> width) const override;
+};
+
+/// The view in a container of that size, without margins, on a grid so fine that nothing moves.
+platform::DisplayList displayed(const platform::View& view, platform::Size size, double scale = 1000);
+
+/// "roundedRectangle BrandColor 0 0 50 4": kind, what it shows, frame. A link is "link URL x y width height".
+std::vector<std::string> lines(const platform::DisplayList& list);
+/// Those that begin so.
+std::vector<std::string> linesBeginning(std::string_view begin, const platform::DisplayList& list);
+
+}  // namespace drawing_tests

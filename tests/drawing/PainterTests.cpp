@@ -1,0 +1,240 @@
+#include <gmock/gmock.h>
+
+#include <cmath>
+
+#include "platform/Image/Image.hpp"
+#include "platform/Painters/CairoPainter.hpp"
+#include "platform/Painters/PangoTextMeasurer.hpp"
+#include "platform/Painters/Path.hpp"
+#include "platform/Painters/SVGPainter.hpp"
+#include "tests/drawing/DisplayText.hpp"
+#include "tests/drawing/SampleEntries.hpp"
+#include "widget/EntryDrawing.hpp"
+
+namespace {
+
+using namespace platform;
+using drawing_tests::displayed;
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+using testing::SizeIs;
+
+const AssetCatalogue& catalogue() {
+    static const AssetCatalogue catalogue(ASSET_CATALOGUE);
+    return catalogue;
+}
+
+const PangoTextMeasurer& measurer() {
+    static const PangoTextMeasurer measurer(FONTS_CONFIGURATION);
+    return measurer;
+}
+
+// --- Corners
+
+TEST(ContinuousCorner, LeavesTheSideWithoutAJumpInCurvature) {
+    const Path path = continuousRoundedRectangle({{0, 0}, {200, 100}}, 20);
+    for (const Path::Segment& segment : path.segments) {
+        // Start and both controls on one line: no curvature where the straight side ends.
+        const auto& [first, second, end] = segment.curves[0];
+        const double cross = (first.x - segment.lineTo.x) * (second.y - segment.lineTo.y) -
+                             (first.y - segment.lineTo.y) * (second.x - segment.lineTo.x);
+        EXPECT_NEAR(cross, 0, 1e-9);
+    }
+    EXPECT_NEAR(path.segments[0].lineTo.x, 200 - 1.6 * 20, 1e-9);
+}
+
+TEST(ContinuousCorner, BecomesAnArcWhereASideIsShort) {
+    const Path path = continuousRoundedRectangle({{0, 0}, {100, 4}}, 2);
+    EXPECT_NEAR(path.segments[0].lineTo.x, 98, 1e-9);
+    // Every point of the end is as far from its centre as the radius says.
+    const Point& middle = path.segments[0].curves[0].end;
+    EXPECT_NEAR(std::hypot(middle.x - 98, middle.y - 2), 2, 1e-3);
+}
+
+TEST(ContinuousCorner, NeverLeavesItsFrame) {
+    for (const double radius : {0.0, 1.0, 8.0, 22.0, 500.0}) {
+        const Rect frame{{10, 20}, {60, 30}};
+        for (const Path::Segment& segment : continuousRoundedRectangle(frame, radius).segments) {
+            for (const auto& [first, second, end] : segment.curves) {
+                for (const Point& point : {first, second, end, segment.lineTo}) {
+                    EXPECT_GE(point.x, frame.left() - 1e-9);
+                    EXPECT_LE(point.x, frame.right() + 1e-9);
+                    EXPECT_GE(point.y, frame.top() - 1e-9);
+                    EXPECT_LE(point.y, frame.bottom() + 1e-9);
+                }
+            }
+        }
+    }
+}
+
+// --- Text
+
+TextRun footnote(std::string text, int lineLimit = 1) {
+    return {std::move(text), TextStyle::footnote, FontWeight::regular, lineLimit};
+}
+
+TEST(PangoText, EndsInAnEllipsisWithinItsWidth) {
+    const auto lines = measurer().lines(footnote("The Extraordinarily Long-Named Emporium"), 100);
+    ASSERT_THAT(lines, SizeIs(1));
+    EXPECT_THAT(lines[0].text, testing::EndsWith("…"));
+    EXPECT_THAT(lines[0].text, testing::StartsWith("The Extra"));
+    EXPECT_LE(lines[0].width, 100);
+}
+
+TEST(PangoText, BreaksBetweenWordsUpToItsLimit) {
+    const auto lines = measurer().lines(footnote("one two three four five six seven eight", 2), 90);
+    ASSERT_THAT(lines, SizeIs(2));
+    EXPECT_THAT(lines[0].text, Not(HasSubstr("…")));
+    EXPECT_THAT(lines[1].text, testing::EndsWith("…"));
+}
+
+TEST(PangoText, ReadsEachScriptInItsDirection) {
+    const auto direction = [](const char* text) {
+        return measurer().lines(footnote(text), 500).at(0).direction;
+    };
+    EXPECT_EQ(direction("Northwind"), TextDirection::leftToRight);
+    EXPECT_EQ(direction("مكتبة الشروق"), TextDirection::rightToLeft);
+    EXPECT_EQ(direction("חנות הספרים"), TextDirection::rightToLeft);
+    EXPECT_EQ(direction("書店"), TextDirection::leftToRight);
+}
+
+TEST(PangoText, CutsRightToLeftTextAtItsEnd) {
+    const auto lines = measurer().lines(footnote("متجر ذو اسم طويل جدا لا يتسع له السطر"), 80);
+    ASSERT_THAT(lines, SizeIs(1));
+    EXPECT_THAT(lines[0].text, testing::StartsWith("متجر"));
+    EXPECT_THAT(lines[0].text, testing::EndsWith("…"));
+}
+
+TEST(PangoText, SetsAnyBytesOnOneLine) {
+    std::string marks = "Z";
+    for (int count = 0; count < 5000; ++count) marks += "\xCC\x81";
+    for (const std::string& text :
+         {std::string("two\nlines\r\n\xE2\x80\xA9here"), std::string("\xFF\xFE\x80 broken"),
+          std::string("nul\0inside", 10), std::string(1 << 20, 'x'), marks,
+          std::string("\xE2\x80\xAE"
+                      "override")}) {
+        const auto lines = measurer().lines(footnote(text), 120);
+        ASSERT_THAT(lines, SizeIs(1));
+        EXPECT_LE(lines[0].width, 120);
+        EXPECT_THAT(lines[0].text, Not(HasSubstr("\n")));
+    }
+}
+
+TEST(PangoText, SetsEmojiAsHighAsTheirLine) {
+    const double width = measurer().lines(footnote("🚚"), std::nullopt).at(0).width;
+    EXPECT_GT(width, 8);
+    EXPECT_LT(width, 26);
+}
+
+TEST(PangoText, IsAsWideAsItWasMeasuredWhenItComesBack) {
+    for (const drawing_tests::SampleEntry& sample : drawing_tests::sampleEntries()) {
+        const auto* state = std::get_if<widget::LoggedIn>(&sample.entry.widgetState);
+        if (!state) continue;
+        for (const auto& package : state->packages) {
+            for (const double width : {60.0, 126.0, 250.0}) {
+                const TextRun run = footnote(package->statusText().primary, 2);
+                const auto lines = measurer().lines(run, width);
+                double widest = 0;
+                for (const TextLine& line : lines) widest = std::max(widest, line.width);
+                EXPECT_EQ(measurer().lines(run, widest), lines) << run.text << " in " << width;
+            }
+        }
+    }
+}
+
+// --- Pixels
+
+Bitmap drawnBitmap(const View& view, Size size, std::optional<RGBA> tint = std::nullopt) {
+    DisplayList list = displayed(view, size, 1);
+    return painted(list, 1, {catalogue(), tint}, measurer());
+}
+
+TEST(CairoPainter, PaintsBackToFront) {
+    const Bitmap bitmap =
+        drawnBitmap(rectangle(Color::sRGB(255, 0, 0))
+                        .overlay(rectangle(Color::sRGB(0, 0, 255)).frame({.width = 2, .height = 2})),
+                    {4, 4});
+    EXPECT_EQ(bitmap.row(0)[0], 0xFFFF0000u);
+    EXPECT_EQ(bitmap.row(2)[2], 0xFF0000FFu);
+}
+
+TEST(CairoPainter, LeavesTheCornersOfTheContainerTransparent) {
+    DisplayList list = displayed(rectangle(Color::white()), {100, 100}, 1);
+    list.container.cornerRadius = 22;
+    const Bitmap bitmap = painted(list, 1, {catalogue()}, measurer());
+    for (const auto& [x, y] : {std::pair(0, 0), {99, 0}, {0, 99}, {99, 99}}) EXPECT_EQ(bitmap.row(y)[x], 0u);
+    EXPECT_EQ(bitmap.row(50)[0], 0xFFFFFFFFu);
+    EXPECT_EQ(bitmap.row(0)[50], 0xFFFFFFFFu);
+    EXPECT_EQ(bitmap.row(8)[8], 0xFFFFFFFFu);
+}
+
+TEST(CairoPainter, PaintsOneTintByHowFarAColourStandsFromItsGround) {
+    const RGBA tint{255, 0, 255};
+    EXPECT_EQ(drawnBitmap(rectangle(Color::primary()), {1, 1}, tint).pixels[0], 0xFFFF00FFu);
+    EXPECT_EQ(drawnBitmap(rectangle(Color::white()), {1, 1}, tint).pixels[0], 0u);
+    const std::uint32_t grey = drawnBitmap(rectangle(Color::sRGB(140, 140, 140)), {1, 1}, tint).pixels[0];
+    EXPECT_GT(grey >> 24, 0x60u);
+    EXPECT_LT(grey >> 24, 0xA0u);
+}
+
+TEST(CairoPainter, DrawsNothingForAColourThatIsNotThere) {
+    EXPECT_EQ(drawnBitmap(rectangle(Color::asset("NoSuchColor")), {1, 1}).pixels[0], 0u);
+}
+
+TEST(CairoPainter, FillsTheFrameOfEveryFamilyAtEveryScale) {
+    drawing_tests::SamplePictures loader;
+    for (const WidgetFamily family : allWidgetFamilies) {
+        for (const double scale : {1.0, 2.0, 3.0, 4.0}) {
+            const std::string png = widget::draw(
+                {drawing_tests::sampleEntry("Latin"), family, ColorScheme::light, std::nullopt, scale},
+                loader);
+            const auto header = imageHeader(png);
+            ASSERT_TRUE(header);
+            const Size size = widget::referenceSize(family);
+            EXPECT_EQ(header->size.width, size.width * scale);
+            EXPECT_EQ(header->size.height, size.height * scale);
+        }
+    }
+}
+
+// --- SVG
+
+std::string svg(const View& view) {
+    return paintedSVG(displayed(view, {100, 50}, 1), "Tracking Widget", {catalogue()},
+                      drawing_tests::FixedAdvance());
+}
+
+TEST(SVGPainter, WritesTextAsTextAndEscapesIt) {
+    const std::string document = svg(text("<b> & \"c\"'\x01").font(TextStyle::footnote));
+    EXPECT_THAT(document, HasSubstr(">&lt;b&gt; &amp; &quot;c&quot;&#39; </text>"));
+    EXPECT_THAT(document, Not(HasSubstr("<b>")));
+}
+
+TEST(SVGPainter, SpeaksForThePicture) {
+    const std::string document = svg(verticalStack({}, {text("One"), text("Two")}));
+    EXPECT_THAT(document, HasSubstr(">Tracking Widget</title>"));
+    EXPECT_THAT(document, HasSubstr(">One, Two</desc>"));
+}
+
+TEST(SVGPainter, LinksWhatIsALink) {
+    const std::string document = svg(text("One").link(drawing_tests::url("velaapp://order/1?a=b&c=d")));
+    EXPECT_THAT(document, HasSubstr("<a href=\"velaapp://order/1?a=b&amp;c=d\" aria-label=\"One\">"));
+}
+
+TEST(SVGPainter, LinksToNothingThatRunsInItsPage) {
+    for (const char* link : {"javascript:alert(1)", "data:text/html,x", "vbscript:x"}) {
+        EXPECT_THAT(svg(text("One").link(drawing_tests::url(link))), Not(HasSubstr("<a "))) << link;
+    }
+}
+
+TEST(SVGPainter, KeepsDrawingsAsPathsAndPicturesAsData) {
+    EXPECT_THAT(svg(image("VelaIcon")), HasSubstr("<path d=\"M"));
+    const auto bitmap = std::make_shared<const Bitmap>(Bitmap::transparent({2, 2}));
+    EXPECT_THAT(
+        svg(image(bitmap, {2, 2}, drawing_tests::url("https://example.com/secret"), ContentMode::fit)),
+        testing::AllOf(HasSubstr("href=\"data:image/png;base64,iVBORw0KGgo"), Not(HasSubstr("secret"))));
+}
+
+}  // namespace
