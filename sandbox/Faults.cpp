@@ -68,12 +68,16 @@ bool touches(FaultScope scope, std::string_view path) {
     return false;
 }
 
-Response spoiled(Response response, const Request& request, const Faults& faults,
-                 std::string_view otherOrigin) {
-    if (const auto target = redirectionTarget(request, faults.redirection, otherOrigin)) {
-        response = {.status = faults.redirectionStatus, .contentType = "text/plain"};
-        response.headers.push_back({"Location", *target});
-    }
+std::optional<Response> redirected(const Request& request, const Faults& faults,
+                                   std::string_view otherOrigin) {
+    const auto target = redirectionTarget(request, faults.redirection, otherOrigin);
+    if (!target) return std::nullopt;
+    Response response{.status = faults.redirectionStatus, .contentType = "text/plain"};
+    response.headers.push_back({"Location", *target});
+    return response;
+}
+
+Response spoiled(Response response, const Request& request, const Faults& faults) {
     if (faults.status) response.status = *faults.status;
     response.manner = faults.manner == Manner::whole ? response.manner : faults.manner;
     if (response.manner == Manner::garbled) response.body = "\xff\xfe<html>\x01 not what was asked for {{[\"";

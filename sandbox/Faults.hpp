@@ -53,8 +53,12 @@ struct Faults {
 /// Whether a request for this path is in the scope.
 bool touches(FaultScope scope, std::string_view path);
 
+/// The redirection that stands in place of an answer, if there is one. Whoever redirects has not looked at
+/// what was asked: a token pair, for one, is not renewed.
+std::optional<Response> redirected(const Request& request, const Faults& faults,
+                                   std::string_view otherOrigin);
+
 /// Changes the response as the faults say, but for the delay, which is the connection's to wait.
-Response spoiled(Response response, const Request& request, const Faults& faults,
-                 std::string_view otherOrigin);
+Response spoiled(Response response, const Request& request, const Faults& faults);
 
 }  // namespace sandbox

@@ -44,13 +44,16 @@ class Sandbox::Services {
     }
 
     Served serve(const Request& request) {
-        const bool isSpoiled = takesFault(request);
-        Served served{.response = answer(request)};
-        if (!isSpoiled) return served;
-        served.response = spoiled(std::move(served.response), request, faults_, otherOrigin_);
-        served.delay = faults_.delay;
-        served.persistence = faults_.persistence;
-        return served;
+        if (!takesFault(request)) return {.response = answer(request)};
+        std::optional<Response> response = redirected(request, faults_, otherOrigin_);
+        if (response) {
+            log_.noteRequest(request, {}, "redirected");
+        } else {
+            response = answer(request);
+        }
+        return {.response = spoiled(std::move(*response), request, faults_),
+                .delay = faults_.delay,
+                .persistence = faults_.persistence};
     }
 
   private:

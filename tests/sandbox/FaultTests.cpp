@@ -126,6 +126,17 @@ TEST(Fault, RedirectOnceLeadsToAnAnswer) {
     EXPECT_EQ(sandbox.post(reply.value("Location"), signedIn, tests::queryBody()).status, 200);
 }
 
+TEST(Fault, RedirectDoesNotRenewATokenPair) {
+    const RunningSandbox sandbox(
+        serving("one", {.redirection = Redirection::once, .redirectionStatus = 307}));
+    const Reply reply = sandbox.refresh("sandbox-refresh");
+    EXPECT_EQ(reply.status, 307);
+    EXPECT_EQ(at(sandbox.log(), "/requests/0/outcome"), boost::json::value("redirected"));
+    const Reply followed = sandbox.post(reply.value("Location"), {{"Content-type", "application/json"}},
+                                        tests::refreshBody("sandbox-refresh"));
+    EXPECT_TRUE(at(followed.json(), "/data/accessTokenRefresh/authPayload").is_object());
+}
+
 TEST(Fault, RedirectCrossOriginLeadsToAnotherPortWhoseRequestsAreMarked) {
     const RunningSandbox sandbox(serving("one", {.redirection = Redirection::crossOrigin}));
     const std::string location = sandbox.query().value("Location");
