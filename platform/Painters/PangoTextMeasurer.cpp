@@ -2,7 +2,6 @@
 
 #include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
-#include <pango/pangofc-fontmap.h>
 
 #include <algorithm>
 #include <map>
@@ -53,17 +52,27 @@ struct ReleasesConfiguration {
 };
 using ConfigurationPointer = std::unique_ptr<FcConfig, ReleasesConfiguration>;
 
-/// Null where the file cannot be used: then Pango takes the system's configuration.
-ConfigurationPointer loadedConfiguration(const std::filesystem::path& file) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error)) return nullptr;
-    ConfigurationPointer configuration(FcConfigCreate());
-    const auto* name = reinterpret_cast<const FcChar8*>(file.c_str());
-    const auto* rules = reinterpret_cast<const FcChar8*>(bitmapFontRules);
-    const bool isUsable = configuration && FcConfigParseAndLoad(configuration.get(), name, FcTrue) &&
-                          FcConfigParseAndLoadFromMemory(configuration.get(), rules, FcTrue) &&
-                          FcConfigBuildFonts(configuration.get());
-    return isUsable ? std::move(configuration) : nullptr;
+/// Makes the file fontconfig's own configuration, once. Pango begins to read the system's, which is many
+/// times as long, on a thread of its own as soon as it is asked for anything: this must come first. Where the
+/// file cannot be used, the system's it is.
+void configureFonts(const std::filesystem::path& file) {
+    static const bool isConfigured = [&] {
+        std::error_code error;
+        if (!std::filesystem::is_regular_file(file, error)) return false;
+        const ConfigurationPointer configuration(FcConfigCreate());
+        const auto* name = reinterpret_cast<const FcChar8*>(file.c_str());
+        const auto* rules = reinterpret_cast<const FcChar8*>(bitmapFontRules);
+        return configuration && FcConfigParseAndLoad(configuration.get(), name, FcTrue) &&
+               FcConfigParseAndLoadFromMemory(configuration.get(), rules, FcTrue) &&
+               FcConfigBuildFonts(configuration.get()) && FcConfigSetCurrent(configuration.get());
+    }();
+    static_cast<void>(isConfigured);
+}
+
+/// The font map, once the fonts are configured.
+ObjectPointer<PangoFontMap> fontMap(const std::filesystem::path& fontsConfiguration) {
+    configureFonts(fontsConfiguration);
+    return ObjectPointer<PangoFontMap>(pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT));
 }
 
 /// Well-formed, of one paragraph, and not longer than can be seen.
@@ -107,12 +116,7 @@ std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
 class PangoTextMeasurer::Typesetter {
   public:
     explicit Typesetter(const std::filesystem::path& fontsConfiguration)
-        : fonts_(pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT)),
-          configuration_(loadedConfiguration(fontsConfiguration)) {
-        if (configuration_) {
-            pango_fc_font_map_set_config(PANGO_FC_FONT_MAP(fonts_.get()), configuration_.get());
-        }
-        context_.reset(pango_font_map_create_context(fonts_.get()));
+        : fonts_(fontMap(fontsConfiguration)), context_(pango_font_map_create_context(fonts_.get())) {
         // Shapes and advances as they were drawn: text is as long at every scale, and never shifts.
         const std::unique_ptr<cairo_font_options_t, decltype(&cairo_font_options_destroy)> options(
             cairo_font_options_create(), cairo_font_options_destroy);
@@ -157,7 +161,6 @@ class PangoTextMeasurer::Typesetter {
     }
 
     ObjectPointer<PangoFontMap> fonts_;
-    ConfigurationPointer configuration_;
     ObjectPointer<PangoContext> context_;
     std::map<Key, ObjectPointer<PangoLayout>> remembered_;
 };

@@ -15,7 +15,8 @@ namespace platform {
 
 class PangoTextMeasurer final : public TextMeasurer {
   public:
-    /// `fontsConfiguration` is a fontconfig file; where there is none, the system's own is used.
+    /// `fontsConfiguration` is a fontconfig file; where there is none, the system's own is used. A process
+    /// has one configuration: that of the first measurer that is used.
     explicit PangoTextMeasurer(std::filesystem::path fontsConfiguration);
     ~PangoTextMeasurer() override;
 
