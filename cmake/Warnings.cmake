@@ -14,6 +14,10 @@ endif()
 add_link_options(-Wl,--as-needed)
 
 if(VELA_SANITIZE)
+    if(VELA_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # Asio's fences are beside locks that the sanitizer does see.
+        add_compile_options(-Wno-tsan)
+    endif()
     add_compile_options(-fsanitize=${VELA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${VELA_SANITIZE})
 endif()

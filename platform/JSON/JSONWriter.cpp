@@ -49,6 +49,11 @@ class Writer {
     /// back.
     void write(double value) {
         if (!std::isfinite(value)) throw JSONError("not a number that JSON can carry");
+        if (value == 0 && std::signbit(value)) {
+            // "-0" would be read as an integer, which has no such zero.
+            text_ += "-0.0";
+            return;
+        }
         constexpr double smallestDecimal = 1e-4;
         constexpr double largestDecimal = 0x1p54;
         const double size = std::fabs(value);

@@ -86,6 +86,12 @@ TrustStore trustStore() {
     return store;
 }
 
+bool mayBeResent(const URLRequest& request) {
+    constexpr std::array<std::string_view, 6> idempotent = {"GET", "HEAD", "PUT", "DELETE", "OPTIONS", "TRACE"};
+    return request.resending == Resending::allowed ||
+           std::find(idempotent.begin(), idempotent.end(), request.httpMethod) != idempotent.end();
+}
+
 const char* orNull(const std::optional<std::string>& text) {
     return text ? text->c_str() : nullptr;
 }
@@ -130,6 +136,8 @@ CURL* Transfer::prepare() {
     curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Transfer::receiveBody);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    // libcurl sends again by itself, but only what went out on a kept connection.
+    if (!mayBeResent(request_)) curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
     setMethodAndBody();
     setHeaders();
     if (scheme == "https") setTrustStore();
