@@ -110,7 +110,12 @@ TEST_F(URLSessionRequests, SendsAgainWhatAClosedConnectionTook) {
             peer.close();
         });
         for (const char* body : {"first", "second", "third"}) {
-            EXPECT_EQ(fetch({.url = server.url(), .httpMethod = method, .httpBody = body}).data, body);
+            EXPECT_EQ(fetch({.url = server.url(),
+                             .httpMethod = method,
+                             .httpBody = body,
+                             .resending = Resending::allowed})
+                          .data,
+                      body);
         }
         EXPECT_EQ(server.requests().size(), 3u);
     }
@@ -122,8 +127,17 @@ TEST_F(URLSessionRequests, SendsAgainWhatAConnectionClosedOnArrival) {
         if (request.connection == 0 && request.body == "second") return peer.close();
         peer.send(httpReply(200, request.body));
     });
-    EXPECT_EQ(fetch({.url = server.url(), .httpMethod = "POST", .httpBody = "first"}).data, "first");
-    EXPECT_EQ(fetch({.url = server.url(), .httpMethod = "POST", .httpBody = "second"}).data, "second");
+    EXPECT_EQ(
+        fetch(
+            {.url = server.url(), .httpMethod = "POST", .httpBody = "first", .resending = Resending::allowed})
+            .data,
+        "first");
+    EXPECT_EQ(fetch({.url = server.url(),
+                     .httpMethod = "POST",
+                     .httpBody = "second",
+                     .resending = Resending::allowed})
+                  .data,
+              "second");
     EXPECT_EQ(server.connections(), 2);
 }
 

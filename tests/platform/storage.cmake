@@ -8,8 +8,9 @@ vela_tests(vela-tests-urlsession USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionRedirectsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionFaultsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionLifetimeTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionTLSTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionWholeResourceTest.cpp)
-target_link_libraries(vela-tests-urlsession PRIVATE ZLIB::ZLIB ${CMAKE_DL_LIBS})
+target_link_libraries(vela-tests-urlsession PRIVATE OpenSSL::SSL ZLIB::ZLIB ${CMAKE_DL_LIBS})
 vela_tests(vela-tests-userdefaults USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/UserDefaultsTest.cpp)
 target_link_libraries(vela-tests-userdefaults PRIVATE Boost::json)
