@@ -9,14 +9,15 @@ using namespace platform;
 
 namespace {
 
-View packageRow(const presentation::Package& package, ScaledPictures& pictures) {
+View packageRow(const presentation::Package& package, const ViewEnvironment& environment) {
     const View words = verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
-                                     {shopName(package), statusLines(package)});
-    const View row = horizontalStack({.spacing = 10}, {
-                                                          shopPicture(package, pictures),
-                                                          words,
-                                                          productPicture(package, pictures),
-                                                      });
+                                     {footnote(package.shopName()), statusLines(package)});
+    const View row =
+        horizontalStack({.spacing = 10}, {
+                                             shopPicture(package, WidgetImageSize::medium, environment),
+                                             words,
+                                             productPicture(package, WidgetImageSize::medium, environment),
+                                         });
     return verticalStack({.spacing = 0}, {row, progressBar(package).padding({.top = 10})})
         .link(package.deepLinkingUrl());
 }
@@ -24,8 +25,8 @@ View packageRow(const presentation::Package& package, ScaledPictures& pictures) 
 }  // namespace
 
 View LargePackage::body(const ViewEnvironment& environment) const {
-    const auto row = [packages = packages, &pictures = environment.pictures](std::size_t index) {
-        const View package = packageRow(*packages[index], pictures);
+    const auto row = [packages = packages, environment](std::size_t index) {
+        const View package = packageRow(*packages[index], environment);
         if (index == 0) return package;
         return verticalStack({.spacing = 14}, {divider(Color::asset("DividerColor")), package});
     };

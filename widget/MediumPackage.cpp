@@ -8,20 +8,21 @@ namespace widget {
 using namespace platform;
 
 View MediumPackage::body(const ViewEnvironment& environment) const {
-    const View header = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 0},
-                                        {
-                                            horizontalStack({.spacing = 10},
-                                                            {
-                                                                shopPicture(package, environment.pictures),
-                                                                shopName(package),
-                                                            }),
-                                            spacer(10),
-                                            appIcon(environment.colorScheme),
-                                        });
+    const View header =
+        horizontalStack({.alignment = VerticalAlignment::top, .spacing = 0},
+                        {
+                            horizontalStack({.spacing = 10},
+                                            {
+                                                shopPicture(package, WidgetImageSize::medium, environment),
+                                                footnote(package.shopName()),
+                                            }),
+                            spacer(10),
+                            appIcon(environment.colorScheme),
+                        });
     const View status = horizontalStack({.alignment = VerticalAlignment::bottom, .spacing = 10},
                                         {
                                             statusLines(package),
-                                            productPicture(package, environment.pictures),
+                                            productPicture(package, WidgetImageSize::medium, environment),
                                         });
     return verticalStack({.spacing = 0},
                          {

@@ -8,12 +8,6 @@ namespace widget {
 
 using namespace platform;
 
-namespace {
-
-constexpr double cornerRadius = 8;
-
-}  // namespace
-
 View NetworkImage::body(ScaledPictures& pictures) const {
     const std::shared_ptr<const Bitmap> picture = url ? pictures.picture(*url, imageSize) : nullptr;
     if (!picture) return placeholder();

@@ -13,6 +13,8 @@
 namespace widget {
 
 struct NetworkImage {
+    static constexpr double cornerRadius = 8;
+
     std::optional<platform::URL> url;
     /// The side of the square, in points.
     double imageSize;

@@ -3,7 +3,6 @@
 #include "widget/NetworkImage.hpp"
 #include "widget/ProgressBar.hpp"
 #include "widget/StyledText.hpp"
-#include "widget/WidgetImageSize.hpp"
 
 namespace widget {
 
@@ -11,12 +10,16 @@ using namespace platform;
 
 namespace {
 
-constexpr double pictureSize = points(WidgetImageSize::medium);
-
-View footnote(const std::string& words) {
-    return StyledText{words, Color::asset("TextTertiaryColor"), std::nullopt, TextStyle::footnote}
-        .body()
-        .lineLimit(1);
+/// Dark strokes on nothing, as most merchants' marks are.
+bool isDrawnForLightGround(const Bitmap& bitmap) {
+    double coverage = 0;
+    double light = 0;
+    for (const std::uint32_t pixel : bitmap.pixels) {
+        coverage += pixel >> 24;
+        light += 0.299 * (pixel >> 16 & 0xFF) + 0.587 * (pixel >> 8 & 0xFF) + 0.114 * (pixel & 0xFF);
+    }
+    const double whole = 255.0 * static_cast<double>(bitmap.pixels.size());
+    return coverage < 0.9 * whole && light < 0.5 * coverage;
 }
 
 }  // namespace
@@ -35,18 +38,29 @@ View statusLines(const presentation::Package& package) {
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
-View shopName(const presentation::Package& package) {
-    return footnote(package.shopName());
+View footnote(const std::string& words) {
+    return StyledText{words, Color::asset("TextTertiaryColor"), std::nullopt, TextStyle::footnote}
+        .body()
+        .lineLimit(1);
 }
 
-View shopPicture(const presentation::Package& package, ScaledPictures& pictures) {
-    return NetworkImage{package.shopImage(), pictureSize, initial(package.shopName())}.body(pictures);
+View shopPicture(const presentation::Package& package, WidgetImageSize size,
+                 const ViewEnvironment& environment) {
+    const std::optional<URL> url = package.shopImage();
+    const View picture =
+        NetworkImage{url, points(size), initial(package.shopName())}.body(environment.pictures);
+    if (environment.colorScheme == ColorScheme::light || !url) return picture;
+    const auto bitmap = environment.pictures.picture(*url, points(size));
+    if (!bitmap || !isDrawnForLightGround(*bitmap)) return picture;
+    return picture.background(roundedRectangle(NetworkImage::cornerRadius, Color::white()));
 }
 
-View productPicture(const presentation::Package& package, ScaledPictures& pictures) {
+View productPicture(const presentation::Package& package, WidgetImageSize size,
+                    const ViewEnvironment& environment) {
     const std::optional<URL> url = package.productImage();
     if (!url) return View();
-    return NetworkImage{url, pictureSize, initial(package.shopName()), ContentMode::fill}.body(pictures);
+    return NetworkImage{url, points(size), initial(package.shopName()), ContentMode::fill}.body(
+        environment.pictures);
 }
 
 View progressBar(const presentation::Package& package) {

@@ -162,7 +162,7 @@ class CairoPainter {
     void draw(const DisplayItem& item, const AssetItem& asset) {
         const PixelSize room{static_cast<int>(std::lround(item.frame.size.width * scale_)),
                              static_cast<int>(std::lround(item.frame.size.height * scale_))};
-        const std::optional<Bitmap> bitmap = ink_.asset(asset.name, room, item.colorScheme);
+        const std::optional<Bitmap> bitmap = ink_.asset(asset.name, room);
         if (!bitmap) return;
         const double left = item.frame.left() * scale_ + (room.width - bitmap->width()) / 2;
         const double top = item.frame.top() * scale_ + (room.height - bitmap->height()) / 2;

@@ -50,12 +50,18 @@ std::optional<RGBA> Ink::color(const Color& color, ColorScheme scheme) const {
     return RGBA{tint->red, tint->green, tint->blue, channel(own->alpha * opacity)};
 }
 
-std::optional<Bitmap> Ink::asset(std::string_view name, PixelSize room, ColorScheme scheme) const {
+std::optional<Bitmap> Ink::asset(std::string_view name, PixelSize room) const {
     const VectorImage* drawing = catalogue.vector(name);
     if (!drawing || room.width < 1 || room.height < 1) return std::nullopt;
     std::optional<Bitmap> bitmap = catalogue.image(name, scaledIntoRoom(*drawing, room));
-    if (!bitmap || !tint) return bitmap;
-    return picture(*bitmap, scheme);
+    if (bitmap && tint) {
+        for (std::uint32_t& pixel : bitmap->pixels) pixel = premultiplied(*tint, (pixel >> 24) / 255.0);
+    }
+    return bitmap;
+}
+
+RGBA Ink::fill(const FilledPath& path) const {
+    return tint ? RGBA{tint->red, tint->green, tint->blue, path.fill.alpha} : path.fill;
 }
 
 Bitmap Ink::picture(const Bitmap& bitmap, ColorScheme scheme) const {

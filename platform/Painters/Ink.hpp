@@ -20,7 +20,9 @@ struct Ink {
     /// Nothing where there is nothing to draw.
     std::optional<RGBA> color(const Color& color, ColorScheme scheme) const;
     /// A drawing of the catalogue as large as `room` lets it be.
-    std::optional<Bitmap> asset(std::string_view name, PixelSize room, ColorScheme scheme) const;
+    std::optional<Bitmap> asset(std::string_view name, PixelSize room) const;
+    /// What a part of such a drawing is filled with.
+    RGBA fill(const FilledPath& path) const;
     Bitmap picture(const Bitmap& bitmap, ColorScheme scheme) const;
 };
 

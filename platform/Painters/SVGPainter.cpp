@@ -13,7 +13,7 @@
 namespace platform {
 namespace {
 
-/// Drawings that have to become bitmaps are made for a display of this many pixels to a point.
+/// What pictures note as their resolution; they are scaled to their frames in any case.
 constexpr int bitmapScale = 3;
 
 constexpr std::string_view fontFamily = "Inter, 'Noto Sans', system-ui, sans-serif";
@@ -234,12 +234,6 @@ class SVGPainter {
 
     void draw(const DisplayItem& item, const AssetItem& asset) {
         const Rect& frame = item.frame;
-        if (ink_.tint) {
-            const PixelSize room{static_cast<int>(std::lround(frame.size.width * bitmapScale)),
-                                 static_cast<int>(std::lround(frame.size.height * bitmapScale))};
-            if (const auto bitmap = ink_.asset(asset.name, room, item.colorScheme)) show(*bitmap, frame);
-            return;
-        }
         const VectorImage* drawing = ink_.catalogue.vector(asset.name);
         if (!drawing) return;
         const double factor =
@@ -251,7 +245,7 @@ class SVGPainter {
                            "translate(" + number(x) + " " + number(y) + ") scale(" + number(factor) + ")") +
                  ">";
         for (const FilledPath& path : drawing->paths) {
-            body_ += "<path" + attribute("d", path.data) + paintAttributes("fill", path.fill) + "/>";
+            body_ += "<path" + attribute("d", path.data) + paintAttributes("fill", ink_.fill(path)) + "/>";
         }
         body_ += "</g>";
     }

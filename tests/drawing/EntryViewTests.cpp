@@ -1,10 +1,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
 
 #include "platform/Image/AssetCatalogue.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 #include "widget/EntryDrawing.hpp"
 #include "widget/TrackingWidgetEntryView.hpp"
 
@@ -16,11 +19,11 @@ using drawing_tests::lines;
 using drawing_tests::linesBeginning;
 using drawing_tests::packages;
 using drawing_tests::url;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using ::testing::StartsWith;
 
 SimpleEntry twoPackages() {
     return drawing_tests::entry(LoggedIn{packages({
@@ -118,7 +121,7 @@ TEST(EntryView, ShowsNothingForAnEmptyList) {
 TEST(EntryView, AsksToSignInInEveryFamily) {
     for (const WidgetFamily family : allWidgetFamilies) {
         const DisplayList shown = list(drawing_tests::entry(NotLoggedIn{}), family);
-        EXPECT_THAT(texts(shown), Contains(testing::HasSubstr("Sign in"))) << description(family);
+        EXPECT_THAT(texts(shown), Contains(::testing::HasSubstr("Sign in"))) << description(family);
         EXPECT_THAT(shown.links, IsEmpty()) << description(family);
     }
     EXPECT_THAT(
@@ -218,6 +221,24 @@ TEST(SmallPackage, GivesTwoLinesToAStatusThatStandsAlone) {
     EXPECT_EQ(lineLimit("secondary"), 1);
 }
 
+TEST(ShopPicture, StandsOnAWhitePlateWhereItWouldVanishInTheDark) {
+    const auto isOnPlate = [](const char* picture, ColorScheme scheme) {
+        const DisplayList shown =
+            list(drawing_tests::entry(LoggedIn{packages({{"Shop",
+                                                          url("velaapp://order/1"),
+                                                          0.5f,
+                                                          url(picture),
+                                                          std::nullopt,
+                                                          {"primary", std::nullopt}}})}),
+                 WidgetFamily::systemSmall, scheme);
+        return !linesBeginning("roundedRectangle white", shown).empty();
+    };
+    EXPECT_TRUE(isOnPlate("sample:wide", ColorScheme::dark));
+    EXPECT_FALSE(isOnPlate("sample:wide", ColorScheme::light));
+    EXPECT_FALSE(isOnPlate("sample:shop", ColorScheme::dark));
+    EXPECT_FALSE(isOnPlate("sample:none", ColorScheme::dark));
+}
+
 // --- As a host asks for it
 
 std::string tree(const SimpleEntry& entry, WidgetFamily family, ColorScheme scheme = ColorScheme::light) {
@@ -228,10 +249,32 @@ std::string tree(const SimpleEntry& entry, WidgetFamily family, ColorScheme sche
 TEST(EntryDrawing, DrawsNoBackgroundOnALockScreen) {
     for (const WidgetFamily family : {WidgetFamily::accessoryCircular, WidgetFamily::accessoryInline,
                                       WidgetFamily::accessoryRectangular}) {
-        EXPECT_THAT(tree(twoPackages(), family), Not(testing::HasSubstr("linearGradient")))
+        EXPECT_THAT(tree(twoPackages(), family), Not(::testing::HasSubstr("linearGradient")))
             << description(family);
     }
-    EXPECT_THAT(tree(twoPackages(), WidgetFamily::systemSmall), testing::HasSubstr("linearGradient"));
+    EXPECT_THAT(tree(twoPackages(), WidgetFamily::systemSmall), ::testing::HasSubstr("linearGradient"));
+}
+
+TEST(EntryDrawing, ShowsThePlaceholderForWhatIsNoPictureFile) {
+    const platform::testing::TemporaryFolder folder;
+    const std::filesystem::path tooLong = folder.path() / "long.png";
+    std::ofstream(tooLong) << "GIF89a";
+    std::filesystem::resize_file(tooLong, 50'000'000);
+    for (const std::string& source :
+         {"file://" + folder.path().string(), std::string("file:///dev/zero"), "file://" + tooLong.string(),
+          "file://" + (folder.path() / "missing").string(), std::string("data:image/png;base64,AAAA"),
+          std::string("http://127.0.0.1:1/refused"), std::string("ftp://127.0.0.1/unknown")}) {
+        const SimpleEntry entry = drawing_tests::entry(LoggedIn{packages({{"Shop",
+                                                                           url("velaapp://order/1"),
+                                                                           0.5f,
+                                                                           url(source),
+                                                                           std::nullopt,
+                                                                           {"primary", std::nullopt}}})});
+        const std::string drawn = draw(
+            {entry, WidgetFamily::systemSmall, ColorScheme::light, std::nullopt, 3, DrawingFormat::tree});
+        EXPECT_THAT(drawn, ::testing::HasSubstr(R"("text":"S")")) << source;
+        EXPECT_THAT(drawn, Not(::testing::HasSubstr(R"("url":"file)"))) << source;
+    }
 }
 
 TEST(EntryDrawing, KeepsEverythingWithinTheContainerInEveryScriptAndFamily) {

@@ -179,6 +179,12 @@ TEST(CairoPainter, PaintsOneTintByHowFarAColourStandsFromItsGround) {
     EXPECT_LT(grey >> 24, 0xA0u);
 }
 
+TEST(CairoPainter, CutsTheCataloguesDrawingsFromTheTint) {
+    const Bitmap bitmap = drawnBitmap(image("VelaIcon"), {48, 48}, RGBA{255, 0, 255});
+    EXPECT_EQ(bitmap.row(40)[24], 0xFFFF00FFu);
+    EXPECT_EQ(bitmap.row(0)[0], 0u);
+}
+
 TEST(CairoPainter, DrawsNothingForAColourThatIsNotThere) {
     EXPECT_EQ(drawnBitmap(rectangle(Color::asset("NoSuchColor")), {1, 1}).pixels[0], 0u);
 }

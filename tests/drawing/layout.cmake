@@ -8,7 +8,7 @@ target_link_libraries(vela-contact-sheet PRIVATE vela_warnings vela_test_drawing
 add_dependencies(vela-contact-sheet vela_bundle)
 
 vela_tests(vela-tests-drawing
-    USES vela_test_drawing
+    USES vela_test_drawing vela_test_foundation
     SOURCES
         EntryViewTests.cpp
         GoldenTests.cpp
