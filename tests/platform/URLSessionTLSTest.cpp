@@ -5,6 +5,7 @@
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -107,6 +108,11 @@ class SecureServer {
     }
 
     void serve() {
+        // A client that trusts nobody hangs up in the middle of the handshake.
+        sigset_t brokenPipe;
+        ::sigemptyset(&brokenPipe);
+        ::sigaddset(&brokenPipe, SIGPIPE);
+        ::pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
         const int socket = ::accept(listener_, nullptr, nullptr);
         if (socket < 0) return;
         const Handle<SSL, SSL_free> connection(SSL_new(context_.get()));
