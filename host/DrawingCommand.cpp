@@ -64,7 +64,10 @@ class Drawer {
                 const auto bytes = co_await drawn(request(entry, family, colorScheme));
                 command_.deliver(path(family, colorScheme), bytes);
             }
-        co_await extension_->end();
+    }
+
+    asio::awaitable<void> end() {
+        if (extension_) co_await extension_->end();
     }
 
   private:
@@ -134,13 +137,17 @@ class Drawer {
 };
 
 asio::awaitable<void> drawOrReport(const DrawingCommand& command, int& status) {
+    Drawer drawer(command);
+    std::string failure;
     try {
-        Drawer drawer(command);
         co_await drawer.drawAll();
     } catch (const std::exception& error) {
-        printError("vela-widget", error.what());
-        status = 1;
+        failure = error.what();
     }
+    co_await drawer.end();
+    if (failure.empty()) co_return;
+    printError("vela-widget", failure);
+    status = 1;
 }
 
 }  // namespace

@@ -30,30 +30,37 @@ bool writeAll(int descriptor, std::string_view text) {
     return true;
 }
 
+asio::awaitable<void> conversation(const OneShotRequest& request, ExtensionProcess& extension,
+                                   Spinner& spinner) {
+    const auto reply = co_await extension.ask(request.request);
+    spinner.stop();
+    request.present(reply);
+    if (request.request.kind != ExtensionRequest::Kind::timeline) co_return;
+    const ExtensionRequest finish = {.kind = ExtensionRequest::Kind::finishUploads, .limit = uploadPatience};
+    co_await extension.ask(finish);
+}
+
 asio::awaitable<void> answer(const OneShotRequest& request, int& status) {
     const auto executor = co_await asio::this_coro::executor;
     const auto spinner =
         Spinner::start(executor, request.caption.empty() ? -1 : STDERR_FILENO, request.caption);
+    std::shared_ptr<ExtensionProcess> extension;
+    std::string failure;
     try {
-        const auto extension = ExtensionProcess::start(executor, ExtensionProcess::defaultExecutable(),
-                                                       [spinner](std::string_view line) {
-                                                           spinner->makeRoom();
-                                                           printExtensionLine(line);
-                                                       });
-        const auto reply = co_await extension->ask(request.request);
-        spinner->stop();
-        request.present(reply);
-        if (request.request.kind == ExtensionRequest::Kind::timeline) {
-            const ExtensionRequest finish = {.kind = ExtensionRequest::Kind::finishUploads,
-                                             .limit = uploadPatience};
-            co_await extension->ask(finish);
-        }
-        co_await extension->end();
+        extension = ExtensionProcess::start(executor, ExtensionProcess::defaultExecutable(),
+                                            [spinner](std::string_view line) {
+                                                spinner->makeRoom();
+                                                printExtensionLine(line);
+                                            });
+        co_await conversation(request, *extension, *spinner);
     } catch (const std::exception& error) {
-        spinner->stop();
-        printError("vela-widget", error.what());
-        status = 1;
+        failure = error.what();
     }
+    spinner->stop();
+    if (extension) co_await extension->end();
+    if (failure.empty()) co_return;
+    printError("vela-widget", failure);
+    status = 1;
 }
 
 }  // namespace

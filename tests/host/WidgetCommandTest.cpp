@@ -64,6 +64,17 @@ TEST_F(WidgetCommand, PrintsThePlaceholder) {
     EXPECT_FALSE(std::filesystem::exists(folder.path() / "data")) << "the placeholder writes nothing";
 }
 
+TEST_F(WidgetCommand, SaysSoWhenStandardOutputTakesNothing) {
+    ProgramRun shell = {.program = "/bin/sh"};
+    shell.arguments = {"-c", "exec \"$0\" placeholder > /dev/full",
+                       (platform::testing::programFolder() / "vela-widget").string()};
+    shell.environment = environment;
+    const auto result = shell.run();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("vela-widget: cannot write to standard output"), std::string::npos)
+        << result.errors;
+}
+
 TEST_F(WidgetCommand, PrintsTheDeclaration) {
     EXPECT_EQ(
         widget({"declaration"}).output,
