@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <future>
 
 #include "platform/Image/AssetCatalogue.hpp"
 #include "tests/drawing/DisplayText.hpp"
@@ -253,6 +254,18 @@ TEST(EntryDrawing, DrawsNoBackgroundOnALockScreen) {
             << description(family);
     }
     EXPECT_THAT(tree(twoPackages(), WidgetFamily::systemSmall), ::testing::HasSubstr("linearGradient"));
+}
+
+TEST(EntryDrawing, DrawsTheSameFromSeveralThreadsAtOnce) {
+    const EntryDrawing drawing{drawing_tests::sampleEntry("Mixed"), WidgetFamily::systemMedium};
+    const auto drawn = [&] {
+        drawing_tests::SamplePictures loader;
+        return draw(drawing, loader);
+    };
+    const std::string expected = drawn();
+    std::vector<std::future<std::string>> others;
+    for (int count = 0; count < 4; ++count) others.push_back(std::async(std::launch::async, drawn));
+    for (std::future<std::string>& other : others) EXPECT_TRUE(other.get() == expected);
 }
 
 TEST(EntryDrawing, ShowsThePlaceholderForWhatIsNoPictureFile) {
