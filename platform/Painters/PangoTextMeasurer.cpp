@@ -80,16 +80,13 @@ std::string presentable(std::string_view text) {
     const std::unique_ptr<char, decltype(&g_free)> valid(
         g_utf8_make_valid(text.data(), static_cast<gssize>(std::min(text.size(), longestText))), g_free);
     std::string presentable;
-    for (const char* next = valid.get(); *next; next = g_utf8_next_char(next)) {
-        const gunichar character = g_utf8_get_char(next);
-        const GUnicodeType type = g_unichar_type(character);
+    for (const char* next = valid.get(); *next;) {
+        const auto length = static_cast<std::size_t>(g_utf8_skip[static_cast<unsigned char>(*next)]);
+        const GUnicodeType type = g_unichar_type(g_utf8_get_char(next));
         const bool breaks = type == G_UNICODE_CONTROL || type == G_UNICODE_LINE_SEPARATOR ||
                             type == G_UNICODE_PARAGRAPH_SEPARATOR;
-        if (breaks) {
-            presentable += ' ';
-        } else {
-            presentable.append(next, static_cast<std::size_t>(g_utf8_next_char(next) - next));
-        }
+        presentable.append(breaks ? " " : std::string_view(next, length));
+        next += length;
     }
     return presentable;
 }

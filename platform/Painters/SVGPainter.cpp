@@ -28,7 +28,8 @@ std::string number(double value) {
     return shortest == "-0" ? "0" : shortest;
 }
 
-/// For contents and attributes alike. XML 1.0 has no place for most control characters, escaped or not.
+/// For contents and attributes alike. XML 1.0 has no place for most control characters nor for U+FFFE and
+/// U+FFFF, escaped or not.
 std::string escaped(std::string_view text) {
     std::string escaped;
     for (const char character : text) {
@@ -40,6 +41,7 @@ std::string escaped(std::string_view text) {
             case '\'': escaped += "&#39;"; break;
             default: escaped += static_cast<unsigned char>(character) < 0x20 ? ' ' : character;
         }
+        if (escaped.ends_with("\xEF\xBF\xBE") || escaped.ends_with("\xEF\xBF\xBF")) escaped.back() = '\xBD';
     }
     return escaped;
 }

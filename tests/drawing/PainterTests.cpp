@@ -218,6 +218,14 @@ TEST(SVGPainter, WritesTextAsTextAndEscapesIt) {
     EXPECT_THAT(document, Not(HasSubstr("<b>")));
 }
 
+TEST(SVGPainter, LeavesOutCharactersThatXMLHasNoPlaceFor) {
+    const std::string document = svg(text("a\xEF\xBF\xBE"
+                                          "b\xEF\xBF\xBF\x02")
+                                         .font(TextStyle::footnote));
+    EXPECT_THAT(document, HasSubstr("<desc id=\"systemSmall-light-description\">a\xEF\xBF\xBD"
+                                    "b\xEF\xBF\xBD </desc>"));
+}
+
 TEST(SVGPainter, SpeaksForThePicture) {
     const std::string document = svg(verticalStack({}, {text("One"), text("Two")}));
     EXPECT_THAT(document, HasSubstr(">Tracking Widget</title>"));
