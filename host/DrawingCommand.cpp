@@ -175,6 +175,10 @@ void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
 
 int DrawingCommand::run() const {
     int status = 0;
+    if (size && !DrawingRequest::isWithinBounds(*size, scale)) {
+        printError("vela-widget", "that size at that scale is more than 16 million pixels");
+        return 2;
+    }
     if (outputKind == OutputKind::folder) {
         std::error_code error;
         std::filesystem::create_directories(output, error);
@@ -196,9 +200,7 @@ std::optional<platform::Size> sizeFromText(const std::string& text) {
     if (width.ec != std::errc() || width.ptr == end || *width.ptr != 'x') return std::nullopt;
     const auto height = std::from_chars(width.ptr + 1, end, size.height);
     if (height.ec != std::errc() || height.ptr != end) return std::nullopt;
-    constexpr double largest = 4096;
-    const auto isUsable = [](double length) { return length >= 1 && length <= largest; };
-    if (!isUsable(size.width) || !isUsable(size.height)) return std::nullopt;
+    if (!DrawingRequest::isWithinBounds(size, 1)) return std::nullopt;
     return size;
 }
 

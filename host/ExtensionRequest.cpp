@@ -85,9 +85,8 @@ DrawingRequest drawingFromObject(const json::object& object) {
     if (const auto* size = object.if_contains("size"); size && size->is_object()) {
         const platform::Size given = {number(size->get_object(), "width", 0),
                                       number(size->get_object(), "height", 0)};
-        constexpr double largest = 4096;
-        if (!(given.width >= 1 && given.width <= largest && given.height >= 1 && given.height <= largest))
-            throw ProtocolError("size must be from 1x1 to 4096x4096");
+        if (!DrawingRequest::isWithinBounds(given, drawing.scale))
+            throw ProtocolError("size is out of bounds");
         drawing.size = given;
     }
     if (object.contains("tint")) drawing.tint = std::string(text(object, "tint", ""));
@@ -102,6 +101,12 @@ std::string_view name(DrawingFormat format) {
 
 std::string_view name(platform::ColorScheme colorScheme) {
     return colorSchemeNames[static_cast<std::size_t>(colorScheme)];
+}
+
+bool DrawingRequest::isWithinBounds(platform::Size size, double scale) {
+    const auto isUsable = [](double side) { return side >= 1 && side <= longestSide; };
+    return isUsable(size.width) && isUsable(size.height) &&
+           size.width * size.height * scale * scale <= mostPixels;
 }
 
 json::object ExtensionRequest::object() const {

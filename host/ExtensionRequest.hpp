@@ -24,6 +24,12 @@ enum class PictureReading { allowed, placeholdersOnly };
 
 /// How an entry is to be drawn.
 struct DrawingRequest {
+    /// Points a side, and pixels in all: what one drawing may cost.
+    static constexpr double longestSide = 4096;
+    static constexpr double mostPixels = 16e6;
+    /// Whether a drawing of that size at that scale stays within the bounds.
+    static bool isWithinBounds(platform::Size size, double scale);
+
     /// As `entryObject` writes it.
     boost::json::object entry;
     platform::ColorScheme colorScheme = platform::ColorScheme::light;

@@ -12,6 +12,7 @@
 
 #include "host/CommandLine.hpp"
 #include "platform/Bundle/Bundle.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
 #include "sandbox/Error.hpp"
 #include "sandbox/Sandbox.hpp"
 
@@ -27,6 +28,7 @@ struct Options {
     std::string readyFile;
     std::string caFile;
     std::string caFolder;
+    std::string bundleFolder;
     std::string url;
     int delay = 0;
     int padding = 0;
@@ -91,6 +93,22 @@ void writeAuthority(const Options& options, const sandbox::Certificates& certifi
     writeWhole(std::filesystem::path(options.caFolder) / certificates.hashedName, certificates.authority);
 }
 
+/// A bundle like the program's own, but with this sandbox for its event collector. Its other resources are
+/// links.
+void writeBundle(const std::filesystem::path& folder, const std::string& baseURL) {
+    const auto& bundle = platform::Bundle::main();
+    auto information = bundle.infoDictionary().value_or(boost::json::object());
+    information["EVENT_COLLECTOR_URL"] = baseURL + "/v1/produce";
+    std::filesystem::create_directories(folder);
+    writeWhole(folder / "Info.json", platform::JSONSerialization::dataWithJSONObject(
+                                         information, platform::JSONKeyOrder::ascendingBytes));
+    for (const auto& resource : std::filesystem::directory_iterator(bundle.resourceFolder())) {
+        const auto link = folder / resource.path().filename();
+        if (resource.path().filename() == "Info.json" || std::filesystem::exists(link)) continue;
+        std::filesystem::create_symlink(std::filesystem::absolute(resource.path()), link);
+    }
+}
+
 void serve(Options& options) {
     options.sandbox.dataFolder = platform::Bundle::main().resourceFolder() / "sandbox";
     options.sandbox.faults.delay = std::chrono::milliseconds(options.delay);
@@ -105,6 +123,7 @@ void serve(Options& options) {
 
     sandbox::Sandbox sandbox(options.sandbox);
     if (sandbox.certificates()) writeAuthority(options, *sandbox.certificates());
+    if (!options.bundleFolder.empty()) writeBundle(options.bundleFolder, sandbox.baseURL());
     const ReadyFile ready(options.readyFile, sandbox.baseURL());
     std::cout << sandbox.baseURL() << std::endl;
     sandbox.run();
@@ -197,6 +216,8 @@ void addFaults(CLI::App& app, Options& options) {
 }
 
 void addServing(CLI::App& app, Options& options) {
+    app.add_option("--bundle", options.bundleFolder,
+                   "Where to write a bundle whose event collector is this sandbox, for VELA_BUNDLE");
     app.add_option("--port", options.sandbox.port, "Port on 127.0.0.1; 0 (default) takes a free one");
     app.add_option("--scenario", options.sandbox.scenario, "Scenario: a name or a file (default: everyday)");
     app.add_option("--ready-file", options.readyFile, "Where to write the base URL once it is served");

@@ -165,18 +165,19 @@ TEST_F(RenderCommand, SaysWhatIsWrongWithAnEntry) {
 }
 
 TEST_F(RenderCommand, ExitsWithTwoOnWrongUsage) {
-    for (const auto& arguments :
-         std::vector<std::vector<std::string>>{{"render"},
-                                               {"render", "--output", "x", "--scale", "5"},
-                                               {"render", "--output", "x", "--scale", "0"},
-                                               {"render", "--output", "x", "--size", "10"},
-                                               {"render", "--output", "x", "--size", "0x10"},
-                                               {"render", "--output", "x", "--size", "99999x10"},
-                                               {"render", "--output", "x", "--scheme", "sepia"},
-                                               {"render", "--output", "x", "--format", "bmp"},
-                                               {"render", "--output", "x", "--tint", "red"},
-                                               {"render", "--output", "x", "--family", "huge"},
-                                               {"show", "--family", "systemSmall"}})
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {"render"},
+             {"render", "--output", "x", "--scale", "5"},
+             {"render", "--output", "x", "--scale", "0"},
+             {"render", "--output", "x", "--size", "10"},
+             {"render", "--output", "x", "--size", "0x10"},
+             {"render", "--output", "x", "--size", "99999x10"},
+             {"render", "--output", "x", "--size", "4096x4096", "--scale", "2"},
+             {"render", "--output", "x", "--scheme", "sepia"},
+             {"render", "--output", "x", "--format", "bmp"},
+             {"render", "--output", "x", "--tint", "red"},
+             {"render", "--output", "x", "--family", "huge"},
+             {"show", "--family", "systemSmall"}})
         EXPECT_EQ(widget(arguments).status, 2);
 }
 
