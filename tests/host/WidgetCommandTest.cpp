@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <thread>
 
 #include "tests/host/Person.hpp"
 #include "tests/support/LoopbackServer.hpp"
@@ -263,6 +264,59 @@ TEST_F(WidgetCommand, ShowsPackagesAsTextWithoutEscapesInAPipe) {
     EXPECT_EQ(result.errors, "");
     EXPECT_TRUE(result.output.starts_with("  Tea\n  In transit\n")) << result.output;
     EXPECT_EQ(result.output.find('\x1b'), std::string::npos);
+}
+
+/// The same with a terminal for standard output and standard error, whose text is the result's output.
+class WidgetOnATerminal : public WidgetCommand {
+  protected:
+    WidgetOnATerminal() {
+        environment["TERM"] = "xterm-256color";
+        signIn();
+    }
+
+    std::string shown() const {
+        ProgramRun script = {.program = "/usr/bin/script"};
+        script.arguments = {"-qec", (platform::testing::programFolder() / "vela-widget").string() + " show",
+                            "/dev/null"};
+        script.environment = environment;
+        const auto result = script.run();
+        EXPECT_EQ(result.status, 0);
+        return result.output;
+    }
+
+    /// Answers once the spinner has had time to turn.
+    const LoopbackServer slowServer{[](const ReceivedRequest&, LoopbackServer::Peer& peer) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(400));
+        peer.send(httpReply(200, onePackage));
+    }};
+};
+
+TEST_F(WidgetOnATerminal, ShowsColoursLinksAndASpinnerThatVanishes) {
+    serve(slowServer);
+    const auto text = shown();
+    const auto spinner = text.find("Looking for your packages");
+    const auto title = text.find("\x1b]8;;velaapp://delivery/d-1?referral=ios_widget\x1b\\\x1b[1mTea");
+    ASSERT_NE(spinner, std::string::npos) << text;
+    ASSERT_NE(title, std::string::npos) << text;
+    EXPECT_NE(text.substr(0, title).rfind("\r\x1b[2K"), std::string::npos);
+    EXPECT_GT(text.substr(0, title).rfind("\r\x1b[2K"), spinner);
+}
+
+TEST_F(WidgetOnATerminal, KeepsToPlainTextWhereTheTerminalIsDumb) {
+    serve(slowServer);
+    environment["TERM"] = "dumb";
+    const auto text = shown();
+    EXPECT_EQ(text.find('\x1b'), std::string::npos) << text;
+    EXPECT_EQ(text.find("Looking for"), std::string::npos) << text;
+    EXPECT_NE(text.find("velaapp://delivery/d-1"), std::string::npos);
+}
+
+TEST_F(WidgetOnATerminal, RespectsNoColor) {
+    serve(slowServer);
+    environment["NO_COLOR"] = "1";
+    const auto text = shown();
+    EXPECT_EQ(text.find("\x1b[1m"), std::string::npos) << text;
+    EXPECT_NE(text.find("\x1b]8;;velaapp"), std::string::npos) << text;
 }
 
 TEST_F(WidgetCommand, ShowsTheSignInPromptWithoutAnErrorText) {
