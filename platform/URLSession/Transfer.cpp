@@ -87,7 +87,8 @@ TrustStore trustStore() {
 }
 
 bool mayBeResent(const URLRequest& request) {
-    constexpr std::array<std::string_view, 6> idempotent = {"GET", "HEAD", "PUT", "DELETE", "OPTIONS", "TRACE"};
+    constexpr std::array<std::string_view, 6> idempotent = {"GET",    "HEAD",    "PUT",
+                                                            "DELETE", "OPTIONS", "TRACE"};
     return request.resending == Resending::allowed ||
            std::find(idempotent.begin(), idempotent.end(), request.httpMethod) != idempotent.end();
 }

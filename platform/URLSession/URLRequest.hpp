@@ -18,8 +18,8 @@ struct HTTPHeaderField {
     bool operator==(const HTTPHeaderField&) const = default;
 };
 
-/// Whether a request may go out a second time, on a new connection, when a kept one turns out to have been closed
-/// before a byte of the reply came. The server may have acted on the first.
+/// Whether a request may go out a second time, on a new connection, when a kept one turns out to have been
+/// closed before a byte of the reply came. The server may have acted on the first.
 enum class Resending {
     /// Only what HTTP calls idempotent (RFC 9110 section 9.2.2); everything else starts on a new connection.
     byMethod,
