@@ -1,6 +1,8 @@
 #pragma once
 
 // The one widget. Its values are shown in the host's gallery and reported to analytics as they stand here.
+// Its content, for each entry a TrackingWidgetEntryView, is in the drawing module (EntryDrawing), which a
+// timeline does without.
 
 #include "platform/WidgetKit/WidgetConfiguration.hpp"
 #include "widget/Provider.hpp"
