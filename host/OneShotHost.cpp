@@ -1,12 +1,15 @@
 #include "host/OneShotHost.hpp"
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
 #include <cerrno>
 #include <chrono>
+#include <optional>
 #include <system_error>
 
 #include "host/ExtensionProcess.hpp"
@@ -40,10 +43,30 @@ asio::awaitable<void> conversation(const OneShotRequest& request, ExtensionProce
     co_await extension.ask(finish);
 }
 
+/// An interrupted wait leaves no spinner behind.
+class CleanInterruption {
+  public:
+    CleanInterruption(const asio::any_io_executor& executor, std::shared_ptr<Spinner> spinner)
+        : signals_(executor, SIGINT, SIGTERM) {
+        signals_.async_wait(
+            [spinner = std::move(spinner)](const boost::system::error_code& error, int signal) {
+                if (error) return;
+                spinner->stop();
+                ::signal(signal, SIG_DFL);
+                ::raise(signal);
+            });
+    }
+
+  private:
+    asio::signal_set signals_;
+};
+
 asio::awaitable<void> answer(const OneShotRequest& request, int& status) {
     const auto executor = co_await asio::this_coro::executor;
     const auto spinner =
         Spinner::start(executor, request.caption.empty() ? -1 : STDERR_FILENO, request.caption);
+    std::optional<CleanInterruption> interruption;
+    if (!request.caption.empty()) interruption.emplace(executor, spinner);
     std::shared_ptr<ExtensionProcess> extension;
     std::string failure;
     try {

@@ -1,6 +1,5 @@
 // The widget host's command line.
 
-#include <signal.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -193,7 +192,6 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
 }  // namespace
 
 int main(int count, char** arguments) {
-    ::signal(SIGPIPE, SIG_IGN);
     CLI::App app("Your latest parcels and orders, on every surface you look at.", "vela-widget");
     app.set_version_flag("--version", VELA_VERSION);
     app.require_subcommand(1);

@@ -76,6 +76,14 @@ TEST_F(WidgetCommand, SaysSoWhenStandardOutputTakesNothing) {
         << result.errors;
 }
 
+TEST_F(WidgetCommand, EndsQuietlyWhenNobodyReadsOn) {
+    ProgramRun shell = {.program = "/bin/sh"};
+    shell.arguments = {"-c", "\"$0\" placeholder | true",
+                       (platform::testing::programFolder() / "vela-widget").string()};
+    shell.environment = environment;
+    EXPECT_EQ(shell.run().errors, "");
+}
+
 TEST_F(WidgetCommand, PrintsTheDeclaration) {
     EXPECT_EQ(
         widget({"declaration"}).output,
@@ -429,6 +437,22 @@ TEST_F(WidgetCommand, SurvivesAnExtensionThatIsKilled) {
     ASSERT_EQ(extensions.size(), 1u);
     ::kill(extensions.front(), SIGKILL);
     EXPECT_EQ(host.waitForEnd(std::chrono::seconds(5)), 1);
+}
+
+TEST_F(WidgetCommand, SaysSoWhenAnAnswerIsTooLongForTheHost) {
+    // Percent-encoded, the address is three times as long, and longer than a message may be.
+    const std::string address = "https://shop.example/" + std::string(6 << 20, ' ');
+    const LoopbackServer server(httpReply(
+        200,
+        R"({"data":{"__typename":"Query","deliveriesOrdersList":{"__typename":"DeliveriesOrdersListConnection",)"
+        R"("nodes":[{"__typename":"Delivery","id":"d-1","status":"IN_TRANSIT","state":"CURRENT",)"
+        R"("deliveryFlags":[],"exceptions":[],"tracker":{"__typename":"Tracker","carrierInfo":)"
+        R"({"__typename":"Carrier","id":"c-1","name":"Post","imageUrl":")" +
+            address + R"("}}}]}}})"));
+    serve(server);
+    const auto result = widget({"timeline"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.errors.find("too long"), std::string::npos) << result.errors;
 }
 
 TEST_F(WidgetCommand, NeverPutsATokenWhereOthersSeeIt) {
