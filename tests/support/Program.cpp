@@ -53,10 +53,19 @@ pid_t spawn(const ProgramRun& run, int input, int output, int errors) {
     posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
+    // The test ignores broken pipes; the program is to meet them as it would anywhere.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t restored;
+    sigemptyset(&restored);
+    sigaddset(&restored, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &restored);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t process = -1;
-    const int error = ::posix_spawn(&process, path.c_str(), &actions, nullptr, pointers(arguments).data(),
+    const int error = ::posix_spawn(&process, path.c_str(), &actions, &attributes, pointers(arguments).data(),
                                     pointers(variables).data());
     posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
     EXPECT_EQ(error, 0) << "cannot start " << path;
     return error == 0 ? process : -1;
 }
@@ -71,6 +80,12 @@ bool readSome(int descriptor, std::string& text) {
     const auto length = ::read(descriptor, buffer.data(), buffer.size());
     if (length > 0) text.append(buffer.data(), static_cast<std::size_t>(length));
     return length > 0;
+}
+
+/// A program built with a sanitizer writes what it has found, and so does the extension that it started.
+void expectNoSanitizerReport(const std::string& errors) {
+    for (const char* mark : {"Sanitizer: ", "runtime error: "})
+        EXPECT_EQ(errors.find(mark), std::string::npos) << errors;
 }
 
 }  // namespace
@@ -123,6 +138,7 @@ ProgramResult ProgramRun::run() const {
     writer.join();
     result.status = exitStatus(status);
     result.peakMemory = usage.ru_maxrss * 1024;
+    expectNoSanitizerReport(result.errors);
     return result;
 }
 
