@@ -185,12 +185,11 @@ void deleteDefaults(std::string_view key) {
     changeDefaults([&](platform::UserDefaults& defaults) { defaults.removeObject(key); });
 }
 
-boost::json::value integerValue(std::string_view text) {
+std::optional<boost::json::value> integerValue(std::string_view text) {
     std::int64_t value = 0;
     const auto digits = text.starts_with('+') ? text.substr(1) : text;
     const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (parsed.ec != std::errc() || parsed.ptr != digits.data() + digits.size())
-        throw CompanionError("the value is not a 64-bit integer");
+    if (parsed.ec != std::errc() || parsed.ptr != digits.data() + digits.size()) return std::nullopt;
     return value;
 }
 

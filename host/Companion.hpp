@@ -41,8 +41,8 @@ std::string signInStatus();
 std::optional<std::string> defaultsText(std::string_view key);
 void writeDefaults(std::string_view key, const boost::json::value& value);
 void deleteDefaults(std::string_view key);
-/// `text` as a 64-bit integer.
-boost::json::value integerValue(std::string_view text);
+/// `text` as a 64-bit integer; nothing for any other text.
+std::optional<boost::json::value> integerValue(std::string_view text);
 
 /// The page of the account server that shows what a link of the widget's stands for; an http or https URL
 /// stands for itself.

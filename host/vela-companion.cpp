@@ -120,10 +120,10 @@ void addDefaults(CLI::App& app, Options& options) {
         "Example:\n  vela-companion defaults write userId 12345\n"
         "  vela-companion defaults write --integer count -- -7");
     write->callback([&options] {
-        run([&options] {
-            host::writeDefaults(options.key, options.integer ? host::integerValue(options.value)
-                                                             : boost::json::value(options.value));
-        });
+        const auto value =
+            options.integer ? host::integerValue(options.value) : boost::json::value(options.value);
+        if (!value) throw CLI::ValidationError("VALUE", "is not a 64-bit integer");
+        run([&] { host::writeDefaults(options.key, *value); });
     });
 
     auto* remove = defaults->add_subcommand("delete", "Remove a value");

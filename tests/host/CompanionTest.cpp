@@ -124,7 +124,7 @@ TEST_F(Companion, ReadsWritesAndDeletesDefaults) {
 
 TEST_F(Companion, RefusesAnIntegerThatIsNone) {
     for (const auto* text : {"", "x", "1.5", "9223372036854775808", "1 "})
-        EXPECT_EQ(companion({"defaults", "write", "--integer", "count", text}).status, 1) << text;
+        EXPECT_EQ(companion({"defaults", "write", "--integer", "count", text}).status, 2) << text;
 }
 
 TEST_F(Companion, ExitsWithTwoOnWrongUsage) {
