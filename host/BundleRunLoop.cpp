@@ -47,15 +47,20 @@ class BundleService {
 
   private:
     asio::awaitable<void> answer(Message request) {
-        const auto* id = request.body.if_contains("id");
-        Message reply;
+        const auto* found = request.body.if_contains("id");
+        const json::value identifier = found ? *found : json::value(nullptr);
         try {
-            reply = co_await result(request.body);
+            auto message = co_await result(request.body);
+            reply(identifier, std::move(message));
         } catch (const std::exception& error) {
-            reply = {.body = {{"error", error.what()}}};
+            reply(identifier, {.body = {{"error", error.what()}}});
         }
-        reply.body["id"] = id ? *id : json::value(nullptr);
-        channel_->send(std::move(reply));
+    }
+
+    /// Throws for a message that is too long to send.
+    void reply(const json::value& identifier, Message message) {
+        message.body["id"] = identifier;
+        channel_->send(std::move(message));
     }
 
     asio::awaitable<Message> result(const json::object& body) {

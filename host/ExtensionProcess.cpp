@@ -187,7 +187,7 @@ asio::awaitable<void> ExtensionProcess::passOutputOn(std::shared_ptr<ExtensionPr
 
 asio::awaitable<std::optional<int>> ExtensionProcess::end(std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    co_await channel_->flush();
+    co_await channel_->flush(deadline);
     channel_->close();
     // The extension's end of the pipe closes when it ends, so the end of its output is its own.
     if (!hasPassedOutputOn_) {

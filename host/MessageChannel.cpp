@@ -101,9 +101,11 @@ asio::awaitable<void> MessageChannel::writeQueued(std::shared_ptr<MessageChannel
     channel->written_.cancel();
 }
 
-asio::awaitable<void> MessageChannel::flush() {
+asio::awaitable<void> MessageChannel::flush(std::chrono::steady_clock::time_point deadline) {
     boost::system::error_code error;
-    while (isWriting_) co_await written_.async_wait(asio::redirect_error(asio::use_awaitable, error));
+    written_.expires_at(deadline);
+    while (isWriting_ && std::chrono::steady_clock::now() < deadline)
+        co_await written_.async_wait(asio::redirect_error(asio::use_awaitable, error));
 }
 
 void MessageChannel::close() {

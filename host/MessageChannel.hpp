@@ -8,6 +8,7 @@
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/json/value.hpp>
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <stdexcept>
@@ -42,8 +43,8 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
     /// Queues a message; it goes out in the order of the calls.
     void send(Message message);
 
-    /// Waits until everything queued has gone out or the other side has gone.
-    boost::asio::awaitable<void> flush();
+    /// Waits until everything queued has gone out or the other side has gone, at most until `deadline`.
+    boost::asio::awaitable<void> flush(std::chrono::steady_clock::time_point deadline);
 
     void close();
 

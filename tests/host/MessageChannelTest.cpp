@@ -6,6 +6,7 @@
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>
+#include <chrono>
 #include <functional>
 
 namespace host {
@@ -77,7 +78,16 @@ TEST_F(MessageChannelTest, OutlivesAReaderThatIsGoneWhileItSends) {
     run([this]() -> asio::awaitable<void> {
         const auto host = channel(0);
         host->send({.body = {}, .attachment = std::string(1 << 20, 'x')});
-        co_await host->flush();
+        co_await host->flush(std::chrono::steady_clock::now() + std::chrono::hours(1));
+    });
+}
+
+TEST_F(MessageChannelTest, WaitsNoLongerThanToldForAReaderThatDoesNotRead) {
+    run([this]() -> asio::awaitable<void> {
+        const auto host = channel(0);
+        host->send({.body = {}, .attachment = std::string(16 << 20, 'x')});
+        co_await host->flush(std::chrono::steady_clock::now() + std::chrono::milliseconds(20));
+        host->close();
     });
 }
 
