@@ -98,6 +98,8 @@ TEST(URL, TellsItsParts) {
              Row{"file:///tmp/a%25b", "file", "", {}, {}, "/tmp/a%b"},
              Row{"data:text/plain,hi there", "data", "", {}, {}, "text/plain,hi there"},
              Row{"mailto:someone@h", "mailto", "", {}, {}, "someone@h"},
+             Row{"x:?", "x", "", {}, {}, ""},
+             Row{"x:#", "x", "", {}, {}, ""},
          }) {
         const auto url = URL::parse(row.text);
         ASSERT_TRUE(url) << row.text;
