@@ -13,7 +13,7 @@ vela_tests(vela-tests-drawing
         EntryViewTests.cpp
         GoldenTests.cpp
         LayoutTests.cpp
-        LeakSuppressions.cpp
+        ../support/LeakSuppressions.cpp
         PainterTests.cpp
         SharedElementTests.cpp
         StackSharingTests.cpp)
