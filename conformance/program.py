@@ -23,6 +23,9 @@ class Run:
         return [line for line in self.errors.splitlines() if line.startswith("Failed to ")]
 
 
+SANITIZER_REPORTS = ("Sanitizer: ", "runtime error: ")
+
+
 class Person:
     """A data folder, and the programs that work on it."""
 
@@ -47,6 +50,8 @@ class Person:
             [self.programs / program, *arguments],
             input=stdin, text=True, capture_output=True, timeout=120, env=self.environment(**environment),
         )
+        if any(mark in ended.stderr for mark in SANITIZER_REPORTS):
+            raise RuntimeError(f"{program} {arguments}: {ended.stderr}")
         return Run(ended.returncode, ended.stdout, ended.stderr, started, datetime.now(timezone.utc))
 
     def companion(self, *arguments, stdin=""):
