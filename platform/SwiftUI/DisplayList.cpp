@@ -65,7 +65,7 @@ class Flattening {
         const TextStyle style = inherited.font.value_or(TextStyle::body);
         const FontWeight weight = inherited.fontWeight.value_or(metrics(style).weight);
         item(layout, grid_.snappedText(frame),
-             TextItem{{text.words, style, weight, layout.lineLimit},
+             TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale},
                       inherited.foregroundColor.value_or(Color::primary()),
                       inherited.textAlignment.value_or(HorizontalAlignment::leading)});
     }
@@ -178,6 +178,7 @@ void write(boost::json::object& object, const TextItem& text) {
     object["textStyle"] = metrics(text.run.style).name;
     object["weight"] = name(text.run.weight);
     if (text.run.lineLimit > 0) object["lineLimit"] = text.run.lineLimit;
+    if (text.run.scale != 1) object["scale"] = number(text.run.scale);
     write(object, text.color);
 }
 void write(boost::json::object& object, const AssetItem& asset) {

@@ -14,6 +14,7 @@ struct InheritedValues {
     std::optional<FontWeight> fontWeight = std::nullopt;
     std::optional<Color> foregroundColor = std::nullopt;
     std::optional<int> lineLimit = std::nullopt;
+    std::optional<double> minimumScaleFactor = std::nullopt;
     std::optional<HorizontalAlignment> textAlignment = std::nullopt;
     std::optional<ColorScheme> colorScheme = std::nullopt;
 
@@ -67,6 +68,9 @@ struct RowsThatFit {
     double spacing;
     std::size_t count;
     std::function<View(std::size_t)> row;
+};
+struct ViewThatFits {
+    std::vector<View> choices;
 };
 struct LayeredStack {
     Alignment alignment;
@@ -123,9 +127,10 @@ struct Inheriting {
 struct Element {
     std::variant<element::Empty, element::Text, element::AssetImage, element::BitmapImage, element::Rectangle,
                  element::RoundedRectangle, element::LinearGradient, element::Divider, element::Spacer,
-                 element::Stack, element::RowsThatFit, element::LayeredStack, element::GeometryReader,
-                 element::Framed, element::Padded, element::Offset, element::Layered, element::Clipped,
-                 element::Prioritised, element::Linked, element::OnContainer, element::Inheriting>
+                 element::Stack, element::RowsThatFit, element::ViewThatFits, element::LayeredStack,
+                 element::GeometryReader, element::Framed, element::Padded, element::Offset, element::Layered,
+                 element::Clipped, element::Prioritised, element::Linked, element::OnContainer,
+                 element::Inheriting>
         kind;
 };
 

@@ -126,12 +126,44 @@ class LayoutPass {
 
         const std::optional<double> width =
             proposal.width && std::isfinite(*proposal.width) ? proposal.width : std::nullopt;
-        const TextRun run{text.words, style, inherited.fontWeight.value_or(font.weight), limit};
-        const std::vector<TextLine> lines = measurer_.lines(run, width);
+        TextRun run{text.words, style, inherited.fontWeight.value_or(font.weight), limit};
+        if (width) run.scale = scaleThatFits(run, *width, inherited.minimumScaleFactor.value_or(1));
+        answer.textScale = run.scale;
+        std::vector<TextLine> lines = measurer_.lines(run, width);
+        if (width && lines.size() > 1 && isShownWhole(run, *width)) {
+            lines = measurer_.lines(run, balancedWidth(run, *width, lines.size()));
+        }
         answer.size.height = font.lineHeight * static_cast<double>(lines.size());
         for (const TextLine& line : lines) answer.size.width = std::max(answer.size.width, line.width);
         if (width) answer.size.width = std::min(answer.size.width, *width);
         return answer;
+    }
+
+    std::size_t lineCount(TextRun run, double width) {
+        run.lineLimit = 0;
+        return measurer_.lines(run, width).size();
+    }
+    bool isShownWhole(const TextRun& run, double width) {
+        return run.lineLimit == 0 || lineCount(run, width) <= static_cast<std::size_t>(run.lineLimit);
+    }
+
+    /// The largest scale, down to the least one, at which the text is shown whole; 1 where there is none.
+    double scaleThatFits(TextRun run, double width, double least) {
+        constexpr double step = 0.02;
+        for (; run.scale > least - tolerance; run.scale -= step) {
+            if (least == 1 || isShownWhole(run, width)) return run.scale;
+        }
+        return 1;
+    }
+
+    /// The least width, to a point, in which the text has no more lines than it has in this one.
+    double balancedWidth(const TextRun& run, double width, std::size_t count) {
+        double tooNarrow = width / static_cast<double>(count) / 2;
+        while (width - tooNarrow > 1) {
+            const double middle = (tooNarrow + width) / 2;
+            (lineCount(run, middle) > count ? tooNarrow : width) = middle;
+        }
+        return width;
     }
 
     Layout lay(const Question& question, const element::AssetImage&) {
@@ -185,6 +217,19 @@ class LayoutPass {
             child.origin = {aligned(child.layout->size, rows.alignment, size).x, child.origin.y + down};
         }
         return question.answer(size, std::move(shown));
+    }
+
+    Layout lay(const Question& question, const element::ViewThatFits& fitting) {
+        const std::optional<double> room = question.proposal.height;
+        for (const View& choice : fitting.choices) {
+            if (room && &choice != &fitting.choices.back()) {
+                const LayoutPointer ideal =
+                    layout(choice, {question.proposal.width, std::nullopt}, question.inherited);
+                if (ideal->size.height > *room + tolerance) continue;
+            }
+            return around(question, choice);
+        }
+        return question.answer({});
     }
 
     /// Rows are made once, however often they are asked for.

@@ -36,8 +36,9 @@ struct Layout {
     InheritedValues inherited;
     Size size;
     std::vector<PlacedLayout> children = {};
-    /// Of a text: its lines' limit after its height was chosen.
+    /// Of a text: its lines' limit after its height was chosen, and the part of its size at which it is set.
     int lineLimit = 0;
+    double textScale = 1;
 };
 
 std::shared_ptr<const Layout> layout(const View& view, Proposal proposal, const TextMeasurer& measurer,

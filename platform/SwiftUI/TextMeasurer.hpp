@@ -10,12 +10,13 @@
 
 namespace platform {
 
-/// A text and how it is set. `lineLimit` 0 is no limit.
+/// A text and how it is set. `lineLimit` 0 is no limit; `scale` is a part of the style's size.
 struct TextRun {
     std::string text;
     TextStyle style = TextStyle::body;
     FontWeight weight = FontWeight::regular;
     int lineLimit = 0;
+    double scale = 1;
     bool operator==(const TextRun&) const = default;
 };
 

@@ -17,6 +17,7 @@ InheritedValues InheritedValues::over(const InheritedValues& outer) const {
             fontWeight ? fontWeight : outer.fontWeight,
             foregroundColor ? foregroundColor : outer.foregroundColor,
             lineLimit ? lineLimit : outer.lineLimit,
+            minimumScaleFactor ? minimumScaleFactor : outer.minimumScaleFactor,
             textAlignment ? textAlignment : outer.textAlignment,
             colorScheme ? colorScheme : outer.colorScheme};
 }
@@ -66,6 +67,9 @@ View View::foregroundColor(Color color) const {
 View View::lineLimit(int lines) const {
     return viewOf(element::Inheriting{*this, {.lineLimit = lines}});
 }
+View View::minimumScaleFactor(double factor) const {
+    return viewOf(element::Inheriting{*this, {.minimumScaleFactor = factor}});
+}
 View View::multilineTextAlignment(HorizontalAlignment alignment) const {
     return viewOf(element::Inheriting{*this, {.textAlignment = alignment}});
 }
@@ -111,6 +115,9 @@ View verticalStack(VerticalStack stack, std::vector<View> children) {
 }
 View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row) {
     return viewOf(element::RowsThatFit{rows.alignment, rows.spacing, count, std::move(row)});
+}
+View viewThatFits(std::vector<View> choices) {
+    return viewOf(element::ViewThatFits{std::move(choices)});
 }
 View layeredStack(Alignment alignment, std::vector<View> children) {
     return viewOf(element::LayeredStack{alignment, std::move(children)});

@@ -99,6 +99,9 @@ class View {
     View fontWeight(FontWeight weight) const;
     View foregroundColor(Color color) const;
     View lineLimit(int lines) const;
+    /// A text that does not fit as it is may be set smaller, down to this part of its size, where that shows
+    /// all of it. Otherwise it keeps its size and ends in an ellipsis.
+    View minimumScaleFactor(double factor) const;
     View multilineTextAlignment(HorizontalAlignment alignment) const;
     View colorScheme(ColorScheme scheme) const;
 
@@ -114,6 +117,7 @@ View applying(const View& view, const std::optional<Value>& value, Modifier modi
     return value ? (view.*modifier)(*value) : view;
 }
 
+/// Lines of a text that is shown whole are about as long as each other: no word is left alone on the last.
 View text(std::string words);
 
 /// A drawing of the asset catalogue, as large as its frame lets it be without losing its shape.
@@ -153,6 +157,9 @@ struct RowsThatFit {
     double spacing = 8;
 };
 View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row);
+
+/// The first of the choices that is no higher than the height proposed, or the last.
+View viewThatFits(std::vector<View> choices);
 
 /// One on top of the other, the first at the back.
 View layeredStack(Alignment alignment, std::vector<View> children);
