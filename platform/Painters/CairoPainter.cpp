@@ -7,6 +7,7 @@
 #include <cmath>
 #include <memory>
 
+#include "platform/Painters/JoinedShapes.hpp"
 #include "platform/Painters/Path.hpp"
 #include "platform/Painters/TextPlacement.hpp"
 
@@ -55,11 +56,15 @@ class CairoPainter {
     CairoPainter(const CairoPainter&) = delete;
     CairoPainter& operator=(const CairoPainter&) = delete;
 
-    void paint(const DisplayItem& item) {
+    void paint(std::span<const DisplayItem> joined) {
+        const DisplayItem& item = joined.front();
         const Saved state(context_.get());
         for (const Shape& clip : item.clips) {
             trace(clip.frame, clip.cornerRadius);
             cairo_clip(context_.get());
+        }
+        for (const DisplayItem& other : joined.subspan(1)) {
+            trace(other.frame, std::get<RoundedRectangleItem>(other.kind).cornerRadius);
         }
         std::visit([&](const auto& kind) { draw(item, kind); }, item.kind);
     }
@@ -204,7 +209,7 @@ Bitmap painted(const DisplayList& list, double scale, const Ink& ink, const Pang
     Bitmap bitmap = Bitmap::transparent({std::max(1, static_cast<int>(std::lround(size.width * scale))),
                                          std::max(1, static_cast<int>(std::lround(size.height * scale)))});
     CairoPainter painter(bitmap, scale, ink, measurer);
-    for (const DisplayItem& item : list.items) painter.paint(item);
+    forEachJoined(list.items, [&](std::span<const DisplayItem> joined) { painter.paint(joined); });
     painter.cut(list.container);
     return bitmap;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "platform/Image/PNGWriter.hpp"
+#include "platform/Painters/JoinedShapes.hpp"
 #include "platform/Painters/Path.hpp"
 #include "platform/Painters/TextPlacement.hpp"
 
@@ -135,7 +136,7 @@ class SVGPainter {
     }
 
     std::string document(std::string_view title) {
-        for (const DisplayItem& item : list_.items) paint(item);
+        forEachJoined(list_.items, [&](std::span<const DisplayItem> joined) { paint(joined); });
         for (const DisplayLink& link : list_.links) paint(link);
 
         const Rect& frame = list_.container.frame;
@@ -164,9 +165,14 @@ class SVGPainter {
         return attribute("clip-path", "url(#" + name + ")");
     }
 
-    void paint(const DisplayItem& item) {
+    void paint(std::span<const DisplayItem> joined) {
+        const DisplayItem& item = joined.front();
         for (const Shape& clip : item.clips) body_ += "<g" + clipAttribute(clip) + ">";
-        std::visit([&](const auto& kind) { draw(item, kind); }, item.kind);
+        if (joined.size() > 1) {
+            drawAsOne(joined);
+        } else {
+            std::visit([&](const auto& kind) { draw(item, kind); }, item.kind);
+        }
         for (std::size_t count = item.clips.size(); count > 0; --count) body_ += "</g>";
         body_ += "\n";
     }
@@ -177,6 +183,19 @@ class SVGPainter {
         body_ += "<a" + attribute("href", link.url.absoluteString()) +
                  attribute("aria-label", wordsWithin(list_, link.frame)) + "><rect" +
                  frameAttributes(link.frame) + " fill-opacity=\"0\"/></a>\n";
+    }
+
+    void drawAsOne(std::span<const DisplayItem> shapes) {
+        const DisplayItem& first = shapes.front();
+        const std::optional<RGBA> color =
+            ink_.color(std::get<RoundedRectangleItem>(first.kind).color, first.colorScheme);
+        if (!color) return;
+        std::string data;
+        for (const DisplayItem& shape : shapes) {
+            data += pathData(continuousRoundedRectangle(
+                shape.frame, std::get<RoundedRectangleItem>(shape.kind).cornerRadius));
+        }
+        body_ += "<path" + attribute("d", data) + paintAttributes("fill", *color) + "/>";
     }
 
     void draw(const DisplayItem& item, const LinearGradientItem& gradient) {
@@ -217,7 +236,7 @@ class SVGPainter {
         if (!color) return;
         const std::vector<TextLine> lines = measurer_.lines(text.run, item.frame.size.width);
         body_ += "<g" + attribute("font-family", fontFamily) +
-                 attribute("font-size", metrics(text.run.style).pointSize) +
+                 attribute("font-size", metrics(text.run.style).pointSize * text.run.scale) +
                  attribute("font-weight", platform::number(text.run.weight)) +
                  paintAttributes("fill", *color) + ">";
         for (std::size_t index = 0; index < lines.size(); ++index) {

@@ -90,6 +90,13 @@ TEST(PangoText, BreaksBetweenWordsUpToItsLimit) {
     EXPECT_THAT(lines[1].text, testing::EndsWith("…"));
 }
 
+TEST(PangoText, IsNarrowerWhereItIsSetSmaller) {
+    TextRun run = footnote("Between 2 and 4 PM");
+    const double whole = measurer().lines(run, std::nullopt).at(0).width;
+    run.scale = 0.9;
+    EXPECT_NEAR(measurer().lines(run, std::nullopt).at(0).width, 0.9 * whole, 0.5);
+}
+
 TEST(PangoText, ReadsEachScriptInItsDirection) {
     const auto direction = [](const char* text) {
         return measurer().lines(footnote(text), 500).at(0).direction;
@@ -179,6 +186,22 @@ TEST(CairoPainter, PaintsOneTintByHowFarAColourStandsFromItsGround) {
     EXPECT_LT(grey >> 24, 0xA0u);
 }
 
+/// Three rounded squares, the second half on the first and of one colour with it.
+View overlappingShapes() {
+    const auto square = [](Color color) {
+        return roundedRectangle(2, std::move(color)).frame({.width = 20, .height = 20});
+    };
+    const Color grey = Color::sRGB(140, 140, 140);
+    return horizontalStack({.spacing = -10}, {square(grey), square(grey), square(Color::primary())});
+}
+
+TEST(CairoPainter, LaysATranslucentColourOnOnceWhereShapesOverlap) {
+    const Bitmap bitmap = drawnBitmap(overlappingShapes(), {40, 20}, RGBA{255, 0, 255});
+    EXPECT_EQ(bitmap.row(10)[5], bitmap.row(10)[15]);
+    EXPECT_LT(bitmap.row(10)[15] >> 24, 0xA0u);
+    EXPECT_EQ(bitmap.row(10)[25], 0xFFFF00FFu);
+}
+
 TEST(CairoPainter, CutsTheCataloguesDrawingsFromTheTint) {
     const Bitmap bitmap = drawnBitmap(image("VelaIcon"), {48, 48}, RGBA{255, 0, 255});
     EXPECT_EQ(bitmap.row(40)[24], 0xFFFF00FFu);
@@ -224,6 +247,18 @@ TEST(SVGPainter, LeavesOutCharactersThatXMLHasNoPlaceFor) {
                                          .font(TextStyle::footnote));
     EXPECT_THAT(document, HasSubstr("<desc id=\"systemSmall-light-description\">a\xEF\xBF\xBD"
                                     "b\xEF\xBF\xBD </desc>"));
+}
+
+TEST(SVGPainter, MakesOnePathOfShapesOfOneColour) {
+    const std::string document = svg(overlappingShapes());
+    const auto occurrences = [&](const std::string& part) {
+        std::size_t count = 0;
+        for (auto at = document.find(part); at != std::string::npos; at = document.find(part, at + 1))
+            ++count;
+        return count;
+    };
+    EXPECT_EQ(occurrences("<path"), 2u);
+    EXPECT_EQ(occurrences("ZM"), 1u);
 }
 
 TEST(SVGPainter, SpeaksForThePicture) {
