@@ -1,5 +1,8 @@
 #include "widget/AccessoryInlinePackage.hpp"
 
+#include "widget/AppIcon.hpp"
+#include "widget/PackageBody.hpp"
+
 namespace widget {
 
 using namespace platform;
@@ -7,8 +10,11 @@ using namespace platform;
 View AccessoryInlinePackage::body() const {
     return horizontalStack({.spacing = 5},
                            {
-                               image("VelaIcon").frame({.width = 12, .height = 12}),
-                               text(package.statusText().primary).font(TextStyle::subheadline).lineLimit(1),
+                               inlineIcon(),
+                               text(package.statusText().primary)
+                                   .font(TextStyle::subheadline)
+                                   .lineLimit(1)
+                                   .minimumScaleFactor(tightest),
                            })
         .widgetURL(package.deepLinkingUrl());
 }

@@ -1,7 +1,7 @@
 #include "widget/AccessoryRectangularPackage.hpp"
 
 #include "widget/AppIcon.hpp"
-#include "widget/ProgressBar.hpp"
+#include "widget/PackageBody.hpp"
 #include "widget/StyledText.hpp"
 
 namespace widget {
@@ -12,22 +12,17 @@ View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const
     constexpr double barHeight = 3;
     const presentation::StatusPair status = package.statusText();
     std::vector<View> rows = {
-        horizontalStack({.spacing = 6},
+        horizontalStack({.alignment = VerticalAlignment::top, .spacing = 6},
                         {
-                            appIcon(environment.colorScheme),
+                            appIcon(environment.colorScheme).padding(EdgeInsets::vertical(2)),
                             StyledText{status.primary, Color::primary(), std::nullopt, TextStyle::subheadline}
                                 .body()
-                                .lineLimit(status.secondary ? 1 : 2),
+                                .lineLimit(status.secondary ? 1 : 2)
+                                .minimumScaleFactor(tightest),
                         }),
     };
-    if (status.secondary) {
-        rows.push_back(StyledText{*status.secondary, Color::asset("TextTertiaryColor"), std::nullopt,
-                                  TextStyle::footnote}
-                           .body()
-                           .lineLimit(1));
-    }
-    rows.push_back(ProgressBar{package.progress(), barHeight, Color::primary()}.body().padding(
-        {4, barHeight, 2, barHeight}));
+    if (status.secondary) rows.push_back(footnote(*status.secondary));
+    rows.push_back(progressBar(package, barHeight, Color::primary()).padding({.top = 4, .bottom = 2}));
     return rowsThatFit({.alignment = Alignment::leading, .spacing = 2}, rows.size(),
                        [rows](std::size_t index) { return rows[index]; })
         .widgetURL(package.deepLinkingUrl());

@@ -16,6 +16,10 @@ View appIcon(ColorScheme colorScheme) {
     return image(variant("VelaIcon", colorScheme)).frame({.width = 16, .height = 16});
 }
 
+View inlineIcon() {
+    return image("VelaIcon").frame({.width = 12, .height = 12});
+}
+
 View appLogo(ColorScheme colorScheme, double height) {
     constexpr double widthForHeight = 88.0 / 28.0;
     return image(variant("VelaLogo", colorScheme))

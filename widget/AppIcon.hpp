@@ -11,6 +11,8 @@ namespace widget {
 
 /// "VelaIcon", of 16 by 16 points.
 platform::View appIcon(platform::ColorScheme colorScheme);
+/// "VelaIcon", of 12 by 12 points, for a line of text in one colour.
+platform::View inlineIcon();
 /// "VelaLogo", with the name beside the sail, of that height.
 platform::View appLogo(platform::ColorScheme colorScheme, double height);
 

@@ -10,8 +10,9 @@ using namespace platform;
 namespace {
 
 View packageRow(const presentation::Package& package, const ViewEnvironment& environment) {
-    const View words = verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
-                                     {footnote(package.shopName()), statusLines(package)});
+    const View words = verticalStack(
+        {.alignment = HorizontalAlignment::leading, .spacing = 0},
+        {footnote(package.shopName()), statusLines(package, package.statusText().secondary ? 1 : 2)});
     const View row =
         horizontalStack({.spacing = 10}, {
                                              shopPicture(package, WidgetImageSize::medium, environment),

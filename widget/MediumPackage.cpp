@@ -21,7 +21,7 @@ View MediumPackage::body(const ViewEnvironment& environment) const {
                         });
     const View status = horizontalStack({.alignment = VerticalAlignment::bottom, .spacing = 10},
                                         {
-                                            statusLines(package),
+                                            statusLines(package, 2),
                                             productPicture(package, WidgetImageSize::medium, environment),
                                         });
     return verticalStack({.spacing = 0},

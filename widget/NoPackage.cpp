@@ -25,33 +25,33 @@ View NoPackage::body() const {
     const char* const nothing = "You have no new orders to track";
     const char* const whatToDo = "Add order to track";
 
+    const View large =
+        prompt(colorScheme, View(),
+               {
+                   words(nothing, TextStyle::title),
+                   promptButton(whatToDo, TextStyle::body).link(addDelivery()).padding({.top = 12}),
+               });
+    const View medium = prompt(colorScheme, View(),
+                               {
+                                   words(nothing, TextStyle::body),
+                                   promptButton(whatToDo, TextStyle::subheadline).link(addDelivery()),
+                               });
+    const View small = prompt(colorScheme, View(),
+                              {
+                                  words(nothing, TextStyle::subheadline).lineLimit(2),
+                                  promptButton(whatToDo, TextStyle::footnote),
+                              })
+                           .widgetURL(addDelivery());
     switch (family) {
         case WidgetFamily::systemLarge:
-        case WidgetFamily::systemExtraLarge:
-            return prompt(
-                colorScheme,
-                {
-                    words(nothing, TextStyle::title),
-                    promptButton(whatToDo, TextStyle::body).link(addDelivery()).padding({.top = 12}),
-                });
-        case WidgetFamily::systemMedium:
-            return prompt(colorScheme, {
-                                           words(nothing, TextStyle::body).lineLimit(2),
-                                           promptButton(whatToDo, TextStyle::subheadline).link(addDelivery()),
-                                       });
+        case WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
+        case WidgetFamily::systemMedium: return viewThatFits({medium, small});
         case WidgetFamily::systemSmall:
-        case WidgetFamily::other:
-            return prompt(colorScheme,
-                          {
-                              words(nothing, TextStyle::subheadline).lineLimit(2),
-                              promptButton(whatToDo, TextStyle::footnote),
-                          })
-                .widgetURL(addDelivery());
+        case WidgetFamily::other: return small;
         case WidgetFamily::accessoryCircular:
         case WidgetFamily::accessoryRectangular:
-            return accessoryPrompt(colorScheme, nothing, TextStyle::subheadline, 3).widgetURL(addDelivery());
-        case WidgetFamily::accessoryInline:
-            return accessoryPrompt(colorScheme, whatToDo, TextStyle::subheadline, 1).widgetURL(addDelivery());
+            return accessoryPrompt(colorScheme, nothing).widgetURL(addDelivery());
+        case WidgetFamily::accessoryInline: return inlinePrompt(whatToDo).widgetURL(addDelivery());
     }
     return View();
 }

@@ -24,13 +24,13 @@ bool isDrawnForLightGround(const Bitmap& bitmap) {
 
 }  // namespace
 
-View statusLines(const presentation::Package& package) {
+View statusLines(const presentation::Package& package, int lines) {
     const presentation::StatusPair status = package.statusText();
-    const int lines = status.secondary ? 1 : 2;
     std::vector<View> rows = {
         StyledText{status.primary, Color::primary(), FontWeight::medium, TextStyle::subheadline}
             .body()
             .lineLimit(lines)
+            .minimumScaleFactor(tightest)
             .padding({.top = 4}),
     };
     if (status.secondary) rows.push_back(footnote(*status.secondary).padding({.top = 4}));
@@ -41,7 +41,8 @@ View statusLines(const presentation::Package& package) {
 View footnote(const std::string& words) {
     return StyledText{words, Color::asset("TextTertiaryColor"), std::nullopt, TextStyle::footnote}
         .body()
-        .lineLimit(1);
+        .lineLimit(1)
+        .minimumScaleFactor(tightest);
 }
 
 View shopPicture(const presentation::Package& package, WidgetImageSize size,
@@ -63,8 +64,14 @@ View productPicture(const presentation::Package& package, WidgetImageSize size,
         environment.pictures);
 }
 
+View progressBar(const presentation::Package& package, double height, const Color& color) {
+    const float progress = package.progress();
+    return ProgressBar{progress, height, color}.body().padding(
+        {.leading = progress > 0 ? 0 : height, .trailing = height});
+}
+
 View progressBar(const presentation::Package& package) {
-    return ProgressBar{package.progress(), 4, Color::asset("BrandColor")}.body();
+    return progressBar(package, 4, Color::asset("BrandColor"));
 }
 
 }  // namespace widget

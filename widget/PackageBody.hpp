@@ -11,8 +11,11 @@
 
 namespace widget {
 
-/// The status lines, with a little room above each.
-platform::View statusLines(const presentation::Package& package);
+/// The part of its size down to which a line is set to show it whole.
+inline constexpr double tightest = 0.88;
+
+/// The status lines, with a little room above each; the first may break into so many.
+platform::View statusLines(const presentation::Package& package, int lines);
 /// Small and quiet, on one line.
 platform::View footnote(const std::string& words);
 /// The merchant's picture, on a white plate where it was drawn for a light ground and stands on a dark one.
@@ -21,6 +24,8 @@ platform::View shopPicture(const presentation::Package& package, WidgetImageSize
 /// Nothing where the package has no picture of its product.
 platform::View productPicture(const presentation::Package& package, WidgetImageSize size,
                               const ViewEnvironment& environment);
+/// Flush with the margins: its markers, which reach out from the ends of the bar, stay within.
 platform::View progressBar(const presentation::Package& package);
+platform::View progressBar(const presentation::Package& package, double height, const platform::Color& color);
 
 }  // namespace widget

@@ -7,8 +7,23 @@ namespace widget {
 
 using namespace platform;
 
-View prompt(ColorScheme colorScheme, std::vector<View> rows) {
-    rows.insert(rows.begin(), {appLogo(colorScheme, 24), spacer()});
+namespace {
+
+View iconAndWords(const View& icon, double spacing, const std::string& words, int lines) {
+    return horizontalStack(
+        {.spacing = spacing},
+        {
+            icon,
+            StyledText{words, Color::primary(), FontWeight::medium, TextStyle::subheadline}.body().lineLimit(
+                lines),
+        });
+}
+
+}  // namespace
+
+View prompt(ColorScheme colorScheme, const View& besideLogo, std::vector<View> rows) {
+    const View header = horizontalStack({.spacing = 0}, {appLogo(colorScheme, 24), spacer(12), besideLogo});
+    rows.insert(rows.begin(), {header, spacer(4)});
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, rows)
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
@@ -23,13 +38,13 @@ View promptButton(const std::string& title, TextStyle font) {
         .padding({.top = 12});
 }
 
-View accessoryPrompt(ColorScheme colorScheme, const std::string& words, TextStyle font, int lines) {
-    return horizontalStack(
-        {.spacing = 6},
-        {
-            appIcon(colorScheme),
-            StyledText{words, Color::primary(), FontWeight::medium, font}.body().lineLimit(lines),
-        });
+View accessoryPrompt(ColorScheme colorScheme, const std::string& words) {
+    return iconAndWords(appIcon(colorScheme), 6, words, 3)
+        .frame({.maxWidth = infinity, .alignment = Alignment::leading});
+}
+
+View inlinePrompt(const std::string& words) {
+    return iconAndWords(inlineIcon(), 5, words, 1);
 }
 
 }  // namespace widget

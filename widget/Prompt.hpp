@@ -10,14 +10,16 @@
 
 namespace widget {
 
-/// The logo at the top, the rows at the bottom, at the leading edge.
-platform::View prompt(platform::ColorScheme colorScheme, std::vector<platform::View> rows);
+/// The logo at the top with something at the other end of its line, the rows at the bottom, at the leading
+/// edge.
+platform::View prompt(platform::ColorScheme colorScheme, const platform::View& besideLogo,
+                      std::vector<platform::View> rows);
 
 /// White words on the brand's colour, as wide as there is room.
 platform::View promptButton(const std::string& title, platform::TextStyle font);
 
-/// For a lock screen: the icon beside one text, of that many lines.
-platform::View accessoryPrompt(platform::ColorScheme colorScheme, const std::string& words,
-                               platform::TextStyle font, int lines);
+/// For a lock screen: the icon beside one text, at the leading edge or in one line in the middle.
+platform::View accessoryPrompt(platform::ColorScheme colorScheme, const std::string& words);
+platform::View inlinePrompt(const std::string& words);
 
 }  // namespace widget

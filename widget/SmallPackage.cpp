@@ -17,18 +17,27 @@ View SmallPackage::body(const ViewEnvironment& environment) const {
                                             spacer(),
                                             appIcon(environment.colorScheme),
                                         });
-    std::vector<View> rows = {
-        header,
-        spacer(),
-        footnote(package.shopName()),
-        StyledText{status.primary, Color::primary(), FontWeight::medium, TextStyle::subheadline}
+    const View name = footnote(package.shopName());
+    const auto primary = [&](int lines) {
+        return StyledText{status.primary, Color::primary(), FontWeight::medium, TextStyle::subheadline}
             .body()
-            .lineLimit(2),
+            .lineLimit(lines)
+            .minimumScaleFactor(tightest);
     };
-    if (status.secondary) rows.push_back(footnote(*status.secondary));
-    rows.push_back(progressBar(package).padding({.top = 6}));
+    const View secondary = status.secondary ? footnote(*status.secondary) : View();
+    const View bar = progressBar(package).padding({.top = 6});
 
-    return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, rows)
+    const auto column = [&](std::vector<View> words) {
+        words.insert(words.begin(), {header, spacer()});
+        words.push_back(bar);
+        return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, words);
+    };
+    return viewThatFits({
+                            column({name, primary(2), secondary}),
+                            column({name, primary(1), secondary}),
+                            column({name, primary(1)}),
+                            column({primary(1)}),
+                        })
         .widgetURL(package.deepLinkingUrl());
 }
 

@@ -44,10 +44,11 @@ SimpleEntry twoPackages() {
 }
 
 DisplayList list(const SimpleEntry& entry, WidgetFamily family, ColorScheme scheme = ColorScheme::light,
-                 WidgetContainer::Background background = WidgetContainer::Background::shown) {
+                 WidgetContainer::Background background = WidgetContainer::Background::shown,
+                 std::optional<Size> size = std::nullopt) {
     drawing_tests::SamplePictures loader;
     ScaledPictures pictures(loader, 2);
-    WidgetContainer container{family, scheme, referenceSize(family)};
+    WidgetContainer container{family, scheme, size.value_or(referenceSize(family))};
     container.contentMargin = 16;
     container.background = background;
     const View view = TrackingWidgetEntryView{entry}.body({family, scheme, pictures});
@@ -125,9 +126,13 @@ TEST(EntryView, AsksToSignInInEveryFamily) {
         EXPECT_THAT(texts(shown), Contains(::testing::HasSubstr("Sign in"))) << description(family);
         EXPECT_THAT(shown.links, IsEmpty()) << description(family);
     }
-    EXPECT_THAT(
-        texts(list(drawing_tests::entry(NotLoggedIn{}), WidgetFamily::systemLarge)),
-        ElementsAre("Track your orders in a glance.", "Sign in to track your orders in a glance", "Sign In"));
+    for (const WidgetFamily family : {WidgetFamily::systemMedium, WidgetFamily::systemLarge}) {
+        EXPECT_THAT(texts(list(drawing_tests::entry(NotLoggedIn{}), family)),
+                    ElementsAre("Sign in to Vela", "Track your orders in a glance.",
+                                "Sign in to track your orders in a glance", "Sign In"));
+    }
+    EXPECT_THAT(texts(list(drawing_tests::entry(NotLoggedIn{}), WidgetFamily::systemSmall)),
+                ElementsAre("Sign in to Vela", "Sign In"));
     EXPECT_THAT(texts(list(drawing_tests::entry(NotLoggedIn{}), WidgetFamily::accessoryInline)),
                 ElementsAre("Sign in to Vela"));
 }
@@ -222,6 +227,24 @@ TEST(SmallPackage, GivesTwoLinesToAStatusThatStandsAlone) {
     EXPECT_EQ(lineLimit("secondary"), 1);
 }
 
+TEST(SmallPackage, ShowsFewerWordsWhereThereIsLessHeight) {
+    struct Row {
+        double height;
+        std::vector<std::string> words;
+    };
+    const std::vector<Row> rows = {
+        {158, {"F", "First Shop", "primary 1", "secondary 1"}},
+        {140, {"F", "First Shop", "primary 1"}},
+        {120, {"F", "primary 1"}},
+    };
+    for (const Row& row : rows) {
+        const DisplayList shown = list(twoPackages(), WidgetFamily::systemSmall, ColorScheme::light,
+                                       WidgetContainer::Background::shown, Size{158, row.height});
+        EXPECT_EQ(texts(shown), row.words) << row.height;
+        for (const DisplayItem& item : shown.items) EXPECT_LE(item.frame.bottom(), row.height);
+    }
+}
+
 TEST(ShopPicture, StandsOnAWhitePlateWhereItWouldVanishInTheDark) {
     const auto isOnPlate = [](const char* picture, ColorScheme scheme) {
         const DisplayList shown =
@@ -291,8 +314,9 @@ TEST(EntryDrawing, ShowsThePlaceholderForWhatIsNoPictureFile) {
 }
 
 TEST(EntryDrawing, KeepsEverythingWithinTheContainerInEveryScriptAndFamily) {
-    // Marks on the end of a bar and hairlines reach a little into the margin.
-    constexpr double reach = 5;
+    // The markers of a bar are higher than it is, and text widths go up to the next pixel.
+    constexpr double reach = 2;
+    constexpr double pixel = 1.0 / 3;
     drawing_tests::SamplePictures loader;
     for (const drawing_tests::SampleEntry& sample : drawing_tests::sampleEntries()) {
         for (const WidgetFamily family :
@@ -309,11 +333,12 @@ TEST(EntryDrawing, KeepsEverythingWithinTheContainerInEveryScriptAndFamily) {
             const DisplayList shown = displayList(
                 TrackingWidgetEntryView{sample.entry}.body({family, ColorScheme::light, pictures}), container,
                 drawing_tests::FixedAdvance());
-            const Rect room = shown.container.frame.insetBy(isAccessory ? 0 : margin - reach);
+            const Rect room = shown.container.frame.insetBy(margin);
             for (const DisplayItem& item : shown.items) {
                 const Rect& seen = item.clips.empty() ? item.frame : item.clips.back().frame;
                 const bool isWithin = seen.left() >= room.left() && seen.top() >= room.top() &&
-                                      seen.right() <= room.right() && seen.bottom() <= room.bottom();
+                                      seen.right() <= room.right() + pixel &&
+                                      seen.bottom() <= room.bottom() + (isAccessory ? 0 : reach);
                 EXPECT_TRUE(isWithin) << sample.name << " in " << description(family);
             }
         }
