@@ -54,6 +54,7 @@ int main(int count, char** arguments) {
     }
     // It holds tokens, and it is nothing without its host.
     platform::forbidCoreFiles();
+    platform::returnFreedMemory();
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::signal(SIGPIPE, SIG_IGN);
     host::runBundle(widget::VelaWidgetBundle(), *socket);

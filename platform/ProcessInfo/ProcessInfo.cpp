@@ -1,5 +1,6 @@
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
+#include <malloc.h>
 #include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -72,6 +73,13 @@ void forbidCoreFiles() {
     const rlimit none = {.rlim_cur = 0, .rlim_max = 0};
     setrlimit(RLIMIT_CORE, &none);
     prctl(PR_SET_DUMPABLE, 0);
+}
+
+void returnFreedMemory() {
+    // Left alone, glibc takes every large block that was freed as a reason to keep the next one.
+    constexpr int largeBlock = 128 << 10;
+    mallopt(M_MMAP_THRESHOLD, largeBlock);
+    mallopt(M_ARENA_MAX, 1);
 }
 
 }  // namespace platform

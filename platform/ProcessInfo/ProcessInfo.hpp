@@ -28,4 +28,8 @@ std::filesystem::path executablePath();
 /// tokens.
 void forbidCoreFiles();
 
+/// From now on a large block goes back to the system as soon as it is freed, and threads share one heap: a
+/// process that is measured by its peak keeps nothing for a next time. Call it before there are threads.
+void returnFreedMemory();
+
 }  // namespace platform

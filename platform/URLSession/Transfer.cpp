@@ -222,8 +222,18 @@ std::size_t Transfer::receiveBody(char* bytes, std::size_t unit, std::size_t cou
         self.refusal_ = URLErrorCode::dataLengthExceedsMaximum;
         return CURL_WRITEFUNC_ERROR;
     }
+    if (self.data_.empty()) self.makeRoom();
     self.data_.append(bytes, unit * count);
     return unit * count;
+}
+
+/// A body that grew into its place would cost twice its size on the way.
+void Transfer::makeRoom() {
+    constexpr std::size_t mostOnTrust = std::size_t{8} << 20;  // what a server says is not what it sends
+    curl_off_t announced = -1;
+    curl_easy_getinfo(handle_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+    if (announced > 0)
+        data_.reserve(std::min({static_cast<std::size_t>(announced), limits_.maximumReplySize, mostOnTrust}));
 }
 
 bool Transfer::exchangeEnded(CURLcode code) {

@@ -52,6 +52,7 @@ class Transfer {
     static std::size_t receiveHeader(char* bytes, std::size_t unit, std::size_t count, void* transfer);
     static std::size_t receiveBody(char* bytes, std::size_t unit, std::size_t count, void* transfer);
     void receiveHeaderLine(std::string_view line);
+    void makeRoom();
     URLError error(CURLcode code) const;
     void complete(TransferOutcome outcome);
 

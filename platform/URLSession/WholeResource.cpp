@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -50,16 +50,15 @@ std::string readFile(const std::string& path, std::size_t maximumSize) {
 
     // Some files (/proc) do not know their size, and a file may grow while it is read.
     std::string bytes;
-    constexpr std::size_t step = std::size_t{64} << 10;
+    bytes.reserve(static_cast<std::size_t>(found.st_size));
+    std::array<char, std::size_t{64} << 10> part;
     for (;;) {
-        const std::size_t size = bytes.size();
-        bytes.resize(std::max(size + step, static_cast<std::size_t>(found.st_size) + 1));
-        const ssize_t count = ::read(file, bytes.data() + size, bytes.size() - size);
-        bytes.resize(size + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        const ssize_t count = ::read(file, part.data(), part.size());
         if (count < 0 && errno == EINTR) continue;
         if (count < 0) failToRead("the file cannot be read");
-        if (bytes.size() > maximumSize) failAsTooLong();
         if (count == 0) return bytes;
+        bytes.append(part.data(), static_cast<std::size_t>(count));
+        if (bytes.size() > maximumSize) failAsTooLong();
     }
 }
 
