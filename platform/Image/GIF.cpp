@@ -7,6 +7,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/Image/PassScaler.hpp"
 #include "platform/Image/RowScaler.hpp"
 
 namespace platform {
@@ -94,6 +95,53 @@ struct Pass {
 };
 constexpr Pass passes[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
 
+/// A row of the screen, with the frame's in its place.
+class ScreenRow {
+  public:
+    explicit ScreenRow(GIFReader& reader)
+        : reader_(reader),
+          indices_(std::size_t(reader.frame().Width)),
+          rgba_(std::size_t(reader.size().width) * 4) {}
+
+    bool read() {
+        if (!reader_.readRow(indices_.data())) return false;
+        clear();
+        reader_.paint(indices_.data(), rgba_.data() + std::size_t(reader_.frame().Left) * 4);
+        return true;
+    }
+    void clear() { std::fill(rgba_.begin(), rgba_.end(), std::uint8_t(0)); }
+    const std::uint8_t* rgba() const { return rgba_.data(); }
+
+  private:
+    GIFReader& reader_;
+    std::vector<GifPixelType> indices_;
+    std::vector<std::uint8_t> rgba_;
+};
+
+std::optional<Bitmap> decodedByPasses(GIFReader& reader, PixelSize wanted) {
+    const GifImageDesc& frame = reader.frame();
+    PassScaler scaler(reader.size(), wanted);
+    ScreenRow row(reader);
+    for (const Pass& pass : passes)
+        for (int y = pass.first; y < frame.Height; y += pass.step) {
+            if (!row.read()) return {};
+            scaler.push(row.rgba(), frame.Top + y, {});
+        }
+    return scaler.result();
+}
+
+std::optional<Bitmap> decodedByRows(GIFReader& reader, PixelSize wanted) {
+    const GifImageDesc& frame = reader.frame();
+    RowScaler scaler(reader.size(), wanted);
+    ScreenRow row(reader);
+    for (int y = 0; y < reader.size().height; ++y) {
+        row.clear();
+        if (y >= frame.Top && y < frame.Top + frame.Height && !row.read()) return {};
+        scaler.pushStraight(row.rgba());
+    }
+    return std::move(scaler).result();
+}
+
 }  // namespace
 
 std::optional<ImageHeader> gifHeader(std::string_view bytes) {
@@ -106,25 +154,7 @@ std::optional<ImageHeader> gifHeader(std::string_view bytes) {
 std::optional<Bitmap> gifDecoded(std::string_view bytes, PixelSize wanted) {
     GIFReader reader(bytes);
     if (!reader.isAtFrame()) return {};
-    const GifImageDesc frame = reader.frame();
-    const auto width = std::size_t(frame.Width);
-    std::vector<GifPixelType> indices(frame.Interlace ? width * std::size_t(frame.Height) : width);
-    if (frame.Interlace)
-        for (const Pass& pass : passes)
-            for (int y = pass.first; y < frame.Height; y += pass.step)
-                if (!reader.readRow(indices.data() + std::size_t(y) * width)) return {};
-    RowScaler scaler(reader.size(), wanted);
-    std::vector<std::uint8_t> row(std::size_t(reader.size().width) * 4);
-    for (int y = 0; y < reader.size().height; ++y) {
-        std::fill(row.begin(), row.end(), std::uint8_t(0));
-        if (const int line = y - frame.Top; line >= 0 && line < frame.Height) {
-            if (!frame.Interlace && !reader.readRow(indices.data())) return {};
-            const std::size_t offset = frame.Interlace ? std::size_t(line) * width : 0;
-            reader.paint(indices.data() + offset, row.data() + std::size_t(frame.Left) * 4);
-        }
-        scaler.pushStraight(row.data());
-    }
-    return std::move(scaler).result();
+    return reader.frame().Interlace ? decodedByPasses(reader, wanted) : decodedByRows(reader, wanted);
 }
 
 }  // namespace platform

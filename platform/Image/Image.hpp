@@ -1,10 +1,10 @@
 #pragma once
 
 // Pictures from untrusted bytes: JPEG, PNG, WebP and GIF's first frame, each found by its contents. A picture
-// is reduced while it is decoded, so that it costs the memory of its reduced form and a few rows; only what
-// cannot be read by rows (JPEG in several scans, interlaced PNG and GIF, WebP) may cost its own size, and is
-// bounded more tightly for it. Bytes that are too many, declare too much, are cut short or are no picture
-// give nothing.
+// is reduced while it is decoded, so that it costs the memory of its reduced form and a few rows, whatever
+// the order of the rows. Only JPEG in several scans and WebP may cost their own size. What does not come row
+// after row is bounded more tightly. Bytes that are too many, declare too much, are cut short or are no
+// picture give nothing.
 //
 // Colour profiles and gamma chunks are not applied: every picture is taken to be sRGB. Filtering is done on
 // the encoded values, not in linear light, as JPEG's own scaled decoding and all later compositing do it: a

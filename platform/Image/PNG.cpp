@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/Image/PassScaler.hpp"
 #include "platform/Image/RowScaler.hpp"
 
 namespace platform {
@@ -32,22 +33,53 @@ class PNGReader {
     bool isInterlaced() const { return header_.interlace_method != SPNG_INTERLACE_NONE; }
     std::size_t stride() const { return std::size_t(header_.width) * 4; }
 
-    bool startRows() { return !decode(nullptr, 0, SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE); }
+    bool startRows() {
+        return !spng_decode_image(context_.get(), nullptr, 0, SPNG_FMT_RGBA8,
+                                  SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE);
+    }
+    /// Where the next row belongs; its pixels come in their places, those of other passes untouched.
+    std::optional<spng_row_info> nextRow() {
+        spng_row_info row;
+        if (spng_get_row_info(context_.get(), &row)) return {};
+        return row;
+    }
     bool readRow(std::uint8_t* rgba) {
         const int result = spng_decode_row(context_.get(), rgba, stride());
-        return result == 0 || result == SPNG_EOI;
+        isAtEnd_ = result == SPNG_EOI;
+        return result == 0 || isAtEnd_;
     }
-    bool readWhole(std::uint8_t* rgba) { return !decode(rgba, stride() * header_.height, SPNG_DECODE_TRNS); }
+    bool isAtEnd() const { return isAtEnd_; }
 
   private:
-    int decode(std::uint8_t* rgba, std::size_t length, int flags) {
-        return spng_decode_image(context_.get(), rgba, length, SPNG_FMT_RGBA8, flags);
-    }
-
     std::unique_ptr<spng_ctx, FreesContext> context_;
     spng_ihdr header_ = {};
     bool hasHeader_ = false;
+    bool isAtEnd_ = false;
 };
+
+/// The passes of an interlaced picture (PNG specification, 8.2).
+constexpr PassScaler::Columns passes[] = {{0, 8}, {4, 8}, {0, 4}, {2, 4}, {0, 2}, {1, 2}, {0, 1}};
+
+std::optional<Bitmap> decodedByPasses(PNGReader& reader, PixelSize wanted) {
+    PassScaler scaler(reader.size(), wanted);
+    std::vector<std::uint8_t> pixels(reader.stride());
+    while (!reader.isAtEnd()) {
+        const auto row = reader.nextRow();
+        if (!row || !reader.readRow(pixels.data())) return {};
+        scaler.push(pixels.data(), int(row->row_num), passes[row->pass]);
+    }
+    return scaler.result();
+}
+
+std::optional<Bitmap> decodedByRows(PNGReader& reader, PixelSize wanted) {
+    RowScaler scaler(reader.size(), wanted);
+    std::vector<std::uint8_t> pixels(reader.stride());
+    for (int y = 0; y < reader.size().height; ++y) {
+        if (!reader.readRow(pixels.data())) return {};
+        scaler.pushStraight(pixels.data());
+    }
+    return std::move(scaler).result();
+}
 
 }  // namespace
 
@@ -60,22 +92,8 @@ std::optional<ImageHeader> pngHeader(std::string_view bytes) {
 
 std::optional<Bitmap> pngDecoded(std::string_view bytes, PixelSize wanted) {
     PNGReader reader(bytes);
-    if (!reader.hasHeader()) return {};
-    RowScaler scaler(reader.size(), wanted);
-    if (reader.isInterlaced()) {
-        std::vector<std::uint8_t> picture(reader.stride() * std::size_t(reader.size().height));
-        if (!reader.readWhole(picture.data())) return {};
-        for (int y = 0; y < reader.size().height; ++y)
-            scaler.pushStraight(picture.data() + std::size_t(y) * reader.stride());
-    } else {
-        if (!reader.startRows()) return {};
-        std::vector<std::uint8_t> row(reader.stride());
-        for (int y = 0; y < reader.size().height; ++y) {
-            if (!reader.readRow(row.data())) return {};
-            scaler.pushStraight(row.data());
-        }
-    }
-    return std::move(scaler).result();
+    if (!reader.hasHeader() || !reader.startRows()) return {};
+    return reader.isInterlaced() ? decodedByPasses(reader, wanted) : decodedByRows(reader, wanted);
 }
 
 }  // namespace platform

@@ -238,16 +238,22 @@ TEST(ImageDecoding, CostsAFewRowsAndNotTheWholePicture) {
     const Picture large = painted({4000, 3000}, [](int x, int y) {
         return Pixel{std::uint8_t(x / 16), std::uint8_t(y / 12), std::uint8_t(x + y)};
     });
+    const Picture coarse = painted({4000, 3000}, [](int x, int y) {
+        return Pixel{std::uint8_t(x / 500 * 30), std::uint8_t(y / 500 * 40), 0};
+    });
     const PixelSize wanted{168, 168};
     const struct {
         const char* name;
         std::string bytes;
-    } forms[] = {{"JPEG", jpeg(large)}, {"PNG", png(large, {.colors = PNGColors::rgb})}};
+    } forms[] = {{"JPEG", jpeg(large)},
+                 {"PNG", png(large, {.colors = PNGColors::rgb})},
+                 {"interlaced PNG", png(coarse, {.interlaced = true})},
+                 {"interlaced GIF", gif(coarse, {.interlaced = true})}};
     for (const auto& [name, bytes] : forms)
         EXPECT_TRUE(succeedsWithin(3 << 20, [&, &file = bytes] {
             return decodedImage(file, wanted).has_value();
         })) << name;
-    const std::string whole = png(large, {.colors = PNGColors::rgb, .interlaced = true});
+    const std::string whole = jpeg(large, {.progressive = true});
     if (memoryCanBeLimited) {
         EXPECT_FALSE(succeedsWithin(3 << 20, [&] { return decodedImage(whole, wanted).has_value(); }));
     }

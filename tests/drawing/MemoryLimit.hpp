@@ -3,13 +3,13 @@
 // Whether something can be done with so much memory and no more.
 
 #include <malloc.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstddef>
 #include <fstream>
-#include <new>
+#include <string>
+#include <string_view>
 
 namespace tests {
 
@@ -25,23 +25,24 @@ constexpr bool memoryCanBeLimited = true;
 constexpr bool memoryCanBeLimited = true;
 #endif
 
-/// Runs `work` in a child process whose address space may grow by `bytes`.
+inline std::size_t residentKilobytes(std::string_view field) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(field)) return std::stoul(line.substr(field.size()));
+    return 0;
+}
+
+/// Whether `work` succeeds in a child process whose resident memory grows by `bytes` at most on the way.
 template <typename Work>
 bool succeedsWithin(std::size_t bytes, Work work) {
     if (!memoryCanBeLimited) return work();
     const pid_t child = fork();
     if (child == 0) {
-        malloc_trim(0);
-        std::size_t pages = 0;
-        std::ifstream("/proc/self/statm") >> pages;
-        const rlim_t limit = pages * std::size_t(sysconf(_SC_PAGESIZE)) + bytes;
-        const rlimit addressSpace{limit, limit};
-        setrlimit(RLIMIT_AS, &addressSpace);
-        try {
-            _exit(work() ? 0 : 1);
-        } catch (const std::bad_alloc&) {
-            _exit(2);
-        }
+        malloc_trim(0);  // what earlier work left free in the heap is no present
+        std::ofstream("/proc/self/clear_refs") << "5";  // the peak begins anew
+        const std::size_t before = residentKilobytes("VmRSS:");
+        const bool succeeded = work();
+        _exit(succeeded && (residentKilobytes("VmHWM:") - before) * 1024 <= bytes ? 0 : 1);
     }
     int status = -1;
     waitpid(child, &status, 0);
