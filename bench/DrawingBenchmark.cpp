@@ -1,0 +1,118 @@
+// From an entry to the bytes of a picture at scale 3, as a whole and by its parts. Pictures are in memory,
+// encoded, and decoded by every drawing, as a new entry's are.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+
+#include "platform/Image/Image.hpp"
+#include "platform/Image/PNGWriter.hpp"
+#include "tests/drawing/PictureFiles.hpp"
+#include "tests/drawing/SampleEntries.hpp"
+#include "widget/EntryDrawing.hpp"
+
+namespace {
+
+using platform::WidgetFamily;
+using widget::DrawingFormat;
+using widget::EntryDrawing;
+
+/// A merchant's mark and a product's photograph, of the sizes that a server gives for a widget.
+class PicturesInMemory final : public platform::PictureLoader {
+  public:
+    std::optional<std::string> read(const platform::URL& url) override {
+        return url.absoluteString().ends_with("mark") ? mark_ : photograph_;
+    }
+
+  private:
+    std::string mark_ = tests::png(tests::painted({192, 192}, [](int x, int y) {
+        const bool isRing = std::abs((x - 96) * (x - 96) + (y - 96) * (y - 96) - 2500) < 900;
+        return isRing ? tests::Pixel{255, 255, 255} : tests::Pixel{226, 94, std::uint8_t(62 + y / 4)};
+    }));
+    std::string photograph_ = tests::jpeg(tests::photograph({192, 144}));
+};
+
+class NoPictures final : public platform::PictureLoader {
+  public:
+    std::optional<std::string> read(const platform::URL&) override { return std::nullopt; }
+};
+
+EntryDrawing drawing(WidgetFamily family, DrawingFormat format = DrawingFormat::png) {
+    std::vector<presentation::PlaceholderPackage::Values> packages;
+    for (const std::string number : {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}) {
+        packages.push_back({.shopName = "Fathom & Co. " + number,
+                            .deepLinkingUrl = drawing_tests::url("velaapp://order/" + number),
+                            .progress = 0.6f,
+                            .shopImage = drawing_tests::url("sample:" + number + "-mark"),
+                            .productImage = drawing_tests::url("sample:" + number + "-photograph"),
+                            .statusText = {"Arriving tomorrow", "Customs cleared in Rotterdam"}});
+    }
+    return {.entry = drawing_tests::entry(widget::LoggedIn{drawing_tests::packages(std::move(packages))}),
+            .family = family,
+            .format = format};
+}
+
+void draw(benchmark::State& state, WidgetFamily family, DrawingFormat format,
+          platform::PictureLoader& pictures) {
+    const EntryDrawing wanted = drawing(family, format);
+    std::size_t bytes = 0;
+    for (auto _ : state) bytes = widget::draw(wanted, pictures).size();
+    state.counters["bytes"] = double(bytes);
+}
+
+void drawMedium(benchmark::State& state) {
+    PicturesInMemory pictures;
+    draw(state, WidgetFamily::systemMedium, DrawingFormat::png, pictures);
+}
+BENCHMARK(drawMedium)->Unit(benchmark::kMillisecond);
+
+void drawMediumWithoutPictures(benchmark::State& state) {
+    NoPictures none;
+    draw(state, WidgetFamily::systemMedium, DrawingFormat::png, none);
+}
+BENCHMARK(drawMediumWithoutPictures)->Unit(benchmark::kMillisecond);
+
+void drawLarge(benchmark::State& state) {
+    PicturesInMemory pictures;
+    draw(state, WidgetFamily::systemLarge, DrawingFormat::png, pictures);
+}
+BENCHMARK(drawLarge)->Unit(benchmark::kMillisecond);
+
+void drawLargeAsSVG(benchmark::State& state) {
+    PicturesInMemory pictures;
+    draw(state, WidgetFamily::systemLarge, DrawingFormat::svg, pictures);
+}
+BENCHMARK(drawLargeAsSVG)->Unit(benchmark::kMillisecond);
+
+/// Views, layout and the display list's text: nothing is painted.
+void layOutMedium(benchmark::State& state) {
+    NoPictures none;
+    draw(state, WidgetFamily::systemMedium, DrawingFormat::tree, none);
+}
+BENCHMARK(layOutMedium)->Unit(benchmark::kMillisecond);
+
+void layOutLarge(benchmark::State& state) {
+    NoPictures none;
+    draw(state, WidgetFamily::systemLarge, DrawingFormat::tree, none);
+}
+BENCHMARK(layOutLarge)->Unit(benchmark::kMillisecond);
+
+/// A drawn medium widget, read back, so that the writer alone is timed.
+void writePNG(benchmark::State& state) {
+    PicturesInMemory pictures;
+    const std::string file = widget::draw(drawing(WidgetFamily::systemMedium), pictures);
+    const auto header = platform::imageHeader(file);
+    const auto bitmap = header ? platform::decodedImage(file, header->size) : std::nullopt;
+    if (!bitmap) return state.SkipWithError("the widget cannot be read back");
+    for (auto _ : state) benchmark::DoNotOptimize(platform::encodedPNG(*bitmap, 3));
+}
+BENCHMARK(writePNG)->Unit(benchmark::kMillisecond);
+
+/// Twelve megapixels, reduced for a place of 44 points.
+void decodePhotograph(benchmark::State& state) {
+    const std::string file = tests::jpeg(tests::photograph({4000, 3000}));
+    for (auto _ : state) benchmark::DoNotOptimize(platform::decodedImage(file, {132, 99}));
+}
+BENCHMARK(decodePhotograph)->Unit(benchmark::kMillisecond);
+
+}  // namespace
