@@ -22,7 +22,7 @@ View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const
                         }),
     };
     if (status.secondary) rows.push_back(footnote(*status.secondary));
-    rows.push_back(progressBar(package, barHeight, Color::primary()).padding({.top = 4, .bottom = 2}));
+    rows.push_back(progressBar(package, barHeight, Color::primary()).padding({.top = 4}));
     return rowsThatFit({.alignment = Alignment::leading, .spacing = 2}, rows.size(),
                        [rows](std::size_t index) { return rows[index]; })
         .widgetURL(package.deepLinkingUrl());

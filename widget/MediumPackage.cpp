@@ -24,13 +24,13 @@ View MediumPackage::body(const ViewEnvironment& environment) const {
                                             statusLines(package, 2),
                                             productPicture(package, WidgetImageSize::medium, environment),
                                         });
-    return verticalStack({.spacing = 0},
-                         {
-                             header,
-                             spacer(),
-                             status,
-                             progressBar(package).padding({.top = 12}),
-                         })
+    const View bar = progressBar(package).padding({.top = 10});
+    const View low = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 10},
+                                     {packageRow(package, environment), appIcon(environment.colorScheme)});
+    return viewThatFits({
+                            verticalStack({.spacing = 0}, {header, spacer(), status, bar}),
+                            verticalStack({.spacing = 0}, {low, spacer(), bar}),
+                        })
         .widgetURL(package.deepLinkingUrl());
 }
 

@@ -38,6 +38,17 @@ View statusLines(const presentation::Package& package, int lines) {
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
+View packageRow(const presentation::Package& package, const ViewEnvironment& environment) {
+    const int lines = package.statusText().secondary ? 1 : 2;
+    const View words = verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
+                                     {footnote(package.shopName()), statusLines(package, lines)});
+    return horizontalStack({.spacing = 10}, {
+                                                shopPicture(package, WidgetImageSize::medium, environment),
+                                                words,
+                                                productPicture(package, WidgetImageSize::medium, environment),
+                                            });
+}
+
 View footnote(const std::string& words) {
     return StyledText{words, Color::asset("TextTertiaryColor"), std::nullopt, TextStyle::footnote}
         .body()
@@ -67,7 +78,7 @@ View productPicture(const presentation::Package& package, WidgetImageSize size,
 View progressBar(const presentation::Package& package, double height, const Color& color) {
     const float progress = package.progress();
     return ProgressBar{progress, height, color}.body().padding(
-        {.leading = progress > 0 ? 0 : height, .trailing = height});
+        {.leading = progress > 0 ? 0 : height, .bottom = height / 2, .trailing = height});
 }
 
 View progressBar(const presentation::Package& package) {

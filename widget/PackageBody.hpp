@@ -16,6 +16,8 @@ inline constexpr double tightest = 0.88;
 
 /// The status lines, with a little room above each; the first may break into so many.
 platform::View statusLines(const presentation::Package& package, int lines);
+/// The pictures with the name and the status lines between them.
+platform::View packageRow(const presentation::Package& package, const ViewEnvironment& environment);
 /// Small and quiet, on one line.
 platform::View footnote(const std::string& words);
 /// The merchant's picture, on a white plate where it was drawn for a light ground and stands on a dark one.

@@ -108,6 +108,14 @@ std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
     return visible;
 }
 
+bool breaksWord(PangoLayout& layout, const PangoLayoutLine& line, std::string_view text) {
+    const char* end = text.data() + line.start_index + line.length;
+    int count = 0;
+    const PangoLogAttr* attributes = pango_layout_get_log_attrs_readonly(&layout, &count);
+    const glong offset = g_utf8_pointer_to_offset(text.data(), end);
+    return offset < count && !attributes[offset].is_line_break;
+}
+
 }  // namespace
 
 class PangoTextMeasurer::Typesetter {
@@ -187,7 +195,8 @@ std::vector<TextLine> PangoTextMeasurer::lines(const TextRun& run, std::optional
         lines.push_back({visibleText(*line, text), static_cast<double>(logical.width) / PANGO_SCALE,
                          pango_layout_line_get_resolved_direction(line) == PANGO_DIRECTION_RTL
                              ? TextDirection::rightToLeft
-                             : TextDirection::leftToRight});
+                             : TextDirection::leftToRight,
+                         next->next && breaksWord(*layout, *line, text)});
     }
     return lines;
 }

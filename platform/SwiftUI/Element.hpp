@@ -64,8 +64,7 @@ struct Stack {
     std::vector<View> children;
 };
 struct RowsThatFit {
-    Alignment alignment;
-    double spacing;
+    platform::RowsThatFit arrangement;
     std::size_t count;
     std::function<View(std::size_t)> row;
 };

@@ -131,7 +131,7 @@ class LayoutPass {
         answer.textScale = run.scale;
         std::vector<TextLine> lines = measurer_.lines(run, width);
         if (width && lines.size() > 1 && isShownWhole(run, *width)) {
-            lines = measurer_.lines(run, balancedWidth(run, *width, lines.size()));
+            lines = measurer_.lines(run, balancedWidth(run, *width, lines));
         }
         answer.size.height = font.lineHeight * static_cast<double>(lines.size());
         for (const TextLine& line : lines) answer.size.width = std::max(answer.size.width, line.width);
@@ -156,12 +156,19 @@ class LayoutPass {
         return 1;
     }
 
-    /// The least width, to a point, in which the text has no more lines than it has in this one.
-    double balancedWidth(const TextRun& run, double width, std::size_t count) {
-        double tooNarrow = width / static_cast<double>(count) / 2;
+    /// The least width, to a point, in which the text has no more lines than these and breaks no word.
+    double balancedWidth(TextRun run, double width, const std::vector<TextLine>& lines) {
+        const auto breaksWords = [](const std::vector<TextLine>& set) {
+            return std::any_of(set.begin(), set.end(), [](const TextLine& line) { return line.breaksWord; });
+        };
+        if (breaksWords(lines)) return width;
+        run.lineLimit = 0;
+        double tooNarrow = width / static_cast<double>(lines.size()) / 2;
         while (width - tooNarrow > 1) {
             const double middle = (tooNarrow + width) / 2;
-            (lineCount(run, middle) > count ? tooNarrow : width) = middle;
+            const std::vector<TextLine> narrower = measurer_.lines(run, middle);
+            const bool fits = narrower.size() <= lines.size() && !breaksWords(narrower);
+            (fits ? width : tooNarrow) = middle;
         }
         return width;
     }
@@ -198,25 +205,52 @@ class LayoutPass {
         if (room && (*room <= 0 || !std::isfinite(*room))) {
             return question.answer({question.proposal.width.value_or(0), *room});
         }
-        std::vector<PlacedLayout> shown;
+        const RowsThatFit& arrangement = rows.arrangement;
+        LayoutPointer divider;
+        if (arrangement.divider)
+            divider = layout(*arrangement.divider, {question.proposal.width}, question.inherited);
+        const double spacingsInGap = divider ? 2 : 1;
+        const double thickness = divider ? divider->size.height : 0;
+
+        std::vector<LayoutPointer> shown;
         Size content;
         for (std::size_t index = 0; index < rows.count; ++index) {
             const View& view = row(rows, index);
-            const double top = index == 0 ? 0 : content.height + rows.spacing;
+            const double gap = index == 0 ? 0 : spacingsInGap * arrangement.spacing + thickness;
             LayoutPointer next = layout(view, {question.proposal.width, std::nullopt}, question.inherited);
-            if (room && top + next->size.height > *room + tolerance) {
+            if (room && content.height + gap + next->size.height > *room + tolerance) {
                 if (index > 0) break;
                 next = inside(question, view);
             }
-            shown.push_back({{0, top}, next});
-            content = {std::max(content.width, next->size.width), top + next->size.height};
+            shown.push_back(next);
+            content = {std::max(content.width, next->size.width), content.height + gap + next->size.height};
         }
+        double spacing = arrangement.spacing;
+        if (room && shown.size() > 1) {
+            const double spacings = spacingsInGap * static_cast<double>(shown.size() - 1);
+            spacing = std::clamp(spacing + (*room - content.height) / spacings, spacing,
+                                 std::max(spacing, arrangement.widestSpacing));
+            content.height += (spacing - arrangement.spacing) * spacings;
+        }
+
         const Size size{question.proposal.width.value_or(content.width), room.value_or(content.height)};
-        const double down = aligned(content, rows.alignment, size).y;
-        for (PlacedLayout& child : shown) {
-            child.origin = {aligned(child.layout->size, rows.alignment, size).x, child.origin.y + down};
+        const auto across = [&](const LayoutPointer& child) {
+            return aligned(child->size, arrangement.alignment, size).x;
+        };
+        std::vector<PlacedLayout> placed;
+        double top = aligned(content, arrangement.alignment, size).y;
+        for (const LayoutPointer& child : shown) {
+            if (!placed.empty()) {
+                top += spacing;
+                if (divider) {
+                    placed.push_back({{across(divider), top}, divider});
+                    top += thickness + spacing;
+                }
+            }
+            placed.push_back({{across(child), top}, child});
+            top += child->size.height;
         }
-        return question.answer(size, std::move(shown));
+        return question.answer(size, std::move(placed));
     }
 
     Layout lay(const Question& question, const element::ViewThatFits& fitting) {

@@ -27,6 +27,8 @@ struct TextLine {
     std::string text;
     double width;
     TextDirection direction = TextDirection::leftToRight;
+    /// No word, nor what a script without blanks breaks instead, ends with the line.
+    bool breaksWord = false;
     bool operator==(const TextLine&) const = default;
 };
 

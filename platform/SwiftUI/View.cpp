@@ -114,7 +114,7 @@ View verticalStack(VerticalStack stack, std::vector<View> children) {
                                  std::move(children)});
 }
 View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row) {
-    return viewOf(element::RowsThatFit{rows.alignment, rows.spacing, count, std::move(row)});
+    return viewOf(element::RowsThatFit{std::move(rows), count, std::move(row)});
 }
 View viewThatFits(std::vector<View> choices) {
     return viewOf(element::ViewThatFits{std::move(choices)});

@@ -155,6 +155,10 @@ View verticalStack(VerticalStack stack, std::vector<View> children);
 struct RowsThatFit {
     Alignment alignment = Alignment::topLeading;
     double spacing = 8;
+    /// How far rows move apart where height is left over.
+    double widestSpacing = spacing;
+    /// Stands between two rows, with the spacing on both of its sides.
+    std::optional<View> divider = std::nullopt;
 };
 View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row);
 

@@ -97,6 +97,27 @@ TEST(PangoText, IsNarrowerWhereItIsSetSmaller) {
     EXPECT_NEAR(measurer().lines(run, std::nullopt).at(0).width, 0.9 * whole, 0.5);
 }
 
+TEST(PangoText, KnowsWhereALineBreaksAWord) {
+    const auto first = [](const std::string& text, double width) {
+        return measurer().lines(footnote(text, 2), width).at(0).breaksWord;
+    };
+    EXPECT_FALSE(first("Attempted delivery", 100));
+    EXPECT_TRUE(first("Attempted delivery", 40));
+    EXPECT_FALSE(first("包裹正在运输途中", 60));
+}
+
+/// At the width that words leave on a small widget.
+TEST(PangoText, IsBalancedBetweenWords) {
+    const View view = text("Attempted delivery and more").font(TextStyle::subheadline);
+    const DisplayList list =
+        displayList(view, {WidgetFamily::systemSmall, ColorScheme::light, {150, 100}}, measurer());
+    const Rect& frame = list.items.at(0).frame;
+    const auto lines = measurer().lines(std::get<TextItem>(list.items[0].kind).run, frame.size.width);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].text, "Attempted");
+    EXPECT_EQ(lines[1].text, "delivery and more");
+}
+
 TEST(PangoText, ReadsEachScriptInItsDirection) {
     const auto direction = [](const char* text) {
         return measurer().lines(footnote(text), 500).at(0).direction;
