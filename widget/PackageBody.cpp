@@ -22,6 +22,15 @@ bool isDrawnForLightGround(const Bitmap& bitmap) {
     return coverage < 0.9 * whole && light < 0.5 * coverage;
 }
 
+/// On a white plate where it would vanish in the dark.
+View visible(const NetworkImage& image, const ViewEnvironment& environment) {
+    const View picture = image.body(environment.pictures);
+    if (environment.colorScheme == ColorScheme::light || !image.url) return picture;
+    const auto bitmap = environment.pictures.picture(*image.url, image.imageSize);
+    if (!bitmap || !isDrawnForLightGround(*bitmap)) return picture;
+    return picture.background(roundedRectangle(NetworkImage::cornerRadius, Color::white()));
+}
+
 }  // namespace
 
 View statusLines(const presentation::Package& package, int lines) {
@@ -58,21 +67,14 @@ View footnote(const std::string& words) {
 
 View shopPicture(const presentation::Package& package, WidgetImageSize size,
                  const ViewEnvironment& environment) {
-    const std::optional<URL> url = package.shopImage();
-    const View picture =
-        NetworkImage{url, points(size), initial(package.shopName())}.body(environment.pictures);
-    if (environment.colorScheme == ColorScheme::light || !url) return picture;
-    const auto bitmap = environment.pictures.picture(*url, points(size));
-    if (!bitmap || !isDrawnForLightGround(*bitmap)) return picture;
-    return picture.background(roundedRectangle(NetworkImage::cornerRadius, Color::white()));
+    return visible({package.shopImage(), points(size), initial(package.shopName())}, environment);
 }
 
 View productPicture(const presentation::Package& package, WidgetImageSize size,
                     const ViewEnvironment& environment) {
     const std::optional<URL> url = package.productImage();
     if (!url) return View();
-    return NetworkImage{url, points(size), initial(package.shopName()), ContentMode::fill}.body(
-        environment.pictures);
+    return visible({url, points(size), initial(package.shopName()), ContentMode::fill}, environment);
 }
 
 View progressBar(const presentation::Package& package, double height, const Color& color) {

@@ -20,7 +20,8 @@ platform::View statusLines(const presentation::Package& package, int lines);
 platform::View packageRow(const presentation::Package& package, const ViewEnvironment& environment);
 /// Small and quiet, on one line.
 platform::View footnote(const std::string& words);
-/// The merchant's picture, on a white plate where it was drawn for a light ground and stands on a dark one.
+/// The merchant's picture. Like that of the product, it is on a white plate where it was drawn for a light
+/// ground and stands on a dark one.
 platform::View shopPicture(const presentation::Package& package, WidgetImageSize size,
                            const ViewEnvironment& environment);
 /// Nothing where the package has no picture of its product.

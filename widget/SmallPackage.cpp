@@ -25,7 +25,7 @@ View SmallPackage::body(const ViewEnvironment& environment) const {
             .minimumScaleFactor(tightest);
     };
     const View secondary = status.secondary ? footnote(*status.secondary) : View();
-    const View bar = progressBar(package).padding({.top = 4});
+    const View bar = progressBar(package).padding({.top = 5});
 
     const auto column = [&](std::vector<View> words) {
         words.insert(words.begin(), {header, spacer()});

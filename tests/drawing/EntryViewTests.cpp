@@ -262,22 +262,23 @@ TEST(SmallPackage, ShowsFewerWordsWhereThereIsLessHeight) {
     }
 }
 
-TEST(ShopPicture, StandsOnAWhitePlateWhereItWouldVanishInTheDark) {
-    const auto isOnPlate = [](const char* picture, ColorScheme scheme) {
+TEST(PackagePictures, StandOnAWhitePlateWhereTheyWouldVanishInTheDark) {
+    const auto isOnPlate = [](const char* shop, const char* product, ColorScheme scheme) {
         const DisplayList shown =
             list(drawing_tests::entry(LoggedIn{packages({{"Shop",
                                                           url("velaapp://order/1"),
                                                           0.5f,
-                                                          url(picture),
-                                                          std::nullopt,
+                                                          url(shop),
+                                                          url(product),
                                                           {"primary", std::nullopt}}})}),
-                 WidgetFamily::systemSmall, scheme);
+                 WidgetFamily::systemMedium, scheme);
         return !linesBeginning("roundedRectangle white", shown).empty();
     };
-    EXPECT_TRUE(isOnPlate("sample:wide", ColorScheme::dark));
-    EXPECT_FALSE(isOnPlate("sample:wide", ColorScheme::light));
-    EXPECT_FALSE(isOnPlate("sample:shop", ColorScheme::dark));
-    EXPECT_FALSE(isOnPlate("sample:none", ColorScheme::dark));
+    EXPECT_TRUE(isOnPlate("sample:wide", "sample:photo", ColorScheme::dark));
+    EXPECT_TRUE(isOnPlate("sample:shop", "sample:wide", ColorScheme::dark));
+    EXPECT_FALSE(isOnPlate("sample:wide", "sample:wide", ColorScheme::light));
+    EXPECT_FALSE(isOnPlate("sample:shop", "sample:photo", ColorScheme::dark));
+    EXPECT_FALSE(isOnPlate("sample:none", "sample:none", ColorScheme::dark));
 }
 
 // --- As a host asks for it
