@@ -119,6 +119,15 @@ Measurers& measurers() {
     return *measurers;
 }
 
+/// A widget is never opaque: its corners are cut, or it has no ground. A band at a time, since the whole
+/// would be several megabytes.
+std::string paintedPNG(const DisplayList& list, double scale, const Ink& ink,
+                       const PangoTextMeasurer& measurer) {
+    PNGWriter writer(paintedSize(list, scale), PNGWriter::Channels::rgba, static_cast<int>(scale));
+    paintBands(list, scale, ink, measurer, [&](const Bitmap& band) { writer.push(band); });
+    return std::move(writer).result();
+}
+
 }  // namespace
 
 Size referenceSize(WidgetFamily family) {
@@ -144,8 +153,7 @@ std::string draw(const EntryDrawing& drawing, PictureLoader& loader) {
     const DisplayList list = displayList(view, container(drawing), *measurer);
     const Ink ink{AssetCatalogue::main(), tint(drawing)};
     switch (drawing.format) {
-        case DrawingFormat::png:
-            return encodedPNG(painted(list, drawing.scale, ink, *measurer), static_cast<int>(drawing.scale));
+        case DrawingFormat::png: return paintedPNG(list, drawing.scale, ink, *measurer);
         case DrawingFormat::svg: return paintedSVG(list, title, ink, *measurer);
         case DrawingFormat::tree: return displayListJSON(list);
     }

@@ -42,14 +42,18 @@ class Saved {
     cairo_t* context_;
 };
 
+/// Paints the part of a list that begins with the pixel row `top` and fills the bitmap.
 class CairoPainter {
   public:
-    CairoPainter(Bitmap& bitmap, double scale, const Ink& ink, const PangoTextMeasurer& measurer)
+    CairoPainter(Bitmap& bitmap, int top, double scale, const Ink& ink, const PangoTextMeasurer& measurer)
         : surface_(surface(bitmap.pixels.data(), bitmap.size, bitmap.stride())),
           context_(cairo_create(surface_.get())),
+          top_(top / scale),
+          bottom_((top + bitmap.height()) / scale),
           scale_(scale),
           ink_(ink),
           measurer_(measurer) {
+        cairo_translate(context_.get(), 0, -top);
         cairo_scale(context_.get(), scale, scale);
     }
     ~CairoPainter() { cairo_surface_flush(surface_.get()); }
@@ -57,6 +61,8 @@ class CairoPainter {
     CairoPainter& operator=(const CairoPainter&) = delete;
 
     void paint(std::span<const DisplayItem> joined) {
+        if (std::none_of(joined.begin(), joined.end(), [&](const auto& item) { return isNear(item.frame); }))
+            return;
         const DisplayItem& item = joined.front();
         const Saved state(context_.get());
         for (const Shape& clip : item.clips) {
@@ -89,6 +95,12 @@ class CairoPainter {
     }
 
   private:
+    /// Strokes and piled up marks stand out of their frames, never as far as this.
+    bool isNear(const Rect& frame) const {
+        constexpr double reach = 16;
+        return frame.bottom() + reach >= top_ && frame.top() - reach <= bottom_;
+    }
+
     void trace(const Rect& frame, double cornerRadius) {
         if (cornerRadius <= 0) {
             cairo_rectangle(context_.get(), frame.left(), frame.top(), frame.size.width, frame.size.height);
@@ -197,21 +209,45 @@ class CairoPainter {
 
     SurfacePointer surface_;
     std::unique_ptr<cairo_t, ReleasesContext> context_;
+    double top_;
+    double bottom_;
     double scale_;
     const Ink& ink_;
     const PangoTextMeasurer& measurer_;
 };
 
-}  // namespace
-
-Bitmap painted(const DisplayList& list, double scale, const Ink& ink, const PangoTextMeasurer& measurer) {
-    const Size size = list.container.frame.size;
-    Bitmap bitmap = Bitmap::transparent({std::max(1, static_cast<int>(std::lround(size.width * scale))),
-                                         std::max(1, static_cast<int>(std::lround(size.height * scale)))});
-    CairoPainter painter(bitmap, scale, ink, measurer);
+void paintPart(Bitmap& part, int top, const DisplayList& list, double scale, const Ink& ink,
+               const PangoTextMeasurer& measurer) {
+    CairoPainter painter(part, top, scale, ink, measurer);
     forEachJoined(list.items, [&](std::span<const DisplayItem> joined) { painter.paint(joined); });
     painter.cut(list.container);
+}
+
+}  // namespace
+
+PixelSize paintedSize(const DisplayList& list, double scale) {
+    const auto pixels = [scale](double side) {
+        return std::max(1, static_cast<int>(std::lround(side * scale)));
+    };
+    const Size size = list.container.frame.size;
+    return {pixels(size.width), pixels(size.height)};
+}
+
+Bitmap painted(const DisplayList& list, double scale, const Ink& ink, const PangoTextMeasurer& measurer) {
+    Bitmap bitmap = Bitmap::transparent(paintedSize(list, scale));
+    paintPart(bitmap, 0, list, scale, ink, measurer);
     return bitmap;
+}
+
+void paintBands(const DisplayList& list, double scale, const Ink& ink, const PangoTextMeasurer& measurer,
+                const std::function<void(const Bitmap& band)>& take) {
+    constexpr int rows = 128;
+    const PixelSize size = paintedSize(list, scale);
+    for (int top = 0; top < size.height; top += rows) {
+        Bitmap band = Bitmap::transparent({size.width, std::min(rows, size.height - top)});
+        paintPart(band, top, list, scale, ink, measurer);
+        take(band);
+    }
 }
 
 }  // namespace platform

@@ -2,6 +2,8 @@
 
 // A display list as a bitmap. Not safe from several threads with one measurer.
 
+#include <functional>
+
 #include "platform/Image/Bitmap.hpp"
 #include "platform/Painters/Ink.hpp"
 #include "platform/Painters/PangoTextMeasurer.hpp"
@@ -12,5 +14,11 @@ namespace platform {
 /// `scale` is that of the list's pixel grid, in pixels to a point. The measurer is the one that the list was
 /// laid out with.
 Bitmap painted(const DisplayList& list, double scale, const Ink& ink, const PangoTextMeasurer& measurer);
+
+/// The same in bands of whole rows, from top to bottom, of which one is in memory at a time.
+void paintBands(const DisplayList& list, double scale, const Ink& ink, const PangoTextMeasurer& measurer,
+                const std::function<void(const Bitmap& band)>& take);
+/// The size in pixels of what they paint.
+PixelSize paintedSize(const DisplayList& list, double scale);
 
 }  // namespace platform

@@ -10,6 +10,7 @@
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "widget/EntryDrawing.hpp"
+#include "widget/TrackingWidgetEntryView.hpp"
 
 namespace {
 
@@ -231,6 +232,29 @@ TEST(CairoPainter, CutsTheCataloguesDrawingsFromTheTint) {
 
 TEST(CairoPainter, DrawsNothingForAColourThatIsNotThere) {
     EXPECT_EQ(drawnBitmap(rectangle(Color::asset("NoSuchColor")), {1, 1}).pixels[0], 0u);
+}
+
+TEST(CairoPainter, PaintsTheSameInBands) {
+    drawing_tests::SamplePictures loader;
+    constexpr double scale = 3;
+    for (const char* name : {"Latin", "Arabic"}) {
+        widget::ScaledPictures pictures(loader, scale);
+        const View view = widget::TrackingWidgetEntryView{drawing_tests::sampleEntry(name)}.body(
+            {WidgetFamily::systemLarge, ColorScheme::light, pictures});
+        DisplayList list = displayed(view, widget::referenceSize(WidgetFamily::systemLarge), scale);
+        list.container.cornerRadius = 22;
+        const Bitmap whole = painted(list, scale, {catalogue()}, measurer());
+        std::vector<std::uint32_t> pixels;
+        int bands = 0;
+        paintBands(list, scale, {catalogue()}, measurer(), [&](const Bitmap& band) {
+            ++bands;
+            EXPECT_LE(band.height(), 128);
+            pixels.insert(pixels.end(), band.pixels.begin(), band.pixels.end());
+        });
+        EXPECT_GT(bands, 1);
+        EXPECT_EQ(paintedSize(list, scale), whole.size);
+        EXPECT_EQ(pixels, whole.pixels) << name;
+    }
 }
 
 TEST(CairoPainter, FillsTheFrameOfEveryFamilyAtEveryScale) {
