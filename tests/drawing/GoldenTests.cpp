@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 
 #include "platform/Image/Image.hpp"
 #include "tests/drawing/SampleEntries.hpp"
@@ -21,6 +22,12 @@ struct Golden {
     WidgetFamily family;
     ColorScheme scheme;
 };
+
+/// For the names of the tests.
+std::ostream& operator<<(std::ostream& stream, const Golden& golden) {
+    return stream << golden.sample << " " << platform::description(golden.family) << " "
+                  << (golden.scheme == ColorScheme::light ? "light" : "dark");
+}
 
 class Goldens : public testing::TestWithParam<Golden> {};
 
