@@ -53,7 +53,8 @@ Certificate certificate(EVP_PKEY* key) {
 // Answers one connection's requests over TLS, and keeps what the client offered to speak.
 class SecureServer {
   public:
-    SecureServer() : key_(EVP_EC_gen("P-256")), certificate_(certificate(key_.get())) {
+    SecureServer()
+        : key_(EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", "P-256")), certificate_(certificate(key_.get())) {
         SSL_CTX_use_certificate(context_.get(), certificate_.get());
         SSL_CTX_use_PrivateKey(context_.get(), key_.get());
         SSL_CTX_set_alpn_select_cb(context_.get(), &SecureServer::choose, this);
