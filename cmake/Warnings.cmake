@@ -20,6 +20,8 @@ if(VELA_SANITIZE)
     endif()
     add_compile_options(-fsanitize=${VELA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${VELA_SANITIZE})
+    # Part of every program.
+    set(VELA_SANITIZER_SOURCES ${PROJECT_SOURCE_DIR}/tests/support/Sanitizers.cpp)
 endif()
 if(VELA_COVERAGE)
     add_compile_options(--coverage)

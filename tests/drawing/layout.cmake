@@ -13,7 +13,6 @@ vela_tests(vela-tests-drawing
         EntryViewTests.cpp
         GoldenTests.cpp
         LayoutTests.cpp
-        ../support/LeakSuppressions.cpp
         PainterTests.cpp
         SharedElementTests.cpp
         StackSharingTests.cpp)
