@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/io_context.hpp>
@@ -69,9 +70,12 @@ TEST_F(ExtensionProcessTest, AnswersPlaceholderAndDeclaration) {
 TEST_F(ExtensionProcessTest, ServesSeveralTimelinesAtOnce) {
     // No reply goes out before every query has come in: served one after another, none would end.
     constexpr std::size_t count = 5;
-    const LoopbackServer* self = nullptr;
+    std::atomic<const LoopbackServer*> self = nullptr;
     const LoopbackServer server([&self](const ReceivedRequest&, LoopbackServer::Peer& peer) {
-        eventually([&] { return self && self->requests().size() >= count; });
+        eventually([&] {
+            const LoopbackServer* known = self;
+            return known && known->requests().size() >= count;
+        });
         peer.send(httpReply(200, nothing));
     });
     self = &server;
