@@ -45,6 +45,11 @@ struct Kind {
     std::function<std::unique_ptr<SecItemStore>(const std::filesystem::path&)> make;
 };
 
+/// For the names of the tests.
+std::ostream& operator<<(std::ostream& stream, const Kind& kind) {
+    return stream << kind.name;
+}
+
 class ItemStore : public ::testing::TestWithParam<Kind> {
   protected:
     std::vector<Data> all() {
