@@ -2,9 +2,9 @@
 
 // Pictures from untrusted bytes: JPEG, PNG, WebP and GIF's first frame, each found by its contents. A picture
 // is reduced while it is decoded, so that it costs the memory of its reduced form and a few rows, whatever
-// the order of the rows. Only JPEG in several scans and WebP may cost their own size. What does not come row
-// after row is bounded more tightly. Bytes that are too many, declare too much, are cut short or are no
-// picture give nothing.
+// the order of the rows; JPEG in several scans costs its coefficients besides, packed, and WebP without loss
+// its own size. What does not come row after row is bounded more tightly. Bytes that are too many, declare
+// too much, are cut short or are no picture give nothing.
 //
 // Colour profiles and gamma chunks are not applied: every picture is taken to be sRGB. Filtering is done on
 // the encoded values, not in linear light, as JPEG's own scaled decoding and all later compositing do it: a
@@ -22,7 +22,7 @@ namespace platform {
 
 enum class ImageFormat { jpeg, png, webp, gif };
 
-/// Whether a picture can be decoded a few rows at a time or only as a whole.
+/// Whether a picture's rows come one after another, each of them finished.
 enum class ImageDecoding { byRows, whole };
 
 struct ImageHeader {

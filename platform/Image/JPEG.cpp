@@ -8,8 +8,11 @@
 
 #include <csetjmp>
 #include <cstdint>
+#include <memory>
+#include <new>
 #include <vector>
 
+#include "platform/Image/CoefficientStore.hpp"
 #include "platform/Image/Orientation.hpp"
 #include "platform/Image/RowScaler.hpp"
 
@@ -17,8 +20,9 @@ namespace platform {
 
 namespace {
 
-/// What the coefficients of the largest picture in several scans take: four components of sixteen million.
-constexpr long memoryLimit = 144L << 20;
+/// What the coefficients of a picture in several scans may take, packed: twice a full file's worth of short
+/// Huffman codes.
+constexpr std::size_t mostCoefficients = 64u << 20;
 /// Every further scan of a picture goes over all of it; the usual scripts have ten.
 constexpr int mostScans = 64;
 
@@ -41,7 +45,8 @@ class JPEGReader {
             jpeg_create_decompress(&info);
             info.client_data = this;
             info.progress = &progress_;
-            info.mem->max_memory_to_use = memoryLimit;
+            info.mem->request_virt_barray = requestCoefficients;
+            info.mem->access_virt_barray = accessCoefficients;
             jpeg_save_markers(&info, JPEG_APP0 + 1, 0xFFFF);
             jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
             jpeg_read_header(&info, TRUE);
@@ -99,6 +104,36 @@ class JPEGReader {
         std::jmp_buf jump;
     };
 
+    /// libjpeg knows its arrays of coefficients by pointers that only these two look behind.
+    static jvirt_barray_ptr requestCoefficients(j_common_ptr info, int, boolean, JDIMENSION blocksAcross,
+                                                JDIMENSION blockRows, JDIMENSION) {
+        return orOutOfMemory(info, [&] {
+            auto& stores = reader(info).coefficients_;
+            stores.push_back(std::make_unique<CoefficientStore>(blocksAcross, blockRows));
+            return reinterpret_cast<jvirt_barray_ptr>(stores.back().get());
+        });
+    }
+    static JBLOCKARRAY accessCoefficients(j_common_ptr info, jvirt_barray_ptr array, JDIMENSION first,
+                                          JDIMENSION count, boolean writable) {
+        return orOutOfMemory(info, [&] {
+            std::size_t size = 0;
+            for (const auto& store : reader(info).coefficients_) size += store->size();
+            if (size > mostCoefficients) throw std::bad_alloc();
+            return reinterpret_cast<CoefficientStore*>(array)->window(
+                first, count,
+                writable ? CoefficientStore::Access::writing : CoefficientStore::Access::reading);
+        });
+    }
+    /// No exception may pass through libjpeg.
+    template <typename Step>
+    static auto orOutOfMemory(j_common_ptr info, const Step& step) -> decltype(step()) {
+        try {
+            return step();
+        } catch (const std::bad_alloc&) {
+        }
+        std::longjmp(reader(info).errors_.jump, 1);
+    }
+
     static JPEGReader& reader(j_common_ptr info) { return *static_cast<JPEGReader*>(info->client_data); }
 
     /// libjpeg goes on after these with invented pixels.
@@ -133,6 +168,7 @@ class JPEGReader {
     jpeg_decompress_struct info_ = {};
     Errors errors_ = {};
     jpeg_progress_mgr progress_ = {};
+    std::vector<std::unique_ptr<CoefficientStore>> coefficients_;
     bool hasHeader_ = false;
 };
 

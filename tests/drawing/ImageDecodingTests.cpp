@@ -253,10 +253,15 @@ TEST(ImageDecoding, CostsAFewRowsAndNotTheWholePicture) {
         EXPECT_TRUE(succeedsWithin(3 << 20, [&, &file = bytes] {
             return decodedImage(file, wanted).has_value();
         })) << name;
-    const std::string whole = jpeg(large, {.progressive = true});
+    const std::string whole = webp(coarse, WebPLoss::lossless);
     if (memoryCanBeLimited) {
         EXPECT_FALSE(succeedsWithin(3 << 20, [&] { return decodedImage(whole, wanted).has_value(); }));
     }
+}
+
+TEST(ImageDecoding, PacksWhatTheScansOfAPhotographSay) {
+    const std::string photo = jpeg(photograph({4000, 3000}), {.progressive = true});
+    EXPECT_TRUE(succeedsWithin(16 << 20, [&] { return decodedImage(photo, {168, 126}).has_value(); }));
 }
 
 }  // namespace

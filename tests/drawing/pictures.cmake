@@ -2,6 +2,7 @@ vela_tests(vela-tests-pictures
     USES platform_Image vela_test_foundation vela_test_programs
     SOURCES
         AssetCatalogueTests.cpp
+        CoefficientStoreTests.cpp
         ImageDecodingTests.cpp
         ImageHostilityTests.cpp
         PNGWriterTests.cpp

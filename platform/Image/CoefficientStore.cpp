@@ -1,0 +1,91 @@
+#include "platform/Image/CoefficientStore.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace platform {
+
+namespace {
+
+/// A block is the number of its steps, then the steps. A step is one byte: how many zeros to pass over, in
+/// the high four bits, and the value that follows them, in the low four; or the value is `elsewhere`, in two
+/// bytes more; or there is none, after the longest run.
+constexpr int longestRun = 15;
+constexpr int elsewhere = 0, middle = 8, largestShort = 7;
+constexpr std::size_t longestBlock = 1 + 3 * DCTSIZE2;
+
+std::uint8_t* packed(const JCOEF* block, std::uint8_t* out) {
+    std::uint8_t& steps = *out++ = 0;
+    int run = 0;
+    for (int place = 0; place < DCTSIZE2;) {
+        std::uint64_t four;
+        std::memcpy(&four, block + place, sizeof four);
+        if (four == 0 && place % 4 == 0) {
+            place += 4, run += 4;
+            continue;
+        }
+        const int value = block[place++];
+        if (value == 0) {
+            ++run;
+            continue;
+        }
+        for (; run >= longestRun; run -= longestRun, ++steps) *out++ = longestRun << 4;
+        const bool isShort = value >= -largestShort && value <= largestShort;
+        *out++ = std::uint8_t(run << 4 | (isShort ? value + middle : elsewhere));
+        if (!isShort) *out++ = std::uint8_t(value), *out++ = std::uint8_t(unsigned(value) >> 8);
+        ++steps, run = 0;
+    }
+    return out;
+}
+
+const std::uint8_t* unpacked(const std::uint8_t* in, JCOEF* block) {
+    for (int steps = *in++, place = 0; steps > 0; --steps) {
+        const int run = *in >> 4, value = *in++ & 15;
+        place += run;
+        if (run == longestRun) continue;
+        block[place++] = JCOEF(value == elsewhere ? in[0] | in[1] << 8 : value - middle);
+        if (value == elsewhere) in += 2;
+    }
+    return in;
+}
+
+}  // namespace
+
+CoefficientStore::CoefficientStore(JDIMENSION blocksAcross, JDIMENSION blockRows)
+    : blocksAcross_(blocksAcross), rows_(blockRows) {}
+
+JBLOCKARRAY CoefficientStore::window(JDIMENSION first, JDIMENSION count, Access access) {
+    if (first != first_ || count != pointers_.size()) {
+        if (isWritten_)
+            for (std::size_t i = 0; i < pointers_.size(); ++i) pack(pointers_[i], rows_[first_ + i]);
+        isWritten_ = false;
+        first_ = first;
+        unpacked_.resize(count * blocksAcross_ * DCTSIZE2);
+        pointers_.resize(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            pointers_[i] = reinterpret_cast<JBLOCKROW>(unpacked_.data() + i * blocksAcross_ * DCTSIZE2);
+            unpack(rows_[first + i], pointers_[i]);
+        }
+    }
+    isWritten_ |= access == Access::writing;
+    return pointers_.data();
+}
+
+void CoefficientStore::pack(const JBLOCK* blocks, PackedRow& row) {
+    packing_.resize(blocksAcross_ * longestBlock);
+    std::uint8_t* end = packing_.data();
+    for (std::size_t i = 0; i < blocksAcross_; ++i) end = packed(blocks[i], end);
+    size_ -= row.size();
+    row = PackedRow();  // goes before its successor comes
+    row = PackedRow(packing_.data(), end);
+    size_ += row.size();
+}
+
+void CoefficientStore::unpack(const PackedRow& row, JBLOCK* blocks) const {
+    std::memset(blocks, 0, blocksAcross_ * sizeof(JBLOCK));
+    if (row.empty()) return;
+    const std::uint8_t* next = row.data();
+    for (std::size_t i = 0; i < blocksAcross_; ++i) next = unpacked(next, blocks[i]);
+}
+
+}  // namespace platform

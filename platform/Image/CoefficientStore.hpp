@@ -1,0 +1,45 @@
+#pragma once
+
+// What a JPEG in several scans has said so far of its blocks. Most coefficients are zero: kept packed, those
+// of a photograph take a sixth of their size. A window of block rows is unpacked at a time. Not safe from
+// several threads at once.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+#include <jpeglib.h>
+
+namespace platform {
+
+class CoefficientStore {
+  public:
+    /// All zero.
+    CoefficientStore(JDIMENSION blocksAcross, JDIMENSION blockRows);
+
+    enum class Access { reading, writing };
+    /// The rows from `first` on, valid until the next call. Throws std::bad_alloc.
+    JBLOCKARRAY window(JDIMENSION first, JDIMENSION count, Access access);
+
+    /// Bytes of the packed rows.
+    std::size_t size() const { return size_; }
+
+  private:
+    using PackedRow = std::vector<std::uint8_t>;
+
+    void pack(const JBLOCK* blocks, PackedRow& row);
+    void unpack(const PackedRow& row, JBLOCK* blocks) const;
+
+    std::size_t blocksAcross_;
+    std::vector<PackedRow> rows_;
+    std::size_t size_ = 0;
+    PackedRow packing_;
+
+    std::vector<JCOEF> unpacked_;
+    std::vector<JBLOCKROW> pointers_;
+    JDIMENSION first_ = 0;
+    bool isWritten_ = false;
+};
+
+}  // namespace platform
