@@ -41,7 +41,7 @@ bool succeedsWithin(std::size_t bytes, Work work) {
         malloc_trim(0);  // what earlier work left free in the heap is no present
         std::ofstream("/proc/self/clear_refs") << "5";  // the peak begins anew
         const std::size_t before = residentKilobytes("VmRSS:");
-        const bool succeeded = work();
+        const bool succeeded = [&]() noexcept { return work(); }();
         _exit(succeeded && (residentKilobytes("VmHWM:") - before) * 1024 <= bytes ? 0 : 1);
     }
     int status = -1;

@@ -13,9 +13,12 @@ vela_tests(vela-tests-drawing
         EntryViewTests.cpp
         GoldenTests.cpp
         LayoutTests.cpp
+        MemoryTests.cpp
         PainterTests.cpp
+        PictureFiles.cpp
         SharedElementTests.cpp
         StackSharingTests.cpp)
+target_link_libraries(vela-tests-drawing PRIVATE JPEG::JPEG GIF::GIF PkgConfig::webp ZLIB::ZLIB)
 target_compile_definitions(vela-tests-drawing PRIVATE
     ASSET_CATALOGUE="${VELA_BUNDLE_DIRECTORY}/Assets.catalogue"
     FONTS_CONFIGURATION="${VELA_BUNDLE_DIRECTORY}/fonts.conf"
