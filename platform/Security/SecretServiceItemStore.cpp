@@ -182,13 +182,14 @@ class Transaction : public KeychainTransaction {
         failure.raise(errSecNotAvailable);
         // A desktop session that ends must not end this process by a signal.
         library().g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
-        service_.reset(
-            library().secret_service_get_sync(SECRET_SERVICE_NONE, deadline_.cancellable(), failure.slot()));
-        failure.raise(errSecNotAvailable);
-        collection_.reset(library().secret_collection_for_alias_sync(
-            service_.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, deadline_.cancellable(),
-            failure.slot()));
-        failure.raise(errSecNotAvailable);
+        try {
+            connect();
+        } catch (const KeychainFailure&) {
+            // The library remembers the service that it spoke to first, and learns only in a main loop that
+            // another has taken its place.
+            library().secret_service_disconnect();
+            connect();
+        }
     }
 
     bool hasUnlockedCollection() const {
@@ -243,6 +244,17 @@ class Transaction : public KeychainTransaction {
     void commit() override {}
 
   private:
+    void connect() {
+        Failure failure;
+        service_.reset(
+            library().secret_service_get_sync(SECRET_SERVICE_NONE, deadline_.cancellable(), failure.slot()));
+        failure.raise(errSecNotAvailable);
+        collection_.reset(library().secret_collection_for_alias_sync(
+            service_.get(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, deadline_.cancellable(),
+            failure.slot()));
+        failure.raise(errSecNotAvailable);
+    }
+
     // In order of creation; items of one second in the order of their numbers, which end their paths.
     std::vector<Reference<SecretItem>> search(const KeychainQuery& query) {
         Failure failure;

@@ -14,15 +14,15 @@ namespace platform {
         each(g_error_free) each(g_hash_table_insert) each(g_hash_table_lookup) each(g_hash_table_new_full)  \
             each(g_hash_table_unref) each(g_list_free) each(g_object_unref) each(g_free) each(g_strdup)     \
                 each(g_str_equal) each(g_str_hash) each(g_utf8_validate)                                    \
-                    each(secret_collection_for_alias_sync) each(secret_collection_get_locked)               \
-                        each(secret_error_get_quark) each(secret_item_create_sync)                          \
-                            each(secret_item_delete_sync) each(secret_item_get_attributes)                  \
-                                each(secret_item_get_created) each(secret_item_get_locked)                  \
-                                    each(secret_item_get_modified) each(secret_item_get_secret)             \
-                                        each(secret_item_set_attributes_sync)                               \
-                                            each(secret_item_set_secret_sync) each(secret_service_get_sync) \
-                                                each(secret_service_search_sync) each(secret_value_get)     \
-                                                    each(secret_value_new) each(secret_value_unref)
+                    each(secret_collection_for_alias_sync) each(secret_collection_get_locked) each(         \
+                        secret_error_get_quark) each(secret_item_create_sync) each(secret_item_delete_sync) \
+                        each(secret_item_get_attributes) each(secret_item_get_created)                      \
+                            each(secret_item_get_locked) each(secret_item_get_modified)                     \
+                                each(secret_item_get_secret) each(secret_item_set_attributes_sync)          \
+                                    each(secret_item_set_secret_sync) each(secret_service_disconnect)       \
+                                        each(secret_service_get_sync) each(secret_service_search_sync)      \
+                                            each(secret_value_get) each(secret_value_new)                   \
+                                                each(secret_value_unref)
 
 /// Each function under its own name.
 struct SecretServiceLibrary {
