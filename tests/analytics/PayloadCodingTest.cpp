@@ -39,7 +39,7 @@ TEST(PayloadCoding, EncodesEveryAcceptedKind) {
 TEST(PayloadCoding, EncodesDictionariesAndArraysAllTheWayDown) {
     const PayloadDictionary inner = {{"b", PayloadArray{1, "two", 3.5, false}},
                                      {"a", PayloadDictionary{{"c", "d"}}}};
-    EXPECT_EQ(json::serialize(encoded(PayloadArray{inner, PayloadArray{PayloadArray{}}})),
+    EXPECT_EQ(json::serialize(encoded(PayloadArray{inner, PayloadArray(1, PayloadArray{})})),
               R"([{"a":{"c":"d"},"b":[1,"two",3.5E0,false]},[[]]])");
 }
 
