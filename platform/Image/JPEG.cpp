@@ -1,5 +1,7 @@
 #include "platform/Image/Codecs.hpp"
 
+#include <malloc.h>
+
 #include <cstdio>
 
 #include <jpeglib.h>
@@ -52,7 +54,13 @@ class JPEGReader {
             jpeg_read_header(&info, TRUE);
         });
     }
-    ~JPEGReader() { jpeg_destroy_decompress(&info_); }
+    ~JPEGReader() {
+        jpeg_destroy_decompress(&info_);
+        if (coefficients_.empty()) return;
+        // Megabytes in small pieces: glibc would keep them for a next time.
+        coefficients_.clear();
+        malloc_trim(0);
+    }
     JPEGReader(const JPEGReader&) = delete;
     JPEGReader& operator=(const JPEGReader&) = delete;
 
