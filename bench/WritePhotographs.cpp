@@ -1,0 +1,64 @@
+// Writes a photograph of 12 megapixels in every form that is decoded, for peak.py.
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "tests/drawing/PictureFiles.hpp"
+
+namespace {
+
+using namespace tests;
+
+constexpr platform::PixelSize twelveMegapixels{4000, 3000};
+
+/// Grain, as a small sensor's: it is what makes photographs long.
+Picture grained(Picture picture) {
+    std::minstd_rand random;
+    for (Pixel& pixel : picture.pixels) {
+        const int grain = int(random() % 17) - 8;
+        for (std::uint8_t* channel : {&pixel.red, &pixel.green, &pixel.blue})
+            *channel = std::uint8_t(std::clamp(*channel + grain, 0, 255));
+    }
+    return picture;
+}
+
+/// The same in blocks, which forms without loss can hold within the bounds.
+Picture blocks(const Picture& picture, int side) {
+    return painted(picture.size, [&](int x, int y) { return picture.at(x - x % side, y - y % side); });
+}
+
+/// In few colours, for GIF.
+Picture posterised(Picture picture) {
+    for (Pixel& pixel : picture.pixels)
+        pixel = {std::uint8_t(pixel.red & 0xC0), std::uint8_t(pixel.green & 0xC0),
+                 std::uint8_t(pixel.blue & 0xC0)};
+    return picture;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 2) {
+        std::fputs("Usage: vela-bench-photographs FOLDER\n", stderr);
+        return 2;
+    }
+    const std::filesystem::path folder = arguments[1];
+    const auto write = [&](const char* name, const std::string& file) {
+        std::ofstream(folder / name, std::ios::binary) << file;
+    };
+    std::filesystem::create_directories(folder);
+    const Picture plain = photograph(twelveMegapixels);
+    const Picture photo = grained(plain), coarse = blocks(plain, 4), coarser = blocks(plain, 8);
+    const Picture poster = posterised(coarser);
+    write("by-rows.jpeg", jpeg(photo, {.quality = 90}));
+    write("progressive.jpeg", jpeg(photo, {.quality = 88, .progressive = true}));
+    write("by-rows.png", png(coarse, {.colors = PNGColors::rgb}));
+    write("interlaced.png", png(coarser, {.interlaced = true}));
+    write("by-rows.gif", gif(poster));
+    write("interlaced.gif", gif(poster, {.interlaced = true}));
+    write("with-loss.webp", webp(photo, WebPLoss::lossy));
+    write("without-loss.webp", webp(coarse, WebPLoss::lossless));
+}
