@@ -60,7 +60,7 @@ class BundleService {
     /// Throws for a message that is too long to send.
     void reply(const json::value& identifier, Message message) {
         message.body["id"] = identifier;
-        channel_->send(std::move(message));
+        channel_->send(message);
     }
 
     asio::awaitable<Message> result(const json::object& body) {

@@ -135,7 +135,7 @@ asio::awaitable<Message> ExtensionProcess::ask(ExtensionRequest request) {
     pending_[identifier] = reply;
     Message message = {.body = request.object()};
     message.body["id"] = identifier;
-    channel_->send(std::move(message));
+    channel_->send(message);
     error_code ignored;
     co_await reply->arrived.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
     pending_.erase(identifier);

@@ -81,7 +81,7 @@ asio::awaitable<Message> MessageChannel::receiveFrame() {
     co_return message;
 }
 
-void MessageChannel::send(Message message) {
+void MessageChannel::send(const Message& message) {
     queue_.push_back(frame(message));
     if (isWriting_) return;
     isWriting_ = true;

@@ -41,7 +41,7 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
     boost::asio::awaitable<Message> receive();
 
     /// Queues a message; it goes out in the order of the calls.
-    void send(Message message);
+    void send(const Message& message);
 
     /// Waits until everything queued has gone out or the other side has gone, at most until `deadline`.
     boost::asio::awaitable<void> flush(std::chrono::steady_clock::time_point deadline);

@@ -74,8 +74,8 @@ boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::f
 
 boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::queriedPackages() {
     try {
-        VelaApi::TrackingWidgetQuery query(maxImageSize);
-        auto response = co_await connectivity_->perform(std::move(query));
+        const VelaApi::TrackingWidgetQuery query(maxImageSize);
+        auto response = co_await connectivity_->perform(query);
         co_return packages(std::move(response));
     } catch (const std::exception&) {
         co_return std::nullopt;

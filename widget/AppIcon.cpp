@@ -6,7 +6,7 @@ using namespace platform;
 
 namespace {
 
-std::string variant(std::string name, ColorScheme colorScheme) {
+std::string variant(const std::string& name, ColorScheme colorScheme) {
     return colorScheme == ColorScheme::dark ? name + "Dark" : name;
 }
 

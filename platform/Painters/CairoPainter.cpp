@@ -181,8 +181,10 @@ class CairoPainter {
                              static_cast<int>(std::lround(item.frame.size.height * scale_))};
         const std::optional<Bitmap> bitmap = ink_.asset(asset.name, room);
         if (!bitmap) return;
-        const double left = item.frame.left() * scale_ + (room.width - bitmap->width()) / 2;
-        const double top = item.frame.top() * scale_ + (room.height - bitmap->height()) / 2;
+        const int beside = (room.width - bitmap->width()) / 2;
+        const int above = (room.height - bitmap->height()) / 2;
+        const double left = item.frame.left() * scale_ + beside;
+        const double top = item.frame.top() * scale_ + above;
         show(*bitmap, {{left / scale_, top / scale_}, {bitmap->width() / scale_, bitmap->height() / scale_}});
     }
 

@@ -31,7 +31,7 @@ class FileDescriptor {
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
 
-    operator int() const { return descriptor_; }
+    operator int() const { return descriptor_; }  // NOLINT(google-explicit-constructor)
 
   private:
     int descriptor_;

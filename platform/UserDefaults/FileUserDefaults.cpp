@@ -32,7 +32,7 @@ class Descriptor {
     Descriptor& operator=(Descriptor&&) = delete;
 
     bool isOpen() const { return descriptor_ >= 0; }
-    operator int() const { return descriptor_; }
+    operator int() const { return descriptor_; }  // NOLINT(google-explicit-constructor)
 
   private:
     int descriptor_;
