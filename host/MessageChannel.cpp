@@ -49,7 +49,9 @@ MessageChannel::MessageChannel(const asio::any_io_executor& executor, int socket
 }
 
 std::shared_ptr<MessageChannel> MessageChannel::over(const asio::any_io_executor& executor, int socket) {
-    return std::shared_ptr<MessageChannel>(new MessageChannel(executor, socket));
+    const std::shared_ptr<MessageChannel> channel(new MessageChannel(executor, socket));
+    channel->writeNext();
+    return channel;
 }
 
 asio::awaitable<Message> MessageChannel::receive() {
@@ -83,6 +85,10 @@ asio::awaitable<Message> MessageChannel::receiveFrame() {
 
 void MessageChannel::send(const Message& message) {
     queue_.push_back(frame(message));
+    writeNext();
+}
+
+void MessageChannel::writeNext() {
     if (isWriting_) return;
     isWriting_ = true;
     asio::co_spawn(socket_.get_executor(), writeQueued(shared_from_this()), asio::detached);

@@ -33,7 +33,7 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
     static constexpr std::size_t maximumBodySize = std::size_t{16} << 20;
     static constexpr std::size_t maximumAttachmentSize = std::size_t{256} << 20;
 
-    /// Takes over a connected stream socket. The greeting goes out with the first message.
+    /// Takes over a connected stream socket. The greeting goes out at once.
     static std::shared_ptr<MessageChannel> over(const boost::asio::any_io_executor& executor, int socket);
 
     /// The next message; throws boost::system::system_error when the other side has gone, ProtocolError when
@@ -51,6 +51,7 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
   private:
     MessageChannel(const boost::asio::any_io_executor& executor, int socket);
     boost::asio::awaitable<Message> receiveFrame();
+    void writeNext();
     static boost::asio::awaitable<void> writeQueued(std::shared_ptr<MessageChannel> channel);
 
     boost::asio::local::stream_protocol::socket socket_;

@@ -57,6 +57,16 @@ TEST_F(MessageChannelTest, CarriesBodiesAndAttachmentsInOrder) {
     });
 }
 
+TEST_F(MessageChannelTest, GreetsWithoutWaitingForTheOtherSide) {
+    const auto host = channel(0);
+    context_.poll();
+    std::string greeting(64, '\0');
+    const auto length = ::recv(sockets_[1], greeting.data(), greeting.size(), MSG_DONTWAIT);
+    ASSERT_GT(length, 8);
+    EXPECT_EQ(greeting.substr(8, static_cast<std::size_t>(length) - 8), R"({"protocol":1})");
+    ::close(sockets_[1]);
+}
+
 TEST_F(MessageChannelTest, HangsUpOnAnotherVersionOfTheProtocol) {
     sendRaw(std::string("\0\0\0\x0e\0\0\0\0", 8) + R"({"protocol":2})");
     EXPECT_THROW(run([this]() -> asio::awaitable<void> { co_await channel(0)->receive(); }), ProtocolError);
