@@ -47,7 +47,11 @@ class HangingNames {
     std::condition_variable changed_;
     int waiting_ = 0;
     bool isReleased_ = false;
-} hangingNames;
+};
+
+// Outlives the process's end: a look-up that was left behind may come here later than any test waits for it,
+// and a condition variable cannot be destroyed under a waiter.
+HangingNames& hangingNames = *new HangingNames;
 
 }  // namespace
 
