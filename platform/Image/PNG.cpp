@@ -57,7 +57,7 @@ class PNGReader {
     bool isAtEnd_ = false;
 };
 
-/// The passes of an interlaced picture (PNG specification, 8.2).
+/// The passes of an interlaced picture (ISO 15948, 8.2).
 constexpr PassScaler::Columns passes[] = {{0, 8}, {4, 8}, {0, 4}, {2, 4}, {0, 2}, {1, 2}, {0, 1}};
 
 std::optional<Bitmap> decodedByPasses(PNGReader& reader, PixelSize wanted) {
