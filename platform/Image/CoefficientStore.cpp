@@ -18,11 +18,13 @@ std::uint8_t* packed(const JCOEF* block, std::uint8_t* out) {
     std::uint8_t& steps = *out++ = 0;
     int run = 0;
     for (int place = 0; place < DCTSIZE2;) {
-        std::uint64_t four;
-        std::memcpy(&four, block + place, sizeof four);
-        if (four == 0 && place % 4 == 0) {
-            place += 4, run += 4;
-            continue;
+        if (place % 4 == 0) {
+            std::uint64_t four;
+            std::memcpy(&four, block + place, sizeof four);
+            if (four == 0) {
+                place += 4, run += 4;
+                continue;
+            }
         }
         const int value = block[place++];
         if (value == 0) {
