@@ -16,6 +16,7 @@
 #include "host/EntryCoding.hpp"
 #include "host/ExtensionProcess.hpp"
 #include "host/OneShotHost.hpp"
+#include "host/Streams.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 
 namespace host {
@@ -28,13 +29,9 @@ namespace {
 constexpr std::size_t maximumEntrySize = std::size_t{4} << 20;
 
 std::string wholeInput(std::istream& stream, const std::string& name) {
-    std::string text;
-    std::array<char, 65536> buffer;
-    while (stream.read(buffer.data(), buffer.size()) || stream.gcount() > 0) {
-        text.append(buffer.data(), static_cast<std::size_t>(stream.gcount()));
-        if (text.size() > maximumEntrySize) throw EntryCodingError(name + " is too long for an entry");
-    }
-    return text;
+    auto text = readAll(stream, maximumEntrySize);
+    if (!text) throw EntryCodingError(name + " is too long for an entry");
+    return *std::move(text);
 }
 
 boost::json::object savedEntry(const std::string& source) {

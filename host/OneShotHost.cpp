@@ -14,6 +14,7 @@
 
 #include "host/ExtensionProcess.hpp"
 #include "host/Spinner.hpp"
+#include "host/Streams.hpp"
 
 namespace host {
 
@@ -22,16 +23,6 @@ namespace asio = boost::asio;
 namespace {
 
 constexpr std::chrono::milliseconds uploadPatience = std::chrono::seconds(2);
-
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const auto written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
 
 asio::awaitable<void> conversation(const OneShotRequest& request, ExtensionProcess& extension,
                                    Spinner& spinner) {

@@ -2,13 +2,13 @@
 
 #include <unistd.h>
 
-#include <array>
 #include <iostream>
 #include <iterator>
 #include <optional>
 
 #include "host/CommandLine.hpp"
 #include "host/Companion.hpp"
+#include "host/Streams.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace {
@@ -21,11 +21,7 @@ class ResultStream {
   public:
     ResultStream() : descriptor_(::dup(STDOUT_FILENO)) { ::dup2(STDERR_FILENO, STDOUT_FILENO); }
     void write(std::string_view text) const {
-        while (!text.empty()) {
-            const auto written = ::write(descriptor_, text.data(), text.size());
-            if (written <= 0) throw host::CompanionError("cannot write to standard output");
-            text.remove_prefix(static_cast<std::size_t>(written));
-        }
+        if (!host::writeAll(descriptor_, text)) throw host::CompanionError("cannot write to standard output");
     }
 
   private:
@@ -38,13 +34,9 @@ const ResultStream& results() {
 }
 
 std::string standardInput() {
-    std::string text;
-    std::array<char, 4096> buffer;
-    while (std::cin.read(buffer.data(), buffer.size()) || std::cin.gcount() > 0) {
-        text.append(buffer.data(), static_cast<std::size_t>(std::cin.gcount()));
-        if (text.size() > maximumInput) throw host::CompanionError("the input is too long");
-    }
-    return text;
+    auto text = host::readAll(std::cin, maximumInput);
+    if (!text) throw host::CompanionError("the input is too long");
+    return *std::move(text);
 }
 
 template <typename Action>
