@@ -19,6 +19,8 @@ import sys
 import tempfile
 import time
 
+from demonstration import signed_in_sandbox
+
 
 def measured(command, environment, text):
     start = time.monotonic()
@@ -62,17 +64,8 @@ def main():
     folder = os.path.abspath(options.bin)
 
     with tempfile.TemporaryDirectory() as work:
-        ready = os.path.join(work, "ready")
-        sandbox = subprocess.Popen([f"{folder}/vela-sandbox", "--ready-file", ready, "--stop-after", "600"],
-                                   stdout=subprocess.DEVNULL)
-        try:
-            while not os.path.exists(ready):
-                time.sleep(0.02)
-            environment = dict(os.environ, BASE_URL=open(ready).read().strip(), XDG_DATA_HOME=f"{work}/data")
-            credentials = subprocess.run([f"{folder}/vela-sandbox", "--print-credentials"], check=True,
-                                         capture_output=True).stdout
-            subprocess.run([f"{folder}/vela-companion", "sign-in"], input=credentials, env=environment, check=True)
-            environment["TOKEN"] = json.loads(credentials)["accessToken"]
+        with signed_in_sandbox(folder, work) as (environment, credentials):
+            environment["TOKEN"] = credentials["accessToken"]
             query = json.dumps({"query": open(os.path.join(os.path.dirname(__file__), "query.graphql")).read(),
                                 "variables": {"maxImageSize": 192}}).encode()
             contenders = {
@@ -88,9 +81,6 @@ def main():
                     figure = measured(command, environment, text)
                     if run > 0:
                         figures[name].append(figure)
-        finally:
-            sandbox.terminate()
-            sandbox.wait()
 
     columns = ["wall ms", "CPU ms", "peak MiB"]
     medians = {name: {column: statistics.median(each[column] for each in rows) for column in columns}

@@ -18,6 +18,8 @@ import subprocess
 import tempfile
 import time
 
+from demonstration import signed_in_sandbox
+
 
 class Extension:
     def __init__(self, program, environment):
@@ -66,17 +68,8 @@ def main():
     folder = os.path.abspath(options.bin)
 
     with tempfile.TemporaryDirectory() as work, socket.create_server(("127.0.0.1", 0), backlog=4096) as silent:
-        ready = os.path.join(work, "ready")
         bundle = os.path.join(work, "answering")
-        sandbox = subprocess.Popen([f"{folder}/vela-sandbox", "--bundle", bundle, "--ready-file", ready,
-                                    "--stop-after", "900"], stdout=subprocess.DEVNULL)
-        try:
-            while not os.path.exists(ready):
-                time.sleep(0.02)
-            environment = dict(os.environ, BASE_URL=open(ready).read().strip(), XDG_DATA_HOME=f"{work}/data")
-            credentials = subprocess.run([f"{folder}/vela-sandbox", "--print-credentials"], check=True,
-                                         capture_output=True).stdout
-            subprocess.run([f"{folder}/vela-companion", "sign-in"], input=credentials, env=environment, check=True)
+        with signed_in_sandbox(folder, work, "--bundle", bundle) as (environment, _):
 
             def bundle_for(name, url):
                 path = os.path.join(work, name)
@@ -101,9 +94,6 @@ def main():
                     assert "error" not in reply, reply
                     if run >= 2:
                         samples[name].append(milliseconds)
-        finally:
-            sandbox.terminate()
-            sandbox.wait()
 
     base = statistics.median(samples["answers"])
     print(f"the first timeline of an extension, median of {options.runs}")

@@ -13,7 +13,8 @@ import os
 import statistics
 import subprocess
 import tempfile
-import time
+
+from demonstration import signed_in_sandbox
 
 
 def peak(command, environment):
@@ -21,22 +22,6 @@ def peak(command, environment):
     _, status, usage = os.wait4(process.pid, 0)
     assert status == 0, command
     return usage.ru_maxrss / 1024, (usage.ru_utime + usage.ru_stime) * 1000
-
-
-def everyday(folder, work):
-    """The entry of a snapshot, and the sandbox that has its pictures."""
-    ready = os.path.join(work, "ready")
-    sandbox = subprocess.Popen([f"{folder}/vela-sandbox", "--ready-file", ready, "--stop-after", "600"],
-                               stdout=subprocess.DEVNULL)
-    while not os.path.exists(ready):
-        time.sleep(0.02)
-    environment = dict(os.environ, BASE_URL=open(ready).read().strip(), XDG_DATA_HOME=f"{work}/data")
-    credentials = subprocess.run([f"{folder}/vela-sandbox", "--print-credentials"], check=True,
-                                 capture_output=True).stdout
-    subprocess.run([f"{folder}/vela-companion", "sign-in"], input=credentials, env=environment, check=True)
-    snapshot = subprocess.run([f"{folder}/vela-widget", "snapshot"], env=environment, check=True,
-                              capture_output=True).stdout
-    return sandbox, environment, json.loads(snapshot)
 
 
 def with_photographs(entry, name, photographs, work):
@@ -61,8 +46,9 @@ def main():
     folder = os.path.abspath(options.bin)
 
     with tempfile.TemporaryDirectory() as work:
-        sandbox, environment, entry = everyday(folder, work)
-        try:
+        with signed_in_sandbox(folder, work) as (environment, _):
+            entry = json.loads(subprocess.run([f"{folder}/vela-widget", "snapshot"], env=environment, check=True,
+                                              capture_output=True).stdout)
             photographs = os.path.join(work, "photographs")
             subprocess.run([f"{folder}/vela-bench-photographs", photographs], check=True)
             entries = {"everyday": entry}
@@ -80,9 +66,6 @@ def main():
                 figures = [peak(command, environment) for _ in range(options.runs)]
                 memory, cpu = (statistics.median(column) for column in zip(*figures))
                 print(f"{name:28}{memory:14.1f}{cpu:9.0f}")
-        finally:
-            sandbox.terminate()
-            sandbox.wait()
 
 
 main()
