@@ -11,7 +11,6 @@ Usage: bench/cold.py [--bin build/release/bin] [--runs 20]
 import argparse
 import json
 import os
-import resource
 import shutil
 import statistics
 import subprocess
