@@ -17,18 +17,22 @@
 namespace {
 
 constexpr std::array locales = {"en_US", "en_US_POSIX", "de_DE", "ar_EG", "th_TH", "fa_IR", "ja_JP", "hi_IN"};
-constexpr std::array zones = {"GMT", "America/New_York", "Asia/Kolkata", "Pacific/Auckland"};
+/// Seconds from GMT; each zone is an hour further east in the odd months of 30 days.
+constexpr std::array zones = {0, -18'000, 19'800, 43'200};
 
 struct Surroundings final : platform::Ambient {
-    Surroundings(const char* givenLocale, const char* givenZone) : locale(givenLocale), zone(givenZone) {}
+    Surroundings(const char* givenLocale, int givenZone) : locale(givenLocale), zone(givenZone) {}
 
     platform::Date now() const override { return platform::Date::since1970(1'718'452'800); }
-    std::string timeZoneIdentifier() const override { return zone; }
+    int secondsFromGMT(platform::Date date) const override {
+        const double month = std::floor(date.timeIntervalSince1970() / (30 * 86'400.0));
+        return zone + (zone != 0 && std::fmod(month, 2) != 0 ? 3'600 : 0);
+    }
     std::string localeIdentifier() const override { return locale; }
     std::vector<std::string> preferredLanguages() const override { return {}; }
 
     const char* locale;
-    const char* zone;
+    int zone;
     Override override{*this};
 };
 

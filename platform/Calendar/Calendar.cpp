@@ -10,33 +10,31 @@
 #include <stdexcept>
 #include <vector>
 
+#include "platform/Calendar/ICUTimeZone.hpp"
 #include "platform/Date/Ambient.hpp"
 
 namespace platform {
 
 namespace {
 
-std::unique_ptr<icu::Calendar> makeCalendar(const std::string& locale, const std::string& zone) {
+std::unique_ptr<icu::Calendar> makeCalendar(const std::string& locale) {
     UErrorCode status = U_ZERO_ERROR;
-    std::unique_ptr<icu::Calendar> calendar(
-        icu::Calendar::createInstance(icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(zone)),
-                                      icu::Locale(locale.c_str()), status));
+    std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(
+        icuTimeZone(TimeZone::current()).release(), icu::Locale(locale.c_str()), status));
     if (U_FAILURE(status)) throw std::runtime_error("ICU has no calendar for the locale");
     calendar->setLenient(false);
     return calendar;
 }
 
 /// A calendar of one's own to work on. Making one takes far longer than copying the last one made.
-std::unique_ptr<icu::Calendar> workingCalendar(const std::string& locale, const std::string& zone) {
+std::unique_ptr<icu::Calendar> workingCalendar(const std::string& locale) {
     static std::mutex mutex;
     static std::string lastLocale;
-    static std::string lastZone;
     static std::unique_ptr<icu::Calendar> last;
     const std::lock_guard lock(mutex);
-    if (!last || lastLocale != locale || lastZone != zone) {
-        last = makeCalendar(locale, zone);
+    if (!last || lastLocale != locale) {
+        last = makeCalendar(locale);
         lastLocale = locale;
-        lastZone = zone;
     }
     return std::unique_ptr<icu::Calendar>(last->clone());
 }
@@ -71,20 +69,20 @@ UCalendarDateFields field(CalendarComponent component) {
 }  // namespace
 
 Calendar Calendar::current() {
-    return Calendar(Ambient::current().localeIdentifier(), TimeZone::current());
+    return Calendar(Ambient::current().localeIdentifier());
 }
 
 bool Calendar::isInSameDay(Date first, Date second) const {
-    return agree(*workingCalendar(locale_, zone_.identifier()), first, second,
+    return agree(*workingCalendar(locale_), first, second,
                  {UCAL_ERA, UCAL_YEAR, UCAL_MONTH, UCAL_DAY_OF_MONTH});
 }
 
 bool Calendar::isInSameYear(Date first, Date second) const {
-    return agree(*workingCalendar(locale_, zone_.identifier()), first, second, {UCAL_ERA, UCAL_YEAR});
+    return agree(*workingCalendar(locale_), first, second, {UCAL_ERA, UCAL_YEAR});
 }
 
 std::optional<Date> Calendar::dateByAdding(CalendarComponent component, int value, Date date) const {
-    const auto calendar = workingCalendar(locale_, zone_.identifier());
+    const auto calendar = workingCalendar(locale_);
     if (!setTime(*calendar, date)) return std::nullopt;
     UErrorCode status = U_ZERO_ERROR;
     const double before = calendar->getTime(status);

@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 
-#include "platform/Calendar/TimeZone.hpp"
 #include "platform/Date/Date.hpp"
 
 namespace platform {
@@ -15,7 +14,8 @@ enum class CalendarComponent { hour, day };
 
 class Calendar {
   public:
-    /// The calendar of the ambient locale in the ambient zone, as they stand now.
+    /// The calendar of the ambient locale as it stands now. Its zone is the ambient one at the time of each
+    /// question.
     static Calendar current();
 
     bool isInSameDay(Date first, Date second) const;
@@ -27,9 +27,8 @@ class Calendar {
     std::optional<Date> dateByAdding(CalendarComponent component, int value, Date date) const;
 
   private:
-    Calendar(std::string locale, TimeZone zone) : locale_(std::move(locale)), zone_(std::move(zone)) {}
+    explicit Calendar(std::string locale) : locale_(std::move(locale)) {}
     std::string locale_;
-    TimeZone zone_;
 };
 
 }  // namespace platform

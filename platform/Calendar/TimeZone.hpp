@@ -1,8 +1,6 @@
 #pragma once
 
-// A time zone by its Olson identifier. A plain value; safe from any thread.
-
-#include <string>
+// A time zone: the one that the process is in, or Greenwich. A plain value; safe from any thread.
 
 #include "platform/Date/Date.hpp"
 
@@ -10,11 +8,9 @@ namespace platform {
 
 class TimeZone {
   public:
-    static TimeZone current();
-    static TimeZone gmt();
-    static TimeZone named(std::string identifier);
-
-    const std::string& identifier() const { return identifier_; }
+    /// The ambient zone, whichever that is at the time of each question.
+    static constexpr TimeZone current() { return TimeZone(Place::here); }
+    static constexpr TimeZone gmt() { return TimeZone(Place::greenwich); }
 
     /// The offset from GMT in force at `date`, in seconds, positive east of Greenwich.
     int secondsFromGMT(Date date) const;
@@ -22,8 +18,9 @@ class TimeZone {
     bool operator==(const TimeZone&) const = default;
 
   private:
-    explicit TimeZone(std::string identifier) : identifier_(std::move(identifier)) {}
-    std::string identifier_;
+    enum class Place { here, greenwich };
+    explicit constexpr TimeZone(Place place) : place_(place) {}
+    Place place_;
 };
 
 }  // namespace platform

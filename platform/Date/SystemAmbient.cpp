@@ -1,15 +1,13 @@
 #include "platform/Date/SystemAmbient.hpp"
 
-#include <sys/stat.h>
-#include <unicode/timezone.h>
-
 #include <algorithm>
+#include <ctime>
 #include <initializer_list>
-#include <memory>
 #include <string_view>
-#include <system_error>
 
+#include "platform/Date/LocaleWords.hpp"
 #include "platform/Date/PosixLocale.hpp"
+#include "platform/Date/SystemZone.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace platform {
@@ -25,30 +23,40 @@ std::optional<std::string> firstSet(std::initializer_list<std::string_view> vari
     return std::nullopt;
 }
 
-/// The Olson identifier in a value of TZ or behind the zone file: ":America/New_York", "posix/Japan",
-/// "/usr/share/zoneinfo/Asia/Kolkata". Nothing when it names no zone.
-std::optional<std::string> zoneNamed(std::string_view value) {
-    constexpr std::size_t longestName = 255;
-    if (value.starts_with(':')) value.remove_prefix(1);
-    constexpr std::string_view folder = "zoneinfo/";
-    if (const auto found = value.find(folder); found != std::string_view::npos)
-        value.remove_prefix(found + folder.size());
-    for (const std::string_view prefix : {"posix/", "right/"})
-        if (value.starts_with(prefix)) value.remove_prefix(prefix.size());
-    if (value.empty() || value.size() > longestName) return std::nullopt;
+std::string languageList() {
+    return firstSet({"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}).value_or("");
+}
 
-    const icu::StringPiece name(value.data(), static_cast<int>(value.size()));
-    const std::unique_ptr<icu::TimeZone> zone(
-        icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(name)));
-    if (*zone == icu::TimeZone::getUnknown()) return std::nullopt;
-    return std::string(value);
+/// The locales of a list such as "en_GB:de", each once, as far as anyone would read.
+std::vector<PosixLocale> localesIn(std::string_view list) {
+    constexpr std::size_t most = 64;
+    std::vector<PosixLocale> locales;
+    while (!list.empty() && locales.size() < most) {
+        const auto colon = list.find(':');
+        auto locale = PosixLocale::parse(list.substr(0, colon));
+        if (locale && std::find(locales.begin(), locales.end(), *locale) == locales.end())
+            locales.push_back(*std::move(locale));
+        list = colon == std::string_view::npos ? std::string_view() : list.substr(colon + 1);
+    }
+    return locales;
+}
+
+/// The language decides about the words, the region about the calendar: a language that stands in takes the
+/// region of the locale unless it names its own.
+std::string identifierWithWords(const PosixLocale& locale, std::string_view languages) {
+    if (auto found = localeWithWords(locale.identifier())) return *std::move(found);
+    for (auto other : localesIn(languages)) {
+        if (other.region.empty()) other.region = locale.region;
+        if (auto found = localeWithWords(other.identifier())) return *std::move(found);
+    }
+    return PosixLocale{.language = "en", .region = locale.region}.identifier();
 }
 
 }  // namespace
 
 SystemAmbient::SystemAmbient() : SystemAmbient(Settings{}) {}
 
-SystemAmbient::SystemAmbient(Settings settings) : settings_(std::move(settings)) {}
+SystemAmbient::SystemAmbient(Settings settings) : settings_(settings) {}
 
 Date SystemAmbient::now() const {
     timespec time = {};
@@ -58,72 +66,37 @@ Date SystemAmbient::now() const {
     return Date::sinceReferenceDate(seconds + static_cast<double>(time.tv_nsec) * 1e-9);
 }
 
-std::string SystemAmbient::timeZoneIdentifier() const {
-    auto variable = environmentVariable("TZ");
-    const auto time = std::chrono::steady_clock::now();
-    const std::lock_guard lock(mutex_);
-    const bool same = zone_ && zone_->variable == variable;
-    if (same && time - zone_->checked < settings_.zoneCheckInterval) return zone_->identifier;
-
-    const auto file = zoneFileStamp();
-    if (same && file == zone_->file) {
-        zone_->checked = time;
-    } else {
-        auto identifier = detectedZone(variable);
-        zone_ = Zone{.identifier = std::move(identifier),
-                     .variable = std::move(variable),
-                     .file = file,
-                     .checked = time};
-    }
-    return zone_->identifier;
+int SystemAmbient::secondsFromGMT(Date date) const {
+    refreshZone();
+    return SystemZone::secondsFromGMT(date);
 }
 
 std::string SystemAmbient::localeIdentifier() const {
-    const auto name = firstSet({"LC_ALL", "LC_TIME", "LANG"});
-    const auto locale = name ? PosixLocale::parse(*name) : std::nullopt;
-    return locale ? locale->identifier() : posixLocaleIdentifier;
+    auto name = firstSet({"LC_ALL", "LC_TIME", "LANG"}).value_or("");
+    const auto locale = PosixLocale::parse(name);
+    if (!locale) return posixLocaleIdentifier;
+    auto languages = languageList();
+    const std::lock_guard lock(mutex_);
+    if (!locale_ || locale_->name != name || locale_->languages != languages) {
+        auto identifier = identifierWithWords(*locale, languages);
+        locale_ = Locale{.name = std::move(name),
+                         .languages = std::move(languages),
+                         .identifier = std::move(identifier)};
+    }
+    return locale_->identifier;
 }
 
 std::vector<std::string> SystemAmbient::preferredLanguages() const {
-    const auto list = firstSet({"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}).value_or("");
-    std::vector<std::string> languages;
-    for (std::string_view rest = list; !rest.empty();) {
-        const auto colon = rest.find(':');
-        if (const auto locale = PosixLocale::parse(rest.substr(0, colon))) {
-            auto tag = locale->languageTag();
-            if (std::find(languages.begin(), languages.end(), tag) == languages.end())
-                languages.push_back(std::move(tag));
-        }
-        rest = colon == std::string_view::npos ? std::string_view() : rest.substr(colon + 1);
-    }
-    return languages;
+    std::vector<std::string> tags;
+    for (const auto& locale : localesIn(languageList())) tags.push_back(locale.languageTag());
+    return tags;
 }
 
-std::string SystemAmbient::detectedZone(const std::optional<std::string>& variable) const {
-    if (variable)
-        if (auto named = zoneNamed(*variable)) return *std::move(named);
-    if (!variable) {
-        std::error_code error;
-        if (auto named = zoneNamed(std::filesystem::read_symlink(settings_.zoneFile, error).string()))
-            return *std::move(named);
-    }
-    // A rule such as "EST5EDT4", a name of no zone, a zone file that is a copy: ICU makes of them what it
-    // can.
-    const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::detectHostTimeZone());
-    icu::UnicodeString id;
-    std::string identifier;
-    zone->getID(id).toUTF8String(identifier);
-    return identifier.empty() ? "UTC" : identifier;
-}
-
-SystemAmbient::ZoneFileStamp SystemAmbient::zoneFileStamp() const {
-    struct stat link = {}, target = {};
-    if (lstat(settings_.zoneFile.c_str(), &link) != 0 || stat(settings_.zoneFile.c_str(), &target) != 0)
-        return {};
-    return {.link = link.st_ino,
-            .target = target.st_ino,
-            .linkChanged = link.st_ctime,
-            .targetModified = target.st_mtime};
+void SystemAmbient::refreshZone() const {
+    const auto time = std::chrono::steady_clock::now().time_since_epoch();
+    if (time < nextZoneCheck_.load(std::memory_order_relaxed)) return;
+    nextZoneCheck_.store(time + settings_.zoneCheckInterval, std::memory_order_relaxed);
+    SystemZone::refresh();
 }
 
 }  // namespace platform

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <stdexcept>
 
+#include "platform/Calendar/ICUTimeZone.hpp"
 #include "platform/Date/Ambient.hpp"
 #include "platform/DateFormatter/FixedForm.hpp"
 
@@ -21,39 +22,33 @@ icu::UnicodeString utf16(std::string_view text) {
 
 struct DateFormatter::State {
     std::string pattern;
-    std::optional<TimeZone> fixedZone;
+    TimeZone zone;
 
     std::mutex mutex = {};
     std::unique_ptr<icu::SimpleDateFormat> formatter = {};
     std::string locale = {};
-    std::optional<TimeZone> zone = {};
 
     /// The formatter for the ambient as it stands now; to be called with the mutex held.
     icu::SimpleDateFormat& current() {
         auto currentLocale = Ambient::current().localeIdentifier();
         if (!formatter || currentLocale != locale) {
+            auto currentZone = icuTimeZone(zone);
             UErrorCode status = U_ZERO_ERROR;
             formatter = std::make_unique<icu::SimpleDateFormat>(utf16(pattern),
                                                                 icu::Locale(currentLocale.c_str()), status);
             if (U_FAILURE(status)) throw std::runtime_error("ICU has no date formatter for the locale");
             formatter->setLenient(false);
+            formatter->adoptTimeZone(currentZone.release());
             locale = std::move(currentLocale);
-            zone.reset();
-        }
-        const auto currentZone = fixedZone ? *fixedZone : TimeZone::current();
-        if (zone != currentZone) {
-            formatter->adoptTimeZone(icu::TimeZone::createTimeZone(utf16(currentZone.identifier())));
-            zone = currentZone;
         }
         return *formatter;
     }
 };
 
-DateFormatter::DateFormatter(std::string pattern)
-    : state_(new State{.pattern = std::move(pattern), .fixedZone = std::nullopt}) {}
+DateFormatter::DateFormatter(std::string pattern) : DateFormatter(std::move(pattern), TimeZone::current()) {}
 
 DateFormatter::DateFormatter(std::string pattern, TimeZone zone)
-    : state_(new State{.pattern = std::move(pattern), .fixedZone = std::move(zone)}) {}
+    : state_(new State{.pattern = std::move(pattern), .zone = zone}) {}
 
 DateFormatter::~DateFormatter() = default;
 DateFormatter::DateFormatter(DateFormatter&&) noexcept = default;

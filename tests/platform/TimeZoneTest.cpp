@@ -39,17 +39,15 @@ TEST(TimeZone, KnowsItsOffsetAtEveryInstant) {
              Row{"Asia/Kathmandu", "2024-07-01T00:00:00Z", 20'700},
              Row{"Pacific/Apia", "2011-12-30T09:59:59Z", -36'000},
              Row{"Pacific/Apia", "2011-12-30T10:00:00Z", 50'400},
-         })
-        EXPECT_EQ(TimeZone::named(zone).secondsFromGMT(instant(date)), seconds) << zone << " at " << date;
-}
-
-TEST(TimeZone, IsInGreenwichUnderAnUnknownName) {
-    for (const std::string name : {"", "Foo/Bar", "\xff"})
-        EXPECT_EQ(TimeZone::named(name).secondsFromGMT(instant("2024-07-01T00:00:00Z")), 0) << name;
+         }) {
+        const FixedAmbient ambient({.timeZone = zone});
+        EXPECT_EQ(TimeZone::current().secondsFromGMT(instant(date)), seconds) << zone << " at " << date;
+    }
 }
 
 TEST(TimeZone, AnswersForInstantsBeyondAnyCalendar) {
-    const auto zone = TimeZone::named("America/New_York");
+    const FixedAmbient ambient({.timeZone = "America/New_York"});
+    const auto zone = TimeZone::current();
     const auto infinity = std::numeric_limits<double>::infinity();
     for (const double seconds : {1e18, -1e18, 1e300, -1e300, infinity, -infinity, std::nan("")})
         EXPECT_LE(std::abs(zone.secondsFromGMT(Date::sinceReferenceDate(seconds))), 86'400) << seconds;
@@ -57,18 +55,20 @@ TEST(TimeZone, AnswersForInstantsBeyondAnyCalendar) {
 
 TEST(TimeZone, FollowsTheAmbientZone) {
     FixedAmbient ambient({.timeZone = "Asia/Kolkata"});
-    EXPECT_EQ(TimeZone::current().identifier(), "Asia/Kolkata");
+    const auto zone = TimeZone::current();
+    EXPECT_EQ(zone.secondsFromGMT(Date::now()), 19'800);
     ambient.setTimeZone("Pacific/Auckland");
-    EXPECT_EQ(TimeZone::current().identifier(), "Pacific/Auckland");
+    EXPECT_EQ(zone.secondsFromGMT(Date::now()), 43'200);
     EXPECT_EQ(TimeZone::gmt().secondsFromGMT(Date::now()), 0);
 }
 
 TEST(TimeZone, AnswersSeveralThreadsAtOnce) {
+    const FixedAmbient ambient({.timeZone = "Asia/Kolkata"});
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([] {
             for (int second = 0; second < 2'000; ++second)
-                EXPECT_EQ(TimeZone::named("Asia/Kolkata").secondsFromGMT(Date::sinceReferenceDate(second)),
+                EXPECT_EQ(TimeZone::current().secondsFromGMT(Date::sinceReferenceDate(second)),
                           19'800);
         });
     for (auto& thread : threads) thread.join();

@@ -15,6 +15,7 @@ vela_tests(vela-tests-foundation
         PosixLocaleTest.cpp
         ProcessInfoTest.cpp
         RegularExpressionTest.cpp
+        SystemZoneTest.cpp
         TextTest.cpp
         TimeZoneTest.cpp
         URLTest.cpp

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <ctime>
-#include <optional>
 
 #include "tests/support/FixedAmbient.hpp"
 
@@ -93,21 +91,8 @@ TEST(DeliveredDateText, CountsDaysNotHoursWhenTheClocksChange) {
     });
 }
 
-/// The days of a zone as the C library counts them.
-class ZoneDays {
-  public:
-    explicit ZoneDays(const std::string& zone) {
-        if (const char* zoneBefore = std::getenv("TZ")) before_ = zoneBefore;
-        setenv("TZ", zone.c_str(), 1);
-        tzset();
-    }
-    ~ZoneDays() {
-        before_ ? setenv("TZ", before_->c_str(), 1) : unsetenv("TZ");
-        tzset();
-    }
-    ZoneDays(const ZoneDays&) = delete;
-    ZoneDays& operator=(const ZoneDays&) = delete;
-
+/// The days of the zone in force as the C library counts them.
+struct LocalDays {
     static std::tm local(std::time_t seconds) {
         std::tm parts{};
         localtime_r(&seconds, &parts);
@@ -118,26 +103,22 @@ class ZoneDays {
         parts.tm_hour = parts.tm_min = parts.tm_sec = 0;
         return timegm(&parts) / 86'400;
     }
-
-  private:
-    std::optional<std::string> before_;
 };
 
 std::string expectedText(std::time_t date, std::time_t now) {
-    const long daysAgo = ZoneDays::number(now) - ZoneDays::number(date);
+    const long daysAgo = LocalDays::number(now) - LocalDays::number(date);
     if (daysAgo == 0) return "Delivered today";
     if (daysAgo == 1) return "Delivered yesterday";
     constexpr const char* months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    const std::tm day = ZoneDays::local(date);
+    const std::tm day = LocalDays::local(date);
     std::string text = std::string("Delivered on ") + months[day.tm_mon] + " " + std::to_string(day.tm_mday);
-    if (day.tm_year != ZoneDays::local(now).tm_year) text += ", " + std::to_string(day.tm_year + 1900);
+    if (day.tm_year != LocalDays::local(now).tm_year) text += ", " + std::to_string(day.tm_year + 1900);
     return text;
 }
 
 TEST(DeliveredDateText, AgreesWithTheCLibraryAroundEveryTurnOfDayYearAndClock) {
     for (const char* zone : {"UTC", "America/New_York", "Asia/Kolkata", "Pacific/Auckland"}) {
-        const ZoneDays days(zone);
         for (const char* turn : {"2023-12-31T12:00:00Z", "2024-01-01T12:00:00Z", "2024-02-29T12:00:00Z",
                                  "2024-03-10T12:00:00Z", "2024-11-03T12:00:00Z", "2024-04-06T18:00:00Z",
                                  "2024-09-28T18:00:00Z", "2024-06-15T12:00:00Z"}) {

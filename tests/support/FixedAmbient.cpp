@@ -8,7 +8,7 @@ namespace platform::testing {
 FixedAmbient::FixedAmbient() : FixedAmbient(Settings{}) {}
 
 FixedAmbient::FixedAmbient(Settings settings)
-    : settings_(std::move(settings)), now_(instant(settings_.now)) {}
+    : settings_(std::move(settings)), zone_(settings_.timeZone), now_(instant(settings_.now)) {}
 
 void FixedAmbient::setNow(const std::string& internetDateTime) {
     now_ = instant(internetDateTime);

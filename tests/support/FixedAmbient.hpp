@@ -1,13 +1,15 @@
 #pragma once
 
 // Surroundings that a test sets: in force from construction to destruction. Not to be changed while other
-// threads read them, except for the clock.
+// threads read them, except for the clock. The zone is that of the whole process.
 
 #include <atomic>
 #include <string>
 #include <vector>
 
 #include "platform/Date/Ambient.hpp"
+#include "platform/Date/SystemZone.hpp"
+#include "tests/support/ZoneInForce.hpp"
 
 namespace platform::testing {
 
@@ -15,6 +17,7 @@ class FixedAmbient final : public Ambient {
   public:
     struct Settings {
         std::string now = "2024-05-01T12:00:00Z";
+        /// Any value of TZ.
         std::string timeZone = "UTC";
         std::string locale = "en_US";
         std::vector<std::string> languages = {"en-US"};
@@ -28,7 +31,7 @@ class FixedAmbient final : public Ambient {
     /// An RFC 3339 date; a malformed one ends the test.
     void setNow(const std::string& internetDateTime);
     void advance(double seconds) { now_ = now_.load().addingTimeInterval(seconds); }
-    void setTimeZone(std::string identifier) { settings_.timeZone = std::move(identifier); }
+    void setTimeZone(const std::string& value) { zone_.change(value); }
     void setLocale(std::string identifier) { settings_.locale = std::move(identifier); }
     void setLanguages(std::vector<std::string> tags) { settings_.languages = std::move(tags); }
 
@@ -36,12 +39,13 @@ class FixedAmbient final : public Ambient {
     void setTick(double seconds) { tick_ = seconds; }
 
     Date now() const override;
-    std::string timeZoneIdentifier() const override { return settings_.timeZone; }
+    int secondsFromGMT(Date date) const override { return SystemZone::secondsFromGMT(date); }
     std::string localeIdentifier() const override { return settings_.locale; }
     std::vector<std::string> preferredLanguages() const override { return settings_.languages; }
 
   private:
     Settings settings_;
+    ZoneInForce zone_;
     mutable std::atomic<Date> now_;
     std::atomic<double> tick_ = 0;
     Ambient::Override override_{*this};

@@ -1,6 +1,5 @@
 # Twins of the platform's stores and of its transport, for every test above them.
 add_library(vela_test_storage STATIC
-    ${CMAKE_CURRENT_LIST_DIR}/ChildProcess.cpp
     ${CMAKE_CURRENT_LIST_DIR}/InMemoryItemStore.cpp
     ${CMAKE_CURRENT_LIST_DIR}/InMemoryUserDefaults.cpp
     ${CMAKE_CURRENT_LIST_DIR}/LoopbackServer.cpp
