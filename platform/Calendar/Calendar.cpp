@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -26,17 +27,14 @@ std::unique_ptr<icu::Calendar> makeCalendar(const std::string& locale) {
     return calendar;
 }
 
-/// A calendar of one's own to work on. Making one takes far longer than copying the last one made.
+/// A calendar of one's own to work on. Making one takes far longer than copying one.
 std::unique_ptr<icu::Calendar> workingCalendar(const std::string& locale) {
     static std::mutex mutex;
-    static std::string lastLocale;
-    static std::unique_ptr<icu::Calendar> last;
+    static std::map<std::string, std::unique_ptr<const icu::Calendar>> calendars;
     const std::lock_guard lock(mutex);
-    if (!last || lastLocale != locale) {
-        last = makeCalendar(locale);
-        lastLocale = locale;
-    }
-    return std::unique_ptr<icu::Calendar>(last->clone());
+    auto& calendar = calendars[locale];
+    if (!calendar) calendar = makeCalendar(locale);
+    return std::unique_ptr<icu::Calendar>(calendar->clone());
 }
 
 bool setTime(icu::Calendar& calendar, Date date) {

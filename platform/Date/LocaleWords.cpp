@@ -10,8 +10,8 @@ namespace platform {
 
 namespace {
 
-/// Whether ICU has any data for the language. The data of another language, its answer of last resort, does not
-/// count.
+/// Whether ICU has any data for the language. The data of another language, its answer of last resort, does
+/// not count.
 bool hasData(const icu::Locale& locale) {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<UResourceBundle, decltype(&ures_close)> bundle(
@@ -24,8 +24,8 @@ bool namesMonths(const icu::Locale& locale) {
     UErrorCode status = U_ZERO_ERROR;
     const icu::DateFormatSymbols symbols(locale, "gregorian", status);
     int count = 0;
-    const auto* months = symbols.getMonths(count, icu::DateFormatSymbols::FORMAT,
-                                           icu::DateFormatSymbols::ABBREVIATED);
+    const auto* months =
+        symbols.getMonths(count, icu::DateFormatSymbols::FORMAT, icu::DateFormatSymbols::ABBREVIATED);
     return U_SUCCESS(status) && count > 2 && months[2] != u"M03";
 }
 

@@ -7,9 +7,9 @@
 
 namespace platform {
 
-/// The identifier under which ICU has words for a locale: its own, else that of the same language under its common
-/// code ("cmn_TW" is "zh_TW"). Nothing when there are none, where ICU itself would show "M03" for March. About a
-/// tenth of a millisecond for the first of a language.
+/// The identifier under which ICU has words for a locale: its own, else that of the same language under its
+/// common code ("cmn_TW" is "zh_TW"). Nothing when there are none, where ICU itself would show "M03" for
+/// March. About a tenth of a millisecond for the first of a language.
 std::optional<std::string> localeWithWords(const std::string& identifier);
 
 }  // namespace platform

@@ -79,9 +79,8 @@ std::string SystemAmbient::localeIdentifier() const {
     const std::lock_guard lock(mutex_);
     if (!locale_ || locale_->name != name || locale_->languages != languages) {
         auto identifier = identifierWithWords(*locale, languages);
-        locale_ = Locale{.name = std::move(name),
-                         .languages = std::move(languages),
-                         .identifier = std::move(identifier)};
+        locale_ = Locale{
+            .name = std::move(name), .languages = std::move(languages), .identifier = std::move(identifier)};
     }
     return locale_->identifier;
 }

@@ -1,7 +1,8 @@
 #pragma once
 
-// The zone this process is in, as the C library has it: TZ in all its forms, else /etc/localtime, by the rules of
-// the machine's own zone files. Safe from any thread as long as nobody changes the environment meanwhile.
+// The zone this process is in, as the C library has it: TZ in all its forms, else /etc/localtime, by the
+// rules of the machine's own zone files. Safe from any thread as long as nobody changes the environment
+// meanwhile.
 
 #include "platform/Date/Date.hpp"
 

@@ -3,6 +3,7 @@
 #include <unicode/smpdtfmt.h>
 
 #include <cmath>
+#include <map>
 #include <mutex>
 #include <stdexcept>
 
@@ -25,23 +26,26 @@ struct DateFormatter::State {
     TimeZone zone;
 
     std::mutex mutex = {};
-    std::unique_ptr<icu::SimpleDateFormat> formatter = {};
-    std::string locale = {};
+    /// By locale. A process meets one as a rule.
+    std::map<std::string, std::unique_ptr<icu::SimpleDateFormat>> formatters = {};
 
-    /// The formatter for the ambient as it stands now; to be called with the mutex held.
+    /// The formatter for the ambient locale as it stands now; to be called with the mutex held.
     icu::SimpleDateFormat& current() {
-        auto currentLocale = Ambient::current().localeIdentifier();
-        if (!formatter || currentLocale != locale) {
-            auto currentZone = icuTimeZone(zone);
-            UErrorCode status = U_ZERO_ERROR;
-            formatter = std::make_unique<icu::SimpleDateFormat>(utf16(pattern),
-                                                                icu::Locale(currentLocale.c_str()), status);
-            if (U_FAILURE(status)) throw std::runtime_error("ICU has no date formatter for the locale");
-            formatter->setLenient(false);
-            formatter->adoptTimeZone(currentZone.release());
-            locale = std::move(currentLocale);
-        }
+        const auto locale = Ambient::current().localeIdentifier();
+        auto& formatter = formatters[locale];
+        if (!formatter) formatter = makeFormatter(locale);
         return *formatter;
+    }
+
+    std::unique_ptr<icu::SimpleDateFormat> makeFormatter(const std::string& locale) const {
+        auto zoneOfFormatter = icuTimeZone(zone);
+        UErrorCode status = U_ZERO_ERROR;
+        auto formatter =
+            std::make_unique<icu::SimpleDateFormat>(utf16(pattern), icu::Locale(locale.c_str()), status);
+        if (U_FAILURE(status)) throw std::runtime_error("ICU has no date formatter for the locale");
+        formatter->setLenient(false);
+        formatter->adoptTimeZone(zoneOfFormatter.release());
+        return formatter;
     }
 };
 

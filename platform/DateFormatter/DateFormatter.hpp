@@ -1,8 +1,8 @@
 #pragma once
 
 // Dates to text and back by an ICU pattern, with lenient parsing off. The ICU formatter behind it is made on
-// first use (the first costs about a millisecond) and made again when the ambient locale has changed since. Every
-// member may be called from any thread; calls on one formatter take turns.
+// first use in each ambient locale (the first costs about a millisecond). Every member may be called from any
+// thread; calls on one formatter take turns.
 
 #include <memory>
 #include <optional>

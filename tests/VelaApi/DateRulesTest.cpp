@@ -47,6 +47,15 @@ TEST(DateRules, ADecodedInstantIsMovedBackByTheDevicesOffset) {
         {"Pacific/Auckland", "2024-04-06T13:59:59+0000", "2024-04-06T00:59:59Z"},
         {"Pacific/Auckland", "2024-04-06T14:00:00+0000", "2024-04-06T02:00:00Z"},
         {"Pacific/Auckland", "2024-09-28T14:00:00+0000", "2024-09-28T01:00:00Z"},
+        // Zones that changed their rules lately, and zones that are rules.
+        {"America/Mexico_City", "2026-07-15T12:00:00+0000", "2026-07-15T18:00:00Z"},
+        {"Asia/Almaty", "2026-07-15T12:00:00+0000", "2026-07-15T07:00:00Z"},
+        {"America/Ciudad_Juarez", "2026-01-15T12:00:00+0000", "2026-01-15T19:00:00Z"},
+        {"CST6", "2024-05-01T12:00:00+0000", "2024-05-01T18:00:00Z"},
+        {"GMT-2", "2024-05-01T12:00:00+0000", "2024-05-01T10:00:00Z"},
+        {"<-03>3", "2024-05-01T12:00:00+0000", "2024-05-01T15:00:00Z"},
+        {"EST5EDT,M3.2.0,M11.1.0", "2024-03-10T06:59:59+0000", "2024-03-10T11:59:59Z"},
+        {"EST5EDT,M3.2.0,M11.1.0", "2024-03-10T07:00:00+0000", "2024-03-10T11:00:00Z"},
         {"GMT", "2023-12-31T23:59:59+0000", "2023-12-31T23:59:59Z"},
         {"GMT", "2024-02-29T00:00:00+0000", "2024-02-29T00:00:00Z"},
         {"GMT", "9999-12-31T23:59:59+0000", "9999-12-31T23:59:59Z"},
@@ -56,6 +65,21 @@ TEST(DateRules, ADecodedInstantIsMovedBackByTheDevicesOffset) {
         EXPECT_EQ(platform::internetDateTime(decoded(row.text)),
                   platform::internetDateTime(instant(row.expected)))
             << row.zone << " " << row.text;
+    }
+}
+
+TEST(DateRules, YearsAndMonthsAreThoseOfTheLocalesCalendar) {
+    for (const auto& [locale, text, expected] : {
+             Row{"en_US", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             Row{"th_TH", "2567-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             Row{"fa_IR", "1403-02-12T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             Row{"ar_SA", "1445-10-22T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             Row{"ja_JP", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             Row{"ar_EG", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+         }) {
+        const FixedAmbient surroundings({.now = now, .timeZone = "GMT", .locale = locale});
+        EXPECT_EQ(platform::internetDateTime(decoded(text)), platform::internetDateTime(instant(expected)))
+            << locale << " " << text;
     }
 }
 
@@ -104,6 +128,9 @@ TEST(DateRules, AnEncodedInstantIsShownInTheDevicesZoneWithoutShift) {
         {"America/New_York", "2024-11-03T06:30:00Z", R"("2024-11-03T01:30:00-0500")"},
         {"Asia/Kolkata", "2024-05-01T12:00:00Z", R"("2024-05-01T17:30:00+0530")"},
         {"Pacific/Auckland", "2023-12-31T11:00:00Z", R"("2024-01-01T00:00:00+1300")"},
+        {"Africa/Cairo", "2026-07-15T12:00:00Z", R"("2026-07-15T15:00:00+0300")"},
+        {"CST6", "2024-05-01T12:00:00Z", R"("2024-05-01T06:00:00-0600")"},
+        {"<+1245>-12:45", "2024-05-01T12:00:00Z", R"("2024-05-02T00:45:00+1245")"},
     };
     for (const Row& row : rows) {
         const FixedAmbient surroundings({.now = now, .timeZone = row.zone});

@@ -33,6 +33,52 @@ TEST(SystemAmbient, HasThePosixLocaleForCAndForNone) {
     }
 }
 
+TEST(SystemAmbient, FallsBackToTheNextLanguageThatHasWordsAndKeepsTheRegion) {
+    struct Row {
+        const char* locale;
+        std::optional<std::string> languages;
+        const char* expected;
+    };
+    for (const auto& [locale, languages, expected] : {
+             Row{"oc_FR.UTF-8", "oc:fr", "fr_FR"},
+             Row{"oc_FR.UTF-8", "oc:fr_CA:en", "fr_CA"},
+             Row{"oc_FR.UTF-8", "oc:wa:!:C:ca", "ca_FR"},
+             Row{"oc_FR.UTF-8", {}, "en_FR"},
+             Row{"oc_FR.UTF-8", "oc:wa:nan", "en_FR"},
+             Row{"wa_BE", "wa:nl:fr", "nl_BE"},
+             Row{"nan_TW@latin", "nan_TW:zh_TW", "zh_TW"},
+             Row{"nan_TW", {}, "en_TW"},
+             Row{"cmn_TW", {}, "zh_TW"},
+             Row{"be_BY@latin", {}, "en_BY"},
+             Row{"be_BY@latin", "be", "be_BY"},
+             // The calendar is the region's, whatever the words.
+             Row{"nod_TH", {}, "en_TH"},
+             Row{"nod_TH", "nod:th", "th_TH"},
+             Row{"oc", {}, "en"},
+             // A language that has words needs no other.
+             Row{"de_DE", "fr", "de_DE"},
+             Row{"sr_RS@latin", "oc", "sr_Latn_RS"},
+             Row{"C", "fr", "en_US_POSIX"},
+             Row{"C.UTF-8", "fr", "en_US_POSIX"},
+             Row{"no locale", "fr", "en_US_POSIX"},
+         }) {
+        const ScopedEnvironment environment({{"LC_ALL", locale}, {"LANGUAGE", languages}});
+        EXPECT_EQ(Ambient::system().localeIdentifier(), expected) << locale << " " << languages.value_or("-");
+    }
+}
+
+TEST(SystemAmbient, ReadsNoMoreLanguagesThanAnyonePrefers) {
+    std::string list;
+    for (char first = 'a'; first <= 'z'; ++first)
+        for (char second = 'a'; second <= 'z'; ++second)
+            for (char third = 'a'; third <= 'z'; ++third) list += {first, second, third, ':'};
+    const ScopedEnvironment environment({{"LC_ALL", "oc_FR"}, {"LANGUAGE", list}});
+    EXPECT_LE(Ambient::system().preferredLanguages().size(), 100u);
+    EXPECT_NE(Ambient::system().localeIdentifier(), "");
+    const ScopedEnvironment same({{"LANGUAGE", std::string(100'000, 'x') + ":de"}});
+    EXPECT_EQ(Ambient::system().localeIdentifier(), "de_FR");
+}
+
 TEST(SystemAmbient, TakesTheLanguagesFromTheListElseFromTheLocale) {
     struct Row {
         std::optional<std::string> language, all, messages, lang;

@@ -68,8 +68,7 @@ TEST(TimeZone, AnswersSeveralThreadsAtOnce) {
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([] {
             for (int second = 0; second < 2'000; ++second)
-                EXPECT_EQ(TimeZone::current().secondsFromGMT(Date::sinceReferenceDate(second)),
-                          19'800);
+                EXPECT_EQ(TimeZone::current().secondsFromGMT(Date::sinceReferenceDate(second)), 19'800);
         });
     for (auto& thread : threads) thread.join();
 }

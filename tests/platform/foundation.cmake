@@ -11,6 +11,7 @@ vela_tests(vela-tests-foundation
         DeviceTest.cpp
         FixedFormTest.cpp
         JSONSerializationTest.cpp
+        LocaleWordsTest.cpp
         LoggerTest.cpp
         PosixLocaleTest.cpp
         ProcessInfoTest.cpp

@@ -4,6 +4,7 @@
 
 #include <ctime>
 
+#include "VelaApi/Sources/VelaApi/Module.hpp"
 #include "tests/support/FixedAmbient.hpp"
 
 namespace presentation {
@@ -135,6 +136,78 @@ TEST(DeliveredDateText, AgreesWithTheCLibraryAroundEveryTurnOfDayYearAndClock) {
                 }
             }
         }
+    }
+}
+
+TEST(DeliveredDateText, TurnsAtMidnightOfTheMachinesOwnRules) {
+    expectRows({
+        // No summer time since 2022; since 2023 again; one zone for the country since March 2024.
+        {"America/Mexico_City", "2026-07-15T12:00:00Z", "2026-07-15T06:00:00Z", "Delivered today"},
+        {"America/Mexico_City", "2026-07-15T12:00:00Z", "2026-07-15T05:59:59Z", "Delivered yesterday"},
+        {"Africa/Cairo", "2026-07-15T12:00:00Z", "2026-07-14T21:00:00Z", "Delivered today"},
+        {"Africa/Cairo", "2026-07-15T12:00:00Z", "2026-07-14T20:59:59Z", "Delivered yesterday"},
+        {"Asia/Almaty", "2026-07-15T12:00:00Z", "2026-07-14T19:00:00Z", "Delivered today"},
+        {"Asia/Almaty", "2026-07-15T12:00:00Z", "2026-07-14T18:59:59Z", "Delivered yesterday"},
+        {"America/Ciudad_Juarez", "2026-01-15T12:00:00Z", "2026-01-15T07:00:00Z", "Delivered today"},
+        {"America/Ciudad_Juarez", "2026-01-15T12:00:00Z", "2026-01-15T06:59:59Z", "Delivered yesterday"},
+    });
+}
+
+TEST(DeliveredDateText, TurnsAtMidnightOfAZoneThatIsARule) {
+    expectRows({
+        {"CST6", "2026-07-15T12:00:00Z", "2026-07-15T06:00:00Z", "Delivered today"},
+        {"CST6", "2026-07-15T12:00:00Z", "2026-07-15T05:59:59Z", "Delivered yesterday"},
+        {"<-03>3", "2026-07-15T12:00:00Z", "2026-07-15T03:00:00Z", "Delivered today"},
+        {"<-03>3", "2026-07-15T12:00:00Z", "2026-07-15T02:59:59Z", "Delivered yesterday"},
+        {"GMT-12", "2026-07-15T12:00:00Z", "2026-07-15T12:00:00Z", "Delivered today"},
+        {"GMT-12", "2026-07-15T12:00:00Z", "2026-07-15T11:59:59Z", "Delivered yesterday"},
+        {"EST5EDT,M3.2.0,M11.1.0", "2026-07-15T12:00:00Z", "2026-07-15T04:00:00Z", "Delivered today"},
+        {"EST5EDT,M3.2.0,M11.1.0", "2026-07-15T12:00:00Z", "2026-07-15T03:59:59Z", "Delivered yesterday"},
+        {"EST5EDT,M3.2.0,M11.1.0", "2026-01-15T12:00:00Z", "2026-01-15T05:00:00Z", "Delivered today"},
+        {"EST5EDT,M3.2.0,M11.1.0", "2026-01-15T12:00:00Z", "2026-01-15T04:59:59Z", "Delivered yesterday"},
+    });
+}
+
+TEST(DeliveredDateText, WritesEveryYearWithFourDigitsAtLeast) {
+    expectRows({
+        {"GMT", "2024-06-15T12:00:00Z", "0999-12-31T12:00:00Z", "Delivered on Dec 26, 0999"},
+        {"GMT", "2024-06-15T12:00:00Z", "0012-06-15T12:00:00Z", "Delivered on Jun 17, 0012"},
+        {"GMT", "2024-06-15T12:00:00Z", "1583-01-01T12:00:00Z", "Delivered on Jan 1, 1583"},
+    });
+}
+
+std::string wordsForWireDate(const std::string& text) {
+    return deliveredDateText(VelaApi::Module::customDecoder().decode<platform::Date>('"' + text + '"'));
+}
+
+TEST(DeliveredDateText, ReadsAYearBeforeTheThousandthFromTheWire) {
+    const FixedAmbient surroundings({.now = "2024-06-15T12:00:00Z", .timeZone = "GMT"});
+    EXPECT_EQ(wordsForWireDate("0950-06-15T12:00:00+0000"), "Delivered on Jun 15, 0950");
+}
+
+/// docs/decisions/0004: the wire's numbers are those of the person's own calendar.
+TEST(DeliveredDateText, ReadsTheWireInTheCalendarOfThePerson) {
+    struct WireRow {
+        const char* locale;
+        const char* wire;
+        const char* expected;
+    };
+    for (const auto& [locale, wire, expected] : {
+             WireRow{"en_US", "2024-06-15T12:00:00+0000", "Delivered today"},
+             WireRow{"th_TH", "2024-06-15T12:00:00+0000", "Delivered on มิ.ย. 15, 2024"},
+             WireRow{"th_TH", "2567-06-15T12:00:00+0000", "Delivered today"},
+             WireRow{"th_TH", "2567-06-14T12:00:00+0000", "Delivered yesterday"},
+             WireRow{"en_TH", "2024-06-15T12:00:00+0000", "Delivered on Jun 15, 2024"},
+             WireRow{"fa_IR", "2024-06-15T12:00:00+0000", "Delivered on شهریور ۱۵, ۲۰۲۴"},
+             WireRow{"fa_IR", "1403-03-26T12:00:00+0000", "Delivered today"},
+             WireRow{"ar_SA", "2024-06-15T12:00:00+0000", "Delivered on جمادى الآخرة ١٥, ٢٠٢٤"},
+             WireRow{"ar_SA", "1445-12-09T12:00:00+0000", "Delivered today"},
+             // Those months have no such day there: the text is no date, and so it is now.
+             WireRow{"fa_IR", "2024-12-31T12:00:00+0000", "Delivered today"},
+             WireRow{"ar_SA", "2024-01-31T12:00:00+0000", "Delivered today"},
+         }) {
+        const FixedAmbient surroundings({.now = "2024-06-15T12:00:00Z", .timeZone = "GMT", .locale = locale});
+        EXPECT_EQ(wordsForWireDate(wire), expected) << locale << " " << wire;
     }
 }
 

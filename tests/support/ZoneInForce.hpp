@@ -1,7 +1,7 @@
 #pragma once
 
-// The zone of the whole process, in force from construction to destruction: TZ, as the C library has taken it in.
-// Not to be changed while other threads read the environment.
+// The zone of the whole process, in force from construction to destruction: TZ, as the C library has taken it
+// in. Not to be changed while other threads read the environment.
 
 #include <optional>
 #include <string>
