@@ -16,17 +16,16 @@ import time
 from concurrent.futures import ThreadPoolExecutor
 from datetime import datetime, timezone
 from pathlib import Path
-from zoneinfo import ZoneInfo
 
 sys.path.insert(0, str(Path(__file__).parent))
 
 import cases
+import days
 import reading
 import wire
+import zones
 from program import Person, complaints_about_timeline
 from server import Answer, Case, Server, json_answer
-
-ZONES = ["UTC", "America/New_York", "Asia/Kolkata", "Pacific/Auckland"]
 
 
 class Report:
@@ -51,8 +50,8 @@ def encoded(reply, chooser):
 
 
 def play_random(index, seed, server, people, report):
-    zone_name = ZONES[index % len(ZONES)]
-    zone = ZoneInfo(zone_name)
+    zone_name = list(people)[index % len(people)]
+    zone = zones.MachineZone(zone_name)
     chooser = random.Random(f"{seed}/{index}")
     replies = wire.RandomReplies(f"{seed}/{index}/data", zone, datetime.now(timezone.utc))
     data = replies.data()
@@ -101,11 +100,11 @@ def main():
     with tempfile.TemporaryDirectory(prefix="vela-conformance-") as folder:
         try:
             bench = cases.Bench(server, report)
-            for group in cases.ALL if arguments.first == 0 else []:
-                group(bench, lambda name: Person(programs, Path(folder) / name))
+            for group in [*cases.ALL, days.play] if arguments.first == 0 else []:
+                group(bench, lambda name, zone="UTC": Person(programs, Path(folder) / name, zone))
             people = {}
-            for zone in ZONES:
-                people[zone] = Person(programs, Path(folder) / zone.replace("/", "-"), zone)
+            for number, zone in enumerate(zones.values(datetime.now(timezone.utc))):
+                people[zone] = Person(programs, Path(folder) / f"zone-{number}", zone)
                 people[zone].sign_in("a1", "r1")
             with ThreadPoolExecutor(arguments.jobs) as pool:
                 indices = range(arguments.first, arguments.first + arguments.count)
