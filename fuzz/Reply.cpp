@@ -32,9 +32,21 @@ void present(const VelaApi::TrackingWidgetResponse& response) {
 }
 
 template <class Response>
+bool decodes(const std::string& data) {
+    try {
+        Response::customDecoder().template decode<Response>(data);
+        return true;
+    } catch (const platform::DecodingError&) {
+        return false;
+    }
+}
+
+template <class Response>
 void decode(const boost::json::object& data, void (*use)(const Response&)) {
+    const bool expected = decodes<Response>(platform::JSONSerialization::dataWithJSONObject(data));
     try {
         const auto response = VelaApi::responseFrom<Response>(data);
+        require(expected, "a dictionary decodes where its text does");
         const boost::json::object fields = VelaApi::fields(response, FragmentCollapsing::keepFragments);
         require(!fields.empty(), "a response has fields");
         require(fields == VelaApi::fields(response, FragmentCollapsing::collapseFragments),
@@ -42,6 +54,24 @@ void decode(const boost::json::object& data, void (*use)(const Response&)) {
         VelaApi::responseFrom<Response>(fields);
         use(response);
     } catch (const platform::DecodingError&) {
+        require(!expected, "a dictionary decodes where its text does");
+    }
+}
+
+/// The same with ever more memory, until it is enough: what does not fit leaves nothing behind.
+void decodeWithin(std::string_view reply) {
+    for (std::size_t limit = 64;; limit += limit / 2) {
+        platform::BoundedMemory tree(limit);
+        platform::BoundedMemory records(limit);
+        try {
+            auto envelope = platform::JSONSerialization::JSONObjectWithData(reply, &tree);
+            auto& data = envelope.get_object().at("data").get_object();
+            VelaApi::responseFrom<VelaApi::TrackingWidgetResponse>(std::move(data), &records);
+            return;
+        } catch (const platform::MemoryLimitExceeded&) {
+        } catch (const platform::DecodingError&) {
+            return;
+        }
     }
 }
 
@@ -61,5 +91,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
     decode<VelaApi::TrackingWidgetResponse>(data->get_object(), present);
     decode<VelaApi::RefreshAccessTokenResponse>(data->get_object(),
                                                 [](const VelaApi::RefreshAccessTokenResponse&) {});
+    decodeWithin(text(input, size));
     return 0;
 }

@@ -46,6 +46,7 @@ const char* RefreshTokenError::what() const noexcept {
 presentation::PackageList packages(VelaApi::TrackingWidgetResponse response) {
     presentation::PackageList list;
     if (!response.deliveriesOrdersList) return list;
+    list.reserve(response.deliveriesOrdersList->nodes.size());
     for (auto& node : response.deliveriesOrdersList->nodes)
         std::visit(PackageAppender{list}, std::move(node.realized));
     return list;

@@ -10,6 +10,11 @@ namespace server {
 
 namespace {
 
+/// A reply may cost 64 MiB: its bytes and the tree of its JSON, or the tree and the records, or the records
+/// twice, which is while packages are made of them.
+constexpr std::size_t memoryForTree = std::size_t{34} << 20;
+constexpr std::size_t memoryForRecords = std::size_t{28} << 20;
+
 template <typename Operation>
 std::string requestBody(const Operation& operation) {
     const boost::json::object body = {
@@ -32,12 +37,12 @@ void throwIfUnauthorized(const boost::json::object& envelope) {
     }
 }
 
-/// The "data" object of a reply.
-boost::json::object usableData(const platform::URLReply& reply) {
+/// The "data" object of a reply. Its tree stands in `memory`; of the reply nothing is left.
+boost::json::object usableData(platform::URLReply reply, platform::BoundedMemory& memory) {
     const auto unusable = [] { return AnyError(std::make_exception_ptr(GraphQLError())); };
     if (!reply.response.statusCode) throw unusable();
     if (*reply.response.statusCode == 401) throw UnauthorizedError();
-    auto body = platform::JSONSerialization::JSONObjectWithData(reply.data);
+    auto body = platform::JSONSerialization::JSONObjectWithData(reply.data, &memory);
     auto* envelope = body.if_object();
     if (!envelope) throw unusable();
     throwIfUnauthorized(*envelope);
@@ -47,8 +52,11 @@ boost::json::object usableData(const platform::URLReply& reply) {
 }
 
 template <typename Operation>
-VelaApi::ResponseOf<Operation> decodedResponse(const platform::URLReply& reply) {
-    return VelaApi::responseFrom<VelaApi::ResponseOf<Operation>>(usableData(reply));
+VelaApi::ResponseOf<Operation> decodedResponse(platform::URLReply reply) {
+    platform::BoundedMemory forTree(memoryForTree);
+    platform::BoundedMemory forRecords(memoryForRecords);
+    auto data = usableData(std::move(reply), forTree);
+    return VelaApi::responseFrom<VelaApi::ResponseOf<Operation>>(std::move(data), &forRecords);
 }
 
 }  // namespace
@@ -92,16 +100,16 @@ boost::asio::awaitable<VelaApi::TrackingWidgetResponse> VelaServerConnectivity::
     request.httpBody = requestBody(query);
     // A query may be asked twice. A mutation may not: a refresh token that was spent unheard would be lost.
     request.resending = platform::Resending::allowed;
-    const auto reply = co_await session().data(std::move(request));
-    co_return decodedResponse<VelaApi::TrackingWidgetQuery>(reply);
+    auto reply = co_await session().data(std::move(request));
+    co_return decodedResponse<VelaApi::TrackingWidgetQuery>(std::move(reply));
 }
 
 boost::asio::awaitable<VelaApi::RefreshAccessTokenResponse> VelaServerConnectivity::perform(
     VelaApi::RefreshAccessTokenMutation mutation) {
     auto request = makeRequest(Authentication::notAuthenticated);
     request.httpBody = requestBody(mutation);
-    const auto reply = co_await session().data(std::move(request));
-    co_return decodedResponse<VelaApi::RefreshAccessTokenMutation>(reply);
+    auto reply = co_await session().data(std::move(request));
+    co_return decodedResponse<VelaApi::RefreshAccessTokenMutation>(std::move(reply));
 }
 
 }  // namespace server

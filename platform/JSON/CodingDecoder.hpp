@@ -6,6 +6,9 @@
 //   - a static `T decode(const Decoder&)`,
 //   - a specialisation of `Decoding<T>`.
 // Everything here throws DecodingError. Decoders are values; decoding is pure, but for the date rule given.
+//
+// A decoder may be given bounded memory. What the typed value will hold on the heap is then charged to it
+// before it is made, and MemoryLimitExceeded is thrown.
 
 #include <boost/json/value.hpp>
 #include <concepts>
@@ -20,6 +23,7 @@
 #include <vector>
 
 #include "platform/Date/Date.hpp"
+#include "platform/JSON/BoundedMemory.hpp"
 #include "platform/JSON/CodingError.hpp"
 #include "platform/JSON/CodingFields.hpp"
 #include "platform/JSON/CodingPath.hpp"
@@ -46,7 +50,7 @@ class JSONDecoder {
     template <class T>
     T decode(std::string_view data) const;
     template <class T>
-    T decodeValue(const boost::json::value& value) const;
+    T decodeValue(const boost::json::value& value, BoundedMemory* memory = nullptr) const;
 
   private:
     friend Decoding<Date>;
@@ -56,8 +60,14 @@ class JSONDecoder {
 /// One value that is being read, and its place.
 class Decoder {
   public:
-    Decoder(const JSONDecoder& rules, const boost::json::value& value, const CodingPath& path)
-        : rules_(&rules), value_(&value), path_(&path) {}
+    Decoder(const JSONDecoder& rules, BoundedMemory* memory, const boost::json::value& value,
+            const CodingPath& path)
+        : rules_(&rules), memory_(memory), value_(&value), path_(&path) {}
+
+    /// One of the values in this one.
+    Decoder inner(const boost::json::value& value, const CodingPath& path) const {
+        return Decoder(*rules_, memory_, value, path);
+    }
 
     const boost::json::value& value() const { return *value_; }
     const CodingPath& codingPath() const { return *path_; }
@@ -77,6 +87,15 @@ class Decoder {
     }
     KeyedDecodingContainer container() const;
 
+    /// To be called before the typed value allocates `bytes` on the heap.
+    void charge(std::size_t bytes) const {
+        if (memory_) memory_->charge(bytes);
+    }
+    /// To be called before so much is allocated for a moment.
+    void requireRoom(std::size_t bytes) const {
+        if (memory_) memory_->requireRoom(bytes);
+    }
+
     [[noreturn]] void fail(DecodingErrorKind kind) const { throw DecodingError(kind, path_->components()); }
     [[noreturn]] void failForType() const {
         fail(isNull() ? DecodingErrorKind::valueNotFound : DecodingErrorKind::typeMismatch);
@@ -90,6 +109,7 @@ class Decoder {
 
   private:
     const JSONDecoder* rules_;
+    BoundedMemory* memory_;
     const boost::json::value* value_;
     const CodingPath* path_;
 };
@@ -110,7 +130,7 @@ class KeyedDecodingContainer {
         const CodingPath path(codingPath(), key);
         const boost::json::value* value = find(key);
         if (!value) throw DecodingError(DecodingErrorKind::keyNotFound, path.components());
-        return Decoder(decoder_.rules(), *value, path).decode<T>();
+        return decoder_.inner(*value, path).decode<T>();
     }
 
     /// Nothing when the key is missing or its value is null.
@@ -207,14 +227,23 @@ struct Decoding<double> {
 
 template <>
 struct Decoding<std::string> {
-    static std::string decode(const Decoder& decoder) { return std::string(decoder.string()); }
+    static std::string decode(const Decoder& decoder) {
+        const std::string_view text = decoder.string();
+        if (text.size() > std::string().capacity()) decoder.charge(text.size() + 1);
+        return std::string(text);
+    }
 };
 
 template <>
 struct Decoding<URL> {
     static URL decode(const Decoder& decoder) {
-        std::optional<URL> url = URL::parse(decoder.string());
+        // Every byte may become three, in a text that grows by doubling and is then put with the rest.
+        constexpr std::size_t largestExpansion = 12;
+        const std::string_view text = decoder.string();
+        decoder.requireRoom(text.size() * largestExpansion);
+        std::optional<URL> url = URL::parse(text);
         if (!url) decoder.fail(DecodingErrorKind::dataCorrupted);
+        decoder.charge(url->absoluteString().capacity() + 1);
         return *std::move(url);
     }
 };
@@ -240,19 +269,20 @@ struct Decoding<std::vector<T>> {
     static std::vector<T> decode(const Decoder& decoder) {
         const boost::json::array& array = decoder.require(decoder.value().if_array());
         std::vector<T> list;
+        if (!array.empty()) decoder.charge(array.size() * sizeof(T));
         list.reserve(array.size());
         for (std::size_t index = 0; index < array.size(); ++index) {
             const CodingPath path(decoder.codingPath(), index);
-            list.push_back(Decoder(decoder.rules(), array[index], path).decode<T>());
+            list.push_back(decoder.inner(array[index], path).decode<T>());
         }
         return list;
     }
 };
 
 template <class T>
-T JSONDecoder::decodeValue(const boost::json::value& value) const {
+T JSONDecoder::decodeValue(const boost::json::value& value, BoundedMemory* memory) const {
     const CodingPath top;
-    return Decoder(*this, value, top).decode<T>();
+    return Decoder(*this, memory, value, top).decode<T>();
 }
 
 template <class T>

@@ -22,10 +22,12 @@ struct TreeBuilder {
     static constexpr std::size_t max_key_size = json::string::max_size();
     static constexpr std::size_t max_string_size = json::string::max_size();
 
-    json::value_stack stack = {};
-    std::string number = {};
+    json::value_stack stack;
+    json::string number;
 
-    TreeBuilder() { stack.reset(); }
+    explicit TreeBuilder(const json::storage_ptr& memory) : stack(memory), number(memory) {
+        stack.reset(memory);
+    }
 
     bool on_document_begin(Error&) { return true; }
     bool on_document_end(Error&) { return true; }
@@ -56,7 +58,7 @@ struct TreeBuilder {
         return true;
     }
     bool on_number_part(Text text, Error&) {
-        number.append(text.data(), text.size());
+        number.append(text);
         return true;
     }
     bool on_int64(std::int64_t value, Text, Error&) {
@@ -70,7 +72,7 @@ struct TreeBuilder {
         return true;
     }
     bool on_double(double approximation, Text text, Error& error) {
-        number.append(text.data(), text.size());
+        number.append(text);
         double value = 0;
         const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
         number.clear();
@@ -100,13 +102,13 @@ struct TreeBuilder {
 
 }  // namespace
 
-json::value JSONSerialization::JSONObjectWithData(std::string_view data) {
+json::value JSONSerialization::JSONObjectWithData(std::string_view data, json::storage_ptr memory) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (data.starts_with(byteOrderMark)) data.remove_prefix(byteOrderMark.size());
 
     json::parse_options options;
     options.max_depth = maximumDepth;
-    json::basic_parser<TreeBuilder> parser(options);
+    json::basic_parser<TreeBuilder> parser(options, memory);
     json::error_code error;
     const auto consumed = parser.write_some(false, data.data(), data.size(), error);
     if (!error && consumed < data.size()) error = json::error::extra_data;

@@ -23,12 +23,16 @@ struct JSONSerialization {
     /// Any JSON value (RFC 8259), in UTF-8 with or without a byte order mark. Of duplicate names the last
     /// counts. Throws JSONError for malformed text, ill-formed UTF-8, lone surrogates, numbers beyond a
     /// double's range and nesting beyond `maximumDepth`. Integers in the range of 64 bits are kept exactly.
-    static boost::json::value JSONObjectWithData(std::string_view data);
+    /// The tree, and what building it takes, come from `memory`, whose errors pass through.
+    static boost::json::value JSONObjectWithData(std::string_view data, boost::json::storage_ptr memory = {});
 
     /// Compact text. A double is written in the shortest form that reads back to it. Throws JSONError for a
     /// number that is not finite or a string that is not UTF-8.
     static std::string dataWithJSONObject(const boost::json::value& object,
                                           JSONKeyOrder order = JSONKeyOrder::asStored);
+
+    /// Throws what `dataWithJSONObject` throws, and writes nothing.
+    static void requireWritable(const boost::json::value& object);
 };
 
 }  // namespace platform

@@ -13,6 +13,19 @@ namespace json = boost::json;
 
 namespace {
 
+void requireWritable(double number) {
+    if (!std::isfinite(number)) throw JSONError("not a number that JSON can carry");
+}
+
+void requireWritable(std::string_view text) {
+    if (!isValidUTF8(text)) throw JSONError("not a text that JSON can carry: ill-formed UTF-8");
+}
+
+template <typename Text>
+std::string_view view(const Text& text) {
+    return {text.data(), text.size()};
+}
+
 class Writer {
   public:
     explicit Writer(JSONKeyOrder order) : order_(order) {}
@@ -33,11 +46,6 @@ class Writer {
     }
 
   private:
-    template <typename Text>
-    static std::string_view view(const Text& text) {
-        return {text.data(), text.size()};
-    }
-
     template <typename Integer>
     void writeInteger(Integer value) {
         std::array<char, 24> buffer;
@@ -48,7 +56,7 @@ class Writer {
     /// Decimal where a reader would write decimal, else with an exponent; always the fewest digits that read
     /// back.
     void write(double value) {
-        if (!std::isfinite(value)) throw JSONError("not a number that JSON can carry");
+        requireWritable(value);
         if (value == 0 && std::signbit(value)) {
             // "-0" would be read as an integer, which has no such zero.
             text_ += "-0.0";
@@ -66,7 +74,7 @@ class Writer {
     }
 
     void write(std::string_view string) {
-        if (!isValidUTF8(string)) throw JSONError("not a text that JSON can carry: ill-formed UTF-8");
+        requireWritable(string);
         text_ += '"';
         for (const char c : string) writeEscaped(c);
         text_ += '"';
@@ -130,6 +138,26 @@ std::string JSONSerialization::dataWithJSONObject(const json::value& object, JSO
     Writer writer(order);
     writer.write(object);
     return writer.take();
+}
+
+void JSONSerialization::requireWritable(const json::value& object) {
+    switch (object.kind()) {
+        case json::kind::null:
+        case json::kind::bool_:
+        case json::kind::int64:
+        case json::kind::uint64: return;
+        case json::kind::double_: return platform::requireWritable(object.get_double());
+        case json::kind::string: return platform::requireWritable(view(object.get_string()));
+        case json::kind::array:
+            for (const auto& element : object.get_array()) requireWritable(element);
+            return;
+        case json::kind::object:
+            for (const auto& [key, element] : object.get_object()) {
+                platform::requireWritable(view(key));
+                requireWritable(element);
+            }
+            return;
+    }
 }
 
 }  // namespace platform

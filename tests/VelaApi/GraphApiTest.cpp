@@ -11,6 +11,7 @@
 #include "VelaApi/Sources/VelaApi/TrackingWidgetQuery.hpp"
 #include "platform/Log/Logger.hpp"
 #include "tests/VelaApi/JSON.hpp"
+#include "tests/VelaApi/Sample.hpp"
 #include "tests/support/RecordingLogSink.hpp"
 
 namespace VelaApi {
@@ -129,6 +130,27 @@ TEST_F(GraphApi, AResponseIsBuiltFromItsDictionary) {
         json::parsed(R"({"accessTokenRefresh": {"userErrors": [], "__typename": "A"}, "__typename": "B"})")
             .get_object());
     EXPECT_EQ(response.typename_, "B");
+}
+
+template <class Response>
+void expectThatTheTextReadsTheSame(std::string_view text) {
+    const boost::json::object data = json::parsed(text).get_object();
+    const std::string written = platform::JSONSerialization::dataWithJSONObject(data);
+    EXPECT_EQ(responseFrom<Response>(data), Response::customDecoder().template decode<Response>(written));
+}
+
+TEST_F(GraphApi, AResponseIsWhatTheTextOfItsDictionaryReads) {
+    expectThatTheTextReadsTheSame<TrackingWidgetResponse>(sample::trackingWidget);
+    expectThatTheTextReadsTheSame<RefreshAccessTokenResponse>(sample::refreshAccessToken);
+}
+
+TEST_F(GraphApi, AResponseTakesNoMoreThanTheMemoryGiven) {
+    const boost::json::object data = json::parsed(sample::trackingWidget).get_object();
+    platform::BoundedMemory little(2000);
+    EXPECT_THROW(responseFrom<TrackingWidgetResponse>(data, &little), platform::MemoryLimitExceeded);
+    platform::BoundedMemory enough(20'000);
+    EXPECT_EQ(responseFrom<TrackingWidgetResponse>(data, &enough),
+              responseFrom<TrackingWidgetResponse>(data));
 }
 
 TEST_F(GraphApi, ADictionaryThatIsNoJSONFailsWithTheWritersError) {

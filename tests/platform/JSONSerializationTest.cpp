@@ -198,10 +198,19 @@ TEST(JSONWriting, WritesNumbersAsAReaderWould) {
 
 TEST(JSONWriting, RefusesWhatJSONCannotCarry) {
     const auto infinity = std::numeric_limits<double>::infinity();
-    for (const double value : {infinity, -infinity, std::nan("")})
-        EXPECT_THROW(JSONSerialization::dataWithJSONObject(json::array{value}), JSONError);
-    EXPECT_THROW(JSONSerialization::dataWithJSONObject("\xFF"), JSONError);
-    EXPECT_THROW(JSONSerialization::dataWithJSONObject(json::object{{"\xED\xA0\x80", 1}}), JSONError);
+    const json::value unwritable[] = {
+        json::array{infinity},
+        json::array{-infinity},
+        json::array{std::nan("")},
+        "\xFF",
+        json::object{{"\xED\xA0\x80", 1}},
+        json::object{{"a", json::array{1, json::object{{"b", "\xFF"}}}}},
+    };
+    for (const auto& value : unwritable) {
+        EXPECT_THROW(JSONSerialization::dataWithJSONObject(value), JSONError);
+        EXPECT_THROW(JSONSerialization::requireWritable(value), JSONError);
+    }
+    JSONSerialization::requireWritable({{"é", {1, -1.5, nullptr, true, "text", json::object()}}});
 }
 
 }  // namespace

@@ -4,6 +4,7 @@ vela_tests(vela-tests-foundation
         vela_test_foundation ICU::i18n ICU::uc Boost::json
     SOURCES
         AmbientTest.cpp
+        BoundedMemoryTest.cpp
         BundleTest.cpp
         CalendarTest.cpp
         DateFormatterTest.cpp

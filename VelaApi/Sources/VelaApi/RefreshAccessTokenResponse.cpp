@@ -16,7 +16,8 @@ const platform::JSONEncoder& RefreshAccessTokenResponse::customEncoder() {
     return encoder;
 }
 
-template RefreshAccessTokenResponse responseFrom<RefreshAccessTokenResponse>(const boost::json::object& data);
+template RefreshAccessTokenResponse responseFrom<RefreshAccessTokenResponse>(boost::json::object data,
+                                                                             platform::BoundedMemory* memory);
 template boost::json::object fields<RefreshAccessTokenResponse>(const RefreshAccessTokenResponse& response,
                                                                 FragmentCollapsing collapsing);
 

@@ -73,7 +73,7 @@ struct RefreshAccessTokenResponse {
 };
 
 extern template RefreshAccessTokenResponse responseFrom<RefreshAccessTokenResponse>(
-    const boost::json::object& data);
+    boost::json::object data, platform::BoundedMemory* memory);
 extern template boost::json::object fields<RefreshAccessTokenResponse>(
     const RefreshAccessTokenResponse& response, FragmentCollapsing collapsing);
 

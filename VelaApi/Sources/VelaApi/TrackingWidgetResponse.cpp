@@ -42,7 +42,8 @@ const platform::JSONEncoder& TrackingWidgetResponse::customEncoder() {
     return encoder;
 }
 
-template TrackingWidgetResponse responseFrom<TrackingWidgetResponse>(const boost::json::object& data);
+template TrackingWidgetResponse responseFrom<TrackingWidgetResponse>(boost::json::object data,
+                                                                     platform::BoundedMemory* memory);
 template boost::json::object fields<TrackingWidgetResponse>(const TrackingWidgetResponse& response,
                                                             FragmentCollapsing collapsing);
 

@@ -365,7 +365,8 @@ struct TrackingWidgetResponse {
     bool operator==(const TrackingWidgetResponse&) const = default;
 };
 
-extern template TrackingWidgetResponse responseFrom<TrackingWidgetResponse>(const boost::json::object& data);
+extern template TrackingWidgetResponse responseFrom<TrackingWidgetResponse>(boost::json::object data,
+                                                                            platform::BoundedMemory* memory);
 extern template boost::json::object fields<TrackingWidgetResponse>(const TrackingWidgetResponse& response,
                                                                    FragmentCollapsing collapsing);
 

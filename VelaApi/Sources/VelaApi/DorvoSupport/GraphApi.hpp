@@ -14,6 +14,7 @@
 #include <string_view>
 #include <type_traits>
 #include <typeinfo>
+#include <utility>
 
 #include "VelaApi/Sources/VelaApi/DorvoSupport/BaseCustomScalarResolver.hpp"
 #include "VelaApi/Sources/VelaApi/DorvoSupport/FragmentCollapsing.hpp"
@@ -97,12 +98,15 @@ std::string description(const Operation& operation) {
     }
 }
 
-/// The response that `data` holds. Throws platform::JSONError when `data` cannot be written as JSON, and
-/// platform::DecodingError when it is not what the response type asks for.
+/// The response that `data` holds. Throws platform::JSONError when `data` cannot be written as JSON,
+/// platform::DecodingError when it is not what the response type asks for, and platform::MemoryLimitExceeded
+/// when the response does not fit into `memory`, where one is given.
 template <GraphApiResponse Response>
-Response responseFrom(const boost::json::object& data) {
-    const std::string text = platform::JSONSerialization::dataWithJSONObject(data);
-    return Response::customDecoder().template decode<Response>(text);
+Response responseFrom(boost::json::object data, platform::BoundedMemory* memory = nullptr) {
+    const boost::json::value dictionary(std::move(data));
+    // Read as it stands: its text would read the same, and cost a second tree.
+    platform::JSONSerialization::requireWritable(dictionary);
+    return Response::customDecoder().template decodeValue<Response>(dictionary, memory);
 }
 
 /// The response as a dictionary. Never throws: a response that cannot be encoded has no fields.
