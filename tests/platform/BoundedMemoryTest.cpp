@@ -106,6 +106,12 @@ TEST(BoundedMemory, IsChargedWithWhatARecordHoldsOnTheHeap) {
     EXPECT_GE(neededFor(R"({"text":"","list":[],"url":"x:0123456789012345678901234567890123456789"})"), 48u);
 }
 
+TEST(BoundedMemory, MustHaveRoomForWhatAnAddressTakesWhileItIsEncoded) {
+    const std::string blanks(1000, ' ');
+    const std::string text = R"({"text":"","list":[],"url":"x:)" + blanks + "\"}";
+    EXPECT_GE(neededFor(text.c_str()), 7 * blanks.size());
+}
+
 TEST(BoundedMemory, ChangesNothingOfARecordThatFits) {
     const auto value = JSONSerialization::JSONObjectWithData(
         R"({"text":"0123456789012345678901234567890123456789","list":["a",""],"url":"http://h/ |"})");
