@@ -8,6 +8,8 @@
 #include <optional>
 #include <string_view>
 
+#include "platform/Text/Text.hpp"
+
 namespace platform {
 
 namespace {
@@ -59,8 +61,14 @@ std::string contents(const std::filesystem::path& path) {
     return text;
 }
 
+/// Something to read, and nothing else: firmware is written by whoever made the board.
+bool isReadable(std::string_view text) {
+    const auto isControl = [](char c) { return (c >= 0 && c < ' ') || c == '\x7F'; };
+    return !trimmed(text).empty() && isValidUTF8(text) && std::none_of(text.begin(), text.end(), isControl);
+}
+
 bool isName(std::string_view text) {
-    return !text.empty() &&
+    return isReadable(text) &&
            std::find(placeholders.begin(), placeholders.end(), lowered(text)) == placeholders.end();
 }
 
@@ -72,31 +80,48 @@ std::optional<std::string> modelUnder(const std::filesystem::path& root) {
     return std::nullopt;
 }
 
-/// The value of an os-release assignment: plain, or in single or double quotes with backslash escapes.
+/// The value of an os-release assignment, which a shell could read too: plain, in single quotes as it stands,
+/// or in double quotes with a backslash before what would otherwise mean something. Empty where a quote stays
+/// open.
 std::string unquoted(std::string_view value) {
-    if (value.size() < 2 || (value.front() != '"' && value.front() != '\'') || value.back() != value.front())
-        return std::string(value);
+    if (value.starts_with('\'') || value.starts_with('"')) {
+        const char quote = value.front();
+        if (value.size() < 2 || value.back() != quote) return {};
+        value = value.substr(1, value.size() - 2);
+        if (quote == '\'') return std::string(value);
+    }
+    constexpr std::string_view escaped = "\"\\$`";
     std::string result;
-    for (std::size_t i = 1; i + 1 < value.size(); ++i) {
-        if (value[i] == '\\' && i + 2 < value.size()) ++i;
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        const bool startsEscape =
+            value[i] == '\\' && i + 1 < value.size() && escaped.find(value[i + 1]) != std::string_view::npos;
+        if (startsEscape) ++i;
         result += value[i];
     }
     return result;
 }
 
-std::optional<std::string> versionUnder(const std::filesystem::path& root) {
+std::optional<std::string> versionIn(std::string_view release) {
     constexpr std::string_view key = "VERSION_ID=";
-    for (const auto file : releaseFiles) {
-        const auto text = contents(root / file);
-        for (std::string_view rest = text; !rest.empty();) {
-            const auto end = rest.find('\n');
-            const auto line = trimmed(rest.substr(0, end));
-            if (line.starts_with(key))
-                if (auto version = unquoted(line.substr(key.size())); !version.empty()) return version;
-            rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-        }
+    while (!release.empty()) {
+        const auto end = release.find('\n');
+        const auto line = trimmed(release.substr(0, end));
+        if (line.starts_with(key))
+            if (auto version = unquoted(line.substr(key.size())); isReadable(version)) return version;
+        release = end == std::string_view::npos ? std::string_view() : release.substr(end + 1);
     }
     return std::nullopt;
+}
+
+std::optional<std::string> versionUnder(const std::filesystem::path& root) {
+    for (const auto file : releaseFiles)
+        if (auto version = versionIn(contents(root / file))) return version;
+    return std::nullopt;
+}
+
+/// The kernel's own word, which is the last to be asked.
+std::string readable(const char* word) {
+    return isReadable(word) ? word : "Unknown";
 }
 
 }  // namespace
@@ -104,7 +129,8 @@ std::optional<std::string> versionUnder(const std::filesystem::path& root) {
 Device Device::describedUnder(const std::filesystem::path& root) {
     utsname kernel = {};
     uname(&kernel);
-    return Device(modelUnder(root).value_or(kernel.machine), versionUnder(root).value_or(kernel.release));
+    return Device(modelUnder(root).value_or(readable(kernel.machine)),
+                  versionUnder(root).value_or(readable(kernel.release)));
 }
 
 const Device& Device::current() {

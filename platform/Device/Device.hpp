@@ -1,6 +1,8 @@
 #pragma once
 
 // The machine as the platform's device object describes it. Read once, on first use; safe from any thread.
+// Both texts are UTF-8 without control characters: a source that says anything else, or nothing, is passed
+// over for the next.
 
 #include <filesystem>
 #include <string>

@@ -44,6 +44,44 @@ TEST(DeviceModel, IsNotAPlaceholderOfTheFirmware) {
     }
 }
 
+/// What firmware has been seen to say, or might.
+const std::string unreadableTexts[] = {
+    "NUC\xAE Kit",
+    "NUC\xAE Kit\n",
+    "\xFF\xFE",
+    "cut \xE2\x82",
+    "surrogate \xED\xA0\x80",
+    "overlong \xC0\xAF",
+    std::string("Board\0Revision", 14),
+    std::string("\0\0\0", 3),
+    "two\nlines",
+    "bell \a",
+    "escape \x1B[31m",
+    "delete \x7F",
+    " \t\r\n",
+    "",
+};
+
+TEST(DeviceModel, PassesOverWhatCannotBeRead) {
+    for (const auto& text : unreadableTexts) {
+        const TemporaryFolder root;
+        root.write(productName, text);
+        EXPECT_EQ(Device::describedUnder(root.path()).model(), machineType()) << text;
+        root.write(deviceTreeModel, "Board");
+        EXPECT_EQ(Device::describedUnder(root.path()).model(), "Board") << text;
+        root.write(deviceTreeModel, text);
+        EXPECT_EQ(Device::describedUnder(root.path()).model(), machineType()) << text;
+    }
+}
+
+TEST(DeviceModel, KeepsLettersOfEveryScript) {
+    for (const std::string name : {"NUC® Kit", "ノート 14", "Ноутбук"}) {
+        const TemporaryFolder root;
+        root.write(productName, name + "\n");
+        EXPECT_EQ(Device::describedUnder(root.path()).model(), name);
+    }
+}
+
 TEST(DeviceModel, IsTheMachineTypeWhereNothingElseIsKnown) {
     const TemporaryFolder root;
     EXPECT_EQ(Device::describedUnder(root.path()).model(), machineType());
@@ -62,6 +100,12 @@ TEST(SystemVersion, IsTheVersionOfTheRelease) {
              Row{"VERSION_ID=12.5", "12.5"},
              Row{"# VERSION_ID=1\nVERSION_ID='39'\n", "39"},
              Row{"  VERSION_ID=\"a\\\"b\"\r\n", "a\"b"},
+             Row{R"(VERSION_ID="\\\$\`")", R"(\$`)"},
+             Row{R"(VERSION_ID="a\b")", R"(a\b)"},
+             Row{R"(VERSION_ID='a\$b')", R"(a\$b)"},
+             Row{R"(VERSION_ID=12\$)", "12$"},
+             Row{"VERSION_ID=\nVERSION_ID=\"\xAE\"\nVERSION_ID=\"12\"\n", "12"},
+             Row{"VERSION_ID=\"12 é\"", "12 é"},
          }) {
         const TemporaryFolder root;
         root.write("etc/os-release", text);
@@ -77,8 +121,19 @@ TEST(SystemVersion, IsLookedForInBothPlaces) {
     EXPECT_EQ(Device::describedUnder(root.path()).systemVersion(), "14");
 }
 
+TEST(SystemVersion, PassesOverWhatCannotBeRead) {
+    for (const auto& text : unreadableTexts) {
+        const TemporaryFolder root;
+        root.write("etc/os-release", "NAME=\"\xAE\"\nVERSION_ID=\"" + text + "\"\n");
+        EXPECT_EQ(Device::describedUnder(root.path()).systemVersion(), kernelRelease()) << text;
+        root.write("usr/lib/os-release", "VERSION_ID=13\n");
+        EXPECT_EQ(Device::describedUnder(root.path()).systemVersion(), "13") << text;
+    }
+}
+
 TEST(SystemVersion, IsTheKernelsWhereNothingElseIsKnown) {
-    for (const std::string text : {"", "VERSION_ID=\n", "VERSION_ID=\"\"", "XVERSION_ID=1", "\xff\xfe"}) {
+    for (const std::string text : {"", "VERSION_ID=\n", "VERSION_ID=\"\"", "VERSION_ID=' '",
+                                   "VERSION_ID='1\t2'", "XVERSION_ID=1", "\xff\xfe"}) {
         const TemporaryFolder root;
         root.write("etc/os-release", text);
         EXPECT_EQ(Device::describedUnder(root.path()).systemVersion(), kernelRelease()) << text;
