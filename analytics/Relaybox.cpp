@@ -37,11 +37,10 @@ std::string contentLanguage() {
 
 }  // namespace
 
-const std::shared_ptr<const Relaybox>& Relaybox::production() {
-    static const auto relaybox = std::make_shared<const Relaybox>(
+std::shared_ptr<const Relaybox> Relaybox::production() {
+    return std::make_shared<const Relaybox>(
         platform::URLSession::session(platform::URLSessionConfiguration::defaultSessionConfiguration()),
         eventCollectorURL(platform::Bundle::main().infoDictionary()));
-    return relaybox;
 }
 
 Relaybox::Relaybox(std::shared_ptr<platform::URLSession> session, platform::URL hostURL)

@@ -13,8 +13,9 @@ namespace analytics {
 
 class Relaybox {
   public:
-    /// The process's own: a session of default configuration to the event collector; made on first use.
-    static const std::shared_ptr<const Relaybox>& production();
+    /// A new one, on a new session of default configuration, to the event collector. A collector's address
+    /// that is no URL stops the process.
+    static std::shared_ptr<const Relaybox> production();
 
     /// `hostURL` is the whole endpoint.
     Relaybox(std::shared_ptr<platform::URLSession> session, platform::URL hostURL);

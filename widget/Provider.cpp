@@ -51,7 +51,7 @@ boost::asio::awaitable<WidgetState> Provider::fetchedState() const {
         auto packages = co_await sources_.packageFetch()->fetchPackages();
         if (!packages || packages->empty()) co_return NoPackages{};
         co_return LoggedIn{std::move(*packages)};
-    } catch (const std::exception&) {
+    } catch (...) {
         co_return NotLoggedIn{};
     }
 }

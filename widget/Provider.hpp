@@ -38,6 +38,8 @@ class Provider {
              ProviderSources sources = {});
 
     const std::shared_ptr<const analytics::Relaybox>& relaybox() const { return relaybox_; }
+    /// Seconds.
+    double minimumTimeBetweenEvents() const { return minimumTimeBetweenEvents_; }
 
     /// Three sample packages, whatever the sign-in. Returns at once.
     SimpleEntry placeholder(Context context) const;
@@ -55,7 +57,6 @@ class Provider {
     void sendWidgetInteractionEvent(platform::WidgetFamily family, const WidgetState& state) const;
 
     std::shared_ptr<const analytics::Relaybox> relaybox_;
-    /// Seconds.
     double minimumTimeBetweenEvents_;
     ProviderSources sources_;
 };

@@ -16,7 +16,7 @@ struct TrackingWidget {
     /// Seconds between two analytics events.
     static constexpr double minimumTimeBetweenEvents = 2.0;
 
-    /// The declaration, with a new provider on a new URL session.
+    /// The declaration, with a new provider whose events have a new URL session.
     Configuration body() const;
 };
 

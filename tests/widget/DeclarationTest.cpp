@@ -23,6 +23,19 @@ TEST(TrackingWidget, OffersFiveFamiliesMediumFirst) {
     EXPECT_EQ(TrackingWidget().body().supportedFamilies, expected);
 }
 
+TEST(TrackingWidget, LetsTwoSecondsPassBetweenEvents) {
+    EXPECT_EQ(TrackingWidget().body().provider.minimumTimeBetweenEvents(), 2.0);
+}
+
+TEST(TrackingWidget, MakesANewProviderOnANewSessionAtEachDeclaration) {
+    const auto one = TrackingWidget().body();
+    const auto other = TrackingWidget().body();
+    EXPECT_NE(one.provider.relaybox(), other.provider.relaybox());
+    EXPECT_NE(&one.provider.relaybox()->session(), &other.provider.relaybox()->session());
+    EXPECT_TRUE(one.provider.relaybox()->hostURL().absoluteString().ends_with("/v1/produce"));
+    EXPECT_EQ(one.provider.relaybox()->hostURL(), other.provider.relaybox()->hostURL());
+}
+
 TEST(ConfigurationAppIntent, HasItsTitleMadeOnce) {
     EXPECT_EQ(ConfigurationAppIntent::title(), "Tracking Widget");
     EXPECT_EQ(&ConfigurationAppIntent::title(), &ConfigurationAppIntent::title());

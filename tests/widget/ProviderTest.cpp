@@ -14,6 +14,7 @@
 #include "tests/support/FixedAmbient.hpp"
 #include "tests/support/InMemoryUserDefaults.hpp"
 #include "tests/support/ScriptedURLSession.hpp"
+#include "widget/TrackingWidget.hpp"
 
 namespace widget {
 namespace {
@@ -123,6 +124,8 @@ TEST_F(ProviderTest, EveryFailureOfTheFetchIsNotLoggedIn) {
         std::make_exception_ptr(server::FetchPackagesError(server::FetchPackagesError::refreshTokenError)),
         std::make_exception_ptr(server::FetchPackagesError(server::FetchPackagesError::unknown)),
         std::make_exception_ptr(std::runtime_error("anything else")),
+        std::make_exception_ptr(std::bad_alloc()),
+        std::make_exception_ptr("no exception of the standard library"),
     };
     for (const auto& failure : failures) {
         fetch->failure = failure;
@@ -221,6 +224,35 @@ TEST_F(ProviderTest, TheThrottleIsSharedByEveryFamily) {
     timeline(WidgetFamily::systemSmall);
     timeline(WidgetFamily::systemLarge);
     EXPECT_EQ(eventsSent(), 1u);
+}
+
+/// The throttle of the process remembers earlier tests, so each begins at a later time.
+platform::Date laterThanEver() {
+    static double seconds = 1e9;
+    return platform::Date::sinceReferenceDate(seconds += 1e6);
+}
+
+TEST_F(ProviderTest, TheProcessesThrottleIsSharedByEveryProvider) {
+    const auto another = [this] {
+        return Provider(provider.relaybox(), TrackingWidget::minimumTimeBetweenEvents,
+                        {.packageFetch = [this] { return fetch; },
+                         .sharedDefaults = [this]() -> const server::SharedDefaults& { return defaults; }});
+    };
+    const auto timelineOfAnother = [&] {
+        const auto made = another();
+        awaited(made.timeline(ConfigurationAppIntent{}, context()));
+    };
+    const auto start = laterThanEver();
+    struct Row {
+        double seconds;
+        std::size_t eventsSoFar;
+    };
+    for (const auto& [seconds, events] : {Row{0, 1}, Row{0, 1}, Row{1.5, 1}, Row{1.999, 1}, Row{2.0, 2},
+                                          Row{3.999, 2}, Row{4.0, 3}, Row{60, 4}}) {
+        ambient.setNow(start.addingTimeInterval(seconds));
+        timelineOfAnother();
+        EXPECT_EQ(eventsSent(), events) << seconds;
+    }
 }
 
 TEST_F(ProviderTest, TimelinesAtOnceAreThrottledTogether) {
