@@ -7,6 +7,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <thread>
 
 #include "platform/JSON/JSONSerialization.hpp"
 #include "presentation/PlaceholderPackage.hpp"
@@ -250,7 +251,7 @@ TEST_F(ProviderTest, TheProcessesThrottleIsSharedByEveryProvider) {
     for (const auto& [seconds, events] : {Row{0, 1}, Row{0, 1}, Row{1.5, 1}, Row{1.999, 1}, Row{2.0, 2},
                                           Row{3.999, 2}, Row{4.0, 3}, Row{60, 4}}) {
         ambient.setNow(start.addingTimeInterval(seconds));
-        timelineOfAnother();
+        std::thread(timelineOfAnother).join();
         EXPECT_EQ(eventsSent(), events) << seconds;
     }
 }
