@@ -47,6 +47,14 @@ Relaybox::Relaybox(std::shared_ptr<platform::URLSession> session, platform::URL 
     : session_(std::move(session)), hostURL_(std::move(hostURL)) {}
 
 void Relaybox::send(const RelayboxEventable& event) const {
+    try {
+        startUpload(event);
+    } catch (...) {
+        // A lost event is no reason to lose what it tells of.
+    }
+}
+
+void Relaybox::startUpload(const RelayboxEventable& event) const {
     const auto envelope = RelayboxEvent::enveloping(event);
 
     platform::URLRequest request = {.url = hostURL_, .httpMethod = "POST"};

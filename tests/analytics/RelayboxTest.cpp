@@ -116,6 +116,20 @@ TEST_F(RelayboxTest, LogsNothingOfATextThatIsNoText) {
     EXPECT_THAT(log.messages(), ElementsAre("Failed to encode event: <private>"));
 }
 
+TEST_F(RelayboxTest, LetsNoFailureOutToWhoSends) {
+    struct Speechless final : RelayboxEventable {
+        std::string_view schemaId() const override { return "speechless/1.0"; }
+        Payload payload() const override { throw std::runtime_error("no payload"); }
+    };
+    struct Jammed final : ScriptedURLSession {
+        void startDataTask(platform::URLRequest) override { throw std::bad_alloc(); }
+    };
+    const FixedAmbient ambient;
+    EXPECT_NO_THROW(relaybox.send(Speechless()));
+    EXPECT_NO_THROW(Relaybox(std::make_shared<Jammed>(), relaybox.hostURL()).send(PlainEvent()));
+    EXPECT_THAT(session->requests(), IsEmpty());
+}
+
 TEST_F(RelayboxTest, SendsEveryEventItIsGiven) {
     const FixedAmbient ambient;
     for (int i = 0; i < 10; ++i) relaybox.send(PlainEvent());
