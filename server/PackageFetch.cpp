@@ -61,6 +61,17 @@ std::shared_ptr<PackageFetch> PackageFetch::shared() {
 }
 
 boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::fetchPackages() {
+    try {
+        co_return co_await fetchedPackages();
+    } catch (const FetchPackagesError&) {
+        throw;
+    } catch (...) {
+        // A cancelled coroutine fails at its next step. Only the renewal has one that is not caught.
+        throw FetchPackagesError(FetchPackagesError::refreshTokenError);
+    }
+}
+
+boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::fetchedPackages() {
     bool hasRetried = false;
     while (true) {
         if (auto list = co_await queriedPackages()) co_return list;
@@ -78,7 +89,7 @@ boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::q
         const VelaApi::TrackingWidgetQuery query(maxImageSize);
         auto response = co_await connectivity_->perform(query);
         co_return packages(std::move(response));
-    } catch (const std::exception&) {
+    } catch (...) {
         co_return std::nullopt;
     }
 }
@@ -87,7 +98,7 @@ boost::asio::awaitable<bool> PackageFetch::renewsAccessToken() {
     try {
         co_await refreshAccessToken();
         co_return true;
-    } catch (const RefreshTokenError&) {
+    } catch (...) {
         co_return false;
     }
 }

@@ -70,7 +70,7 @@ class PackageFetch final : public PackageFetching {
     /// On the process's one connection to the account server.
     static std::shared_ptr<PackageFetch> shared();
 
-    /// Throws FetchPackagesError alone.
+    /// Throws FetchPackagesError alone, also when it is cancelled.
     boost::asio::awaitable<std::optional<presentation::PackageList>> fetchPackages() override;
 
     /// Renews the token pair with the stored refresh token. Throws RefreshTokenError alone:
@@ -78,6 +78,7 @@ class PackageFetch final : public PackageFetching {
     boost::asio::awaitable<void> refreshAccessToken();
 
   private:
+    boost::asio::awaitable<std::optional<presentation::PackageList>> fetchedPackages();
     boost::asio::awaitable<std::optional<presentation::PackageList>> queriedPackages();
     boost::asio::awaitable<bool> renewsAccessToken();
     boost::asio::awaitable<void> exchangeRefreshToken(std::string refreshToken);

@@ -1,5 +1,12 @@
 #include "server/PackageFetch.hpp"
 
+#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <system_error>
+
+#include "platform/JSON/JSONSerialization.hpp"
 #include "tests/server/AccountServerTwin.hpp"
 
 namespace server {
@@ -31,6 +38,19 @@ std::string list(const std::vector<std::string>& nodes) {
     std::string text = R"({"data":{"deliveriesOrdersList":{"nodes":[)";
     for (const auto& node : nodes) text += (&node == &nodes.front() ? "" : ",") + node;
     return text + R"(],"__typename":"DeliveriesOrdersListConnection"},"__typename":"Query"}})";
+}
+
+std::string caseOf(const std::exception_ptr& failure) {
+    if (!failure) return "none";
+    try {
+        std::rethrow_exception(failure);
+    } catch (const FetchPackagesError& error) {
+        return error.what();
+    } catch (const std::exception& error) {
+        return std::string("another error: ") + error.what();
+    } catch (...) {
+        return "no exception of the standard library";
+    }
 }
 
 class PackageFetchTest : public AccountServerTwin {
@@ -102,6 +122,115 @@ TEST_F(PackageFetchTest, RenewsThePairAfterA401AndFailsWithNoPackagesFound) {
     EXPECT_EQ(stored("accessToken"), "new access");
     EXPECT_EQ(stored("refreshToken"), "new refresh");
     EXPECT_NE(session->requests()[1].httpBody.find("old refresh"), std::string::npos);
+}
+
+TEST_F(PackageFetchTest, AsksForPicturesOfAtMost192Pixels) {
+    EXPECT_EQ(failure(), "refreshTokenError");
+    ASSERT_EQ(session->requests().size(), 1u);
+    const auto body = platform::JSONSerialization::JSONObjectWithData(session->requests()[0].httpBody);
+    EXPECT_EQ(body.at("variables"), boost::json::value({{"maxImageSize", 192}}));
+}
+
+TEST_F(PackageFetchTest, RenewsInEachOfTwoFetchesAtOnce) {
+    signIn("old access", "old refresh");
+    for (int query = 0; query < 2; ++query) session->answer(401, "");
+    for (const std::string number : {"1", "2"})
+        session->answer(
+            200, refreshAnswer(R"({"accessToken":"access )" + number + R"(","refreshToken":"refresh )" +
+                                   number + R"(","__typename":"Auth"})",
+                               "[]"));
+    boost::asio::io_context context;
+    std::vector<std::exception_ptr> failures(2);
+    for (auto& failed : failures)
+        boost::asio::co_spawn(context, fetch.fetchPackages(),
+                              [&](const std::exception_ptr& error, const auto&) { failed = error; });
+    context.run();
+    for (const auto& failed : failures) EXPECT_EQ(caseOf(failed), "noPackagesFound");
+    EXPECT_EQ(bodies(), (std::vector<std::string>{"query", "query", "mutation", "mutation"}));
+    for (const std::size_t mutation : {2u, 3u})
+        EXPECT_NE(session->requests()[mutation].httpBody.find("old refresh"), std::string::npos);
+    EXPECT_EQ(stored("accessToken"), "access 2");
+    EXPECT_EQ(stored("refreshToken"), "refresh 2");
+}
+
+/// Answers from a script up to the request at which it falls silent.
+class SilentURLSession final : public platform::testing::ScriptedURLSession {
+  public:
+    SilentURLSession(int requestsAnswered, std::function<void()> onSilence)
+        : requestsAnswered_(requestsAnswered), onSilence_(std::move(onSilence)) {}
+
+    boost::asio::awaitable<platform::URLReply> data(platform::URLRequest request) override {
+        if (requestsAnswered_-- > 0) co_return co_await ScriptedURLSession::data(std::move(request));
+        boost::asio::steady_timer never(co_await boost::asio::this_coro::executor,
+                                        boost::asio::steady_timer::time_point::max());
+        onSilence_();
+        co_await never.async_wait(boost::asio::use_awaitable);
+        std::abort();
+    }
+
+  private:
+    int requestsAnswered_;
+    std::function<void()> onSilence_;
+};
+
+TEST_F(PackageFetchTest, FailsWithACaseOfItsOwnWhenItIsCancelled) {
+    for (const int requestsAnswered : {0, 1}) {
+        signIn("old access", "old refresh");
+        boost::asio::io_context context;
+        boost::asio::cancellation_signal signal;
+        const auto silent = std::make_shared<SilentURLSession>(requestsAnswered, [&] {
+            boost::asio::post(context, [&] { signal.emit(boost::asio::cancellation_type::terminal); });
+        });
+        silent->answer(401, "");
+        PackageFetch cancelled(
+            std::make_shared<VelaServerConnectivity>(defaults, [silent] { return silent; }));
+        std::exception_ptr failed;
+        boost::asio::co_spawn(
+            context, cancelled.fetchPackages(),
+            boost::asio::bind_cancellation_slot(
+                signal.slot(), [&](const std::exception_ptr& error, const auto&) { failed = error; }));
+        context.run();
+        EXPECT_EQ(caseOf(failed), "refreshTokenError") << requestsAnswered;
+        EXPECT_EQ(stored("refreshToken"), "old refresh") << requestsAnswered;
+    }
+}
+
+/// Fails with whatever it is given.
+class FailingURLSession final : public platform::testing::ScriptedURLSession {
+  public:
+    explicit FailingURLSession(std::exception_ptr failure) : failure_(std::move(failure)) {}
+    boost::asio::awaitable<platform::URLReply> data(platform::URLRequest request) override {
+        if (request.httpBody.find("mutation") != std::string::npos)
+            co_return co_await ScriptedURLSession::data(std::move(request));
+        std::rethrow_exception(failure_);
+    }
+
+  private:
+    std::exception_ptr failure_;
+};
+
+TEST_F(PackageFetchTest, FailsWithACaseOfItsOwnWhateverIsRaised) {
+    const std::exception_ptr failures[] = {
+        std::make_exception_ptr(std::bad_alloc()),
+        std::make_exception_ptr(std::system_error(std::make_error_code(std::errc::too_many_files_open))),
+        std::make_exception_ptr(std::logic_error("of the library")),
+        std::make_exception_ptr("no exception of the standard library"),
+    };
+    for (const auto& failure : failures) {
+        signIn("old access", "old refresh");
+        const auto failing = std::make_shared<FailingURLSession>(failure);
+        PackageFetch raising(
+            std::make_shared<VelaServerConnectivity>(defaults, [failing] { return failing; }));
+        failing->answer(200, refreshed);
+        for (const std::string expected : {"noPackagesFound", "refreshTokenError"}) {
+            try {
+                awaited(raising.fetchPackages());
+                ADD_FAILURE() << "nothing was raised";
+            } catch (...) {
+                EXPECT_EQ(caseOf(std::current_exception()), expected);
+            }
+        }
+    }
 }
 
 TEST_F(PackageFetchTest, SendsTheRenewedTokenWithTheNextFetch) {
