@@ -146,7 +146,7 @@ TEST_F(PackageFetchTest, RenewsInEachOfTwoFetchesAtOnce) {
                               [&](const std::exception_ptr& error, const auto&) { failed = error; });
     context.run();
     for (const auto& failed : failures) EXPECT_EQ(caseOf(failed), "noPackagesFound");
-    EXPECT_EQ(bodies(), (std::vector<std::string>{"query", "query", "mutation", "mutation"}));
+    ASSERT_EQ(bodies(), (std::vector<std::string>{"query", "query", "mutation", "mutation"}));
     for (const std::size_t mutation : {2u, 3u})
         EXPECT_NE(session->requests()[mutation].httpBody.find("old refresh"), std::string::npos);
     EXPECT_EQ(stored("accessToken"), "access 2");
