@@ -4,6 +4,7 @@
 
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Log/Logger.hpp"
+#include "platform/Text/Text.hpp"
 #include "server/Keychain.hpp"
 
 namespace server {
@@ -24,6 +25,15 @@ std::string requestBody(const Operation& operation) {
     return platform::JSONSerialization::dataWithJSONObject(body);
 }
 
+/// Character by character: a last letter under an accent is another letter.
+bool saysUnauthorized(std::string_view message) {
+    constexpr std::string_view word = "Unauthorized";
+    constexpr std::size_t longestCodePoint = 4;
+    if (!message.starts_with(word)) return false;
+    const auto characters = platform::characters(message.substr(0, word.size() + longestCodePoint));
+    return characters[word.size() - 1].size() == 1;
+}
+
 void throwIfUnauthorized(const boost::json::object& envelope) {
     const auto* errors = envelope.if_contains("errors");
     if (!errors || !errors->is_array()) return;
@@ -32,8 +42,8 @@ void throwIfUnauthorized(const boost::json::object& envelope) {
         if (!error.is_object()) return;
     for (const auto& error : list) {
         const auto* message = error.get_object().if_contains("message");
-        if (message && message->is_string() && message->get_string().starts_with("Unauthorized"))
-            throw UnauthorizedError();
+        const auto* text = message ? message->if_string() : nullptr;
+        if (text && saysUnauthorized({text->data(), text->size()})) throw UnauthorizedError();
     }
 }
 
