@@ -108,6 +108,7 @@ CURL* Transfer::prepare() {
     if (scheme != "http" && scheme != "https") {
         throw URLError(URLErrorCode::unsupportedURL, "the URL's scheme is neither http nor https");
     }
+    if (request_.url.host().empty()) throw URLError(URLErrorCode::unsupportedURL, "the URL has no host");
     if (handle_) {
         curl_easy_reset(handle_.get());
     } else {
@@ -122,7 +123,8 @@ CURL* Transfer::prepare() {
 
     CURL* handle = handle_.get();
     curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
-    curl_easy_setopt(handle, CURLOPT_URL, request_.url.absoluteString().c_str());
+    // What it would make of user information is a credential that nobody asked it to send.
+    curl_easy_setopt(handle, CURLOPT_URL, request_.url.withoutUserInformation().absoluteString().c_str());
     curl_easy_setopt(handle, CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_2TLS});

@@ -29,6 +29,7 @@ enum class Resending {
 
 /// Header names keep the spelling they were first set with, and go out in the order in which they were set.
 struct URLRequest {
+    /// User information in it is not sent.
     URL url;
     std::chrono::milliseconds timeoutInterval = std::chrono::seconds(60);
     std::string httpMethod = "GET";

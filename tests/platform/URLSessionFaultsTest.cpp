@@ -1,14 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include "tests/platform/URLSessionFixture.hpp"
 
 namespace platform {
-
-void PrintTo(URLErrorCode code, std::ostream* stream) {
-    *stream << "error code " << static_cast<int>(code);
-}
 
 namespace {
 

@@ -9,12 +9,21 @@
 #include <boost/asio/io_context.hpp>
 #include <exception>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
 #include "platform/URLSession/URLSession.hpp"
 #include "tests/support/LoopbackServer.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
+
+namespace platform {
+
+inline void PrintTo(URLErrorCode code, std::ostream* stream) {
+    *stream << "error code " << static_cast<int>(code);
+}
+
+}  // namespace platform
 
 namespace platform::testing {
 

@@ -4,6 +4,8 @@ vela_tests(vela-tests-security USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SecuritySecretServiceTest.cpp)
 target_link_libraries(vela-tests-security PRIVATE SQLite::SQLite3)
 vela_tests(vela-tests-urlsession USES vela_test_storage SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionCredentialsTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionProxiesTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionRequestsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionRedirectsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionFaultsTest.cpp

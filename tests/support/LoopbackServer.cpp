@@ -45,8 +45,10 @@ std::uint16_t portOf(int socket) {
     return ntohs(address.sin_port);
 }
 
-// The request's bytes as they come; nothing when the connection ends before a whole request.
-std::optional<ReceivedRequest> readRequest(int socket, std::string& pending) {
+// The request's bytes as they come; nothing when the connection ends before as much of it as is to be read.
+std::optional<ReceivedRequest> readRequest(int socket, std::string& pending,
+                                           LoopbackServer::Reading reading) {
+    if (reading == LoopbackServer::Reading::nothing) return ReceivedRequest();
     const auto fill = [&] {
         std::array<char, 16384> bytes;
         const ssize_t count = ::recv(socket, bytes.data(), bytes.size(), 0);
@@ -58,9 +60,10 @@ std::optional<ReceivedRequest> readRequest(int socket, std::string& pending) {
         if (!fill()) return std::nullopt;
     }
     ReceivedRequest request = {.head = pending.substr(0, end + 4), .body = {}};
+    pending.erase(0, end + 4);
+    if (reading == LoopbackServer::Reading::head) return request;
     const std::string length = request.header("content-length");
     const std::size_t size = length.empty() ? 0 : std::stoul(length);
-    pending.erase(0, end + 4);
     while (pending.size() < size) {
         if (!fill()) return std::nullopt;
     }
@@ -127,8 +130,11 @@ void LoopbackServer::Peer::reset() {
     isOpen_ = false;
 }
 
-LoopbackServer::LoopbackServer(Handler handler)
-    : handler_(std::move(handler)), listener_(listeningSocket()), port_(portOf(listener_)) {
+LoopbackServer::LoopbackServer(Handler handler, Reading reading)
+    : handler_(std::move(handler)),
+      reading_(reading),
+      listener_(listeningSocket()),
+      port_(portOf(listener_)) {
     acceptor_ = std::thread(&LoopbackServer::accept, this);
 }
 
@@ -187,7 +193,7 @@ void LoopbackServer::serve(int socket, int connection) {
     std::string pending;
     Peer peer(socket);
     while (peer.isOpen_) {
-        auto request = readRequest(socket, pending);
+        auto request = readRequest(socket, pending, reading_);
         if (!request) break;
         request->connection = connection;
         {

@@ -53,7 +53,10 @@ class LoopbackServer {
 
     using Handler = std::function<void(const ReceivedRequest& request, Peer& peer)>;
 
-    explicit LoopbackServer(Handler handler);
+    /// How much of a request has been read when the handler is called; the rest stays where it is.
+    enum class Reading { nothing, head, everything };
+
+    explicit LoopbackServer(Handler handler, Reading reading = Reading::everything);
     /// Sends the same bytes in answer to every request.
     explicit LoopbackServer(std::string reply);
     ~LoopbackServer();
@@ -74,6 +77,7 @@ class LoopbackServer {
     void serve(int socket, int connection);
 
     Handler handler_;
+    Reading reading_;
     int listener_;
     std::uint16_t port_ = 0;
     mutable std::mutex mutex_;
