@@ -108,8 +108,6 @@ boost::asio::awaitable<VelaApi::TrackingWidgetResponse> VelaServerConnectivity::
     VelaApi::TrackingWidgetQuery query) {
     auto request = makeRequest(Authentication::authenticated);
     request.httpBody = requestBody(query);
-    // A query may be asked twice. A mutation may not: a refresh token that was spent unheard would be lost.
-    request.resending = platform::Resending::allowed;
     auto reply = co_await session().data(std::move(request));
     co_return decodedResponse<VelaApi::TrackingWidgetQuery>(std::move(reply));
 }

@@ -86,11 +86,9 @@ TrustStore trustStore() {
     return store;
 }
 
-bool mayBeResent(const URLRequest& request) {
-    constexpr std::array<std::string_view, 6> idempotent = {"GET",    "HEAD",    "PUT",
-                                                            "DELETE", "OPTIONS", "TRACE"};
-    return request.resending == Resending::allowed ||
-           std::find(idempotent.begin(), idempotent.end(), request.httpMethod) != idempotent.end();
+// libcurl sends again what a closed connection or a refused stream took. Only what merely asks may be.
+bool mayBeRepeated(const URLRequest& request) {
+    return request.httpMethod == "GET" || request.httpMethod == "HEAD";
 }
 
 const char* orNull(const std::optional<std::string>& text) {
@@ -102,6 +100,13 @@ const char* orNull(const std::optional<std::string>& text) {
 Transfer::Transfer(URLRequest request, const URLSessionConfiguration& limits,
                    std::function<void(TransferOutcome)> completion)
     : request_(std::move(request)), limits_(limits), completion_(std::move(completion)) {}
+
+int Transfer::aboutToSend(void* transfer, char*, char*, int, int) {
+    auto& self = *static_cast<Transfer*>(transfer);
+    if (!std::exchange(self.wasSent_, true) || mayBeRepeated(self.request_)) return CURL_PREREQFUNC_OK;
+    self.refusal_ = URLErrorCode::networkConnectionLost;
+    return CURL_PREREQFUNC_ABORT;
+}
 
 CURL* Transfer::prepare() {
     const std::string scheme = request_.url.scheme();
@@ -116,6 +121,8 @@ CURL* Transfer::prepare() {
     }
     if (!handle_) throw URLError(URLErrorCode::unknown, "no transfer can be made");
     headers_.clear();
+    wasSent_ = false;
+    refusal_ = std::nullopt;
     headerBytes_ = 0;
     headersEnded_ = false;
     data_.clear();
@@ -139,8 +146,12 @@ CURL* Transfer::prepare() {
     curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Transfer::receiveBody);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
-    // libcurl sends again by itself, but only what went out on a kept connection.
-    if (!mayBeResent(request_)) curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
+    curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &Transfer::aboutToSend);
+    curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
+    if (!mayBeRepeated(request_)) {
+        curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
+        curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
+    }
     setMethodAndBody();
     setHeaders();
     if (scheme == "https") setTrustStore();
@@ -278,9 +289,12 @@ void Transfer::complete(TransferOutcome outcome) {
 
 URLError Transfer::error(CURLcode code) const {
     if (refusal_) {
-        return {*refusal_, *refusal_ == URLErrorCode::dataLengthExceedsMaximum
-                               ? "the reply is too long"
-                               : "the reply's headers are too long"};
+        switch (*refusal_) {
+            case URLErrorCode::dataLengthExceedsMaximum: return {*refusal_, "the reply is too long"};
+            case URLErrorCode::networkConnectionLost:
+                return {*refusal_, "the request was sent and not answered"};
+            default: return {*refusal_, "the reply's headers are too long"};
+        }
     }
     const auto found = std::find_if(errorCodes.begin(), errorCodes.end(),
                                     [code](const auto& pair) { return pair.first == code; });

@@ -49,6 +49,7 @@ class Transfer {
     void setMethodAndBody();
     void setHeaders();
     void setTrustStore();
+    static int aboutToSend(void* transfer, char*, char*, int, int);
     static std::size_t receiveHeader(char* bytes, std::size_t unit, std::size_t count, void* transfer);
     static std::size_t receiveBody(char* bytes, std::size_t unit, std::size_t count, void* transfer);
     void receiveHeaderLine(std::string_view line);
@@ -63,6 +64,7 @@ class Transfer {
     std::unique_ptr<curl_slist, FreeList> headerLines_;
     int redirects_ = 0;
 
+    bool wasSent_ = false;
     std::vector<HTTPHeaderField> headers_;
     std::size_t headerBytes_ = 0;
     bool headersEnded_ = false;

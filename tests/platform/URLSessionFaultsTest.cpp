@@ -3,7 +3,6 @@
 #include "tests/platform/URLSessionFixture.hpp"
 
 namespace platform {
-
 namespace {
 
 using namespace std::chrono_literals;
@@ -169,36 +168,6 @@ TEST_F(URLSessionFaults, NameWhatCannotBeReached) {
          {"file:///etc/passwd", "ftp://127.0.0.1/", "data:,x", "gopher://127.0.0.1/", "velaapp://home"}) {
         EXPECT_EQ(failure(at(text)), URLErrorCode::unsupportedURL) << text;
     }
-}
-
-TEST_F(URLSessionFaults, SendsAMutatingRequestOnceWhateverBecomesOfItsConnection) {
-    // The second request of a connection is read and answered by hanging up.
-    const LoopbackServer server([first = true](const ReceivedRequest&, LoopbackServer::Peer& peer) mutable {
-        if (std::exchange(first, false)) {
-            peer.send(httpReply(200, ""));
-        } else {
-            peer.close();
-        }
-    });
-    fetch({.url = server.url(), .httpMethod = "GET"});
-    EXPECT_EQ(failure({.url = server.url(), .httpMethod = "POST", .httpBody = "spend"}),
-              URLErrorCode::networkConnectionLost);
-    EXPECT_EQ(server.requests().size(), 2u);
-}
-
-TEST_F(URLSessionFaults, SendsARequestThatMayBeRepeatedAgainWhenAKeptConnectionHasClosed) {
-    const LoopbackServer server([count = 0](const ReceivedRequest&, LoopbackServer::Peer& peer) mutable {
-        if (++count == 2) {
-            peer.close();
-        } else {
-            peer.send(httpReply(200, "answer"));
-        }
-    });
-    fetch({.url = server.url(), .httpMethod = "GET"});
-    const URLRequest query = {
-        .url = server.url(), .httpMethod = "POST", .httpBody = "ask", .resending = Resending::allowed};
-    EXPECT_EQ(fetch(query).data, "answer");
-    EXPECT_EQ(server.requests().size(), 3u);
 }
 
 }  // namespace

@@ -102,52 +102,6 @@ TEST_F(URLSessionRequests, KeepsTheConnectionForTheNextRequest) {
     EXPECT_EQ(server.connections(), 1);
 }
 
-TEST_F(URLSessionRequests, SendsAgainWhatAClosedConnectionTook) {
-    for (const char* method : {"GET", "POST"}) {
-        // Every connection serves one request, promises to stay open, and closes.
-        const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
-            peer.send(httpReply(200, request.body, {"Connection: keep-alive"}));
-            peer.close();
-        });
-        for (const char* body : {"first", "second", "third"}) {
-            EXPECT_EQ(fetch({.url = server.url(),
-                             .httpMethod = method,
-                             .httpBody = body,
-                             .resending = Resending::allowed})
-                          .data,
-                      body);
-        }
-        EXPECT_EQ(server.requests().size(), 3u);
-    }
-}
-
-TEST_F(URLSessionRequests, SendsAgainWhatAConnectionClosedOnArrival) {
-    // The first connection answers once and closes only when the next request has come, unanswered.
-    const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
-        if (request.connection == 0 && request.body == "second") return peer.close();
-        peer.send(httpReply(200, request.body));
-    });
-    EXPECT_EQ(
-        fetch(
-            {.url = server.url(), .httpMethod = "POST", .httpBody = "first", .resending = Resending::allowed})
-            .data,
-        "first");
-    EXPECT_EQ(fetch({.url = server.url(),
-                     .httpMethod = "POST",
-                     .httpBody = "second",
-                     .resending = Resending::allowed})
-                  .data,
-              "second");
-    EXPECT_EQ(server.connections(), 2);
-}
-
-TEST_F(URLSessionRequests, SendsOnceWhatAFreshConnectionDropped) {
-    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.close(); });
-    EXPECT_EQ(failure({.url = server.url(), .httpMethod = "POST", .httpBody = "x"}),
-              URLErrorCode::networkConnectionLost);
-    EXPECT_EQ(server.requests().size(), 1u);
-}
-
 TEST_F(URLSessionRequests, UnpacksCompressedReplies) {
     const std::string text(100000, 'x');
     const LoopbackServer server(httpReply(200, platform::testing::gzip(text), {"Content-Encoding: gzip"}));

@@ -4,7 +4,9 @@ vela_tests(vela-tests-security USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SecuritySecretServiceTest.cpp)
 target_link_libraries(vela-tests-security PRIVATE SQLite::SQLite3)
 vela_tests(vela-tests-urlsession USES vela_test_storage SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/SecureServer.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionCredentialsTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionOnceTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionProxiesTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionRequestsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionRedirectsTest.cpp
@@ -12,7 +14,7 @@ vela_tests(vela-tests-urlsession USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionLifetimeTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionTLSTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionWholeResourceTest.cpp)
-target_link_libraries(vela-tests-urlsession PRIVATE OpenSSL::SSL ZLIB::ZLIB ${CMAKE_DL_LIBS})
+target_link_libraries(vela-tests-urlsession PRIVATE OpenSSL::SSL OpenSSL::Crypto ZLIB::ZLIB ${CMAKE_DL_LIBS})
 vela_tests(vela-tests-userdefaults USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/TrustedFolderTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/UserDefaultsTest.cpp)
