@@ -19,9 +19,18 @@ CURLM* newMulti() {
 
 }  // namespace
 
-TransferLoop::TransferLoop() : multi_(newMulti()) {}
+TransferLoop::TransferLoop() : multi_(newMulti()) {
+    // Without its pair of descriptors a multi handle can be made but never be woken.
+    if (!multi_ || curl_multi_wakeup(multi_.get()) != CURLM_OK) {
+        throw URLError(URLErrorCode::unknown, "no transfers can be run");
+    }
+}
 
 TransferLoop::~TransferLoop() {
+    cancelAll();
+}
+
+void TransferLoop::cancelAll() {
     while (!transfers_.empty()) cancel(transfers_.back());
 }
 

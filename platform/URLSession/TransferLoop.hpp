@@ -15,6 +15,7 @@ namespace platform {
 
 class TransferLoop {
   public:
+    /// Throws URLError where the process has no file descriptor or memory left for it.
     TransferLoop();
     /// Transfers still in flight end as cancelled.
     ~TransferLoop();
@@ -23,6 +24,7 @@ class TransferLoop {
 
     void add(std::shared_ptr<Transfer> transfer);
     void cancel(const std::shared_ptr<Transfer>& transfer);
+    void cancelAll();
     bool isEmpty() const { return transfers_.empty(); }
 
     /// Waits until something can be moved, a transfer has idled for too long, or `wake`; then moves what can

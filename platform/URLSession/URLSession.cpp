@@ -11,6 +11,9 @@
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <condition_variable>
+#include <deque>
+#include <exception>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <system_error>
@@ -47,57 +50,75 @@ class Engine {
         bool isEnding = false;
     };
 
+    void enqueue(std::shared_ptr<Transfer> transfer);
+    void startWaiting();
+    void forgottenHasEnded();
     void ensureThread();
-    void run();
+    void run(TransferLoop& loop);
     Work takeWork();
 
     const URLSessionConfiguration configuration_;
     std::mutex mutex_;
     Work work_;
-    TransferLoop* loop_ = nullptr;
+    std::deque<URLRequest> waiting_;
     std::size_t forgotten_ = 0;
     std::condition_variable forgottenEnded_;
+    std::unique_ptr<TransferLoop> loop_;
     std::thread thread_;
 };
 
 std::shared_ptr<Transfer> Engine::start(URLRequest request, std::function<void(TransferOutcome)> completion) {
     auto transfer = std::make_shared<Transfer>(std::move(request), configuration_, std::move(completion));
     const std::lock_guard lock(mutex_);
-    if (work_.isEnding) throw cancelledError;
-    ensureThread();
-    work_.starting.push_back(transfer);
-    if (loop_) loop_->wake();
+    enqueue(transfer);
     return transfer;
 }
 
+void Engine::enqueue(std::shared_ptr<Transfer> transfer) {
+    if (work_.isEnding) throw cancelledError;
+    ensureThread();
+    work_.starting.push_back(std::move(transfer));
+    loop_->wake();
+}
+
 void Engine::startForgotten(URLRequest request) {
-    {
-        const std::lock_guard lock(mutex_);
-        if (forgotten_ >= configuration_.maximumForgottenTasks) return;
-        ++forgotten_;
+    const std::lock_guard lock(mutex_);
+    if (work_.isEnding) return;
+    waiting_.push_back(std::move(request));
+    startWaiting();
+}
+
+void Engine::startWaiting() {
+    while (!waiting_.empty() && forgotten_ < configuration_.maximumForgottenTasks) {
+        URLRequest request = std::move(waiting_.front());
+        waiting_.pop_front();
+        try {
+            enqueue(std::make_shared<Transfer>(std::move(request), configuration_,
+                                               [this](const TransferOutcome&) { forgottenHasEnded(); }));
+            ++forgotten_;
+        } catch (const std::exception&) {
+            // One that cannot be started has ended; nobody asked to hear of it.
+        }
     }
-    const auto ended = [this](const TransferOutcome&) {
-        const std::lock_guard lock(mutex_);
-        --forgotten_;
-        forgottenEnded_.notify_all();
-    };
-    try {
-        start(std::move(request), ended);
-    } catch (const URLError& error) {
-        ended(error);
-    }
+    if (forgotten_ == 0) forgottenEnded_.notify_all();
+}
+
+void Engine::forgottenHasEnded() {
+    const std::lock_guard lock(mutex_);
+    --forgotten_;
+    startWaiting();
 }
 
 void Engine::cancel(const std::shared_ptr<Transfer>& transfer) {
     const std::lock_guard lock(mutex_);
     if (work_.isEnding) return;
     work_.cancelled.push_back(transfer);
-    if (loop_) loop_->wake();
+    loop_->wake();
 }
 
 bool Engine::waitForForgotten(std::chrono::milliseconds limit) {
     std::unique_lock lock(mutex_);
-    return forgottenEnded_.wait_for(lock, limit, [this] { return forgotten_ == 0; });
+    return forgottenEnded_.wait_for(lock, limit, [this] { return forgotten_ == 0 && waiting_.empty(); });
 }
 
 void Engine::end() {
@@ -105,21 +126,25 @@ void Engine::end() {
     {
         const std::lock_guard lock(mutex_);
         work_.isEnding = true;
+        waiting_.clear();
         if (loop_) loop_->wake();
         thread = std::move(thread_);
     }
-    if (thread.joinable()) thread.join();
+    if (!thread.joinable()) return;
+    thread.join();
+    loop_.reset();
 }
 
 // The process's signals are for its other threads, which know what they mean.
 void Engine::ensureThread() {
     if (thread_.joinable()) return;
+    loop_ = std::make_unique<TransferLoop>();
     sigset_t all;
     sigset_t before;
     ::sigfillset(&all);
     ::pthread_sigmask(SIG_SETMASK, &all, &before);
     try {
-        thread_ = std::thread(&Engine::run, this);
+        thread_ = std::thread(&Engine::run, this, std::ref(*loop_));
     } catch (const std::system_error&) {
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
         throw URLError(URLErrorCode::unknown, "no thread can be started");
@@ -127,12 +152,7 @@ void Engine::ensureThread() {
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
-void Engine::run() {
-    TransferLoop loop;
-    {
-        const std::lock_guard lock(mutex_);
-        loop_ = &loop;
-    }
+void Engine::run(TransferLoop& loop) {
     for (;;) {
         Work work = takeWork();
         for (auto& transfer : work.starting) loop.add(std::move(transfer));
@@ -140,8 +160,7 @@ void Engine::run() {
         if (work.isEnding) break;
         loop.step();
     }
-    const std::lock_guard lock(mutex_);
-    loop_ = nullptr;
+    loop.cancelAll();
 }
 
 Engine::Work Engine::takeWork() {

@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <netdb.h>
+#include <sys/resource.h>
 
 #include <atomic>
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/strand.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <condition_variable>
@@ -218,33 +221,111 @@ TEST_F(URLSessionLifetime, DoesWhatItIsToldAndForgets) {
     EXPECT_EQ(server.requests().size(), 10u);
 }
 
-TEST_F(URLSessionLifetime, DropsForgottenTasksBeyondTheMaximum) {
+/// A collector that answers nobody before it is opened.
+class Gate {
+  public:
+    void pass() {
+        std::unique_lock lock(mutex_);
+        opened_.wait(lock, [this] { return isOpen_; });
+    }
+    void open() {
+        const std::lock_guard lock(mutex_);
+        isOpen_ = true;
+        opened_.notify_all();
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable opened_;
+    bool isOpen_ = false;
+};
+
+TEST_F(URLSessionLifetime, LetsForgottenTasksBeyondTheMaximumWaitForTheirTurn) {
     URLSessionConfiguration configuration;
     configuration.maximumForgottenTasks = 3;
     session = URLSession::session(configuration);
-    std::atomic<bool> answers = false;
-    const LoopbackServer server([&answers](const ReceivedRequest&, Peer& peer) {
-        if (!answers) peer.stall();
+    Gate gate;
+    const LoopbackServer server([&gate](const ReceivedRequest&, Peer& peer) {
+        gate.pass();
         peer.send(httpReply(200, ""));
     });
-    for (int count = 0; count < 10000; ++count) session->startDataTask({.url = server.url()});
+    for (int count = 0; count < 200; ++count) session->startDataTask({.url = server.url()});
     EXPECT_TRUE(server.waitForRequests(3));
-    EXPECT_FALSE(session->waitForForgottenTasks(20ms));
+    EXPECT_FALSE(session->waitForForgottenTasks(50ms));
     EXPECT_EQ(server.requests().size(), 3u);
+    gate.open();
+    EXPECT_TRUE(session->waitForForgottenTasks(30s));
+    EXPECT_EQ(server.requests().size(), 200u);
 }
 
-TEST_F(URLSessionLifetime, TakesForgottenTasksAgainWhenOthersHaveEnded) {
+TEST_F(URLSessionLifetime, StartsForgottenTasksInTheirOrderWhateverBecomesOfOthers) {
     URLSessionConfiguration configuration;
     configuration.maximumForgottenTasks = 1;
     session = URLSession::session(configuration);
-    const LoopbackServer server(httpReply(200, ""));
-    for (int count = 0; count < 3; ++count) {
-        session->startDataTask({.url = server.url()});
-        EXPECT_TRUE(session->waitForForgottenTasks(20s));
+    const LoopbackServer server([](const ReceivedRequest& request, Peer& peer) {
+        switch (std::stoi(request.body) % 4) {
+            case 0: return peer.close();
+            case 1: return peer.reset();
+            case 2: return void(peer.send("nonsense\r\n\r\n"));
+            default: peer.send(httpReply(500, ""));
+        }
+    });
+    std::vector<std::string> expected;
+    for (int count = 0; count < 100; ++count) {
+        expected.push_back(std::to_string(count));
+        session->startDataTask({.url = server.url(), .httpMethod = "POST", .httpBody = expected.back()});
+        session->startDataTask({.url = URL::parse("ftp://127.0.0.1/").value()});
     }
-    session->startDataTask({.url = URL::parse("ftp://127.0.0.1/").value()});
-    EXPECT_TRUE(session->waitForForgottenTasks(20s));
-    EXPECT_EQ(server.requests().size(), 3u);
+    EXPECT_TRUE(session->waitForForgottenTasks(30s));
+    std::vector<std::string> arrived;
+    for (const ReceivedRequest& request : server.requests()) arrived.push_back(request.body);
+    EXPECT_EQ(arrived, expected);
+}
+
+TEST_F(URLSessionLifetime, EndsWithForgottenTasksStillWaiting) {
+    const LoopbackServer server(stall);
+    for (int count = 0; count < 10'000; ++count) session->startDataTask({.url = server.url()});
+    EXPECT_TRUE(server.waitForRequests(1));
+    session.reset();
+    EXPECT_LE(server.requests().size(), URLSessionConfiguration().maximumForgottenTasks);
+}
+
+TEST_F(URLSessionLifetime, SpendsOnAWaitingTaskNoMoreThanItsRequest) {
+    URLSessionConfiguration configuration;
+    configuration.maximumForgottenTasks = 1;
+    session = URLSession::session(configuration);
+    const LoopbackServer server(stall);
+    // As an event of the widget is.
+    URLRequest event = {
+        .url = server.url("/v1/produce"), .httpMethod = "POST", .httpBody = std::string(600, 'x')};
+    event.setValue("application/json", "Content-Type");
+    event.setValue("1714564800250", "X-Relaybox-Edge-Event-Created-At-Ms");
+    event.setValue("1714564800250", "X-Relaybox-Edge-Event-Sent-At-Ms");
+    event.setValue("en-GB", "X-Relaybox-Edge-Content-Language");
+    session->startDataTask(event);
+    ASSERT_TRUE(server.waitForRequests(1));
+    constexpr std::size_t count = 10'000;
+    const auto before = ::mallinfo2().uordblks;
+    for (std::size_t index = 0; index < count; ++index) session->startDataTask(event);
+    const auto each = (::mallinfo2().uordblks - before) / count;
+    EXPECT_LE(each, 1536u);
+    RecordProperty("bytesOfAWaitingTask", std::to_string(each));
+}
+
+TEST_F(URLSessionLifetime, FailsAtOnceWhereNoFileCanBeOpened) {
+    asio::io_context context;
+    const asio::steady_timer ready(context);
+    Ending ending;
+    rlimit before = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none = {.rlim_cur = 0, .rlim_max = before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    session->startDataTask({.url = hangingURL()});
+    EXPECT_TRUE(session->waitForForgottenTasks(0ms));
+    asio::co_spawn(context, await(session->data({.url = hangingURL()}), &ending), asio::detached);
+    context.run();
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(ending.error, URLErrorCode::unknown);
 }
 
 TEST_F(URLSessionLifetime, HasNothingToWaitForAtFirst) {
