@@ -58,6 +58,9 @@ std::optional<URLRequest> requestAfterRedirect(const URLRequest& request, const 
     if (target->scheme() != "http" && target->scheme() != "https") {
         throw URLError(URLErrorCode::unsupportedURL, "a redirect leaves http and https");
     }
+    if (request.url.scheme() == "https" && target->scheme() == "http") {
+        throw URLError(URLErrorCode::secureConnectionFailed, "a redirect leaves https for http");
+    }
 
     URLRequest next = request;
     next.url = *target;

@@ -10,7 +10,7 @@ namespace platform {
 
 /// The request to send next; nothing when the reply is the one to hand out: it redirects nowhere, or it asks
 /// for the body to be sent to another origin, which never happens. Throws URLError for a scheme other than
-/// http and https.
+/// http and https, and for http after https.
 std::optional<URLRequest> requestAfterRedirect(const URLRequest& request, const URLResponse& response);
 
 }  // namespace platform

@@ -10,6 +10,7 @@
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/URLSession/FieldName.hpp"
 #include "platform/URLSession/Redirect.hpp"
+#include "platform/URLSession/TLSPolicy.hpp"
 
 namespace platform {
 namespace {
@@ -154,7 +155,7 @@ CURL* Transfer::prepare() {
     }
     setMethodAndBody();
     setHeaders();
-    if (scheme == "https") setTrustStore();
+    setTrust();
     return handle;
 }
 
@@ -201,11 +202,17 @@ void Transfer::setHeaders() {
     curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, headerLines_.get());
 }
 
-void Transfer::setTrustStore() {
+// A proxy may be spoken to over TLS as well, so this is for every scheme.
+void Transfer::setTrust() {
+    CURL* handle = handle_.get();
+    if (curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, &applyTLSPolicy) != CURLE_OK) {
+        throw URLError(URLErrorCode::secureConnectionFailed, "libcurl was built with another TLS library");
+    }
+    if (request_.url.scheme() != "https") return;
     const TrustStore store = trustStore();
     if (!store.file && !store.folder) return;
-    curl_easy_setopt(handle_.get(), CURLOPT_CAINFO, orNull(store.file));
-    curl_easy_setopt(handle_.get(), CURLOPT_CAPATH, orNull(store.folder));
+    curl_easy_setopt(handle, CURLOPT_CAINFO, orNull(store.file));
+    curl_easy_setopt(handle, CURLOPT_CAPATH, orNull(store.folder));
 }
 
 std::size_t Transfer::receiveHeader(char* bytes, std::size_t unit, std::size_t count, void* transfer) {

@@ -48,7 +48,7 @@ class Transfer {
 
     void setMethodAndBody();
     void setHeaders();
-    void setTrustStore();
+    void setTrust();
     static int aboutToSend(void* transfer, char*, char*, int, int);
     static std::size_t receiveHeader(char* bytes, std::size_t unit, std::size_t count, void* transfer);
     static std::size_t receiveBody(char* bytes, std::size_t unit, std::size_t count, void* transfer);

@@ -1,5 +1,7 @@
 #include "platform/URLSession/TransferLoop.hpp"
 
+#include <stdlib.h>
+
 #include <algorithm>
 #include <iterator>
 #include <mutex>
@@ -7,6 +9,13 @@
 
 namespace platform {
 namespace {
+
+#ifdef NDEBUG
+// libcurl would write the keys of every TLS connection to the file that this variable names. It asks once,
+// when it is initialised; but the environment can only be changed while no other thread reads it, before
+// `main`.
+[[maybe_unused]] const int keyLogIsOff = ::unsetenv("SSLKEYLOGFILE");
+#endif
 
 // With nothing in flight there is nothing to watch; only a wake matters.
 constexpr std::chrono::milliseconds longWait = std::chrono::hours(1);

@@ -155,7 +155,6 @@ TEST(RequestAfterRedirect, TakesAnotherSchemeHostOrPortForAnotherOrigin) {
         {"/path", true},
         {"https://example.com/path", true},
         {"https://EXAMPLE.com:443/", true},
-        {"http://example.com/", false},
         {"https://example.com:444/", false},
         {"https://www.example.com/", false},
         {"https://example.com.evil.example/", false},
@@ -172,6 +171,22 @@ TEST(RequestAfterRedirect, TakesAnotherSchemeHostOrPortForAnotherOrigin) {
         EXPECT_EQ(next->headers == request.headers, row.isSameOrigin) << row.location;
         EXPECT_EQ(next->headers.empty(), !row.isSameOrigin) << row.location;
     }
+}
+
+TEST(RequestAfterRedirect, NeverLeavesHTTPSForHTTP) {
+    for (const char* method : {"GET", "POST"}) {
+        const URLRequest request = {.url = url("https://example.com/"), .httpMethod = method};
+        for (const char* location : {"http://example.com/", "HTTP://example.com:443/", "http://a.example/"}) {
+            EXPECT_THROW(
+                requestAfterRedirect(
+                    request, {.url = request.url, .statusCode = 302, .headers = {{"location", location}}}),
+                URLError)
+                << location;
+        }
+    }
+    const URLRequest plain = {.url = url("http://example.com/")};
+    EXPECT_TRUE(requestAfterRedirect(
+        plain, {.url = plain.url, .statusCode = 302, .headers = {{"location", "https://example.com/"}}}));
 }
 
 }  // namespace

@@ -3,7 +3,7 @@ vela_tests(vela-tests-security USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SecurityQueriesTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/SecuritySecretServiceTest.cpp)
 target_link_libraries(vela-tests-security PRIVATE SQLite::SQLite3)
-vela_tests(vela-tests-urlsession USES vela_test_storage SOURCES
+vela_tests(vela-tests-urlsession USES vela_test_storage vela_test_programs SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SecureServer.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionCredentialsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionOnceTest.cpp
