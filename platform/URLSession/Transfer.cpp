@@ -15,8 +15,13 @@
 namespace platform {
 namespace {
 
-// All header bytes of one exchange, interim replies and trailers included.
+// The headers of one exchange, interim replies and trailers included. Real ones have some fifty lines.
 constexpr std::size_t maximumHeaderBytes = std::size_t{256} << 10;
+constexpr std::size_t maximumHeaderLines = 1000;
+
+// How often the longest reply may come over the wire for one reply to come of it. Chunks of one byte make six
+// of one; what makes more of it (empty blocks, endless names of chunks) is no reply but an occupation.
+constexpr std::uint64_t maximumWireShare = 8;
 
 constexpr std::array errorCodes = {
     std::pair{CURLE_URL_MALFORMAT, URLErrorCode::unsupportedURL},
@@ -40,6 +45,8 @@ constexpr std::array errorCodes = {
     // What does not begin as HTTP/1 does; our own schemes are checked before.
     std::pair{CURLE_UNSUPPORTED_PROTOCOL, URLErrorCode::badServerResponse},
     std::pair{CURLE_WEIRD_SERVER_REPLY, URLErrorCode::badServerResponse},
+    // What follows the end of what was packed; we ourselves refuse with errors of our own.
+    std::pair{CURLE_WRITE_ERROR, URLErrorCode::cannotDecodeContent},
     std::pair{CURLE_BAD_CONTENT_ENCODING, URLErrorCode::cannotDecodeContent},
     std::pair{CURLE_FILESIZE_EXCEEDED, URLErrorCode::dataLengthExceedsMaximum},
 };
@@ -92,6 +99,39 @@ bool mayBeRepeated(const URLRequest& request) {
     return request.httpMethod == "GET" || request.httpMethod == "HEAD";
 }
 
+enum class Coding { none, offered, other };
+
+Coding contentCoding(std::string_view name) {
+    if (name.empty() || isSameFieldName(name, "identity")) return Coding::none;
+    for (const std::string_view offered : {"gzip", "x-gzip", "deflate"}) {
+        if (isSameFieldName(name, offered)) return Coding::offered;
+    }
+    return Coding::other;
+}
+
+Coding transferCoding(std::string_view name) {
+    const bool isPlain =
+        name.empty() || isSameFieldName(name, "chunked") || isSameFieldName(name, "identity");
+    return isPlain ? Coding::none : Coding::other;
+}
+
+// How many layers a reply is packed in by this field; nothing for a packing that was not offered.
+std::optional<int> codings(std::string_view field, std::string_view list) {
+    const bool isContent = isSameFieldName(field, "content-encoding");
+    if (!isContent && !isSameFieldName(field, "transfer-encoding")) return 0;
+    int count = 0;
+    for (bool isLast = false; !isLast;) {
+        const auto comma = list.find(',');
+        isLast = comma == std::string_view::npos;
+        const std::string_view name = trimmed(list.substr(0, comma));
+        const Coding coding = isContent ? contentCoding(name) : transferCoding(name);
+        if (coding == Coding::other) return std::nullopt;
+        if (coding == Coding::offered) ++count;
+        if (!isLast) list.remove_prefix(comma + 1);
+    }
+    return count;
+}
+
 const char* orNull(const std::optional<std::string>& text) {
     return text ? text->c_str() : nullptr;
 }
@@ -102,11 +142,51 @@ Transfer::Transfer(URLRequest request, const URLSessionConfiguration& limits,
                    std::function<void(TransferOutcome)> completion)
     : request_(std::move(request)), limits_(limits), completion_(std::move(completion)) {}
 
+// No exception may cross libcurl.
+template <typename Work>
+bool Transfer::succeeds(Work work) {
+    try {
+        work();
+        return true;
+    } catch (const URLError& error) {
+        exchange_.refusal = error;
+    } catch (const std::exception&) {
+        // Memory has run out; libcurl's own word for what then happens will do.
+    }
+    return false;
+}
+
+// Where a body is heard of as it came, before the names of its chunks are taken off and it is unpacked.
+int Transfer::overheard(CURL*, curl_infotype kind, char*, std::size_t size, void* transfer) {
+    const bool hasCome = kind == CURLINFO_HEADER_IN || kind == CURLINFO_DATA_IN;
+    if (hasCome) static_cast<Transfer*>(transfer)->exchange_.bytesReceived += size;
+    return 0;
+}
+
+// As long as there is something to read libcurl reads on, and this is where it looks up.
+int Transfer::progressed(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+    auto& self = *static_cast<Transfer*>(transfer);
+    const bool goesOn = self.succeeds([&self] {
+        if (const auto error = self.overrun()) throw *error;
+    });
+    return goesOn ? 0 : 1;
+}
+
 int Transfer::aboutToSend(void* transfer, char*, char*, int, int) {
     auto& self = *static_cast<Transfer*>(transfer);
-    if (!std::exchange(self.wasSent_, true) || mayBeRepeated(self.request_)) return CURL_PREREQFUNC_OK;
-    self.refusal_ = URLErrorCode::networkConnectionLost;
-    return CURL_PREREQFUNC_ABORT;
+    const bool isAllowed = self.succeeds([&self] {
+        if (std::exchange(self.exchange_.wasSent, true) && !mayBeRepeated(self.request_)) {
+            throw URLError(URLErrorCode::networkConnectionLost, "the request was sent and not answered");
+        }
+    });
+    return isAllowed ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
+template <void (Transfer::*receive)(std::string_view)>
+std::size_t Transfer::received(char* bytes, std::size_t unit, std::size_t count, void* transfer) {
+    auto& self = *static_cast<Transfer*>(transfer);
+    const std::string_view part(bytes, unit * count);
+    return self.succeeds([&self, part] { (self.*receive)(part); }) ? part.size() : CURL_WRITEFUNC_ERROR;
 }
 
 CURL* Transfer::prepare() {
@@ -121,13 +201,10 @@ CURL* Transfer::prepare() {
         handle_.reset(curl_easy_init());
     }
     if (!handle_) throw URLError(URLErrorCode::unknown, "no transfer can be made");
+    exchange_ = {};
     headers_.clear();
-    wasSent_ = false;
-    refusal_ = std::nullopt;
-    headerBytes_ = 0;
-    headersEnded_ = false;
     data_.clear();
-    bytesMoved_ = -1;
+    if (!end_) end_ = std::chrono::steady_clock::now() + limits_.timeoutIntervalForResource;
 
     CURL* handle = handle_.get();
     curl_easy_setopt(handle, CURLOPT_PRIVATE, this);
@@ -137,26 +214,36 @@ CURL* Transfer::prepare() {
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_2TLS});
     curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, "gzip, deflate");
+    curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &Transfer::received<&Transfer::receiveHeaderLine>);
+    curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Transfer::received<&Transfer::receiveBodyPart>);
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    setConnection();
+    setMethodAndBody();
+    setHeaders();
+    setTrust();
+    return handle;
+}
+
+void Transfer::setConnection() {
+    CURL* handle = handle_.get();
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     // A name look-up that hangs is left behind, not waited for.
     curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
     // Idleness is watched by the loop; connecting is no exception to it.
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, 0L);
     curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &Transfer::receiveHeader);
-    curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &Transfer::receiveBody);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
+    curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &Transfer::overheard);
+    curl_easy_setopt(handle, CURLOPT_DEBUGDATA, this);
+    curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &Transfer::progressed);
+    curl_easy_setopt(handle, CURLOPT_XFERINFODATA, this);
     curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &Transfer::aboutToSend);
     curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
-    if (!mayBeRepeated(request_)) {
-        curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
-        curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
-    }
-    setMethodAndBody();
-    setHeaders();
-    setTrust();
-    return handle;
+    if (mayBeRepeated(request_)) return;
+    curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
+    curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
 }
 
 void Transfer::setMethodAndBody() {
@@ -215,36 +302,45 @@ void Transfer::setTrust() {
     curl_easy_setopt(handle, CURLOPT_CAPATH, orNull(store.folder));
 }
 
-std::size_t Transfer::receiveHeader(char* bytes, std::size_t unit, std::size_t count, void* transfer) {
-    auto& self = *static_cast<Transfer*>(transfer);
-    self.headerBytes_ += unit * count;
-    if (self.headerBytes_ > maximumHeaderBytes) {
-        self.refusal_ = URLErrorCode::badServerResponse;
-        return CURL_WRITEFUNC_ERROR;
-    }
-    self.receiveHeaderLine({bytes, unit * count});
-    return unit * count;
-}
-
 void Transfer::receiveHeaderLine(std::string_view line) {
+    exchange_.headerBytes += line.size();
+    if (exchange_.headerBytes > maximumHeaderBytes || ++exchange_.headerLines > maximumHeaderLines) {
+        throw URLError(URLErrorCode::badServerResponse, "the reply's headers are too long");
+    }
+    // Fields behind the body (trailers) are none of the reply's.
+    if (exchange_.headersEnded) return;
     // An interim reply or a proxy's own came before.
     if (line.starts_with("HTTP/")) headers_.clear();
-    headersEnded_ = line == "\r\n" || line == "\n";
+    if (line == "\r\n" || line == "\n") {
+        long statusCode = 0;
+        curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &statusCode);
+        exchange_.headersEnded = statusCode >= 200;
+        return;
+    }
     const auto colon = line.find(':');
     if (colon == std::string_view::npos) return;
-    headers_.push_back(
-        {std::string(trimmed(line.substr(0, colon))), std::string(trimmed(line.substr(colon + 1)))});
+    HTTPHeaderField field = {std::string(trimmed(line.substr(0, colon))),
+                             std::string(trimmed(line.substr(colon + 1)))};
+    noteCodings(field);
+    headers_.push_back(std::move(field));
 }
 
-std::size_t Transfer::receiveBody(char* bytes, std::size_t unit, std::size_t count, void* transfer) {
-    auto& self = *static_cast<Transfer*>(transfer);
-    if (unit * count > self.limits_.maximumReplySize - self.data_.size()) {
-        self.refusal_ = URLErrorCode::dataLengthExceedsMaximum;
-        return CURL_WRITEFUNC_ERROR;
+// libcurl unpacks whatever it is told to, and layer upon layer a few bytes can be made to take for ever
+// without a byte of outcome.
+void Transfer::noteCodings(const HTTPHeaderField& field) {
+    const auto found = codings(field.name, field.value);
+    if (found) exchange_.codings += *found;
+    if (!found || exchange_.codings > 1) {
+        throw URLError(URLErrorCode::cannotDecodeContent, "the reply is packed as nobody asked for");
     }
-    if (self.data_.empty()) self.makeRoom();
-    self.data_.append(bytes, unit * count);
-    return unit * count;
+}
+
+void Transfer::receiveBodyPart(std::string_view part) {
+    if (part.size() > limits_.maximumReplySize - data_.size()) {
+        throw URLError(URLErrorCode::dataLengthExceedsMaximum, "the reply is too long");
+    }
+    if (data_.empty()) makeRoom();
+    data_.append(part);
 }
 
 /// A body that grew into its place would cost twice its size on the way.
@@ -258,7 +354,7 @@ void Transfer::makeRoom() {
 
 bool Transfer::exchangeEnded(CURLcode code) {
     // A connection that ends among the headers is a whole reply to libcurl.
-    if (code == CURLE_OK && !headersEnded_) code = CURLE_PARTIAL_FILE;
+    if (code == CURLE_OK && !exchange_.headersEnded) code = CURLE_PARTIAL_FILE;
     if (code != CURLE_OK) {
         complete(error(code));
         return false;
@@ -295,17 +391,21 @@ void Transfer::complete(TransferOutcome outcome) {
 }
 
 URLError Transfer::error(CURLcode code) const {
-    if (refusal_) {
-        switch (*refusal_) {
-            case URLErrorCode::dataLengthExceedsMaximum: return {*refusal_, "the reply is too long"};
-            case URLErrorCode::networkConnectionLost:
-                return {*refusal_, "the request was sent and not answered"};
-            default: return {*refusal_, "the reply's headers are too long"};
-        }
-    }
+    if (exchange_.refusal) return *exchange_.refusal;
     const auto found = std::find_if(errorCodes.begin(), errorCodes.end(),
                                     [code](const auto& pair) { return pair.first == code; });
     return {found == errorCodes.end() ? URLErrorCode::unknown : found->second, curl_easy_strerror(code)};
+}
+
+std::optional<URLError> Transfer::overrun() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now >= *end_) return URLError(URLErrorCode::timedOut, "the transfer takes too long in all");
+    if (now >= deadline()) return URLError(URLErrorCode::timedOut, "nothing has moved for too long");
+    const std::uint64_t bearable = maximumHeaderBytes + maximumWireShare * limits_.maximumReplySize;
+    if (exchange_.bytesReceived > bearable) {
+        return URLError(URLErrorCode::dataLengthExceedsMaximum, "more comes than a reply is worth");
+    }
+    return std::nullopt;
 }
 
 std::chrono::steady_clock::time_point Transfer::deadline() {
@@ -316,11 +416,11 @@ std::chrono::steady_clock::time_point Transfer::deadline() {
     curl_easy_getinfo(handle_.get(), CURLINFO_SIZE_UPLOAD_T, &uploaded);
     curl_easy_getinfo(handle_.get(), CURLINFO_HEADER_SIZE, &header);
     const curl_off_t moved = downloaded + uploaded + header;
-    if (moved != bytesMoved_) {
-        bytesMoved_ = moved;
-        lastMoved_ = std::chrono::steady_clock::now();
+    if (moved != exchange_.bytesMoved) {
+        exchange_.bytesMoved = moved;
+        exchange_.lastMoved = std::chrono::steady_clock::now();
     }
-    return lastMoved_ + request_.timeoutInterval;
+    return std::min(exchange_.lastMoved + request_.timeoutInterval, *end_);
 }
 
 }  // namespace platform

@@ -6,11 +6,14 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
+#include <vector>
 
 #include "platform/URLSession/URLSession.hpp"
 
@@ -35,7 +38,10 @@ class Transfer {
     bool exchangeEnded(CURLcode code);
     void fail(const URLError& error);
 
-    /// When the transfer has idled for too long, if nothing moves until then.
+    /// Why a transfer that still runs is to be ended now: nothing has moved for too long, it takes too long
+    /// in all, or more has come over the wire than a reply is worth.
+    std::optional<URLError> overrun();
+    /// When the transfer runs out of time, if nothing moves until then.
     std::chrono::steady_clock::time_point deadline();
 
   private:
@@ -46,13 +52,20 @@ class Transfer {
         void operator()(curl_slist* list) const { curl_slist_free_all(list); }
     };
 
+    void setConnection();
     void setMethodAndBody();
     void setHeaders();
     void setTrust();
+    static int overheard(CURL*, curl_infotype kind, char*, std::size_t size, void* transfer);
+    static int progressed(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
     static int aboutToSend(void* transfer, char*, char*, int, int);
-    static std::size_t receiveHeader(char* bytes, std::size_t unit, std::size_t count, void* transfer);
-    static std::size_t receiveBody(char* bytes, std::size_t unit, std::size_t count, void* transfer);
+    template <void (Transfer::*receive)(std::string_view)>
+    static std::size_t received(char* bytes, std::size_t unit, std::size_t count, void* transfer);
+    template <typename Work>
+    bool succeeds(Work work);
     void receiveHeaderLine(std::string_view line);
+    void noteCodings(const HTTPHeaderField& field);
+    void receiveBodyPart(std::string_view part);
     void makeRoom();
     URLError error(CURLcode code) const;
     void complete(TransferOutcome outcome);
@@ -64,15 +77,22 @@ class Transfer {
     std::unique_ptr<curl_slist, FreeList> headerLines_;
     int redirects_ = 0;
 
-    bool wasSent_ = false;
+    /// What one exchange, the request as it now is and its reply, has come to so far.
+    struct Exchange {
+        bool wasSent = false;
+        std::uint64_t bytesReceived = 0;
+        std::size_t headerBytes = 0;
+        std::size_t headerLines = 0;
+        bool headersEnded = false;
+        int codings = 0;
+        std::optional<URLError> refusal = {};
+        curl_off_t bytesMoved = -1;
+        std::chrono::steady_clock::time_point lastMoved = {};
+    };
+    Exchange exchange_;
     std::vector<HTTPHeaderField> headers_;
-    std::size_t headerBytes_ = 0;
-    bool headersEnded_ = false;
     std::string data_;
-    std::optional<URLErrorCode> refusal_;
-
-    curl_off_t bytesMoved_ = -1;
-    std::chrono::steady_clock::time_point lastMoved_;
+    std::optional<std::chrono::steady_clock::time_point> end_;
 };
 
 }  // namespace platform

@@ -3,7 +3,6 @@
 #include <stdlib.h>
 
 #include <algorithm>
-#include <iterator>
 #include <mutex>
 #include <utility>
 
@@ -70,7 +69,7 @@ void TransferLoop::step() {
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
     collectEnded();
-    endIdle();
+    endOverrun();
 }
 
 void TransferLoop::collectEnded() {
@@ -85,14 +84,14 @@ void TransferLoop::collectEnded() {
     }
 }
 
-void TransferLoop::endIdle() {
-    const auto now = std::chrono::steady_clock::now();
-    std::vector<std::shared_ptr<Transfer>> idle;
-    std::copy_if(transfers_.begin(), transfers_.end(), std::back_inserter(idle),
-                 [now](const auto& transfer) { return transfer->deadline() <= now; });
-    for (const auto& transfer : idle) {
+void TransferLoop::endOverrun() {
+    std::vector<std::pair<std::shared_ptr<Transfer>, URLError>> ending;
+    for (const auto& transfer : transfers_) {
+        if (const auto error = transfer->overrun()) ending.emplace_back(transfer, *error);
+    }
+    for (const auto& [transfer, error] : ending) {
         forget(*transfer);
-        transfer->fail({URLErrorCode::timedOut, "nothing has moved for too long"});
+        transfer->fail(error);
     }
 }
 

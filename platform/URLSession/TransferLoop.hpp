@@ -27,8 +27,8 @@ class TransferLoop {
     void cancelAll();
     bool isEmpty() const { return transfers_.empty(); }
 
-    /// Waits until something can be moved, a transfer has idled for too long, or `wake`; then moves what can
-    /// be.
+    /// Waits until something can be moved, a transfer runs out of time, or `wake`; then moves what can be,
+    /// and ends what has overrun.
     void step();
     void wake() { curl_multi_wakeup(multi_.get()); }
 
@@ -39,7 +39,7 @@ class TransferLoop {
 
     bool start(Transfer& transfer);
     void collectEnded();
-    void endIdle();
+    void endOverrun();
     void forget(const Transfer& transfer);
     std::chrono::milliseconds untilNextDeadline();
 

@@ -3,8 +3,14 @@
 // Asynchronous transfers. A session owns one thread, on which all of its transfers run; any member may be
 // called from any thread. The end of a session cancels what is still in flight, without delay.
 //
-// No credential header (authorization, pontal-server-session-id) and no body crosses to another origin on a
-// redirect, and no redirect leaves http and https. A reply is bounded at 16 MiB after decompression.
+// A request goes out once, on a connection of its own; only GET and HEAD share connections, and may be
+// repeated where a kept one turns out to be closed. No credential header (authorization,
+// pontal-server-session-id) and no body crosses to another origin on a redirect, and no redirect leaves http
+// and https, or https for http. User information in a URL is never sent. Cookies and replies are not kept.
+//
+// A reply is bounded: in its bytes after decompression, in its headers (256 KiB, 1000 lines), in what comes
+// over the wire for it (8 times its maximum), and in time. It is unpacked at most once, and only as was
+// offered (gzip, deflate).
 
 #include <boost/asio/awaitable.hpp>
 #include <chrono>
@@ -45,8 +51,10 @@ class URLError : public std::runtime_error {
 
 struct URLSessionConfiguration {
     /// Bytes of a reply after decompression; a longer one fails with dataLengthExceedsMaximum.
-    std::size_t maximumReplySize = std::size_t{16} << 20;
+    std::size_t maximumReplySize = std::size_t{4} << 20;
     int maximumRedirects = 20;
+    /// From a transfer's start to its end, redirects included, however much of it moves.
+    std::chrono::milliseconds timeoutIntervalForResource = std::chrono::seconds(120);
     /// Tasks that were started and forgotten and are in flight at once; the others wait for their turn.
     std::size_t maximumForgottenTasks = 64;
 

@@ -8,6 +8,7 @@ vela_tests(vela-tests-urlsession USES vela_test_storage vela_test_programs SOURC
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionCredentialsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionOnceTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionProxiesTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/URLSessionWorkTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionRequestsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionRedirectsTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionFaultsTest.cpp
