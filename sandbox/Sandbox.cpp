@@ -4,6 +4,7 @@
 
 #include "sandbox/Collector.hpp"
 #include "sandbox/EventLog.hpp"
+#include "sandbox/HostField.hpp"
 #include "sandbox/PictureGallery.hpp"
 #include "sandbox/Scenario.hpp"
 
@@ -20,6 +21,13 @@ constexpr std::string_view welcome =
 
 Response textResponse(int status, std::string_view text) {
     return {.status = status, .contentType = "text/plain; charset=utf-8", .body = std::string(text)};
+}
+
+constexpr std::string_view misdirected =
+    "This sandbox answers to 127.0.0.1, localhost and [::1] with its own port alone.\n";
+
+std::string portOf(const std::string& url) {
+    return url.substr(url.rfind(':') + 1);
 }
 
 bool startsWith(std::string_view text, std::string_view beginning) {
@@ -40,10 +48,16 @@ class Sandbox::Services {
     /// Once the ports are known.
     void open(const std::string& baseURL, std::string otherOrigin) {
         account_.emplace(std::move(scenario_), baseURL, refusal_);
+        port_ = portOf(baseURL);
+        otherPort_ = portOf(otherOrigin);
         otherOrigin_ = std::move(otherOrigin);
     }
 
     Served serve(const Request& request) {
+        if (!isAddressedToLoopback(request, request.origin == Origin::first ? port_ : otherPort_)) {
+            log_.noteRequest(request, {}, "misdirected");
+            return {.response = textResponse(421, misdirected)};
+        }
         if (!takesFault(request)) return {.response = answer(request)};
         std::optional<Response> response = redirected(request, faults_, otherOrigin_);
         if (response) {
@@ -94,6 +108,8 @@ class Sandbox::Services {
     EventLog log_;
     Faults faults_;
     Refusal refusal_;
+    std::string port_;
+    std::string otherPort_;
     std::string otherOrigin_;
     int spoiledCount_ = 0;
 };

@@ -1,0 +1,16 @@
+#pragma once
+
+// Whom a request is addressed to. A web page from anywhere can have its own name resolve to 127.0.0.1, and
+// would then read the sandbox as a page of its own; but its browser sends that name along. Pure functions.
+
+#include <string_view>
+
+#include "sandbox/Message.hpp"
+
+namespace sandbox {
+
+/// Whether the request has exactly one Host field, and that names this machine's loopback (127.0.0.1,
+/// localhost or [::1]), with this port or with none.
+bool isAddressedToLoopback(const Request& request, std::string_view port);
+
+}  // namespace sandbox
