@@ -56,6 +56,19 @@ TEST(RelayboxUpload, PutsItsHeadersOnTheWireInTheirOrderAndSpelling) {
     EXPECT_EQ(request.header("Expect"), "");
 }
 
+TEST(RelayboxUpload, CarriesNoCredentialWhateverUserInformationTheAddressHas) {
+    for (const char* userInformation : {"user:pw@", "user@", ":pw@", "@", "us%65r:p%40w@"}) {
+        const LoopbackServer collector(httpReply(200, ""));
+        const auto url = platform::URL::parse("http://" + std::string(userInformation) + "127.0.0.1:" +
+                                              std::to_string(collector.port()) + "/v1/produce");
+        const Relaybox relaybox(realSession(), *url);
+        relaybox.send(PlainEvent());
+        ASSERT_TRUE(collector.waitForRequests(1));
+        EXPECT_EQ(collector.requests().front().header("authorization"), "") << userInformation;
+        EXPECT_EQ(collector.requests().front().headerLines().size(), 7u) << userInformation;
+    }
+}
+
 TEST(RelayboxUpload, TellsOneInstantInTheHeaderAndInTheBody) {
     const LoopbackServer collector(httpReply(200, ""));
     const Relaybox relaybox(realSession(), collector.url("/v1/produce"));
