@@ -29,6 +29,8 @@ TEST(TimeZone, KnowsItsOffsetAtEveryInstant) {
              Row{"America/New_York", "2024-03-10T07:00:00Z", -14'400},
              Row{"America/New_York", "2024-11-03T05:59:59Z", -14'400},
              Row{"America/New_York", "2024-11-03T06:00:00Z", -18'000},
+             Row{"America/New_York", "1966-04-24T06:59:59.5Z", -18'000},
+             Row{"America/New_York", "1966-04-24T07:00:00Z", -14'400},
              Row{"America/New_York", "1850-01-01T00:00:00Z", -17'762},
              Row{"America/New_York", "0001-01-01T00:00:00Z", -17'762},
              Row{"America/New_York", "9999-07-01T00:00:00Z", -14'400},
