@@ -27,18 +27,20 @@ void BoundedMemory::charge(std::size_t bytes) {
     remaining_ -= cost(bytes);
 }
 
+// The usual alignment serves every type of the tree, which does not give back with the one it asked for.
 void* BoundedMemory::do_allocate(std::size_t bytes, std::size_t alignment) {
+    if (alignment > __STDCPP_DEFAULT_NEW_ALIGNMENT__) throw std::bad_alloc();
     charge(bytes);
     try {
-        return ::operator new(bytes, std::align_val_t(alignment));
+        return ::operator new(bytes);
     } catch (...) {
         remaining_ += cost(bytes);
         throw;
     }
 }
 
-void BoundedMemory::do_deallocate(void* piece, std::size_t bytes, std::size_t alignment) {
-    ::operator delete(piece, bytes, std::align_val_t(alignment));
+void BoundedMemory::do_deallocate(void* piece, std::size_t bytes, std::size_t) {
+    ::operator delete(piece);
     remaining_ += cost(bytes);
 }
 

@@ -40,6 +40,13 @@ void* operator new(std::size_t size, std::align_val_t alignment) {
     const auto unit = static_cast<std::size_t>(alignment);
     return counted(std::aligned_alloc(unit, (size + unit - 1) / unit * unit));
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return ::operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 void operator delete(void* piece) noexcept {
     release(piece);
 }
