@@ -12,5 +12,6 @@ vela_tests(vela-tests-urlsession USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionWholeResourceTest.cpp)
 target_link_libraries(vela-tests-urlsession PRIVATE OpenSSL::SSL ZLIB::ZLIB ${CMAKE_DL_LIBS})
 vela_tests(vela-tests-userdefaults USES vela_test_storage SOURCES
+    ${CMAKE_CURRENT_LIST_DIR}/TrustedFolderTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/UserDefaultsTest.cpp)
 target_link_libraries(vela-tests-userdefaults PRIVATE Boost::json)
