@@ -3,10 +3,11 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
+
+#include "platform/Files/TrustedFolder.hpp"
+#include "platform/Log/Logger.hpp"
 
 namespace platform {
 namespace {
@@ -171,25 +172,17 @@ class Transaction : public KeychainTransaction {
 
 // SQLite would make the file with the mode that the umask leaves. The journal takes its mode from the file.
 void createPrivately(const std::filesystem::path& file) {
-    std::error_code error;
-    std::filesystem::create_directories(file.parent_path().parent_path(), error);
-    if (::mkdir(file.parent_path().c_str(), 0700) != 0 && errno != EEXIST) throw KeychainFailure{errSecIO};
-    const int descriptor = ::open(file.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (descriptor < 0 && errno != EEXIST) throw KeychainFailure{errSecIO};
-    if (descriptor >= 0) ::close(descriptor);
+    const auto folder = TrustedFolder::make(file.parent_path());
+    const Descriptor made(::openat(folder.descriptor(), file.filename().c_str(),
+                                   O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!made.isOpen() && errno != EEXIST) throw FileError(file, errno);
 }
 
-// Refuses what is not a file, and a file that anyone but its owner may read or write. Asked by path: closing
+// Throws FileError for a file that anyone but its owner may read or write. Asked without opening it: closing
 // a descriptor of our own would drop the locks that another connection of this process holds.
 bool isPresent(const std::filesystem::path& file) {
-    struct stat found = {};
-    if (::stat(file.c_str(), &found) != 0) {
-        if (errno == ENOENT) return false;
-        throw KeychainFailure{errSecIO};
-    }
-    if (!S_ISREG(found.st_mode) || (found.st_mode & (S_IRWXG | S_IRWXO)) != 0)
-        throw KeychainFailure{errSecIO};
-    return true;
+    const auto folder = TrustedFolder::open(file.parent_path());
+    return folder && folder->fileStatus(file.filename(), TrustedFolder::Others::mayDoNothing);
 }
 
 Database open(const std::filesystem::path& file) {
@@ -220,9 +213,27 @@ void requireSound(sqlite3* database) {
 
 }  // namespace
 
+std::optional<std::string> EmbeddedItemStore::refusal() const {
+    try {
+        isPresent(file_);
+        return std::nullopt;
+    } catch (const FileError& error) {
+        return error.what();
+    }
+}
+
+bool EmbeddedItemStore::prepare(Access access) {
+    try {
+        if (access == Access::create) createPrivately(file_);
+        return isPresent(file_);
+    } catch (const FileError& error) {
+        if (!hasComplained_.exchange(true)) Logger::standard().log(LogLevel::error, "%s", {{error.what()}});
+        throw KeychainFailure{errSecIO};
+    }
+}
+
 std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begin(Access access) {
-    if (access == Access::create) createPrivately(file_);
-    if (!isPresent(file_)) {
+    if (!prepare(access)) {
         if (access == Access::create) throw KeychainFailure{errSecIO};
         return nullptr;
     }

@@ -80,6 +80,10 @@ class SecItemStore {
     /// Deletes every item that matches.
     virtual OSStatus remove(const SecAttributes& query) = 0;
 
+    /// Why the store's file or folder is not used, and what mends that, for a person who asks; nothing where
+    /// it is.
+    virtual std::optional<std::string> refusal() const { return std::nullopt; }
+
     /// The person's keychain: embedded, or the desktop's Secret Service where VELA_KEYCHAIN is
     /// "secret-service". Made on first use; an override replaces it.
     static SecItemStore& current();

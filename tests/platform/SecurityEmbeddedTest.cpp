@@ -13,6 +13,7 @@
 
 #include "platform/Security/EmbeddedItemStore.hpp"
 #include "tests/support/ChildProcess.hpp"
+#include "tests/support/RecordingLogSink.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -94,6 +95,43 @@ TEST_F(EmbeddedKeychain, IsRefusedWhenOthersCanReadIt) {
     }
     ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
     EXPECT_EQ(data("old"), "x");
+}
+
+TEST_F(EmbeddedKeychain, IsRefusedInAFolderThatOthersCanChangeAndSaysWhatMendsIt) {
+    ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
+    EXPECT_EQ(store.refusal(), std::nullopt);
+    const fs::path vela = file.parent_path();
+    for (const auto& [path, open] : std::vector<std::pair<fs::path, mode_t>>{
+             {file, 0640}, {file, 0666}, {vela, 0770}, {vela, 01777}, {vela.parent_path(), 0777}}) {
+        struct stat before = {};
+        ASSERT_EQ(::stat(path.c_str(), &before), 0);
+        ASSERT_EQ(::chmod(path.c_str(), open), 0);
+        EmbeddedItemStore refused(file);
+        const platform::testing::RecordingLogSink log;
+        EXPECT_EQ(refused.add(withData(item("new"), "y")), errSecIO) << path;
+        EXPECT_EQ(refused.copyMatching(item("old"), nullptr), errSecIO) << path;
+        EXPECT_EQ(refused.remove(item("old")), errSecIO) << path;
+        EXPECT_THAT(log.messages(), ::testing::ElementsAre(refused.refusal().value_or("none"))) << path;
+        EXPECT_THAT(log.messages(), ::testing::ElementsAre(::testing::EndsWith(path.string()))) << path;
+        ASSERT_EQ(::chmod(path.c_str(), before.st_mode & 07777), 0);
+        EXPECT_EQ(refused.refusal(), std::nullopt);
+    }
+    EXPECT_EQ(data("old"), "x");
+    EXPECT_EQ(read("new"), errSecItemNotFound);
+}
+
+TEST_F(EmbeddedKeychain, IsRefusedBehindALink) {
+    ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
+    const platform::testing::RecordingLogSink log;
+    fs::rename(file, folder.path() / "elsewhere");
+    fs::create_symlink(folder.path() / "elsewhere", file);
+    EXPECT_EQ(read("old"), errSecIO);
+    EXPECT_THAT(changes(), ::testing::Each(errSecIO));
+    fs::remove(file);
+    fs::create_symlink(folder.path() / "nowhere", file);
+    EXPECT_EQ(read("old"), errSecIO);
+    EXPECT_THAT(changes(), ::testing::Each(errSecIO));
+    EXPECT_FALSE(fs::exists(folder.path() / "nowhere"));
 }
 
 TEST_F(EmbeddedKeychain, IsReadByAnotherProcess) {
