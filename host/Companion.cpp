@@ -32,10 +32,25 @@ Keychain currentKeychain() {
     return server::tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain; });
 }
 
+/// The widget takes a suite that it cannot read for an empty one; here the person must know.
 std::unique_ptr<platform::UserDefaults> sharedDefaults() {
-    auto suite = platform::UserDefaults::suite(server::suiteName());
-    if (!suite) throw CompanionError("the shared defaults cannot be opened");
-    return suite;
+    try {
+        auto suite = platform::UserDefaults::suite(server::suiteName());
+        suite->requireReadable();
+        return suite;
+    } catch (const platform::UserDefaultsError& error) {
+        throw CompanionError(error.what());
+    }
+}
+
+std::string serverURL(std::unique_ptr<platform::UserDefaults> suite) {
+    return server::SharedDefaults(std::move(suite), server::baseURL(platform::processEnvironment()))
+        .serverURL();
+}
+
+[[noreturn]] void failForKeychain(const std::string& what, const Keychain::KeychainError& error) {
+    const auto refusal = platform::SecItemStore::current().refusal();
+    throw CompanionError(what + ": " + (refusal ? *refusal : std::string(error.name())));
 }
 
 /// Whether an item is stored, without reading it. Throws for a keychain that cannot tell.
@@ -49,7 +64,7 @@ bool isStored(const Keychain& keychain, const char* key) {
     const auto error = Keychain::KeychainError::ofStatus(platform::SecItemCopyMatching(query, nullptr));
     if (!error) return true;
     if (error->value() == Keychain::KeychainError::itemNotFound) return false;
-    throw CompanionError("the keychain cannot be read: " + std::string(error->name()));
+    failForKeychain("the keychain cannot be read", *error);
 }
 
 /// The keychain layer reports a failed write as a line only; here the person must know.
@@ -63,7 +78,7 @@ void emptyKeychain(const Keychain& keychain) {
     try {
         keychain.deleteAll();
     } catch (const Keychain::KeychainError& error) {
-        throw CompanionError("the keychain cannot be emptied: " + std::string(error.name()));
+        failForKeychain("the keychain cannot be emptied", error);
     }
 }
 
@@ -83,8 +98,32 @@ std::string requiredToken(const boost::json::object& object, const char* key) {
     return std::string(value->get_string());
 }
 
-const char* storedWord(bool isStored) {
-    return isStored ? "stored" : "none";
+std::string line(std::string_view name, std::string_view value) {
+    return std::string(name).append(": ").append(value).append("\n");
+}
+
+std::string storedLine(std::string_view name, bool isStored) {
+    return line(name, isStored ? "stored" : "none");
+}
+
+std::string keychainLines() {
+    const auto current = currentKeychain();
+    const auto legacy = server::legacyTokenKeychain();
+    const bool hasAccess = isStored(current, accessTokenKey);
+    const bool hasRefresh = isStored(current, refreshTokenKey);
+    const bool hasLegacyAccess = isStored(legacy, accessTokenKey);
+    const bool hasLegacyRefresh = isStored(legacy, refreshTokenKey);
+    const bool hasSession = isStored(current, sessionKey);
+    const bool isSignedIn = hasAccess || hasLegacyAccess || hasSession;
+    return line("signed in", isSignedIn ? "yes" : "no") + storedLine("access token", hasAccess) +
+           storedLine("refresh token", hasRefresh) + storedLine("legacy access token", hasLegacyAccess) +
+           storedLine("legacy refresh token", hasLegacyRefresh) + storedLine("session", hasSession);
+}
+
+std::string defaultsLines() {
+    auto suite = sharedDefaults();
+    const auto userId = suite->stringForKey(SharedDefaultsKey::userId);
+    return line("user id", userId.value_or("none")) + line("account server", serverURL(std::move(suite)));
 }
 
 struct LinkRow {
@@ -143,31 +182,17 @@ void signOut() {
         [](platform::UserDefaults& defaults) { defaults.removeObject(SharedDefaultsKey::userId); });
 }
 
-std::string signInStatus() {
-    const auto current = currentKeychain();
-    const auto legacy = server::legacyTokenKeychain();
-    const bool hasAccess = isStored(current, accessTokenKey);
-    const bool hasRefresh = isStored(current, refreshTokenKey);
-    const bool hasLegacyAccess = isStored(legacy, accessTokenKey);
-    const bool hasLegacyRefresh = isStored(legacy, refreshTokenKey);
-    const bool hasSession = isStored(current, sessionKey);
-    const bool isSignedIn = hasAccess || hasLegacyAccess || hasSession;
-    const auto& defaults = server::SharedDefaults::shared();
-
-    std::string text;
-    const auto line = [&](std::string_view name, std::string_view value) {
-        text.append(name).append(": ").append(value).append("\n");
-    };
-    line("signed in", isSignedIn ? "yes" : "no");
-    line("access token", storedWord(hasAccess));
-    line("refresh token", storedWord(hasRefresh));
-    line("legacy access token", storedWord(hasLegacyAccess));
-    line("legacy refresh token", storedWord(hasLegacyRefresh));
-    line("session", storedWord(hasSession));
-    line("user id", defaults.store().stringForKey(SharedDefaultsKey::userId).value_or("none"));
-    line("account server", defaults.serverURL());
-    line("keychain", platform::environmentVariable("VELA_KEYCHAIN").value_or("embedded"));
-    return text;
+SignInStatus signInStatus() {
+    SignInStatus status;
+    for (const auto& lines : {keychainLines, defaultsLines}) {
+        try {
+            status.lines += lines();
+        } catch (const CompanionError& error) {
+            status.faults.emplace_back(error.what());
+        }
+    }
+    status.lines += line("keychain", platform::environmentVariable("VELA_KEYCHAIN").value_or("embedded"));
+    return status;
 }
 
 std::optional<std::string> defaultsText(std::string_view key) {
@@ -202,8 +227,8 @@ platform::URL pageFor(const platform::URL& link) {
         // Path, query and fragment of the link go along as they are.
         constexpr std::string_view start = "velaapp://";
         const auto rest = std::string_view(link.absoluteString()).substr(start.size() + row.host.size());
-        const auto page = platform::URL::parse(server::SharedDefaults::shared().serverURL() +
-                                               std::string(row.page) + std::string(rest));
+        const auto page =
+            platform::URL::parse(serverURL(sharedDefaults()) + std::string(row.page) + std::string(rest));
         if (page) return *page;
         break;
     }

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/URL/URL.hpp"
 
@@ -34,8 +35,13 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
 /// Removes tokens and session from both locations, and the user id.
 void signOut();
 
-/// What is stored, as lines for a person. Never a token.
-std::string signInStatus();
+/// What is stored, as lines for a person. Never a token, nor the user information of a URL.
+struct SignInStatus {
+    std::string lines;
+    /// Why the keychain's or the defaults' lines are missing.
+    std::vector<std::string> faults;
+};
+SignInStatus signInStatus();
 
 /// The value under `key` as text; nothing when there is none.
 std::optional<std::string> defaultsText(std::string_view key);

@@ -5,10 +5,15 @@
 #include <iostream>
 #include <iterator>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "host/CommandLine.hpp"
 #include "host/Companion.hpp"
 #include "host/Streams.hpp"
+#include "platform/Log/Logger.hpp"
+#include "platform/Log/StandardError.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace {
@@ -39,15 +44,51 @@ std::string standardInput() {
     return *std::move(text);
 }
 
+/// What a person is told on standard error. Log lines go there too, for who asks here does not look into the
+/// journal, unless a fault that is told says the same.
+class Complaints : public platform::LogSink {
+  public:
+    ~Complaints() override {
+        for (const auto& line : lines_) write(line);
+    }
+
+    void write(platform::LogLevel, std::string_view, std::string_view, std::string_view message) override {
+        lines_.emplace_back(message);
+    }
+
+    void fault(std::string_view text) {
+        std::erase_if(lines_, [&](const auto& line) { return text.find(line) != std::string_view::npos; });
+        lines_.emplace_back(text);
+        hasFault_ = true;
+    }
+    bool hasFault() const { return hasFault_; }
+
+  private:
+    static void write(std::string_view line) {
+        platform::writeLineToStandardError(std::string("vela-companion: ").append(line));
+    }
+
+    std::vector<std::string> lines_;
+    bool hasFault_ = false;
+    Override inForce_{*this};
+};
+
+/// For an action that tells its faults and goes on.
 template <typename Action>
-void run(Action action) {
+void runTelling(Action action) {
+    Complaints complaints;
     try {
         results();
-        action();
-    } catch (const host::CompanionError& error) {
-        std::cerr << "vela-companion: " << error.what() << "\n";
-        throw host::ExitStatus(1);
+        action(complaints);
+    } catch (const std::exception& error) {
+        complaints.fault(error.what());
     }
+    if (complaints.hasFault()) throw host::ExitStatus(1);
+}
+
+template <typename Action>
+void run(Action action) {
+    runTelling([&](Complaints&) { action(); });
 }
 
 struct Options {
@@ -84,7 +125,13 @@ void addSignOut(CLI::App& app) {
 void addStatus(CLI::App& app) {
     auto* command = app.add_subcommand("status", "Say what is stored; never prints a token");
     command->footer("Example:\n  vela-companion status");
-    command->callback([] { run([] { results().write(host::signInStatus()); }); });
+    command->callback([] {
+        runTelling([](Complaints& complaints) {
+            const auto status = host::signInStatus();
+            results().write(status.lines);
+            for (const auto& fault : status.faults) complaints.fault(fault);
+        });
+    });
 }
 
 void addDefaults(CLI::App& app, Options& options) {

@@ -12,9 +12,12 @@ constexpr const char* defaultSuiteName = "group.com.tervane.pontal.shared";
 constexpr const char* defaultBaseURL = VELA_ACCOUNT_SERVER_URL;
 
 std::unique_ptr<platform::UserDefaults> openedSuite() {
-    auto store = platform::UserDefaults::suite(suiteName());
-    if (!store) platform::fatalError("The shared defaults suite " + suiteName() + " cannot be opened.");
-    return store;
+    try {
+        return platform::UserDefaults::suite(suiteName());
+    } catch (const platform::UserDefaultsError& error) {
+        platform::fatalError("The shared defaults suite " + suiteName() +
+                             " cannot be opened: " + error.what());
+    }
 }
 
 }  // namespace

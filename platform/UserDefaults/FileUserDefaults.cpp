@@ -7,10 +7,12 @@
 
 #include <cerrno>
 #include <chrono>
+#include <functional>
 #include <system_error>
 #include <thread>
 #include <utility>
 
+#include "platform/Files/TrustedFolder.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Log/Logger.hpp"
 
@@ -22,36 +24,13 @@ constexpr const char* fileName = "preferences.json";
 constexpr const char* temporaryFileName = ".preferences.json.new";
 constexpr std::chrono::seconds patience{2};
 
-class Descriptor {
-  public:
-    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
-    ~Descriptor() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-    Descriptor(Descriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    Descriptor& operator=(Descriptor&&) = delete;
-
-    bool isOpen() const { return descriptor_ >= 0; }
-    operator int() const { return descriptor_; }  // NOLINT(google-explicit-constructor)
-
-  private:
-    int descriptor_;
-};
-
 [[noreturn]] void fail(const std::string& what, int error) {
     throw UserDefaultsError(what + ": " + std::generic_category().message(error));
 }
 
-// Nothing for a file that is not there; throws UserDefaultsError for one that cannot be read.
-std::optional<std::string> contents(const std::filesystem::path& file) {
-    const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (!descriptor.isOpen()) {
-        if (errno == ENOENT) return std::nullopt;
-        fail("the preferences cannot be read", errno);
-    }
+std::string contents(const Descriptor& descriptor) {
     struct stat found = {};
     if (::fstat(descriptor, &found) != 0) fail("the preferences cannot be read", errno);
-    if (!S_ISREG(found.st_mode)) throw UserDefaultsError("the preferences are not a regular file");
     if (static_cast<std::size_t>(found.st_size) > FileUserDefaults::maximumFileSize) {
         throw UserDefaultsError("the preferences are larger than 4 MiB");
     }
@@ -78,19 +57,9 @@ boost::json::object parse(const std::string& text) {
     throw UserDefaultsError("the preferences are not a JSON object");
 }
 
-boost::json::object load(const std::filesystem::path& file) {
-    const auto text = contents(file);
-    return text ? parse(*text) : boost::json::object();
-}
-
-Descriptor openFolder(const std::filesystem::path& folder) {
-    std::error_code ignored;
-    std::filesystem::create_directories(folder.parent_path(), ignored);
-    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST)
-        fail("the preferences' folder cannot be made", errno);
-    Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor.isOpen()) fail("the preferences' folder cannot be opened", errno);
-    return descriptor;
+boost::json::object load(const TrustedFolder& folder) {
+    const auto file = folder.openFile(fileName, TrustedFolder::Others::mayRead);
+    return file ? parse(contents(*file)) : boost::json::object();
 }
 
 // Held until the folder's descriptor is closed. The lock is on the folder, because the file itself is
@@ -146,15 +115,46 @@ std::string textOf(const boost::json::object& values) {
     }
 }
 
+void change(const TrustedFolder& folder, const std::function<bool(boost::json::object&)>& edit) {
+    lock(folder.descriptor());
+    boost::json::object values = load(folder);
+    if (edit(values)) replaceFile(folder.descriptor(), textOf(values));
+}
+
+/// FileError says it in words of its own; to the suite's user it is the suite that cannot be used.
+template <typename Work>
+auto inWords(Work work) {
+    try {
+        return work();
+    } catch (const FileError& error) {
+        throw UserDefaultsError(error.what());
+    }
+}
+
 }  // namespace
+
+FileUserDefaults::FileUserDefaults(std::filesystem::path folder) : folder_(std::move(folder)) {
+    inWords([&] { return TrustedFolder::open(folder_).has_value(); });
+}
+
+boost::json::object FileUserDefaults::loaded() const {
+    return inWords([&] {
+        const auto folder = TrustedFolder::open(folder_);
+        return folder ? load(*folder) : boost::json::object();
+    });
+}
 
 boost::json::object FileUserDefaults::read() const {
     try {
-        return load(folder_ / fileName);
+        return loaded();
     } catch (const UserDefaultsError& error) {
         if (!hasComplained_.exchange(true)) Logger::standard().log(LogLevel::error, "%s", {{error.what()}});
         return {};
     }
+}
+
+void FileUserDefaults::requireReadable() const {
+    loaded();
 }
 
 std::optional<boost::json::value> FileUserDefaults::objectForKey(std::string_view key) const {
@@ -164,22 +164,19 @@ std::optional<boost::json::value> FileUserDefaults::objectForKey(std::string_vie
 }
 
 void FileUserDefaults::setObject(std::string_view key, const boost::json::value& value) {
-    change([&](boost::json::object& values) {
-        values.insert_or_assign(key, value);
-        return true;
+    inWords([&] {
+        change(TrustedFolder::make(folder_), [&](boost::json::object& values) {
+            values.insert_or_assign(key, value);
+            return true;
+        });
     });
 }
 
 void FileUserDefaults::removeObject(std::string_view key) {
-    if (!std::filesystem::exists(folder_)) return;
-    change([&](boost::json::object& values) { return values.erase(key) > 0; });
-}
-
-void FileUserDefaults::change(const std::function<bool(boost::json::object&)>& edit) {
-    const Descriptor folder = openFolder(folder_);
-    lock(folder);
-    boost::json::object values = load(folder_ / fileName);
-    if (edit(values)) replaceFile(folder, textOf(values));
+    inWords([&] {
+        if (const auto folder = TrustedFolder::open(folder_))
+            change(*folder, [&](boost::json::object& values) { return values.erase(key) > 0; });
+    });
 }
 
 }  // namespace platform

@@ -1,11 +1,11 @@
 #pragma once
 
-// A suite kept as one JSON object in `preferences.json` of its folder. Safe from any thread.
+// A suite kept as one JSON object in `preferences.json` of its folder. What another user could have changed
+// is not read. Safe from any thread.
 
 #include <atomic>
 #include <boost/json/object.hpp>
 #include <filesystem>
-#include <functional>
 
 #include "platform/UserDefaults/UserDefaults.hpp"
 
@@ -15,15 +15,17 @@ class FileUserDefaults : public UserDefaults {
   public:
     static constexpr std::size_t maximumFileSize = std::size_t{4} << 20;
 
-    explicit FileUserDefaults(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    /// Throws UserDefaultsError for a folder that cannot be used; one that does not exist yet can.
+    explicit FileUserDefaults(std::filesystem::path folder);
 
     std::optional<boost::json::value> objectForKey(std::string_view key) const override;
     void setObject(std::string_view key, const boost::json::value& value) override;
     void removeObject(std::string_view key) override;
+    void requireReadable() const override;
 
   private:
+    boost::json::object loaded() const;
     boost::json::object read() const;
-    void change(const std::function<bool(boost::json::object&)>& edit);
 
     std::filesystem::path folder_;
     mutable std::atomic<bool> hasComplained_ = false;

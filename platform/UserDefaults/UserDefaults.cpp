@@ -1,11 +1,7 @@
 #include "platform/UserDefaults/UserDefaults.hpp"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <array>
 #include <boost/json/value.hpp>
-#include <cerrno>
 #include <charconv>
 #include <climits>
 
@@ -27,29 +23,19 @@ bool isFileName(std::string_view name) {
            name.find_first_of(std::string_view("/\0", 2)) == std::string_view::npos;
 }
 
-// A folder that does not exist yet is usable where the nearest one above it is.
-bool isUsable(const std::filesystem::path& folder) {
-    struct stat found = {};
-    if (::stat(folder.c_str(), &found) == 0) {
-        return S_ISDIR(found.st_mode) && ::access(folder.c_str(), R_OK | X_OK) == 0;
-    }
-    if (errno != ENOENT || !folder.has_relative_path()) return false;
-    return isUsable(folder.parent_path());
-}
-
 }  // namespace
 
 std::unique_ptr<UserDefaults> UserDefaults::suite(std::string_view suiteName) {
     const auto home = dataHome();
-    return home ? suite(suiteName, *home) : nullptr;
+    if (!home) throw UserDefaultsError("there is no data folder: neither XDG_DATA_HOME nor a home is known");
+    return suite(suiteName, *home);
 }
 
 std::unique_ptr<UserDefaults> UserDefaults::suite(std::string_view suiteName,
                                                   const std::filesystem::path& dataHome) {
-    if (!dataHome.is_absolute() || !isFileName(suiteName)) return nullptr;
-    auto folder = dataHome / suiteName;
-    if (!isUsable(folder)) return nullptr;
-    return std::make_unique<FileUserDefaults>(std::move(folder));
+    if (!dataHome.is_absolute()) throw UserDefaultsError("the data folder is no absolute path");
+    if (!isFileName(suiteName)) throw UserDefaultsError("the suite's name is no file name");
+    return std::make_unique<FileUserDefaults>(dataHome / suiteName);
 }
 
 std::optional<std::string> UserDefaults::stringForKey(std::string_view key) const {

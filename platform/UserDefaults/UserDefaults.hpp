@@ -13,7 +13,7 @@
 
 namespace platform {
 
-/// Thrown by writes only; `what()` says what could not be done and why, and never holds a value.
+/// `what()` says what could not be done and why, and never holds a value.
 class UserDefaultsError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -23,23 +23,29 @@ class UserDefaults {
   public:
     virtual ~UserDefaults() = default;
 
-    /// The suite's file in the data folder, `<data home>/<suite>/preferences.json`. Nothing when the folder
-    /// cannot be used (no data home, not a folder, no permission, a suite name that is no file name). The
-    /// folder is made with mode 0700 when something is first written, not before.
+    /// The suite's file in the data folder, `<data home>/<suite>/preferences.json`. Throws UserDefaultsError
+    /// when the folder cannot be used: no data home, not a folder, no permission, a suite name that is no
+    /// file name, or a folder that another user could have changed (platform/Files/TrustedFolder). The folder
+    /// is made with mode 0700 when something is first written, not before.
     static std::unique_ptr<UserDefaults> suite(std::string_view suiteName);
     static std::unique_ptr<UserDefaults> suite(std::string_view suiteName,
                                                const std::filesystem::path& dataHome);
 
     /// The value as typed; nothing when absent. A missing file is an empty suite; a file that is not a JSON
-    /// object, is over 4 MiB or cannot be read is logged once and reads as empty.
+    /// object, is over 4 MiB, cannot be read or could have been changed by another user is logged once and
+    /// reads as empty.
     virtual std::optional<boost::json::value> objectForKey(std::string_view key) const = 0;
     /// Text for text, the decimal text for a number, nothing for any other type.
     std::optional<std::string> stringForKey(std::string_view key) const;
 
-    /// Throws UserDefaultsError, also when the stored file is damaged: what was stored stays stored.
+    /// Throws UserDefaultsError, also when the stored file is damaged or not trusted: what was stored stays
+    /// stored.
     virtual void setObject(std::string_view key, const boost::json::value& value) = 0;
     /// Removing an absent key does nothing.
     virtual void removeObject(std::string_view key) = 0;
+
+    /// Throws UserDefaultsError where the suite reads as empty because its file or folder cannot be used.
+    virtual void requireReadable() const {}
 };
 
 }  // namespace platform

@@ -181,6 +181,22 @@ TEST_F(Companion, SaysSoWhenTheKeychainCannotBeUsed) {
               "this is no keychain, but it is long enough to be looked at");
 }
 
+TEST_F(Companion, SaysSoWhereNoDataFolderCanBeHad) {
+    environment["XDG_DATA_HOME"] = "/dev/null";
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"status"},
+                                                                       {"sign-in"},
+                                                                       {"sign-out"},
+                                                                       {"defaults", "read", "a"},
+                                                                       {"defaults", "write", "a", "b"},
+                                                                       {"defaults", "delete", "a"},
+                                                                       {"open", "velaapp://order/1"}}) {
+        const auto result = companion(arguments, credentials);
+        EXPECT_EQ(result.status, 1) << arguments.front();
+        EXPECT_NE(result.errors.find("vela-companion: "), std::string::npos) << result.errors;
+        EXPECT_NE(result.errors.find("/dev/null"), std::string::npos) << result.errors;
+    }
+}
+
 TEST_F(Companion, LosesNothingOfADamagedDefaultsFile) {
     std::filesystem::create_directories(defaultsFile().parent_path());
     std::ofstream(defaultsFile()) << R"({"PONTAL_URL": "http://half)";

@@ -249,25 +249,78 @@ TEST_F(Suite, GivesUpOnALockThatIsNeverReleased) {
     EXPECT_EQ(suite->stringForKey("key"), "other");
 }
 
+bool isUsable(const std::string& name, const fs::path& dataHome) {
+    try {
+        UserDefaults::suite(name, dataHome);
+        return true;
+    } catch (const UserDefaultsError&) {
+        return false;
+    }
+}
+
 TEST(SuiteFolder, MustBeUsable) {
     const platform::testing::TemporaryFolder home;
     home.write("file", "");
-    EXPECT_NE(UserDefaults::suite("name", home.path()), nullptr);
-    EXPECT_NE(UserDefaults::suite("name", home.path() / "to" / "come"), nullptr);
-    EXPECT_EQ(UserDefaults::suite("file", home.path()), nullptr);
-    EXPECT_EQ(UserDefaults::suite("name", home.path() / "file"), nullptr);
-    EXPECT_EQ(UserDefaults::suite("name", "relative"), nullptr);
+    EXPECT_TRUE(isUsable("name", home.path()));
+    EXPECT_TRUE(isUsable("name", home.path() / "to" / "come"));
+    EXPECT_FALSE(isUsable("file", home.path()));
+    EXPECT_FALSE(isUsable("name", home.path() / "file"));
+    EXPECT_FALSE(isUsable("name", "relative"));
     for (const std::string& name : {std::string(), std::string("."), std::string(".."), std::string("a/b"),
                                     std::string("a\0b", 3), std::string(256, 'x')}) {
-        EXPECT_EQ(UserDefaults::suite(name, home.path()), nullptr) << name;
+        EXPECT_FALSE(isUsable(name, home.path())) << name;
     }
     fs::create_directories(home.path() / "closed" / "name");
     ASSERT_EQ(::chmod((home.path() / "closed").c_str(), 0700), 0);
     ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
     if (::geteuid() != 0) ::chmod((home.path() / "closed").c_str(), 0);
-    EXPECT_EQ(
-        runWithoutPrivileges([&] { return UserDefaults::suite("name", home.path() / "closed") ? 1 : 0; }), 0);
+    EXPECT_EQ(runWithoutPrivileges([&] { return isUsable("name", home.path() / "closed") ? 1 : 0; }), 0);
     ::chmod((home.path() / "closed").c_str(), 0700);
+}
+
+TEST_F(Suite, IsNotReadAndNotChangedWhereOthersCanChangeIt) {
+    suite->setObject("key", "value");
+    const std::vector<std::pair<fs::path, mode_t>> rows = {
+        {file, 0620}, {file, 0602}, {file, 0666}, {folder, 0770}, {folder, 0777}, {home.path(), 0777}};
+    for (const auto& [path, open] : rows) {
+        SCOPED_TRACE(path);
+        const mode_t before = mode(path);
+        const auto refused = this->open();
+        ASSERT_EQ(::chmod(path.c_str(), open), 0);
+        const platform::testing::RecordingLogSink log;
+        EXPECT_EQ(refused->objectForKey("key"), std::nullopt);
+        EXPECT_EQ(refused->stringForKey("key"), std::nullopt);
+        EXPECT_THAT(log.messages(),
+                    ::testing::ElementsAre(::testing::HasSubstr(path.string() + " is not trusted")));
+        EXPECT_THROW(refused->requireReadable(), UserDefaultsError);
+        EXPECT_THROW(refused->setObject("key", "other"), UserDefaultsError);
+        EXPECT_THROW(refused->removeObject("key"), UserDefaultsError);
+        EXPECT_EQ(isUsable("group.test", home.path()), path == file);
+        ASSERT_EQ(::chmod(path.c_str(), before), 0);
+        EXPECT_EQ(refused->stringForKey("key"), "value");
+        EXPECT_NO_THROW(refused->requireReadable());
+    }
+}
+
+TEST_F(Suite, IsReadWhereOthersCanReadItAndItsOwnersAloneAfterAWrite) {
+    suite->setObject("key", "value");
+    ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+    EXPECT_EQ(suite->stringForKey("key"), "value");
+    suite->setObject("key", "other");
+    EXPECT_EQ(mode(file), 0600u);
+}
+
+TEST_F(Suite, IsNotReadThroughALink) {
+    suite->setObject("key", "value");
+    fs::rename(file, home.path() / "elsewhere");
+    fs::create_symlink(home.path() / "elsewhere", file);
+    const platform::testing::RecordingLogSink log;
+    EXPECT_EQ(suite->stringForKey("key"), std::nullopt);
+    EXPECT_THROW(suite->setObject("key", "other"), UserDefaultsError);
+    fs::rename(folder, home.path() / "group.elsewhere");
+    fs::create_directory_symlink("group.elsewhere", folder);
+    EXPECT_EQ(suite->stringForKey("key"), std::nullopt);
+    EXPECT_FALSE(isUsable("group.test", home.path()));
 }
 
 TEST(SuiteFolder, LiesInTheDataHome) {
