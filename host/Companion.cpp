@@ -120,10 +120,26 @@ std::string keychainLines() {
            storedLine("legacy refresh token", hasLegacyRefresh) + storedLine("session", hasSession);
 }
 
+/// An address for a screen. What is before its "@" may be a password; where the "@" stands elsewhere than the
+/// grammar has it, nobody can say what is, so nothing is shown.
+std::string withoutUserInformation(const std::string& address) {
+    const auto url = platform::URL::parse(address);
+    if (url && !url->host().empty()) {
+        const auto shown = url->withoutUserInformation().absoluteString();
+        const bool isPlain =
+            url->host().find("%40") == std::string::npos && shown.find('@') == std::string::npos;
+        if (isPlain) return shown;
+    } else if (address.find('@') == std::string::npos && address.find("%40") == std::string::npos) {
+        return address;
+    }
+    return "(not shown: it may hold a password)";
+}
+
 std::string defaultsLines() {
     auto suite = sharedDefaults();
     const auto userId = suite->stringForKey(SharedDefaultsKey::userId);
-    return line("user id", userId.value_or("none")) + line("account server", serverURL(std::move(suite)));
+    return line("user id", userId.value_or("none")) +
+           line("account server", withoutUserInformation(serverURL(std::move(suite))));
 }
 
 struct LinkRow {
@@ -229,7 +245,7 @@ platform::URL pageFor(const platform::URL& link) {
         const auto rest = std::string_view(link.absoluteString()).substr(start.size() + row.host.size());
         const auto page =
             platform::URL::parse(serverURL(sharedDefaults()) + std::string(row.page) + std::string(rest));
-        if (page) return *page;
+        if (page) return page->withoutUserInformation();
         break;
     }
     throw CompanionError("the link leads nowhere that is known");

@@ -271,6 +271,12 @@ std::string URL::path() const {
     return view(text_).path();
 }
 
+URL URL::withoutUserInformation() const {
+    Parts kept = parts(view(text_));
+    if (kept.authority) kept.authority->erase(0, kept.authority->rfind('@') + 1);
+    return URL(kept.text());
+}
+
 bool isSameOrigin(const URL& first, const URL& second) {
     return first.scheme() == second.scheme() && first.host() == second.host() &&
            first.effectivePort() == second.effectivePort();

@@ -31,6 +31,8 @@ class URL {
     std::optional<std::uint16_t> effectivePort() const;
     /// Percent-decoded.
     std::string path() const;
+    /// What stands before the "@" of the authority is left out, and the "@" with it.
+    URL withoutUserInformation() const;
 
     auto operator<=>(const URL&) const = default;
 
