@@ -205,5 +205,5 @@ int main(int count, char** arguments) {
     addStatus(app);
     addDefaults(app, options);
     addOpen(app, options);
-    return host::runCommandLine(app, count, arguments);
+    return host::runCommandLine(app, count, arguments, "sign-in");
 }

@@ -22,6 +22,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 struct Outcome {
     int status;
@@ -168,6 +169,13 @@ TEST_F(Program, EndsWithItsParent) {
         std::this_thread::sleep_for(10ms);
     }
     EXPECT_FALSE(std::filesystem::exists(path("ready")));
+}
+
+TEST_F(Program, NamesTheWordThatIsUnknown) {
+    EXPECT_THAT(run({"bogus"}).errors, StartsWith("vela-sandbox: there is no command \"bogus\"\n"));
+    EXPECT_THAT(run({"evnets"}).errors, HasSubstr("did you mean \"events\"?"));
+    EXPECT_THAT(run({"--scenarios"}).errors, HasSubstr("did you mean \"--scenario\"?"));
+    EXPECT_EQ(run({"bogus"}).status, 2);
 }
 
 TEST_F(Program, ReportsWrongUsageAndFailure) {
