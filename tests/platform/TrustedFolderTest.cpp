@@ -158,6 +158,9 @@ TEST_F(Tree, IsNotTrustedWhenItBelongsToAnotherUser) {
                     HasSubstr(path.string() + " is not trusted: it belongs to another user (uid 54321)"));
         ASSERT_EQ(::lchown(path.c_str(), 0, 0), 0);
     }
+    ASSERT_EQ(::chown(data.c_str(), 65534, 65534), 0);
+    EXPECT_THAT(fault(), HasSubstr("belongs to another user (uid 65534)")) << "nobody is a stranger too";
+    ASSERT_EQ(::chown(data.c_str(), 0, 0), 0);
     giveAway(temporary.path() / "link");
     EXPECT_THAT(fault(temporary.path() / "link/data/suite"), HasSubstr("belongs to another user"));
     EXPECT_EQ(fault(), "");
