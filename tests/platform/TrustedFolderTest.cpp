@@ -141,13 +141,13 @@ TEST_F(Tree, IsNotTrustedWithAFileThatOthersCanReadWhereTheyMayNot) {
 }
 
 TEST_F(Tree, IsMendedByTheCommandThatIsNamedWhateverItsPath) {
-    const fs::path odd = data / "it's $HOME \"odd\"";
-    fs::rename(suite, odd);
-    setMode(odd, 0777);
-    const auto words = fault(odd);
-    const auto command = words.substr(words.find("chmod"));
-    ASSERT_EQ(::system(command.c_str()), 0) << command;
-    EXPECT_EQ(fault(odd), "");
+    fs::rename(suite, data / "it's $HOME \"odd\"");
+    setMode(data / "it's $HOME \"odd\"", 0777);
+    // What is named is handed to a shell: it must be this and nothing else.
+    const std::string command = "chmod 700 '" + data.string() + "/it'\\''s $HOME \"odd\"'";
+    ASSERT_THAT(fault(data / "it's $HOME \"odd\""), ::testing::EndsWith("then: " + command));
+    ASSERT_EQ(::system(command.c_str()), 0);
+    EXPECT_EQ(fault(data / "it's $HOME \"odd\""), "");
 }
 
 TEST_F(Tree, IsNotTrustedWhenItBelongsToAnotherUser) {
