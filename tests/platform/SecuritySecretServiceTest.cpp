@@ -127,7 +127,7 @@ class Session {
     }
     void awaitService() {
         for (int attempt = 0; attempt < 2000; ++attempt) {
-            SecretServiceItemStore store;
+            SecretServiceItemStore store(std::nullopt);
             if (store.copyMatching(item("none", "none"), nullptr) != errSecNotAvailable) return;
             ::usleep(5000);
         }
@@ -143,7 +143,8 @@ void inSession(Keyring keyring, const std::function<void(SecretServiceItemStore&
     EXPECT_EQ(platform::testing::runInChild([&] {
                   {
                       const Session session(keyring);
-                      SecretServiceItemStore store;
+                      const platform::testing::TemporaryFolder folder;
+                      SecretServiceItemStore store(folder.path() / "keychain.lock");
                       body(store);
                   }
                   return ::testing::Test::HasFailure() ? 1 : 0;
@@ -253,7 +254,7 @@ TEST(SecretServiceKeychain, SaysThatThereIsNoBus) {
                   const platform::testing::TemporaryFolder folder;
                   ::setenv("DBUS_SESSION_BUS_ADDRESS",
                            ("unix:path=" + (folder.path() / "bus").string()).c_str(), 1);
-                  SecretServiceItemStore store;
+                  SecretServiceItemStore store(folder.path() / "keychain.lock");
                   return store.add(item("s", "a")) == errSecNotAvailable ? 0 : 1;
               }),
               0);
