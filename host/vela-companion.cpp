@@ -39,13 +39,17 @@ std::string standardInput() {
     return *std::move(text);
 }
 
+void say(std::string_view text) {
+    std::cerr << "vela-companion: " << text << std::endl;
+}
+
 template <typename Action>
 void run(Action action) {
     try {
         results();
         action();
     } catch (const host::CompanionError& error) {
-        std::cerr << "vela-companion: " << error.what() << "\n";
+        say(error.what());
         throw host::ExitStatus(1);
     }
 }
@@ -70,7 +74,7 @@ void addSignIn(CLI::App& app, Options& options) {
     command->callback([&options] {
         run([&options] {
             const auto location = options.legacy ? host::TokenLocation::legacy : host::TokenLocation::current;
-            host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId);
+            host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId, say);
         });
     });
 }
@@ -78,7 +82,7 @@ void addSignIn(CLI::App& app, Options& options) {
 void addSignOut(CLI::App& app) {
     auto* command = app.add_subcommand("sign-out", "Remove tokens, session and user id");
     command->footer("Example:\n  vela-companion sign-out");
-    command->callback([] { run(host::signOut); });
+    command->callback([] { run([] { host::signOut(say); }); });
 }
 
 void addStatus(CLI::App& app) {

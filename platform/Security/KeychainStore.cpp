@@ -21,7 +21,7 @@ class KeychainStore::Scope : public SecItemTransaction {
         : store_(store), outer_(of(store)), previous_(std::exchange(innermost_, this)) {}
     ~Scope() override {
         innermost_ = previous_;
-        if (outer_ && !isAgreed_) outer_->fail(errSecIO);
+        if (outer_ && !isAgreed_) outer_->fail({errSecIO});
     }
     Scope(const Scope&) = delete;
     Scope& operator=(const Scope&) = delete;
@@ -33,7 +33,9 @@ class KeychainStore::Scope : public SecItemTransaction {
         return nullptr;
     }
 
-    OSStatus status() const { return status_; }
+    void throwIfFailed() const {
+        if (hasFailed()) throw failure_;
+    }
     /// The store's own, if it has been begun.
     KeychainTransaction* transaction() const { return transaction_.get(); }
     /// The store's own; nothing where there is no store.
@@ -48,26 +50,25 @@ class KeychainStore::Scope : public SecItemTransaction {
             if (account != change.attributes.end())
                 accounts_.push_back(std::get<std::string>(account->second));
         } else if (status != change.tolerated) {
-            fail(status);
+            fail({status, SecItemFault()});
         }
         return status;
     }
 
     /// Lets go of the store at once.
-    void fail(OSStatus status) {
-        if (status_ == errSecSuccess) status_ = status;
+    void fail(const KeychainFailure& failure) {
+        if (!hasFailed()) failure_ = failure;
         transaction_.reset();
     }
 
     OSStatus commit() override {
         isAgreed_ = true;
-        if (outer_) return outer_->status_;
-        if (status_ != errSecSuccess || !transaction_) return status_;
         const OSStatus status = keychainStatusOf([this] {
-            transaction_->commit();
+            (outer_ ? outer_ : this)->throwIfFailed();
+            if (transaction_) transaction_->commit();
             return errSecSuccess;
         });
-        if (status != errSecSuccess) fail(status);
+        if (status != errSecSuccess) fail({status, SecItemFault()});
         transaction_.reset();
         return status;
     }
@@ -75,13 +76,15 @@ class KeychainStore::Scope : public SecItemTransaction {
     const std::vector<std::string>& lostAccounts() const override { return accounts_; }
 
   private:
+    bool hasFailed() const { return failure_.status != errSecSuccess; }
+
     static thread_local Scope* innermost_;
 
     KeychainStore& store_;
     Scope* outer_;
     Scope* previous_;
     std::unique_ptr<KeychainTransaction> transaction_;
-    OSStatus status_ = errSecSuccess;
+    KeychainFailure failure_ = {errSecSuccess};
     std::vector<std::string> accounts_;
     bool isAgreed_ = false;
 };
@@ -128,7 +131,7 @@ OSStatus KeychainStore::copyMatching(const SecAttributes& asked, SecResult* resu
         const auto query = KeychainQuery::toCopy(asked);
         if (!query) return errSecParam;
         Scope* scope = Scope::of(*this);
-        if (scope && scope->status() != errSecSuccess) return scope->status();
+        if (scope) scope->throwIfFailed();
         std::vector<KeychainItem> matches;
         // Whoever asks without a result slot is about to write.
         const bool mayReadAside = !scope || (!scope->transaction() && result);
@@ -138,7 +141,7 @@ OSStatus KeychainStore::copyMatching(const SecAttributes& asked, SecResult* resu
             try {
                 matches = itemsIn(scope->begun(result ? Access::readToChange : Access::change), *query);
             } catch (const KeychainFailure& failure) {
-                scope->fail(failure.status);
+                scope->fail(failure);
                 throw;
             }
         }
@@ -177,8 +180,8 @@ OSStatus KeychainStore::remove(const SecAttributes& asked) {
 
 OSStatus KeychainStore::apply(const Change& change) {
     Scope* scope = Scope::of(*this);
-    if (scope && scope->status() != errSecSuccess) return scope->status();
     const OSStatus status = keychainStatusOf([&]() -> OSStatus {
+        if (scope) scope->throwIfFailed();
         if (!change.work) return errSecParam;
         const auto own = scope ? nullptr : begin(change.access);
         KeychainTransaction* transaction = scope ? scope->begun(change.access) : own.get();
