@@ -80,6 +80,7 @@ class PackageFetch final : public PackageFetching {
   private:
     boost::asio::awaitable<std::optional<presentation::PackageList>> queriedPackages();
     boost::asio::awaitable<bool> renewsAccessToken();
+    boost::asio::awaitable<void> renewPair();
     boost::asio::awaitable<void> exchangeRefreshToken(std::string refreshToken);
 
     std::shared_ptr<VelaServerConnectivity> connectivity_;
