@@ -6,10 +6,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <functional>
 #include <system_error>
 
 #include "platform/Files/TrustedFolder.hpp"
+#include "platform/Security/KeychainChange.hpp"
 #include "platform/Security/KeychainLock.hpp"
 #include "platform/Security/SpaceReserve.hpp"
 
@@ -230,22 +230,15 @@ void requireSound(const fs::path& file, sqlite3* database) {
         refuse(file, "is damaged, or is no keychain");
 }
 
-/// The one item that a statement was for must have been there.
-void requireOneChange(sqlite3* database) {
-    if (sqlite3_changes(database) != 1) throw KeychainFailure{errSecItemNotFound};
-}
-
-// For want of space it does all its changes again in the room of the reserve. Another process may have
-// written in between: the later write wins, as it does anyway.
+// For want of space it does all its changes again in the room of the reserve, if nobody has changed anything
+// in between.
 class Transaction : public KeychainTransaction {
   public:
     Transaction(fs::path file, std::chrono::milliseconds patience, Database database)
         : file_(std::move(file)), patience_(patience), database_(std::move(database)) {}
 
     void createSchema() {
-        apply([](sqlite3* database) {
-            if (isBlank(database)) check(sqlite3_exec(database, schema, nullptr, nullptr, nullptr));
-        });
+        attempt([this] { check(sqlite3_exec(database_.get(), schema, nullptr, nullptr, nullptr)); });
     }
 
     std::vector<KeychainItem> items(const KeychainQuery& query) override {
@@ -265,61 +258,75 @@ class Transaction : public KeychainTransaction {
         return found;
     }
 
-    void insert(const KeychainItem& item) override {
-        apply([item](sqlite3* database) { Statement(database, insertItem).bindItem(item).step(); });
-    }
-
+    void insert(const KeychainItem& item) override { change({.before = std::nullopt, .after = item}); }
     void replace(const KeychainItem& item, const KeychainItem& replacement) override {
-        apply([item, replacement](sqlite3* database) {
-            Statement(database, updateItem).bindItem(replacement).bindIdentity(item).step();
-            requireOneChange(database);
-        });
+        change({.before = item, .after = replacement});
     }
-
-    void erase(const KeychainItem& item) override {
-        apply([item](sqlite3* database) {
-            Statement(database, deleteItem).bindIdentity(item).step();
-            requireOneChange(database);
-        });
-    }
+    void erase(const KeychainItem& item) override { change({.before = item, .after = std::nullopt}); }
 
     void commit() override {
-        try {
-            end();
-        } catch (const DatabaseFailure& failure) {
-            redoInReserve(failure);
-            end();
-        }
+        attempt([this] { end(); });
+        if (!sqlite3_get_autocommit(database_.get())) end();
         database_.reset();
         keepsReserve(file_);
     }
 
   private:
-    using Change = std::function<void(sqlite3*)>;
-
-    void apply(Change change) {
+    void change(KeychainChange change) {
+        if (changes_.empty()) before_ = items(KeychainQuery());
         changes_.push_back(std::move(change));
-        try {
-            changes_.back()(database_.get());
-        } catch (const DatabaseFailure& failure) {
-            redoInReserve(failure);
-        }
+        attempt([this] { make(changes_.back()); });
     }
 
-    void redoInReserve(const DatabaseFailure& failure) {
-        // Undone first, so that the journal's room is free too.
-        database_.reset();
-        if (!mayBeForWantOfSpace(failure) || !reserveOf(file_).release()) throw failure;
-        database_ = openToWrite(file_, patience_);
-        for (const Change& change : changes_) change(database_.get());
+    void make(const KeychainChange& change) {
+        if (!change.before)
+            Statement(database_.get(), insertItem).bindItem(*change.after).step();
+        else if (change.after)
+            Statement(database_.get(), updateItem)
+                .bindItem(*change.after)
+                .bindIdentity(*change.before)
+                .step();
+        else
+            Statement(database_.get(), deleteItem).bindIdentity(*change.before).step();
     }
 
     void end() { check(sqlite3_exec(database_.get(), "COMMIT", nullptr, nullptr, nullptr)); }
 
+    template <typename Work>
+    void attempt(Work work) {
+        try {
+            work();
+        } catch (const DatabaseFailure& failure) {
+            if (!mayBeForWantOfSpace(failure)) throw;
+            database_.reset();
+            if (!reserveOf(file_).release()) throw;
+            redo();
+        }
+    }
+
+    void redo() {
+        database_ = openToWrite(file_, patience_);
+        if (isBlank(database_.get())) createSchema();
+        const auto found = items(KeychainQuery());
+        auto after = before_;
+        for (const KeychainChange& change : changes_) change.applyTo(after);
+        if (found == before_) {
+            for (const KeychainChange& change : changes_) make(change);
+        } else if (found == after) {
+            // The commit that failed had gone far enough.
+            end();
+        } else {
+            throw KeychainFailure{errSecInteractionNotAllowed,
+                                  "another program has changed the keychain meanwhile"};
+        }
+    }
+
     fs::path file_;
     std::chrono::milliseconds patience_;
     Database database_;
-    std::vector<Change> changes_;
+    /// Every item as it was before the first change.
+    std::vector<KeychainItem> before_;
+    KeychainChanges changes_;
 };
 
 }  // namespace

@@ -20,34 +20,19 @@ constexpr std::chrono::seconds readPatience{3};
 constexpr std::chrono::seconds writePatience{30};
 constexpr std::chrono::milliseconds pauseBetweenAttempts{5};
 
-constexpr SecretSchema itemSchema = {"vela.Keychain.GenericPassword",
-                                     SECRET_SCHEMA_NONE,
-                                     {{kSecAttrService, SECRET_SCHEMA_ATTRIBUTE_STRING},
-                                      {kSecAttrAccount, SECRET_SCHEMA_ATTRIBUTE_STRING},
-                                      {kSecAttrAccessGroup, SECRET_SCHEMA_ATTRIBUTE_STRING},
-                                      {kSecAttrAccessible, SECRET_SCHEMA_ATTRIBUTE_STRING}},
-                                     0,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr,
-                                     nullptr};
+SecretSchema schemaNamed(const char* name) {
+    SecretSchema schema = {};
+    schema.name = name;
+    std::size_t index = 0;
+    for (const auto& attribute : keychainTextAttributes)
+        schema.attributes[index++] = {attribute.key, SECRET_SCHEMA_ATTRIBUTE_STRING};
+    return schema;
+}
 
+const SecretSchema itemSchema = schemaNamed("vela.Keychain.GenericPassword");
 // The service changes one item at a time. A transaction of several changes is first written down whole as one
 // item of its own: from then on it counts as made, and whoever finds it finishes it.
-constexpr SecretSchema journalSchema = {"vela.Keychain.Journal",
-                                        SECRET_SCHEMA_NONE,
-                                        {},
-                                        0,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr,
-                                        nullptr};
+const SecretSchema journalSchema = schemaNamed("vela.Keychain.Journal");
 
 const SecretServiceLibrary& library() {
     const SecretServiceLibrary* shared = SecretServiceLibrary::shared();
@@ -360,15 +345,18 @@ class Transaction : public KeychainTransaction {
     void overwrite(SecretItem* stored, const KeychainItem& item) {
         Failure failure;
         const KeychainItem old = itemFrom(stored);
-        if (!item.hasIdentityOf(old) || item.accessible != old.accessible) {
+        const bool hasNewData = item.data != old.data;
+        if (hasNewData) {
+            library().secret_item_set_secret_sync(stored, valueOf(item.data).get(), cancellable(),
+                                                  failure.slot());
+            failure.raise(errSecIO);
+        }
+        // The service renews the date for equal attributes, but not for equal bytes.
+        if (!hasNewData || !item.hasIdentityOf(old) || item.accessible != old.accessible) {
             library().secret_item_set_attributes_sync(stored, &itemSchema, attributesOf(item).get(),
                                                       cancellable(), failure.slot());
             failure.raise(errSecIO);
         }
-        // Equal bytes too: it renews the date.
-        library().secret_item_set_secret_sync(stored, valueOf(item.data).get(), cancellable(),
-                                              failure.slot());
-        failure.raise(errSecIO);
     }
 
     void create(const SecretSchema& schema, const Attributes& attributes, const std::string& label,

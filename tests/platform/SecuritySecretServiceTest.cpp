@@ -2,7 +2,11 @@
 #include <unistd.h>
 
 #include <functional>
+#include <map>
 
+#include "platform/Security/KeychainChange.hpp"
+#include "platform/Security/KeychainFailure.hpp"
+#include "platform/Security/SecretServiceLibrary.hpp"
 #include "tests/platform/SecretServiceSession.hpp"
 
 namespace platform {
@@ -108,6 +112,156 @@ TEST(SecretServiceKeychain, TakesItsDatesFromTheService) {
             EXPECT_GE(age, -1.0) << key;
             EXPECT_LE(age, 60.0) << key;
         }
+    });
+}
+
+SecretSchema schemaNamed(const char* name) {
+    SecretSchema schema = {};
+    schema.name = name;
+    std::size_t index = 0;
+    for (const auto& attribute : keychainTextAttributes)
+        schema.attributes[index++] = {attribute.key, SECRET_SCHEMA_ATTRIBUTE_STRING};
+    return schema;
+}
+
+const SecretSchema itemSchema = schemaNamed("vela.Keychain.GenericPassword");
+const SecretSchema journalSchema = schemaNamed("vela.Keychain.Journal");
+
+// The keyring itself, past the store.
+class Keyrings {
+  public:
+    Keyrings()
+        : library_(*SecretServiceLibrary::shared()),
+          service_(library_.secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, nullptr)) {}
+
+    std::size_t count(const SecretSchema& schema) const {
+        GHashTable* any = attributes({});
+        GList* found =
+            library_.secret_service_search_sync(service_, &schema, any, SECRET_SEARCH_ALL, nullptr, nullptr);
+        std::size_t count = 0;
+        for (const GList* link = found; link; link = link->next) ++count;
+        return count;
+    }
+
+    void create(const SecretSchema& schema, const std::map<std::string, std::string>& texts,
+                const std::string& bytes) const {
+        SecretCollection* collection = library_.secret_collection_for_alias_sync(
+            service_, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, nullptr);
+        SecretValue* value = library_.secret_value_new(bytes.data(), static_cast<gssize>(bytes.size()),
+                                                       "application/octet-stream");
+        EXPECT_TRUE(library_.secret_item_create_sync(collection, &schema, attributes(texts), "item", value,
+                                                     SECRET_ITEM_CREATE_NONE, nullptr, nullptr));
+    }
+
+  private:
+    GHashTable* attributes(const std::map<std::string, std::string>& texts) const {
+        GHashTable* table = library_.g_hash_table_new_full(library_.g_str_hash, library_.g_str_equal,
+                                                           library_.g_free, library_.g_free);
+        for (const auto& [key, text] : texts)
+            library_.g_hash_table_insert(table, library_.g_strdup(key.c_str()),
+                                         library_.g_strdup(text.c_str()));
+        return table;
+    }
+
+    const SecretServiceLibrary& library_;
+    SecretService* service_;
+};
+
+// As versions have left them that looked and inserted in two steps.
+void makeTwin(const Keyrings& keyring, const std::string& bytesOfTwin) {
+    keyring.create(itemSchema,
+                   {{kSecAttrService, "s"},
+                    {kSecAttrAccount, "a"},
+                    {kSecAttrAccessGroup, ""},
+                    {kSecAttrAccessible, kSecAttrAccessibleAfterFirstUnlock}},
+                   bytesOfTwin);
+}
+
+TEST(SecretServiceKeychain, TakesTheNewestOfSeveralItemsOfOneIdentity) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
+        ASSERT_EQ(store.add(with(item("s", "a"), bytes("older"))), errSecSuccess);
+        const Keyrings keyring;
+        makeTwin(keyring, "newer");
+        std::string data;
+        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(data, "newer");
+        EXPECT_EQ(keyring.count(itemSchema), 2u);
+
+        EXPECT_EQ(store.update(item("s", "a"), bytes("newest")), errSecSuccess);
+        EXPECT_EQ(keyring.count(itemSchema), 1u) << "a write removes the others";
+        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(data, "newest");
+
+        makeTwin(keyring, "again");
+        EXPECT_EQ(store.remove(item("s", "a")), errSecSuccess);
+        EXPECT_EQ(keyring.count(itemSchema), 0u);
+    });
+}
+
+KeychainItem keychainItem(const std::string& account, const std::string& data) {
+    return {.service = "s",
+            .account = account,
+            .accessGroup = "",
+            .accessible = kSecAttrAccessibleAfterFirstUnlock,
+            .creationDate = Date::now(),
+            .modificationDate = Date::now(),
+            .data = data};
+}
+
+TEST(SecretServiceKeychain, FinishesWhatAKilledProcessHasWrittenDown) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
+        for (const char* account : {"a", "gone"})
+            ASSERT_EQ(store.add(with(item("s", account), bytes("old"))), errSecSuccess);
+        const KeychainChanges changes = {
+            {.before = keychainItem("a", "old"), .after = keychainItem("a", "new")},
+            {.before = std::nullopt, .after = keychainItem("b", "new")},
+            {.before = keychainItem("gone", "old"), .after = std::nullopt},
+        };
+        const Keyrings keyring;
+        keyring.create(journalSchema, {}, KeychainChange::encoded(changes));
+
+        const auto expectNewState = [&store](const char* when) {
+            std::string data;
+            for (const char* account : {"a", "b"}) {
+                EXPECT_EQ(read(store, item("s", account), data), errSecSuccess) << when;
+                EXPECT_EQ(data, "new") << when;
+            }
+            EXPECT_EQ(read(store, item("s", "gone"), data), errSecItemNotFound) << when;
+        };
+        expectNewState("before it is finished");
+        EXPECT_EQ(keyring.count(journalSchema), 1u) << "a reader changes nothing";
+        EXPECT_EQ(store.add(with(item("s", "c"), bytes("x"))), errSecSuccess);
+        EXPECT_EQ(keyring.count(journalSchema), 0u);
+        EXPECT_EQ(keyring.count(itemSchema), 3u);
+        expectNewState("afterwards");
+    });
+}
+
+TEST(KeychainChanges, AreReadAsTheyWereWritten) {
+    const KeychainChanges changes = {
+        {.before = keychainItem("a", "old"), .after = keychainItem("a", std::string("n\0w\xff", 4))},
+        {.before = std::nullopt, .after = keychainItem("", "")},
+        {.before = keychainItem("gone", std::string(70000, 'x')), .after = std::nullopt},
+    };
+    const std::string bytes = KeychainChange::encoded(changes);
+    EXPECT_EQ(KeychainChange::decoded(bytes), changes);
+    EXPECT_TRUE(KeychainChange::decoded("").empty());
+    const std::string one = KeychainChange::encoded({changes.front()});
+    for (std::size_t size = 1; size < one.size(); ++size)
+        EXPECT_THROW(KeychainChange::decoded(one.substr(0, size)), KeychainFailure) << size;
+}
+
+TEST(SecretServiceKeychain, SaysThatItsLockCannotBeHad) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore&) {
+        const platform::testing::TemporaryFolder folder;
+        folder.write("vela", "a file in the folder's place");
+        SecretServiceItemStore store(folder.path() / "vela" / "keychain.lock");
+        EXPECT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecIO);
+        EXPECT_NE(SecItemFault().find("keychain.lock cannot be opened: Not a directory"), std::string::npos)
+            << SecItemFault();
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        SecretServiceItemStore homeless(std::nullopt);
+        EXPECT_EQ(homeless.remove(item("s", "a")), errSecIO);
     });
 }
 
