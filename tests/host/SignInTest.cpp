@@ -225,8 +225,9 @@ TEST_F(SignIn, SaysWhyTheKeychainIsRefused) {
     for (const char* command : {"sign-in", "sign-out"}) {
         const auto result = companion({command}, credentialsOf("new"));
         EXPECT_EQ(result.status, 1);
-        EXPECT_THAT(result.errors,
-                    HasSubstr("keychain.sqlite is open to other users; mend it with: chmod 600"));
+        EXPECT_THAT(
+            result.errors,
+            HasSubstr("keychain.sqlite is not trusted: other users can read it; mend it with: chmod 600"));
     }
 }
 

@@ -257,8 +257,7 @@ TEST(SecretServiceKeychain, SaysThatItsLockCannotBeHad) {
         folder.write("vela", "a file in the folder's place");
         SecretServiceItemStore store(folder.path() / "vela" / "keychain.lock");
         EXPECT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecIO);
-        EXPECT_NE(SecItemFault().find("keychain.lock cannot be opened: Not a directory"), std::string::npos)
-            << SecItemFault();
+        EXPECT_NE(SecItemFault().find("vela: Not a directory"), std::string::npos) << SecItemFault();
         EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
         SecretServiceItemStore homeless(std::nullopt);
         EXPECT_EQ(homeless.remove(item("s", "a")), errSecIO);
