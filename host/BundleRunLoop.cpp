@@ -18,6 +18,7 @@
 #include "host/EntryDrawer.hpp"
 #include "host/ExtensionRequest.hpp"
 #include "host/MessageChannel.hpp"
+#include "platform/ProcessInfo/ExpiringActivity.hpp"
 
 namespace host {
 
@@ -41,7 +42,8 @@ class BundleService {
             }
         } catch (const std::exception&) {
             // The host has gone, or says what this side does not understand: there is nobody left to answer.
-            context_.stop();
+            // The loop goes on only for the sake of an activity, whose end is the process's.
+            platform::endAfterActivities();
         }
     }
 
@@ -136,7 +138,6 @@ void runBundle(const widget::VelaWidgetBundle& bundle, int hostSocket) {
     BundleService service(context, bundle, hostSocket);
     asio::co_spawn(context, service.serve(), asio::detached);
     context.run();
-    std::fflush(nullptr);
     ::_exit(0);
 }
 

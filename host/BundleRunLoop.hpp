@@ -8,7 +8,8 @@
 namespace host {
 
 /// Serves `bundle` over the connected socket that the host handed down. Ends the process when the host has
-/// closed it; what is then still in flight (transfers, a drawing) is abandoned, not waited for.
+/// closed it; what is then still in flight (transfers, a drawing) is abandoned, not waited for, except an
+/// expiring activity: a renewal of the tokens.
 [[noreturn]] void runBundle(const widget::VelaWidgetBundle& bundle, int hostSocket);
 
 }  // namespace host

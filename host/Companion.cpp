@@ -6,7 +6,11 @@
 
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <cstring>
+#include <memory>
+#include <thread>
+#include <utility>
 
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -48,9 +52,10 @@ std::string serverURL(std::unique_ptr<platform::UserDefaults> suite) {
         .serverURL();
 }
 
-[[noreturn]] void failForKeychain(const std::string& what, const Keychain::KeychainError& error) {
-    const auto refusal = platform::SecItemStore::current().refusal();
-    throw CompanionError(what + ": " + (refusal ? *refusal : std::string(error.name())));
+[[noreturn]] void failWith(std::string what, const Keychain::KeychainError& error) {
+    what.append(": ").append(error.name());
+    if (!platform::SecItemFault().empty()) what.append("; ").append(platform::SecItemFault());
+    throw CompanionError(what);
 }
 
 /// Whether an item is stored, without reading it. Throws for a keychain that cannot tell.
@@ -64,21 +69,52 @@ bool isStored(const Keychain& keychain, const char* key) {
     const auto error = Keychain::KeychainError::ofStatus(platform::SecItemCopyMatching(query, nullptr));
     if (!error) return true;
     if (error->value() == Keychain::KeychainError::itemNotFound) return false;
-    failForKeychain("the keychain cannot be read", *error);
+    failWith("the keychain cannot be read", *error);
+}
+
+constexpr std::chrono::seconds patienceWithRenewals(70);
+constexpr std::chrono::milliseconds pauseBetweenAttempts(20);
+constexpr std::chrono::milliseconds waitWorthAWord(500);
+
+void throwUnlessSuccess(const char* what, platform::OSStatus status) {
+    if (const auto error = Keychain::KeychainError::ofStatus(status)) failWith(what, *error);
+}
+
+/// A renewal that is on its way would put its pair in the place of what is changed here, or a second
+/// companion its own. It is over when its server has answered, or has not for a minute.
+std::unique_ptr<platform::SecItemLock> holdingOffRenewals(const Notice& notice) {
+    auto lock = platform::SecItemMakeLock(platform::SecItemHold::exclusive);
+    const auto start = std::chrono::steady_clock::now();
+    bool isNoticeDue = true;
+    auto status = lock->tryAcquire();
+    for (; status == platform::errSecInteractionNotAllowed; status = lock->tryAcquire()) {
+        const auto waited = std::chrono::steady_clock::now() - start;
+        if (waited >= patienceWithRenewals)
+            throw CompanionError(
+                "the tokens are still being renewed or replaced; nothing was changed, try again");
+        if (waited >= waitWorthAWord && std::exchange(isNoticeDue, false))
+            notice("waiting until the tokens that are being renewed or replaced are stored");
+        std::this_thread::sleep_for(pauseBetweenAttempts);
+    }
+    throwUnlessSuccess("the keychain cannot be held", status);
+    return lock;
 }
 
 /// The keychain layer reports a failed write as a line only; here the person must know.
 void storeToken(const Keychain& keychain, const std::string& token, const char* key) {
     const platform::Data data = {token};
     keychain.setData(data, key);
-    if (keychain.dataForKey(key) != data) throw CompanionError("the keychain did not take the tokens");
+    if (keychain.dataForKey(key) == data) return;
+    std::string what = "the keychain did not take the tokens";
+    if (!platform::SecItemFault().empty()) what.append(": ").append(platform::SecItemFault());
+    throw CompanionError(what);
 }
 
 void emptyKeychain(const Keychain& keychain) {
     try {
         keychain.deleteAll();
     } catch (const Keychain::KeychainError& error) {
-        failForKeychain("the keychain cannot be emptied", error);
+        failWith("the keychain cannot be emptied", error);
     }
 }
 
@@ -172,30 +208,39 @@ Credentials Credentials::fromJSON(std::string_view text) {
     return credentials;
 }
 
-void signIn(const Credentials& credentials, TokenLocation location,
-            const std::optional<std::string>& userId) {
+void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId,
+            const Notice& notice) {
+    const auto lock = holdingOffRenewals(notice);
+    const auto transaction = platform::SecItemBeginTransaction();
     const auto current = currentKeychain();
     const auto legacy = server::legacyTokenKeychain();
     const auto& target = location == TokenLocation::current ? current : legacy;
     const auto& other = location == TokenLocation::current ? legacy : current;
     storeToken(target, credentials.accessToken, accessTokenKey);
     storeToken(target, credentials.refreshToken, refreshTokenKey);
-    // Only now: until the new pair stands, the old one is what the person is signed in with.
     emptyKeychain(other);
     target.setData(std::nullopt, sessionKey);
+
+    // Two files cannot change at once. Between them there is no user id: never a pair with another person's.
+    const auto newId = userId ? std::optional(boost::json::value(*userId)) : std::nullopt;
+    std::optional<boost::json::value> formerId;
     changeDefaults([&](platform::UserDefaults& defaults) {
-        if (userId)
-            defaults.setObject(SharedDefaultsKey::userId, boost::json::value(*userId));
-        else
-            defaults.removeObject(SharedDefaultsKey::userId);
+        formerId = defaults.objectForKey(SharedDefaultsKey::userId);
+        defaults.removeObject(SharedDefaultsKey::userId);
     });
+    const auto status = transaction->commit();
+    const auto id = status == platform::errSecSuccess ? newId : formerId;
+    if (id) writeDefaults(SharedDefaultsKey::userId, *id);
+    throwUnlessSuccess("the keychain did not take the tokens", status);
 }
 
-void signOut() {
+void signOut(const Notice& notice) {
+    const auto lock = holdingOffRenewals(notice);
+    const auto transaction = platform::SecItemBeginTransaction();
     emptyKeychain(currentKeychain());
     emptyKeychain(server::legacyTokenKeychain());
-    changeDefaults(
-        [](platform::UserDefaults& defaults) { defaults.removeObject(SharedDefaultsKey::userId); });
+    throwUnlessSuccess("the keychain cannot be emptied", transaction->commit());
+    deleteDefaults(SharedDefaultsKey::userId);
 }
 
 SignInStatus signInStatus() {

@@ -4,6 +4,7 @@
 // reads, and opens the widget's links. Errors are CompanionError; none of them holds a token.
 
 #include <boost/json/value.hpp>
+#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -29,11 +30,17 @@ struct Credentials {
     static Credentials fromJSON(std::string_view text);
 };
 
-/// Stores the pair and the user id (absent: forgets an earlier one), in place of an earlier sign-in.
-void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId);
+/// Takes words for the person while she waits.
+using Notice = std::function<void(std::string_view)>;
 
-/// Removes tokens and session from both locations, and the user id.
-void signOut();
+/// Stores the pair and the user id (absent: forgets an earlier one), in place of an earlier sign-in: wholly
+/// or not at all. Waits for renewals and other companions that are at it, 70 seconds at most. A kill at any
+/// instant leaves the old pair or the new one, and the user id that belongs to it or none.
+void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId,
+            const Notice& notice);
+
+/// Removes tokens and session from both locations at once, then the user id. Waits as `signIn` does.
+void signOut(const Notice& notice);
 
 /// What is stored, as lines for a person. Never a token, nor the user information of a URL.
 struct SignInStatus {

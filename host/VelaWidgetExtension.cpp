@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "host/BundleRunLoop.hpp"
+#include "platform/ProcessInfo/ExpiringActivity.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace {
@@ -52,10 +53,12 @@ int main(int count, char** arguments) {
         std::fputs(help, stderr);
         return 2;
     }
-    // It holds tokens, and it is nothing without its host.
+    // It holds tokens, and it is nothing without its host. A host that died before this line is noticed all
+    // the same: its end of the socket is closed.
     platform::forbidCoreFiles();
     platform::returnFreedMemory();
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    platform::endAfterActivitiesOnSignals();
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     ::signal(SIGPIPE, SIG_IGN);
     host::runBundle(widget::VelaWidgetBundle(), *socket);
 }

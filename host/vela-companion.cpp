@@ -44,12 +44,16 @@ std::string standardInput() {
     return *std::move(text);
 }
 
+void say(std::string_view text) {
+    platform::writeLineToStandardError(std::string("vela-companion: ").append(text));
+}
+
 /// What a person is told on standard error. Log lines go there too, for who asks here does not look into the
 /// journal, unless a fault that is told says the same.
 class Complaints : public platform::LogSink {
   public:
     ~Complaints() override {
-        for (const auto& line : lines_) write(line);
+        for (const auto& line : lines_) say(line);
     }
 
     void write(platform::LogLevel, std::string_view, std::string_view, std::string_view message) override {
@@ -64,10 +68,6 @@ class Complaints : public platform::LogSink {
     bool hasFault() const { return hasFault_; }
 
   private:
-    static void write(std::string_view line) {
-        platform::writeLineToStandardError(std::string("vela-companion: ").append(line));
-    }
-
     std::vector<std::string> lines_;
     bool hasFault_ = false;
     Override inForce_{*this};
@@ -111,7 +111,7 @@ void addSignIn(CLI::App& app, Options& options) {
     command->callback([&options] {
         run([&options] {
             const auto location = options.legacy ? host::TokenLocation::legacy : host::TokenLocation::current;
-            host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId);
+            host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId, say);
         });
     });
 }
@@ -119,7 +119,7 @@ void addSignIn(CLI::App& app, Options& options) {
 void addSignOut(CLI::App& app) {
     auto* command = app.add_subcommand("sign-out", "Remove tokens, session and user id");
     command->footer("Example:\n  vela-companion sign-out");
-    command->callback([] { run(host::signOut); });
+    command->callback([] { run([] { host::signOut(say); }); });
 }
 
 void addStatus(CLI::App& app) {

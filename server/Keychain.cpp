@@ -75,6 +75,10 @@ void printFailure(const char* action, std::string_view key, const Keychain::Keyc
     std::fflush(stdout);
 }
 
+void printSaveFailure(std::string_view key, const Keychain::KeychainError& error) {
+    printFailure("Failed to save item ", key, error);
+}
+
 void printFetchFailure(std::string_view key, const Keychain::KeychainError& error) {
     printFailure("Failed to fetch item ", key, error);
 }
@@ -178,7 +182,7 @@ void Keychain::setData(const std::optional<Data>& value, std::string_view key) c
             throwUnlessTolerated(platform::SecItemAdd(attributes));
         }
     } catch (const KeychainError& error) {
-        printFailure("Failed to save item ", key, error);
+        printSaveFailure(key, error);
     }
 }
 
@@ -228,6 +232,12 @@ std::optional<std::string> Keychain::migratedToken(std::string_view key) const {
     setData(Data{*token}, key);
     legacy.setData(std::nullopt, key);
     return token;
+}
+
+void TokenKeychain::commit(platform::SecItemTransaction& transaction) {
+    const auto error = Keychain::KeychainError::ofStatus(transaction.commit());
+    if (!error) return;
+    for (const auto& account : transaction.lostAccounts()) printSaveFailure(account, *error);
 }
 
 TokenKeychain& tokenKeychain() {

@@ -8,10 +8,12 @@
 #include <array>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "platform/Date/Date.hpp"
@@ -127,16 +129,38 @@ class Keychain {
     std::optional<std::string> migratedToken(std::string_view key) const;
 };
 
-/// The keychain that holds the token pair, one for the process. Each access is exclusive for its duration.
+}  // namespace server
+
+template <>
+struct std::hash<server::Keychain::KeychainError> {
+    std::size_t operator()(const server::Keychain::KeychainError& error) const noexcept {
+        return std::hash<server::Keychain::KeychainError::Case>()(error.value());
+    }
+};
+
+namespace server {
+
+/// The keychain that holds the token pair, one for the process. Each access is exclusive for its duration,
+/// and all that it writes is kept, or nothing of it: each write that was not kept after all is logged then.
 class TokenKeychain {
   public:
     template <typename Access>
     auto withExclusiveAccess(Access&& access) {
         const std::lock_guard lock(mutex_);
-        return access(keychain_);
+        const auto transaction = platform::SecItemBeginTransaction();
+        if constexpr (std::is_void_v<decltype(access(keychain_))>) {
+            access(keychain_);
+            commit(*transaction);
+        } else {
+            auto result = access(keychain_);
+            commit(*transaction);
+            return result;
+        }
     }
 
   private:
+    static void commit(platform::SecItemTransaction& transaction);
+
     std::mutex mutex_;
     Keychain keychain_ = {.id = "com.brightfen.pontal",
                           .accessibility = Keychain::Accessibility::afterFirstUnlock};

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/Asio/Pause.hpp"
+#include "platform/ProcessInfo/ExpiringActivity.hpp"
 #include "presentation/DeliveryPackage.hpp"
 #include "presentation/OrderPackage.hpp"
 #include "server/Keychain.hpp"
@@ -26,9 +28,37 @@ struct PackageAppender {
     void operator()(Nodes::BaseDeliveriesOrdersListItemInterface&&) const {}
 };
 
-void store(const std::string& token, std::string_view key) {
-    tokenKeychain().withExclusiveAccess(
-        [&](const Keychain& keychain) { keychain.setData(platform::Data{token}, key); });
+/// A sign-in or sign-out takes milliseconds; one that waits for another renewal takes longer than a timeline
+/// may.
+constexpr std::chrono::milliseconds patienceWithCompanion(3000);
+constexpr std::chrono::milliseconds pauseBetweenAttempts(20);
+
+using RenewalLock = std::unique_ptr<platform::SecItemLock>;
+
+/// Keeps sign-in and sign-out away from what is read until what comes of it is stored. Other renewals go on
+/// at the same time, and the later write wins.
+boost::asio::awaitable<RenewalLock> heldRenewalLock() {
+    auto lock = platform::SecItemMakeLock(platform::SecItemHold::shared);
+    auto left = patienceWithCompanion;
+    auto status = lock->tryAcquire();
+    while (status == platform::errSecInteractionNotAllowed && left.count() > 0) {
+        co_await platform::pause(pauseBetweenAttempts);
+        left -= pauseBetweenAttempts;
+        status = lock->tryAcquire();
+    }
+    if (status != platform::errSecSuccess) lock.reset();
+    // Where there is no store there is nothing to keep away from, and a read says so.
+    const bool mayGoOn = lock || status == platform::errSecItemNotFound;
+    if (!mayGoOn) throw RefreshTokenError(RefreshTokenError::unknown);
+    co_return lock;
+}
+
+/// The pair, or nothing of it: of a half a later renewal could make nothing.
+void store(const std::string& accessToken, const std::string& refreshToken) {
+    tokenKeychain().withExclusiveAccess([&](const Keychain& keychain) {
+        keychain.setData(platform::Data{accessToken}, "accessToken");
+        keychain.setData(platform::Data{refreshToken}, "refreshToken");
+    });
 }
 
 }  // namespace
@@ -104,17 +134,30 @@ boost::asio::awaitable<bool> PackageFetch::renewsAccessToken() {
 }
 
 boost::asio::awaitable<void> PackageFetch::refreshAccessToken() {
-    auto refreshToken =
-        tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain.refreshToken(); });
-    if (!refreshToken) throw RefreshTokenError(RefreshTokenError::missingRefreshToken);
     try {
-        co_await exchangeRefreshToken(std::move(*refreshToken));
+        co_await renewPair();
+    } catch (const RefreshTokenError& error) {
+        if (error.value() == RefreshTokenError::missingRefreshToken) throw;
+        throw RefreshTokenError(RefreshTokenError::unknown);
     } catch (const std::exception&) {
         throw RefreshTokenError(RefreshTokenError::unknown);
     }
 }
 
+boost::asio::awaitable<void> PackageFetch::renewPair() {
+    const auto lock = co_await heldRenewalLock();
+    auto refreshToken =
+        tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain.refreshToken(); });
+    if (!refreshToken) throw RefreshTokenError(RefreshTokenError::missingRefreshToken);
+    // It came to be a moment ago, unheld: the next fetch renews.
+    if (!lock) throw RefreshTokenError(RefreshTokenError::unknown);
+    co_await exchangeRefreshToken(std::move(*refreshToken));
+}
+
 boost::asio::awaitable<void> PackageFetch::exchangeRefreshToken(std::string refreshToken) {
+    // From here on the old pair may be spent and the new one is on its way.
+    const auto activity = platform::ExpiringActivity::begin();
+    if (!activity) throw RefreshTokenError(RefreshTokenError::unknown);
     VelaApi::RefreshAccessTokenMutation mutation(std::move(refreshToken));
     const auto response = co_await connectivity_->perform(std::move(mutation));
     const auto& refresh = response.accessTokenRefresh;
@@ -122,8 +165,7 @@ boost::asio::awaitable<void> PackageFetch::exchangeRefreshToken(std::string refr
         if (error.message == "invalid_refresh_token")
             throw RefreshTokenError(RefreshTokenError::invalidRefreshToken);
     if (!refresh.authPayload) throw RefreshTokenError(RefreshTokenError::unknown);
-    store(refresh.authPayload->accessToken, "accessToken");
-    store(refresh.authPayload->refreshToken, "refreshToken");
+    store(refresh.authPayload->accessToken, refresh.authPayload->refreshToken);
 }
 
 }  // namespace server

@@ -81,6 +81,7 @@ class PackageFetch final : public PackageFetching {
     boost::asio::awaitable<std::optional<presentation::PackageList>> fetchedPackages();
     boost::asio::awaitable<std::optional<presentation::PackageList>> queriedPackages();
     boost::asio::awaitable<bool> renewsAccessToken();
+    boost::asio::awaitable<void> renewPair();
     boost::asio::awaitable<void> exchangeRefreshToken(std::string refreshToken);
 
     std::shared_ptr<VelaServerConnectivity> connectivity_;

@@ -3,25 +3,36 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <system_error>
 
 #include "platform/Files/TrustedFolder.hpp"
-#include "platform/Log/Logger.hpp"
+#include "platform/Security/KeychainChange.hpp"
+#include "platform/Security/KeychainLock.hpp"
+#include "platform/Security/SpaceReserve.hpp"
 
 namespace platform {
 namespace {
 
-constexpr int busyMilliseconds = 2000;
+namespace fs = std::filesystem;
+
 constexpr int formVersion = 1;
+
+// What a transaction can take beside the file itself: the journal holds every page of the file once more at
+// most, and this is for pages that come anew, room for a pair of tokens several times over.
+constexpr std::size_t roomForGrowth = std::size_t{64} << 10;
 
 // A rollback journal and not a write-ahead log: a read then makes no files and costs a third, and no old
 // value outlives its transaction in a log. "extra" flushes the folder too, so that a rotated token is still
-// there after a power cut: the server takes the old one no more.
+// there after a power cut: the server takes the old one no more. What is temporary stays in memory: it may
+// hold a token.
 constexpr const char* settings =
     "PRAGMA journal_mode = DELETE;"
     "PRAGMA synchronous = EXTRA;"
-    "PRAGMA secure_delete = ON;";
+    "PRAGMA secure_delete = ON;"
+    "PRAGMA temp_store = MEMORY;";
 
 constexpr const char* schema =
     "CREATE TABLE items ("
@@ -53,7 +64,7 @@ constexpr const char* updateItem =
 constexpr const char* deleteItem =
     "DELETE FROM items WHERE service = ?1 AND account = ?2 AND access_group = ?3";
 
-OSStatus status(int code) {
+OSStatus statusOf(int code) {
     switch (code & 0xff) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED: return errSecInteractionNotAllowed;
@@ -62,8 +73,27 @@ OSStatus status(int code) {
     }
 }
 
+/// With the code that says more than the status.
+struct DatabaseFailure : KeychainFailure {
+    explicit DatabaseFailure(int failedCode)
+        : KeychainFailure{statusOf(failedCode),
+                          std::string("the keychain cannot be used: ") + sqlite3_errstr(failedCode)},
+          code(failedCode) {}
+    int code;
+};
+
 void check(int code) {
-    if (code != SQLITE_OK) throw KeychainFailure{status(code)};
+    if (code != SQLITE_OK) throw DatabaseFailure(code);
+}
+
+/// Whether it may come of a full disk: out of room for the file's bytes, for the journal or for its name.
+bool mayBeForWantOfSpace(const DatabaseFailure& failure) {
+    const int kind = failure.code & 0xff;
+    return kind == SQLITE_FULL || kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN;
+}
+
+[[noreturn]] void refuse(const fs::path& path, const std::string& why) {
+    throw KeychainFailure{errSecIO, "the keychain is refused: " + path.string() + " " + why};
 }
 
 struct CloseDatabase {
@@ -131,9 +161,85 @@ int firstInteger(sqlite3* database, const char* text) {
     return statement.step() ? statement.integer(0) : 0;
 }
 
+// SQLite would make the file with the mode that the umask leaves. The journal takes its mode from the file.
+void createPrivately(const fs::path& file) {
+    const auto folder = TrustedFolder::make(file.parent_path());
+    const Descriptor made(::openat(folder.descriptor(), file.filename().c_str(),
+                                   O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+    if (!made.isOpen() && errno != EEXIST) throw FileError(file, errno);
+}
+
+void requireWritable(const fs::path& path, int mode) {
+    if (::faccessat(AT_FDCWD, path.c_str(), mode, AT_EACCESS) == 0) return;
+    refuse(path, "cannot be written (" + std::generic_category().message(errno) +
+                     "), so that a renewed token could not be kept");
+}
+
+// Throws FileError for a file that anyone but its owner may read or write, and refuses one that could be read
+// but not written. Asked without opening it: closing a descriptor of our own would drop the locks that
+// another connection of this process holds.
+bool isPresent(const fs::path& file) {
+    const auto folder = TrustedFolder::open(file.parent_path());
+    if (!folder || !folder->fileStatus(file.filename(), TrustedFolder::Others::mayDoNothing)) return false;
+    requireWritable(file, R_OK | W_OK);
+    requireWritable(file.parent_path(), W_OK | X_OK);
+    return true;
+}
+
+Database open(const fs::path& file, std::chrono::milliseconds patience) {
+    sqlite3* opened = nullptr;
+    const int code =
+        sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+    Database database(opened);
+    check(code);
+    sqlite3_busy_timeout(opened, static_cast<int>(patience.count()));
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    check(sqlite3_exec(opened, "PRAGMA cell_size_check = ON", nullptr, nullptr, nullptr));
+    return database;
+}
+
+Database openToWrite(const fs::path& file, std::chrono::milliseconds patience) {
+    Database database = open(file, patience);
+    check(sqlite3_exec(database.get(), settings, nullptr, nullptr, nullptr));
+    check(sqlite3_exec(database.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
+    return database;
+}
+
+SpaceReserve reserveOf(const fs::path& file) {
+    return SpaceReserve(fs::path(file).replace_extension(".reserve"));
+}
+
+/// Whether there is room for any transaction on a file of the present size.
+bool keepsReserve(const fs::path& file) {
+    std::error_code error;
+    const auto size = fs::file_size(file, error);
+    return reserveOf(file).keep((error ? 0 : static_cast<std::size_t>(size)) + roomForGrowth);
+}
+
+// A file without a schema is one whose maker was killed before its first addition.
+bool isBlank(sqlite3* database) {
+    return firstInteger(database, "SELECT count(*) FROM sqlite_schema") == 0;
+}
+
+// A damaged file is found out before anything in it is touched.
+void requireSound(const fs::path& file, sqlite3* database) {
+    Statement verdict(database, "PRAGMA integrity_check(1)");
+    const bool isSound = verdict.step() && verdict.bytes(0) == "ok";
+    if (!isSound || firstInteger(database, "PRAGMA user_version") != formVersion)
+        refuse(file, "is damaged, or is no keychain");
+}
+
+// For want of space it does all its changes again in the room of the reserve, if nobody has changed anything
+// in between.
 class Transaction : public KeychainTransaction {
   public:
-    explicit Transaction(Database database) : database_(std::move(database)) {}
+    Transaction(fs::path file, std::chrono::milliseconds patience, Database database)
+        : file_(std::move(file)), patience_(patience), database_(std::move(database)) {}
+
+    void createSchema() {
+        attempt([this] { check(sqlite3_exec(database_.get(), schema, nullptr, nullptr, nullptr)); });
+    }
 
     std::vector<KeychainItem> items(const KeychainQuery& query) override {
         std::vector<KeychainItem> found;
@@ -152,105 +258,108 @@ class Transaction : public KeychainTransaction {
         return found;
     }
 
-    void insert(const KeychainItem& item) override {
-        Statement(database_.get(), insertItem).bindItem(item).step();
-    }
-
+    void insert(const KeychainItem& item) override { change({.before = std::nullopt, .after = item}); }
     void replace(const KeychainItem& item, const KeychainItem& replacement) override {
-        Statement(database_.get(), updateItem).bindItem(replacement).bindIdentity(item).step();
+        change({.before = item, .after = replacement});
     }
+    void erase(const KeychainItem& item) override { change({.before = item, .after = std::nullopt}); }
 
-    void erase(const KeychainItem& item) override {
-        Statement(database_.get(), deleteItem).bindIdentity(item).step();
+    void commit() override {
+        attempt([this] { end(); });
+        if (!sqlite3_get_autocommit(database_.get())) end();
+        database_.reset();
+        keepsReserve(file_);
     }
-
-    void commit() override { check(sqlite3_exec(database_.get(), "COMMIT", nullptr, nullptr, nullptr)); }
 
   private:
+    void change(KeychainChange change) {
+        if (changes_.empty()) before_ = items(KeychainQuery());
+        changes_.push_back(std::move(change));
+        attempt([this] { make(changes_.back()); });
+    }
+
+    void make(const KeychainChange& change) {
+        if (!change.before)
+            Statement(database_.get(), insertItem).bindItem(*change.after).step();
+        else if (change.after)
+            Statement(database_.get(), updateItem)
+                .bindItem(*change.after)
+                .bindIdentity(*change.before)
+                .step();
+        else
+            Statement(database_.get(), deleteItem).bindIdentity(*change.before).step();
+    }
+
+    void end() { check(sqlite3_exec(database_.get(), "COMMIT", nullptr, nullptr, nullptr)); }
+
+    template <typename Work>
+    void attempt(Work work) {
+        try {
+            work();
+        } catch (const DatabaseFailure& failure) {
+            if (!mayBeForWantOfSpace(failure)) throw;
+            database_.reset();
+            if (!reserveOf(file_).release()) throw;
+            redo();
+        }
+    }
+
+    void redo() {
+        database_ = openToWrite(file_, patience_);
+        if (isBlank(database_.get())) createSchema();
+        const auto found = items(KeychainQuery());
+        auto after = before_;
+        for (const KeychainChange& change : changes_) change.applyTo(after);
+        if (found == before_) {
+            for (const KeychainChange& change : changes_) make(change);
+        } else if (found == after) {
+            // The commit that failed had gone far enough.
+            end();
+        } else {
+            throw KeychainFailure{errSecInteractionNotAllowed,
+                                  "another program has changed the keychain meanwhile"};
+        }
+    }
+
+    fs::path file_;
+    std::chrono::milliseconds patience_;
     Database database_;
+    /// Every item as it was before the first change.
+    std::vector<KeychainItem> before_;
+    KeychainChanges changes_;
 };
-
-// SQLite would make the file with the mode that the umask leaves. The journal takes its mode from the file.
-void createPrivately(const std::filesystem::path& file) {
-    const auto folder = TrustedFolder::make(file.parent_path());
-    const Descriptor made(::openat(folder.descriptor(), file.filename().c_str(),
-                                   O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!made.isOpen() && errno != EEXIST) throw FileError(file, errno);
-}
-
-// Throws FileError for a file that anyone but its owner may read or write. Asked without opening it: closing
-// a descriptor of our own would drop the locks that another connection of this process holds.
-bool isPresent(const std::filesystem::path& file) {
-    const auto folder = TrustedFolder::open(file.parent_path());
-    return folder && folder->fileStatus(file.filename(), TrustedFolder::Others::mayDoNothing);
-}
-
-Database open(const std::filesystem::path& file) {
-    sqlite3* opened = nullptr;
-    const int code =
-        sqlite3_open_v2(file.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-    Database database(opened);
-    check(code);
-    sqlite3_busy_timeout(opened, busyMilliseconds);
-    sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-    sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    check(sqlite3_exec(opened, "PRAGMA cell_size_check = ON", nullptr, nullptr, nullptr));
-    return database;
-}
-
-// A file without a schema is one whose maker was killed before its first addition.
-bool isBlank(sqlite3* database) {
-    return firstInteger(database, "SELECT count(*) FROM sqlite_schema") == 0;
-}
-
-// A damaged file is found out before anything in it is touched.
-void requireSound(sqlite3* database) {
-    Statement verdict(database, "PRAGMA integrity_check(1)");
-    const bool isSound = verdict.step() && verdict.bytes(0) == "ok";
-    if (!isSound || firstInteger(database, "PRAGMA user_version") != formVersion)
-        throw KeychainFailure{errSecIO};
-}
 
 }  // namespace
 
-std::optional<std::string> EmbeddedItemStore::refusal() const {
-    try {
-        isPresent(file_);
-        return std::nullopt;
-    } catch (const FileError& error) {
-        return error.what();
-    }
-}
-
-bool EmbeddedItemStore::prepare(Access access) {
-    try {
-        if (access == Access::create) createPrivately(file_);
-        return isPresent(file_);
-    } catch (const FileError& error) {
-        if (!hasComplained_.exchange(true)) Logger::standard().log(LogLevel::error, "%s", {{error.what()}});
-        throw KeychainFailure{errSecIO};
-    }
-}
-
 std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begin(Access access) {
-    if (!prepare(access)) {
+    if (access == Access::create) createPrivately(file_);
+    if (!isPresent(file_)) {
         if (access == Access::create) throw KeychainFailure{errSecIO};
         return nullptr;
     }
-    Database database = open(file_);
-    if (access == Access::read) {
-        if (isBlank(database.get())) return nullptr;
-        return std::make_unique<Transaction>(std::move(database));
-    }
-    check(sqlite3_exec(database.get(), settings, nullptr, nullptr, nullptr));
-    check(sqlite3_exec(database.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
-    if (isBlank(database.get())) {
-        if (access == Access::change) return nullptr;
-        check(sqlite3_exec(database.get(), schema, nullptr, nullptr, nullptr));
-    } else {
-        requireSound(database.get());
-    }
-    return std::make_unique<Transaction>(std::move(database));
+    const bool isRead = access == Access::read;
+    const auto patience = isRead || access == Access::readToChange ? patience_.read : patience_.write;
+    Database database = isRead ? open(file_, patience) : openToWrite(file_, patience);
+    const bool isNew = isBlank(database.get());
+    if (isNew && access != Access::create) return nullptr;
+    if (!isNew && !isRead) requireSound(file_, database.get());
+    auto transaction = std::make_unique<Transaction>(file_, patience, std::move(database));
+    if (isNew) transaction->createSchema();
+    return transaction;
+}
+
+std::unique_ptr<SecItemLock> EmbeddedItemStore::lock(SecItemHold hold) {
+    const auto lockFile = [file = file_](SecItemHold wanted) -> std::optional<LockFile> {
+        if (!isPresent(file) && wanted == SecItemHold::shared) return std::nullopt;
+        return LockFile::open(fs::path(file).replace_extension(".lock"));
+    };
+    // To take tokens away needs no room of its own; to spend one that changes with its use does.
+    const auto prepare = [file = file_](SecItemHold wanted) {
+        if (!keepsReserve(file) && wanted == SecItemHold::shared)
+            refuse(file.parent_path(), "has no room for a renewed token");
+    };
+    return std::make_unique<KeychainLock>(hold,
+                                          KeychainLock::Store{.lockFile = lockFile, .prepare = prepare});
 }
 
 }  // namespace platform

@@ -42,6 +42,7 @@ inline constexpr std::array keychainTextAttributes = {
     KeychainTextAttribute{kSecAttrAccessible, &KeychainItem::accessible},
 };
 
+/// As it is made, it matches every item.
 class KeychainQuery {
   public:
     /// What a copy is asked for; nothing when the query is unusable.

@@ -3,21 +3,18 @@
 // The four calls' algorithms, over whatever keeps the items. A kind of store says how a transaction on it
 // begins; everything a caller can see is decided here, once for all kinds.
 
+#include <functional>
 #include <memory>
 #include <vector>
 
+#include "platform/Security/KeychainFailure.hpp"
 #include "platform/Security/KeychainItem.hpp"
 #include "platform/Security/SecItem.hpp"
 
 namespace platform {
 
-/// Raised by transactions; the four calls answer with its status.
-struct KeychainFailure {
-    OSStatus status;
-};
-
-/// A view of the items that no other process changes. Destroyed without a commit, it leaves the store as it
-/// was.
+/// A view of the items that no other process changes, unless it is only for reading. Destroyed without a
+/// commit, it leaves the store as it was.
 class KeychainTransaction {
   public:
     virtual ~KeychainTransaction() = default;
@@ -37,12 +34,25 @@ class KeychainStore : public SecItemStore {
     OSStatus add(const SecAttributes& attributes) final;
     OSStatus update(const SecAttributes& query, const SecAttributes& attributesToUpdate) final;
     OSStatus remove(const SecAttributes& query) final;
+    std::unique_ptr<SecItemTransaction> beginTransaction() final;
 
   protected:
-    enum class Access { read, change, create };
+    enum class Access {
+        read,
+        /// As `change`, but with no more patience than `read`.
+        readToChange,
+        change,
+        create,
+    };
 
     /// Nothing when there is no store yet and `access` does not create one: there are no items then.
     virtual std::unique_ptr<KeychainTransaction> begin(Access access) = 0;
+
+  private:
+    class Scope;
+    struct Change;
+
+    OSStatus apply(const Change& change);
 };
 
 }  // namespace platform

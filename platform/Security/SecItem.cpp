@@ -4,6 +4,7 @@
 
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/EmbeddedItemStore.hpp"
+#include "platform/Security/KeychainLock.hpp"
 #include "platform/Security/SecretServiceItemStore.hpp"
 
 namespace platform {
@@ -14,6 +15,13 @@ class UnavailableItemStore : public KeychainStore {
   public:
     explicit UnavailableItemStore(OSStatus status) : status_(status) {}
 
+    std::unique_ptr<SecItemLock> lock(SecItemHold hold) override {
+        const auto refuse = [status = status_](SecItemHold) -> std::optional<LockFile> {
+            throw KeychainFailure{status};
+        };
+        return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = refuse, .prepare = {}});
+    }
+
   protected:
     std::unique_ptr<KeychainTransaction> begin(Access) override { throw KeychainFailure{status_}; }
 
@@ -23,12 +31,14 @@ class UnavailableItemStore : public KeychainStore {
 
 std::unique_ptr<SecItemStore> personalStore() {
     const std::string kind = environmentVariable("VELA_KEYCHAIN").value_or("embedded");
-    if (kind == "secret-service") return std::make_unique<SecretServiceItemStore>();
+    const auto home = dataHome();
+    if (kind == "secret-service")
+        return std::make_unique<SecretServiceItemStore>(home ? std::optional(*home / "vela" / "keychain.lock")
+                                                             : std::nullopt);
     // A misspelt choice must not put secrets where they were not meant to be.
     if (kind != "embedded" && !kind.empty())
         return std::make_unique<UnavailableItemStore>(errSecNotAvailable);
-    if (const auto home = dataHome())
-        return std::make_unique<EmbeddedItemStore>(*home / "vela" / "keychain.sqlite");
+    if (home) return std::make_unique<EmbeddedItemStore>(*home / "vela" / "keychain.sqlite");
     return std::make_unique<UnavailableItemStore>(errSecIO);
 }
 
@@ -58,6 +68,13 @@ OSStatus SecItemUpdate(const SecAttributes& query, const SecAttributes& attribut
 }
 OSStatus SecItemDelete(const SecAttributes& query) {
     return SecItemStore::current().remove(query);
+}
+
+std::unique_ptr<SecItemTransaction> SecItemBeginTransaction() {
+    return SecItemStore::current().beginTransaction();
+}
+std::unique_ptr<SecItemLock> SecItemMakeLock(SecItemHold hold) {
+    return SecItemStore::current().lock(hold);
 }
 
 }  // namespace platform

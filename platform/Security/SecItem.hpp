@@ -6,7 +6,9 @@
 // Identity of an item: class, service, account, access group. Every attribute of a query filters,
 // accessibility included. Status 0 is success; -25300 no match; -25299 a second add of one identity; -50 an
 // unusable query; -25308 a locked store; -25291 no keychain service; -36 a store that cannot be read or
-// written. No call throws, and none waits longer than a few seconds on another process. Safe from any thread.
+// written. A store that can be read but not written is refused as one that cannot be read: a token that
+// changes with its use must not be used where its successor cannot be kept. No call throws. On another
+// process a read waits for two or three seconds, a write for thirty. Safe from any thread.
 
 #include <cstdint>
 #include <map>
@@ -68,6 +70,38 @@ using SecAttributes = std::map<std::string, SecValue>;
 using SecResult =
     std::variant<std::monostate, Data, SecAttributes, std::vector<Data>, std::vector<SecAttributes>>;
 
+/// From its beginning to its end this thread's calls are one transaction: all that they write is kept, or
+/// nothing is. It takes hold of the store with the first call that writes, that asks without a result slot,
+/// or that finds nothing; from then on no other process changes the store. A read that finds something costs
+/// what it always does. A write that fails, other than to delete what is not there, ends it: every later call
+/// answers with that status and does nothing. One that begins within another is a part of it. For one thread,
+/// and not across a suspension.
+class SecItemTransaction {
+  public:
+    /// Without a commit nothing is kept.
+    virtual ~SecItemTransaction() = default;
+    /// Keeps what was written; anything but 0 says that nothing was. Within another: whether it can still be
+    /// kept.
+    virtual OSStatus commit() = 0;
+    /// After a commit that failed: the accounts of the writes that were answered with 0 all the same, in
+    /// order.
+    virtual const std::vector<std::string>& lostAccounts() const = 0;
+};
+
+/// Whoever renews credentials holds the store `shared` from reading them to storing their successors; whoever
+/// replaces or removes them holds it `exclusive`, and comes before those who ask for it later.
+enum class SecItemHold { shared, exclusive };
+
+/// Held until its end, and let go of by the system when the process dies. For one thread at a time.
+class SecItemLock {
+  public:
+    virtual ~SecItemLock() = default;
+    /// 0 when it is held. -25308 while another process excludes this one: ask again. -25300, only when
+    /// shared: there is no store, so nothing that could be renewed. -36 when it cannot be had, or when
+    /// something that is written could not be kept.
+    virtual OSStatus tryAcquire() = 0;
+};
+
 /// The store behind the four calls. A seam: `tests/support` has one in memory and a scripted one.
 class SecItemStore {
   public:
@@ -80,9 +114,9 @@ class SecItemStore {
     /// Deletes every item that matches.
     virtual OSStatus remove(const SecAttributes& query) = 0;
 
-    /// Why the store's file or folder is not used, and what mends that, for a person who asks; nothing where
-    /// it is.
-    virtual std::optional<std::string> refusal() const { return std::nullopt; }
+    virtual std::unique_ptr<SecItemTransaction> beginTransaction() = 0;
+    /// Not yet acquired.
+    virtual std::unique_ptr<SecItemLock> lock(SecItemHold hold) = 0;
 
     /// The person's keychain: embedded, or the desktop's Secret Service where VELA_KEYCHAIN is
     /// "secret-service". Made on first use; an override replaces it.
@@ -104,5 +138,13 @@ OSStatus SecItemCopyMatching(const SecAttributes& query, SecResult* result);
 OSStatus SecItemAdd(const SecAttributes& attributes);
 OSStatus SecItemUpdate(const SecAttributes& query, const SecAttributes& attributesToUpdate);
 OSStatus SecItemDelete(const SecAttributes& query);
+
+std::unique_ptr<SecItemTransaction> SecItemBeginTransaction();
+/// Not yet acquired.
+std::unique_ptr<SecItemLock> SecItemMakeLock(SecItemHold hold);
+
+/// Why this thread's latest call that failed did, in words for a person; empty where its status says all.
+/// Names files, never what is in them. The log has it too.
+const std::string& SecItemFault();
 
 }  // namespace platform

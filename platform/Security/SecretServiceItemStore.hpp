@@ -4,14 +4,34 @@
 // collection under a schema of their own, their text attributes as the items' attributes; the service keeps
 // the dates, to the second. Never asks the person anything: a locked collection is -25308, a missing service
 // -25291. Texts that the bus cannot carry (ill-formed UTF-8, a zero byte) are -50. Safe from any thread.
+//
+// The service knows neither locks nor transactions. Writers exclude one another by a lock file, and a
+// transaction of several changes is written down as one item before it is made. Where there are several items
+// of one identity, the newest counts and the next write removes the others.
+
+#include <filesystem>
+#include <optional>
 
 #include "platform/Security/KeychainStore.hpp"
+#include "platform/Security/LockFile.hpp"
 
 namespace platform {
 
 class SecretServiceItemStore : public KeychainStore {
+  public:
+    /// Without a lock file nothing can be written: -36.
+    explicit SecretServiceItemStore(std::optional<std::filesystem::path> lockFile)
+        : lockFile_(std::move(lockFile)) {}
+
+    std::unique_ptr<SecItemLock> lock(SecItemHold hold) override;
+
   protected:
     std::unique_ptr<KeychainTransaction> begin(Access access) override;
+
+  private:
+    LockFile lockFile() const;
+
+    std::optional<std::filesystem::path> lockFile_;
 };
 
 }  // namespace platform

@@ -67,6 +67,9 @@ class EmbeddedKeychain : public ::testing::Test {
     platform::testing::TemporaryFolder folder;
     fs::path file = folder.path() / "data" / "vela" / "keychain.sqlite";
     EmbeddedItemStore store{file};
+    /// For what is expected to run out of patience.
+    EmbeddedItemStore hasty{file,
+                            {.read = std::chrono::milliseconds(50), .write = std::chrono::milliseconds(50)}};
 };
 
 TEST_F(EmbeddedKeychain, IsNotMadeByWhatOnlyReadsOrRemoves) {
@@ -83,7 +86,8 @@ TEST_F(EmbeddedKeychain, IsItsOwnersAlone) {
     ::umask(before);
     EXPECT_EQ(mode(file), 0600u);
     EXPECT_EQ(mode(file.parent_path()), 0700u);
-    EXPECT_EQ(std::distance(fs::directory_iterator(file.parent_path()), fs::directory_iterator()), 1);
+    for (const auto& entry : fs::directory_iterator(file.parent_path()))
+        EXPECT_EQ(mode(entry.path()), 0600u) << entry.path();
 }
 
 TEST_F(EmbeddedKeychain, IsRefusedWhenOthersCanReadIt) {
@@ -99,7 +103,6 @@ TEST_F(EmbeddedKeychain, IsRefusedWhenOthersCanReadIt) {
 
 TEST_F(EmbeddedKeychain, IsRefusedInAFolderThatOthersCanChangeAndSaysWhatMendsIt) {
     ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
-    EXPECT_EQ(store.refusal(), std::nullopt);
     const fs::path vela = file.parent_path();
     for (const auto& [path, open] : std::vector<std::pair<fs::path, mode_t>>{
              {file, 0640}, {file, 0666}, {vela, 0770}, {vela, 01777}, {vela.parent_path(), 0777}}) {
@@ -111,10 +114,8 @@ TEST_F(EmbeddedKeychain, IsRefusedInAFolderThatOthersCanChangeAndSaysWhatMendsIt
         EXPECT_EQ(refused.add(withData(item("new"), "y")), errSecIO) << path;
         EXPECT_EQ(refused.copyMatching(item("old"), nullptr), errSecIO) << path;
         EXPECT_EQ(refused.remove(item("old")), errSecIO) << path;
-        EXPECT_THAT(log.messages(), ::testing::ElementsAre(refused.refusal().value_or("none"))) << path;
-        EXPECT_THAT(log.messages(), ::testing::ElementsAre(::testing::EndsWith(path.string()))) << path;
+        EXPECT_THAT(SecItemFault(), ::testing::EndsWith(path.string()));
         ASSERT_EQ(::chmod(path.c_str(), before.st_mode & 07777), 0);
-        EXPECT_EQ(refused.refusal(), std::nullopt);
     }
     EXPECT_EQ(data("old"), "x");
     EXPECT_EQ(read("new"), errSecItemNotFound);
@@ -300,8 +301,8 @@ TEST_F(EmbeddedKeychain, IsLockedWhileAnotherProcessHoldsIt) {
     ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
     {
         const Holder holder(file, "BEGIN EXCLUSIVE");
-        EXPECT_EQ(read("old"), errSecInteractionNotAllowed);
-        EXPECT_EQ(store.update(item("old"), withData({}, "y")), errSecInteractionNotAllowed);
+        EXPECT_EQ(hasty.copyMatching(item("old"), nullptr), errSecInteractionNotAllowed);
+        EXPECT_EQ(hasty.update(item("old"), withData({}, "y")), errSecInteractionNotAllowed);
     }
     EXPECT_EQ(data("old"), "x");
     EXPECT_EQ(store.update(item("old"), withData({}, "y")), errSecSuccess);

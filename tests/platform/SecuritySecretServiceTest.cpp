@@ -1,19 +1,19 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <functional>
-#include <optional>
+#include <map>
 
-#include "platform/Security/SecretServiceItemStore.hpp"
-#include "tests/support/ChildProcess.hpp"
-#include "tests/support/TemporaryFolder.hpp"
+#include "platform/Security/KeychainChange.hpp"
+#include "platform/Security/KeychainFailure.hpp"
+#include "platform/Security/SecretServiceLibrary.hpp"
+#include "tests/platform/SecretServiceSession.hpp"
 
 namespace platform {
 namespace {
+
+using platform::testing::Keyring;
+using platform::testing::Session;
 
 SecAttributes item(const std::string& service, const std::string& account) {
     return {{kSecClass, std::string(kSecClassGenericPassword)},
@@ -31,119 +31,13 @@ SecAttributes bytes(const std::string& text) {
     return {{kSecValueData, Data{text}}};
 }
 
-// A process that is ended, by its id, with the object.
-class Daemon {
-  public:
-    Daemon(std::vector<std::string> arguments, const std::string& input) {
-        std::array<int, 2> standardInput = {};
-        std::array<int, 2> standardOutput = {};
-        if (::pipe(standardInput.data()) != 0 || ::pipe(standardOutput.data()) != 0) return;
-        id_ = ::fork();
-        if (id_ == 0) {
-            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            ::dup2(standardInput[0], STDIN_FILENO);
-            ::dup2(standardOutput[1], STDOUT_FILENO);
-            for (const int end : {standardInput[0], standardInput[1], standardOutput[0], standardOutput[1]})
-                ::close(end);
-            std::vector<char*> pointers;
-            for (std::string& argument : arguments) pointers.push_back(argument.data());
-            pointers.push_back(nullptr);
-            ::execvp(pointers[0], pointers.data());
-            ::_exit(127);
-        }
-        ::close(standardInput[0]);
-        ::close(standardOutput[1]);
-        (void)!::write(standardInput[1], input.data(), input.size());
-        ::close(standardInput[1]);
-        output_ = standardOutput[0];
-    }
-    ~Daemon() {
-        if (id_ > 0) {
-            ::kill(id_, SIGKILL);
-            ::waitpid(id_, nullptr, 0);
-        }
-        if (output_ >= 0) ::close(output_);
-    }
-    Daemon(const Daemon&) = delete;
-    Daemon& operator=(const Daemon&) = delete;
-
-    std::string firstLine() const {
-        std::string line;
-        for (char character = 0; ::read(output_, &character, 1) == 1 && character != '\n';) line += character;
-        return line;
-    }
-
-  private:
-    pid_t id_ = -1;
-    int output_ = -1;
-};
-
-enum class Keyring { unlocked, locked, none };
-
-// A session bus of its own that starts no service by itself, and where asked a real keyring on it.
-class Session {
-  public:
-    explicit Session(Keyring keyring) {
-        folder_.write("bus.conf", configuration());
-        bus_.emplace(
-            std::vector<std::string>{"dbus-daemon", "--config-file=" + (folder_.path() / "bus.conf").string(),
-                                     "--nofork", "--print-address=1"},
-            "");
-        ::setenv("DBUS_SESSION_BUS_ADDRESS", bus_->firstLine().c_str(), 1);
-        for (const char* home :
-             {"HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR", "XDG_CACHE_HOME", "XDG_CONFIG_HOME"}) {
-            ::setenv(home, folder_.path().c_str(), 1);
-        }
-        if (keyring != Keyring::none) startKeyring();
-        if (keyring == Keyring::locked) {
-            keyring_.reset();
-            // The same keyring, in a daemon that nobody has unlocked.
-            keyring_.emplace(
-                std::vector<std::string>{"gnome-keyring-daemon", "--foreground", "--components=secrets"}, "");
-            awaitService();
-        }
-    }
-
-  private:
-    std::string configuration() const {
-        return R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
-            "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-            <busconfig>
-              <type>session</type>
-              <listen>unix:path=)" +
-               (folder_.path() / "bus").string() + R"(</listen>
-              <policy context="default">
-                <allow send_destination="*" eavesdrop="true"/>
-                <allow eavesdrop="true"/>
-                <allow own="*"/>
-              </policy>
-            </busconfig>)";
-    }
-    void startKeyring() {
-        keyring_.emplace(std::vector<std::string>{"gnome-keyring-daemon", "--foreground", "--unlock",
-                                                  "--components=secrets"},
-                         "a password");
-        awaitService();
-    }
-    void awaitService() {
-        for (int attempt = 0; attempt < 2000; ++attempt) {
-            SecretServiceItemStore store;
-            if (store.copyMatching(item("none", "none"), nullptr) != errSecNotAvailable) return;
-            ::usleep(5000);
-        }
-    }
-
-    platform::testing::TemporaryFolder folder_;
-    std::optional<Daemon> bus_;
-    std::optional<Daemon> keyring_;
-};
-
 // The bus is a process-wide choice of the library below, so every test has a process of its own.
 void inSession(Keyring keyring, const std::function<void(SecretServiceItemStore&)>& body) {
     EXPECT_EQ(platform::testing::runInChild([&] {
                   {
                       const Session session(keyring);
-                      SecretServiceItemStore store;
+                      const platform::testing::TemporaryFolder folder;
+                      SecretServiceItemStore store(folder.path() / "keychain.lock");
                       body(store);
                   }
                   return ::testing::Test::HasFailure() ? 1 : 0;
@@ -221,6 +115,155 @@ TEST(SecretServiceKeychain, TakesItsDatesFromTheService) {
     });
 }
 
+SecretSchema schemaNamed(const char* name) {
+    SecretSchema schema = {};
+    schema.name = name;
+    std::size_t index = 0;
+    for (const auto& attribute : keychainTextAttributes)
+        schema.attributes[index++] = {attribute.key, SECRET_SCHEMA_ATTRIBUTE_STRING};
+    return schema;
+}
+
+const SecretSchema itemSchema = schemaNamed("vela.Keychain.GenericPassword");
+const SecretSchema journalSchema = schemaNamed("vela.Keychain.Journal");
+
+// The keyring itself, past the store.
+class Keyrings {
+  public:
+    Keyrings()
+        : library_(*SecretServiceLibrary::shared()),
+          service_(library_.secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, nullptr)) {}
+
+    std::size_t count(const SecretSchema& schema) const {
+        GHashTable* any = attributes({});
+        GList* found =
+            library_.secret_service_search_sync(service_, &schema, any, SECRET_SEARCH_ALL, nullptr, nullptr);
+        std::size_t count = 0;
+        for (const GList* link = found; link; link = link->next) ++count;
+        return count;
+    }
+
+    void create(const SecretSchema& schema, const std::map<std::string, std::string>& texts,
+                const std::string& bytes) const {
+        SecretCollection* collection = library_.secret_collection_for_alias_sync(
+            service_, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, nullptr);
+        SecretValue* value = library_.secret_value_new(bytes.data(), static_cast<gssize>(bytes.size()),
+                                                       "application/octet-stream");
+        EXPECT_TRUE(library_.secret_item_create_sync(collection, &schema, attributes(texts), "item", value,
+                                                     SECRET_ITEM_CREATE_NONE, nullptr, nullptr));
+    }
+
+  private:
+    GHashTable* attributes(const std::map<std::string, std::string>& texts) const {
+        GHashTable* table = library_.g_hash_table_new_full(library_.g_str_hash, library_.g_str_equal,
+                                                           library_.g_free, library_.g_free);
+        for (const auto& [key, text] : texts)
+            library_.g_hash_table_insert(table, library_.g_strdup(key.c_str()),
+                                         library_.g_strdup(text.c_str()));
+        return table;
+    }
+
+    const SecretServiceLibrary& library_;
+    SecretService* service_;
+};
+
+// As versions have left them that looked and inserted in two steps.
+void makeTwin(const Keyrings& keyring, const std::string& bytesOfTwin) {
+    keyring.create(itemSchema,
+                   {{kSecAttrService, "s"},
+                    {kSecAttrAccount, "a"},
+                    {kSecAttrAccessGroup, ""},
+                    {kSecAttrAccessible, kSecAttrAccessibleAfterFirstUnlock}},
+                   bytesOfTwin);
+}
+
+TEST(SecretServiceKeychain, TakesTheNewestOfSeveralItemsOfOneIdentity) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
+        ASSERT_EQ(store.add(with(item("s", "a"), bytes("older"))), errSecSuccess);
+        const Keyrings keyring;
+        makeTwin(keyring, "newer");
+        std::string data;
+        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(data, "newer");
+        EXPECT_EQ(keyring.count(itemSchema), 2u);
+
+        EXPECT_EQ(store.update(item("s", "a"), bytes("newest")), errSecSuccess);
+        EXPECT_EQ(keyring.count(itemSchema), 1u) << "a write removes the others";
+        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(data, "newest");
+
+        makeTwin(keyring, "again");
+        EXPECT_EQ(store.remove(item("s", "a")), errSecSuccess);
+        EXPECT_EQ(keyring.count(itemSchema), 0u);
+    });
+}
+
+KeychainItem keychainItem(const std::string& account, const std::string& data) {
+    return {.service = "s",
+            .account = account,
+            .accessGroup = "",
+            .accessible = kSecAttrAccessibleAfterFirstUnlock,
+            .creationDate = Date::now(),
+            .modificationDate = Date::now(),
+            .data = data};
+}
+
+TEST(SecretServiceKeychain, FinishesWhatAKilledProcessHasWrittenDown) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
+        for (const char* account : {"a", "gone"})
+            ASSERT_EQ(store.add(with(item("s", account), bytes("old"))), errSecSuccess);
+        const KeychainChanges changes = {
+            {.before = keychainItem("a", "old"), .after = keychainItem("a", "new")},
+            {.before = std::nullopt, .after = keychainItem("b", "new")},
+            {.before = keychainItem("gone", "old"), .after = std::nullopt},
+        };
+        const Keyrings keyring;
+        keyring.create(journalSchema, {}, KeychainChange::encoded(changes));
+
+        const auto expectNewState = [&store](const char* when) {
+            std::string data;
+            for (const char* account : {"a", "b"}) {
+                EXPECT_EQ(read(store, item("s", account), data), errSecSuccess) << when;
+                EXPECT_EQ(data, "new") << when;
+            }
+            EXPECT_EQ(read(store, item("s", "gone"), data), errSecItemNotFound) << when;
+        };
+        expectNewState("before it is finished");
+        EXPECT_EQ(keyring.count(journalSchema), 1u) << "a reader changes nothing";
+        EXPECT_EQ(store.add(with(item("s", "c"), bytes("x"))), errSecSuccess);
+        EXPECT_EQ(keyring.count(journalSchema), 0u);
+        EXPECT_EQ(keyring.count(itemSchema), 3u);
+        expectNewState("afterwards");
+    });
+}
+
+TEST(KeychainChanges, AreReadAsTheyWereWritten) {
+    const KeychainChanges changes = {
+        {.before = keychainItem("a", "old"), .after = keychainItem("a", std::string("n\0w\xff", 4))},
+        {.before = std::nullopt, .after = keychainItem("", "")},
+        {.before = keychainItem("gone", std::string(70000, 'x')), .after = std::nullopt},
+    };
+    const std::string bytes = KeychainChange::encoded(changes);
+    EXPECT_EQ(KeychainChange::decoded(bytes), changes);
+    EXPECT_TRUE(KeychainChange::decoded("").empty());
+    const std::string one = KeychainChange::encoded({changes.front()});
+    for (std::size_t size = 1; size < one.size(); ++size)
+        EXPECT_THROW(KeychainChange::decoded(one.substr(0, size)), KeychainFailure) << size;
+}
+
+TEST(SecretServiceKeychain, SaysThatItsLockCannotBeHad) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore&) {
+        const platform::testing::TemporaryFolder folder;
+        folder.write("vela", "a file in the folder's place");
+        SecretServiceItemStore store(folder.path() / "vela" / "keychain.lock");
+        EXPECT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecIO);
+        EXPECT_NE(SecItemFault().find("vela: Not a directory"), std::string::npos) << SecItemFault();
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        SecretServiceItemStore homeless(std::nullopt);
+        EXPECT_EQ(homeless.remove(item("s", "a")), errSecIO);
+    });
+}
+
 TEST(SecretServiceKeychain, RefusesTextsThatTheBusCannotCarry) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
         EXPECT_EQ(store.add(item("s", "\xff")), errSecParam);
@@ -253,7 +296,7 @@ TEST(SecretServiceKeychain, SaysThatThereIsNoBus) {
                   const platform::testing::TemporaryFolder folder;
                   ::setenv("DBUS_SESSION_BUS_ADDRESS",
                            ("unix:path=" + (folder.path() / "bus").string()).c_str(), 1);
-                  SecretServiceItemStore store;
+                  SecretServiceItemStore store(folder.path() / "keychain.lock");
                   return store.add(item("s", "a")) == errSecNotAvailable ? 0 : 1;
               }),
               0);

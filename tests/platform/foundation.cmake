@@ -10,6 +10,7 @@ vela_tests(vela-tests-foundation
         DateFormatterTest.cpp
         DateTest.cpp
         DeviceTest.cpp
+        ExpiringActivityTest.cpp
         FixedFormTest.cpp
         JSONSerializationTest.cpp
         LocaleWordsTest.cpp

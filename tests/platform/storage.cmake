@@ -1,8 +1,11 @@
 vela_tests(vela-tests-security USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SecurityEmbeddedTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/SecurityQueriesTest.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/SecuritySecretServiceTest.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/SecuritySecretServiceTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/SecurityUnluckyTest.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/SystemCallFaults.cpp)
 target_link_libraries(vela-tests-security PRIVATE SQLite::SQLite3)
+target_include_directories(vela-tests-security SYSTEM PRIVATE ${libsecret_INCLUDE_DIRS})
 vela_tests(vela-tests-urlsession USES vela_test_storage vela_test_programs SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/SecureServer.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionCredentialsTest.cpp

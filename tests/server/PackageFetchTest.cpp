@@ -1,16 +1,28 @@
 #include "server/PackageFetch.hpp"
 
+#include <unistd.h>
+
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <system_error>
 
 #include "platform/JSON/JSONSerialization.hpp"
+#include "platform/ProcessInfo/ExpiringActivity.hpp"
+#include "platform/Security/EmbeddedItemStore.hpp"
 #include "tests/server/AccountServerTwin.hpp"
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/ScriptedItemStore.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 namespace server {
 namespace {
+
+using platform::testing::ScriptedItemStore;
 
 constexpr const char* refreshed =
     R"({"data":{"accessTokenRefresh":{"authPayload":{"accessToken":"new access","refreshToken":"new refresh",)"
@@ -321,6 +333,142 @@ TEST_F(PackageFetchTest, MovesALegacyRefreshTokenBeforeItIsUsed) {
     EXPECT_EQ(refreshFailure(), "none");
     EXPECT_NE(session->requests()[0].httpBody.find("old place"), std::string::npos);
     EXPECT_TRUE(legacyTokenKeychain().allItems().empty());
+    EXPECT_EQ(stored("refreshToken"), "new refresh");
+}
+
+TEST_F(PackageFetchTest, LetsTwoFetchesAtOnceBothRenewAndKeepsTheLaterPair) {
+    signIn("old access", "old refresh");
+    const auto payload = [](const std::string& name) {
+        return refreshAnswer(R"({"accessToken":")" + name + R"( access","refreshToken":")" + name +
+                                 R"( refresh","__typename":"Auth"})",
+                             "[]");
+    };
+    std::vector<std::string> failures;
+    const auto run = [&]() -> boost::asio::awaitable<void> {
+        try {
+            co_await fetch.fetchPackages();
+        } catch (const FetchPackagesError& error) {
+            failures.emplace_back(error.what());
+        }
+    };
+    session->answer(401, "");
+    session->answer(401, "");
+    session->answer(200, payload("first"));
+    session->answer(200, payload("later"));
+    boost::asio::io_context context;
+    for (int time = 0; time < 2; ++time) boost::asio::co_spawn(context, run(), boost::asio::detached);
+    context.run();
+    EXPECT_EQ(bodies(), (std::vector<std::string>{"query", "query", "mutation", "mutation"}));
+    for (const auto index : {2u, 3u})
+        EXPECT_NE(session->requests()[index].httpBody.find("old refresh"), std::string::npos);
+    EXPECT_EQ(failures, (std::vector<std::string>{"noPackagesFound", "noPackagesFound"}));
+    EXPECT_EQ(stored("accessToken"), "later access");
+    EXPECT_EQ(stored("refreshToken"), "later refresh");
+}
+
+TEST_F(PackageFetchTest, StoresThePairInOneTransaction) {
+    signIn("old access", "old refresh");
+    ScriptedItemStore scripted;
+    const platform::SecItemStore::Override scriptInForce(scripted);
+    scripted.answer(platform::errSecSuccess, platform::Data{"old refresh"});
+    for (int call = 0; call < 4; ++call) scripted.answer(platform::errSecSuccess);
+    session->answer(200, refreshed);
+    EXPECT_EQ(refreshFailure(), "none");
+    using Record = platform::testing::SecItemTransactionRecord;
+    EXPECT_EQ(scripted.transactions(), (std::vector<Record>{{.begin = 0, .end = 1, .isCommitted = true},
+                                                            {.begin = 1, .end = 5, .isCommitted = true}}));
+    std::vector<std::string> accounts;
+    for (const auto& request : scripted.requests())
+        accounts.push_back(std::get<std::string>(request.attributes.at("acct")));
+    EXPECT_EQ(accounts, (std::vector<std::string>{"refreshToken", "accessToken", "accessToken",
+                                                  "refreshToken", "refreshToken"}));
+}
+
+TEST_F(PackageFetchTest, HoldsTheStoreFromReadingTheRefreshTokenToStoringThePair) {
+    signIn("old access", "old refresh");
+    std::vector<platform::OSStatus> statuses;
+    const auto replace = [&] {
+        statuses.push_back(store.lock(platform::SecItemHold::exclusive)->tryAcquire());
+    };
+    session->onRequest(replace);
+    session->answer(200, refreshed);
+    EXPECT_EQ(refreshFailure(), "none");
+    replace();
+    EXPECT_EQ(statuses, (std::vector<platform::OSStatus>{platform::errSecInteractionNotAllowed,
+                                                         platform::errSecSuccess}));
+}
+
+TEST_F(PackageFetchTest, WaitsForASignInThatIsOnItsWayAndRenewsItsPair) {
+    signIn("old access", "old refresh");
+    auto companion = store.lock(platform::SecItemHold::exclusive);
+    ASSERT_EQ(companion->tryAcquire(), platform::errSecSuccess);
+    session->answer(200, refreshed);
+    boost::asio::io_context context;
+    boost::asio::co_spawn(context, fetch.refreshAccessToken(), boost::asio::detached);
+    context.poll();
+    EXPECT_TRUE(session->requests().empty());
+    signIn("another's access", "another's refresh");
+    companion.reset();
+    context.run();
+    ASSERT_EQ(session->requests().size(), 1u);
+    EXPECT_NE(session->requests()[0].httpBody.find("another's refresh"), std::string::npos);
+    EXPECT_EQ(stored("refreshToken"), "new refresh");
+}
+
+TEST_F(PackageFetchTest, GivesUpWhenTheCompanionHoldsTheStoreForLong) {
+    signIn("access", "refresh");
+    const auto companion = store.lock(platform::SecItemHold::exclusive);
+    ASSERT_EQ(companion->tryAcquire(), platform::errSecSuccess);
+    EXPECT_EQ(refreshFailure(), "unknown");
+    EXPECT_TRUE(session->requests().empty());
+    EXPECT_EQ(stored("refreshToken"), "refresh");
+}
+
+// Can be read, and says so when something that is written could not be kept.
+class FullItemStore : public platform::testing::InMemoryItemStore {
+  public:
+    std::unique_ptr<platform::SecItemLock> lock(platform::SecItemHold) override {
+        struct Refused : platform::SecItemLock {
+            platform::OSStatus tryAcquire() override { return platform::errSecIO; }
+        };
+        return std::make_unique<Refused>();
+    }
+};
+
+TEST_F(PackageFetchTest, SpendsNoTokenWhereItsSuccessorCouldNotBeKept) {
+    FullItemStore full;
+    const platform::SecItemStore::Override fullInForce(full);
+    signIn("access", "refresh");
+    EXPECT_EQ(refreshFailure(), "unknown");
+    EXPECT_TRUE(session->requests().empty());
+}
+
+TEST_F(PackageFetchTest, SpendsNoTokenOnceItsProcessIsAskedToEnd) {
+    EXPECT_EQ(platform::testing::runInChild([&] {
+                  signIn("access", "refresh");
+                  const auto other = platform::ExpiringActivity::begin();
+                  platform::endAfterActivities();
+                  const bool isRefused = refreshFailure() == "unknown" && session->requests().empty();
+                  ::_exit(isRefused ? 7 : 8);
+                  return 0;
+              }),
+              7);
+}
+
+TEST_F(PackageFetchTest, FinishesARenewalWhenItsProcessIsAskedToEndMeanwhile) {
+    const platform::testing::TemporaryFolder folder;
+    platform::EmbeddedItemStore kept(folder.path() / "vela" / "keychain.sqlite");
+    const platform::SecItemStore::Override keptInForce(kept);
+    EXPECT_EQ(platform::testing::runInChild([&] {
+                  signIn("old access", "old refresh");
+                  session->onRequest([] { platform::endAfterActivities(); });
+                  session->answer(200, refreshed);
+                  refreshFailure();
+                  return 9;
+              }),
+              0)
+        << "it ends with the renewal";
+    EXPECT_EQ(stored("accessToken"), "new access");
     EXPECT_EQ(stored("refreshToken"), "new refresh");
 }
 

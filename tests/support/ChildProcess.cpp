@@ -6,9 +6,11 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string_view>
 
 namespace platform::testing {
 
@@ -46,6 +48,11 @@ int ChildProcess::wait() {
 
 int runInChild(const std::function<int()>& work) {
     return ChildProcess(work).wait();
+}
+
+bool longTests() {
+    const char* wish = std::getenv("VELA_LONG_TESTS");
+    return wish && std::string_view(wish) == "1";
 }
 
 int runWithoutPrivileges(const std::function<int()>& work) {

@@ -29,6 +29,9 @@ class ChildProcess {
 /// The exit code of `work` in a child.
 int runInChild(const std::function<int()>& work);
 
+/// Whether VELA_LONG_TESTS=1 asks for thousands of rounds where some dozens are usual.
+bool longTests();
+
 /// `work` with the rights of nobody in particular, where this process may give up its own.
 int runWithoutPrivileges(const std::function<int()>& work);
 

@@ -35,6 +35,36 @@ class InMemoryItemStore::Transaction : public KeychainTransaction {
     std::vector<KeychainItem> items_;
 };
 
+class InMemoryItemStore::Lock : public SecItemLock {
+  public:
+    Lock(InMemoryItemStore& store, SecItemHold hold) : store_(store), hold_(hold) {}
+    ~Lock() override {
+        const std::lock_guard lock(store_.holdsMutex_);
+        if (isHeld_) --holds();
+    }
+
+    OSStatus tryAcquire() override {
+        const std::lock_guard lock(store_.holdsMutex_);
+        const bool isExcluded =
+            store_.exclusiveHolds_ > 0 || (hold_ == SecItemHold::exclusive && store_.sharedHolds_ > 0);
+        if (isExcluded) return errSecInteractionNotAllowed;
+        isHeld_ = true;
+        ++holds();
+        return errSecSuccess;
+    }
+
+  private:
+    int& holds() { return hold_ == SecItemHold::shared ? store_.sharedHolds_ : store_.exclusiveHolds_; }
+
+    InMemoryItemStore& store_;
+    SecItemHold hold_;
+    bool isHeld_ = false;
+};
+
+std::unique_ptr<SecItemLock> InMemoryItemStore::lock(SecItemHold hold) {
+    return std::make_unique<Lock>(*this, hold);
+}
+
 std::unique_ptr<KeychainTransaction> InMemoryItemStore::begin(Access) {
     return std::make_unique<Transaction>(*this);
 }

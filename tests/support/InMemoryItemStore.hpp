@@ -11,14 +11,21 @@
 namespace platform::testing {
 
 class InMemoryItemStore : public KeychainStore {
+  public:
+    std::unique_ptr<SecItemLock> lock(SecItemHold hold) override;
+
   protected:
     std::unique_ptr<KeychainTransaction> begin(Access access) override;
 
   private:
     class Transaction;
+    class Lock;
 
     std::mutex mutex_;
     std::vector<KeychainItem> items_;
+    std::mutex holdsMutex_;
+    int sharedHolds_ = 0;
+    int exclusiveHolds_ = 0;
 };
 
 }  // namespace platform::testing

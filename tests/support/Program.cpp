@@ -60,7 +60,9 @@ pid_t spawn(const ProgramRun& run, int input, int output, int errors) {
     sigemptyset(&restored);
     sigaddset(&restored, SIGPIPE);
     posix_spawnattr_setsigdefault(&attributes, &restored);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    posix_spawnattr_setpgroup(&attributes, 0);
+    const int group = run.leadsGroup ? POSIX_SPAWN_SETPGROUP : 0;
+    posix_spawnattr_setflags(&attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | group));
     pid_t process = -1;
     const int error = ::posix_spawn(&process, path.c_str(), &actions, &attributes, pointers(arguments).data(),
                                     pointers(variables).data());
@@ -158,6 +160,10 @@ BackgroundProgram::~BackgroundProgram() {
 
 void BackgroundProgram::sendSignal(int signal) const {
     ::kill(process_, signal);
+}
+
+void BackgroundProgram::sendSignalToGroup(int signal) const {
+    ::kill(-process_, signal);
 }
 
 std::optional<int> BackgroundProgram::waitForEnd(std::chrono::milliseconds limit) {

@@ -31,6 +31,9 @@ struct ProgramRun {
     std::map<std::string, std::string> environment = {};
     std::string input = {};
     std::chrono::seconds limit = std::chrono::seconds(60);
+    /// In a process group of its own, as a terminal starts a program: what it starts belongs to the group
+    /// too.
+    bool leadsGroup = false;
 
     ProgramResult run() const;
 };
@@ -45,6 +48,8 @@ class BackgroundProgram {
 
     pid_t processIdentifier() const { return process_; }
     void sendSignal(int signal) const;
+    /// To it and to what it has started: it leads a group.
+    void sendSignalToGroup(int signal) const;
     /// Waits for its end; nothing when it goes on for longer than `limit`.
     std::optional<int> waitForEnd(std::chrono::milliseconds limit);
 

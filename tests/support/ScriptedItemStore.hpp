@@ -12,6 +12,14 @@ namespace platform::testing {
 
 enum class SecItemCall { copyMatching, add, update, remove };
 
+/// Where a transaction began and ended, counted in the requests before it.
+struct SecItemTransactionRecord {
+    std::size_t begin;
+    std::size_t end;
+    bool isCommitted;
+    bool operator==(const SecItemTransactionRecord&) const = default;
+};
+
 struct SecItemRequest {
     SecItemCall call;
     /// The query, or what is to be added.
@@ -32,8 +40,18 @@ class ScriptedItemStore : public SecItemStore {
     OSStatus add(const SecAttributes& attributes) override;
     OSStatus update(const SecAttributes& query, const SecAttributes& attributesToUpdate) override;
     OSStatus remove(const SecAttributes& query) override;
+    /// Remembered, and nothing else.
+    std::unique_ptr<SecItemTransaction> beginTransaction() override;
+    /// Held whenever asked for.
+    std::unique_ptr<SecItemLock> lock(SecItemHold hold) override;
+
+    /// In the order of their ends.
+    const std::vector<SecItemTransactionRecord>& transactions() const { return transactions_; }
 
   private:
+    class Transaction;
+    class Lock;
+
     struct Answer {
         OSStatus status;
         SecResult result;
@@ -42,6 +60,7 @@ class ScriptedItemStore : public SecItemStore {
 
     std::deque<Answer> answers_;
     std::vector<SecItemRequest> requests_;
+    std::vector<SecItemTransactionRecord> transactions_;
 };
 
 }  // namespace platform::testing

@@ -26,6 +26,10 @@ void ScriptedURLSession::answerWithoutHTTP(std::string data) {
     answers_.emplace_back(Reply{std::nullopt, std::move(data)});
 }
 
+void ScriptedURLSession::onRequest(std::function<void()> observer) {
+    observer_ = std::move(observer);
+}
+
 std::vector<URLRequest> ScriptedURLSession::requests() const {
     const std::lock_guard lock(mutex_);
     return requests_;
@@ -38,6 +42,7 @@ std::vector<URLRequest> ScriptedURLSession::forgottenRequests() const {
 
 boost::asio::awaitable<URLReply> ScriptedURLSession::data(URLRequest request) {
     co_await boost::asio::post(boost::asio::use_awaitable);
+    if (observer_) observer_();
     co_return take(request);
 }
 

@@ -4,6 +4,7 @@
 // come through the awaiting coroutine's executor, never inline. Safe from any thread.
 
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <variant>
 #include <vector>
@@ -21,6 +22,9 @@ class ScriptedURLSession : public URLSession {
     void answer(int statusCode, std::string data);
     /// A reply that did not come over HTTP.
     void answerWithoutHTTP(std::string data);
+
+    /// Called with each `data`, before its answer.
+    void onRequest(std::function<void()> observer);
 
     /// Every request, awaited or forgotten, in order.
     std::vector<URLRequest> requests() const;
@@ -41,6 +45,7 @@ class ScriptedURLSession : public URLSession {
 
     mutable std::mutex mutex_;
     std::deque<Answer> answers_;
+    std::function<void()> observer_;
     std::vector<URLRequest> requests_;
     std::vector<URLRequest> forgottenRequests_;
 };

@@ -1,0 +1,314 @@
+// The embedded keychain in unlucky moments: killed at every step, out of space, without the right to write.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "platform/Security/EmbeddedItemStore.hpp"
+#include "tests/platform/SystemCallFaults.hpp"
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::testing::ChildProcess;
+using platform::testing::fillDisk;
+using platform::testing::longTests;
+using platform::testing::meetSystemCalls;
+using platform::testing::runInChild;
+using platform::testing::runWithoutPrivileges;
+using ::testing::AnyOf;
+
+SecAttributes item(const std::string& service, const std::string& account) {
+    return {{kSecClass, std::string(kSecClassGenericPassword)},
+            {kSecAttrService, service},
+            {kSecAttrAccount, account}};
+}
+
+/// Stores a token as the layer above does: asks, then changes or adds.
+bool put(SecItemStore& store, const std::string& service, const std::string& account,
+         const std::string& bytes) {
+    const SecAttributes value = {{kSecValueData, Data{bytes}}};
+    SecAttributes whole = item(service, account);
+    whole.insert(value.begin(), value.end());
+    const bool exists = store.copyMatching(item(service, account), nullptr) == errSecSuccess;
+    return (exists ? store.update(item(service, account), value) : store.add(whole)) == errSecSuccess;
+}
+
+OSStatus putPair(SecItemStore& store, const std::string& bytes) {
+    const auto transaction = store.beginTransaction();
+    for (const char* account : {"a", "b"}) put(store, "now", account, bytes);
+    return transaction->commit();
+}
+
+/// Moves an old pair here, as a first read does with each of its halves.
+OSStatus movePair(SecItemStore& store, const std::string& bytes) {
+    const auto transaction = store.beginTransaction();
+    for (const char* account : {"a", "b"}) {
+        put(store, "now", account, bytes);
+        store.remove(item("before", account));
+    }
+    return transaction->commit();
+}
+
+class UnluckyKeychain : public ::testing::Test {
+  protected:
+    std::string data(const char* service, const char* account) {
+        SecAttributes query = item(service, account);
+        query.emplace(kSecReturnData, true);
+        SecResult result;
+        const OSStatus status = store.copyMatching(query, &result);
+        if (status == errSecItemNotFound) return "-";
+        return status == errSecSuccess ? std::get<Data>(result).bytes.substr(0, 1) : std::to_string(status);
+    }
+    /// The first byte of each half, here and in the old place.
+    std::string state() {
+        return data("now", "a") + data("now", "b") + data("before", "a") + data("before", "b");
+    }
+    void startAfresh() {
+        fs::remove_all(file.parent_path());
+        fs::create_directories(file.parent_path());
+    }
+
+    platform::testing::TemporaryFolder folder;
+    fs::path file = folder.path() / "vela" / "keychain.sqlite";
+    EmbeddedItemStore store{file};
+};
+
+struct Road {
+    const char* name;
+    std::function<void(SecItemStore&)> prepare;
+    std::function<OSStatus(SecItemStore&)> take;
+    const char* before;
+    const char* after;
+};
+
+const std::string longToken(9000, '2');
+const std::vector<Road> roads = {
+    {"sign-in", [](SecItemStore&) {}, [](SecItemStore& store) { return putPair(store, "2"); }, "----",
+     "22--"},
+    {"renewal", [](SecItemStore& store) { putPair(store, "1"); },
+     [](SecItemStore& store) { return putPair(store, "2"); }, "11--", "22--"},
+    {"renewal by longer tokens", [](SecItemStore& store) { putPair(store, "1"); },
+     [](SecItemStore& store) { return putPair(store, longToken); }, "11--", "22--"},
+    {"migration",
+     [](SecItemStore& store) {
+         put(store, "before", "a", "1");
+         put(store, "before", "b", "1");
+     },
+     [](SecItemStore& store) { return movePair(store, "1"); }, "--11", "11--"},
+    {"sign-out", [](SecItemStore& store) { putPair(store, "1"); },
+     [](SecItemStore& store) {
+         const auto transaction = store.beginTransaction();
+         store.remove({{kSecClass, std::string(kSecClassGenericPassword)}});
+         return transaction->commit();
+     },
+     "11--", "----"},
+};
+
+TEST_F(UnluckyKeychain, HoldsTheOldOrTheNewStateAfterAKillAtEverySystemCall) {
+    for (const Road& road : roads) {
+        SCOPED_TRACE(road.name);
+        int last = 0;
+        for (int fatal = 1; last == 0; ++fatal) {
+            startAfresh();
+            road.prepare(store);
+            const int code = runInChild([&] {
+                meetSystemCalls([fatal](int number) {
+                    if (number == fatal) ::raise(SIGKILL);
+                    return 0;
+                });
+                return road.take(store);
+            });
+            EXPECT_THAT(state(), AnyOf(road.before, road.after)) << "killed at call " << fatal;
+            if (code == 0) {
+                EXPECT_EQ(state(), road.after);
+                last = fatal;
+            }
+            EXPECT_EQ(putPair(store, "3"), errSecSuccess) << "killed at call " << fatal;
+        }
+        EXPECT_GT(last, 5) << "too few calls were met";
+    }
+}
+
+TEST_F(UnluckyKeychain, TellsTheTruthWhenASystemCallFails) {
+    for (const Road& road : roads) {
+        std::vector<int> errors = {ENOSPC};
+        if (longTests()) errors.insert(errors.end(), {EIO, EDQUOT, EACCES, ENOENT, EMFILE});
+        for (const int error : errors) {
+            SCOPED_TRACE(std::string(road.name) + ", errno " + std::to_string(error));
+            bool wasMet = true;
+            for (int failing = 1; wasMet; ++failing) {
+                startAfresh();
+                road.prepare(store);
+                const int code = runInChild([&] {
+                    bool hasFailed = false;
+                    meetSystemCalls([&](int number) {
+                        hasFailed = hasFailed || number == failing;
+                        return number == failing ? error : 0;
+                    });
+                    const bool isKept = road.take(store) == errSecSuccess;
+                    return hasFailed ? (isKept ? 1 : 2) : 3;
+                });
+                wasMet = code != 3;
+                EXPECT_EQ(state(), code == 2 ? road.before : road.after)
+                    << "call " << failing << ", reported as " << (code == 2 ? "failed" : "kept");
+            }
+        }
+    }
+}
+
+/// What the folder's files hold.
+std::uintmax_t used(const fs::path& folder) {
+    std::uintmax_t size = 0;
+    for (const auto& entry : fs::directory_iterator(folder)) size += entry.file_size();
+    return size;
+}
+
+TEST_F(UnluckyKeychain, RenewsThePairOnAFullDisk) {
+    putPair(store, std::string(3000, '1'));
+    EXPECT_EQ(runInChild([&] {
+                  fillDisk(file.parent_path(), used(file.parent_path()));
+                  for (const char digit : {'2', '3', '4'}) {
+                      if (store.lock(SecItemHold::shared)->tryAcquire() != errSecSuccess) return 1;
+                      if (putPair(store, std::string(3000, digit)) != errSecSuccess) return digit - '0';
+                  }
+                  return 0;
+              }),
+              0);
+    EXPECT_EQ(state(), "44--");
+}
+
+TEST_F(UnluckyKeychain, MovesAnOldPairOnAFullDisk) {
+    for (const char* account : {"a", "b"}) put(store, "before", account, "1");
+    EXPECT_EQ(runInChild([&] {
+                  fillDisk(file.parent_path(), used(file.parent_path()));
+                  return movePair(store, "1");
+              }),
+              errSecSuccess);
+    EXPECT_EQ(state(), "11--");
+}
+
+TEST_F(UnluckyKeychain, LosesNothingOnAFullDiskWithoutAReserve) {
+    for (const char* account : {"a", "b"}) put(store, "before", account, "1");
+    EXPECT_EQ(runInChild([&] {
+                  fs::remove(file.parent_path() / "keychain.reserve");
+                  fillDisk(file.parent_path(), used(file.parent_path()));
+                  return movePair(store, "1") == errSecIO && putPair(store, "2") == errSecIO ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(state(), "--11");
+}
+
+constexpr int cannotMount = 77;
+
+/// `work` with a disk of `size` on `folder`, which this process and its children alone see.
+int withSmallDisk(const fs::path& folder, const char* size, const std::function<int()>& work) {
+    return runInChild([&] {
+        const uid_t user = ::geteuid();
+        if (::unshare(CLONE_NEWNS) != 0) {
+            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return cannotMount;
+            std::ofstream("/proc/self/uid_map") << user << " " << user << " 1";
+        }
+        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            ::mount("none", folder.c_str(), "tmpfs", 0, (std::string("mode=0700,size=") + size).c_str()) != 0)
+            return cannotMount;
+        return work();
+    });
+}
+
+TEST_F(UnluckyKeychain, RenewsThePairOnARealDiskWithoutAFreeByte) {
+    startAfresh();
+    const int code = withSmallDisk(file.parent_path(), "512k", [&] {
+        if (putPair(store, "1") != errSecSuccess) return 1;
+        {
+            std::ofstream filler(file.parent_path() / "filler");
+            while (filler.write("x", 1)) filler.flush();
+        }
+        for (const char* digit : {"2", "3", "4"}) {
+            if (store.lock(SecItemHold::shared)->tryAcquire() != errSecSuccess) return 2;
+            if (putPair(store, digit) != errSecSuccess) return 3;
+            if (state() != std::string(2, *digit) + "--") return 4;
+        }
+        return 0;
+    });
+    if (code == cannotMount) GTEST_SKIP() << "no disk of one's own may be mounted here";
+    EXPECT_EQ(code, 0);
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginWithoutRoomForItsPair) {
+    startAfresh();
+    const int code = withSmallDisk(file.parent_path(), "64k", [&] {
+        if (putPair(store, "1") != errSecSuccess) return 1;
+        if (store.lock(SecItemHold::shared)->tryAcquire() != errSecIO) return 2;
+        if (SecItemFault().find("has no room for a renewed token") == std::string::npos) return 3;
+        // A person may sign out, and in again, as long as the disk has room for that.
+        return store.lock(SecItemHold::exclusive)->tryAcquire() == errSecSuccess ? 0 : 4;
+    });
+    if (code == cannotMount) GTEST_SKIP() << "no disk of one's own may be mounted here";
+    EXPECT_EQ(code, 0);
+}
+
+TEST_F(UnluckyKeychain, IsRefusedOnAReadOnlyDisk) {
+    startAfresh();
+    const int code = withSmallDisk(file.parent_path(), "1m", [&] {
+        if (putPair(store, "1") != errSecSuccess) return 1;
+        if (::mount("none", file.parent_path().c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) != 0)
+            return cannotMount;
+        if (data("now", "a") != std::to_string(errSecIO)) return 2;
+        if (SecItemFault().find("cannot be written (Read-only file system)") == std::string::npos) return 3;
+        return store.lock(SecItemHold::shared)->tryAcquire() == errSecIO ? 0 : 4;
+    });
+    if (code == cannotMount) GTEST_SKIP() << "no disk of one's own may be mounted here";
+    EXPECT_EQ(code, 0);
+}
+
+TEST_F(UnluckyKeychain, IsRefusedWhereItsFileOrItsFolderMayNotBeWritten) {
+    struct Row {
+        const char* what;
+        fs::path path;
+        mode_t mode;
+    };
+    const std::vector<Row> rows = {{"file", file, 0400}, {"folder", file.parent_path(), 0500}};
+    for (const Row& row : rows) {
+        EXPECT_EQ(runWithoutPrivileges([&] {
+                      // The temporary folder may be another user's by now.
+                      const platform::testing::TemporaryFolder own;
+                      const fs::path ownFile = own.path() / "vela" / "keychain.sqlite";
+                      EmbeddedItemStore ownStore(ownFile);
+                      if (putPair(ownStore, "1") != errSecSuccess) return 1;
+                      const fs::path path = own.path() / row.path.lexically_relative(folder.path());
+                      ::chmod(path.c_str(), row.mode);
+                      const OSStatus read = ownStore.copyMatching(item("now", "a"), nullptr);
+                      const std::string fault = SecItemFault();
+                      const OSStatus lock = ownStore.lock(SecItemHold::shared)->tryAcquire();
+                      ::chmod(path.c_str(), 0700);
+                      if (read != errSecIO || lock != errSecIO) return 2;
+                      return fault.find(path.string() + " cannot be written (Permission denied)") !=
+                                     std::string::npos
+                                 ? 0
+                                 : 3;
+                  }),
+                  0)
+            << row.what;
+    }
+}
+
+TEST_F(UnluckyKeychain, WaitsHalfAMinuteForTheRightToWrite) {
+    EXPECT_EQ(EmbeddedItemStore::Patience().write, std::chrono::seconds(30));
+    EXPECT_EQ(EmbeddedItemStore::Patience().read, std::chrono::seconds(2));
+}
+
+}  // namespace
+}  // namespace platform
