@@ -36,7 +36,8 @@ constexpr std::chrono::milliseconds pauseBetweenAttempts(20);
 using RenewalLock = std::unique_ptr<platform::SecItemLock>;
 
 /// Keeps sign-in and sign-out away from what is read until what comes of it is stored. Other renewals go on
-/// at the same time, and the later write wins.
+/// at the same time, and the later write wins. Nothing where it cannot be had, or where a new pair could not
+/// be kept.
 boost::asio::awaitable<RenewalLock> heldRenewalLock() {
     auto lock = platform::SecItemMakeLock(platform::SecItemHold::shared);
     auto left = patienceWithCompanion;
@@ -47,9 +48,6 @@ boost::asio::awaitable<RenewalLock> heldRenewalLock() {
         status = lock->tryAcquire();
     }
     if (status != platform::errSecSuccess) lock.reset();
-    // Where there is no store there is nothing to keep away from, and a read says so.
-    const bool mayGoOn = lock || status == platform::errSecItemNotFound;
-    if (!mayGoOn) throw RefreshTokenError(RefreshTokenError::unknown);
     co_return lock;
 }
 
@@ -149,7 +147,7 @@ boost::asio::awaitable<void> PackageFetch::renewPair() {
     auto refreshToken =
         tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain.refreshToken(); });
     if (!refreshToken) throw RefreshTokenError(RefreshTokenError::missingRefreshToken);
-    // It came to be a moment ago, unheld: the next fetch renews.
+    // The old pair is worth more than one that cannot be kept.
     if (!lock) throw RefreshTokenError(RefreshTokenError::unknown);
     co_await exchangeRefreshToken(std::move(*refreshToken));
 }

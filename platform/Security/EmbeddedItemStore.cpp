@@ -355,7 +355,7 @@ std::unique_ptr<SecItemLock> EmbeddedItemStore::lock(SecItemHold hold) {
     };
     // To take tokens away needs no room of its own; to spend one that changes with its use does.
     const auto prepare = [file = file_](SecItemHold wanted) {
-        if (!keepsReserve(file) && wanted == SecItemHold::shared)
+        if (wanted == SecItemHold::shared && !keepsReserve(file))
             refuse(file.parent_path(), "has no room for a renewed token");
     };
     return std::make_unique<KeychainLock>(hold,

@@ -133,13 +133,13 @@ OSStatus KeychainStore::copyMatching(const SecAttributes& asked, SecResult* resu
         Scope* scope = Scope::of(*this);
         if (scope) scope->throwIfFailed();
         std::vector<KeychainItem> matches;
-        // Whoever asks without a result slot is about to write.
+        // Whoever asks without a result slot is about to write, and to add what is not there.
         const bool mayReadAside = !scope || (!scope->transaction() && result);
         if (mayReadAside) matches = itemsIn(begin(Access::read).get(), *query);
         // What follows may rest on there being nothing, so it must stay true.
         if (scope && matches.empty()) {
             try {
-                matches = itemsIn(scope->begun(result ? Access::readToChange : Access::change), *query);
+                matches = itemsIn(scope->begun(result ? Access::readToChange : Access::create), *query);
             } catch (const KeychainFailure& failure) {
                 scope->fail(failure);
                 throw;

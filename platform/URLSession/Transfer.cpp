@@ -163,15 +163,6 @@ int Transfer::overheard(CURL*, curl_infotype kind, char*, std::size_t size, void
     return 0;
 }
 
-// As long as there is something to read libcurl reads on, and this is where it looks up.
-int Transfer::progressed(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
-    auto& self = *static_cast<Transfer*>(transfer);
-    const bool goesOn = self.succeeds([&self] {
-        if (const auto error = self.overrun()) throw *error;
-    });
-    return goesOn ? 0 : 1;
-}
-
 int Transfer::aboutToSend(void* transfer, char*, char*, int, int) {
     auto& self = *static_cast<Transfer*>(transfer);
     const bool isAllowed = self.succeeds([&self] {
@@ -233,12 +224,9 @@ void Transfer::setConnection() {
     // Idleness is watched by the loop; connecting is no exception to it.
     curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS, 0L);
     curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
     curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &Transfer::overheard);
     curl_easy_setopt(handle, CURLOPT_DEBUGDATA, this);
-    curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
-    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &Transfer::progressed);
-    curl_easy_setopt(handle, CURLOPT_XFERINFODATA, this);
+    curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
     curl_easy_setopt(handle, CURLOPT_PREREQFUNCTION, &Transfer::aboutToSend);
     curl_easy_setopt(handle, CURLOPT_PREREQDATA, this);
     if (mayBeRepeated(request_)) return;
@@ -399,8 +387,10 @@ URLError Transfer::error(CURLcode code) const {
 
 std::optional<URLError> Transfer::overrun() {
     const auto now = std::chrono::steady_clock::now();
-    if (now >= *end_) return URLError(URLErrorCode::timedOut, "the transfer takes too long in all");
-    if (now >= deadline()) return URLError(URLErrorCode::timedOut, "nothing has moved for too long");
+    if (now >= deadline()) {
+        return URLError(URLErrorCode::timedOut, now >= *end_ ? "the transfer takes too long in all"
+                                                             : "nothing has moved for too long");
+    }
     const std::uint64_t bearable = maximumHeaderBytes + maximumWireShare * limits_.maximumReplySize;
     if (exchange_.bytesReceived > bearable) {
         return URLError(URLErrorCode::dataLengthExceedsMaximum, "more comes than a reply is worth");

@@ -57,7 +57,6 @@ class Transfer {
     void setHeaders();
     void setTrust();
     static int overheard(CURL*, curl_infotype kind, char*, std::size_t size, void* transfer);
-    static int progressed(void* transfer, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
     static int aboutToSend(void* transfer, char*, char*, int, int);
     template <void (Transfer::*receive)(std::string_view)>
     static std::size_t received(char* bytes, std::size_t unit, std::size_t count, void* transfer);

@@ -16,6 +16,7 @@
 
 #include "tests/host/Person.hpp"
 #include "tests/support/Awaited.hpp"
+#include "tests/support/ChildProcess.hpp"
 #include "tests/support/LoopbackServer.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 
@@ -176,6 +177,48 @@ TEST_F(ExtensionProcessTest, EndsWithinASecondOfItsHostHangingUp) {
                    asio::detached);
     context.run();
     EXPECT_EQ(status, std::optional(std::optional(0))) << "it had to be killed";
+}
+
+TEST_F(ExtensionProcessTest, EndsAtASignalWhenNothingMustBeFinished) {
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+        const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.stall(); });
+        withExtension(baseURL(server), [&](auto extension) -> asio::awaitable<void> {
+            std::thread sender([&server, signal, process = extension->processIdentifier()] {
+                server.waitForRequests(1);
+                ::kill(process, signal);
+            });
+            const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
+            try {
+                co_await extension->ask(request);
+                ADD_FAILURE() << "signal " << signal;
+            } catch (const ExtensionError&) {
+            }
+            sender.join();
+        });
+    }
+}
+
+TEST_F(ExtensionProcessTest, DoesNotWaitForeverForAServerThatNeverAnswersARenewal) {
+    if (!platform::testing::longTests()) GTEST_SKIP() << "it takes ten seconds";
+    signIn();
+    const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        if (request.body.find("mutation") != std::string::npos) peer.stall();
+        peer.send(httpReply(401, ""));
+        peer.close();
+    });
+    withExtension(baseURL(server), [&](auto extension) -> asio::awaitable<void> {
+        std::thread sender([&server, process = extension->processIdentifier()] {
+            server.waitForRequests(2);
+            ::kill(process, SIGTERM);
+        });
+        const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
+        try {
+            co_await extension->ask(request);
+            ADD_FAILURE();
+        } catch (const ExtensionError&) {
+        }
+        sender.join();
+    });
 }
 
 TEST(VelaWidgetExtension, RefusesToRunWithoutAHost) {

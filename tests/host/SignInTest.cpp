@@ -210,6 +210,20 @@ TEST_F(SignIn, IsOneWholeWhereTwoHappenAtOnce) {
     }
 }
 
+TEST_F(SignIn, GivesUpAfterSeventySecondsAndChangesNothing) {
+    if (!longTests()) GTEST_SKIP() << "it takes 70 seconds";
+    signInAs("old");
+    platform::EmbeddedItemStore store(keychainFile());
+    const auto renewal = store.lock(platform::SecItemHold::shared);
+    ASSERT_EQ(renewal->tryAcquire(), platform::errSecSuccess);
+    auto run = program("vela-companion", {"sign-out"});
+    run.limit = std::chrono::seconds(120);
+    const auto result = run.run();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errors, HasSubstr("nothing was changed, try again"));
+    EXPECT_EQ(pair(), pairOf("old"));
+}
+
 TEST_F(SignIn, ForgetsNobodyWhenTheDefaultsCannotBeWritten) {
     signInAs("old");
     std::filesystem::remove_all(defaultsFile().parent_path());

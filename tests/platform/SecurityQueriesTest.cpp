@@ -509,9 +509,11 @@ class SharedItemStore : public ItemStore {
             const bool exists = store->copyMatching(item("s", account), nullptr) == errSecSuccess;
             const auto status = exists ? store->update(item("s", account), bytes(bytesOfBoth))
                                        : store->add(item("s", account) + bytes(bytesOfBoth));
-            if (status != errSecSuccess) return false;
+            EXPECT_EQ(status, errSecSuccess) << SecItemFault();
         }
-        return transaction->commit() == errSecSuccess;
+        const OSStatus status = transaction->commit();
+        EXPECT_EQ(status, errSecSuccess) << SecItemFault();
+        return status == errSecSuccess;
     }
 };
 
@@ -589,6 +591,27 @@ TEST_P(SharedItemStore, WaitsForAnotherProcesssTransaction) {
         char byte = 0;
         ASSERT_EQ(::read(ready[0], &byte, 1), 1);
         EXPECT_EQ(pair(), "00") << "readers do not wait";
+        EXPECT_EQ(runInChild([&] { return storePair("2") ? 0 : 1; }), 0);
+        EXPECT_EQ(first.wait(), 0);
+        EXPECT_EQ(pair(), "22");
+    });
+}
+
+TEST_P(SharedItemStore, LetsNobodyAddWhatATransactionHasAskedForInOrderToAddIt) {
+    run([&] {
+        std::array<int, 2> ready = {-1, -1};
+        ASSERT_EQ(::pipe(ready.data()), 0);
+        ChildProcess first([&] {
+            const auto transaction = store->beginTransaction();
+            if (store->copyMatching(item("s", "a"), nullptr) != errSecItemNotFound) return 1;
+            (void)!::write(ready[1], "x", 1);
+            ::usleep(300000);
+            for (const char* account : {"a", "b"})
+                if (store->add(item("s", account) + bytes("1")) != errSecSuccess) return 2;
+            return transaction->commit() == errSecSuccess ? 0 : 3;
+        });
+        char byte = 0;
+        ASSERT_EQ(::read(ready[0], &byte, 1), 1);
         EXPECT_EQ(runInChild([&] { return storePair("2") ? 0 : 1; }), 0);
         EXPECT_EQ(first.wait(), 0);
         EXPECT_EQ(pair(), "22");

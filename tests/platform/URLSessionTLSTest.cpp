@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "platform/URLSession/TLSPolicy.hpp"
 #include "tests/platform/SecureServer.hpp"
 #include "tests/platform/URLSessionFixture.hpp"
 #include "tests/support/Program.hpp"
@@ -124,6 +125,23 @@ TEST_F(URLSessionTLS, AsksForMoreWhereTheMachineDoes) {
     if (isStrict) return;
     const auto strict = folder.write("strict.cnf", configuration("TLSv1.3", "DEFAULT:@SECLEVEL=2"));
     EXPECT_EQ(rerun("URLSessionTLS.AsksForMoreWhereTheMachineDoes", {{"OPENSSL_CONF", strict.string()}}), "");
+}
+
+TEST(TLSPolicy, RaisesWhatIsTooLowAndLowersNothing) {
+    struct Row {
+        int version, level, expectedVersion, expectedLevel;
+    };
+    for (const Row& row :
+         {Row{0, 0, TLS1_2_VERSION, 2}, Row{TLS1_VERSION, 1, TLS1_2_VERSION, 2},
+          Row{TLS1_2_VERSION, 2, TLS1_2_VERSION, 2}, Row{TLS1_3_VERSION, 3, TLS1_3_VERSION, 3}}) {
+        const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_client_method()),
+                                                                        &SSL_CTX_free);
+        SSL_CTX_set_min_proto_version(context.get(), row.version);
+        SSL_CTX_set_security_level(context.get(), row.level);
+        EXPECT_EQ(applyTLSPolicy(nullptr, context.get(), nullptr), CURLE_OK);
+        EXPECT_EQ(SSL_CTX_get_min_proto_version(context.get()), row.expectedVersion);
+        EXPECT_EQ(SSL_CTX_get_security_level(context.get()), row.expectedLevel);
+    }
 }
 
 TEST_F(URLSessionTLS, WritesNoKeysForOthers) {

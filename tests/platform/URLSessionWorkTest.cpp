@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/platform/SecureServer.hpp"
 #include "tests/platform/URLSessionFixture.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -178,6 +179,46 @@ TEST_F(URLSessionWork, UnpacksWhatWasOfferedOnceAndNothingElse) {
     }
 }
 
+TEST_F(URLSessionWork, IsBoundedInLinesAndInBytesOfHeaders) {
+    struct Row {
+        int lines;
+        std::size_t bytesOfALine;
+        std::optional<URLErrorCode> expected;
+    };
+    const std::vector<Row> rows = {
+        {900, 10, std::nullopt},
+        {1001, 10, URLErrorCode::badServerResponse},
+        {250, 1000, std::nullopt},
+        {270, 1000, URLErrorCode::badServerResponse},
+    };
+    for (const Row& row : rows) {
+        std::vector<std::string> lines(static_cast<std::size_t>(row.lines),
+                                       "X: " + std::string(row.bytesOfALine - 5, 'y'));
+        const LoopbackServer server(httpReply(200, "", lines));
+        EXPECT_EQ(failure({.url = server.url()}), row.expected) << row.lines;
+    }
+}
+
+TEST_F(URLSessionWork, EndsByABoundOverTLSToo) {
+    const std::string head = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5;";
+    const std::string again = repeated("name", 1 << 14);
+    std::atomic<std::size_t> sent = 0;
+    platform::testing::SecureServer server({.converse = [&](SSL* connection) {
+        SSL_write(connection, head.data(), static_cast<int>(head.size()));
+        while (sent < longForAReply &&
+               SSL_write(connection, again.data(), static_cast<int>(again.size())) > 0) {
+            sent += again.size();
+        }
+    }});
+    const platform::testing::TemporaryFolder folder;
+    const platform::testing::ScopedEnvironment trust(
+        {{"SSL_CERT_FILE", folder.write("trusted.pem", server.certificate()).string()}});
+    EXPECT_EQ(failure({.url = server.url()}), URLErrorCode::dataLengthExceedsMaximum);
+    server.end();
+    EXPECT_LT(sent, longForAReply);
+    RecordProperty("bytesSent", std::to_string(sent));
+}
+
 // Layer upon layer of compression multiplies: this would take hours, without a byte of outcome.
 TEST_F(URLSessionWork, IsNotMultipliedByLayers) {
     std::string layers(gzipHead);
@@ -209,6 +250,14 @@ TEST_F(URLSessionWork, EndsInTimeHoweverItDrips) {
         });
         EXPECT_EQ(failure({.url = server.url()}), URLErrorCode::timedOut) << row.beginning << row.drop;
     }
+}
+
+TEST_F(URLSessionWork, EndsInTimeWhereNothingMovesForLongerThanThat) {
+    URLSessionConfiguration configuration;
+    configuration.timeoutIntervalForResource = 100ms;
+    session = URLSession::session(configuration);
+    const LoopbackServer server([](const ReceivedRequest&, Peer& peer) { peer.stall(); });
+    EXPECT_EQ(failure({.url = server.url(), .timeoutInterval = 1h}), URLErrorCode::timedOut);
 }
 
 TEST_F(URLSessionWork, EndsInTimeHoweverItIsLedAbout) {

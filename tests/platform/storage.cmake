@@ -18,7 +18,7 @@ vela_tests(vela-tests-urlsession USES vela_test_storage vela_test_programs SOURC
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionLifetimeTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionTLSTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/URLSessionWholeResourceTest.cpp)
-target_link_libraries(vela-tests-urlsession PRIVATE OpenSSL::SSL OpenSSL::Crypto ZLIB::ZLIB ${CMAKE_DL_LIBS})
+target_link_libraries(vela-tests-urlsession PRIVATE CURL::libcurl OpenSSL::SSL OpenSSL::Crypto ZLIB::ZLIB ${CMAKE_DL_LIBS})
 vela_tests(vela-tests-userdefaults USES vela_test_storage SOURCES
     ${CMAKE_CURRENT_LIST_DIR}/TrustedFolderTest.cpp
     ${CMAKE_CURRENT_LIST_DIR}/UserDefaultsTest.cpp)

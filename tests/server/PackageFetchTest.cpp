@@ -438,6 +438,7 @@ class FullItemStore : public platform::testing::InMemoryItemStore {
 TEST_F(PackageFetchTest, SpendsNoTokenWhereItsSuccessorCouldNotBeKept) {
     FullItemStore full;
     const platform::SecItemStore::Override fullInForce(full);
+    EXPECT_EQ(refreshFailure(), "missingRefreshToken");
     signIn("access", "refresh");
     EXPECT_EQ(refreshFailure(), "unknown");
     EXPECT_TRUE(session->requests().empty());

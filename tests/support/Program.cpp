@@ -53,12 +53,13 @@ pid_t spawn(const ProgramRun& run, int input, int output, int errors) {
     posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, errors, STDERR_FILENO);
-    // The test ignores broken pipes; the program is to meet them as it would anywhere.
+    // The test ignores broken pipes, and may have been started to ignore more; the program is to meet them as
+    // it would anywhere.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     sigset_t restored;
     sigemptyset(&restored);
-    sigaddset(&restored, SIGPIPE);
+    for (const int signal : {SIGPIPE, SIGHUP, SIGINT, SIGQUIT, SIGTERM}) sigaddset(&restored, signal);
     posix_spawnattr_setsigdefault(&attributes, &restored);
     posix_spawnattr_setpgroup(&attributes, 0);
     const int group = run.leadsGroup ? POSIX_SPAWN_SETPGROUP : 0;
