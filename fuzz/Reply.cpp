@@ -58,20 +58,19 @@ void decode(const boost::json::object& data, void (*use)(const Response&)) {
     }
 }
 
-/// The same with ever more memory, until it is enough: what does not fit leaves nothing behind.
+/// The same with some limit on memory, which may be too low at any step: what does not fit leaves nothing
+/// behind.
 void decodeWithin(std::string_view reply) {
-    for (std::size_t limit = 64;; limit += limit / 2) {
-        platform::BoundedMemory tree(limit);
-        platform::BoundedMemory records(limit);
-        try {
-            auto envelope = platform::JSONSerialization::JSONObjectWithData(reply, &tree);
-            auto& data = envelope.get_object().at("data").get_object();
-            VelaApi::responseFrom<VelaApi::TrackingWidgetResponse>(std::move(data), &records);
-            return;
-        } catch (const platform::MemoryLimitExceeded&) {
-        } catch (const platform::DecodingError&) {
-            return;
-        }
+    constexpr std::size_t memoryForEachByte = 24;
+    const std::size_t limit = std::hash<std::string_view>()(reply) % (memoryForEachByte * reply.size());
+    platform::BoundedMemory tree(limit);
+    platform::BoundedMemory records(limit);
+    try {
+        auto envelope = platform::JSONSerialization::JSONObjectWithData(reply, &tree);
+        auto& data = envelope.get_object().at("data").get_object();
+        VelaApi::responseFrom<VelaApi::TrackingWidgetResponse>(std::move(data), &records);
+    } catch (const platform::MemoryLimitExceeded&) {
+    } catch (const platform::DecodingError&) {
     }
 }
 
