@@ -21,20 +21,20 @@ class Surroundings {
         : defaults_(std::make_unique<InMemoryUserDefaults>(std::move(stored)), "") {}
 
     WidgetInteractionEvent event(std::optional<std::string> userId) const {
-        return WidgetInteractionEvent({.widgetId = "systemSmall.TrackingWidget",
-                                       .widgetSize = "systemSmall",
-                                       .widgetType = "TrackingWidget",
-                                       .widgetState = "loggedIn",
-                                       .userId = std::move(userId)},
-                                      {.device = [this]() -> const auto& { return device_;
+        return WidgetInteractionEvent(
+            {.widgetId = "systemSmall.TrackingWidget",
+             .widgetSize = "systemSmall",
+             .widgetType = "TrackingWidget",
+             .widgetState = "loggedIn",
+             .userId = std::move(userId)},
+            {.device = [this]() -> const platform::Device& { return device_; },
+             .defaults = [this]() -> const server::SharedDefaults& { return defaults_; }});
     }
-    , .defaults = [this]() -> const auto& { return defaults_; }});
-}  // namespace
 
-private:
-platform::Device device_{"Laptop 14", "12"};
-server::SharedDefaults defaults_;
-};  // namespace analytics
+  private:
+    platform::Device device_{"Laptop 14", "12"};
+    server::SharedDefaults defaults_;
+};
 
 TEST(WidgetInteractionEvent, TellsTheWidgetAndTheDevice) {
     const FixedAmbient ambient({.now = "2001-01-01T00:00:01.500Z"});
@@ -113,16 +113,13 @@ TEST(WidgetInteractionEvent, AsksForItsFactsAtEachPayload) {
     int asked = 0;
     const platform::Device device("Laptop 14", "12");
     const server::SharedDefaults defaults(std::make_unique<InMemoryUserDefaults>(), "");
-    const WidgetInteractionEvent event({.widgetId = "", .widgetSize = "", .widgetType = "", .widgetState = ""},
-                                       {.device = [&]() -> const auto& { return ++asked, device;
-}
-, .defaults = [&]() -> const auto& {
-    return defaults;
-}
-});
-event.payload();
-event.payload();
-EXPECT_EQ(asked, 2);
+    const WidgetInteractionEvent event(
+        {.widgetId = "", .widgetSize = "", .widgetType = "", .widgetState = ""},
+        {.device = [&]() -> const platform::Device& { return ++asked, device; },
+         .defaults = [&]() -> const server::SharedDefaults& { return defaults; }});
+    event.payload();
+    event.payload();
+    EXPECT_EQ(asked, 2);
 }
 
 TEST(DeviceInfoProvider, IsAnythingWithAModelAndAVersion) {
