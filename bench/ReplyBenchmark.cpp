@@ -87,8 +87,8 @@ std::string tenItems() {
 }
 
 VelaApi::TrackingWidgetResponse decoded(const std::string& body) {
-    const auto envelope = JSONSerialization::JSONObjectWithData(body);
-    return VelaApi::responseFrom<VelaApi::TrackingWidgetResponse>(envelope.at("data").as_object());
+    auto envelope = JSONSerialization::JSONObjectWithData(body);
+    return VelaApi::responseFrom<VelaApi::TrackingWidgetResponse>(std::move(envelope.at("data").as_object()));
 }
 
 void parseReply(benchmark::State& state) {
