@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <stdexcept>
 
 namespace platform {
 
@@ -57,6 +58,7 @@ CoefficientStore::CoefficientStore(JDIMENSION blocksAcross, JDIMENSION blockRows
     : blocksAcross_(blocksAcross), rows_(blockRows) {}
 
 JBLOCKARRAY CoefficientStore::window(JDIMENSION first, JDIMENSION count, Access access) {
+    if (first > rows_.size() || count > rows_.size() - first) throw std::out_of_range("no such rows");
     if (first != first_ || count != pointers_.size()) {
         if (isWritten_)
             for (std::size_t i = 0; i < pointers_.size(); ++i) pack(pointers_[i], rows_[first_ + i]);

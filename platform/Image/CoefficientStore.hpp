@@ -19,7 +19,8 @@ class CoefficientStore {
     CoefficientStore(JDIMENSION blocksAcross, JDIMENSION blockRows);
 
     enum class Access { reading, writing };
-    /// The rows from `first` on, valid until the next call. Throws std::bad_alloc.
+    /// The rows from `first` on, valid until the next call. Throws std::bad_alloc, and std::out_of_range
+    /// for rows that there are not.
     JBLOCKARRAY window(JDIMENSION first, JDIMENSION count, Access access);
 
     /// Bytes of the packed rows.

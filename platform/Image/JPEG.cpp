@@ -83,6 +83,8 @@ class JPEGReader {
         return attempt([&](jpeg_decompress_struct& info) {
             const bool inks = info.jpeg_color_space == JCS_CMYK || info.jpeg_color_space == JCS_YCCK;
             info.out_color_space = inks ? JCS_CMYK : JCS_EXT_RGBA;
+            // It guesses at scans that are missing, and reads rows of coefficients that it has not asked for.
+            info.do_block_smoothing = FALSE;
             info.scale_denom = 8;
             info.scale_num = 0;
             do {
@@ -115,7 +117,7 @@ class JPEGReader {
     /// libjpeg knows its arrays of coefficients by pointers that only these two look behind.
     static jvirt_barray_ptr requestCoefficients(j_common_ptr info, int, boolean, JDIMENSION blocksAcross,
                                                 JDIMENSION blockRows, JDIMENSION) {
-        return orOutOfMemory(info, [&] {
+        return orFailed(info, [&] {
             auto& stores = reader(info).coefficients_;
             stores.push_back(std::make_unique<CoefficientStore>(blocksAcross, blockRows));
             return reinterpret_cast<jvirt_barray_ptr>(stores.back().get());
@@ -123,7 +125,7 @@ class JPEGReader {
     }
     static JBLOCKARRAY accessCoefficients(j_common_ptr info, jvirt_barray_ptr array, JDIMENSION first,
                                           JDIMENSION count, boolean writable) {
-        return orOutOfMemory(info, [&] {
+        return orFailed(info, [&] {
             std::size_t size = 0;
             for (const auto& store : reader(info).coefficients_) size += store->size();
             if (size > mostCoefficients) throw std::bad_alloc();
@@ -134,10 +136,10 @@ class JPEGReader {
     }
     /// No exception may pass through libjpeg.
     template <typename Step>
-    static auto orOutOfMemory(j_common_ptr info, const Step& step) -> decltype(step()) {
+    static auto orFailed(j_common_ptr info, const Step& step) -> decltype(step()) {
         try {
             return step();
-        } catch (const std::bad_alloc&) {
+        } catch (const std::exception&) {
         }
         std::longjmp(reader(info).errors_.jump, 1);
     }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -71,6 +73,13 @@ TEST(CoefficientStore, ForgetsWhatIsTakenBack) {
     store.window(0, 1, Access::reading);
     EXPECT_EQ(store.size(), across * rows);  // a byte for a block without anything
     EXPECT_GT(full, store.size());
+}
+
+TEST(CoefficientStore, GivesNoRowsThatThereAreNot) {
+    CoefficientStore store(across, rows);
+    for (const auto& [first, count] :
+         {std::pair<JDIMENSION, JDIMENSION>{0, rows + 1}, {rows, 1}, {rows - 1, 2}, {~0u, 2}, {1, ~0u}})
+        EXPECT_THROW(store.window(first, count, Access::reading), std::out_of_range) << first << ' ' << count;
 }
 
 }  // namespace

@@ -151,6 +151,54 @@ TEST(HostileImages, AreNotMistakenForThoseWithALargeProfile) {
         png(photograph({24, 16}), {.beside = pngChunk("iCCP", "x\0\0"s + deflated(profile))}), wanted));
 }
 
+/// Scripts that end before everything is said.
+struct Script {
+    const char* name;
+    std::vector<JPEGScan> scans;
+};
+
+std::vector<Script> incompleteScripts(JPEGColors colors) {
+    const std::vector<int> every = colors == JPEGColors::gray ? std::vector{0} : std::vector{0, 1, 2};
+    const JPEGScan average{every}, coarseAverage{.components = every, .bits = 2};
+    const JPEGScan lowFirst{{0}, 1, 5, 0, 2}, highFirst{{0}, 6, 63, 0, 2}, lowRefined{{0}, 1, 5, 2, 1};
+    std::vector<Script> scripts = {
+        {"averages", {average}},
+        {"coarse averages", {coarseAverage}},
+        {"refined averages", {coarseAverage, {every, 0, 0, 2, 1}}},
+        {"averages and one coefficient", {average, {{0}, 1, 1}}},
+        {"averages and low frequencies", {average, lowFirst}},
+        {"averages and high frequencies", {average, highFirst}},
+        {"no last refinement", {coarseAverage, lowFirst, highFirst, lowRefined}},
+    };
+    if (every.size() > 1) {
+        scripts.push_back({"averages apart", {{{0}}, {{1}}, {{2}}}});
+        scripts.push_back({"one colour whole", {average, {{2}, 1, 63}}});
+    }
+    return scripts;
+}
+
+TEST(HostileImages, MayLeaveOutScans) {
+    for (const JPEGColors colors : {JPEGColors::rgb, JPEGColors::gray})
+        for (const auto& [name, scans] : incompleteScripts(colors))
+            for (const PixelSize sampling : {PixelSize{1, 1}, {2, 1}, {1, 2}, {2, 2}, {4, 1}, {1, 4}, {4, 2}})
+                for (const PixelSize size : {PixelSize{64, 64}, {1, 1}, {70, 9}, {17, 33}, {8, 70}, {47, 24}})
+                    for (const bool arithmetic : {false, true})
+                        for (const unsigned restartInterval : {0u, 3u}) {
+                            const std::string bytes =
+                                jpeg(photograph(size), {.colors = colors,
+                                                        .progressive = true,
+                                                        .arithmetic = arithmetic,
+                                                        .sampling = sampling,
+                                                        .restartInterval = restartInterval,
+                                                        .scans = scans});
+                            const auto bitmap = decodedImage(bytes, size);
+                            EXPECT_TRUE(bitmap == decodedByLibjpeg(bytes))
+                                << name << ' ' << size.width << " x " << size.height << ", sampled "
+                                << sampling.width << " x " << sampling.height;
+                            EXPECT_TRUE(decodedImage(bytes, wanted)) << name;
+                        }
+}
+
 TEST(HostileImages, MayNotGoOverThePictureWithoutEnd) {
     const std::string bytes = jpeg(photograph({24, 16}), {.progressive = true});
     const auto scan = bytes.find("\xFF\xDA");

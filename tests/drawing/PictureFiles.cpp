@@ -25,6 +25,17 @@ void appendBigEndian(std::string& bytes, Integer value) {
     for (int shift = int(sizeof value) * 8 - 8; shift >= 0; shift -= 8) bytes += char(value >> shift & 255);
 }
 
+std::vector<jpeg_scan_info> scanScript(const std::vector<JPEGScan>& scans) {
+    std::vector<jpeg_scan_info> script;
+    for (const JPEGScan& scan : scans) {
+        jpeg_scan_info info = {
+            int(scan.components.size()), {}, scan.first, scan.last, scan.bitsBefore, scan.bits};
+        std::copy(scan.components.begin(), scan.components.end(), info.component_index);
+        script.push_back(info);
+    }
+    return script;
+}
+
 }  // namespace
 
 Picture photograph(PixelSize size) {
@@ -58,7 +69,14 @@ std::string jpeg(const Picture& picture, const JPEGForm& form) {
     if (form.colors == JPEGColors::yccInks) jpeg_set_colorspace(&info, JCS_YCCK);
     if (form.colors == JPEGColors::cmykInks) info.write_Adobe_marker = FALSE;
     jpeg_set_quality(&info, form.quality, TRUE);
+    if (!inks && form.colors != JPEGColors::gray) {
+        info.comp_info[0].h_samp_factor = form.sampling.width;
+        info.comp_info[0].v_samp_factor = form.sampling.height;
+    }
+    info.restart_interval = form.restartInterval;
     if (form.progressive) jpeg_simple_progression(&info);
+    const std::vector<jpeg_scan_info> scans = scanScript(form.scans);
+    if (!scans.empty()) info.scan_info = scans.data(), info.num_scans = int(scans.size());
     info.arith_code = form.arithmetic;
     jpeg_start_compress(&info, TRUE);
     if (!form.exif.empty())
@@ -87,6 +105,26 @@ std::string jpeg(const Picture& picture, const JPEGForm& form) {
     std::string bytes(reinterpret_cast<char*>(buffer), length);
     std::free(buffer);
     return bytes;
+}
+
+platform::Bitmap decodedByLibjpeg(std::string_view bytes) {
+    jpeg_decompress_struct info = {};
+    jpeg_error_mgr errors;
+    info.err = jpeg_std_error(&errors);
+    jpeg_create_decompress(&info);
+    jpeg_mem_src(&info, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    jpeg_read_header(&info, TRUE);
+    info.out_color_space = JCS_EXT_BGRA;
+    info.do_block_smoothing = FALSE;
+    jpeg_start_decompress(&info);
+    auto bitmap = platform::Bitmap::transparent({int(info.output_width), int(info.output_height)});
+    for (int y = 0; y < bitmap.height(); ++y) {
+        auto* row = reinterpret_cast<JSAMPROW>(bitmap.row(y));
+        jpeg_read_scanlines(&info, &row, 1);
+    }
+    jpeg_finish_decompress(&info);
+    jpeg_destroy_decompress(&info);
+    return bitmap;
 }
 
 std::string exifNoting(int orientation, std::string_view byteOrder) {

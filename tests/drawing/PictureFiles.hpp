@@ -44,14 +44,29 @@ Picture painted(platform::PixelSize size, Paint paint) {
 Picture photograph(platform::PixelSize size);
 
 enum class JPEGColors { gray, rgb, yccInks, cmykInks };
+/// What one scan of a progressive file says: of which components, which coefficients, and which of their
+/// bits.
+struct JPEGScan {
+    std::vector<int> components;
+    int first = 0;
+    int last = 0;
+    int bitsBefore = 0;  // the lowest bit that is known already; 0 when none is
+    int bits = 0;        // the lowest bit that this scan says
+};
 struct JPEGForm {
     JPEGColors colors = JPEGColors::rgb;
     int quality = 90;
     bool progressive = false;
     bool arithmetic = false;
-    std::string_view exif = {};  // the contents of an APP1 segment
+    platform::PixelSize sampling = {2, 2};  // pixels that share a colour, 1 to 4 a side
+    unsigned restartInterval = 0;
+    std::vector<JPEGScan> scans = {};  // libjpeg's own script if empty
+    std::string_view exif = {};        // the contents of an APP1 segment
 };
 std::string jpeg(const Picture& picture, const JPEGForm& form = {});
+
+/// As libjpeg itself decodes it with nothing of ours, the scans that are missing left out.
+platform::Bitmap decodedByLibjpeg(std::string_view bytes);
 
 /// An APP1 segment that notes `orientation`.
 std::string exifNoting(int orientation, std::string_view byteOrder);
