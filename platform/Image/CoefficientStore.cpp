@@ -54,8 +54,12 @@ const std::uint8_t* unpacked(const std::uint8_t* in, JCOEF* block) {
 
 }  // namespace
 
-CoefficientStore::CoefficientStore(JDIMENSION blocksAcross, JDIMENSION blockRows)
-    : blocksAcross_(blocksAcross), rows_(blockRows) {}
+CoefficientStore::CoefficientStore(JDIMENSION blocksAcross, JDIMENSION blockRows, MemoryBudget& budget)
+    : budget_(budget), blocksAcross_(blocksAcross) {
+    budget_.take(blockRows * sizeof(PackedRow) + blocksAcross_ * longestBlock);
+    rows_.resize(blockRows);
+    packing_.resize(blocksAcross_ * longestBlock);
+}
 
 JBLOCKARRAY CoefficientStore::window(JDIMENSION first, JDIMENSION count, Access access) {
     if (first > rows_.size() || count > rows_.size() - first) throw std::out_of_range("no such rows");
@@ -64,23 +68,32 @@ JBLOCKARRAY CoefficientStore::window(JDIMENSION first, JDIMENSION count, Access 
             for (std::size_t i = 0; i < pointers_.size(); ++i) pack(pointers_[i], rows_[first_ + i]);
         isWritten_ = false;
         first_ = first;
-        unpacked_.resize(count * blocksAcross_ * DCTSIZE2);
-        pointers_.resize(count);
-        for (std::size_t i = 0; i < count; ++i) {
-            pointers_[i] = reinterpret_cast<JBLOCKROW>(unpacked_.data() + i * blocksAcross_ * DCTSIZE2);
-            unpack(rows_[first + i], pointers_[i]);
-        }
+        if (count != pointers_.size()) makeWindow(count);
+        for (std::size_t i = 0; i < count; ++i) unpack(rows_[first + i], pointers_[i]);
     }
     isWritten_ |= access == Access::writing;
     return pointers_.data();
 }
 
+void CoefficientStore::makeWindow(JDIMENSION count) {
+    const auto size = [&](std::size_t rows) {
+        return rows * (blocksAcross_ * sizeof(JBLOCK) + sizeof(JBLOCKROW));
+    };
+    budget_.giveBack(size(pointers_.size()));
+    pointers_ = {}, unpacked_ = {};
+    budget_.take(size(count));
+    unpacked_.resize(count * blocksAcross_ * DCTSIZE2);
+    for (std::size_t i = 0; i < count; ++i)
+        pointers_.push_back(reinterpret_cast<JBLOCKROW>(unpacked_.data() + i * blocksAcross_ * DCTSIZE2));
+}
+
 void CoefficientStore::pack(const JBLOCK* blocks, PackedRow& row) {
-    packing_.resize(blocksAcross_ * longestBlock);
     std::uint8_t* end = packing_.data();
     for (std::size_t i = 0; i < blocksAcross_; ++i) end = packed(blocks[i], end);
+    budget_.giveBack(row.size());
     size_ -= row.size();
     row = PackedRow();  // goes before its successor comes
+    budget_.take(std::size_t(end - packing_.data()));
     row = PackedRow(packing_.data(), end);
     size_ += row.size();
 }

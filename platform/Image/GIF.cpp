@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
+#include "platform/Image/LZWReader.hpp"
 #include "platform/Image/PassScaler.hpp"
 #include "platform/Image/RowScaler.hpp"
 
@@ -40,7 +42,19 @@ class GIFReader {
         return file_->Image.ColorMap ? file_->Image.ColorMap : file_->SColorMap;
     }
 
-    bool readRow(GifPixelType* indices) { return DGifGetLine(file_.get(), indices, frame().Width) == GIF_OK; }
+    LZWReader pixels() {
+        int bits;
+        GifByteType* first;
+        const bool isThere = DGifGetCode(file_.get(), &bits, &first) == GIF_OK && bits >= 1;
+        const auto next = [this, block = isThere ? first : nullptr, isFirst = true]() mutable {
+            if (block && !std::exchange(isFirst, false) && DGifGetCodeNext(file_.get(), &block) != GIF_OK)
+                block = nullptr;
+            // Its length, then its bytes.
+            return block ? std::string_view(reinterpret_cast<const char*>(block + 1), block[0])
+                         : std::string_view();
+        };
+        return LZWReader(isThere ? bits : 1, next);
+    }
 
     /// One row of the frame as red, green, blue, alpha; what the frame leaves open stays transparent.
     void paint(const GifPixelType* indices, std::uint8_t* rgba) const {
@@ -100,11 +114,12 @@ class ScreenRow {
   public:
     explicit ScreenRow(GIFReader& reader)
         : reader_(reader),
+          pixels_(reader.pixels()),
           indices_(std::size_t(reader.frame().Width)),
           rgba_(std::size_t(reader.size().width) * 4) {}
 
     bool read() {
-        if (!reader_.readRow(indices_.data())) return false;
+        if (!pixels_.read(indices_.data(), indices_.size())) return false;
         clear();
         reader_.paint(indices_.data(), rgba_.data() + std::size_t(reader_.frame().Left) * 4);
         return true;
@@ -114,6 +129,7 @@ class ScreenRow {
 
   private:
     GIFReader& reader_;
+    LZWReader pixels_;
     std::vector<GifPixelType> indices_;
     std::vector<std::uint8_t> rgba_;
 };

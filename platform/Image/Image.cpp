@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <new>
 
 #include "platform/Image/Codecs.hpp"
 #include "platform/Image/RowScaler.hpp"
@@ -38,7 +39,8 @@ const Codec* codecFor(std::string_view bytes) {
 bool isWithinBounds(const ImageHeader& header) {
     const long long pixels = static_cast<long long>(header.size.width) * header.size.height;
     const bool byRows = header.decoding == ImageDecoding::byRows;
-    return header.size.width > 0 && header.size.height > 0 &&
+    return std::min(header.size.width, header.size.height) > 0 &&
+           std::max(header.size.width, header.size.height) <= ImageBounds::side &&
            pixels <= (byRows ? ImageBounds::pixelsByRows : ImageBounds::pixelsWhole);
 }
 
@@ -62,7 +64,11 @@ std::optional<ImageHeader> imageHeader(std::string_view bytes) {
 std::optional<Bitmap> decodedImage(std::string_view bytes, PixelSize wanted) {
     const Codec* codec = codecFor(bytes);
     if (!codec || !canBeMade(wanted) || !boundedHeader(*codec, bytes)) return {};
-    return codec->decoded(bytes, wanted);
+    try {
+        return codec->decoded(bytes, wanted);
+    } catch (const std::bad_alloc&) {
+        return {};
+    }
 }
 
 PixelSize scaledToFit(PixelSize picture, PixelSize box) {

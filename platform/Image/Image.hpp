@@ -3,8 +3,9 @@
 // Pictures from untrusted bytes: JPEG, PNG, WebP and GIF's first frame, each found by its contents. A picture
 // is reduced while it is decoded, so that it costs the memory of its reduced form and a few rows, whatever
 // the order of the rows; JPEG in several scans costs its coefficients besides, packed, and WebP without loss
-// its own size. What does not come row after row is bounded more tightly. Bytes that are too many, declare
-// too much, are cut short or are no picture give nothing.
+// its own size. What does not come row after row is bounded more tightly, and so is the work that a picture
+// may be. Bytes that are too many, declare too much, would take too much, are cut short or are no picture
+// give nothing.
 //
 // Colour profiles and gamma chunks are not applied: every picture is taken to be sRGB. Filtering is done on
 // the encoded values, not in linear light, as JPEG's own scaled decoding and all later compositing do it: a
@@ -32,11 +33,14 @@ struct ImageHeader {
     friend bool operator==(const ImageHeader&, const ImageHeader&) = default;
 };
 
-/// What is looked at, at most: bytes, and pixels declared.
+/// What is looked at, at most: bytes, pixels of a side, pixels declared, and the memory that decoding may
+/// take beside the bytes, the reduced picture included.
 struct ImageBounds {
     static constexpr std::size_t bytes = 8u << 20;
+    static constexpr int side = 32'767;
     static constexpr long long pixelsByRows = 64'000'000;
     static constexpr long long pixelsWhole = 16'000'000;
+    static constexpr std::size_t memory = 24u << 20;
     static constexpr int wantedSide = 1024;
 };
 

@@ -2,6 +2,7 @@
 
 #include <spng.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -12,9 +13,50 @@ namespace platform {
 
 namespace {
 
-/// Profiles and texts beside the picture are inflated before they are skipped: this many bytes of them in
-/// all.
-constexpr std::size_t mostBeside = 4u << 20;
+/// A file without what stands beside the picture: profiles and texts would be inflated and kept before anyone
+/// could say that they are not wanted. Transparent colours are part of the picture.
+class PictureChunks {
+  public:
+    explicit PictureChunks(std::string_view bytes)
+        : piece_(bytes.substr(0, signature)), rest_(bytes.substr(piece_.size())) {}
+
+    /// Exactly `length` bytes; false where there are fewer.
+    bool read(char* into, std::size_t length) {
+        while (length > 0) {
+            if (piece_.empty() && !nextPiece()) return false;
+            const std::size_t count = std::min(length, piece_.size());
+            into = std::copy_n(piece_.data(), count, into);
+            piece_.remove_prefix(count);
+            length -= count;
+        }
+        return true;
+    }
+
+  private:
+    static constexpr std::size_t signature = 8;
+    static constexpr std::size_t around = 12;  // length and type before a chunk's contents, checksum after
+
+    bool nextPiece() {
+        do {
+            std::size_t length = 0;
+            for (const char byte : rest_.substr(0, 4))
+                length = length << 8 | static_cast<unsigned char>(byte);
+            piece_ = rest_.substr(0, around + length);  // what is cut short ends there
+            rest_.remove_prefix(piece_.size());
+        } while (isBeside(piece_));
+        return !piece_.empty();
+    }
+    /// A small first letter says that a chunk can be passed over (ISO 15948, 5.4).
+    static bool isBeside(std::string_view chunk) {
+        return chunk.size() >= around && (chunk[4] & 0x20) && chunk.substr(4, 4) != "tRNS";
+    }
+
+    std::string_view piece_;
+    std::string_view rest_;
+};
+
+/// Bytes to unfilter, at most, however many of them a pixel has: a second's work or two.
+constexpr long long mostRawBytes = 4 * ImageBounds::pixelsByRows;
 
 struct FreesContext {
     void operator()(spng_ctx* context) const { spng_ctx_free(context); }
@@ -22,14 +64,20 @@ struct FreesContext {
 
 class PNGReader {
   public:
-    explicit PNGReader(std::string_view bytes) : context_(spng_ctx_new(0)) {
-        hasHeader_ = context_ && !spng_set_chunk_limits(context_.get(), mostBeside, mostBeside) &&
-                     !spng_set_png_buffer(context_.get(), bytes.data(), bytes.size()) &&
+    explicit PNGReader(std::string_view bytes) : chunks_(bytes), context_(spng_ctx_new(0)) {
+        hasHeader_ = context_ && !spng_set_png_stream(context_.get(), readInput, &chunks_) &&
                      !spng_get_ihdr(context_.get(), &header_);
     }
+    PNGReader(const PNGReader&) = delete;
+    PNGReader& operator=(const PNGReader&) = delete;
 
     bool hasHeader() const { return hasHeader_; }
     PixelSize size() const { return {int(header_.width), int(header_.height)}; }
+    long long rawBytes() const {
+        constexpr int channels[] = {1, 0, 3, 1, 2, 0, 4};  // by colour type
+        return (1LL * header_.width * channels[header_.color_type] * header_.bit_depth + 7) / 8 *
+               header_.height;
+    }
     bool isInterlaced() const { return header_.interlace_method != SPNG_INTERLACE_NONE; }
     std::size_t stride() const { return std::size_t(header_.width) * 4; }
 
@@ -51,6 +99,11 @@ class PNGReader {
     bool isAtEnd() const { return isAtEnd_; }
 
   private:
+    static int readInput(spng_ctx*, void* chunks, void* into, std::size_t length) {
+        return static_cast<PictureChunks*>(chunks)->read(static_cast<char*>(into), length) ? 0 : SPNG_IO_EOF;
+    }
+
+    PictureChunks chunks_;
     std::unique_ptr<spng_ctx, FreesContext> context_;
     spng_ihdr header_ = {};
     bool hasHeader_ = false;
@@ -85,7 +138,7 @@ std::optional<Bitmap> decodedByRows(PNGReader& reader, PixelSize wanted) {
 
 std::optional<ImageHeader> pngHeader(std::string_view bytes) {
     const PNGReader reader(bytes);
-    if (!reader.hasHeader()) return {};
+    if (!reader.hasHeader() || reader.rawBytes() > mostRawBytes) return {};
     return ImageHeader{ImageFormat::png, reader.size(),
                        reader.isInterlaced() ? ImageDecoding::whole : ImageDecoding::byRows};
 }

@@ -30,11 +30,19 @@ ResamplingAxis::ResamplingAxis(int source, int wanted) {
     const double stretch = std::max(1.0, step);
     const double radius = kernelRadius * stretch;
     taps.reserve(std::size_t(wanted));
+    std::size_t count = 0;
     for (int i = 0; i < wanted; ++i) {
         const double center = (i + 0.5) * step;
         const int first = std::max(0, int(std::floor(center - radius)));
         const int last = std::min(source - 1, int(std::ceil(center + radius)) - 1);
-        taps.push_back({first, last - first + 1, weights.size()});
+        taps.push_back({first, last - first + 1, count});
+        count += std::size_t(taps.back().count);
+        mostTaps = std::max(mostTaps, taps.back().count);
+    }
+    weights.reserve(count);
+    for (int i = 0; i < wanted; ++i) {
+        const double center = (i + 0.5) * step;
+        const int first = taps[std::size_t(i)].first, last = taps[std::size_t(i)].end() - 1;
         double total = 0;
         for (int j = first; j <= last; ++j) total += catmullRom((j + 0.5 - center) / stretch);
         for (int j = first; j <= last; ++j)

@@ -47,6 +47,7 @@ struct ResamplingAxis {
 
     std::vector<Taps> taps;  // one for each wanted pixel; both ends grow with its place
     std::vector<float> weights;
+    int mostTaps = 0;    // pixels of the source that a wanted one takes from, at most
     int mostAtOnce = 1;  // wanted pixels that one of the source's touches, at most
 };
 

@@ -10,7 +10,8 @@ RowScaler::RowScaler(PixelSize source, PixelSize wanted)
       bitmap_(Bitmap::transparent(wanted)),
       source_(std::size_t(source.width)),
       narrowed_(std::size_t(wanted.width)),
-      sums_(std::size_t(wanted.width) * std::size_t(down_.mostAtOnce)) {}
+      rowCount_(std::min(down_.mostTaps, down_.mostAtOnce)),
+      rows_(std::size_t(wanted.width) * std::size_t(rowCount_)) {}
 
 void RowScaler::pushStraight(const std::uint8_t* rgba) {
     for (PixelSum& sum : source_) {
@@ -26,19 +27,28 @@ void RowScaler::pushPremultiplied(const std::uint32_t* pixels) {
 }
 
 void RowScaler::addSourceRow() {
+    narrow(keepsSource() ? row(sourceRow_) : narrowed_.data());
+    keepsSource() ? sumKeptRows() : addToSums();
+    ++sourceRow_;
+}
+
+void RowScaler::narrow(PixelSum* into) const {
     for (std::size_t x = 0; x < narrowed_.size(); ++x) {
         const auto& taps = across_.taps[x];
         const float* weights = across_.weights.data() + taps.weights;
         const PixelSum* source = source_.data() + taps.first;
         PixelSum sum;
         for (int i = 0; i < taps.count; ++i) sum.add(source[i], weights[i]);
-        narrowed_[x] = sum;
+        into[x] = sum;
     }
+}
+
+void RowScaler::addToSums() {
     for (int y = row_; y < bitmap_.height(); ++y) {
         const auto& taps = down_.taps[std::size_t(y)];
         if (taps.first > sourceRow_) break;
         const float weight = down_.weight(taps, sourceRow_);
-        PixelSum* sums = summing(y);
+        PixelSum* sums = row(y);
         for (std::size_t x = 0; x < narrowed_.size(); ++x) sums[x].add(narrowed_[x], weight);
         if (sourceRow_ == taps.end() - 1) {
             std::transform(sums, sums + narrowed_.size(), bitmap_.row(y),
@@ -47,7 +57,18 @@ void RowScaler::addSourceRow() {
             row_ = y + 1;
         }
     }
-    ++sourceRow_;
+}
+
+void RowScaler::sumKeptRows() {
+    for (; row_ < bitmap_.height() && down_.taps[std::size_t(row_)].end() == sourceRow_ + 1; ++row_) {
+        const auto& taps = down_.taps[std::size_t(row_)];
+        std::fill(narrowed_.begin(), narrowed_.end(), PixelSum{});
+        for (int y = taps.first; y < taps.end(); ++y)
+            for (std::size_t x = 0; x < narrowed_.size(); ++x)
+                narrowed_[x].add(row(y)[x], down_.weight(taps, y));
+        std::transform(narrowed_.begin(), narrowed_.end(), bitmap_.row(row_),
+                       [](const PixelSum& sum) { return sum.pixel(); });
+    }
 }
 
 }  // namespace platform

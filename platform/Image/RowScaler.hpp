@@ -1,7 +1,8 @@
 #pragma once
 
-// Resizes a picture that arrives row by row, keeping the reduced picture and the few rows that are still
-// being summed up.
+// Resizes a picture that arrives row by row, keeping the reduced picture and a few rows: those of the outcome
+// that are still being summed up, or those of the source that more of the outcome will be made of, whichever
+// are fewer.
 
 #include <cstdint>
 #include <utility>
@@ -26,16 +27,20 @@ class RowScaler {
 
   private:
     void addSourceRow();
-    PixelSum* summing(int y) {
-        return sums_.data() + std::size_t(y % down_.mostAtOnce) * std::size_t(bitmap_.width());
-    }
+    void narrow(PixelSum* into) const;
+    void addToSums();
+    void sumKeptRows();
+
+    bool keepsSource() const { return down_.mostTaps < down_.mostAtOnce; }
+    PixelSum* row(int y) { return rows_.data() + std::size_t(y % rowCount_) * std::size_t(bitmap_.width()); }
 
     ResamplingAxis across_;
     ResamplingAxis down_;
     Bitmap bitmap_;
     std::vector<PixelSum> source_;    // one row of the source
     std::vector<PixelSum> narrowed_;  // the same, at the wanted width
-    std::vector<PixelSum> sums_;      // rows of the outcome under way
+    int rowCount_;
+    std::vector<PixelSum> rows_;  // of the outcome, under way, or of the source, narrowed
     int sourceRow_ = 0;
     int row_ = 0;  // the first row of the outcome that is not done
 };

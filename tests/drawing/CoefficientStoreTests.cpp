@@ -9,9 +9,11 @@
 namespace {
 
 using platform::CoefficientStore;
+using platform::MemoryBudget;
 using Access = CoefficientStore::Access;
 
 constexpr JDIMENSION across = 3, rows = 6;
+constexpr std::size_t ample = 1u << 20;
 
 /// Some coefficient of every size, every run of zeros, and blocks with all and with none.
 JCOEF coefficient(JDIMENSION row, JDIMENSION column, int place) {
@@ -34,7 +36,8 @@ void fill(CoefficientStore& store) {
 }
 
 TEST(CoefficientStore, IsZeroBeforeAnythingIsSaid) {
-    CoefficientStore store(across, rows);
+    MemoryBudget budget(ample);
+    CoefficientStore store(across, rows, budget);
     const JBLOCKARRAY window = store.window(0, rows, Access::reading);
     for (JDIMENSION row = 0; row < rows; ++row)
         for (JDIMENSION column = 0; column < across; ++column)
@@ -42,7 +45,8 @@ TEST(CoefficientStore, IsZeroBeforeAnythingIsSaid) {
 }
 
 TEST(CoefficientStore, GivesBackWhatWasWrittenThroughAnyWindow) {
-    CoefficientStore store(across, rows);
+    MemoryBudget budget(ample);
+    CoefficientStore store(across, rows, budget);
     fill(store);
     for (JDIMENSION count = 1; count <= rows; ++count)
         for (JDIMENSION first = 0; first + count <= rows; ++first) {
@@ -56,7 +60,8 @@ TEST(CoefficientStore, GivesBackWhatWasWrittenThroughAnyWindow) {
 }
 
 TEST(CoefficientStore, KeepsNothingThatWasOnlyRead) {
-    CoefficientStore store(across, rows);
+    MemoryBudget budget(ample);
+    CoefficientStore store(across, rows, budget);
     store.window(0, 1, Access::reading)[0][0][0] = 5;
     store.window(1, 1, Access::reading);
     EXPECT_EQ(store.window(0, 1, Access::reading)[0][0][0], 0);
@@ -64,7 +69,8 @@ TEST(CoefficientStore, KeepsNothingThatWasOnlyRead) {
 }
 
 TEST(CoefficientStore, ForgetsWhatIsTakenBack) {
-    CoefficientStore store(across, rows);
+    MemoryBudget budget(ample);
+    CoefficientStore store(across, rows, budget);
     fill(store);
     store.window(0, rows, Access::writing);
     const std::size_t full = store.size();
@@ -75,8 +81,26 @@ TEST(CoefficientStore, ForgetsWhatIsTakenBack) {
     EXPECT_GT(full, store.size());
 }
 
+TEST(CoefficientStore, TakesNoMoreThanItsBudget) {
+    std::size_t least = 0;
+    for (;; least += 64) {
+        MemoryBudget budget(least);
+        try {
+            CoefficientStore store(across, rows, budget);
+            fill(store);
+            store.window(0, rows, Access::reading);
+            EXPECT_FALSE(budget.covers(least - store.size()));
+            break;
+        } catch (const std::bad_alloc&) {
+            ASSERT_LT(least, ample);
+        }
+    }
+    EXPECT_GT(least, rows * across * sizeof(JBLOCK));
+}
+
 TEST(CoefficientStore, GivesNoRowsThatThereAreNot) {
-    CoefficientStore store(across, rows);
+    MemoryBudget budget(ample);
+    CoefficientStore store(across, rows, budget);
     for (const auto& [first, count] :
          {std::pair<JDIMENSION, JDIMENSION>{0, rows + 1}, {rows, 1}, {rows - 1, 2}, {~0u, 2}, {1, ~0u}})
         EXPECT_THROW(store.window(first, count, Access::reading), std::out_of_range) << first << ' ' << count;

@@ -207,6 +207,22 @@ TEST(ImageDecoding, TakesTheFirstFrameOfAnAnimation) {
                  0, "");
 }
 
+TEST(ImageDecoding, UnpacksAGIFThatFillsItsTableOverAndOver) {
+    std::uint32_t random = 1;
+    for (const int colors : {2, 3, 16, 200}) {
+        const Picture noise = painted({301, 200}, [&](int x, int) {
+            random = random * 1664525u + 1013904223u;
+            return Pixel{std::uint8_t(x % 50 ? (random >> 16) % unsigned(colors) : 1), 9, 77};
+        });
+        const auto bitmap = decodedImage(gif(noise), noise.size);
+        ASSERT_TRUE(bitmap) << colors;
+        for (int y = 0; y < noise.size.height; ++y)
+            for (int x = 0; x < noise.size.width; ++x)
+                ASSERT_EQ(bitmap->row(y)[x], 0xFF00094Du | unsigned(noise.at(x, y).red) << 16)
+                    << colors << " colours at " << x << ", " << y;
+    }
+}
+
 TEST(ImageDecoding, PutsAFrameAtItsPlaceOnTheScreen) {
     for (const bool interlaced : {false, true}) {
         const Bitmap shown =

@@ -11,16 +11,18 @@
 #include <string>
 #include <string_view>
 
-namespace tests {
-
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool memoryCanBeLimited = false;  // sanitizers map terabytes of their own
+#define VELA_SANITIZER_ALLOCATES 1
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr bool memoryCanBeLimited = false;
-#else
-constexpr bool memoryCanBeLimited = true;
+#define VELA_SANITIZER_ALLOCATES 1
 #endif
+#endif
+
+namespace tests {
+
+#ifdef VELA_SANITIZER_ALLOCATES
+constexpr bool memoryCanBeLimited = false;  // sanitizers map terabytes of their own
 #else
 constexpr bool memoryCanBeLimited = true;
 #endif

@@ -250,6 +250,28 @@ std::string webp(const Picture& picture, WebPLoss loss) {
     return bytes;
 }
 
+std::string losslessWebP(const Picture& picture, int effort) {
+    WebPConfig config;
+    WebPConfigInit(&config);
+    WebPConfigLosslessPreset(&config, effort);
+    WebPPicture source;
+    WebPPictureInit(&source);
+    source.use_argb = 1;
+    source.width = picture.size.width;
+    source.height = picture.size.height;
+    WebPMemoryWriter writer;
+    WebPMemoryWriterInit(&writer);
+    source.writer = WebPMemoryWrite;
+    source.custom_ptr = &writer;
+    WebPPictureImportRGBA(&source, reinterpret_cast<const std::uint8_t*>(picture.pixels.data()),
+                          picture.size.width * 4);
+    WebPEncode(&config, &source);
+    std::string bytes(reinterpret_cast<char*>(writer.mem), writer.size);
+    WebPMemoryWriterClear(&writer);
+    WebPPictureFree(&source);
+    return bytes;
+}
+
 std::string gif(const Picture& picture, const GIFForm& form) {
     constexpr int transparent = 255;
     std::vector<Pixel> palette;

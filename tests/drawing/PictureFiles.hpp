@@ -88,6 +88,8 @@ std::string png(const Picture& picture, const PNGForm& form = {});
 
 enum class WebPLoss { lossless, lossy };
 std::string webp(const Picture& picture, WebPLoss loss);
+/// With an effort of 0 to 9, each of which packs by other means.
+std::string losslessWebP(const Picture& picture, int effort);
 
 struct GIFForm {
     bool interlaced = false;
