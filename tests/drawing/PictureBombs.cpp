@@ -382,9 +382,9 @@ std::vector<PictureBomb> webpBombs() {
          Outcome::picture},
         {"WebP, 16 megapixels", encoded({4000, 4000}, lossy), Outcome::picture, true},
         {"WebP, 16,383 x 100", encoded({16'383, 100}, lossy), Outcome::picture},
-        {"WebP with alpha, 5 megapixels",
+        {"WebP with alpha, 16 megapixels",
          [] {
-             return webp(translucent({2500, 2000}), WebPLoss::lossy);
+             return webp(translucent({4000, 4000}), WebPLoss::lossy);
          },
          Outcome::nothing, true},
         {"WebP with alpha, 3 megapixels",
