@@ -15,8 +15,14 @@ constexpr int longestRun = 15;
 constexpr int elsewhere = 0, middle = 8, largestShort = 7;
 constexpr std::size_t longestBlock = 1 + 3 * DCTSIZE2;
 
+bool isZero(const JCOEF* block) {
+    static constexpr JBLOCK zero = {};
+    return std::memcmp(block, zero, sizeof zero) == 0;
+}
+
 std::uint8_t* packed(const JCOEF* block, std::uint8_t* out) {
     std::uint8_t& steps = *out++ = 0;
+    if (isZero(block)) return out;
     int run = 0;
     for (int place = 0; place < DCTSIZE2;) {
         if (place % 4 == 0) {

@@ -120,11 +120,10 @@ class ScreenRow {
 
     bool read() {
         if (!pixels_.read(indices_.data(), indices_.size())) return false;
-        clear();
+        std::fill(rgba_.begin(), rgba_.end(), std::uint8_t(0));
         reader_.paint(indices_.data(), rgba_.data() + std::size_t(reader_.frame().Left) * 4);
         return true;
     }
-    void clear() { std::fill(rgba_.begin(), rgba_.end(), std::uint8_t(0)); }
     const std::uint8_t* rgba() const { return rgba_.data(); }
 
   private:
@@ -151,8 +150,11 @@ std::optional<Bitmap> decodedByRows(GIFReader& reader, PixelSize wanted) {
     RowScaler scaler(reader.size(), wanted);
     ScreenRow row(reader);
     for (int y = 0; y < reader.size().height; ++y) {
-        row.clear();
-        if (y >= frame.Top && y < frame.Top + frame.Height && !row.read()) return {};
+        if (y < frame.Top || y >= frame.Top + frame.Height) {
+            scaler.pushTransparent();
+            continue;
+        }
+        if (!row.read()) return {};
         scaler.pushStraight(row.rgba());
     }
     return std::move(scaler).result();

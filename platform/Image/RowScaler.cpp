@@ -26,8 +26,17 @@ void RowScaler::pushPremultiplied(const std::uint32_t* pixels) {
     addSourceRow();
 }
 
+void RowScaler::pushTransparent() {
+    std::fill_n(nextRow(), narrowed_.size(), PixelSum{});
+    addNarrowed();
+}
+
 void RowScaler::addSourceRow() {
-    narrow(keepsSource() ? row(sourceRow_) : narrowed_.data());
+    narrow(nextRow());
+    addNarrowed();
+}
+
+void RowScaler::addNarrowed() {
     keepsSource() ? sumKeptRows() : addToSums();
     ++sourceRow_;
 }

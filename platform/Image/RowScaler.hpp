@@ -22,16 +22,22 @@ class RowScaler {
     /// The next row, as in a bitmap.
     void pushPremultiplied(const std::uint32_t* pixels);
 
+    /// The next row, which shows nothing.
+    void pushTransparent();
+
     /// The resized picture, once every row of the source has been pushed.
     Bitmap result() && { return std::move(bitmap_); }
 
   private:
     void addSourceRow();
+    void addNarrowed();
     void narrow(PixelSum* into) const;
     void addToSums();
     void sumKeptRows();
 
     bool keepsSource() const { return down_.mostTaps < down_.mostAtOnce; }
+    /// Where the next row of the source belongs when it is narrowed.
+    PixelSum* nextRow() { return keepsSource() ? row(sourceRow_) : narrowed_.data(); }
     PixelSum* row(int y) { return rows_.data() + std::size_t(y % rowCount_) * std::size_t(bitmap_.width()); }
 
     ResamplingAxis across_;
