@@ -45,8 +45,16 @@ PixelSize pixelSizeFrom(const json::value& value) {
     return size;
 }
 
+/// In points.
+double sideFrom(const json::value& value) {
+    const double side = value.to_number<double>();
+    if (!(side > 0 && side <= ImageBounds::wantedSide))
+        throw std::invalid_argument("a drawing without a usable size");
+    return side;
+}
+
 VectorImage vectorFrom(const json::value& value) {
-    VectorImage image = {value.at("width").to_number<double>(), value.at("height").to_number<double>(), {}};
+    VectorImage image = {sideFrom(value.at("width")), sideFrom(value.at("height")), {}};
     for (const auto& path : value.at("paths").as_array())
         image.paths.push_back({colorFrom(text(path.at("fill"))), std::string(text(path.at("data")))});
     return image;
@@ -110,6 +118,7 @@ const VectorImage* AssetCatalogue::vector(std::string_view name) const {
 std::optional<Bitmap> AssetCatalogue::image(std::string_view name, int scale) const {
     const Image* image = find(name);
     if (!image) return {};
+    if (scale < 1 || scale > ImageBounds::wantedSide) return {};
     return this->image(name, PixelSize{int(image->vector.width * scale), int(image->vector.height * scale)});
 }
 

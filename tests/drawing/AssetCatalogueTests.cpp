@@ -173,6 +173,34 @@ TEST(AssetCatalogue, SurvivesAFileThatIsBroken) {
     }
 }
 
+std::string catalogueOfOneDrawing(const std::string& width) {
+    const std::string index = R"({"colors":{},"images":{"Own":{"height":2,"paths":[],"rasters":[)"
+                              R"({"height":1,"offset":0,"width":1}],"width":)" +
+                              width + "}}}";
+    const auto length = static_cast<std::uint32_t>(index.size());
+    return "VelaAssets1\n" + std::string(reinterpret_cast<const char*>(&length), sizeof length) + index +
+           std::string(4, '\0');
+}
+
+TEST(AssetCatalogue, IsEmptyWithADrawingOfAnUnusableSize) {
+    for (const char* width : {"1e300", "-1e300", "0", "-2", "1024.5"}) {
+        const TemporaryFolder folder;
+        const RecordingLogSink log;
+        const AssetCatalogue catalogue(folder.write("Assets.catalogue", catalogueOfOneDrawing(width)));
+        EXPECT_FALSE(catalogue.vector("Own")) << width;
+        EXPECT_TRUE(log.messages().front().ends_with("a drawing without a usable size")) << width;
+    }
+}
+
+TEST(AssetCatalogue, GivesNothingBeyondItsBoundsAtAnyScale) {
+    const TemporaryFolder folder;
+    const RecordingLogSink log;
+    const AssetCatalogue catalogue(folder.write("Assets.catalogue", catalogueOfOneDrawing("1024")));
+    EXPECT_TRUE(catalogue.image("Own", 1));
+    for (const int scale : {-1, 0, 2, 2'000'000, 2'147'483'647})
+        EXPECT_FALSE(catalogue.image("Own", scale)) << scale;
+}
+
 TEST(AssetCompiler, RefusesADrawingThatItCannotDraw) {
     const auto drawn = [](const std::string& body) {
         return "<svg width=\"8\" height=\"8\" viewBox=\"0 0 4 4\">" + body + "</svg>";

@@ -1,0 +1,74 @@
+// What the extension sends, as its host reads it: frames, entries and timelines, down to the lines of a
+// terminal.
+
+#include <string>
+
+#include "fuzz/Conversation.hpp"
+#include "fuzz/Require.hpp"
+#include "host/EntryCoding.hpp"
+#include "host/TerminalView.hpp"
+#include "platform/Text/Text.hpp"
+
+namespace {
+
+/// `text` without the sequences that a view's own style puts around it: colours, and the marks of links.
+std::string withoutStyle(std::string_view text) {
+    std::string plain;
+    while (!text.empty()) {
+        std::size_t length = 0;
+        if (text.starts_with("\x1b[")) length = text.find('m') + 1;
+        if (text.starts_with("\x1b]8;;")) length = text.find("\x1b\\") + 2;
+        if (length == 0) plain.push_back(text.front());
+        text.remove_prefix(length == 0 ? 1 : length);
+    }
+    return plain;
+}
+
+bool isObeyed(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
+}
+
+void view(const widget::SimpleEntry& entry) {
+    using namespace host;
+    for (const TerminalStyle& style : {TerminalStyle{.columns = 40}, TerminalStyle{.columns = 1,
+                                                                     .color = TerminalColor::trueColor,
+                                                                     .links = TerminalLinks::hyperlinks}}) {
+        std::string text = terminalView(entry, style);
+        require(platform::isValidUTF8(text), "what a terminal is given is UTF-8");
+        require(text.find("\u009b") == std::string::npos, "no C1 control reaches the terminal");
+        for (std::string_view rest = text = withoutStyle(text); !rest.empty();) {
+            const auto line = rest.substr(0, rest.find('\n'));
+            for (const char c : line) require(!isObeyed(c), "no control character reaches the terminal");
+            require(style.links == TerminalLinks::written || platform::terminalColumns(line) <= 10,
+                    "no line is wider than the terminal");
+            rest.remove_prefix(std::min(rest.size(), line.size() + 1));
+        }
+    }
+}
+
+void read(const boost::json::value& value) {
+    const auto entry = host::entryFromValue(value);
+    const auto object = host::entryObject(entry);
+    require(host::entryObject(host::entryFromValue(object)) == object,
+            "an entry reads back as it was written");
+    view(entry);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size) {
+    for (const host::Message& message : messagesIn(text(input, size))) {
+        try {
+            if (const auto* entry = message.body.if_contains("entry")) read(*entry);
+            if (const auto* timeline = message.body.if_contains("timeline")) {
+                const auto given = host::timelineFromValue(*timeline);
+                const auto object = host::timelineObject(given);
+                require(host::timelineObject(host::timelineFromValue(object)) == object,
+                        "a timeline reads back as it was written");
+                for (const auto& entry : given.entries) view(entry);
+            }
+        } catch (const host::EntryCodingError&) {
+        }
+    }
+    return 0;
+}

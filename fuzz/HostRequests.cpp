@@ -1,0 +1,26 @@
+// What a host sends, as the extension reads it: frames and requests.
+
+#include "fuzz/Conversation.hpp"
+#include "fuzz/Require.hpp"
+#include "host/ExtensionRequest.hpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size) {
+    using host::ExtensionRequest;
+    for (const host::Message& message : messagesIn(text(input, size))) {
+        try {
+            const auto request = ExtensionRequest::fromObject(message.body);
+            const auto object = request.object();
+            require(ExtensionRequest::fromObject(object).object() == object,
+                    "a request reads back as it was written");
+            require(request.drawing.has_value() == (request.kind == ExtensionRequest::Kind::render),
+                    "a drawing alone is drawn");
+            if (!request.drawing) continue;
+            const auto& drawing = *request.drawing;
+            require(drawing.scale >= 1 && drawing.scale <= 4, "a scale is within its bounds");
+            require(!drawing.size || host::DrawingRequest::isWithinBounds(*drawing.size, drawing.scale),
+                    "a size is within its bounds");
+        } catch (const host::ProtocolError&) {
+        }
+    }
+    return 0;
+}
