@@ -1,15 +1,15 @@
 #include "host/MessageChannel.hpp"
 
+#include <algorithm>
 #include <array>
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <boost/asio/write.hpp>
 #include <cstdint>
 
+#include "host/Coroutines.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 
 namespace host {
@@ -72,15 +72,25 @@ asio::awaitable<Message> MessageChannel::receiveFrame() {
     const auto attachmentSize = bigEndian(prefix.data() + 4);
     if (bodySize > maximumBodySize || attachmentSize > maximumAttachmentSize)
         throw ProtocolError("a message is longer than the protocol allows");
-    std::string body(bodySize, '\0');
+    const auto body = co_await receiveBytes(bodySize);
     Message message;
-    message.attachment.resize(attachmentSize);
-    co_await asio::async_read(socket_, asio::buffer(body), asio::use_awaitable);
-    co_await asio::async_read(socket_, asio::buffer(message.attachment), asio::use_awaitable);
+    message.attachment = co_await receiveBytes(attachmentSize);
     auto value = platform::JSONSerialization::JSONObjectWithData(body);
     if (!value.is_object()) throw ProtocolError("a message is no JSON object");
     message.body = std::move(value.get_object());
     co_return message;
+}
+
+asio::awaitable<std::string> MessageChannel::receiveBytes(std::size_t count) {
+    // A length is a claim: room is made for as much again as has come, not for what is announced.
+    constexpr std::size_t firstPart = 64 << 10;
+    std::string bytes;
+    while (bytes.size() < count) {
+        const auto received = bytes.size();
+        bytes.resize(std::min(count, std::max(firstPart, 2 * received)));
+        co_await asio::async_read(socket_, asio::buffer(bytes) + received, asio::use_awaitable);
+    }
+    co_return bytes;
 }
 
 void MessageChannel::send(const Message& message) {
@@ -91,7 +101,8 @@ void MessageChannel::send(const Message& message) {
 void MessageChannel::writeNext() {
     if (isWriting_) return;
     isWriting_ = true;
-    asio::co_spawn(socket_.get_executor(), writeQueued(shared_from_this()), asio::detached);
+    spawn(socket_.get_executor(), writeQueued(shared_from_this()),
+          [channel = shared_from_this()](const std::exception_ptr&) { channel->endWriting(); });
 }
 
 asio::awaitable<void> MessageChannel::writeQueued(std::shared_ptr<MessageChannel> channel) {
@@ -100,11 +111,18 @@ asio::awaitable<void> MessageChannel::writeQueued(std::shared_ptr<MessageChannel
     while (!queue.empty() && !error) {
         co_await asio::async_write(channel->socket_, asio::buffer(queue.front()),
                                    asio::redirect_error(asio::use_awaitable, error));
-        queue.pop_front();
+        if (!error) queue.pop_front();
     }
-    queue.clear();
-    channel->isWriting_ = false;
-    channel->written_.cancel();
+    channel->endWriting();
+}
+
+void MessageChannel::endWriting() {
+    // What cannot be sent is never answered: the reader meets the end, after what had already come.
+    boost::system::error_code ignored;
+    if (!queue_.empty()) socket_.shutdown(asio::socket_base::shutdown_both, ignored);
+    queue_.clear();
+    isWriting_ = false;
+    written_.cancel();
 }
 
 asio::awaitable<void> MessageChannel::flush(std::chrono::steady_clock::time_point deadline) {

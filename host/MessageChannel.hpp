@@ -51,7 +51,9 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
   private:
     MessageChannel(const boost::asio::any_io_executor& executor, int socket);
     boost::asio::awaitable<Message> receiveFrame();
+    boost::asio::awaitable<std::string> receiveBytes(std::size_t count);
     void writeNext();
+    void endWriting();
     static boost::asio::awaitable<void> writeQueued(std::shared_ptr<MessageChannel> channel);
 
     boost::asio::local::stream_protocol::socket socket_;
