@@ -1,6 +1,8 @@
 #include "host/ExtensionRequest.hpp"
 
+#include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string>
 
 #include "host/MessageChannel.hpp"
@@ -41,6 +43,12 @@ double number(const json::object& object, std::string_view key, double fallback)
     if (!value) return fallback;
     if (!value->is_number()) throw ProtocolError(std::string(key) + " must be a number");
     return value->to_number<double>();
+}
+
+std::chrono::milliseconds limitIn(const json::object& object, std::chrono::milliseconds fallback) {
+    const auto limit = number(object, "limit", static_cast<double>(fallback.count()));
+    const auto longest = static_cast<double>(ExtensionRequest::longestLimit.count());
+    return std::chrono::milliseconds(static_cast<std::int64_t>(std::clamp(limit, 0.0, longest)));
 }
 
 ExtensionRequest::Kind kindNamed(std::string_view name) {
@@ -121,8 +129,7 @@ ExtensionRequest ExtensionRequest::fromObject(const json::object& object) {
     ExtensionRequest request = {.kind = kindNamed(text(object, "request", ""))};
     request.family = platform::widgetFamily(text(object, "family", "systemMedium"))
                          .value_or(platform::WidgetFamily::other);
-    if (const auto* limit = object.if_contains("limit"); limit && limit->is_int64())
-        request.limit = std::chrono::milliseconds(limit->get_int64());
+    request.limit = limitIn(object, request.limit);
     if (request.kind == Kind::render) request.drawing = drawingFromObject(object);
     return request;
 }

@@ -46,9 +46,13 @@ struct DrawingRequest {
 struct ExtensionRequest {
     enum class Kind { declaration, placeholder, snapshot, timeline, render, finishUploads };
 
+    /// No transfer takes longer, so no wait for one needs to.
+    static constexpr std::chrono::milliseconds longestLimit = std::chrono::seconds(120);
+
     Kind kind;
     platform::WidgetFamily family = platform::WidgetFamily::systemMedium;
-    /// finishUploads: how long the extension may wait for uploads in flight.
+    /// finishUploads: how long the extension may wait for uploads in flight, 0 to `longestLimit`; what is
+    /// read beyond is taken for the nearest.
     std::chrono::milliseconds limit = std::chrono::milliseconds(2000);
     /// render: what is to be drawn.
     std::optional<DrawingRequest> drawing = std::nullopt;
