@@ -33,6 +33,17 @@ bool isBidirectionalControl(std::string_view sequence) {
     return sequence >= "\u202A" && sequence <= "\u202E" ? true : sequence >= "\u2066" && sequence <= "\u2069";
 }
 
+/// "\u009b", for a sequence of at most three bytes, as all of these are.
+std::string escaped(std::string_view sequence) {
+    constexpr std::string_view hexDigits = "0123456789abcdef";
+    unsigned point = static_cast<unsigned char>(sequence[0]);
+    if (sequence.size() > 1) point &= sequence.size() == 2 ? 0x1Fu : 0x0Fu;
+    for (const char c : sequence.substr(1)) point = point << 6 | (static_cast<unsigned char>(c) & 0x3Fu);
+    std::string text = "\\u";
+    for (int shift = 12; shift >= 0; shift -= 4) text += hexDigits[point >> shift & 0xFu];
+    return text;
+}
+
 }  // namespace
 
 std::string terminalSafe(std::string_view text) {
@@ -48,6 +59,21 @@ std::string terminalSafe(std::string_view text) {
         else if (!isBidirectionalControl(sequence))
             safe.append(sequence);
         text.remove_prefix(sequence.size());
+    }
+    return safe;
+}
+
+std::string terminalSafeJSON(std::string_view json) {
+    std::string safe;
+    safe.reserve(json.size());
+    while (!json.empty()) {
+        const auto length = std::max<std::size_t>(sequenceLength(json), 1);
+        const auto sequence = json.substr(0, length);
+        if (isControl(sequence) || isBidirectionalControl(sequence))
+            safe.append(escaped(sequence));
+        else
+            safe.append(sequence);
+        json.remove_prefix(length);
     }
     return safe;
 }
