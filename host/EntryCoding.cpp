@@ -169,4 +169,26 @@ platform::Timeline<widget::SimpleEntry> timelineFromValue(const json::value& val
     return timeline;
 }
 
+json::object declarationObject(const Declaration& declaration) {
+    json::array families;
+    for (const auto& family : declaration.supportedFamilies) families.emplace_back(family);
+    return {
+        {"kind", declaration.kind},
+        {"displayName", declaration.displayName},
+        {"description", declaration.description},
+        {"supportedFamilies", std::move(families)},
+    };
+}
+
+Declaration declarationFromValue(const json::value& value) {
+    const Place place(value, "declaration");
+    Declaration declaration = {.kind = place.member("kind").text(),
+                               .displayName = place.member("displayName").text(),
+                               .description = place.member("description").text(),
+                               .supportedFamilies = {}};
+    for (const auto& family : place.member("supportedFamilies").elements())
+        declaration.supportedFamilies.push_back(family.text());
+    return declaration;
+}
+
 }  // namespace host
