@@ -1,11 +1,19 @@
 #include "host/Streams.hpp"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 
 namespace host {
+
+void holdStandardStreams() {
+    // Opened the wrong way round: a read or a write in vain is told (EBADF), not taken for done.
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(descriptor, F_GETFD) < 0) [[maybe_unused]]
+            const int held = ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+}
 
 bool writeAll(int descriptor, std::string_view text) {
     while (!text.empty()) {

@@ -10,6 +10,10 @@
 
 namespace host {
 
+/// Takes the places of standard streams that a program was started without, so that nothing it opens later
+/// is read or written in their stead. Such a stream still fails, as a closed one does. To be called first.
+void holdStandardStreams();
+
 /// False, with errno set, when the descriptor did not take all of `text`.
 bool writeAll(int descriptor, std::string_view text);
 
