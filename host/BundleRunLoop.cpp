@@ -3,8 +3,6 @@
 #include <unistd.h>
 
 #include <boost/asio/bind_executor.hpp>
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
@@ -14,6 +12,7 @@
 #include <exception>
 #include <string>
 
+#include "host/Coroutines.hpp"
 #include "host/EntryCoding.hpp"
 #include "host/EntryDrawer.hpp"
 #include "host/ExtensionRequest.hpp"
@@ -38,7 +37,9 @@ class BundleService {
         try {
             while (true) {
                 auto message = co_await channel_->receive();
-                asio::co_spawn(context_, answer(std::move(message)), asio::detached);
+                // One that cannot even be refused ends the process: its host is told by that.
+                spawn(context_, answer(std::move(message)),
+                      [this](const std::exception_ptr&) { context_.stop(); });
             }
         } catch (const std::exception&) {
             // The host has gone, or says what this side does not understand: there is nobody left to answer.
@@ -136,7 +137,7 @@ class BundleService {
 void runBundle(const widget::VelaWidgetBundle& bundle, int hostSocket) {
     asio::io_context context(1);
     BundleService service(context, bundle, hostSocket);
-    asio::co_spawn(context, service.serve(), asio::detached);
+    spawn(context, service.serve(), [&context](const std::exception_ptr&) { context.stop(); });
     context.run();
     ::_exit(0);
 }

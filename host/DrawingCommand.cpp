@@ -2,10 +2,8 @@
 
 #include <unistd.h>
 
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
-#include <boost/asio/experimental/awaitable_operators.hpp>
-#include <boost/asio/io_context.hpp>
+#include <algorithm>
+#include <boost/asio/this_coro.hpp>
 #include <charconv>
 #include <cmath>
 #include <fstream>
@@ -13,8 +11,9 @@
 #include <iterator>
 #include <system_error>
 
+#include "host/Coroutines.hpp"
 #include "host/EntryCoding.hpp"
-#include "host/ExtensionProcess.hpp"
+#include "host/ExtensionAnswer.hpp"
 #include "host/OneShotHost.hpp"
 #include "host/Streams.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
@@ -22,7 +21,8 @@
 namespace host {
 
 namespace asio = boost::asio;
-using namespace asio::experimental::awaitable_operators;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 
 namespace {
 
@@ -43,22 +43,25 @@ boost::json::object savedEntry(const std::string& source) {
         if (!stream) throw std::system_error(errno, std::generic_category(), "cannot read " + source);
         text = wholeInput(stream, source);
     }
-    // Read once here, so that a mistake in it is told before anything is started.
     return entryObject(entryFromValue(platform::JSONSerialization::JSONObjectWithData(text)));
 }
 
-/// Draws with one extension after another: one that hangs over a picture is replaced.
+/// Draws with one extension after another: one that hangs over a picture is replaced, and one that ends while
+/// it draws is, once.
 class Drawer {
   public:
     explicit Drawer(const DrawingCommand& command) : command_(command) {}
 
     asio::awaitable<void> drawAll() {
+        // Read before anything is started, as a person may still be typing it.
+        std::optional<boost::json::object> entry;
+        if (!command_.entry.empty() && command_.entry != "placeholder") entry = savedEntry(command_.entry);
         co_await startExtension();
         const auto families = co_await chosenFamilies();
-        const auto entry = co_await chosenEntry(families.front());
+        if (!entry) entry = co_await freshEntry(families.front());
         for (const auto family : families)
             for (const auto colorScheme : command_.colorSchemes) {
-                const auto bytes = co_await drawn(request(entry, family, colorScheme));
+                const auto bytes = co_await drawn(request(*entry, family, colorScheme));
                 command_.deliver(path(family, colorScheme), bytes);
             }
     }
@@ -67,10 +70,19 @@ class Drawer {
         if (extension_) co_await extension_->end();
     }
 
+    void leave() const {
+        if (extension_) extension_->leave();
+    }
+
   private:
     asio::awaitable<void> startExtension() {
-        extension_ = ExtensionProcess::start(co_await asio::this_coro::executor,
-                                             ExtensionProcess::defaultExecutable(), printExtensionLine);
+        extension_ = ExtensionProcess::start(co_await asio::this_coro::executor, command_.extension,
+                                             printExtensionLine);
+    }
+
+    asio::awaitable<void> replaceExtension() {
+        co_await extension_->end();
+        co_await startExtension();
     }
 
     asio::awaitable<std::vector<platform::WidgetFamily>> chosenFamilies() {
@@ -78,19 +90,19 @@ class Drawer {
         const ExtensionRequest ask = {.kind = ExtensionRequest::Kind::declaration};
         const auto reply = co_await extension_->ask(ask);
         std::vector<platform::WidgetFamily> offered;
-        for (const auto& name : reply.body.at("declaration").at("supportedFamilies").as_array())
-            if (const auto family = platform::widgetFamily(name.as_string())) offered.push_back(*family);
+        for (const auto& name : declarationIn(reply).supportedFamilies)
+            if (const auto family = platform::widgetFamily(name)) offered.push_back(*family);
+        if (offered.empty()) throw ExtensionError("the extension offers no family to draw");
         co_return offered;
     }
 
-    asio::awaitable<boost::json::object> chosenEntry(platform::WidgetFamily family) {
+    asio::awaitable<boost::json::object> freshEntry(platform::WidgetFamily family) {
         const bool isPlaceholder = command_.entry == "placeholder";
-        if (!isPlaceholder && !command_.entry.empty()) co_return savedEntry(command_.entry);
         const ExtensionRequest ask = {
             .kind = isPlaceholder ? ExtensionRequest::Kind::placeholder : ExtensionRequest::Kind::snapshot,
             .family = family};
         const auto reply = co_await extension_->ask(ask);
-        co_return reply.body.at("entry").as_object();
+        co_return entryObject(entryIn(reply));
     }
 
     ExtensionRequest request(const boost::json::object& entry, platform::WidgetFamily family,
@@ -101,25 +113,31 @@ class Drawer {
         drawing.scale = command_.scale;
         drawing.format = command_.format;
         drawing.tint = command_.tint;
-        drawing.pictures = pictures_;
         return {.kind = ExtensionRequest::Kind::render, .family = family, .drawing = std::move(drawing)};
     }
 
     asio::awaitable<std::string> drawn(ExtensionRequest drawing) {
-        if (drawing.drawing->pictures == PictureReading::allowed) {
-            asio::steady_timer budget(co_await asio::this_coro::executor, command_.pictureBudget);
-            auto first = co_await (extension_->ask(drawing) || budget.async_wait(asio::use_awaitable));
-            if (first.index() == 0) co_return std::move(std::get<0>(first).attachment);
-            // Some picture never comes. A new extension draws without any, now and for the rest of this
-            // command.
-            printError("vela-widget", "the pictures took too long; drawing without them");
-            co_await extension_->end(std::chrono::seconds(0));
-            co_await startExtension();
-            pictures_ = PictureReading::placeholdersOnly;
+        const auto end = steady_clock::now() + command_.answerLimit();
+        while (true) {
             drawing.drawing->pictures = pictures_;
+            try {
+                const auto rest = std::chrono::ceil<milliseconds>(end - steady_clock::now());
+                const bool waitsForPictures = pictures_ == PictureReading::allowed;
+                auto reply = co_await extension_->ask(
+                    drawing, waitsForPictures ? std::min(rest, command_.pictureBudget) : rest);
+                co_return drawingIn(std::move(reply), command_.format);
+            } catch (const ExtensionTimeout&) {
+                if (pictures_ == PictureReading::placeholdersOnly) throw;
+                // Some picture never comes. A new extension draws without any, now and for the rest of this
+                // command.
+                printError("vela-widget", "the pictures took too long; drawing without them");
+                pictures_ = PictureReading::placeholdersOnly;
+            } catch (const ExtensionEnded& ended) {
+                if (std::exchange(hasStartedAgain_, true)) throw;
+                printError("vela-widget", std::string(ended.what()) + "; starting it again");
+            }
+            co_await replaceExtension();
         }
-        auto reply = co_await extension_->ask(std::move(drawing));
-        co_return std::move(reply.attachment);
     }
 
     std::filesystem::path path(platform::WidgetFamily family, platform::ColorScheme colorScheme) const {
@@ -131,20 +149,27 @@ class Drawer {
     const DrawingCommand& command_;
     std::shared_ptr<ExtensionProcess> extension_;
     PictureReading pictures_ = PictureReading::allowed;
+    bool hasStartedAgain_ = false;
 };
 
-asio::awaitable<void> drawOrReport(const DrawingCommand& command, int& status) {
+asio::awaitable<int> drawOrReport(const DrawingCommand& command) {
     Drawer drawer(command);
-    std::string failure;
+    int status = 1;
+    bool isHanging = false;
     try {
         co_await drawer.drawAll();
-    } catch (const std::exception& error) {
-        failure = error.what();
+        status = 0;
+    } catch (const ExtensionTimeout& failure) {
+        printFailure("vela-widget", failure);
+        isHanging = true;
+    } catch (const std::exception& failure) {
+        printFailure("vela-widget", failure);
     }
-    co_await drawer.end();
-    if (failure.empty()) co_return;
-    printError("vela-widget", failure);
-    status = 1;
+    if (isHanging)
+        drawer.leave();
+    else
+        co_await drawer.end();
+    co_return status;
 }
 
 }  // namespace
@@ -171,7 +196,6 @@ void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
 }
 
 int DrawingCommand::run() const {
-    int status = 0;
     if (size && !DrawingRequest::isWithinBounds(*size, scale)) {
         printError("vela-widget", "that size at that scale is more than 16 million pixels");
         return 2;
@@ -184,10 +208,17 @@ int DrawingCommand::run() const {
             return 1;
         }
     }
-    asio::io_context context(1);
-    asio::co_spawn(context, drawOrReport(*this, status), asio::detached);
-    context.run();
-    return status;
+    try {
+        return runToEnd(drawOrReport(*this));
+    } catch (const std::exception& failure) {
+        printFailure("vela-widget", failure);
+        return 1;
+    }
+}
+
+milliseconds DrawingCommand::answerLimit() const {
+    // Whoever waits for pictures for longer than for anything else still gets a drawing without them.
+    return std::max(extension.answerLimit, pictureBudget + extension.answerLimit / 5);
 }
 
 std::optional<platform::Size> sizeFromText(const std::string& text) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "host/ExtensionProcess.hpp"
 #include "host/ExtensionRequest.hpp"
 
 namespace host {
@@ -31,12 +32,16 @@ struct DrawingCommand {
     /// A file, "-" for standard output; or a folder, which is made, for files named FAMILY-SCHEME.FORMAT.
     std::filesystem::path output = {};
     enum class OutputKind { file, folder } outputKind = OutputKind::file;
+    ExtensionSettings extension = {};
 
     /// Takes each picture; writes it to its path, whole or not at all, unless it is told otherwise.
     std::function<void(const std::filesystem::path& path, const std::string& bytes)> deliver = writeDrawing;
 
     /// The exit status: 0, or 1 with a line on standard error.
     int run() const;
+
+    /// The longest wait for one drawing, pictures and a second extension included.
+    std::chrono::milliseconds answerLimit() const;
 };
 
 /// "WxH" in points; nothing for any other text.

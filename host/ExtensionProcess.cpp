@@ -9,14 +9,15 @@
 
 #include <array>
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <cstring>
-#include <optional>
+#include <thread>
+#include <utility>
 
+#include "host/Coroutines.hpp"
+#include "host/TerminalText.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
 extern char** environ;
@@ -31,6 +32,9 @@ namespace {
 /// The descriptor at which the extension finds its socket.
 constexpr int inheritedSocket = 3;
 constexpr std::size_t maximumLineLength = 64 << 10;
+constexpr std::chrono::milliseconds pollingPause(1);
+/// What a person takes for at once.
+constexpr std::chrono::milliseconds unnoticed(250);
 
 /// A descriptor that is closed at the end of its scope unless it has been handed on.
 class Descriptor {
@@ -58,109 +62,196 @@ class SpawnActions {
     ~SpawnActions() { posix_spawn_file_actions_destroy(&actions_); }
     SpawnActions(const SpawnActions&) = delete;
     SpawnActions& operator=(const SpawnActions&) = delete;
-    void duplicate(int from, int to) { posix_spawn_file_actions_adddup2(&actions_, from, to); }
+    void duplicate(int from, int to) { check(posix_spawn_file_actions_adddup2(&actions_, from, to)); }
+    void openForReading(const char* path, int descriptor) {
+        check(posix_spawn_file_actions_addopen(&actions_, descriptor, path, O_RDONLY, 0));
+    }
+    void closeFrom(int descriptor) { check(posix_spawn_file_actions_addclosefrom_np(&actions_, descriptor)); }
     const posix_spawn_file_actions_t* get() const { return &actions_; }
 
   private:
+    static void check(int error) {
+        if (error != 0) throw std::bad_alloc();
+    }
     posix_spawn_file_actions_t actions_;
 };
+
+class SpawnAttributes {
+  public:
+    SpawnAttributes() { posix_spawnattr_init(&attributes_); }
+    ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
+    SpawnAttributes(const SpawnAttributes&) = delete;
+    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+    /// Keys such as Ctrl-C reach the terminal's own group only; one that is stopped when its host dies is
+    /// woken by the system, as a group that nobody could continue any more. And what the host was told to
+    /// ignore or to hold back, the extension still hears.
+    void setGroupAndSignalsOfItsOwn() {
+        sigset_t none;
+        sigset_t all;
+        sigemptyset(&none);
+        sigfillset(&all);
+        posix_spawnattr_setpgroup(&attributes_, 0);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setsigdefault(&attributes_, &all);
+        posix_spawnattr_setflags(&attributes_,
+                                 POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    const posix_spawnattr_t* get() const { return &attributes_; }
+
+  private:
+    posix_spawnattr_t attributes_;
+};
+
+/// "ended by signal SIGSEGV", for a status as waitpid gives it.
+std::string endingInWords(int waitStatus) {
+    if (WIFEXITED(waitStatus)) return "ended with status " + std::to_string(WEXITSTATUS(waitStatus));
+    const int signal = WTERMSIG(waitStatus);
+    const char* abbreviation = ::sigabbrev_np(signal);
+    return "ended by signal " + (abbreviation ? "SIG" + std::string(abbreviation) : std::to_string(signal));
+}
+
+/// Of a text from the extension, what fits into a message of ours.
+std::string quoted(std::string_view text) {
+    constexpr std::size_t longest = 400;
+    return fittedToColumns(terminalSafe(text.substr(0, 4 * longest)), longest);
+}
+
+std::string inWords(std::chrono::milliseconds duration) {
+    if (duration < std::chrono::seconds(1)) return std::to_string(duration.count()) + " ms";
+    return std::to_string(std::chrono::ceil<std::chrono::seconds>(duration).count()) + " s";
+}
 
 }  // namespace
 
 struct ExtensionProcess::PendingReply {
-    explicit PendingReply(const asio::any_io_executor& executor)
-        : arrived(executor, asio::steady_timer::time_point::max()) {}
+    PendingReply(const asio::any_io_executor& executor, std::chrono::milliseconds limit)
+        : arrived(executor, limit) {}
     asio::steady_timer arrived;
     std::optional<Message> message;
 };
 
-std::filesystem::path ExtensionProcess::defaultExecutable() {
+std::filesystem::path ExtensionSettings::defaultExecutable() {
     return platform::executablePath().parent_path() / "VelaWidgetExtension";
 }
 
 std::shared_ptr<ExtensionProcess> ExtensionProcess::start(const asio::any_io_executor& executor,
-                                                          const std::filesystem::path& executable,
+                                                          const ExtensionSettings& settings,
                                                           LineHandler onOutputLine) {
     std::array<int, 2> sockets;
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0)
-        failToStart(executable, errno);
+        failToStart(settings.executable, errno);
     Descriptor ours(sockets[0]);
     const Descriptor theirs(sockets[1]);
     std::array<int, 2> pipe;
-    if (::pipe2(pipe.data(), O_CLOEXEC) != 0) failToStart(executable, errno);
+    if (::pipe2(pipe.data(), O_CLOEXEC) != 0) failToStart(settings.executable, errno);
     Descriptor output(pipe[0]);
     const Descriptor theirOutput(pipe[1]);
 
+    // It holds on to nothing of ours: neither the terminal nor a pipe whose reader waits for its end.
     SpawnActions actions;
+    actions.openForReading("/dev/null", STDIN_FILENO);
     actions.duplicate(theirOutput.value(), STDOUT_FILENO);
+    actions.duplicate(theirOutput.value(), STDERR_FILENO);
     actions.duplicate(theirs.value(), inheritedSocket);
-    std::string program = executable.string();
+    actions.closeFrom(inheritedSocket + 1);
+    SpawnAttributes attributes;
+    attributes.setGroupAndSignalsOfItsOwn();
+    std::string program = settings.executable.string();
     std::string option = "--host-socket=" + std::to_string(inheritedSocket);
     std::array<char*, 3> arguments = {program.data(), option.data(), nullptr};
     pid_t process = 0;
     const int error =
-        ::posix_spawn(&process, program.c_str(), actions.get(), nullptr, arguments.data(), environ);
-    if (error != 0) failToStart(executable, error);
+        ::posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments.data(), environ);
+    if (error != 0) failToStart(settings.executable, error);
 
-    const std::shared_ptr<ExtensionProcess> extension(
-        new ExtensionProcess(executor, process, ours.release(), output.release(), std::move(onOutputLine)));
-    asio::co_spawn(executor, readReplies(extension), asio::detached);
-    asio::co_spawn(executor, passOutputOn(extension), asio::detached);
+    const std::shared_ptr<ExtensionProcess> extension(new ExtensionProcess(
+        executor, settings, process, ours.release(), output.release(), std::move(onOutputLine)));
+    spawn(executor, converse(extension),
+          [extension](const std::exception_ptr&) { extension->conclude("could not be listened to"); });
+    spawn(executor, passOutputOn(extension),
+          [extension](const std::exception_ptr&) { extension->endOutput(); });
     return extension;
 }
 
-ExtensionProcess::ExtensionProcess(const asio::any_io_executor& executor, pid_t process, int socket,
-                                   int output, LineHandler onOutputLine)
-    : process_(process),
+ExtensionProcess::ExtensionProcess(const asio::any_io_executor& executor, const ExtensionSettings& settings,
+                                   pid_t process, int socket, int output, LineHandler onOutputLine)
+    : settings_(settings),
+      process_(process),
       channel_(MessageChannel::over(executor, socket)),
       output_(executor, output),
-      outputEnd_(executor, asio::steady_timer::time_point::max()),
+      outputEnd_(executor, TimePoint::max()),
       onOutputLine_(std::move(onOutputLine)) {}
 
 ExtensionProcess::~ExtensionProcess() {
-    kill();
+    leave();
 }
 
-void ExtensionProcess::kill() {
-    if (process_ <= 0) return;
-    ::kill(process_, SIGKILL);
-    ::waitpid(process_, nullptr, 0);
-    process_ = -1;
-}
-
-asio::awaitable<Message> ExtensionProcess::ask(ExtensionRequest request) {
-    if (!isRunning_) throw ExtensionError("the extension has ended");
+asio::awaitable<Message> ExtensionProcess::ask(ExtensionRequest request,
+                                               std::optional<std::chrono::milliseconds> limit) {
+    const auto kind = request.kind;
+    const auto wait = limit.value_or(settings_.answerLimit);
+    if (ending_) throw ExtensionEnded(ending(kind));
+    const auto reply = std::make_shared<PendingReply>(co_await asio::this_coro::executor, wait);
     const auto identifier = ++lastIdentifier_;
-    const auto reply = std::make_shared<PendingReply>(co_await asio::this_coro::executor);
-    pending_[identifier] = reply;
     Message message = {.body = request.object()};
     message.body["id"] = identifier;
     channel_->send(message);
+    pending_[identifier] = reply;
     error_code ignored;
     co_await reply->arrived.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    if (!reply->message && !ending_) {
+        // This process may have been stopped itself meanwhile: what came in time is read first.
+        reply->arrived.expires_after(unnoticed);
+        co_await reply->arrived.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    }
     pending_.erase(identifier);
-    if (!reply->message) throw ExtensionError("the extension ended before it answered");
-    if (const auto* error = reply->message->body.if_contains("error"); error && error->is_string())
-        throw ExtensionError(std::string(error->get_string()));
+    if (!reply->message && ending_) throw ExtensionEnded(ending(kind));
+    if (!reply->message) throw ExtensionTimeout("the extension has not answered within " + inWords(wait));
+    if (const auto* error = reply->message->body.if_contains("error"))
+        throw ExtensionError(error->is_string() ? quoted(error->get_string()) : "the extension failed");
     co_return std::move(*reply->message);
 }
 
-asio::awaitable<void> ExtensionProcess::readReplies(std::shared_ptr<ExtensionProcess> extension) {
+std::string ExtensionProcess::ending(ExtensionRequest::Kind kind) const {
+    const bool isDrawing = kind == ExtensionRequest::Kind::render;
+    return "the extension " + *ending_ + (isDrawing ? " while drawing" : " before it answered");
+}
+
+void ExtensionProcess::take(Message message) {
+    const auto* identifier = message.body.if_contains("id");
+    const auto* number = identifier ? identifier->if_int64() : nullptr;
+    if (!number || *number < 1 || *number > lastIdentifier_)
+        throw ProtocolError("it answered what it was not asked");
+    // Where there is none, whoever asked has waited long enough.
+    const auto found = pending_.find(*number);
+    if (found == pending_.end()) return;
+    found->second->message = std::move(message);
+    found->second->arrived.cancel();
+}
+
+asio::awaitable<void> ExtensionProcess::converse(std::shared_ptr<ExtensionProcess> extension) {
+    std::string ending;
     try {
-        while (true) {
-            auto message = co_await extension->channel_->receive();
-            const auto* identifier = message.body.if_contains("id");
-            if (!identifier || !identifier->is_int64()) continue;
-            const auto found = extension->pending_.find(identifier->get_int64());
-            if (found == extension->pending_.end()) continue;
-            found->second->message = std::move(message);
-            found->second->arrived.cancel();
-        }
-    } catch (const std::exception&) {
-        // Gone, or no longer making sense: either way nothing more comes from it.
-        extension->isRunning_ = false;
-        for (const auto& [identifier, reply] : extension->pending_) reply->arrived.cancel();
+        while (true) extension->take(co_await extension->channel_->receive());
+    } catch (const boost::system::system_error&) {
+        // It has gone.
+    } catch (const std::exception& error) {
+        ending = std::string("broke the protocol (") + error.what() + ")";
     }
+    if (ending.empty() && !extension->hasHungUp_) ending = co_await extension->lastWords();
+    extension->conclude(std::move(ending));
+}
+
+/// How it ended, once all that it printed has been passed on.
+asio::awaitable<std::string> ExtensionProcess::lastWords() {
+    const bool isOver = co_await hasEndedBy(std::chrono::steady_clock::now() + settings_.farewellLimit);
+    co_return isOver ? endingInWords(*waitStatus_) : std::string("hung up");
+}
+
+void ExtensionProcess::conclude(std::string ending) {
+    ending_ = std::move(ending);
+    channel_->close();
+    for (const auto& [identifier, reply] : pending_) reply->arrived.cancel();
 }
 
 asio::awaitable<void> ExtensionProcess::passOutputOn(std::shared_ptr<ExtensionProcess> extension) {
@@ -180,40 +271,78 @@ asio::awaitable<void> ExtensionProcess::passOutputOn(std::shared_ptr<ExtensionPr
             text.erase(0, length);
         }
     }
-    if (!text.empty()) extension->onOutputLine_(text);
-    extension->hasPassedOutputOn_ = true;
-    extension->outputEnd_.cancel();
+    if (!text.empty() && error != asio::error::operation_aborted) extension->onOutputLine_(text);
+    extension->endOutput();
 }
 
-asio::awaitable<std::optional<int>> ExtensionProcess::end(std::chrono::milliseconds limit) {
-    const auto deadline = std::chrono::steady_clock::now() + limit;
-    co_await channel_->flush(deadline);
+void ExtensionProcess::endOutput() {
+    hasPassedOutputOn_ = true;
+    outputEnd_.cancel();
+}
+
+asio::awaitable<std::optional<int>> ExtensionProcess::end() {
+    const auto farewell = std::chrono::steady_clock::now() + settings_.farewellLimit;
+    co_await channel_->flush(farewell);
+    hangUp();
+    bool isOver = co_await hasEndedBy(farewell);
+    if (!isOver) {
+        tellToEnd();
+        isOver = co_await hasEndedBy(farewell + settings_.renewalLimit);
+    }
+    if (!isOver) {
+        ::kill(process_, SIGKILL);
+        co_await hasEndedBy(std::chrono::steady_clock::now() + settings_.farewellLimit);
+    }
+    error_code ignored;
+    output_.close(ignored);
+    if (!waitStatus_ || !WIFEXITED(*waitStatus_)) co_return std::nullopt;
+    co_return WEXITSTATUS(*waitStatus_);
+}
+
+void ExtensionProcess::leave() {
+    hangUp();
+    error_code ignored;
+    output_.close(ignored);
+    if (hasEnded()) return;
+    tellToEnd();
+    const auto end = std::chrono::steady_clock::now() + unnoticed;
+    while (!hasEnded() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(pollingPause);
+    // It is the system's first process that waits for one that goes on.
+}
+
+void ExtensionProcess::hangUp() {
+    hasHungUp_ = true;
     channel_->close();
-    // The extension's end of the pipe closes when it ends, so the end of its output is its own.
-    if (!hasPassedOutputOn_) {
-        outputEnd_.expires_at(deadline);
-        error_code ignored;
-        co_await outputEnd_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
-    }
-    isRunning_ = false;
-    const auto status = co_await waitForExit(deadline);
-    kill();
-    output_.close();
-    co_return status;
 }
 
-asio::awaitable<std::optional<int>> ExtensionProcess::waitForExit(
-    std::chrono::steady_clock::time_point deadline) {
-    constexpr std::chrono::milliseconds pause(1);
+void ExtensionProcess::tellToEnd() const {
+    ::kill(process_, SIGTERM);
+    // One that was stopped could not act on it.
+    ::kill(process_, SIGCONT);
+}
+
+bool ExtensionProcess::hasEnded() {
+    if (waitStatus_) return true;
     int status = 0;
-    while (process_ > 0 && ::waitpid(process_, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() > deadline) co_return std::nullopt;
-        asio::steady_timer turn(output_.get_executor(), pause);
-        co_await turn.async_wait(asio::use_awaitable);
+    // -1: there is no such child, as somebody else has waited for it.
+    if (::waitpid(process_, &status, WNOHANG) == 0) return false;
+    waitStatus_ = status;
+    return true;
+}
+
+/// Whether it has ended and all that it printed has been passed on.
+asio::awaitable<bool> ExtensionProcess::hasEndedBy(TimePoint deadline) {
+    error_code ignored;
+    asio::steady_timer turn(output_.get_executor());
+    while (!hasEnded() && std::chrono::steady_clock::now() < deadline) {
+        turn.expires_after(pollingPause);
+        co_await turn.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
     }
-    process_ = -1;
-    if (!WIFEXITED(status)) co_return std::nullopt;
-    co_return WEXITSTATUS(status);
+    // Its end of the pipe closes when it ends, unless somebody else has it as well.
+    outputEnd_.expires_at(std::min(deadline, std::chrono::steady_clock::now() + settings_.farewellLimit));
+    if (hasEnded() && !hasPassedOutputOn_)
+        co_await outputEnd_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    co_return hasEnded();
 }
 
 }  // namespace host

@@ -1,10 +1,11 @@
 #pragma once
 
 // One extension process, as its host sees it: started with a socket to talk over, asked, and ended. It may
-// die at any time; what was asked of it then fails and the host goes on. Belongs to one executor; its members
-// may be called from that executor's thread only.
+// die, hang or talk nonsense at any time; what was asked of it then fails and the host goes on. Belongs to
+// one executor; its members may be called from that executor's thread only.
 
 #include <sys/types.h>
+
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
@@ -25,47 +26,90 @@
 
 namespace host {
 
-/// The extension could not be started, has gone, or refused a request.
+/// The extension could not be started, or refused a request, or sent what is no answer to it.
 class ExtensionError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
-  public:
-    /// A line that the extension printed on its standard output, without the line break.
-    using LineHandler = std::function<void(std::string_view line)>;
+/// The extension has ended, hung up or broken the protocol: nothing more comes from it.
+class ExtensionEnded : public ExtensionError {
+    using ExtensionError::ExtensionError;
+};
 
+/// The extension did not answer in time. It may go on; nobody waits for it any more.
+class ExtensionTimeout : public ExtensionError {
+    using ExtensionError::ExtensionError;
+};
+
+/// Which program a host starts, and how long it waits for it: the one place of these values.
+struct ExtensionSettings {
     /// Beside the running program.
     static std::filesystem::path defaultExecutable();
 
+    std::filesystem::path executable = defaultExecutable();
+    /// The longest wait for an answer. A transfer ends after 120 seconds; the rest is for all that is not
+    /// one.
+    std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
+    /// How long one that was hung up on may take to end before it is told to.
+    std::chrono::milliseconds farewellLimit = std::chrono::seconds(1);
+    /// How long it may go on after that, with a renewed pair of tokens to store, before it is killed.
+    std::chrono::milliseconds renewalLimit = std::chrono::seconds(10);
+};
+
+class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
+  public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+    /// A line that the extension printed on its standard output or standard error, without the line break.
+    using LineHandler = std::function<void(std::string_view line)>;
+
     /// Throws ExtensionError when the program cannot be started.
     static std::shared_ptr<ExtensionProcess> start(const boost::asio::any_io_executor& executor,
-                                                   const std::filesystem::path& executable,
+                                                   const ExtensionSettings& settings,
                                                    LineHandler onOutputLine);
+    /// Leaves it.
     ~ExtensionProcess();
 
     pid_t processIdentifier() const { return process_; }
-    bool isRunning() const { return isRunning_; }
+    bool isRunning() const { return !ending_; }
 
-    /// Throws ExtensionError when the extension goes away before it answers, or answers with an error.
-    boost::asio::awaitable<Message> ask(ExtensionRequest request);
+    /// Throws ExtensionTimeout when no answer came within `limit` (absent: the settings'), ExtensionEnded
+    /// when none can come any more, ExtensionError when the answer is an error.
+    boost::asio::awaitable<Message> ask(ExtensionRequest request,
+                                        std::optional<std::chrono::milliseconds> limit = std::nullopt);
 
-    /// Hangs up and waits until all that the extension printed has been passed on and it has ended; one that
-    /// has not ended within `limit` is killed. Gives its exit status, nothing for one that a signal ended.
-    boost::asio::awaitable<std::optional<int>> end(std::chrono::milliseconds limit = std::chrono::seconds(1));
+    /// Hangs up and waits until all that the extension printed has been passed on and it has ended. One that
+    /// goes on is told to end, and killed in the end. Gives its exit status, nothing for one that a signal
+    /// ended.
+    boost::asio::awaitable<std::optional<int>> end();
+
+    /// Hangs up, tells the extension to end, and waits for no longer than a person notices. What it still has
+    /// to do it does by itself, in silence.
+    void leave();
 
   private:
     struct PendingReply;
 
-    ExtensionProcess(const boost::asio::any_io_executor& executor, pid_t process, int socket, int output,
-                     LineHandler onOutputLine);
-    static boost::asio::awaitable<void> readReplies(std::shared_ptr<ExtensionProcess> extension);
+    ExtensionProcess(const boost::asio::any_io_executor& executor, const ExtensionSettings& settings,
+                     pid_t process, int socket, int output, LineHandler onOutputLine);
+    static boost::asio::awaitable<void> converse(std::shared_ptr<ExtensionProcess> extension);
     static boost::asio::awaitable<void> passOutputOn(std::shared_ptr<ExtensionProcess> extension);
-    boost::asio::awaitable<std::optional<int>> waitForExit(std::chrono::steady_clock::time_point deadline);
-    void kill();
+    boost::asio::awaitable<std::string> lastWords();
+    boost::asio::awaitable<bool> hasEndedBy(TimePoint deadline);
+    std::string ending(ExtensionRequest::Kind kind) const;
+    void take(Message message);
+    void conclude(std::string ending);
+    void endOutput();
+    void hangUp();
+    void tellToEnd() const;
+    bool hasEnded();
 
+    ExtensionSettings settings_;
     pid_t process_;
-    bool isRunning_ = true;
+    /// As waitpid gives it, once the process has ended.
+    std::optional<int> waitStatus_;
+    /// How the conversation ended, in words that go on "the extension".
+    std::optional<std::string> ending_;
+    bool hasHungUp_ = false;
     bool hasPassedOutputOn_ = false;
     std::int64_t lastIdentifier_ = 0;
     std::shared_ptr<MessageChannel> channel_;

@@ -1,20 +1,21 @@
 #include "host/OneShotHost.hpp"
 
 #include <signal.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
-#include <boost/asio/io_context.hpp>
+#include <array>
 #include <boost/asio/signal_set.hpp>
 #include <cerrno>
 #include <chrono>
+#include <new>
 #include <optional>
 #include <system_error>
 
-#include "host/ExtensionProcess.hpp"
+#include "host/Coroutines.hpp"
 #include "host/Spinner.hpp"
 #include "host/Streams.hpp"
+#include "host/TerminalText.hpp"
 
 namespace host {
 
@@ -24,21 +25,13 @@ namespace {
 
 constexpr std::chrono::milliseconds uploadPatience = std::chrono::seconds(2);
 
-asio::awaitable<void> conversation(const OneShotRequest& request, ExtensionProcess& extension,
-                                   Spinner& spinner) {
-    const auto reply = co_await extension.ask(request.request);
-    spinner.stop();
-    request.present(reply);
-    if (request.request.kind != ExtensionRequest::Kind::timeline) co_return;
-    const ExtensionRequest finish = {.kind = ExtensionRequest::Kind::finishUploads, .limit = uploadPatience};
-    co_await extension.ask(finish);
-}
-
 /// An interrupted wait leaves no spinner behind.
 class CleanInterruption {
   public:
     CleanInterruption(const asio::any_io_executor& executor, std::shared_ptr<Spinner> spinner)
-        : signals_(executor, SIGINT, SIGTERM) {
+        : signals_(executor) {
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            if (!isIgnored(signal)) signals_.add(signal);
         signals_.async_wait(
             [spinner = std::move(spinner)](const boost::system::error_code& error, int signal) {
                 if (error) return;
@@ -49,42 +42,94 @@ class CleanInterruption {
     }
 
   private:
+    /// As `nohup` and a shell's background have it.
+    static bool isIgnored(int signal) {
+        struct sigaction action = {};
+        return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+    }
+
     asio::signal_set signals_;
 };
 
-asio::awaitable<void> answer(const OneShotRequest& request, int& status) {
-    const auto executor = co_await asio::this_coro::executor;
-    const auto spinner =
-        Spinner::start(executor, request.caption.empty() ? -1 : STDERR_FILENO, request.caption);
-    std::optional<CleanInterruption> interruption;
-    if (!request.caption.empty()) interruption.emplace(executor, spinner);
-    std::shared_ptr<ExtensionProcess> extension;
-    std::string failure;
-    try {
-        extension = ExtensionProcess::start(executor, ExtensionProcess::defaultExecutable(),
-                                            [spinner](std::string_view line) {
-                                                spinner->makeRoom();
-                                                printExtensionLine(line);
-                                            });
-        co_await conversation(request, *extension, *spinner);
-    } catch (const std::exception& error) {
-        failure = error.what();
+/// What a person sees while an answer is awaited, and no longer: then signals do again what they always do.
+class VisibleWait {
+  public:
+    VisibleWait(const asio::any_io_executor& executor, const std::string& caption)
+        : spinner_(Spinner::start(executor, caption.empty() ? -1 : STDERR_FILENO, caption)) {
+        if (!caption.empty()) interruption_.emplace(executor, spinner_);
     }
-    spinner->stop();
-    if (extension) co_await extension->end();
-    if (failure.empty()) co_return;
-    printError("vela-widget", failure);
-    status = 1;
+
+    ExtensionProcess::LineHandler lineHandler() const {
+        return [spinner = spinner_](std::string_view line) {
+            spinner->makeRoom();
+            printExtensionLine(line);
+        };
+    }
+
+    void end() {
+        spinner_->stop();
+        interruption_.reset();
+    }
+
+  private:
+    std::shared_ptr<Spinner> spinner_;
+    std::optional<CleanInterruption> interruption_;
+};
+
+asio::awaitable<void> conversation(const OneShotRequest& request, ExtensionProcess& extension,
+                                   VisibleWait& wait) {
+    const auto reply = co_await extension.ask(request.request);
+    wait.end();
+    request.present(reply);
+}
+
+/// Uploads are not the person's business: that one of them fails or takes too long is no failure.
+asio::awaitable<void> uploads(ExtensionProcess& extension) {
+    const ExtensionRequest finish = {.kind = ExtensionRequest::Kind::finishUploads, .limit = uploadPatience};
+    try {
+        co_await extension.ask(finish, uploadPatience);
+    } catch (const ExtensionError&) {
+    }
+}
+
+asio::awaitable<int> answered(const OneShotRequest& request) {
+    const auto executor = co_await asio::this_coro::executor;
+    VisibleWait wait(executor, request.caption);
+    const auto extension = ExtensionProcess::start(executor, request.extension, wait.lineHandler());
+    int status = 1;
+    bool isHanging = false;
+    const auto report = [&wait](const std::exception& failure) {
+        wait.end();
+        printFailure("vela-widget", failure);
+    };
+    try {
+        co_await conversation(request, *extension, wait);
+        status = 0;
+    } catch (const ExtensionTimeout& failure) {
+        report(failure);
+        isHanging = true;
+    } catch (const std::exception& failure) {
+        report(failure);
+    }
+    if (isHanging) {
+        extension->leave();
+    } else {
+        if (status == 0 && request.request.kind == ExtensionRequest::Kind::timeline)
+            co_await uploads(*extension);
+        co_await extension->end();
+    }
+    co_return status;
 }
 
 }  // namespace
 
 int runOnce(const OneShotRequest& request) {
-    int status = 0;
-    asio::io_context context(1);
-    asio::co_spawn(context, answer(request, status), asio::detached);
-    context.run();
-    return status;
+    try {
+        return runToEnd(answered(request));
+    } catch (const std::exception& failure) {
+        printFailure("vela-widget", failure);
+        return 1;
+    }
 }
 
 void writeToStandardOutput(std::string_view text) {
@@ -93,11 +138,23 @@ void writeToStandardOutput(std::string_view text) {
 }
 
 void printExtensionLine(std::string_view line) {
-    writeAll(STDERR_FILENO, std::string(line) + "\n");
+    const bool isTerminal = ::isatty(STDERR_FILENO) != 0;
+    writeAll(STDERR_FILENO, (isTerminal ? terminalSafe(line) : std::string(line)) + "\n");
 }
 
-void printError(std::string_view program, std::string_view message) {
-    writeAll(STDERR_FILENO, std::string(program) + ": " + std::string(message) + "\n");
+void printError(std::string_view program, std::string_view message) noexcept {
+    constexpr std::array<std::string_view, 2> marks = {": ", "\n"};
+    const auto part = [](std::string_view text) {
+        return iovec{.iov_base = const_cast<char*>(text.data()), .iov_len = text.size()};
+    };
+    const std::array<iovec, 4> parts = {part(program), part(marks[0]), part(message), part(marks[1])};
+    // Where standard error takes nothing, there is nobody left to tell.
+    [[maybe_unused]] const auto written = ::writev(STDERR_FILENO, parts.data(), parts.size());
+}
+
+void printFailure(std::string_view program, const std::exception& failure) noexcept {
+    const bool isMemory = dynamic_cast<const std::bad_alloc*>(&failure) != nullptr;
+    printError(program, isMemory ? "there is not enough memory" : failure.what());
 }
 
 }  // namespace host

@@ -3,9 +3,11 @@
 // A host for one command: starts an extension, asks it one thing, hands the answer on, and ends the
 // extension.
 
+#include <exception>
 #include <functional>
 #include <string>
 
+#include "host/ExtensionProcess.hpp"
 #include "host/ExtensionRequest.hpp"
 #include "host/MessageChannel.hpp"
 
@@ -17,6 +19,7 @@ struct OneShotRequest {
     std::function<void(const Message&)> present;
     /// Shown beside the spinner on a terminal while the answer is awaited; empty for no spinner.
     std::string caption = {};
+    ExtensionSettings extension = {};
 };
 
 /// Runs the request to its end. What the extension prints is passed on to standard error, line by line. After
@@ -27,10 +30,14 @@ int runOnce(const OneShotRequest& request);
 /// Writes all of `text` to standard output; throws std::system_error when it cannot.
 void writeToStandardOutput(std::string_view text);
 
-/// Passes a line of the extension's on to standard error.
+/// Passes a line of the extension's on to standard error: unchanged, but on a terminal without anything that
+/// a terminal would obey.
 void printExtensionLine(std::string_view line);
 
-/// "PROGRAM: MESSAGE" on standard error.
-void printError(std::string_view program, std::string_view message);
+/// "PROGRAM: MESSAGE" on standard error. Needs no memory.
+void printError(std::string_view program, std::string_view message) noexcept;
+
+/// The same for what an exception says.
+void printFailure(std::string_view program, const std::exception& failure) noexcept;
 
 }  // namespace host

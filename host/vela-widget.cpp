@@ -1,16 +1,24 @@
 // The widget host's command line.
 
+#include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <exception>
+#include <iostream>
 #include <map>
+#include <system_error>
 
 #include "host/CommandLine.hpp"
 #include "host/DrawingCommand.hpp"
 #include "host/EntryCoding.hpp"
+#include "host/ExtensionAnswer.hpp"
 #include "host/OneShotHost.hpp"
+#include "host/Streams.hpp"
 #include "host/TerminalImage.hpp"
+#include "host/TerminalText.hpp"
 #include "host/TerminalView.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 
@@ -19,17 +27,27 @@ namespace {
 using host::ExtensionRequest;
 using host::Message;
 
-/// Prints one member of the answer as a line of JSON with sorted keys.
-std::function<void(const Message&)> printingMember(const char* member) {
-    return [member](const Message& message) {
-        const auto text = platform::JSONSerialization::dataWithJSONObject(
-            message.body.at(member), platform::JSONKeyOrder::ascendingBytes);
-        host::writeToStandardOutput(text + "\n");
-    };
+/// Prints as a line of JSON with sorted keys.
+void print(const boost::json::object& object) {
+    const auto text =
+        platform::JSONSerialization::dataWithJSONObject(object, platform::JSONKeyOrder::ascendingBytes);
+    host::writeToStandardOutput(host::terminalSafeJSON(text) + "\n");
+}
+
+void printDeclaration(const Message& message) {
+    print(host::declarationObject(host::declarationIn(message)));
+}
+
+void printEntry(const Message& message) {
+    print(host::entryObject(host::entryIn(message)));
+}
+
+void printTimeline(const Message& message) {
+    print(host::timelineObject(host::timelineIn(message)));
 }
 
 void showEntry(const Message& message) {
-    const auto timeline = host::timelineFromValue(message.body.at("timeline"));
+    const auto timeline = host::timelineIn(message);
     host::writeToStandardOutput(
         host::terminalView(timeline.entries.front(), host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
 }
@@ -47,23 +65,21 @@ struct Options {
 };
 
 void addEntryCommand(CLI::App& app, Options& options, const char* name, const char* description,
-                     ExtensionRequest::Kind kind, const char* member) {
+                     ExtensionRequest::Kind kind, void (*present)(const Message&)) {
     auto* command = app.add_subcommand(name, description);
     command->add_option("--family", options.family, "The family the entry is for")
         ->check(CLI::IsMember(host::familyNames()))
         ->capture_default_str();
     command->footer(std::string("Example:\n  vela-widget ") + name + " --family systemSmall");
-    command->callback([&options, kind, member] {
-        run({.request = options.request(kind), .present = printingMember(member)});
-    });
+    command->callback(
+        [&options, kind, present] { run({.request = options.request(kind), .present = present}); });
 }
 
 void addDeclarationCommand(CLI::App& app, const Options& options) {
     auto* command = app.add_subcommand("declaration", "Print what the widget declares to a host, as JSON");
     command->footer("Example:\n  vela-widget declaration");
     command->callback([&options] {
-        run({.request = options.request(ExtensionRequest::Kind::declaration),
-             .present = printingMember("declaration")});
+        run({.request = options.request(ExtensionRequest::Kind::declaration), .present = printDeclaration});
     });
 }
 
@@ -189,9 +205,7 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
     command->callback([&options] { throw host::ExitStatus(drawingCommand(options).run()); });
 }
 
-}  // namespace
-
-int main(int count, char** arguments) {
+int runProgram(int count, const char* const* arguments) {
     CLI::App app("Your latest parcels and orders, on every surface you look at.", "vela-widget");
     app.set_version_flag("--version", VELA_VERSION);
     app.require_subcommand(1);
@@ -199,15 +213,40 @@ int main(int count, char** arguments) {
 
     Options options;
     addEntryCommand(app, options, "placeholder", "Print the entry shown while nothing is known, as JSON",
-                    ExtensionRequest::Kind::placeholder, "entry");
+                    ExtensionRequest::Kind::placeholder, printEntry);
     addEntryCommand(app, options, "snapshot", "Fetch the packages and print an entry, as JSON",
-                    ExtensionRequest::Kind::snapshot, "entry");
+                    ExtensionRequest::Kind::snapshot, printEntry);
     addEntryCommand(app, options, "timeline", "Fetch the packages and print a timeline, as JSON",
-                    ExtensionRequest::Kind::timeline, "timeline");
+                    ExtensionRequest::Kind::timeline, printTimeline);
     addDeclarationCommand(app, options);
     ShowOptions showOptions;
     addShowCommand(app, options, showOptions);
     RenderOptions renderOptions;
     addRenderCommand(app, renderOptions);
-    return host::runCommandLine(app, count, arguments);
+    const int status = host::runCommandLine(app, count, arguments);
+    // What CLI11 prints, help and version, goes through the stream.
+    if (!std::cout.flush())
+        throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
+    return status;
+}
+
+/// The last resort, where an exception meets what may not throw.
+[[noreturn]] void endWithALine() {
+    host::printError("vela-widget", "it cannot go on, perhaps for lack of memory");
+    ::_exit(1);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    host::holdStandardStreams();
+    // A parent that waits for no child of its own bequeaths that.
+    ::signal(SIGCHLD, SIG_DFL);
+    std::set_terminate(endWithALine);
+    try {
+        return runProgram(count, arguments);
+    } catch (const std::exception& failure) {
+        host::printFailure("vela-widget", failure);
+        return 1;
+    }
 }

@@ -41,13 +41,16 @@ class ExtensionProcessTest : public Person {
             {{"XDG_DATA_HOME", environment["XDG_DATA_HOME"]}, {"BASE_URL", baseURL}});
         const auto run = [this, &test]() -> asio::awaitable<void> {
             const auto executor = co_await asio::this_coro::executor;
-            const auto extension =
-                ExtensionProcess::start(executor, platform::testing::programFolder() / "VelaWidgetExtension",
-                                        [this](std::string_view line) { lines.emplace_back(line); });
+            const auto extension = ExtensionProcess::start(
+                executor, settings(), [this](std::string_view line) { lines.emplace_back(line); });
             co_await test(extension);
             co_await extension->end();
         };
         platform::testing::awaited(run());
+    }
+
+    static ExtensionSettings settings() {
+        return {.executable = platform::testing::programFolder() / "VelaWidgetExtension"};
     }
 
     static std::string baseURL(const LoopbackServer& server) {
@@ -148,8 +151,8 @@ TEST_F(ExtensionProcessTest, FailsWhatWasAskedWhenTheExtensionDies) {
 
 TEST_F(ExtensionProcessTest, SaysSoWhenThereIsNoExtensionToStart) {
     asio::io_context context;
-    EXPECT_THROW(ExtensionProcess::start(context.get_executor(), "/nowhere/VelaWidgetExtension", nullptr),
-                 ExtensionError);
+    const ExtensionSettings nowhere = {.executable = "/nowhere/VelaWidgetExtension"};
+    EXPECT_THROW(ExtensionProcess::start(context.get_executor(), nowhere, nullptr), ExtensionError);
 }
 
 TEST_F(ExtensionProcessTest, EndsWithinASecondOfItsHostHangingUp) {
@@ -157,9 +160,7 @@ TEST_F(ExtensionProcessTest, EndsWithinASecondOfItsHostHangingUp) {
     const ScopedEnvironment scope(
         {{"XDG_DATA_HOME", environment["XDG_DATA_HOME"]}, {"BASE_URL", baseURL(server)}});
     asio::io_context context;
-    auto extension = ExtensionProcess::start(context.get_executor(),
-                                             platform::testing::programFolder() / "VelaWidgetExtension",
-                                             [](std::string_view) {});
+    auto extension = ExtensionProcess::start(context.get_executor(), settings(), [](std::string_view) {});
     const auto ask = [](std::shared_ptr<ExtensionProcess> process) -> asio::awaitable<void> {
         const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
         try {
@@ -173,8 +174,7 @@ TEST_F(ExtensionProcessTest, EndsWithinASecondOfItsHostHangingUp) {
         return !server.requests().empty();
     }));
     std::optional<std::optional<int>> status;
-    asio::co_spawn(context, platform::testing::keepResult(extension->end(std::chrono::seconds(1)), status),
-                   asio::detached);
+    asio::co_spawn(context, platform::testing::keepResult(extension->end(), status), asio::detached);
     context.run();
     EXPECT_EQ(status, std::optional(std::optional(0))) << "it had to be killed";
 }
