@@ -16,6 +16,7 @@
 #include "host/ExtensionAnswer.hpp"
 #include "host/OneShotHost.hpp"
 #include "host/Streams.hpp"
+#include "host/TerminalText.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 
 namespace host {
@@ -62,7 +63,7 @@ class Drawer {
         for (const auto family : families)
             for (const auto colorScheme : command_.colorSchemes) {
                 const auto bytes = co_await drawn(request(*entry, family, colorScheme));
-                command_.deliver(path(family, colorScheme), bytes);
+                command_.deliver(path(family, colorScheme), deliverable(bytes));
             }
     }
 
@@ -140,6 +141,16 @@ class Drawer {
         }
     }
 
+    /// Names in a drawing come from a server; in a terminal nothing of them is to be obeyed.
+    std::string deliverable(const std::string& bytes) const {
+        switch (command_.format) {
+            case DrawingFormat::png: return bytes;
+            case DrawingFormat::svg: return terminalSafeXML(bytes);
+            case DrawingFormat::tree: return terminalSafeJSON(bytes);
+        }
+        return bytes;
+    }
+
     std::filesystem::path path(platform::WidgetFamily family, platform::ColorScheme colorScheme) const {
         if (command_.outputKind == DrawingCommand::OutputKind::file) return command_.output;
         return command_.output / (std::string(platform::description(family)) + "-" +
@@ -207,6 +218,10 @@ int DrawingCommand::run() const {
             printError("vela-widget", "cannot make the folder " + output.string() + ": " + error.message());
             return 1;
         }
+    }
+    if (format == DrawingFormat::png && output == "-" && ::isatty(STDOUT_FILENO) != 0) {
+        printError("vela-widget", "a terminal cannot show a PNG file; try show --image, or a file");
+        return 2;
     }
     try {
         return runToEnd(drawOrReport(*this));

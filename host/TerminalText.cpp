@@ -33,15 +33,32 @@ bool isBidirectionalControl(std::string_view sequence) {
     return sequence >= "\u202A" && sequence <= "\u202E" ? true : sequence >= "\u2066" && sequence <= "\u2069";
 }
 
-/// "\u009b", for a sequence of at most three bytes, as all of these are.
-std::string escaped(std::string_view sequence) {
-    constexpr std::string_view hexDigits = "0123456789abcdef";
+/// The code point of a sequence of at most three bytes, as all controls are, in four hexadecimal digits.
+std::string hexadecimal(std::string_view sequence) {
+    constexpr std::string_view digits = "0123456789abcdef";
     unsigned point = static_cast<unsigned char>(sequence[0]);
     if (sequence.size() > 1) point &= sequence.size() == 2 ? 0x1Fu : 0x0Fu;
     for (const char c : sequence.substr(1)) point = point << 6 | (static_cast<unsigned char>(c) & 0x3Fu);
-    std::string text = "\\u";
-    for (int shift = 12; shift >= 0; shift -= 4) text += hexDigits[point >> shift & 0xFu];
+    std::string text;
+    for (int shift = 12; shift >= 0; shift -= 4) text += digits[point >> shift & 0xFu];
     return text;
+}
+
+/// `text` with its controls, but for line breaks and tabs, written as `before`, their code point, `after`.
+std::string withControlsEscaped(std::string_view text, std::string_view before, std::string_view after) {
+    std::string safe;
+    safe.reserve(text.size());
+    while (!text.empty()) {
+        const auto length = std::max<std::size_t>(sequenceLength(text), 1);
+        const auto sequence = text.substr(0, length);
+        const bool isLayout = sequence == "\n" || sequence == "\t";
+        if (!isLayout && (isControl(sequence) || isBidirectionalControl(sequence)))
+            safe.append(before).append(hexadecimal(sequence)).append(after);
+        else
+            safe.append(sequence);
+        text.remove_prefix(length);
+    }
+    return safe;
 }
 
 }  // namespace
@@ -64,18 +81,11 @@ std::string terminalSafe(std::string_view text) {
 }
 
 std::string terminalSafeJSON(std::string_view json) {
-    std::string safe;
-    safe.reserve(json.size());
-    while (!json.empty()) {
-        const auto length = std::max<std::size_t>(sequenceLength(json), 1);
-        const auto sequence = json.substr(0, length);
-        if (isControl(sequence) || isBidirectionalControl(sequence))
-            safe.append(escaped(sequence));
-        else
-            safe.append(sequence);
-        json.remove_prefix(length);
-    }
-    return safe;
+    return withControlsEscaped(json, "\\u", "");
+}
+
+std::string terminalSafeXML(std::string_view xml) {
+    return withControlsEscaped(xml, "&#x", ";");
 }
 
 std::string fittedToColumns(std::string_view text, std::size_t columns) {

@@ -47,6 +47,25 @@ TEST(TerminalSafe, KeepsNulCharactersOut) {
     EXPECT_EQ(terminalSafe(std::string_view("a\0b", 3)), "a b");
 }
 
+TEST(TerminalSafeJSON, EscapesWhatATerminalObeysAndSaysTheSame) {
+    const std::pair<std::string_view, std::string_view> rows[] = {
+        {R"("Tea")", R"("Tea")"},
+        {"{\n\t\"a\":1}", "{\n\t\"a\":1}"},
+        {R"("\u0007 Tee\"")", R"("\u0007 Tee\"")"},
+        {"\"\x7f\u0080\u009b\u009f\"", R"("\u007f\u0080\u009b\u009f")"},
+        {"\"\u00a0\u0100é\U0001F600\"", "\"\u00a0\u0100é\U0001F600\""},
+        {"\"\u2028\u2029\"", R"("\u2028\u2029")"},
+        {"\"\u202a\u202e\u2066\u2069\"", R"("\u202a\u202e\u2066\u2069")"},
+        {"\"\u200f\u2030\u206a\"", "\"\u200f\u2030\u206a\""},
+    };
+    for (const auto& [json, expected] : rows) EXPECT_EQ(terminalSafeJSON(json), expected);
+}
+
+TEST(TerminalSafeXML, EscapesWhatATerminalObeysAndSaysTheSame) {
+    EXPECT_EQ(terminalSafeXML("<text\tx=\"1\">\x7f\u009b\u2028\u202e\u2069é</text>\n"),
+              "<text\tx=\"1\">&#x007f;&#x009b;&#x2028;&#x202e;&#x2069;é</text>\n");
+}
+
 TEST(FittedToColumns, CutsByColumnsAndNotByBytes) {
     struct FitRow {
         std::string_view text;
