@@ -1,13 +1,8 @@
 #include "host/ExtensionProcess.hpp"
 
-#include <fcntl.h>
 #include <signal.h>
-#include <spawn.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/read_until.hpp>
 #include <boost/asio/redirect_error.hpp>
@@ -20,8 +15,6 @@
 #include "host/TerminalText.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
-extern char** environ;
-
 namespace host {
 
 namespace asio = boost::asio;
@@ -29,78 +22,10 @@ using boost::system::error_code;
 
 namespace {
 
-/// The descriptor at which the extension finds its socket.
-constexpr int inheritedSocket = 3;
 constexpr std::size_t maximumLineLength = 64 << 10;
 constexpr std::chrono::milliseconds pollingPause(1);
 /// What a person takes for at once.
 constexpr std::chrono::milliseconds unnoticed(250);
-
-/// A descriptor that is closed at the end of its scope unless it has been handed on.
-class Descriptor {
-  public:
-    explicit Descriptor(int value) : value_(value) {}
-    ~Descriptor() {
-        if (value_ >= 0) ::close(value_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int value() const { return value_; }
-    int release() { return std::exchange(value_, -1); }
-
-  private:
-    int value_;
-};
-
-[[noreturn]] void failToStart(const std::filesystem::path& executable, int error) {
-    throw ExtensionError("cannot start " + executable.string() + ": " + std::strerror(error));
-}
-
-class SpawnActions {
-  public:
-    SpawnActions() { posix_spawn_file_actions_init(&actions_); }
-    ~SpawnActions() { posix_spawn_file_actions_destroy(&actions_); }
-    SpawnActions(const SpawnActions&) = delete;
-    SpawnActions& operator=(const SpawnActions&) = delete;
-    void duplicate(int from, int to) { check(posix_spawn_file_actions_adddup2(&actions_, from, to)); }
-    void openForReading(const char* path, int descriptor) {
-        check(posix_spawn_file_actions_addopen(&actions_, descriptor, path, O_RDONLY, 0));
-    }
-    void closeFrom(int descriptor) { check(posix_spawn_file_actions_addclosefrom_np(&actions_, descriptor)); }
-    const posix_spawn_file_actions_t* get() const { return &actions_; }
-
-  private:
-    static void check(int error) {
-        if (error != 0) throw std::bad_alloc();
-    }
-    posix_spawn_file_actions_t actions_;
-};
-
-class SpawnAttributes {
-  public:
-    SpawnAttributes() { posix_spawnattr_init(&attributes_); }
-    ~SpawnAttributes() { posix_spawnattr_destroy(&attributes_); }
-    SpawnAttributes(const SpawnAttributes&) = delete;
-    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
-    /// Keys such as Ctrl-C reach the terminal's own group only; one that is stopped when its host dies is
-    /// woken by the system, as a group that nobody could continue any more. And what the host was told to
-    /// ignore or to hold back, the extension still hears.
-    void setGroupAndSignalsOfItsOwn() {
-        sigset_t none;
-        sigset_t all;
-        sigemptyset(&none);
-        sigfillset(&all);
-        posix_spawnattr_setpgroup(&attributes_, 0);
-        posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setsigdefault(&attributes_, &all);
-        posix_spawnattr_setflags(&attributes_,
-                                 POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    }
-    const posix_spawnattr_t* get() const { return &attributes_; }
-
-  private:
-    posix_spawnattr_t attributes_;
-};
 
 /// "ended by signal SIGSEGV", for a status as waitpid gives it.
 std::string endingInWords(int waitStatus) {
@@ -137,35 +62,9 @@ std::filesystem::path ExtensionSettings::defaultExecutable() {
 std::shared_ptr<ExtensionProcess> ExtensionProcess::start(const asio::any_io_executor& executor,
                                                           const ExtensionSettings& settings,
                                                           LineHandler onOutputLine) {
-    std::array<int, 2> sockets;
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()) != 0)
-        failToStart(settings.executable, errno);
-    Descriptor ours(sockets[0]);
-    const Descriptor theirs(sockets[1]);
-    std::array<int, 2> pipe;
-    if (::pipe2(pipe.data(), O_CLOEXEC) != 0) failToStart(settings.executable, errno);
-    Descriptor output(pipe[0]);
-    const Descriptor theirOutput(pipe[1]);
-
-    // It holds on to nothing of ours: neither the terminal nor a pipe whose reader waits for its end.
-    SpawnActions actions;
-    actions.openForReading("/dev/null", STDIN_FILENO);
-    actions.duplicate(theirOutput.value(), STDOUT_FILENO);
-    actions.duplicate(theirOutput.value(), STDERR_FILENO);
-    actions.duplicate(theirs.value(), inheritedSocket);
-    actions.closeFrom(inheritedSocket + 1);
-    SpawnAttributes attributes;
-    attributes.setGroupAndSignalsOfItsOwn();
-    std::string program = settings.executable.string();
-    std::string option = "--host-socket=" + std::to_string(inheritedSocket);
-    std::array<char*, 3> arguments = {program.data(), option.data(), nullptr};
-    pid_t process = 0;
-    const int error =
-        ::posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), arguments.data(), environ);
-    if (error != 0) failToStart(settings.executable, error);
-
-    const std::shared_ptr<ExtensionProcess> extension(new ExtensionProcess(
-        executor, settings, process, ours.release(), output.release(), std::move(onOutputLine)));
+    const auto launched = launchExtension(settings.executable);
+    const std::shared_ptr<ExtensionProcess> extension(
+        new ExtensionProcess(executor, settings, launched, std::move(onOutputLine)));
     spawn(executor, converse(extension),
           [extension](const std::exception_ptr&) { extension->conclude("could not be listened to"); });
     spawn(executor, passOutputOn(extension),
@@ -174,11 +73,11 @@ std::shared_ptr<ExtensionProcess> ExtensionProcess::start(const asio::any_io_exe
 }
 
 ExtensionProcess::ExtensionProcess(const asio::any_io_executor& executor, const ExtensionSettings& settings,
-                                   pid_t process, int socket, int output, LineHandler onOutputLine)
+                                   const LaunchedExtension& launched, LineHandler onOutputLine)
     : settings_(settings),
-      process_(process),
-      channel_(MessageChannel::over(executor, socket)),
-      output_(executor, output),
+      process_(launched.process),
+      channel_(MessageChannel::over(executor, launched.socket)),
+      output_(executor, launched.output),
       outputEnd_(executor, TimePoint::max()),
       onOutputLine_(std::move(onOutputLine)) {}
 

@@ -17,19 +17,14 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "host/ExtensionLaunch.hpp"
 #include "host/ExtensionRequest.hpp"
 #include "host/MessageChannel.hpp"
 
 namespace host {
-
-/// The extension could not be started, or refused a request, or sent what is no answer to it.
-class ExtensionError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 /// The extension has ended, hung up or broken the protocol: nothing more comes from it.
 class ExtensionEnded : public ExtensionError {
@@ -90,7 +85,7 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     struct PendingReply;
 
     ExtensionProcess(const boost::asio::any_io_executor& executor, const ExtensionSettings& settings,
-                     pid_t process, int socket, int output, LineHandler onOutputLine);
+                     const LaunchedExtension& launched, LineHandler onOutputLine);
     static boost::asio::awaitable<void> converse(std::shared_ptr<ExtensionProcess> extension);
     static boost::asio::awaitable<void> passOutputOn(std::shared_ptr<ExtensionProcess> extension);
     boost::asio::awaitable<std::string> lastWords();

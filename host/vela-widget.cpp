@@ -236,13 +236,17 @@ int runProgram(int count, const char* const* arguments) {
     ::_exit(1);
 }
 
+/// Ahead of whatever is constructed before `main`, by the lowest priority that is a program's to choose.
+__attribute__((constructor(101))) void endWithALineFromTheStart() {
+    std::set_terminate(endWithALine);
+}
+
 }  // namespace
 
 int main(int count, char** arguments) {
     host::holdStandardStreams();
     // A parent that waits for no child of its own bequeaths that.
     ::signal(SIGCHLD, SIG_DFL);
-    std::set_terminate(endWithALine);
     try {
         return runProgram(count, arguments);
     } catch (const std::exception& failure) {
