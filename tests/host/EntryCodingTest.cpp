@@ -60,6 +60,17 @@ TEST(EntryCoding, ReadsBackWhatItWrote) {
     EXPECT_EQ(text(entryObject(entry)), sampleText);
 }
 
+TEST(EntryCoding, ReadsBackADeclaration) {
+    const auto declaration = declarationFromValue(declarationObject({.kind = "TrackingWidget",
+                                                                     .displayName = "Tracking Widget",
+                                                                     .description = "It tracks.",
+                                                                     .supportedFamilies = {"a", "b"}}));
+    EXPECT_EQ(text(declarationObject(declaration)),
+              R"({"description":"It tracks.","displayName":"Tracking Widget","kind":"TrackingWidget",)"
+              R"("supportedFamilies":["a","b"]})");
+    EXPECT_THROW(declarationFromValue({{"kind", 7}}), EntryCodingError);
+}
+
 TEST(EntryCoding, SaysWhatIsWrongAndWhere) {
     struct Row {
         const char* text;

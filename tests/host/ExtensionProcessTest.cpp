@@ -7,11 +7,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <limits>
 #include <thread>
 
 #include "tests/host/Person.hpp"
@@ -218,6 +220,128 @@ TEST_F(ExtensionProcessTest, DoesNotWaitForeverForAServerThatNeverAnswersARenewa
         } catch (const ExtensionError&) {
         }
         sender.join();
+    });
+}
+
+/// The extension with a socket that a test writes to as it likes.
+class HostileHost : public Person {
+  protected:
+    HostileHost() {
+        std::array<int, 2> sockets;
+        EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets.data()), 0);
+        socket_ = sockets[0];
+        std::string program = (platform::testing::programFolder() / "VelaWidgetExtension").string();
+        std::string option = "--host-socket=3";
+        std::array<char*, 3> arguments = {program.data(), option.data(), nullptr};
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, sockets[1], 3);
+        const ScopedEnvironment scope({{"XDG_DATA_HOME", environment["XDG_DATA_HOME"]}});
+        EXPECT_EQ(::posix_spawn(&process_, program.c_str(), &actions, nullptr, arguments.data(), environ), 0);
+        posix_spawn_file_actions_destroy(&actions);
+        ::close(sockets[1]);
+    }
+
+    void say(std::string_view bytes) const {
+        EXPECT_EQ(::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(bytes.size()));
+    }
+    void sayFrame(const std::string& body) const {
+        const auto size = static_cast<char>(body.size());
+        say(std::string("\0\0\0", 3) + size + std::string("\0\0\0\0", 4) + body);
+    }
+    std::string heardFrame() const {
+        std::array<unsigned char, 8> prefix = {};
+        EXPECT_EQ(::recv(socket_, prefix.data(), prefix.size(), MSG_WAITALL), 8);
+        std::string body(std::size_t{prefix[2]} << 8 | prefix[3], '\0');
+        EXPECT_EQ(::recv(socket_, body.data(), body.size(), MSG_WAITALL), static_cast<ssize_t>(body.size()));
+        return body;
+    }
+
+    /// The status with which it ends once this host has gone.
+    int ending() {
+        ::shutdown(socket_, SHUT_WR);
+        int status = -1;
+        ::waitpid(process_, &status, 0);
+        ::close(socket_);
+        return status;
+    }
+
+    int socket_ = -1;
+    pid_t process_ = 0;
+};
+
+TEST_F(HostileHost, IsAnsweredWhateverNumbersItSends) {
+    sayFrame(R"({"protocol":1})");
+    EXPECT_EQ(heardFrame(), R"({"protocol":1})");
+    const std::pair<const char*, const char*> rows[] = {
+        {"1000000000000000", R"({"finished":true,"id":1})"},
+        {"9223372036854775807", R"({"finished":true,"id":1})"},
+        {"18446744073709551615", R"({"finished":true,"id":1})"},
+        {"1e15", R"({"finished":true,"id":1})"},
+        {"1e300", R"({"finished":true,"id":1})"},
+        {"-1", R"({"finished":true,"id":1})"},
+        {"-9223372036854775808", R"({"finished":true,"id":1})"},
+        {"\"1\"", R"({"error":"limit must be a number","id":1})"},
+    };
+    for (const auto& [limit, answer] : rows) {
+        sayFrame(R"({"id":1,"request":"finishUploads","limit":)" + std::string(limit) + "}");
+        EXPECT_EQ(heardFrame(), answer) << limit;
+    }
+    for (const std::string scale : {"0", "-1", "1e300", "4.1", "null"}) {
+        sayFrame(R"({"id":2,"request":"render","entry":{},"scale":)" + scale + "}");
+        EXPECT_TRUE(heardFrame().starts_with(R"({"error":"scale must be)")) << scale;
+    }
+    EXPECT_EQ(ending(), 0);
+}
+
+TEST(ExtensionRequest, ReadsALimitAsTheNearestThatItMayBe) {
+    const auto limit = [](const boost::json::value& value) {
+        return ExtensionRequest::fromObject({{"request", "finishUploads"}, {"limit", value}}).limit;
+    };
+    EXPECT_EQ(limit(0), std::chrono::milliseconds(0));
+    EXPECT_EQ(limit(1500), std::chrono::milliseconds(1500));
+    EXPECT_EQ(limit(-1), std::chrono::milliseconds(0));
+    for (const boost::json::value& value : {boost::json::value(1e15), boost::json::value(1e300),
+                                            boost::json::value(std::numeric_limits<std::int64_t>::max()),
+                                            boost::json::value(std::numeric_limits<std::uint64_t>::max())})
+        EXPECT_EQ(limit(value), ExtensionRequest::longestLimit);
+    EXPECT_THROW(limit("1"), ProtocolError);
+}
+
+TEST_F(HostileHost, IsLeftInPeaceWhenItTalksNonsense) {
+    say("GET / HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(ending(), 0);
+}
+
+TEST_F(HostileHost, IsLeftWhenItSpeaksAnotherVersion) {
+    sayFrame(R"({"protocol":2})");
+    EXPECT_EQ(ending(), 0);
+}
+
+TEST_F(HostileHost, IsLeftWhenItEndsInTheMiddleOfAFrame) {
+    sayFrame(R"({"protocol":1})");
+    say(std::string("\0\1\0\0\x10\0\0\0{", 9));
+    EXPECT_EQ(ending(), 0);
+}
+
+TEST_F(ExtensionProcessTest, NamesTheSignalThatEndedIt) {
+    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.stall(); });
+    withExtension(baseURL(server), [&](auto extension) -> asio::awaitable<void> {
+        std::thread killer([&server, process = extension->processIdentifier()] {
+            server.waitForRequests(1);
+            ::kill(process, SIGKILL);
+        });
+        std::string words;
+        try {
+            const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
+            co_await extension->ask(request);
+        } catch (const ExtensionEnded& ended) {
+            words = ended.what();
+        }
+        killer.join();
+        EXPECT_EQ(words, "the extension ended by signal SIGKILL before it answered");
+        EXPECT_EQ(lines.size(), 3u) << "what it said is passed on first";
     });
 }
 

@@ -1,6 +1,7 @@
 #include "host/MessageChannel.hpp"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -8,6 +9,8 @@
 #include <boost/asio/io_context.hpp>
 #include <chrono>
 #include <functional>
+
+#include "tests/support/ChildProcess.hpp"
 
 namespace host {
 namespace {
@@ -31,6 +34,8 @@ class MessageChannelTest : public testing::Test {
 
     void sendRaw(std::string_view bytes) {
         EXPECT_EQ(::write(sockets_[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        // A child has this end as well as its parent.
+        ::shutdown(sockets_[1], SHUT_RDWR);
         ::close(sockets_[1]);
     }
 
@@ -75,6 +80,44 @@ TEST_F(MessageChannelTest, HangsUpOnAnotherVersionOfTheProtocol) {
 TEST_F(MessageChannelTest, HangsUpOnAFrameBeyondTheBounds) {
     sendRaw(std::string_view("\xff\xff\xff\xff\0\0\0\0", 8));
     EXPECT_THROW(run([this]() -> asio::awaitable<void> { co_await channel(0)->receive(); }), ProtocolError);
+}
+
+TEST_F(MessageChannelTest, MakesRoomForWhatArrivesNotForWhatIsAnnounced) {
+    using platform::testing::runInChild;
+    const auto peak = [] {
+        rusage usage = {};
+        ::getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss;  // KiB
+    };
+    const std::string greeting = std::string("\0\0\0\x0e\0\0\0\0", 8) + R"({"protocol":1})";
+    EXPECT_EQ(runInChild([&] {
+                  const auto before = peak();
+                  sendRaw(greeting + std::string("\0\0\0\2\x10\0\0\0{}", 10) + std::string(100'000, 'x'));
+                  bool hasFailed = false;
+                  try {
+                      run([this]() -> asio::awaitable<void> { co_await channel(0)->receive(); });
+                  } catch (const boost::system::system_error&) {
+                      hasFailed = true;
+                  }
+                  return hasFailed && peak() - before < (32 << 10) ? 0 : 1;
+              }),
+              0);
+}
+
+TEST_F(MessageChannelTest, MeetsTheEndWhereItCannotWrite) {
+    // The other side takes nothing more, and nothing of what it said is lost.
+    const std::string greeting = std::string("\0\0\0\x0e\0\0\0\0", 8) + R"({"protocol":1})";
+    const std::string last = std::string("\0\0\0\2\0\0\0\0{}", 10);
+    ::shutdown(sockets_[1], SHUT_RD);
+    EXPECT_EQ(::write(sockets_[1], (greeting + last).data(), greeting.size() + last.size()), 32);
+    run([this]() -> asio::awaitable<void> {
+        const auto host = channel(0);
+        co_await host->flush(std::chrono::steady_clock::now() + std::chrono::hours(1));
+        const auto message = co_await host->receive();
+        EXPECT_TRUE(message.body.empty());
+        EXPECT_THROW(co_await host->receive(), boost::system::system_error);
+    });
+    ::close(sockets_[1]);
 }
 
 TEST_F(MessageChannelTest, SaysThatTheOtherSideHasGone) {

@@ -10,6 +10,7 @@
 //     print TEXT, complain TEXT   on standard output and standard error; \e, \a and \n are read as in C
 //     raise NUMBER, exit STATUS, sleep MILLISECONDS, ignore NUMBER (signals)
 //     note FILE           writes its process identifier there
+//     await FILE          goes on once there is such a file
 //     unless FILE LINE    obeys LINE where there is no such file yet, and makes it
 //     repeat              goes back to the first "receive"
 //
@@ -143,6 +144,8 @@ class Actor {
             ::signal(std::stoi(rest), SIG_IGN);
         } else if (word == "note") {
             std::ofstream(rest) << ::getpid() << std::endl;
+        } else if (word == "await") {
+            while (!std::filesystem::exists(rest)) std::this_thread::sleep_for(std::chrono::milliseconds(5));
         } else if (word == "unless") {
             const auto space = rest.find(' ');
             const auto file = rest.substr(0, space);

@@ -195,10 +195,11 @@ TEST_F(MisbehavingExtension, MayStoreARenewedPairBeforeItEnds) {
 
 TEST_F(MisbehavingExtension, MayStoreARenewedPairAfterItsHostHasGivenUp) {
     settings.answerLimit = milliseconds(100);
-    const auto renewal =
-        "ignore 15\ngreet\nreceive\nsleep 1500\ncomplain heard by nobody\nnote " + path("stored");
+    const auto renewal = "ignore 15\ngreet\nreceive\nawait " + path("reply") +
+                         "\ncomplain heard by nobody\nnote " + path("stored");
     const auto result = ask(Kind::snapshot, renewal);
     EXPECT_EQ(result.errors, line("the extension has not answered within 100 ms"));
+    folder.write("reply", "");
     EXPECT_TRUE(eventually([&] { return std::filesystem::exists(path("stored")); })) << "it was killed";
     EXPECT_TRUE(eventually(isNothingLeft));
 }

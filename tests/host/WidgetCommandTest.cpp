@@ -360,7 +360,8 @@ TEST_F(WidgetCommand, StopsWithOneClearLineWhereTheDefaultsCannotBeOpened) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
     EXPECT_NE(result.errors.find("shared defaults suite"), std::string::npos) << result.errors;
-    EXPECT_NE(result.errors.find("vela-widget: the extension ended before it answered\n"), std::string::npos);
+    EXPECT_NE(result.errors.find("vela-widget: the extension ended by signal SIGABRT before it answered\n"),
+              std::string::npos);
 }
 
 TEST_F(WidgetCommand, FindsThePersonsFolderWithoutHome) {
