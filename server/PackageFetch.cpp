@@ -137,7 +137,7 @@ boost::asio::awaitable<void> PackageFetch::refreshAccessToken() {
     } catch (const RefreshTokenError& error) {
         if (error.value() == RefreshTokenError::missingRefreshToken) throw;
         throw RefreshTokenError(RefreshTokenError::unknown);
-    } catch (const std::exception&) {
+    } catch (...) {
         throw RefreshTokenError(RefreshTokenError::unknown);
     }
 }
