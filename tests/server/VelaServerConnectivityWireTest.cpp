@@ -67,7 +67,8 @@ TEST_F(ServerConnectivityWire, CarriesTheAgreedHeadersWhateverUserInformationThe
                   (Lines{contentType, accept, "authorization: Bearer token"}));
         EXPECT_EQ(sent(userInformation, mutation, server).back(), (Lines{contentType, accept}));
         EXPECT_EQ(server.requests().size(), 6u);
-        for (const char* key : {"accessToken", "refreshToken", "session"}) sessionKeychain().setData(std::nullopt, key);
+        for (const char* key : {"accessToken", "refreshToken", "session"})
+            sessionKeychain().setData(std::nullopt, key);
     }
 }
 
