@@ -122,7 +122,8 @@ class Drawer {
         while (true) {
             drawing.drawing->pictures = pictures_;
             try {
-                const auto rest = std::chrono::ceil<milliseconds>(end - steady_clock::now());
+                const auto rest =
+                    std::max(std::chrono::ceil<milliseconds>(end - steady_clock::now()), milliseconds(0));
                 const bool waitsForPictures = pictures_ == PictureReading::allowed;
                 auto reply = co_await extension_->ask(
                     drawing, waitsForPictures ? std::min(rest, command_.pictureBudget) : rest);
