@@ -34,7 +34,7 @@ constexpr const char* settings =
     "PRAGMA secure_delete = ON;"
     "PRAGMA temp_store = MEMORY;";
 
-constexpr const char* schema =
+constexpr const char* itemsTable =
     "CREATE TABLE items ("
     "  sequence INTEGER PRIMARY KEY,"
     "  service TEXT NOT NULL,"
@@ -45,8 +45,15 @@ constexpr const char* schema =
     "  modification_date REAL NOT NULL,"
     "  data BLOB NOT NULL,"
     "  UNIQUE (service, account, access_group)"
-    ");"
-    "PRAGMA user_version = 1;";
+    ")";
+constexpr const char* setVersion = "PRAGMA user_version = 1";
+
+// Anything else of these names, a view without an end or a trigger, would be run by a mere look.
+constexpr const char* foreignPart =
+    "SELECT 1 FROM sqlite_schema WHERE coalesce(sql, '') IS NOT"
+    " CASE name WHEN 'items' THEN ?1 WHEN 'sqlite_autoindex_items_1' THEN '' END";
+// A tree of pages that leads back into itself has no end either. A look takes some two dozen steps an item.
+constexpr int mostSteps = 20'000'000;
 
 // The columns stand in the order of `keychainTextAttributes`, then the dates, then the bytes.
 constexpr const char* selectItems =
@@ -195,6 +202,8 @@ Database open(const fs::path& file, std::chrono::milliseconds patience) {
     sqlite3_busy_timeout(opened, static_cast<int>(patience.count()));
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+    sqlite3_progress_handler(
+        opened, mostSteps, [](void*) { return 1; }, nullptr);
     check(sqlite3_exec(opened, "PRAGMA cell_size_check = ON", nullptr, nullptr, nullptr));
     return database;
 }
@@ -219,7 +228,13 @@ bool keepsReserve(const fs::path& file) {
 
 // A file without a schema is one whose maker was killed before its first addition.
 bool isBlank(sqlite3* database) {
-    return firstInteger(database, "SELECT count(*) FROM sqlite_schema") == 0;
+    return firstInteger(database, "SELECT 1 FROM sqlite_schema") == 0;
+}
+
+void requireOwnForm(const fs::path& file, sqlite3* database) {
+    const std::string table = itemsTable;
+    Statement foreign(database, foreignPart);
+    if (foreign.bind(&table).step()) refuse(file, "is damaged, or is no keychain");
 }
 
 // A damaged file is found out before anything in it is touched.
@@ -238,7 +253,10 @@ class Transaction : public KeychainTransaction {
         : file_(std::move(file)), patience_(patience), database_(std::move(database)) {}
 
     void createSchema() {
-        attempt([this] { check(sqlite3_exec(database_.get(), schema, nullptr, nullptr, nullptr)); });
+        attempt([this] {
+            check(sqlite3_exec(database_.get(), itemsTable, nullptr, nullptr, nullptr));
+            check(sqlite3_exec(database_.get(), setVersion, nullptr, nullptr, nullptr));
+        });
     }
 
     std::vector<KeychainItem> items(const KeychainQuery& query) override {
@@ -342,6 +360,7 @@ std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begin(Access access) {
     Database database = isRead ? open(file_, patience) : openToWrite(file_, patience);
     const bool isNew = isBlank(database.get());
     if (isNew && access != Access::create) return nullptr;
+    if (!isNew) requireOwnForm(file_, database.get());
     if (!isNew && !isRead) requireSound(file_, database.get());
     auto transaction = std::make_unique<Transaction>(file_, patience, std::move(database));
     if (isNew) transaction->createSchema();

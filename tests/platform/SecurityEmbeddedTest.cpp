@@ -208,6 +208,70 @@ TEST_F(EmbeddedKeychain, AnswersDamageWithAnInputErrorAndTouchesNothing) {
     }
 }
 
+TEST_F(EmbeddedKeychain, RunsNothingThatAFileBringsAlong) {
+    // Looked at, a view of this kind never ends.
+    constexpr const char* endlessView =
+        "CREATE VIEW items AS WITH RECURSIVE n (x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n)"
+        " SELECT x AS sequence, 's' AS service, 'a' || x AS account, '' AS access_group, 'ck' AS accessible,"
+        " 1.0 AS creation_date, 1.0 AS modification_date, x'00' AS data FROM n; PRAGMA user_version = 1";
+    constexpr const char* trigger = "CREATE TRIGGER t AFTER INSERT ON items BEGIN DELETE FROM items; END";
+    constexpr const char* index = "CREATE INDEX i ON items (abs(sequence))";
+    for (const char* part : {endlessView, trigger, index}) {
+        SCOPED_TRACE(part);
+        fs::remove(file);
+        if (part == endlessView) {
+            folder.write(fs::relative(file, folder.path()), "");
+            ASSERT_EQ(::chmod(file.c_str(), 0600), 0);
+        } else {
+            ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
+        }
+        sqlite3* database = nullptr;
+        sqlite3_open(file.c_str(), &database);
+        ASSERT_EQ(sqlite3_exec(database, part, nullptr, nullptr, nullptr), SQLITE_OK);
+        sqlite3_close(database);
+        const std::string before = contents();
+        EXPECT_EQ(read("old"), errSecIO);
+        EXPECT_THAT(changes(), ::testing::Each(errSecIO));
+        EXPECT_TRUE(contents() == before);
+    }
+}
+
+constexpr std::size_t pageSize = 4096;
+
+std::string bigEndian(std::size_t value, int bytes) {
+    std::string text;
+    for (int shift = 8 * (bytes - 1); shift >= 0; shift -= 8)
+        text.push_back(static_cast<char>(value >> shift));
+    return text;
+}
+
+/// An inner page of a table (the file format's section 1.6) with 500 ways to one page below.
+std::string innerPage(std::size_t below) {
+    constexpr std::size_t ways = 500, cellSize = 5, header = 12;
+    std::string page = '\x05' + bigEndian(0, 2) + bigEndian(ways - 1, 2) +
+                       bigEndian(pageSize - cellSize * (ways - 1), 2) + '\0' + bigEndian(below, 4);
+    for (std::size_t cell = 1; cell < ways; ++cell) page += bigEndian(pageSize - cellSize * cell, 2);
+    page.resize(pageSize - cellSize * (ways - 1));
+    for (std::size_t cell = 1; cell < ways; ++cell) page += bigEndian(below, 4) + '\x01';
+    static_assert(header + (2 + cellSize) * (ways - 1) <= pageSize);
+    return page;
+}
+
+TEST_F(EmbeddedKeychain, LeavesAFileThatLeadsInCircles) {
+    ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
+    std::string bytes = contents();
+    ASSERT_EQ(bytes.size(), 3 * pageSize);
+    // The second page is the table's. It moves to the end, and four times 500 ways lead there.
+    const std::string leaf = bytes.substr(pageSize, pageSize);
+    bytes.replace(pageSize, pageSize, innerPage(4));
+    for (const std::size_t below : {5, 6, 7}) bytes += innerPage(below);
+    bytes += leaf;
+    bytes.replace(28, 4, bigEndian(7, 4));
+    folder.write(fs::relative(file, folder.path()), bytes);
+    EXPECT_EQ(read("absent"), errSecIO);
+    EXPECT_THAT(changes(), ::testing::Each(errSecIO));
+}
+
 TEST_F(EmbeddedKeychain, AnswersWhatIsNoFileWithAnInputError) {
     fs::create_directories(file);
     EXPECT_EQ(read("old"), errSecIO);
