@@ -317,18 +317,22 @@ class Transaction : public KeychainTransaction {
         } catch (const DatabaseFailure& failure) {
             if (!mayBeForWantOfSpace(failure)) throw;
             database_.reset();
-            if (!reserveOf(file_).release()) throw;
-            redo();
+            const bool hasRoom = reserveOf(file_).release();
+            if (!isRedone(hasRoom)) throw;
         }
     }
 
-    void redo() {
+    /// Whether all changes so far are made after all.
+    bool isRedone(bool hasRoom) {
         database_ = openToWrite(file_, patience_);
-        if (isBlank(database_.get())) createSchema();
+        const bool isNew = isBlank(database_.get());
+        if (isNew && !hasRoom) return false;
+        if (isNew) createSchema();
         const auto found = items(KeychainQuery());
         auto after = before_;
         for (const KeychainChange& change : changes_) change.applyTo(after);
         if (found == before_) {
+            if (!hasRoom) return false;
             for (const KeychainChange& change : changes_) make(change);
         } else if (found == after) {
             // The commit that failed had gone far enough.
@@ -337,6 +341,7 @@ class Transaction : public KeychainTransaction {
             throw KeychainFailure{errSecInteractionNotAllowed,
                                   "another program has changed the keychain meanwhile"};
         }
+        return true;
     }
 
     fs::path file_;

@@ -210,6 +210,33 @@ TEST_F(SignIn, IsOneWholeWhereTwoHappenAtOnce) {
     }
 }
 
+TEST_F(SignIn, KeepsRenewalsOffUntilItIsDone) {
+    signInAs("old");
+    for (const std::vector<std::string>& command :
+         std::vector<std::vector<std::string>>{{"sign-in", "--user-id", "new"}, {"sign-out"}}) {
+        platform::EmbeddedItemStore store(keychainFile());
+        // Another process's write, at which the command has to wait in the middle of its own.
+        auto write = store.beginTransaction();
+        ASSERT_EQ(store.copyMatching({{platform::kSecClass, std::string(platform::kSecClassGenericPassword)},
+                                      {platform::kSecAttrAccount, std::string("another")}},
+                                     nullptr),
+                  platform::errSecItemNotFound);
+        std::optional<ProgramResult> result;
+        std::thread changing([&] { result = companion(command, credentialsOf("new")); });
+        const auto isKeptOff = [&] {
+            return store.lock(platform::SecItemHold::shared)->tryAcquire() ==
+                   platform::errSecInteractionNotAllowed;
+        };
+        EXPECT_TRUE(eventually(isKeptOff));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        EXPECT_TRUE(isKeptOff()) << command.front();
+        write.reset();
+        changing.join();
+        EXPECT_EQ(result->status, 0) << result->errors;
+        EXPECT_FALSE(isKeptOff());
+    }
+}
+
 TEST_F(SignIn, GivesUpAfterSeventySecondsAndChangesNothing) {
     if (!longTests()) GTEST_SKIP() << "it takes 70 seconds";
     signInAs("old");

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/Security/EmbeddedItemStore.hpp"
 #include "tests/platform/SystemCallFaults.hpp"
@@ -25,6 +26,7 @@ namespace fs = std::filesystem;
 using platform::testing::ChildProcess;
 using platform::testing::fillDisk;
 using platform::testing::longTests;
+using platform::testing::meetOpenings;
 using platform::testing::meetSystemCalls;
 using platform::testing::runInChild;
 using platform::testing::runWithoutPrivileges;
@@ -200,6 +202,26 @@ TEST_F(UnluckyKeychain, MovesAnOldPairOnAFullDisk) {
     EXPECT_EQ(state(), "11--");
 }
 
+TEST_F(UnluckyKeychain, DoesNotRedoWhatASignOutInBetweenHasMadeVoid) {
+    for (const char* account : {"a", "b"}) put(store, "before", account, "1");
+    EXPECT_EQ(runInChild([&] {
+                  bool hasFailed = false;
+                  meetSystemCalls([&](int) { return std::exchange(hasFailed, true) ? 0 : ENOSPC; });
+                  bool isSignedOut = false;
+                  meetOpenings([&] {
+                      if (!hasFailed || std::exchange(isSignedOut, true)) return;
+                      runInChild([&] {
+                          EmbeddedItemStore other(file);
+                          return other.remove({{kSecClass, std::string(kSecClassGenericPassword)}});
+                      });
+                  });
+                  const OSStatus status = movePair(store, "1");
+                  return isSignedOut && status == errSecInteractionNotAllowed ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(state(), "----");
+}
+
 TEST_F(UnluckyKeychain, LosesNothingOnAFullDiskWithoutAReserve) {
     for (const char* account : {"a", "b"}) put(store, "before", account, "1");
     EXPECT_EQ(runInChild([&] {
@@ -303,6 +325,18 @@ TEST_F(UnluckyKeychain, IsRefusedWhereItsFileOrItsFolderMayNotBeWritten) {
                   0)
             << row.what;
     }
+}
+
+TEST_F(UnluckyKeychain, ExcludesByTheLockFileThatIsThereNow) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    auto first = store.lock(SecItemHold::exclusive);
+    ASSERT_EQ(first->tryAcquire(), errSecSuccess);
+    const auto second = store.lock(SecItemHold::exclusive);
+    ASSERT_EQ(second->tryAcquire(), errSecInteractionNotAllowed);
+    fs::remove(fs::path(file).replace_extension(".lock"));
+    first.reset();
+    EXPECT_EQ(second->tryAcquire(), errSecSuccess);
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecInteractionNotAllowed);
 }
 
 TEST_F(UnluckyKeychain, WaitsHalfAMinuteForTheRightToWrite) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,6 +14,7 @@ namespace {
 
 struct Disk {
     std::function<int(int)> meet;
+    std::function<void()> meetOpening;
     int number = 0;
     std::filesystem::path folder;
     std::uintmax_t capacity = UINTMAX_MAX;
@@ -40,7 +42,9 @@ Disk& disk() {
 }
 
 int openFile(const char* path, int flags, int mode) {
-    if ((flags & O_CREAT) != 0 && ::access(path, F_OK) != 0 && !disk().letsHappen()) return -1;
+    const bool isNew = (flags & O_CREAT) != 0 && ::access(path, F_OK) != 0;
+    if (isNew && !disk().letsHappen()) return -1;
+    if (!isNew && disk().meetOpening) disk().meetOpening();
     return ::open(path, flags, mode);
 }
 
@@ -88,6 +92,11 @@ void meetSystemCalls(std::function<int(int number)> meet) {
     disk().number = 0;
 }
 
+void meetOpenings(std::function<void()> meet) {
+    install();
+    disk().meetOpening = std::move(meet);
+}
+
 void fillDisk(const std::filesystem::path& folder, std::uintmax_t capacity) {
     install();
     disk().folder = folder;
@@ -95,3 +104,11 @@ void fillDisk(const std::filesystem::path& folder, std::uintmax_t capacity) {
 }
 
 }  // namespace platform::testing
+
+// The database's flushes, which it has no other door to. While calls are counted nothing is flushed: no power
+// is cut.
+extern "C" int fdatasync(int descriptor) {
+    using platform::testing::disk;
+    if (disk().meet) return disk().letsHappen() ? 0 : -1;
+    return static_cast<int>(::syscall(SYS_fdatasync, descriptor));
+}

@@ -10,9 +10,12 @@
 namespace platform::testing {
 
 /// Counts from 1 every call with which the database changes something on the disk (making a file, writing,
-/// truncating, removing, opening a folder to flush it), and asks `meet` before each: 0 lets it happen, an
+/// truncating, removing, flushing), and asks `meet` before each: 0 lets it happen, an
 /// errno makes it fail.
 void meetSystemCalls(std::function<int(int number)> meet);
+
+/// Called whenever the database is about to open a file that is there.
+void meetOpenings(std::function<void()> meet);
 
 /// From now on what the database writes must fit into `capacity` bytes together with all else in `folder`, as
 /// on a full disk.
