@@ -42,9 +42,9 @@ Disk& disk() {
 }
 
 int openFile(const char* path, int flags, int mode) {
-    const bool isNew = (flags & O_CREAT) != 0 && ::access(path, F_OK) != 0;
-    if (isNew && !disk().letsHappen()) return -1;
-    if (!isNew && disk().meetOpening) disk().meetOpening();
+    const bool isThere = ::access(path, F_OK) == 0;
+    if (!isThere && (flags & O_CREAT) != 0 && !disk().letsHappen()) return -1;
+    if (isThere && disk().meetOpening) disk().meetOpening();
     return ::open(path, flags, mode);
 }
 
