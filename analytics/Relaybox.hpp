@@ -20,9 +20,9 @@ class Relaybox {
     /// `hostURL` is the whole endpoint.
     Relaybox(std::shared_ptr<platform::URLSession> session, platform::URL hostURL);
 
-    /// Starts the upload of one event and returns at once, never with a failure; beyond the session's limit of
-    /// forgotten tasks in flight it waits for its turn there. An event that cannot be encoded is logged and
-    /// dropped.
+    /// Starts the upload of one event and returns at once, never with a failure; beyond the session's limit
+    /// of forgotten tasks in flight it waits for its turn there. An event that cannot be encoded is logged
+    /// and dropped.
     void send(const RelayboxEventable& event) const;
 
     platform::URLSession& session() const { return *session_; }
