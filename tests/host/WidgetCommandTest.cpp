@@ -399,6 +399,7 @@ TEST_F(WidgetCommand, SignsNobodyOutWhereTheKeychainIsDamaged) {
     const auto result = widget({"timeline"});
     EXPECT_EQ(state(result), "loggedIn") << "the request goes out without a credential";
     EXPECT_EQ(result.errors,
+              "error: the keychain cannot be used: file is not a database\n"
               "Failed to fetch item accessToken with reason io\n"
               "Failed to fetch item accessToken with reason io\n"
               "Failed to fetch item session with reason io\n");
