@@ -15,6 +15,7 @@ class MemoryBudget {
   public:
     explicit MemoryBudget(std::size_t bytes) : left_(bytes) {}
 
+    std::size_t left() const { return left_; }
     bool covers(std::size_t bytes) const { return bytes <= left_; }
     /// Throws std::bad_alloc where fewer are left.
     void take(std::size_t bytes) {

@@ -84,8 +84,8 @@ std::string jpegDeclaring(PixelSize size, const JPEGForm& form) {
     return bytes;
 }
 
-std::string pngDeclaring(PixelSize size, bool interlaced) {
-    return pngSignature() + pngHeaderChunk(size, 8, int(PNGColors::rgba), interlaced) +
+std::string pngDeclaring(PixelSize size, bool interlaced, int bitDepth = 8) {
+    return pngSignature() + pngHeaderChunk(size, bitDepth, int(PNGColors::rgba), interlaced) +
            pngChunk("IDAT", deflated(std::string(1000, '\0'))) + pngChunk("IEND", {});
 }
 
@@ -102,6 +102,11 @@ TEST(HostileImages, MayNotDeclareMorePixelsThanTheirFormAllows) {
              Row{"PNG of no width", pngDeclaring({0, 10}, false), false},
              Row{"PNG of 64 megapixels", pngDeclaring({8000, 8000}, false), true},
              Row{"PNG of more", pngDeclaring({8001, 8000}, false), false},
+             Row{"PNG of 32 megapixels of 16 bits", pngDeclaring({8000, 4000}, false, 16), true},
+             Row{"PNG of more", pngDeclaring({8000, 4001}, false, 16), false},
+             Row{"PNG of the longest side", pngDeclaring({32'767, 1}, false), true},
+             Row{"PNG of a longer one", pngDeclaring({32'768, 1}, false), false},
+             Row{"PNG of a higher one", pngDeclaring({1, 32'768}, false), false},
              Row{"interlaced PNG of 16 megapixels", pngDeclaring({4000, 4000}, true), true},
              Row{"interlaced PNG of more", pngDeclaring({4001, 4000}, true), false},
              Row{"JPEG of 64 megapixels", jpegDeclaring({8000, 8000}, {}), true},
