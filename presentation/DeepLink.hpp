@@ -1,14 +1,33 @@
 #pragma once
 
-// Links into the companion app. Safe from any thread.
+// The links into the companion app, each made in one place. Pure functions, safe from any thread.
 
 #include <string>
+#include <string_view>
 
+#include "VelaApi/Sources/VelaApi/DorvoSupport/GraphID.hpp"
 #include "platform/URL/URL.hpp"
 
 namespace presentation {
 
-/// A link that does not parse stops the process: there is nothing to fall back on.
-platform::URL deepLink(const std::string& text);
+/// A link that does not parse stops the process: there is no other to fall back to. Identifiers go in as they
+/// are; the URL's parser encodes what no URL may hold.
+struct DeepLink {
+    static constexpr std::string_view scheme = "velaapp";
+
+    // What each link is for, as its host names it.
+    static constexpr std::string_view deliveryHost = "delivery";
+    static constexpr std::string_view orderHost = "order";
+    static constexpr std::string_view homeOrdersHost = "home_orders";
+    static constexpr std::string_view addDeliveryHost = "add_delivery";
+
+    /// Says where the person came from, unlike `order`.
+    static platform::URL delivery(const VelaApi::GraphID& id);
+    static platform::URL order(const VelaApi::GraphID& id);
+    static platform::URL homeOrders();
+    static platform::URL addDelivery();
+
+    static platform::URL fromText(const std::string& text);
+};
 
 }  // namespace presentation

@@ -4,6 +4,7 @@
 
 #include "platform/Calendar/Calendar.hpp"
 #include "platform/DateFormatter/DateFormatter.hpp"
+#include "presentation/Wording.hpp"
 
 namespace presentation {
 namespace {
@@ -23,14 +24,15 @@ const platform::DateFormatter& dayOfAnotherYear() {
 std::string deliveredDateText(platform::Date date) {
     const platform::Calendar calendar = platform::Calendar::current();
     const platform::Date now = platform::Date::now();
-    if (calendar.isInSameDay(date, now)) return "Delivered today";
+    if (calendar.isInSameDay(date, now)) return std::string(Wording::deliveredToday);
 
     const std::optional<platform::Date> yesterday =
         calendar.dateByAdding(platform::CalendarComponent::day, -1, now);
-    if (yesterday && calendar.isInSameDay(date, *yesterday)) return "Delivered yesterday";
+    if (yesterday && calendar.isInSameDay(date, *yesterday)) return std::string(Wording::deliveredYesterday);
 
     const bool isThisYear = calendar.isInSameYear(date, now);
-    return "Delivered on " + (isThisYear ? dayOfThisYear() : dayOfAnotherYear()).string(date);
+    return std::string(Wording::deliveredOn) +
+           (isThisYear ? dayOfThisYear() : dayOfAnotherYear()).string(date);
 }
 
 }  // namespace presentation

@@ -8,18 +8,17 @@
 namespace presentation {
 
 using VelaApi::DeliveryExceptionType;
-using VelaApi::DeliveryStatus;
 
 std::string DeliveryPackage::shopName() const {
     for (const auto& name :
          {delivery_.customName, delivery_.sellerName, delivery_.deliveryName, carrierName()}) {
         if (name) return *name;
     }
-    return "Unknown";
+    return std::string(Wording::unknown);
 }
 
 platform::URL DeliveryPackage::deepLinkingUrl() const {
-    return deepLink("velaapp://delivery/" + delivery_.id.rawValue() + "?referral=ios_widget");
+    return DeepLink::delivery(delivery_.id);
 }
 
 std::optional<platform::URL> DeliveryPackage::shopImage() const {
@@ -28,46 +27,26 @@ std::optional<platform::URL> DeliveryPackage::shopImage() const {
 }
 
 float DeliveryPackage::progress() const {
-    switch (delivery_.status) {
-        case DeliveryStatus::attemptedDelivery: return 0.8F;
-        case DeliveryStatus::carrierNotSupported: return 0.0F;
-        case DeliveryStatus::delivered: return 1.0F;
-        case DeliveryStatus::deliveryNotCompleted: return 0.0F;
-        case DeliveryStatus::inTransit: return 0.6F;
-        case DeliveryStatus::invalidTrackingNumber: return 0.0F;
-        case DeliveryStatus::labelCreated: return 0.4F;
-        case DeliveryStatus::outForDelivery: return 0.8F;
-        case DeliveryStatus::pickedUp: return 0.0F;
-        case DeliveryStatus::preparing: return 0.2F;
-        case DeliveryStatus::readyForPickUp: return 0.8F;
-        case DeliveryStatus::returnedToSender:
-        case DeliveryStatus::unknown:
-        case DeliveryStatus::unknownValue: return 0.0F;
-    }
-    return 0.0F;
+    return rowOf(deliveryStatusTable, delivery_.status).progress;
 }
 
 StatusPair DeliveryPackage::statusText() const {
-    if (isDelayed()) return {"Delivery delayed", eta() ? eta() : carrierName()};
-    switch (delivery_.status) {
-        case DeliveryStatus::attemptedDelivery: return {"Attempted delivery"};
-        case DeliveryStatus::delivered:
-            if (!delivery_.deliveredAt) return {"Delivered"};
-            return {"Delivered", deliveredDateText(*delivery_.deliveredAt)};
-        case DeliveryStatus::inTransit: return {eta().value_or("In transit")};
-        case DeliveryStatus::outForDelivery: return {eta().value_or("Out for delivery")};
-        case DeliveryStatus::preparing: return {"Waiting for details"};
-        case DeliveryStatus::readyForPickUp: return {"Ready for pickup"};
-        case DeliveryStatus::carrierNotSupported:
-        case DeliveryStatus::deliveryNotCompleted:
-        case DeliveryStatus::invalidTrackingNumber:
-        case DeliveryStatus::labelCreated:
-        case DeliveryStatus::pickedUp:
-        case DeliveryStatus::returnedToSender:
-        case DeliveryStatus::unknown:
-        case DeliveryStatus::unknownValue: break;
+    // A delay wins over every status.
+    if (isDelayed()) return {std::string(Wording::deliveryDelayed), eta() ? eta() : carrierName()};
+    const auto& row = rowOf(deliveryStatusTable, delivery_.status);
+    const auto words = [&](DeliverySource source) { return wordsFrom(source, row); };
+    return {row.primary.firstPresent(words).value(), row.secondary.firstPresent(words)};
+}
+
+std::optional<std::string> DeliveryPackage::wordsFrom(DeliverySource source,
+                                                      const DeliveryStatusRow& row) const {
+    switch (source) {
+        case DeliverySource::word: return std::string(row.word);
+        case DeliverySource::eta: return eta();
+        case DeliverySource::deliveredDay: return deliveredDay();
+        case DeliverySource::carrier: return carrierName();
     }
-    return {"Unknown", carrierName()};
+    return std::nullopt;
 }
 
 const DeliveryPackage::Delivery::Tracker::CarrierInfo* DeliveryPackage::carrier() const {
@@ -83,6 +62,11 @@ std::optional<std::string> DeliveryPackage::carrierName() const {
 std::optional<std::string> DeliveryPackage::eta() const {
     if (!delivery_.currentEtaInfo) return std::nullopt;
     return delivery_.currentEtaInfo->formattedEtaDateAndTime;
+}
+
+std::optional<std::string> DeliveryPackage::deliveredDay() const {
+    if (!delivery_.deliveredAt) return std::nullopt;
+    return deliveredDateText(*delivery_.deliveredAt);
 }
 
 bool DeliveryPackage::isDelayed() const {

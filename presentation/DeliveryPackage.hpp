@@ -4,6 +4,7 @@
 // any thread.
 
 #include "VelaApi/Sources/VelaApi/TrackingWidgetResponse.hpp"
+#include "presentation/DeliveryStatusTable.hpp"
 #include "presentation/Package.hpp"
 
 namespace presentation {
@@ -22,9 +23,11 @@ class DeliveryPackage final : public Package {
     StatusPair statusText() const override;
 
   private:
+    std::optional<std::string> wordsFrom(DeliverySource source, const DeliveryStatusRow& row) const;
     const Delivery::Tracker::CarrierInfo* carrier() const;
     std::optional<std::string> carrierName() const;
     std::optional<std::string> eta() const;
+    std::optional<std::string> deliveredDay() const;
     bool isDelayed() const;
 
     Delivery delivery_;

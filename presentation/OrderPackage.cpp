@@ -1,12 +1,10 @@
 #include "presentation/OrderPackage.hpp"
 
-#include <initializer_list>
 #include <string_view>
 
 #include "platform/Text/Text.hpp"
 #include "presentation/DeepLink.hpp"
 #include "presentation/DeliveredDateText.hpp"
-#include "presentation/OrderWording.hpp"
 
 namespace presentation {
 namespace {
@@ -15,13 +13,6 @@ using VelaApi::OrderDeliveryStatus;
 using VelaApi::OrderDisplayStatus;
 
 using OptionalText = std::optional<std::string>;
-
-OptionalText firstPresent(std::initializer_list<OptionalText> candidates) {
-    for (const OptionalText& candidate : candidates) {
-        if (candidate) return candidate;
-    }
-    return std::nullopt;
-}
 
 std::string trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t";
@@ -33,7 +24,7 @@ std::string trimmed(std::string_view text) {
 }  // namespace
 
 platform::URL OrderPackage::deepLinkingUrl() const {
-    return deepLink("velaapp://order/" + order_.id.rawValue());
+    return DeepLink::order(order_.id);
 }
 
 std::optional<platform::URL> OrderPackage::shopImage() const {
@@ -49,79 +40,35 @@ std::optional<platform::URL> OrderPackage::productImage() const {
 }
 
 float OrderPackage::progress() const {
-    switch (order_.displayStatus) {
-        case OrderDisplayStatus::attemptedDelivery: return 0.8F;
-        case OrderDisplayStatus::buyerActionRequired: return 0.6F;
-        case OrderDisplayStatus::cancelled:
-        case OrderDisplayStatus::delayed:
-        case OrderDisplayStatus::delivered: return 0.0F;
-        case OrderDisplayStatus::deliveredPartially: return 0.8F;
-        case OrderDisplayStatus::expired:
-        case OrderDisplayStatus::failure: return 0.0F;
-        case OrderDisplayStatus::fulfilled:
-        case OrderDisplayStatus::fulfilledPartially: return 0.4F;
-        case OrderDisplayStatus::inTransit: return 0.6F;
-        case OrderDisplayStatus::outForDelivery: return 0.8F;
-        case OrderDisplayStatus::paid:
-        case OrderDisplayStatus::paidPartially: return 0.2F;
-        case OrderDisplayStatus::partiallyRefundedInStore:
-        case OrderDisplayStatus::pending:
-        case OrderDisplayStatus::pickedUp:
-        case OrderDisplayStatus::purchasedInStore: return 0.0F;
-        case OrderDisplayStatus::readyForPickup: return 0.8F;
-        case OrderDisplayStatus::refunded:
-        case OrderDisplayStatus::refundedInStore:
-        case OrderDisplayStatus::refundedPartially:
-        case OrderDisplayStatus::returned:
-        case OrderDisplayStatus::unknown:
-        case OrderDisplayStatus::unknownValue: return 0.0F;
-    }
-    return 0.0F;
+    return rowOf(orderStatusTable, order_.displayStatus).progress;
 }
 
 StatusPair OrderPackage::statusText() const {
-    const OptionalText& shipping = order_.shippingMethod;
-    const std::string wording = displayWording(order_.displayStatus);
+    const auto& row = rowOf(orderStatusTable, order_.displayStatus);
+    // A refund before anything was sent: what became of the delivery says nothing.
     if (order_.displayStatus == OrderDisplayStatus::refunded &&
         order_.deliveryStatus == OrderDeliveryStatus::pending) {
-        return {wording};
+        return {std::string(row.word)};
     }
-    switch (order_.displayStatus) {
-        case OrderDisplayStatus::buyerActionRequired:
-        case OrderDisplayStatus::delayed: return {wording, firstPresent({etaLine(), location(), shipping})};
+    const auto words = [&](OrderSource source) { return wordsFrom(source, row); };
+    return {row.primary.firstPresent(words).value(), row.secondary.firstPresent(words)};
+}
 
-        case OrderDisplayStatus::delivered:
-            return {wording, firstPresent({deliveredText(), pastEta(), shipping})};
-        case OrderDisplayStatus::deliveredPartially: return {wording, firstPresent({pastEta(), shipping})};
-
-        case OrderDisplayStatus::fulfilled:
-        case OrderDisplayStatus::fulfilledPartially:
-        case OrderDisplayStatus::outForDelivery:
-            return {futureEta().value_or(wording), firstPresent({futureTime(), shipping})};
-        case OrderDisplayStatus::inTransit:
-            return {futureEta().value_or(wording), firstPresent({futureTime(), location(), shipping})};
-
-        case OrderDisplayStatus::cancelled:
-        case OrderDisplayStatus::failure:
-        case OrderDisplayStatus::pickedUp:
-        case OrderDisplayStatus::returned: return {wording};
-
-        case OrderDisplayStatus::partiallyRefundedInStore:
-        case OrderDisplayStatus::refundedInStore: return {"In-store purchase", wording};
-        case OrderDisplayStatus::refunded:
-        case OrderDisplayStatus::refundedPartially: return {deliveryWording(order_.deliveryStatus), wording};
-
-        case OrderDisplayStatus::attemptedDelivery:
-        case OrderDisplayStatus::expired:
-        case OrderDisplayStatus::paid:
-        case OrderDisplayStatus::paidPartially:
-        case OrderDisplayStatus::pending:
-        case OrderDisplayStatus::purchasedInStore:
-        case OrderDisplayStatus::readyForPickup:
-        case OrderDisplayStatus::unknown:
-        case OrderDisplayStatus::unknownValue: break;
+OptionalText OrderPackage::wordsFrom(OrderSource source, const OrderStatusRow& row) const {
+    switch (source) {
+        case OrderSource::word: return std::string(row.word);
+        case OrderSource::deliveryWord:
+            return std::string(rowOf(orderDeliveryTable, order_.deliveryStatus).word);
+        case OrderSource::inStorePurchase: return std::string(Wording::inStorePurchase);
+        case OrderSource::futureEta: return futureEta();
+        case OrderSource::futureTime: return futureTime();
+        case OrderSource::etaLine: return etaLine();
+        case OrderSource::pastEta: return pastEta();
+        case OrderSource::location: return location();
+        case OrderSource::deliveredDay: return deliveredDay();
+        case OrderSource::shipping: return order_.shippingMethod;
     }
-    return {wording, shipping};
+    return std::nullopt;
 }
 
 OptionalText OrderPackage::futureEta() const {
@@ -158,7 +105,7 @@ OptionalText OrderPackage::location() const {
     return latest->carrierLocationMessage;
 }
 
-OptionalText OrderPackage::deliveredText() const {
+OptionalText OrderPackage::deliveredDay() const {
     if (!order_.markedAsDeliveredAt) return std::nullopt;
     return deliveredDateText(*order_.markedAsDeliveredAt);
 }

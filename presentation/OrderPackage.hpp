@@ -4,6 +4,7 @@
 // Immutable; safe from any thread.
 
 #include "VelaApi/Sources/VelaApi/TrackingWidgetResponse.hpp"
+#include "presentation/OrderStatusTable.hpp"
 #include "presentation/Package.hpp"
 
 namespace presentation {
@@ -22,6 +23,7 @@ class OrderPackage final : public Package {
     StatusPair statusText() const override;
 
   private:
+    std::optional<std::string> wordsFrom(OrderSource source, const OrderStatusRow& row) const;
     std::optional<std::string> futureEta() const;
     std::optional<std::string> futureTime() const;
     /// Both of the above in one line.
@@ -29,7 +31,7 @@ class OrderPackage final : public Package {
     std::optional<std::string> pastEta() const;
     /// What the carrier with the latest news says.
     std::optional<std::string> location() const;
-    std::optional<std::string> deliveredText() const;
+    std::optional<std::string> deliveredDay() const;
 
     Order order_;
 };

@@ -1,6 +1,7 @@
 #include "presentation/PlaceholderPackage.hpp"
 
 #include "presentation/DeepLink.hpp"
+#include "presentation/Wording.hpp"
 
 namespace presentation {
 
@@ -9,9 +10,10 @@ PackageList placeholderPackages(const std::string& shopName) {
     for (const float progress : {0.4F, 0.8F, 0.4F}) {
         PlaceholderPackage::Values values{
             .shopName = shopName,
-            .deepLinkingUrl = deepLink("velaapp://home_orders"),
+            .deepLinkingUrl = DeepLink::homeOrders(),
             .progress = progress,
-            .statusText = {.primary = "primary", .secondary = "secondary"},
+            .statusText = {.primary = std::string(Wording::samplePrimary),
+                           .secondary = std::string(Wording::sampleSecondary)},
         };
         packages.push_back(std::make_shared<PlaceholderPackage>(std::move(values)));
     }

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "presentation/DeliveryPackage.hpp"
-#include "presentation/OrderWording.hpp"
+#include "presentation/OrderStatusTable.hpp"
 #include "tests/presentation/Packages.hpp"
 #include "tests/support/FixedAmbient.hpp"
 
@@ -105,10 +105,10 @@ TEST(OrderPackage, EveryStatusHasItsProgress) {
 
 TEST(OrderPackage, EveryStatusHasItsWording) {
     for (const Row& row : rows) {
-        EXPECT_EQ(displayWording(row.status), row.wording) << VelaApi::rawValue(row.status);
+        EXPECT_EQ(rowOf(orderStatusTable, row.status).word, row.wording) << VelaApi::rawValue(row.status);
     }
     for (const auto& [status, wording] : deliveryWordings) {
-        EXPECT_EQ(deliveryWording(status), wording) << VelaApi::rawValue(status);
+        EXPECT_EQ(rowOf(orderDeliveryTable, status).word, wording) << VelaApi::rawValue(status);
     }
 }
 
@@ -247,7 +247,7 @@ TEST(OrderPackage, AnEtaTimeWithoutAnEtaIsNothing) {
                               OrderDisplayStatus::fulfilled, OrderDisplayStatus::buyerActionRequired}) {
         Order purchase = order(status);
         purchase.etaInfo = eta(true, std::nullopt, "Between 2 and 4 PM");
-        EXPECT_EQ(statusOf(purchase), (StatusPair{displayWording(status)})) << VelaApi::rawValue(status);
+        EXPECT_EQ(statusOf(purchase), (StatusPair{std::string(rowOf(orderStatusTable, status).word)})) << VelaApi::rawValue(status);
     }
 }
 

@@ -78,7 +78,7 @@ TEST(Package, ShowsTheSameOnlyWithAllSixValuesEqual) {
 
 TEST(DeepLink, ThatDoesNotParseStopsTheProcess) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_DEATH(deepLink("no scheme"), "deep link");
+    EXPECT_DEATH(DeepLink::fromText("no scheme"), "deep link");
 }
 
 }  // namespace
