@@ -38,7 +38,7 @@ class NoPictures final : public platform::PictureLoader {
 };
 
 EntryDrawing drawing(WidgetFamily family, DrawingFormat format = DrawingFormat::png) {
-    std::vector<presentation::PlaceholderPackage::Values> packages;
+    std::vector<presentation::StoredPackage::Values> packages;
     for (const std::string number : {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}) {
         packages.push_back({.shopName = "Fathom & Co. " + number,
                             .deepLinkingUrl = drawing_tests::url("velaapp://order/" + number),

@@ -188,7 +188,7 @@ TEST(LargePackage, LinksEachPackageAndDividesThem) {
 }
 
 TEST(LargePackage, LeavesOutWhatTheLowerEdgeWouldCut) {
-    std::vector<presentation::PlaceholderPackage::Values> ten;
+    std::vector<presentation::StoredPackage::Values> ten;
     for (int index = 0; index < 10; ++index) {
         ten.push_back({"Shop",
                        url("velaapp://order/" + std::to_string(index)),
@@ -207,7 +207,7 @@ TEST(LargePackage, LeavesOutWhatTheLowerEdgeWouldCut) {
 }
 
 TEST(LargePackage, MovesPackagesTogetherWhereOneMoreFitsThen) {
-    std::vector<presentation::PlaceholderPackage::Values> oneLiners;
+    std::vector<presentation::StoredPackage::Values> oneLiners;
     for (int index = 0; index < 5; ++index) {
         oneLiners.push_back(
             {"Shop", url("velaapp://order/1"), 0.5f, std::nullopt, std::nullopt, {"primary", std::nullopt}});

@@ -19,7 +19,7 @@ class OnePicture final : public platform::PictureLoader {
 };
 
 widget::SimpleEntry tenPackages() {
-    std::vector<presentation::PlaceholderPackage::Values> packages;
+    std::vector<presentation::StoredPackage::Values> packages;
     for (const std::string number : {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"})
         packages.push_back({.shopName = "柚子 Fathom متجر " + number,
                             .deepLinkingUrl = url("velaapp://order/" + number),

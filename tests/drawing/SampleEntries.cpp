@@ -75,10 +75,10 @@ platform::URL url(const std::string& text) {
     return *parsed;
 }
 
-presentation::PackageList packages(std::vector<presentation::PlaceholderPackage::Values> values) {
+presentation::PackageList packages(std::vector<presentation::StoredPackage::Values> values) {
     presentation::PackageList list;
     for (auto& value : values) {
-        list.push_back(std::make_shared<const presentation::PlaceholderPackage>(std::move(value)));
+        list.push_back(std::make_shared<const presentation::StoredPackage>(std::move(value)));
     }
     return list;
 }
@@ -88,7 +88,7 @@ widget::SimpleEntry entry(widget::WidgetState state) {
 }
 
 std::vector<SampleEntry> sampleEntries() {
-    const auto shown = [](std::vector<presentation::PlaceholderPackage::Values> values) {
+    const auto shown = [](std::vector<presentation::StoredPackage::Values> values) {
         return entry(LoggedIn{packages(std::move(values))});
     };
     const platform::URL link = url("velaapp://delivery/1");

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/SwiftUI/PictureLoader.hpp"
-#include "presentation/PlaceholderPackage.hpp"
+#include "presentation/StoredPackage.hpp"
 #include "widget/SimpleEntry.hpp"
 
 namespace drawing_tests {
@@ -26,7 +26,7 @@ class SamplePictures final : public platform::PictureLoader {
     std::optional<std::string> read(const platform::URL& url) override;
 };
 
-presentation::PackageList packages(std::vector<presentation::PlaceholderPackage::Values> values);
+presentation::PackageList packages(std::vector<presentation::StoredPackage::Values> values);
 platform::URL url(const std::string& text);
 widget::SimpleEntry entry(widget::WidgetState state);
 

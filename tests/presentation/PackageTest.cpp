@@ -11,7 +11,7 @@
 namespace presentation {
 namespace {
 
-PlaceholderPackage::Values sampleValues() {
+StoredPackage::Values sampleValues() {
     return {.shopName = "Shop",
             .deepLinkingUrl = url("velaapp://home_orders"),
             .progress = 0.5F,
@@ -39,8 +39,8 @@ TEST(PlaceholderPackage, EveryPlaceholderHasASecondLine) {
     for (const auto& package : placeholderPackages("")) EXPECT_TRUE(package->statusText().secondary);
 }
 
-TEST(PlaceholderPackage, GivesItsValuesUnchanged) {
-    const PlaceholderPackage package(sampleValues());
+TEST(StoredPackage, GivesItsValuesUnchanged) {
+    const StoredPackage package(sampleValues());
     EXPECT_EQ(package.shopName(), "Shop");
     EXPECT_EQ(package.deepLinkingUrl(), url("velaapp://home_orders"));
     EXPECT_EQ(package.progress(), 0.5F);
@@ -57,7 +57,7 @@ TEST(Package, AListMixesDeliveriesAndOrders) {
 }
 
 TEST(Package, ShowsTheSameOnlyWithAllSixValuesEqual) {
-    using Change = void (*)(PlaceholderPackage::Values&);
+    using Change = void (*)(StoredPackage::Values&);
     const Change changes[] = {
         [](auto& values) { values.shopName = "Other"; },
         [](auto& values) { values.deepLinkingUrl = url("velaapp://other"); },
@@ -67,12 +67,12 @@ TEST(Package, ShowsTheSameOnlyWithAllSixValuesEqual) {
         [](auto& values) { values.statusText.primary = "other"; },
         [](auto& values) { values.statusText.secondary.reset(); },
     };
-    const PlaceholderPackage original(sampleValues());
-    EXPECT_TRUE(showsTheSame(original, PlaceholderPackage(sampleValues())));
+    const StoredPackage original(sampleValues());
+    EXPECT_TRUE(showsTheSame(original, StoredPackage(sampleValues())));
     for (const Change change : changes) {
-        PlaceholderPackage::Values values = sampleValues();
+        StoredPackage::Values values = sampleValues();
         change(values);
-        EXPECT_FALSE(showsTheSame(original, PlaceholderPackage(values))) << &change - changes;
+        EXPECT_FALSE(showsTheSame(original, StoredPackage(values))) << &change - changes;
     }
 }
 
