@@ -8,6 +8,11 @@
 namespace presentation {
 
 struct Wording {
+    // How a host presents the widget.
+    static constexpr std::string_view widgetName = "Tracking Widget";
+    static constexpr std::string_view widgetDescription =
+        "Keep track of your packages with real-time updates.";
+
     // What became of a parcel or an order.
     static constexpr std::string_view attemptedDelivery = "Attempted delivery";
     static constexpr std::string_view cancelled = "Cancelled";

@@ -1,9 +1,11 @@
 #include "widget/ConfigurationAppIntent.hpp"
 
+#include "presentation/Wording.hpp"
+
 namespace widget {
 
 const std::string& ConfigurationAppIntent::title() {
-    static const std::string title = "Tracking Widget";
+    static const std::string title(presentation::Wording::widgetName);
     return title;
 }
 

@@ -14,7 +14,9 @@
 #include "platform/Painters/PangoTextMeasurer.hpp"
 #include "platform/Painters/SVGPainter.hpp"
 #include "platform/SwiftUI/DisplayList.hpp"
+#include "platform/SwiftUI/DisplayListJSON.hpp"
 #include "platform/URLSession/URLSession.hpp"
+#include "presentation/Wording.hpp"
 #include "widget/TrackingWidgetEntryView.hpp"
 
 namespace widget {
@@ -24,7 +26,6 @@ using namespace platform;
 namespace {
 
 constexpr const char* fontsConfigurationFile = "fonts.conf";
-constexpr const char* title = "Tracking Widget";
 
 /// Where a family is shown: on a home screen, on the widget's own ground, or on a lock screen's.
 enum class Surface { homeScreen, lockScreen };
@@ -154,7 +155,8 @@ std::string draw(const EntryDrawing& drawing, PictureLoader& loader) {
     const Ink ink{AssetCatalogue::main(), tint(drawing)};
     switch (drawing.format) {
         case DrawingFormat::png: return paintedPNG(list, drawing.scale, ink, *measurer);
-        case DrawingFormat::svg: return paintedSVG(list, title, ink, *measurer);
+        case DrawingFormat::svg:
+            return paintedSVG(list, std::string(presentation::Wording::widgetName), ink, *measurer);
         case DrawingFormat::tree: return displayListJSON(list);
     }
     return {};

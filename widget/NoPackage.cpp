@@ -1,47 +1,38 @@
 #include "widget/NoPackage.hpp"
 
-#include "platform/Log/Logger.hpp"
+#include "presentation/DeepLink.hpp"
+#include "presentation/Wording.hpp"
 #include "widget/Prompt.hpp"
 #include "widget/StyledText.hpp"
 
 namespace widget {
 
 using namespace platform;
-
-namespace {
-
-const URL& addDelivery() {
-    static const std::optional<URL> url = URL::parse("velaapp://add_delivery");
-    if (!url) fatalError("The link to add an order does not parse");
-    return *url;
-}
-
-}  // namespace
+using presentation::Wording;
 
 View NoPackage::body() const {
-    const auto words = [](const char* text, TextStyle font) {
-        return StyledText{text, Color::primary(), FontWeight::medium, font}.body();
+    const auto words = [](std::string_view text, TextStyle font) {
+        return StyledText{std::string(text), Color::primary(), FontWeight::medium, font}.body();
     };
-    const char* const nothing = "You have no new orders to track";
-    const char* const whatToDo = "Add order to track";
+    const URL addDelivery = presentation::DeepLink::addDelivery();
 
     const View large =
         prompt(colorScheme, View(),
                {
-                   words(nothing, TextStyle::title),
-                   promptButton(whatToDo, TextStyle::body).link(addDelivery()).padding({.top = 12}),
+                   words(Wording::nothingToTrack, TextStyle::title),
+                   promptButton(Wording::addOrder, TextStyle::body).link(addDelivery).padding({.top = 12}),
                });
     const View medium = prompt(colorScheme, View(),
                                {
-                                   words(nothing, TextStyle::body),
-                                   promptButton(whatToDo, TextStyle::subheadline).link(addDelivery()),
+                                   words(Wording::nothingToTrack, TextStyle::body),
+                                   promptButton(Wording::addOrder, TextStyle::subheadline).link(addDelivery),
                                });
     const View small = prompt(colorScheme, View(),
                               {
-                                  words(nothing, TextStyle::subheadline).lineLimit(2),
-                                  promptButton(whatToDo, TextStyle::footnote),
+                                  words(Wording::nothingToTrack, TextStyle::subheadline).lineLimit(2),
+                                  promptButton(Wording::addOrder, TextStyle::footnote),
                               })
-                           .widgetURL(addDelivery());
+                           .widgetURL(addDelivery);
     switch (family) {
         case WidgetFamily::systemLarge:
         case WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
@@ -50,8 +41,8 @@ View NoPackage::body() const {
         case WidgetFamily::other: return small;
         case WidgetFamily::accessoryCircular:
         case WidgetFamily::accessoryRectangular:
-            return accessoryPrompt(colorScheme, nothing).widgetURL(addDelivery());
-        case WidgetFamily::accessoryInline: return inlinePrompt(whatToDo).widgetURL(addDelivery());
+            return accessoryPrompt(colorScheme, Wording::nothingToTrack).widgetURL(addDelivery);
+        case WidgetFamily::accessoryInline: return inlinePrompt(Wording::addOrder).widgetURL(addDelivery);
     }
     return View();
 }

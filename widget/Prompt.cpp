@@ -1,5 +1,7 @@
 #include "widget/Prompt.hpp"
 
+#include <string>
+
 #include "widget/AppIcon.hpp"
 #include "widget/StyledText.hpp"
 
@@ -9,14 +11,14 @@ using namespace platform;
 
 namespace {
 
-View iconAndWords(const View& icon, double spacing, const std::string& words, int lines) {
-    return horizontalStack(
-        {.spacing = spacing},
-        {
-            icon,
-            StyledText{words, Color::primary(), FontWeight::medium, TextStyle::subheadline}.body().lineLimit(
-                lines),
-        });
+View iconAndWords(const View& icon, double spacing, std::string_view words, int lines) {
+    return horizontalStack({.spacing = spacing}, {
+                                                     icon,
+                                                     StyledText{std::string(words), Color::primary(),
+                                                                FontWeight::medium, TextStyle::subheadline}
+                                                         .body()
+                                                         .lineLimit(lines),
+                                                 });
 }
 
 }  // namespace
@@ -28,8 +30,8 @@ View prompt(ColorScheme colorScheme, const View& besideLogo, std::vector<View> r
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
-View promptButton(const std::string& title, TextStyle font) {
-    return StyledText{title, Color::white(), FontWeight::medium, font}
+View promptButton(std::string_view title, TextStyle font) {
+    return StyledText{std::string(title), Color::white(), FontWeight::medium, font}
         .body()
         .lineLimit(1)
         .padding({8, 4, 8, 4})
@@ -38,12 +40,12 @@ View promptButton(const std::string& title, TextStyle font) {
         .padding({.top = 12});
 }
 
-View accessoryPrompt(ColorScheme colorScheme, const std::string& words) {
+View accessoryPrompt(ColorScheme colorScheme, std::string_view words) {
     return iconAndWords(appIcon(colorScheme), 6, words, 3)
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
-View inlinePrompt(const std::string& words) {
+View inlinePrompt(std::string_view words) {
     return iconAndWords(inlineIcon(), 5, words, 1);
 }
 

@@ -2,7 +2,7 @@
 
 // What a widget without packages is made of: the app's mark, a few words, and what to do.
 
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/SwiftUI/View.hpp"
@@ -16,10 +16,10 @@ platform::View prompt(platform::ColorScheme colorScheme, const platform::View& b
                       std::vector<platform::View> rows);
 
 /// White words on the brand's colour, as wide as there is room.
-platform::View promptButton(const std::string& title, platform::TextStyle font);
+platform::View promptButton(std::string_view title, platform::TextStyle font);
 
 /// For a lock screen: the icon beside one text, at the leading edge or in one line in the middle.
-platform::View accessoryPrompt(platform::ColorScheme colorScheme, const std::string& words);
-platform::View inlinePrompt(const std::string& words);
+platform::View accessoryPrompt(platform::ColorScheme colorScheme, std::string_view words);
+platform::View inlinePrompt(std::string_view words);
 
 }  // namespace widget

@@ -3,6 +3,7 @@
 #include "analytics/WidgetInteractionEvent.hpp"
 #include "platform/Calendar/Calendar.hpp"
 #include "platform/Log/Logger.hpp"
+#include "presentation/Wording.hpp"
 #include "widget/TrackingWidget.hpp"
 #include "widget/WidgetIdentifier.hpp"
 
@@ -26,7 +27,7 @@ Provider::Provider(std::shared_ptr<const analytics::Relaybox> relaybox, double m
       sources_(std::move(sources)) {}
 
 SimpleEntry Provider::placeholder(Context) const {
-    return placeholderEntry(platform::Date::now(), "Shop Name");
+    return placeholderEntry(platform::Date::now(), std::string(presentation::Wording::sampleShopName));
 }
 
 boost::asio::awaitable<SimpleEntry> Provider::snapshot(ConfigurationAppIntent, Context) const {

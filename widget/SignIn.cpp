@@ -1,37 +1,35 @@
 #include "widget/SignIn.hpp"
 
+#include "presentation/Wording.hpp"
 #include "widget/Prompt.hpp"
 #include "widget/StyledText.hpp"
 
 namespace widget {
 
 using namespace platform;
+using presentation::Wording;
 
 View SignIn::body() const {
-    const auto words = [](const char* text, TextStyle font) {
-        return StyledText{text, Color::primary(), FontWeight::medium, font}.body();
+    const auto words = [](std::string_view text, TextStyle font) {
+        return StyledText{std::string(text), Color::primary(), FontWeight::medium, font}.body();
     };
-    const char* const invitation = "Track your orders in a glance.";
-    const char* const explanation = "Sign in to track your orders in a glance";
-    const char* const shortest = "Sign in to Vela";
-
-    const View caption = words(shortest, TextStyle::subheadline).lineLimit(1);
+    const View caption = words(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(1);
     const View large = prompt(colorScheme, caption,
                               {
-                                  words(invitation, TextStyle::title),
-                                  words(explanation, TextStyle::body).padding({.top = 12}),
-                                  promptButton("Sign In", TextStyle::body).padding({.top = 12}),
+                                  words(Wording::invitation, TextStyle::title),
+                                  words(Wording::whySignIn, TextStyle::body).padding({.top = 12}),
+                                  promptButton(Wording::signIn, TextStyle::body).padding({.top = 12}),
                               });
     const View medium = prompt(colorScheme, caption,
                                {
-                                   words(invitation, TextStyle::body),
-                                   words(explanation, TextStyle::subheadline).padding({.top = 2}),
-                                   promptButton("Sign In", TextStyle::subheadline),
+                                   words(Wording::invitation, TextStyle::body),
+                                   words(Wording::whySignIn, TextStyle::subheadline).padding({.top = 2}),
+                                   promptButton(Wording::signIn, TextStyle::subheadline),
                                });
     const View small = prompt(colorScheme, View(),
                               {
-                                  words(shortest, TextStyle::subheadline).lineLimit(2),
-                                  promptButton("Sign In", TextStyle::subheadline),
+                                  words(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
+                                  promptButton(Wording::signIn, TextStyle::subheadline),
                               });
     switch (family) {
         case WidgetFamily::systemLarge:
@@ -40,8 +38,8 @@ View SignIn::body() const {
         case WidgetFamily::systemSmall:
         case WidgetFamily::other: return small;
         case WidgetFamily::accessoryCircular:
-        case WidgetFamily::accessoryRectangular: return accessoryPrompt(colorScheme, shortest);
-        case WidgetFamily::accessoryInline: return inlinePrompt(shortest);
+        case WidgetFamily::accessoryRectangular: return accessoryPrompt(colorScheme, Wording::signInToTheApp);
+        case WidgetFamily::accessoryInline: return inlinePrompt(Wording::signInToTheApp);
     }
     return View();
 }

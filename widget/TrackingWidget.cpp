@@ -1,6 +1,7 @@
 #include "widget/TrackingWidget.hpp"
 
 #include "analytics/Relaybox.hpp"
+#include "presentation/Wording.hpp"
 
 namespace widget {
 
@@ -10,8 +11,8 @@ TrackingWidget::Configuration TrackingWidget::body() const {
     return {
         .kind = kind,
         .provider = Provider(analytics::Relaybox::production(), minimumTimeBetweenEvents),
-        .displayName = "Tracking Widget",
-        .description = "Keep track of your packages with real-time updates.",
+        .displayName = std::string(presentation::Wording::widgetName),
+        .description = std::string(presentation::Wording::widgetDescription),
         // Medium comes first: the gallery offers that one.
         .supportedFamilies = {WidgetFamily::systemMedium, WidgetFamily::systemSmall,
                               WidgetFamily::systemLarge, WidgetFamily::accessoryRectangular,

@@ -29,12 +29,6 @@ double relativeLuminance(RGBA color) {
 
 }  // namespace
 
-Color Color::opacity(double opacity) const {
-    Color color = *this;
-    color.opacity_ *= opacity;
-    return color;
-}
-
 std::string Color::name() const {
     if (const Asset* asset = std::get_if<Asset>(&source_)) return asset->name;
     if (const RGBA* components = std::get_if<RGBA>(&source_)) return hexadecimal(*components);
@@ -46,19 +40,13 @@ std::string Color::name() const {
 }
 
 std::optional<RGBA> Color::resolved(ColorScheme scheme, const AssetCatalogue& catalogue) const {
-    std::optional<RGBA> color;
-    if (const Asset* asset = std::get_if<Asset>(&source_)) {
-        color = catalogue.color(asset->name, scheme);
-    } else if (const RGBA* components = std::get_if<RGBA>(&source_)) {
-        color = *components;
-    } else if (std::get<Role>(source_) == Role::white) {
-        color = RGBA{255, 255, 255};
-    } else {
-        color = scheme == ColorScheme::dark ? primaryOnDark : primaryOnLight;
+    if (const Asset* asset = std::get_if<Asset>(&source_)) return catalogue.color(asset->name, scheme);
+    if (const RGBA* components = std::get_if<RGBA>(&source_)) return *components;
+    switch (std::get<Role>(source_)) {
+        case Role::primary: return scheme == ColorScheme::dark ? primaryOnDark : primaryOnLight;
+        case Role::white: return RGBA{255, 255, 255};
     }
-    if (color)
-        color->alpha = static_cast<std::uint8_t>(std::lround(color->alpha * std::clamp(opacity_, 0.0, 1.0)));
-    return color;
+    return std::nullopt;
 }
 
 std::optional<RGBA> colorWithHexadecimal(std::string_view text) {

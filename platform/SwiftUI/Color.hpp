@@ -25,10 +25,6 @@ class Color {
         return Color(RGBA{red, green, blue});
     }
 
-    /// The same colour, this much (0 to 1) of it.
-    Color opacity(double opacity) const;
-    double opacity() const { return opacity_; }
-
     /// The asset's name, "primary", "white" or "#RRGGBB".
     std::string name() const;
 
@@ -48,7 +44,6 @@ class Color {
     explicit Color(Source source) : source_(std::move(source)) {}
 
     Source source_;
-    double opacity_ = 1;
 };
 
 /// "#RRGGBB" in either case; nothing for any other text.

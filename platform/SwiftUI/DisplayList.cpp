@@ -1,40 +1,12 @@
 #include "platform/SwiftUI/DisplayList.hpp"
 
 #include <algorithm>
-#include <boost/json/array.hpp>
-#include <boost/json/object.hpp>
-#include <cmath>
 
-#include "platform/JSON/JSONSerialization.hpp"
 #include "platform/SwiftUI/Layout.hpp"
+#include "platform/SwiftUI/PixelGrid.hpp"
 
 namespace platform {
 namespace {
-
-/// The last pass of layout: every edge goes to the nearest pixel, so that what touched still touches. Text
-/// keeps its whole width, lest it break where it did not when it was measured: its far edge goes outward.
-class PixelGrid {
-  public:
-    explicit PixelGrid(double scale) : scale_(scale) {}
-
-    Rect snapped(Rect frame) const {
-        const Point origin{nearest(frame.left()), nearest(frame.top())};
-        return {origin, {nearest(frame.right()) - origin.x, nearest(frame.bottom()) - origin.y}};
-    }
-    Rect snappedText(Rect frame) const {
-        const Point origin{nearest(frame.left()), nearest(frame.top())};
-        return {origin, {outward(frame.size.width), outward(frame.size.height)}};
-    }
-
-  private:
-    /// Sums of lengths that should meet a pixel's edge may miss it by this much of a pixel.
-    static constexpr double tolerance = 1e-6;
-
-    double nearest(double length) const { return std::floor(length * scale_ + 0.5 + tolerance) / scale_; }
-    double outward(double length) const { return std::ceil(length * scale_ - tolerance) / scale_; }
-
-    double scale_;
-};
 
 class Flattening {
   public:
@@ -66,8 +38,7 @@ class Flattening {
         const FontWeight weight = inherited.fontWeight.value_or(metrics(style).weight);
         item(layout, grid_.snappedText(frame),
              TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale},
-                      inherited.foregroundColor.value_or(Color::primary()),
-                      inherited.textAlignment.value_or(HorizontalAlignment::leading)});
+                      inherited.foregroundColor.value_or(Color::primary())});
     }
     void visit(const Layout& layout, Rect frame, const element::AssetImage& image) {
         item(layout, grid_.snapped(frame), AssetItem{image.name});
@@ -98,10 +69,35 @@ class Flattening {
         const bool isWhole = linked.reach == element::Reach::widget;
         list_.links.push_back({isWhole ? list_.container.frame : grid_.snapped(frame), linked.url});
     }
-    template <class Other>
-    void visit(const Layout& layout, Rect frame, const Other&) {
+
+    // These draw nothing of their own; their children stand where layout has placed them.
+    void visit(const Layout& layout, Rect frame, const element::Stack&) { children(layout, frame.origin); }
+    void visit(const Layout& layout, Rect frame, const element::RowsThatFit&) {
         children(layout, frame.origin);
     }
+    void visit(const Layout& layout, Rect frame, const element::ViewThatFits&) {
+        children(layout, frame.origin);
+    }
+    void visit(const Layout& layout, Rect frame, const element::LayeredStack&) {
+        children(layout, frame.origin);
+    }
+    void visit(const Layout& layout, Rect frame, const element::GeometryReader&) {
+        children(layout, frame.origin);
+    }
+    void visit(const Layout& layout, Rect frame, const element::Framed&) { children(layout, frame.origin); }
+    void visit(const Layout& layout, Rect frame, const element::Padded&) { children(layout, frame.origin); }
+    void visit(const Layout& layout, Rect frame, const element::Offset&) { children(layout, frame.origin); }
+    void visit(const Layout& layout, Rect frame, const element::Layered&) { children(layout, frame.origin); }
+    void visit(const Layout& layout, Rect frame, const element::OnContainer&) {
+        children(layout, frame.origin);
+    }
+    void visit(const Layout& layout, Rect frame, const element::Inheriting&) {
+        children(layout, frame.origin);
+    }
+
+    // And these have none.
+    void visit(const Layout&, Rect, const element::Empty&) {}
+    void visit(const Layout&, Rect, const element::Spacer&) {}
 
     DisplayList& list_;
     PixelGrid grid_;
@@ -117,79 +113,6 @@ const View* containerBackground(const Layout& layout) {
         if (const View* background = containerBackground(*child.layout)) return background;
     }
     return nullptr;
-}
-
-// --- As JSON
-
-/// Four digits of a point are finer than any pixel, and whole numbers are written as such.
-boost::json::value number(double length) {
-    const double rounded = std::round(length * 10'000) / 10'000;
-    if (rounded == std::floor(rounded) && std::abs(rounded) < 1e9) return static_cast<std::int64_t>(rounded);
-    return rounded;
-}
-
-boost::json::value json(Rect frame) {
-    return boost::json::object{{"x", number(frame.left())},
-                               {"y", number(frame.top())},
-                               {"width", number(frame.size.width)},
-                               {"height", number(frame.size.height)}};
-}
-
-std::string_view name(ColorScheme scheme) {
-    switch (scheme) {
-        case ColorScheme::light: return "light";
-        case ColorScheme::dark: return "dark";
-    }
-    return {};
-}
-
-std::string_view name(ContentMode mode) {
-    switch (mode) {
-        case ContentMode::fit: return "fit";
-        case ContentMode::fill: return "fill";
-    }
-    return {};
-}
-
-void write(boost::json::object& object, const Color& color) {
-    object["color"] = color.name();
-    if (color.opacity() != 1) object["opacity"] = number(color.opacity());
-}
-
-void write(boost::json::object& object, const LinearGradientItem& gradient) {
-    boost::json::array stops;
-    for (const Color& color : gradient.stops) stops.push_back(boost::json::string(color.name()));
-    object["kind"] = "linearGradient";
-    object["stops"] = std::move(stops);
-}
-void write(boost::json::object& object, const RoundedRectangleItem& rectangle) {
-    object["kind"] = "roundedRectangle";
-    object["cornerRadius"] = number(rectangle.cornerRadius);
-    write(object, rectangle.color);
-    if (rectangle.strokeWidth) object["stroke"] = number(*rectangle.strokeWidth);
-}
-void write(boost::json::object& object, const RectangleItem& rectangle) {
-    object["kind"] = "rectangle";
-    write(object, rectangle.color);
-}
-void write(boost::json::object& object, const TextItem& text) {
-    object["kind"] = "text";
-    object["text"] = text.run.text;
-    object["textStyle"] = metrics(text.run.style).name;
-    object["weight"] = name(text.run.weight);
-    if (text.run.lineLimit > 0) object["lineLimit"] = text.run.lineLimit;
-    if (text.run.scale != 1) object["scale"] = number(text.run.scale);
-    write(object, text.color);
-}
-void write(boost::json::object& object, const AssetItem& asset) {
-    object["kind"] = "image";
-    object["asset"] = asset.name;
-    object["contentMode"] = name(ContentMode::fit);
-}
-void write(boost::json::object& object, const PictureItem& picture) {
-    object["kind"] = "image";
-    object["url"] = picture.url.absoluteString();
-    object["contentMode"] = name(picture.contentMode);
 }
 
 }  // namespace
@@ -210,30 +133,6 @@ DisplayList displayList(const View& view, const WidgetContainer& container, cons
     flattening.add(*content, {room.origin.x + (room.size.width - content->size.width) / 2,
                               room.origin.y + (room.size.height - content->size.height) / 2});
     return list;
-}
-
-std::string displayListJSON(const DisplayList& list) {
-    boost::json::array items;
-    for (const DisplayItem& item : list.items) {
-        boost::json::object object{{"frame", json(item.frame)}};
-        std::visit([&](const auto& kind) { write(object, kind); }, item.kind);
-        if (item.colorScheme != list.colorScheme) object["colorScheme"] = name(item.colorScheme);
-        items.push_back(std::move(object));
-    }
-    boost::json::array links;
-    for (const DisplayLink& link : list.links) {
-        links.push_back(boost::json::object{{"frame", json(link.frame)}, {"url", link.url.absoluteString()}});
-    }
-    const Size size = list.container.frame.size;
-    return JSONSerialization::dataWithJSONObject(
-        boost::json::object{
-            {"colorScheme", name(list.colorScheme)},
-            {"family", description(list.family)},
-            {"items", std::move(items)},
-            {"links", std::move(links)},
-            {"size", boost::json::object{{"width", number(size.width)}, {"height", number(size.height)}}},
-        },
-        JSONKeyOrder::ascendingBytes);
 }
 
 }  // namespace platform

@@ -34,7 +34,6 @@ struct RectangleItem {
 struct TextItem {
     TextRun run;
     Color color;
-    HorizontalAlignment alignment = HorizontalAlignment::leading;
 };
 struct AssetItem {
     std::string name;
@@ -89,8 +88,5 @@ struct WidgetContainer {
 
 /// Lays the view out in the middle of the container, within its margins.
 DisplayList displayList(const View& view, const WidgetContainer& container, const TextMeasurer& measurer);
-
-/// {"colorScheme", "family", "items", "links", "size"}, keys sorted, lengths in points.
-std::string displayListJSON(const DisplayList& list);
 
 }  // namespace platform

@@ -15,7 +15,6 @@ struct InheritedValues {
     std::optional<Color> foregroundColor = std::nullopt;
     std::optional<int> lineLimit = std::nullopt;
     std::optional<double> minimumScaleFactor = std::nullopt;
-    std::optional<HorizontalAlignment> textAlignment = std::nullopt;
     std::optional<ColorScheme> colorScheme = std::nullopt;
 
     /// These values where they are present, else those of `outer`.
@@ -102,10 +101,6 @@ struct Clipped {
     View content;
     double cornerRadius;
 };
-struct Prioritised {
-    View content;
-    double priority;
-};
 enum class Reach { view, widget };
 struct Linked {
     View content;
@@ -128,16 +123,8 @@ struct Element {
                  element::RoundedRectangle, element::LinearGradient, element::Divider, element::Spacer,
                  element::Stack, element::RowsThatFit, element::ViewThatFits, element::LayeredStack,
                  element::GeometryReader, element::Framed, element::Padded, element::Offset, element::Layered,
-                 element::Clipped, element::Prioritised, element::Linked, element::OnContainer,
-                 element::Inheriting>
+                 element::Clipped, element::Linked, element::OnContainer, element::Inheriting>
         kind;
 };
-
-template <class... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
-template <class... Cases>
-Overloaded(Cases...) -> Overloaded<Cases...>;
 
 }  // namespace platform

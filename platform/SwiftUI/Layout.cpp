@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "platform/SwiftUI/StackSharing.hpp"
+#include "platform/SwiftUI/TextSetting.hpp"
 
 namespace platform {
 namespace {
@@ -56,9 +57,7 @@ Axis across(Axis axis) {
 
 /// Spacers take what all others leave.
 double priority(const View& view) {
-    if (std::holds_alternative<element::Spacer>(view.element().kind)) return -infinity;
-    const auto* prioritised = std::get_if<element::Prioritised>(&view.element().kind);
-    return prioritised ? prioritised->priority : 0;
+    return std::holds_alternative<element::Spacer>(view.element().kind) ? -infinity : 0;
 }
 
 /// One run of the layout. A stack asks its children several times over; what was answered once is remembered,
@@ -110,67 +109,11 @@ class LayoutPass {
     Layout lay(const Question& question, const element::Empty&) { return question.answer({}); }
 
     Layout lay(const Question& question, const element::Text& text) {
-        const Proposal& proposal = question.proposal;
-        const InheritedValues& inherited = question.inherited;
-        const TextStyle style = inherited.font.value_or(TextStyle::body);
-        const FontMetrics font = metrics(style);
-        int limit = inherited.lineLimit.value_or(0);
-        if (proposal.height && std::isfinite(*proposal.height)) {
-            const int fitting =
-                std::max(1, static_cast<int>((*proposal.height + tolerance) / font.lineHeight));
-            limit = limit == 0 ? fitting : std::min(limit, fitting);
-        }
-        Layout answer = question.answer({0, font.lineHeight});
-        answer.lineLimit = limit;
-        if (proposal.width && *proposal.width <= 0) return answer;
-
-        const std::optional<double> width =
-            proposal.width && std::isfinite(*proposal.width) ? proposal.width : std::nullopt;
-        TextRun run{text.words, style, inherited.fontWeight.value_or(font.weight), limit};
-        if (width) run.scale = scaleThatFits(run, *width, inherited.minimumScaleFactor.value_or(1));
-        answer.textScale = run.scale;
-        std::vector<TextLine> lines = measurer_.lines(run, width);
-        if (width && lines.size() > 1 && isShownWhole(run, *width)) {
-            lines = measurer_.lines(run, balancedWidth(run, *width, lines));
-        }
-        answer.size.height = font.lineHeight * static_cast<double>(lines.size());
-        for (const TextLine& line : lines) answer.size.width = std::max(answer.size.width, line.width);
-        if (width) answer.size.width = std::min(answer.size.width, *width);
+        const TextSetting setting = setText(text.words, question.proposal, question.inherited, measurer_);
+        Layout answer = question.answer(setting.size);
+        answer.lineLimit = setting.lineLimit;
+        answer.textScale = setting.scale;
         return answer;
-    }
-
-    std::size_t lineCount(TextRun run, double width) {
-        run.lineLimit = 0;
-        return measurer_.lines(run, width).size();
-    }
-    bool isShownWhole(const TextRun& run, double width) {
-        return run.lineLimit == 0 || lineCount(run, width) <= static_cast<std::size_t>(run.lineLimit);
-    }
-
-    /// The largest scale, down to the least one, at which the text is shown whole; 1 where there is none.
-    double scaleThatFits(TextRun run, double width, double least) {
-        constexpr double step = 0.02;
-        for (; run.scale > least - tolerance; run.scale -= step) {
-            if (least == 1 || isShownWhole(run, width)) return run.scale;
-        }
-        return 1;
-    }
-
-    /// The least width, to a point, in which the text has no more lines than these and breaks no word.
-    double balancedWidth(TextRun run, double width, const std::vector<TextLine>& lines) {
-        const auto breaksWords = [](const std::vector<TextLine>& set) {
-            return std::any_of(set.begin(), set.end(), [](const TextLine& line) { return line.breaksWord; });
-        };
-        if (breaksWords(lines)) return width;
-        run.lineLimit = 0;
-        double tooNarrow = width / static_cast<double>(lines.size()) / 2;
-        while (width - tooNarrow > 1) {
-            const double middle = (tooNarrow + width) / 2;
-            const std::vector<TextLine> narrower = measurer_.lines(run, middle);
-            const bool fits = narrower.size() <= lines.size() && !breaksWords(narrower);
-            (fits ? width : tooNarrow) = middle;
-        }
-        return width;
     }
 
     Layout lay(const Question& question, const element::AssetImage&) {
@@ -347,9 +290,6 @@ class LayoutPass {
 
     Layout lay(const Question& question, const element::Clipped& clipped) {
         return around(question, clipped.content);
-    }
-    Layout lay(const Question& question, const element::Prioritised& prioritised) {
-        return around(question, prioritised.content);
     }
     Layout lay(const Question& question, const element::Linked& linked) {
         return around(question, linked.content);

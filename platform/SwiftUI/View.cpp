@@ -18,7 +18,6 @@ InheritedValues InheritedValues::over(const InheritedValues& outer) const {
             foregroundColor ? foregroundColor : outer.foregroundColor,
             lineLimit ? lineLimit : outer.lineLimit,
             minimumScaleFactor ? minimumScaleFactor : outer.minimumScaleFactor,
-            textAlignment ? textAlignment : outer.textAlignment,
             colorScheme ? colorScheme : outer.colorScheme};
 }
 
@@ -43,9 +42,6 @@ View View::background(View back, Alignment alignment) const {
 View View::clipped(double cornerRadius) const {
     return viewOf(element::Clipped{*this, cornerRadius});
 }
-View View::layoutPriority(double priority) const {
-    return viewOf(element::Prioritised{*this, priority});
-}
 View View::link(URL url) const {
     return viewOf(element::Linked{*this, std::move(url), element::Reach::view});
 }
@@ -69,9 +65,6 @@ View View::lineLimit(int lines) const {
 }
 View View::minimumScaleFactor(double factor) const {
     return viewOf(element::Inheriting{*this, {.minimumScaleFactor = factor}});
-}
-View View::multilineTextAlignment(HorizontalAlignment alignment) const {
-    return viewOf(element::Inheriting{*this, {.textAlignment = alignment}});
 }
 View View::colorScheme(ColorScheme scheme) const {
     return viewOf(element::Inheriting{*this, {.colorScheme = scheme}});

@@ -34,15 +34,13 @@ struct Alignment {
     VerticalAlignment vertical = VerticalAlignment::center;
     bool operator==(const Alignment&) const = default;
 
-    static const Alignment center, leading, trailing, topLeading, topTrailing, bottomLeading;
+    static const Alignment center, leading, trailing, topLeading, topTrailing;
 };
 inline constexpr Alignment Alignment::center = {};
 inline constexpr Alignment Alignment::leading = {.horizontal = HorizontalAlignment::leading};
 inline constexpr Alignment Alignment::trailing = {.horizontal = HorizontalAlignment::trailing};
 inline constexpr Alignment Alignment::topLeading = {HorizontalAlignment::leading, VerticalAlignment::top};
 inline constexpr Alignment Alignment::topTrailing = {HorizontalAlignment::trailing, VerticalAlignment::top};
-inline constexpr Alignment Alignment::bottomLeading = {HorizontalAlignment::leading,
-                                                       VerticalAlignment::bottom};
 
 /// How a picture of one shape stands in a frame of another: whole, or covering it.
 enum class ContentMode { fit, fill };
@@ -66,7 +64,6 @@ struct EdgeInsets {
     double bottom = 0;
     double trailing = 0;
 
-    static EdgeInsets all(double length) { return {length, length, length, length}; }
     static EdgeInsets horizontal(double length) { return {.leading = length, .trailing = length}; }
     static EdgeInsets vertical(double length) { return {.top = length, .bottom = length}; }
 };
@@ -85,8 +82,6 @@ class View {
     View background(View back, Alignment alignment = {}) const;
     /// Cut to a rounded rectangle with continuous corners.
     View clipped(double cornerRadius) const;
-    /// Among the children of a stack, those of higher priority take room first.
-    View layoutPriority(double priority) const;
 
     /// Opens a URL where this view stands, or, for a widget, wherever no other link does.
     View link(URL url) const;
@@ -102,7 +97,6 @@ class View {
     /// A text that does not fit as it is may be set smaller, down to this part of its size, where that shows
     /// all of it. Otherwise it keeps its size and ends in an ellipsis.
     View minimumScaleFactor(double factor) const;
-    View multilineTextAlignment(HorizontalAlignment alignment) const;
     View colorScheme(ColorScheme scheme) const;
 
     const Element& element() const { return *element_; }

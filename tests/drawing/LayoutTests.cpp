@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "platform/SwiftUI/DisplayListJSON.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 
