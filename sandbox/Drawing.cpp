@@ -1,13 +1,11 @@
 #include "sandbox/Drawing.hpp"
 
-#include <pango/pangocairo.h>
-
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <numbers>
 #include <string_view>
 
+#include "sandbox/Canvas.hpp"
 #include "sandbox/Error.hpp"
 
 namespace sandbox {
@@ -15,152 +13,8 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 
-struct Colour {
-    double red;
-    double green;
-    double blue;
-};
-
 constexpr Colour white = {1, 1, 1};
 constexpr Colour ink = {0.13, 0.16, 0.20};
-
-Colour colour(std::uint32_t code) {
-    return {(code >> 16 & 255) / 255.0, (code >> 8 & 255) / 255.0, (code & 255) / 255.0};
-}
-
-Colour mixed(Colour one, Colour other, double share) {
-    const auto mix = [share](double from, double to) { return from + (to - from) * share; };
-    return {mix(one.red, other.red), mix(one.green, other.green), mix(one.blue, other.blue)};
-}
-
-/// A drawing surface whose shorter side is one unit long, with the middle of the picture at (0.5, 0.5).
-class Canvas {
-  public:
-    Canvas(int width, int height)
-        : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)),
-          context_(cairo_create(surface_.get())) {
-        const double unit = std::min(width, height);
-        cairo_translate(context_.get(), (width - unit) / 2, (height - unit) / 2);
-        cairo_scale(context_.get(), unit, unit);
-        halfWidth_ = width / unit / 2;
-        halfHeight_ = height / unit / 2;
-    }
-
-    cairo_t* context() { return context_.get(); }
-    double left() const { return 0.5 - halfWidth_; }
-    double top() const { return 0.5 - halfHeight_; }
-    double width() const { return 2 * halfWidth_; }
-    double height() const { return 2 * halfHeight_; }
-
-    void use(Colour colour, double opacity = 1) {
-        cairo_set_source_rgba(context(), colour.red, colour.green, colour.blue, opacity);
-    }
-    void fill(Colour colour, double opacity = 1) {
-        use(colour, opacity);
-        cairo_fill(context());
-    }
-    void stroke(Colour colour, double width, double opacity = 1) {
-        use(colour, opacity);
-        cairo_set_line_width(context(), width);
-        cairo_set_line_cap(context(), CAIRO_LINE_CAP_ROUND);
-        cairo_set_line_join(context(), CAIRO_LINE_JOIN_ROUND);
-        cairo_stroke(context());
-    }
-    void ground(Colour above, Colour below) {
-        cairo_pattern_t* gradient = cairo_pattern_create_linear(0, top(), 0, top() + height());
-        cairo_pattern_add_color_stop_rgb(gradient, 0, above.red, above.green, above.blue);
-        cairo_pattern_add_color_stop_rgb(gradient, 1, below.red, below.green, below.blue);
-        cairo_set_source(context(), gradient);
-        cairo_paint(context());
-        cairo_pattern_destroy(gradient);
-    }
-    void circle(double x, double y, double radius) {
-        cairo_new_sub_path(context());
-        cairo_arc(context(), x, y, radius, 0, 2 * pi);
-    }
-    void box(double x, double y, double width, double height, double radius) {
-        cairo_new_sub_path(context());
-        cairo_arc(context(), x + width - radius, y + radius, radius, -pi / 2, 0);
-        cairo_arc(context(), x + width - radius, y + height - radius, radius, 0, pi / 2);
-        cairo_arc(context(), x + radius, y + height - radius, radius, pi / 2, pi);
-        cairo_arc(context(), x + radius, y + radius, radius, pi, 3 * pi / 2);
-        cairo_close_path(context());
-    }
-    void polygon(std::initializer_list<std::pair<double, double>> corners) {
-        for (const auto& [x, y] : corners) cairo_line_to(context(), x, y);
-        cairo_close_path(context());
-    }
-    /// Swings about `level` from edge to edge, and is closed below.
-    void hills(double level, double swing, double length, double phase) {
-        cairo_move_to(context(), left(), top() + height());
-        for (double x = left(); x < left() + width() + 0.01; x += 0.01) {
-            cairo_line_to(context(), x, level + swing * std::sin(2 * pi * x / length + phase));
-        }
-        cairo_line_to(context(), left() + width(), top() + height());
-        cairo_close_path(context());
-    }
-    void text(const std::string& text, double x, double y, double size, Colour colour);
-
-    Bitmap bitmap() const;
-
-  private:
-    struct Release {
-        void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-        void operator()(cairo_t* context) const { cairo_destroy(context); }
-    };
-    std::unique_ptr<cairo_surface_t, Release> surface_;
-    std::unique_ptr<cairo_t, Release> context_;
-    double halfWidth_ = 0.5;
-    double halfHeight_ = 0.5;
-};
-
-/// Centred on (x, y) by its ink, made smaller where it would be wider than the picture allows.
-void Canvas::text(const std::string& text, double x, double y, double size, Colour colour) {
-    constexpr double points = 256;
-    constexpr double widest = 0.62 * points;
-    cairo_save(context());
-    cairo_translate(context(), x, y);
-    cairo_scale(context(), 1 / points, 1 / points);
-    PangoLayout* layout = pango_cairo_create_layout(context());
-    PangoFontDescription* font = pango_font_description_from_string("Inter, Noto Sans CJK JP Bold");
-    pango_font_description_set_absolute_size(font, size * points * PANGO_SCALE);
-    pango_layout_set_font_description(layout, font);
-    pango_layout_set_text(layout, text.data(), static_cast<int>(text.size()));
-    PangoRectangle inkBox = {};
-    pango_layout_get_pixel_extents(layout, &inkBox, nullptr);
-    const double scale = std::min(1.0, widest / std::max(1, inkBox.width));
-    cairo_scale(context(), scale, scale);
-    cairo_move_to(context(), -inkBox.x - inkBox.width / 2.0, -inkBox.y - inkBox.height / 2.0);
-    use(colour);
-    pango_cairo_show_layout(context(), layout);
-    cairo_restore(context());
-    pango_font_description_free(font);
-    g_object_unref(layout);
-}
-
-Bitmap Canvas::bitmap() const {
-    cairo_surface_flush(surface_.get());
-    const int width = cairo_image_surface_get_width(surface_.get());
-    const int height = cairo_image_surface_get_height(surface_.get());
-    const int stride = cairo_image_surface_get_stride(surface_.get());
-    const unsigned char* data = cairo_image_surface_get_data(surface_.get());
-    Bitmap bitmap{.width = width, .height = height, .pixels = {}};
-    bitmap.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    for (int row = 0; row < height; ++row) {
-        const auto* line =
-            reinterpret_cast<const std::uint32_t*>(data + static_cast<std::ptrdiff_t>(row) * stride);
-        for (int column = 0; column < width; ++column) {
-            const std::uint32_t pixel = line[column];
-            const std::uint32_t alpha = pixel >> 24;
-            const auto channel = [pixel, alpha](int shift) {
-                const std::uint32_t premultiplied = pixel >> shift & 255;
-                return static_cast<std::uint8_t>(alpha == 0 ? 0 : (premultiplied * 255 + alpha / 2) / alpha);
-            };
-            bitmap.pixels.push_back({channel(16), channel(8), channel(0), static_cast<std::uint8_t>(alpha)});
-        }
-    }
-    return bitmap;
-}
 
 using Painter = void (*)(Canvas&, Colour ground);
 
@@ -393,7 +247,7 @@ const NamedPainter& named(std::string_view name, const NamedPainter* first, std:
 
 Bitmap drawn(const Drawing& drawing, int width, int height) {
     Canvas canvas(width, height);
-    const Colour ground = colour(drawing.ground);
+    const Colour ground = Colour::ofCode(drawing.ground);
     if (drawing.subject == "landscape") {
         landscape(canvas, ground);
     } else if (drawing.subject == "logo") {
