@@ -93,10 +93,11 @@ void check(int code) {
     if (code != SQLITE_OK) throw DatabaseFailure(code);
 }
 
-/// Whether it may come of a full disk: out of room for the file's bytes, for the journal or for its name.
+/// Whether it may come of a full disk: out of room for the file's bytes, for the journal or for its name; or
+/// of a journal that could not be made for once.
 bool mayBeForWantOfSpace(const DatabaseFailure& failure) {
     const int kind = failure.code & 0xff;
-    return kind == SQLITE_FULL || kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN;
+    return kind == SQLITE_FULL || kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN || kind == SQLITE_READONLY;
 }
 
 [[noreturn]] void refuse(const fs::path& path, const std::string& why) {
@@ -210,6 +211,8 @@ Database open(const fs::path& file, std::chrono::milliseconds patience) {
 
 Database openToWrite(const fs::path& file, std::chrono::milliseconds patience) {
     Database database = open(file, patience);
+    // What cannot be opened to be written is opened to be read instead.
+    if (sqlite3_db_readonly(database.get(), "main") != 0) check(SQLITE_READONLY);
     check(sqlite3_exec(database.get(), settings, nullptr, nullptr, nullptr));
     check(sqlite3_exec(database.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
     return database;
@@ -355,6 +358,18 @@ class Transaction : public KeychainTransaction {
 }  // namespace
 
 std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begin(Access access) {
+    // Nothing has been done yet, and nobody gives a renewed pair of tokens a second time: what goes wrong in
+    // passing, no descriptor left or a read that fails, is tried again.
+    try {
+        return begunOnce(access);
+    } catch (const KeychainFailure& failure) {
+        if (failure.status != errSecIO) throw;
+    } catch (const FileError&) {
+    }
+    return begunOnce(access);
+}
+
+std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begunOnce(Access access) {
     if (access == Access::create) createPrivately(file_);
     if (!isPresent(file_)) {
         if (access == Access::create) throw KeychainFailure{errSecIO};

@@ -32,6 +32,8 @@ class EmbeddedItemStore : public KeychainStore {
     std::unique_ptr<KeychainTransaction> begin(Access access) override;
 
   private:
+    std::unique_ptr<KeychainTransaction> begunOnce(Access access);
+
     std::filesystem::path file_;
     Patience patience_;
 };

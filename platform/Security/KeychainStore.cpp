@@ -143,6 +143,9 @@ OSStatus KeychainStore::copyMatching(const SecAttributes& asked, SecResult* resu
             } catch (const KeychainFailure& failure) {
                 scope->fail(failure);
                 throw;
+            } catch (const std::exception&) {
+                scope->fail({errSecIO});
+                throw;
             }
         }
         if (matches.empty()) return errSecItemNotFound;

@@ -26,6 +26,7 @@ namespace fs = std::filesystem;
 using platform::testing::ChildProcess;
 using platform::testing::fillDisk;
 using platform::testing::longTests;
+using platform::testing::meetLooks;
 using platform::testing::meetOpenings;
 using platform::testing::meetSystemCalls;
 using platform::testing::runInChild;
@@ -169,6 +170,38 @@ TEST_F(UnluckyKeychain, TellsTheTruthWhenASystemCallFails) {
             }
         }
     }
+}
+
+TEST_F(UnluckyKeychain, KeepsARenewedPairThoughACallFailsInPassing) {
+    for (const int error : {EIO, EMFILE, EACCES}) {
+        SCOPED_TRACE("errno " + std::to_string(error));
+        int code = 1;
+        for (int failing = 1; code != 0; ++failing) {
+            startAfresh();
+            putPair(store, "1");
+            code = runInChild([&] {
+                bool wasMet = false;
+                meetLooks([&](int number) {
+                    wasMet = wasMet || number == failing;
+                    return number == failing ? error : 0;
+                });
+                if (putPair(store, "2") != errSecSuccess) return 2;
+                return wasMet ? 1 : 0;
+            });
+            EXPECT_NE(code, 2) << "look " << failing;
+            EXPECT_EQ(state(), "22--") << "look " << failing;
+        }
+    }
+}
+
+TEST_F(UnluckyKeychain, SurvivesAJournalThatCannotBeMadeForOnce) {
+    putPair(store, "1");
+    EXPECT_EQ(runInChild([&] {
+                  meetSystemCalls([](int number) { return number == 1 ? EACCES : 0; });
+                  return putPair(store, "2");
+              }),
+              errSecSuccess);
+    EXPECT_EQ(state(), "22--");
 }
 
 /// What the folder's files hold.

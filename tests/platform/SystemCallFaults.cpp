@@ -12,18 +12,25 @@
 namespace platform::testing {
 namespace {
 
-struct Disk {
+struct Meeting {
     std::function<int(int)> meet;
-    std::function<void()> meetOpening;
     int number = 0;
-    std::filesystem::path folder;
-    std::uintmax_t capacity = UINTMAX_MAX;
 
     bool letsHappen() {
         const int error = meet ? meet(++number) : 0;
         if (error != 0) errno = error;
         return error == 0;
     }
+};
+
+struct Disk {
+    Meeting changes;
+    Meeting looks;
+    std::function<void()> meetOpening;
+    std::filesystem::path folder;
+    std::uintmax_t capacity = UINTMAX_MAX;
+
+    bool letsHappen() { return changes.letsHappen(); }
 
     bool hasRoomFor(std::uintmax_t growth) const {
         std::uintmax_t used = 0;
@@ -43,7 +50,8 @@ Disk& disk() {
 
 int openFile(const char* path, int flags, int mode) {
     const bool isThere = ::access(path, F_OK) == 0;
-    if (!isThere && (flags & O_CREAT) != 0 && !disk().letsHappen()) return -1;
+    const bool makesOne = !isThere && (flags & O_CREAT) != 0;
+    if (!(makesOne ? disk().letsHappen() : disk().looks.letsHappen())) return -1;
     if (isThere && disk().meetOpening) disk().meetOpening();
     return ::open(path, flags, mode);
 }
@@ -52,6 +60,10 @@ int openDirectory(const char* path, int* descriptor) {
     const std::filesystem::path folder = std::filesystem::path(path).parent_path();
     *descriptor = disk().letsHappen() ? ::open(folder.c_str(), O_RDONLY | O_CLOEXEC) : -1;
     return *descriptor >= 0 ? SQLITE_OK : SQLITE_CANTOPEN;
+}
+
+ssize_t readAt(int descriptor, void* bytes, std::size_t size, off_t offset) {
+    return disk().looks.letsHappen() ? ::pread(descriptor, bytes, size, offset) : -1;
 }
 
 ssize_t writeAt(int descriptor, const void* bytes, std::size_t size, off_t offset) {
@@ -79,7 +91,8 @@ void install() {
                    SQLITE_OK;
         };
         return set("open", openFile) && set("openDirectory", openDirectory) && set("pwrite64", writeAt) &&
-               set("pwrite", writeAt) && set("ftruncate", truncate) && set("unlink", removeFile);
+               set("pwrite", writeAt) && set("pread64", readAt) && set("pread", readAt) &&
+               set("ftruncate", truncate) && set("unlink", removeFile);
     }();
     (void)isInstalled;
 }
@@ -88,8 +101,12 @@ void install() {
 
 void meetSystemCalls(std::function<int(int number)> meet) {
     install();
-    disk().meet = std::move(meet);
-    disk().number = 0;
+    disk().changes = {.meet = std::move(meet)};
+}
+
+void meetLooks(std::function<int(int number)> meet) {
+    install();
+    disk().looks = {.meet = std::move(meet)};
 }
 
 void meetOpenings(std::function<void()> meet) {
@@ -109,6 +126,6 @@ void fillDisk(const std::filesystem::path& folder, std::uintmax_t capacity) {
 // is cut.
 extern "C" int fdatasync(int descriptor) {
     using platform::testing::disk;
-    if (disk().meet) return disk().letsHappen() ? 0 : -1;
+    if (disk().changes.meet) return disk().letsHappen() ? 0 : -1;
     return static_cast<int>(::syscall(SYS_fdatasync, descriptor));
 }

@@ -14,6 +14,9 @@ namespace platform::testing {
 /// errno makes it fail.
 void meetSystemCalls(std::function<int(int number)> meet);
 
+/// The same for calls that change nothing: opening a file that is there, and reading.
+void meetLooks(std::function<int(int number)> meet);
+
 /// Called whenever the database is about to open a file that is there.
 void meetOpenings(std::function<void()> meet);
 
