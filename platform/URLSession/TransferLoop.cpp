@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace platform {
@@ -70,6 +71,13 @@ void TransferLoop::step() {
     curl_multi_perform(multi_.get(), &running);
     collectEnded();
     endOverrun();
+}
+
+void TransferLoop::wake() {
+    // Fails while the system has no memory for a byte; a loop that was not woken sleeps on for an hour.
+    constexpr int mostTries = 1000;
+    for (int tries = 0; tries < mostTries && curl_multi_wakeup(multi_.get()) != CURLM_OK; ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void TransferLoop::collectEnded() {

@@ -30,7 +30,7 @@ class TransferLoop {
     /// Waits until something can be moved, a transfer runs out of time, or `wake`; then moves what can be,
     /// and ends what has overrun.
     void step();
-    void wake() { curl_multi_wakeup(multi_.get()); }
+    void wake();
 
   private:
     struct FreeMulti {
