@@ -1,14 +1,11 @@
 #include "host/OneShotHost.hpp"
 
 #include <signal.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
-#include <array>
 #include <boost/asio/signal_set.hpp>
 #include <cerrno>
 #include <chrono>
-#include <new>
 #include <optional>
 #include <system_error>
 
@@ -140,21 +137,6 @@ void writeToStandardOutput(std::string_view text) {
 void printExtensionLine(std::string_view line) {
     const bool isTerminal = ::isatty(STDERR_FILENO) != 0;
     writeAll(STDERR_FILENO, (isTerminal ? terminalSafe(line) : std::string(line)) + "\n");
-}
-
-void printError(std::string_view program, std::string_view message) noexcept {
-    constexpr std::array<std::string_view, 2> marks = {": ", "\n"};
-    const auto part = [](std::string_view text) {
-        return iovec{.iov_base = const_cast<char*>(text.data()), .iov_len = text.size()};
-    };
-    const std::array<iovec, 4> parts = {part(program), part(marks[0]), part(message), part(marks[1])};
-    // Where standard error takes nothing, there is nobody left to tell.
-    [[maybe_unused]] const auto written = ::writev(STDERR_FILENO, parts.data(), parts.size());
-}
-
-void printFailure(std::string_view program, const std::exception& failure) noexcept {
-    const bool isMemory = dynamic_cast<const std::bad_alloc*>(&failure) != nullptr;
-    printError(program, isMemory ? "there is not enough memory" : failure.what());
 }
 
 }  // namespace host

@@ -34,10 +34,4 @@ void writeToStandardOutput(std::string_view text);
 /// a terminal would obey.
 void printExtensionLine(std::string_view line);
 
-/// "PROGRAM: MESSAGE" on standard error. Needs no memory.
-void printError(std::string_view program, std::string_view message) noexcept;
-
-/// The same for what an exception says.
-void printFailure(std::string_view program, const std::exception& failure) noexcept;
-
 }  // namespace host

@@ -1,10 +1,12 @@
 #include "host/Streams.hpp"
 
 #include <fcntl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <new>
 
 namespace host {
 
@@ -33,6 +35,21 @@ std::optional<std::string> readAll(std::istream& stream, std::size_t limit) {
         if (text.size() > limit) return std::nullopt;
     }
     return text;
+}
+
+void printError(std::string_view program, std::string_view message) noexcept {
+    constexpr std::array<std::string_view, 2> marks = {": ", "\n"};
+    const auto part = [](std::string_view text) {
+        return iovec{.iov_base = const_cast<char*>(text.data()), .iov_len = text.size()};
+    };
+    const std::array<iovec, 4> parts = {part(program), part(marks[0]), part(message), part(marks[1])};
+    // Where standard error takes nothing, there is nobody left to tell.
+    [[maybe_unused]] const auto written = ::writev(STDERR_FILENO, parts.data(), parts.size());
+}
+
+void printFailure(std::string_view program, const std::exception& failure) noexcept {
+    const bool isMemory = dynamic_cast<const std::bad_alloc*>(&failure) != nullptr;
+    printError(program, isMemory ? "there is not enough memory" : failure.what());
 }
 
 }  // namespace host

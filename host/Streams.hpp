@@ -1,8 +1,10 @@
 #pragma once
 
-// Whole writes and bounded reads, for our programs' standard streams and files.
+// Whole writes and bounded reads, for our programs' standard streams and files, and what they say of
+// failures.
 
 #include <cstddef>
+#include <exception>
 #include <istream>
 #include <optional>
 #include <string>
@@ -19,5 +21,11 @@ bool writeAll(int descriptor, std::string_view text);
 
 /// Everything up to the stream's end; nothing for more than `limit` bytes.
 std::optional<std::string> readAll(std::istream& stream, std::size_t limit);
+
+/// "PROGRAM: MESSAGE" on standard error. Needs no memory.
+void printError(std::string_view program, std::string_view message) noexcept;
+
+/// The same for what an exception says.
+void printFailure(std::string_view program, const std::exception& failure) noexcept;
 
 }  // namespace host

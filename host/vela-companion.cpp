@@ -11,6 +11,7 @@
 
 #include "host/CommandLine.hpp"
 #include "host/Companion.hpp"
+#include "host/LastResort.hpp"
 #include "host/Streams.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/Log/StandardError.hpp"
@@ -189,10 +190,7 @@ void addOpen(CLI::App& app, Options& options) {
     });
 }
 
-}  // namespace
-
-int main(int count, char** arguments) {
-    platform::forbidCoreFiles();
+int runProgram(int count, const char* const* arguments) {
     CLI::App app("The companion's part for the widget: signing in and out, and its settings.",
                  "vela-companion");
     app.set_version_flag("--version", VELA_VERSION);
@@ -206,4 +204,11 @@ int main(int count, char** arguments) {
     addDefaults(app, options);
     addOpen(app, options);
     return host::runCommandLine(app, count, arguments, "sign-in");
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    platform::forbidCoreFiles();
+    return host::statusOf("vela-companion", [&] { return runProgram(count, arguments); });
 }

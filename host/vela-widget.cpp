@@ -15,6 +15,7 @@
 #include "host/DrawingCommand.hpp"
 #include "host/EntryCoding.hpp"
 #include "host/ExtensionAnswer.hpp"
+#include "host/LastResort.hpp"
 #include "host/OneShotHost.hpp"
 #include "host/Streams.hpp"
 #include "host/TerminalImage.hpp"
@@ -230,27 +231,11 @@ int runProgram(int count, const char* const* arguments) {
     return status;
 }
 
-/// The last resort, where an exception meets what may not throw.
-[[noreturn]] void endWithALine() {
-    host::printError("vela-widget", "it cannot go on, perhaps for lack of memory");
-    ::_exit(1);
-}
-
-/// Ahead of whatever is constructed before `main`, by the lowest priority that is a program's to choose.
-__attribute__((constructor(101))) void endWithALineFromTheStart() {
-    std::set_terminate(endWithALine);
-}
-
 }  // namespace
 
 int main(int count, char** arguments) {
     host::holdStandardStreams();
     // A parent that waits for no child of its own bequeaths that.
     ::signal(SIGCHLD, SIG_DFL);
-    try {
-        return runProgram(count, arguments);
-    } catch (const std::exception& failure) {
-        host::printFailure("vela-widget", failure);
-        return 1;
-    }
+    return host::statusOf("vela-widget", [&] { return runProgram(count, arguments); });
 }
