@@ -6,7 +6,10 @@
 #include "fuzz/Conversation.hpp"
 #include "fuzz/Require.hpp"
 #include "host/EntryCoding.hpp"
+#include "host/ExtensionAnswer.hpp"
+#include "host/TerminalText.hpp"
 #include "host/TerminalView.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Text/Text.hpp"
 
 namespace {
@@ -46,29 +49,51 @@ void view(const widget::SimpleEntry& entry) {
     }
 }
 
-void read(const boost::json::value& value) {
-    const auto entry = host::entryFromValue(value);
+template <typename Read>
+void readMember(const host::Message& message, Read read) {
+    try {
+        read(message);
+    } catch (const host::ExtensionError&) {
+    }
+}
+
+void readEntry(const host::Message& message) {
+    const auto entry = host::entryIn(message);
     const auto object = host::entryObject(entry);
     require(host::entryObject(host::entryFromValue(object)) == object,
             "an entry reads back as it was written");
     view(entry);
 }
 
+void readTimeline(const host::Message& message) {
+    const auto timeline = host::timelineIn(message);
+    const auto object = host::timelineObject(timeline);
+    require(host::timelineObject(host::timelineFromValue(object)) == object,
+            "a timeline reads back as it was written");
+    require(!timeline.entries.empty(), "a timeline has an entry");
+    view(timeline.entries.front());
+    const auto printed = host::terminalSafeJSON(platform::JSONSerialization::dataWithJSONObject(object));
+    for (const char c : printed) require(!isObeyed(c), "no control character is printed");
+    require(platform::JSONSerialization::JSONObjectWithData(printed) == object,
+            "what is printed says the same");
+}
+
+void readDeclaration(const host::Message& message) {
+    const auto object = host::declarationObject(host::declarationIn(message));
+    require(host::declarationObject(host::declarationFromValue(object)) == object,
+            "a declaration reads back as it was written");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size) {
     for (const host::Message& message : messagesIn(text(input, size))) {
-        try {
-            if (const auto* entry = message.body.if_contains("entry")) read(*entry);
-            if (const auto* timeline = message.body.if_contains("timeline")) {
-                const auto given = host::timelineFromValue(*timeline);
-                const auto object = host::timelineObject(given);
-                require(host::timelineObject(host::timelineFromValue(object)) == object,
-                        "a timeline reads back as it was written");
-                for (const auto& entry : given.entries) view(entry);
-            }
-        } catch (const host::EntryCodingError&) {
-        }
+        readMember(message, readEntry);
+        readMember(message, readTimeline);
+        readMember(message, readDeclaration);
+        for (const auto format :
+             {host::DrawingFormat::png, host::DrawingFormat::svg, host::DrawingFormat::tree})
+            readMember(message, [format](const host::Message& given) { host::drawingIn(given, format); });
     }
     return 0;
 }

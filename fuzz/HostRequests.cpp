@@ -14,6 +14,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
                     "a request reads back as it was written");
             require(request.drawing.has_value() == (request.kind == ExtensionRequest::Kind::render),
                     "a drawing alone is drawn");
+            require(request.limit.count() >= 0 && request.limit <= ExtensionRequest::longestLimit,
+                    "a wait is within its bounds");
             if (!request.drawing) continue;
             const auto& drawing = *request.drawing;
             require(drawing.scale >= 1 && drawing.scale <= 4, "a scale is within its bounds");
