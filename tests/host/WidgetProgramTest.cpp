@@ -120,6 +120,10 @@ TEST_F(WidgetProgram, ClaimsNoSuccessWhenNobodyReads) {
 }
 
 TEST_F(WidgetProgram, IsNeverSilentlyContentWithoutDescriptors) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP()
+        << "the sanitizer looks at memory through a pipe, and takes what it cannot look at for broken";
+#endif
     for (int limit = 3; limit <= 16; ++limit) {
         const auto result = shell("ulimit -n " + std::to_string(limit) + "; exec \"$0\" placeholder",
                                   platform::testing::programFolder() / "vela-widget");
