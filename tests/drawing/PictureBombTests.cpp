@@ -54,10 +54,10 @@ TEST(AllocatedMemory, IsCountedWhereverItComesFrom) {
 
 /// A row for each is printed, for docs/performance.md.
 void expectWithinMemory(const std::vector<PictureBomb>& bombs) {
-    for (const auto& [name, made, outcome, isLarge] : bombs) {
-        if (isLarge && !memoryIsCounted) continue;
-        const std::string bytes = made();
-        EXPECT_LE(bytes.size(), ImageBounds::bytes) << name;
+    for (const PictureBomb& bomb : bombs) {
+        if (bomb.isLarge && !memoryIsCounted) continue;
+        const std::string bytes = bomb.bytes();
+        EXPECT_LE(bytes.size(), ImageBounds::bytes) << bomb.name;
         std::size_t peak = 0;
         double seconds = 0;
         const auto decode = [&](PixelSize box, bool keepsShape) {
@@ -69,15 +69,15 @@ void expectWithinMemory(const std::vector<PictureBomb>& bombs) {
                                     header &&
                                     decodedImage(bytes, keepsShape ? scaledToFit(header->size, box) : box);
                             }));
-            EXPECT_EQ(isPicture, outcome == Outcome::picture) << name;
+            EXPECT_EQ(isPicture, bomb.outcome == Outcome::picture) << bomb.name;
             seconds = std::max(seconds, double(std::clock() - start) / CLOCKS_PER_SEC);
         };
         decode({168, 168}, true);
         decode({ImageBounds::wantedSide, ImageBounds::wantedSide}, false);
         if (memoryIsCounted)
-            std::printf("%-42s %8.1f kB, peak %6.2f MiB, %5.2f s\n", name.c_str(),
+            std::printf("%-42s %8.1f kB, peak %6.2f MiB, %5.2f s\n", bomb.name.c_str(),
                         double(bytes.size()) / 1000, double(peak) / (1 << 20), seconds);
-        EXPECT_LE(peak, ImageBounds::memory) << name;
+        EXPECT_LE(peak, ImageBounds::memory) << bomb.name;
     }
 }
 
