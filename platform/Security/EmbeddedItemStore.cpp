@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <new>
 #include <system_error>
 
 #include "platform/Files/TrustedFolder.hpp"
@@ -94,10 +95,16 @@ void check(int code) {
 }
 
 /// Whether it may come of a full disk: out of room for the file's bytes, for the journal or for its name; or
-/// of a journal that could not be made for once.
+/// of what passes: a journal that could not be made for once, memory that was short.
 bool mayBeForWantOfSpace(const DatabaseFailure& failure) {
-    const int kind = failure.code & 0xff;
-    return kind == SQLITE_FULL || kind == SQLITE_IOERR || kind == SQLITE_CANTOPEN || kind == SQLITE_READONLY;
+    switch (failure.code & 0xff) {
+        case SQLITE_FULL:
+        case SQLITE_IOERR:
+        case SQLITE_CANTOPEN:
+        case SQLITE_READONLY:
+        case SQLITE_NOMEM: return true;
+        default: return false;
+    }
 }
 
 [[noreturn]] void refuse(const fs::path& path, const std::string& why) {
@@ -359,12 +366,13 @@ class Transaction : public KeychainTransaction {
 
 std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begin(Access access) {
     // Nothing has been done yet, and nobody gives a renewed pair of tokens a second time: what goes wrong in
-    // passing, no descriptor left or a read that fails, is tried again.
+    // passing, no descriptor or no memory left or a read that fails, is tried again.
     try {
         return begunOnce(access);
     } catch (const KeychainFailure& failure) {
         if (failure.status != errSecIO) throw;
     } catch (const FileError&) {
+    } catch (const std::bad_alloc&) {
     }
     return begunOnce(access);
 }
