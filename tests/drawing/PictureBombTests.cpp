@@ -60,20 +60,19 @@ void expectWithinMemory(const std::vector<PictureBomb>& bombs) {
         EXPECT_LE(bytes.size(), ImageBounds::bytes) << bomb.name;
         std::size_t peak = 0;
         double seconds = 0;
-        const auto decode = [&](PixelSize box, bool keepsShape) {
+        const auto decode = [&](auto wantedOf) {
             const std::clock_t start = std::clock();
             bool isPicture = false;
             peak = std::max(peak, peakMemory([&] {
                                 const auto header = imageHeader(bytes);
-                                isPicture =
-                                    header &&
-                                    decodedImage(bytes, keepsShape ? scaledToFit(header->size, box) : box);
+                                isPicture = header && decodedImage(bytes, wantedOf(header->size));
                             }));
             EXPECT_EQ(isPicture, bomb.outcome == Outcome::picture) << bomb.name;
             seconds = std::max(seconds, double(std::clock() - start) / CLOCKS_PER_SEC);
         };
-        decode({168, 168}, true);
-        decode({ImageBounds::wantedSide, ImageBounds::wantedSide}, false);
+        constexpr PixelSize largest{ImageBounds::wantedSide, ImageBounds::wantedSide};
+        decode([](PixelSize size) { return scaledToFit(size, {168, 168}); });
+        decode([=](PixelSize) { return largest; });
         if (memoryIsCounted)
             std::printf("%-42s %8.1f kB, peak %6.2f MiB, %5.2f s\n", bomb.name.c_str(),
                         double(bytes.size()) / 1000, double(peak) / (1 << 20), seconds);
