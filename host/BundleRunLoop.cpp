@@ -37,9 +37,10 @@ class BundleService {
         try {
             while (true) {
                 auto message = co_await channel_->receive();
-                // One that cannot even be refused ends the process: its host is told by that.
+                // One that cannot even be refused ends the process, once nothing is left to be finished: its
+                // host is told by that.
                 spawn(context_, answer(std::move(message)),
-                      [this](const std::exception_ptr&) { context_.stop(); });
+                      [](const std::exception_ptr&) { platform::endAfterActivities(); });
             }
         } catch (const std::exception&) {
             // The host has gone, or says what this side does not understand: there is nobody left to answer.
@@ -137,7 +138,7 @@ class BundleService {
 void runBundle(const widget::VelaWidgetBundle& bundle, int hostSocket) {
     asio::io_context context(1);
     BundleService service(context, bundle, hostSocket);
-    spawn(context, service.serve(), [&context](const std::exception_ptr&) { context.stop(); });
+    spawn(context, service.serve(), [](const std::exception_ptr&) { platform::endAfterActivities(); });
     context.run();
     ::_exit(0);
 }

@@ -1,6 +1,7 @@
 #include "host/CommandLine.hpp"
 
 #include <algorithm>
+#include <iostream>
 #include <iterator>
 #include <numeric>
 #include <optional>
@@ -133,15 +134,29 @@ std::optional<std::string> nearestWord(const std::string& word, const std::vecto
     return nearest;
 }
 
+namespace {
+
+/// What was written must have been taken, help included.
+int statusOfOutput(const CLI::App& app) {
+    if (std::cout.flush()) return 0;
+    platform::writeLineToStandardError(app.get_name() + ": cannot write to standard output");
+    return 1;
+}
+
+}  // namespace
+
 int runCommandLine(CLI::App& app, int count, const char* const* arguments,
                    const std::string& confidentialCommand) {
     try {
         app.parse(count, arguments);
-        return 0;
+        return statusOfOutput(app);
     } catch (const ExitStatus& status) {
         return status.value();
     } catch (const CLI::ParseError& error) {
-        if (error.get_exit_code() == 0) return app.exit(error);
+        if (error.get_exit_code() == 0) {
+            app.exit(error);
+            return statusOfOutput(app);
+        }
         const std::vector<std::string> words(arguments, arguments + count);
         platform::writeLineToStandardError(complaint(app, error, words, confidentialCommand));
         platform::writeLineToStandardError("Run with --help for more information.");

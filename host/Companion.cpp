@@ -81,7 +81,7 @@ void throwUnlessSuccess(const char* what, platform::OSStatus status) {
 }
 
 /// A renewal that is on its way would put its pair in the place of what is changed here, or a second
-/// companion its own. It is over when its server has answered, or has not for a minute.
+/// companion its own. It is over when its server has answered, or has had a minute for it.
 std::unique_ptr<platform::SecItemLock> holdingOffRenewals(const Notice& notice) {
     auto lock = platform::SecItemMakeLock(platform::SecItemHold::exclusive);
     const auto start = std::chrono::steady_clock::now();
@@ -229,8 +229,14 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
         defaults.removeObject(SharedDefaultsKey::userId);
     });
     const auto status = transaction->commit();
-    const auto id = status == platform::errSecSuccess ? newId : formerId;
-    if (id) writeDefaults(SharedDefaultsKey::userId, *id);
+    const bool isSignedIn = status == platform::errSecSuccess;
+    const auto id = isSignedIn ? newId : formerId;
+    try {
+        if (id) writeDefaults(SharedDefaultsKey::userId, *id);
+    } catch (const CompanionError& error) {
+        if (isSignedIn)
+            throw CompanionError("signed in, but without the user id: " + std::string(error.what()));
+    }
     throwUnlessSuccess("the keychain did not take the tokens", status);
 }
 
@@ -240,7 +246,11 @@ void signOut(const Notice& notice) {
     emptyKeychain(currentKeychain());
     emptyKeychain(server::legacyTokenKeychain());
     throwUnlessSuccess("the keychain cannot be emptied", transaction->commit());
-    deleteDefaults(SharedDefaultsKey::userId);
+    try {
+        deleteDefaults(SharedDefaultsKey::userId);
+    } catch (const CompanionError& error) {
+        throw CompanionError("signed out, but the user id is still stored: " + std::string(error.what()));
+    }
 }
 
 SignInStatus signInStatus() {
@@ -281,7 +291,7 @@ std::optional<boost::json::value> integerValue(std::string_view text) {
 
 platform::URL pageFor(const platform::URL& link) {
     const auto scheme = link.scheme();
-    if (scheme == "http" || scheme == "https") return link;
+    if (scheme == "http" || scheme == "https") return link.withoutUserInformation();
     if (scheme != "velaapp") throw CompanionError("links of the scheme " + scheme + " are not opened");
     for (const auto& row : linkTable) {
         if (link.host() != row.host) continue;

@@ -115,6 +115,7 @@ boost::asio::awaitable<VelaApi::TrackingWidgetResponse> VelaServerConnectivity::
 boost::asio::awaitable<VelaApi::RefreshAccessTokenResponse> VelaServerConnectivity::perform(
     VelaApi::RefreshAccessTokenMutation mutation) {
     auto request = makeRequest(Authentication::notAuthenticated);
+    request.timeoutIntervalForResource = longestRenewal;
     request.httpBody = requestBody(mutation);
     auto reply = co_await session().data(std::move(request));
     co_return decodedResponse<VelaApi::RefreshAccessTokenMutation>(std::move(reply));

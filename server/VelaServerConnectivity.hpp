@@ -5,6 +5,7 @@
 // connections. One object may serve several coroutines of one executor at a time.
 
 #include <boost/asio/awaitable.hpp>
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -61,6 +62,9 @@ class VelaServerConnectivity {
     boost::asio::awaitable<VelaApi::TrackingWidgetResponse> perform(VelaApi::TrackingWidgetQuery query);
     boost::asio::awaitable<VelaApi::RefreshAccessTokenResponse> perform(
         VelaApi::RefreshAccessTokenMutation mutation);
+
+    /// All that a renewal's request may take. Whoever signs in or out waits for it, a little longer.
+    static constexpr std::chrono::seconds longestRenewal{60};
 
   private:
     platform::URLSession& session();

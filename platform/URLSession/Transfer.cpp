@@ -195,7 +195,11 @@ CURL* Transfer::prepare() {
     exchange_ = {};
     headers_.clear();
     data_.clear();
-    if (!end_) end_ = std::chrono::steady_clock::now() + limits_.timeoutIntervalForResource;
+    if (!end_) {
+        end_ = std::chrono::steady_clock::now() +
+               std::min(limits_.timeoutIntervalForResource,
+                        request_.timeoutIntervalForResource.value_or(limits_.timeoutIntervalForResource));
+    }
 
     CURL* handle = handle_.get();
     curl_easy_setopt(handle, CURLOPT_PRIVATE, this);

@@ -24,6 +24,8 @@ struct URLRequest {
     URL url;
     /// How long nothing may move.
     std::chrono::milliseconds timeoutInterval = std::chrono::seconds(60);
+    /// How long all of it may take, redirects included. Absent: as long as the session allows.
+    std::optional<std::chrono::milliseconds> timeoutIntervalForResource = std::nullopt;
     std::string httpMethod = "GET";
     std::vector<HTTPHeaderField> headers = {};
     std::string httpBody = {};

@@ -90,15 +90,16 @@ void Engine::startForgotten(URLRequest request) {
 
 void Engine::startWaiting() {
     while (!waiting_.empty() && forgotten_ < configuration_.maximumForgottenTasks) {
-        URLRequest request = std::move(waiting_.front());
-        waiting_.pop_front();
         try {
-            enqueue(std::make_shared<Transfer>(std::move(request), configuration_,
+            enqueue(std::make_shared<Transfer>(waiting_.front(), configuration_,
                                                [this](const TransferOutcome&) { forgottenHasEnded(); }));
             ++forgotten_;
         } catch (const std::exception&) {
-            // One that cannot be started has ended; nobody asked to hear of it.
+            // There is no memory or no thread just now: it keeps its turn until one that is in flight has
+            // ended. Where none is, nothing would ask again; it has ended then.
+            if (forgotten_ > 0) return;
         }
+        waiting_.pop_front();
     }
     if (forgotten_ == 0) forgottenEnded_.notify_all();
 }

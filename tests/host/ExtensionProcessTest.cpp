@@ -151,6 +151,13 @@ TEST_F(ExtensionProcessTest, FailsWhatWasAskedWhenTheExtensionDies) {
     });
 }
 
+TEST(ExtensionSettings, GiveAnAnswerLongerThanATransferMayTake) {
+    const ExtensionSettings settings;
+    EXPECT_EQ(settings.answerLimit, std::chrono::seconds(150));
+    EXPECT_EQ(settings.farewellLimit, std::chrono::seconds(1));
+    EXPECT_EQ(settings.renewalLimit, std::chrono::seconds(10));
+}
+
 TEST_F(ExtensionProcessTest, SaysSoWhenThereIsNoExtensionToStart) {
     asio::io_context context;
     const ExtensionSettings nowhere = {.executable = "/nowhere/VelaWidgetExtension"};

@@ -187,9 +187,12 @@ TEST_F(SignIn, IsNotResurrectedByARenewalThatBeganBeforeTheSignOut) {
         ASSERT_TRUE(server.waitForMutation());
         std::optional<ProgramResult> result;
         std::thread signOut([&] { result = companion({"sign-out"}); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+        EXPECT_EQ(pair(), pairOf("old")) << "it waits";
         server.release();
         signOut.join();
         EXPECT_EQ(result->status, 0) << result->errors;
+        EXPECT_THAT(result->errors, HasSubstr("vela-companion: waiting until the tokens"));
         host.waitForEnd(std::chrono::seconds(30));
         EXPECT_EQ(pair(), "none none") << "round " << round;
     }

@@ -260,6 +260,12 @@ TEST_F(URLSessionWork, EndsInTimeWhereNothingMovesForLongerThanThat) {
     EXPECT_EQ(failure({.url = server.url(), .timeoutInterval = 1h}), URLErrorCode::timedOut);
 }
 
+TEST_F(URLSessionWork, EndsInItsOwnTimeWhereThatIsShorterThanTheSessions) {
+    session = URLSession::session(URLSessionConfiguration());
+    const LoopbackServer server([](const ReceivedRequest&, Peer& peer) { peer.stall(); });
+    EXPECT_EQ(failure({.url = server.url(), .timeoutIntervalForResource = 100ms}), URLErrorCode::timedOut);
+}
+
 TEST_F(URLSessionWork, EndsInTimeHoweverItIsLedAbout) {
     URLSessionConfiguration configuration;
     configuration.timeoutIntervalForResource = 300ms;

@@ -336,36 +336,6 @@ TEST_F(PackageFetchTest, MovesALegacyRefreshTokenBeforeItIsUsed) {
     EXPECT_EQ(stored("refreshToken"), "new refresh");
 }
 
-TEST_F(PackageFetchTest, LetsTwoFetchesAtOnceBothRenewAndKeepsTheLaterPair) {
-    signIn("old access", "old refresh");
-    const auto payload = [](const std::string& name) {
-        return refreshAnswer(R"({"accessToken":")" + name + R"( access","refreshToken":")" + name +
-                                 R"( refresh","__typename":"Auth"})",
-                             "[]");
-    };
-    std::vector<std::string> failures;
-    const auto run = [&]() -> boost::asio::awaitable<void> {
-        try {
-            co_await fetch.fetchPackages();
-        } catch (const FetchPackagesError& error) {
-            failures.emplace_back(error.what());
-        }
-    };
-    session->answer(401, "");
-    session->answer(401, "");
-    session->answer(200, payload("first"));
-    session->answer(200, payload("later"));
-    boost::asio::io_context context;
-    for (int time = 0; time < 2; ++time) boost::asio::co_spawn(context, run(), boost::asio::detached);
-    context.run();
-    EXPECT_EQ(bodies(), (std::vector<std::string>{"query", "query", "mutation", "mutation"}));
-    for (const auto index : {2u, 3u})
-        EXPECT_NE(session->requests()[index].httpBody.find("old refresh"), std::string::npos);
-    EXPECT_EQ(failures, (std::vector<std::string>{"noPackagesFound", "noPackagesFound"}));
-    EXPECT_EQ(stored("accessToken"), "later access");
-    EXPECT_EQ(stored("refreshToken"), "later refresh");
-}
-
 TEST_F(PackageFetchTest, StoresThePairInOneTransaction) {
     signIn("old access", "old refresh");
     ScriptedItemStore scripted;

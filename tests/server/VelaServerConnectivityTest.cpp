@@ -86,6 +86,20 @@ TEST_F(ServerConnectivity, NeverSendsCredentialsWithTheRefreshMutation) {
     EXPECT_EQ(body.at("query").as_string(), VelaApi::RefreshAccessTokenMutation("").queryString());
 }
 
+TEST_F(ServerConnectivity, GivesARenewalAMinuteInAllAndAQueryWhatTheSessionGives) {
+    signIn("token", "refresh");
+    session->answer(200, emptyData);
+    session->answer(200, R"({"data":{"accessTokenRefresh":{"authPayload":null,"userErrors":[],)"
+                         R"("__typename":"AccessTokenRefreshPayload"},"__typename":"Mutation"}})");
+    query();
+    mutate();
+    ASSERT_EQ(session->requests().size(), 2u);
+    EXPECT_EQ(session->requests()[0].timeoutIntervalForResource, std::nullopt);
+    EXPECT_EQ(session->requests()[1].timeoutIntervalForResource, std::chrono::seconds(60));
+    for (const auto& request : session->requests())
+        EXPECT_EQ(request.timeoutInterval, std::chrono::seconds(60));
+}
+
 TEST_F(ServerConnectivity, SendsABodyOfExactlyTwoKeys) {
     session->answer(200, emptyData);
     query();
