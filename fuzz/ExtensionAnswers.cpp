@@ -5,6 +5,7 @@
 
 #include "fuzz/Conversation.hpp"
 #include "fuzz/Require.hpp"
+#include "fuzz/SameValue.hpp"
 #include "host/EntryCoding.hpp"
 #include "host/ExtensionAnswer.hpp"
 #include "host/TerminalText.hpp"
@@ -74,7 +75,7 @@ void readTimeline(const host::Message& message) {
     view(timeline.entries.front());
     const auto printed = host::terminalSafeJSON(platform::JSONSerialization::dataWithJSONObject(object));
     for (const char c : printed) require(!isObeyed(c), "no control character is printed");
-    require(platform::JSONSerialization::JSONObjectWithData(printed) == object,
+    require(isSame(platform::JSONSerialization::JSONObjectWithData(printed), object),
             "what is printed says the same");
 }
 
