@@ -101,8 +101,14 @@ void MessageChannel::send(const Message& message) {
 void MessageChannel::writeNext() {
     if (isWriting_) return;
     isWriting_ = true;
-    spawn(socket_.get_executor(), writeQueued(shared_from_this()),
-          [channel = shared_from_this()](const std::exception_ptr&) { channel->endWriting(); });
+    try {
+        spawn(socket_.get_executor(), writeQueued(shared_from_this()),
+              [channel = shared_from_this()](const std::exception_ptr&) { channel->endWriting(); });
+    } catch (...) {
+        // Nobody writes, so the next to be sent must start it.
+        isWriting_ = false;
+        throw;
+    }
 }
 
 asio::awaitable<void> MessageChannel::writeQueued(std::shared_ptr<MessageChannel> channel) {

@@ -40,6 +40,8 @@ class Road:
     pairs_after_failure: tuple = (None,)
     pairs_after_success: tuple = (None,)
     user_after_success: str = None
+    # The program whose every allocation is made to fail, also where a few of each kind do elsewhere: it is short.
+    starved: str = None
 
 
 def json_of(run):
@@ -104,7 +106,7 @@ def widget_roads():
     # A query that fails for any reason is followed by a renewal.
     signed_in = dict(pairs_after_failure=(0, 1), pairs_after_success=(0, 1), user_after_success="user-0")
     return [
-        Road("placeholder", [HOST, "placeholder"], both, output=entry_output),
+        Road("placeholder", [HOST, "placeholder"], both, output=entry_output, starved=EXTENSION),
         Road("declaration", [HOST, "declaration"], both, output=equal_output),
         Road("snapshot", [HOST, "snapshot"], both, SIGNED_IN, output=entry_output, **signed_in),
         Road("timeline", [HOST, "timeline"], both, SIGNED_IN, output=entry_output, **signed_in),
