@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <thread>
@@ -126,10 +127,14 @@ TEST(ExpiringActivity, LosesNoEndBetweenASignalAndTheLastActivity) {
     for (int round = 0; round < 200; ++round)
         ASSERT_EQ(end([round] {
                       endAfterActivitiesOnSignals();
-                      std::thread([self = ::pthread_self(), round] {
+                      // Not before it is detached: an end in between would leave it to be joined.
+                      std::atomic<bool> isDetached = false;
+                      std::thread([self = ::pthread_self(), round, &isDetached] {
+                          while (!isDetached) std::this_thread::yield();
                           std::this_thread::sleep_for(std::chrono::microseconds(round));
                           ::pthread_kill(self, SIGTERM);
                       }).detach();
+                      isDetached = true;
                       for (;;) const auto activity = ExpiringActivity::begin();
                   }),
                   0)
