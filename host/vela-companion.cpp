@@ -66,6 +66,8 @@ class Complaints : public platform::LogSink {
         lines_.emplace_back(text);
         hasFault_ = true;
     }
+    /// For an answer that rests on what was read: where a line tells that it could not be, it is none.
+    void takeLinesForFaults() { hasFault_ = hasFault_ || !lines_.empty(); }
     bool hasFault() const { return hasFault_; }
 
   private:
@@ -131,6 +133,7 @@ void addStatus(CLI::App& app) {
             const auto status = host::signInStatus();
             results().write(status.lines);
             for (const auto& fault : status.faults) complaints.fault(fault);
+            complaints.takeLinesForFaults();
         });
     });
 }
