@@ -78,6 +78,14 @@ def shown_output(run, baseline, program):
     return ["another output than without the fault"]
 
 
+def tree_output(run, baseline, program):
+    """A drawing whose fonts or memory fail may look otherwise; it is whole all the same."""
+    tree = json_of(run)
+    if run.output == baseline.output or (program == EXTENSION and tree and tree["items"]):
+        return []
+    return ["another drawing than without the fault"]
+
+
 def is_whole_png(data):
     if not data.startswith(b"\x89PNG\r\n\x1a\n"):
         return False
@@ -116,7 +124,7 @@ def widget_roads():
         Road("show", [HOST, "show"], both, SIGNED_IN, output=shown_output, **signed_in),
         Road("render", [HOST, "render", "--entry", "placeholder", "--scale", "1", "--output", "OUTPUT"], both),
         Road("render tree", [HOST, "render", "--entry", "placeholder", "--format", "tree", "--output", "-"], both,
-             output=equal_output),
+             output=tree_output),
     ]
 
 
