@@ -2,7 +2,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include "host/EntryCoding.hpp"
+#include "host/protocol/EntryCoding.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "server/PackageFetch.hpp"
 

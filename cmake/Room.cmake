@@ -13,6 +13,22 @@ function(vela_program name)
     cmake_parse_arguments(PROGRAM "" "" "USES;LINKS;SOURCES" ${ARGN})
     add_executable(${name} ${PROGRAM_SOURCES})
     target_sources(${name} PRIVATE ${VELA_SANITIZER_SOURCES})
+    target_compile_definitions(${name} PRIVATE VELA_VERSION="${PROJECT_VERSION}")
     target_link_libraries(${name} PRIVATE vela_warnings ${PROGRAM_USES} ${PROGRAM_LINKS})
     install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()
+
+# vela_module(NAME [LINKS library...] SOURCES file...)
+# Loaded when first needed: what does without it starts without its libraries.
+function(vela_module name)
+    cmake_parse_arguments(MODULE "" "" "LINKS;SOURCES" ${ARGN})
+    add_library(${name} MODULE ${MODULE_SOURCES})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} PRIVATE vela_warnings ${MODULE_LINKS})
+    set_target_properties(${name} PROPERTIES
+        PREFIX ""
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON
+        LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/vela-widget)
+    install(TARGETS ${name} LIBRARY DESTINATION lib/vela-widget)
 endfunction()

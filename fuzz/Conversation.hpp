@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/MessageChannel.hpp"
+#include "host/protocol/MessageChannel.hpp"
 
 /// The messages in what the other side sent before it went away. An input that begins with a NUL is the bytes
 /// after it; any other stands for a greeting and a frame for each of its lines, with what follows a NUL in

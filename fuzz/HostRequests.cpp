@@ -2,7 +2,7 @@
 
 #include "fuzz/Conversation.hpp"
 #include "fuzz/Require.hpp"
-#include "host/ExtensionRequest.hpp"
+#include "host/protocol/ExtensionRequest.hpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size) {
     using host::ExtensionRequest;

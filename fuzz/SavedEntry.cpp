@@ -7,7 +7,7 @@
 
 #include "fuzz/Require.hpp"
 #include "fuzz/SilentLog.hpp"
-#include "host/EntryCoding.hpp"
+#include "host/protocol/EntryCoding.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Text/Text.hpp"
 #include "platform/URLSession/DataURL.hpp"

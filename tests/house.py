@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the sources to the plan of the house: includes run downward only, and libraries are seen in the cellar alone.
+"""Holds the sources to the plan of the house: includes run downward only, each process keeps to its own room, and
+libraries are seen in the cellar alone.
 
 Prints every include that breaks the plan and a closing line; exits 1 when there is one.
 """
@@ -9,23 +10,45 @@ import re
 import subprocess
 import sys
 
-ROOMS = ["host", "widget", "analytics", "server", "presentation", "VelaApi", "platform"]
-# sandbox stands beside the house and uses the cellar alone; the programs' mains, its own among them, live in host.
-MAY_USE = {room: set(ROOMS[index:]) for index, room in enumerate(ROOMS)}
-MAY_USE["sandbox"] = {"sandbox", "platform"}
-MAY_USE["host"].add("sandbox")
+# A room may use itself and what stands beside its name. The chain, from the cellar up: each room may use all below it.
+CHAIN = ["platform", "VelaApi", "presentation", "server", "analytics", "widget"]
+MAY_USE = {room: set(CHAIN[: index + 1]) for index, room in enumerate(CHAIN)}
+# Beside the chain, under the widget alone.
+MAY_USE["drawing"] = {"drawing", "platform"}
+MAY_USE["widget"].add("drawing")
+# The programs. Host and extension share the protocol and nothing else; a host sees no store, no server and no drawing.
+MAY_USE["host/protocol"] = {"host/protocol", "widget", "presentation", "platform"}
+MAY_USE["host/widget"] = {"host/widget", *MAY_USE["host/protocol"]}
+MAY_USE["host/extension"] = {"host/extension", *MAY_USE["host/protocol"]}
+MAY_USE["host/companion"] = {"host/companion", "server", "presentation", "platform"}
+# Of the drawing room the sandbox needs what writes pictures, and no more.
+MAY_USE["sandbox"] = {"sandbox", "platform", "drawing/Writers"}
 
-BETWEEN = set(ROOMS[1:-1])
+BETWEEN = set(CHAIN[1:])
 LIBRARY_HEADERS_BETWEEN = {"boost/json/value.hpp", "boost/asio/awaitable.hpp", "cxxabi.h"}
 
 INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 
 
+def room_of(path):
+    """The room that a file stands in; its folder where it stands in none."""
+    parts = pathlib.PurePath(path).parts
+    for depth in (2, 1):
+        room = "/".join(parts[:depth])
+        if room in MAY_USE:
+            return room
+    return parts[0]
+
+
+def is_allowed(room, included):
+    return any(included.startswith(f"{usable}/") for usable in MAY_USE[room])
+
+
 def problems(path):
-    room = path.parts[0]
+    room = room_of(path)
     for own, library in INCLUDE.findall(path.read_text()):
-        if own and own.split("/")[0] not in MAY_USE[room]:
-            yield f'{path} includes "{own}": {room} may not use {own.split("/")[0]}'
+        if own and not is_allowed(room, own):
+            yield f'{path} includes "{own}": {room} may not use {room_of(own)}'
         # A header of the standard library has no folder and no ending.
         if library and room in BETWEEN and re.search(r"[/.]", library) and library not in LIBRARY_HEADERS_BETWEEN:
             yield f"{path} includes <{library}>: only platform's own sources see libraries"
@@ -34,8 +57,10 @@ def problems(path):
 def main():
     listed = subprocess.run(["git", "ls-files", "*.cpp", "*.hpp"], check=True, capture_output=True, text=True)
     paths = [pathlib.Path(line) for line in listed.stdout.splitlines()]
-    checked = [path for path in paths if path.parts[0] in MAY_USE]
+    checked = [path for path in paths if room_of(path) in MAY_USE]
     found = [problem for path in checked for problem in problems(path)]
+    homeless = [str(path) for path in paths if path.parts[0] == "host" and room_of(path) == "host"]
+    found += [f"{path} stands in no room" for path in homeless]
     print(*found, sep="\n", end="\n" if found else "")
     print(f"{len(checked)} files, {len(found)} includes against the plan")
     return 1 if found or not checked else 0

@@ -1,4 +1,4 @@
-#include "host/CommandLine.hpp"
+#include "platform/CommandLine/CommandLine.hpp"
 
 #include <gmock/gmock.h>
 
@@ -28,9 +28,9 @@ TEST(NearestWord, IsTheOneThatASlipMakes) {
         {"", std::nullopt},
         {"timelinetimeline", std::nullopt},
     };
-    for (const auto& [word, nearest] : rows) EXPECT_EQ(nearestWord(word, words), nearest) << word;
-    EXPECT_EQ(nearestWord("word", {}), std::nullopt);
-    EXPECT_EQ(nearestWord("abcd", {"abcx", "abxd", "abc"}), "abcx") << "the first of the nearest";
+    for (const auto& [word, nearest] : rows) EXPECT_EQ(platform::nearestWord(word, words), nearest) << word;
+    EXPECT_EQ(platform::nearestWord("word", {}), std::nullopt);
+    EXPECT_EQ(platform::nearestWord("abcd", {"abcx", "abxd", "abc"}), "abcx") << "the first of the nearest";
 }
 
 class CommandLine : public Person {

@@ -1,4 +1,4 @@
-#include "host/EntryCoding.hpp"
+#include "host/protocol/EntryCoding.hpp"
 
 #include <gtest/gtest.h>
 

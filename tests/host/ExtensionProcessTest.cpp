@@ -1,4 +1,4 @@
-#include "host/ExtensionProcess.hpp"
+#include "host/widget/ExtensionProcess.hpp"
 
 #include <fcntl.h>
 #include <signal.h>

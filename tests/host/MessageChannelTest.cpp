@@ -1,4 +1,4 @@
-#include "host/MessageChannel.hpp"
+#include "host/protocol/MessageChannel.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

@@ -2,8 +2,8 @@
 
 #include <fstream>
 
-#include "host/DrawingCommand.hpp"
-#include "host/ExtensionAnswer.hpp"
+#include "host/widget/DrawingCommand.hpp"
+#include "host/widget/ExtensionAnswer.hpp"
 #include "tests/host/Misbehaviour.hpp"
 
 namespace host {

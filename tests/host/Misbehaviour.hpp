@@ -9,7 +9,7 @@
 #include <functional>
 #include <string>
 
-#include "host/OneShotHost.hpp"
+#include "host/widget/OneShotHost.hpp"
 #include "tests/support/Program.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"

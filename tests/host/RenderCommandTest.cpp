@@ -1,6 +1,6 @@
 #include <fstream>
 
-#include "host/DrawingCommand.hpp"
+#include "host/widget/DrawingCommand.hpp"
 #include "tests/host/Person.hpp"
 #include "tests/support/LoopbackServer.hpp"
 

@@ -1,4 +1,4 @@
-#include "host/TerminalText.hpp"
+#include "host/widget/TerminalText.hpp"
 
 #include <gtest/gtest.h>
 

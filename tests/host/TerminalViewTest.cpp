@@ -1,4 +1,4 @@
-#include "host/TerminalView.hpp"
+#include "host/widget/TerminalView.hpp"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

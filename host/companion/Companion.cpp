@@ -1,0 +1,323 @@
+#include "host/companion/Companion.hpp"
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Security/SecItem.hpp"
+#include "platform/UserDefaults/UserDefaults.hpp"
+#include "server/Keychain.hpp"
+#include "server/SharedDefaults.hpp"
+
+extern char** environ;
+
+namespace host {
+
+using server::Keychain;
+using server::SharedDefaultsKey;
+
+namespace {
+
+constexpr const char* accessTokenKey = "accessToken";
+constexpr const char* refreshTokenKey = "refreshToken";
+constexpr const char* sessionKey = "session";
+
+Keychain currentKeychain() {
+    return server::tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain; });
+}
+
+/// The widget takes a suite that it cannot read for an empty one; here the person must know.
+std::unique_ptr<platform::UserDefaults> sharedDefaults() {
+    try {
+        auto suite = platform::UserDefaults::suite(server::suiteName());
+        suite->requireReadable();
+        return suite;
+    } catch (const platform::UserDefaultsError& error) {
+        throw CompanionError(error.what());
+    }
+}
+
+std::string serverURL(std::unique_ptr<platform::UserDefaults> suite) {
+    return server::SharedDefaults(std::move(suite), server::baseURL(platform::processEnvironment()))
+        .serverURL();
+}
+
+[[noreturn]] void failWith(std::string what, const Keychain::KeychainError& error) {
+    what.append(": ").append(error.name());
+    if (!platform::SecItemFault().empty()) what.append("; ").append(platform::SecItemFault());
+    throw CompanionError(what);
+}
+
+/// Whether an item is stored, without reading it. Throws for a keychain that cannot tell.
+bool isStored(const Keychain& keychain, const char* key) {
+    const platform::SecAttributes query = {
+        {platform::kSecClass, std::string(platform::kSecClassGenericPassword)},
+        {platform::kSecAttrService,
+         keychain.id + "_" + std::string(Keychain::rawValue(keychain.accessibility))},
+        {platform::kSecAttrAccount, std::string(key)},
+    };
+    const auto error = Keychain::KeychainError::ofStatus(platform::SecItemCopyMatching(query, nullptr));
+    if (!error) return true;
+    if (error->value() == Keychain::KeychainError::itemNotFound) return false;
+    failWith("the keychain cannot be read", *error);
+}
+
+constexpr std::chrono::seconds patienceWithRenewals(70);
+constexpr std::chrono::milliseconds pauseBetweenAttempts(20);
+constexpr std::chrono::milliseconds waitWorthAWord(500);
+
+void throwUnlessSuccess(const char* what, platform::OSStatus status) {
+    if (const auto error = Keychain::KeychainError::ofStatus(status)) failWith(what, *error);
+}
+
+/// A renewal that is on its way would put its pair in the place of what is changed here, or a second
+/// companion its own. It is over when its server has answered, or has had a minute for it.
+std::unique_ptr<platform::SecItemLock> holdingOffRenewals(const Notice& notice) {
+    auto lock = platform::SecItemMakeLock(platform::SecItemHold::exclusive);
+    const auto start = std::chrono::steady_clock::now();
+    bool isNoticeDue = true;
+    auto status = lock->tryAcquire();
+    for (; status == platform::errSecInteractionNotAllowed; status = lock->tryAcquire()) {
+        const auto waited = std::chrono::steady_clock::now() - start;
+        if (waited >= patienceWithRenewals)
+            throw CompanionError(
+                "the tokens are still being renewed or replaced; nothing was changed, try again");
+        if (waited >= waitWorthAWord && std::exchange(isNoticeDue, false))
+            notice("waiting until the tokens that are being renewed or replaced are stored");
+        std::this_thread::sleep_for(pauseBetweenAttempts);
+    }
+    throwUnlessSuccess("the keychain cannot be held", status);
+    return lock;
+}
+
+/// The keychain layer reports a failed write as a line only; here the person must know.
+void storeToken(const Keychain& keychain, const std::string& token, const char* key) {
+    const platform::Data data = {token};
+    keychain.setData(data, key);
+    if (keychain.dataForKey(key) == data) return;
+    std::string what = "the keychain did not take the tokens";
+    if (!platform::SecItemFault().empty()) what.append(": ").append(platform::SecItemFault());
+    throw CompanionError(what);
+}
+
+void emptyKeychain(const Keychain& keychain) {
+    try {
+        keychain.deleteAll();
+    } catch (const Keychain::KeychainError& error) {
+        failWith("the keychain cannot be emptied", error);
+    }
+}
+
+template <typename Change>
+void changeDefaults(Change change) {
+    try {
+        change(*sharedDefaults());
+    } catch (const platform::UserDefaultsError& error) {
+        throw CompanionError(error.what());
+    }
+}
+
+std::string requiredToken(const boost::json::object& object, const char* key) {
+    const auto* value = object.if_contains(key);
+    if (!value || !value->is_string() || value->get_string().empty())
+        throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
+    return std::string(value->get_string());
+}
+
+std::string line(std::string_view name, std::string_view value) {
+    return std::string(name).append(": ").append(value).append("\n");
+}
+
+std::string storedLine(std::string_view name, bool isStored) {
+    return line(name, isStored ? "stored" : "none");
+}
+
+std::string keychainLines() {
+    const auto current = currentKeychain();
+    const auto legacy = server::legacyTokenKeychain();
+    const bool hasAccess = isStored(current, accessTokenKey);
+    const bool hasRefresh = isStored(current, refreshTokenKey);
+    const bool hasLegacyAccess = isStored(legacy, accessTokenKey);
+    const bool hasLegacyRefresh = isStored(legacy, refreshTokenKey);
+    const bool hasSession = isStored(current, sessionKey);
+    const bool isSignedIn = hasAccess || hasLegacyAccess || hasSession;
+    return line("signed in", isSignedIn ? "yes" : "no") + storedLine("access token", hasAccess) +
+           storedLine("refresh token", hasRefresh) + storedLine("legacy access token", hasLegacyAccess) +
+           storedLine("legacy refresh token", hasLegacyRefresh) + storedLine("session", hasSession);
+}
+
+/// An address for a screen. What is before its "@" may be a password; where the "@" stands elsewhere than the
+/// grammar has it, nobody can say what is, so nothing is shown.
+std::string withoutUserInformation(const std::string& address) {
+    const auto url = platform::URL::parse(address);
+    if (url && !url->host().empty()) {
+        const auto shown = url->withoutUserInformation().absoluteString();
+        const bool isPlain =
+            url->host().find("%40") == std::string::npos && shown.find('@') == std::string::npos;
+        if (isPlain) return shown;
+    } else if (address.find('@') == std::string::npos && address.find("%40") == std::string::npos) {
+        return address;
+    }
+    return "(not shown: it may hold a password)";
+}
+
+std::string defaultsLines() {
+    auto suite = sharedDefaults();
+    const auto userId = suite->stringForKey(SharedDefaultsKey::userId);
+    return line("user id", userId.value_or("none")) +
+           line("account server", withoutUserInformation(serverURL(std::move(suite))));
+}
+
+struct LinkRow {
+    std::string_view host;
+    std::string_view page;
+};
+
+// The hosts of the widget's links and the account server's pages.
+constexpr std::array linkTable = {
+    LinkRow{"delivery", "/delivery"},
+    LinkRow{"order", "/order"},
+    LinkRow{"home_orders", "/orders"},
+    LinkRow{"add_delivery", "/add_delivery"},
+};
+
+}  // namespace
+
+Credentials Credentials::fromJSON(std::string_view text) {
+    boost::json::value value;
+    try {
+        value = platform::JSONSerialization::JSONObjectWithData(text);
+    } catch (const platform::JSONError&) {
+        throw CompanionError("the input is not JSON");
+    }
+    if (!value.is_object()) throw CompanionError("the input must be a JSON object");
+    const auto& object = value.get_object();
+    Credentials credentials = {.accessToken = requiredToken(object, accessTokenKey),
+                               .refreshToken = requiredToken(object, refreshTokenKey)};
+    if (object.size() != 2) throw CompanionError("the input must hold the two tokens and nothing else");
+    return credentials;
+}
+
+void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId,
+            const Notice& notice) {
+    const auto lock = holdingOffRenewals(notice);
+    const auto transaction = platform::SecItemBeginTransaction();
+    const auto current = currentKeychain();
+    const auto legacy = server::legacyTokenKeychain();
+    const auto& target = location == TokenLocation::current ? current : legacy;
+    const auto& other = location == TokenLocation::current ? legacy : current;
+    storeToken(target, credentials.accessToken, accessTokenKey);
+    storeToken(target, credentials.refreshToken, refreshTokenKey);
+    emptyKeychain(other);
+    target.setData(std::nullopt, sessionKey);
+
+    // Two files cannot change at once. Between them there is no user id: never a pair with another person's.
+    const auto newId = userId ? std::optional(boost::json::value(*userId)) : std::nullopt;
+    std::optional<boost::json::value> formerId;
+    changeDefaults([&](platform::UserDefaults& defaults) {
+        formerId = defaults.objectForKey(SharedDefaultsKey::userId);
+        defaults.removeObject(SharedDefaultsKey::userId);
+    });
+    const auto status = transaction->commit();
+    const bool isSignedIn = status == platform::errSecSuccess;
+    const auto id = isSignedIn ? newId : formerId;
+    try {
+        if (id) writeDefaults(SharedDefaultsKey::userId, *id);
+    } catch (const CompanionError& error) {
+        if (isSignedIn)
+            throw CompanionError("signed in, but without the user id: " + std::string(error.what()));
+    }
+    throwUnlessSuccess("the keychain did not take the tokens", status);
+}
+
+void signOut(const Notice& notice) {
+    const auto lock = holdingOffRenewals(notice);
+    const auto transaction = platform::SecItemBeginTransaction();
+    emptyKeychain(currentKeychain());
+    emptyKeychain(server::legacyTokenKeychain());
+    throwUnlessSuccess("the keychain cannot be emptied", transaction->commit());
+    try {
+        deleteDefaults(SharedDefaultsKey::userId);
+    } catch (const CompanionError& error) {
+        throw CompanionError("signed out, but the user id is still stored: " + std::string(error.what()));
+    }
+}
+
+SignInStatus signInStatus() {
+    SignInStatus status;
+    for (const auto& lines : {keychainLines, defaultsLines}) {
+        try {
+            status.lines += lines();
+        } catch (const CompanionError& error) {
+            status.faults.emplace_back(error.what());
+        }
+    }
+    status.lines += line("keychain", platform::environmentVariable("VELA_KEYCHAIN").value_or("embedded"));
+    return status;
+}
+
+std::optional<std::string> defaultsText(std::string_view key) {
+    const auto value = sharedDefaults()->objectForKey(key);
+    if (!value) return std::nullopt;
+    if (value->is_string()) return std::string(value->get_string());
+    return platform::JSONSerialization::dataWithJSONObject(*value, platform::JSONKeyOrder::ascendingBytes);
+}
+
+void writeDefaults(std::string_view key, const boost::json::value& value) {
+    changeDefaults([&](platform::UserDefaults& defaults) { defaults.setObject(key, value); });
+}
+
+void deleteDefaults(std::string_view key) {
+    changeDefaults([&](platform::UserDefaults& defaults) { defaults.removeObject(key); });
+}
+
+std::optional<boost::json::value> integerValue(std::string_view text) {
+    std::int64_t value = 0;
+    const auto digits = text.starts_with('+') ? text.substr(1) : text;
+    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    if (parsed.ec != std::errc() || parsed.ptr != digits.data() + digits.size()) return std::nullopt;
+    return value;
+}
+
+platform::URL pageFor(const platform::URL& link) {
+    const auto scheme = link.scheme();
+    if (scheme == "http" || scheme == "https") return link.withoutUserInformation();
+    if (scheme != "velaapp") throw CompanionError("links of the scheme " + scheme + " are not opened");
+    for (const auto& row : linkTable) {
+        if (link.host() != row.host) continue;
+        // Path, query and fragment of the link go along as they are.
+        constexpr std::string_view start = "velaapp://";
+        const auto rest = std::string_view(link.absoluteString()).substr(start.size() + row.host.size());
+        const auto page =
+            platform::URL::parse(serverURL(sharedDefaults()) + std::string(row.page) + std::string(rest));
+        if (page) return page->withoutUserInformation();
+        break;
+    }
+    throw CompanionError("the link leads nowhere that is known");
+}
+
+void openPage(const platform::URL& page) {
+    std::string program = "xdg-open";
+    std::string argument = page.absoluteString();
+    std::array<char*, 3> arguments = {program.data(), argument.data(), nullptr};
+    pid_t process = 0;
+    if (const int error =
+            ::posix_spawnp(&process, program.c_str(), nullptr, nullptr, arguments.data(), environ))
+        throw CompanionError(std::string("xdg-open cannot be started: ") + std::strerror(error));
+    int status = 0;
+    ::waitpid(process, &status, 0);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        throw CompanionError("xdg-open could not open the page");
+}
+
+}  // namespace host

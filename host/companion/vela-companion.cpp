@@ -1,0 +1,218 @@
+// The companion's command line: signs in and out, and keeps the defaults that the widget reads.
+
+#include <unistd.h>
+
+#include <iostream>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/companion/Companion.hpp"
+#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/Log/Logger.hpp"
+#include "platform/Log/StandardError.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Streams/LastResort.hpp"
+#include "platform/Streams/Streams.hpp"
+
+namespace {
+
+constexpr std::size_t maximumInput = 256 << 10;
+
+/// The keychain layer prints its failures on standard output; a person's results are to stand there alone. So
+/// the process's standard output becomes standard error, and results go to what it was.
+class ResultStream {
+  public:
+    ResultStream() : descriptor_(::dup(STDOUT_FILENO)) { ::dup2(STDERR_FILENO, STDOUT_FILENO); }
+    void write(std::string_view text) const {
+        if (!platform::writeAll(descriptor_, text))
+            throw host::CompanionError("cannot write to standard output");
+    }
+
+  private:
+    int descriptor_;
+};
+
+const ResultStream& results() {
+    static const ResultStream stream;
+    return stream;
+}
+
+std::string standardInput() {
+    auto text = platform::readAll(std::cin, maximumInput);
+    if (!text) throw host::CompanionError("the input is too long");
+    return *std::move(text);
+}
+
+void say(std::string_view text) {
+    platform::writeLineToStandardError(std::string("vela-companion: ").append(text));
+}
+
+/// What a person is told on standard error. Log lines go there too, for who asks here does not look into the
+/// journal, unless a fault that is told says the same.
+class Complaints : public platform::LogSink {
+  public:
+    ~Complaints() override {
+        for (const auto& line : lines_) say(line);
+    }
+
+    void write(platform::LogLevel, std::string_view, std::string_view, std::string_view message) override {
+        lines_.emplace_back(message);
+    }
+
+    void fault(std::string_view text) {
+        std::erase_if(lines_, [&](const auto& line) { return text.find(line) != std::string_view::npos; });
+        lines_.emplace_back(text);
+        hasFault_ = true;
+    }
+    /// For an answer that rests on what was read: where a line tells that it could not be, it is none.
+    void takeLinesForFaults() { hasFault_ = hasFault_ || !lines_.empty(); }
+    bool hasFault() const { return hasFault_; }
+
+  private:
+    std::vector<std::string> lines_;
+    bool hasFault_ = false;
+    Override inForce_{*this};
+};
+
+/// For an action that tells its faults and goes on.
+template <typename Action>
+void runTelling(Action action) {
+    Complaints complaints;
+    try {
+        results();
+        action(complaints);
+    } catch (const std::exception& error) {
+        complaints.fault(error.what());
+    }
+    if (complaints.hasFault()) throw platform::ExitStatus(1);
+}
+
+template <typename Action>
+void run(Action action) {
+    runTelling([&](Complaints&) { action(); });
+}
+
+struct Options {
+    bool legacy = false;
+    bool integer = false;
+    bool printOnly = false;
+    std::optional<std::string> userId;
+    std::string key;
+    std::string value;
+    std::string link;
+};
+
+void addSignIn(CLI::App& app, Options& options) {
+    auto* command = app.add_subcommand("sign-in", "Store the token pair that standard input holds");
+    command->add_flag("--legacy", options.legacy, "Store it where older versions kept it");
+    command->add_option("--user-id", options.userId, "The signed-in person's id");
+    command->footer(
+        "Standard input: {\"accessToken\": \"...\", \"refreshToken\": \"...\"}\n\n"
+        "Example:\n  vela-sandbox --print-credentials | vela-companion sign-in --user-id 12345");
+    command->callback([&options] {
+        run([&options] {
+            const auto location = options.legacy ? host::TokenLocation::legacy : host::TokenLocation::current;
+            host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId, say);
+        });
+    });
+}
+
+void addSignOut(CLI::App& app) {
+    auto* command = app.add_subcommand("sign-out", "Remove tokens, session and user id");
+    command->footer("Example:\n  vela-companion sign-out");
+    command->callback([] { run([] { host::signOut(say); }); });
+}
+
+void addStatus(CLI::App& app) {
+    auto* command = app.add_subcommand("status", "Say what is stored; never prints a token");
+    command->footer("Example:\n  vela-companion status");
+    command->callback([] {
+        runTelling([](Complaints& complaints) {
+            const auto status = host::signInStatus();
+            results().write(status.lines);
+            for (const auto& fault : status.faults) complaints.fault(fault);
+            complaints.takeLinesForFaults();
+        });
+    });
+}
+
+void addDefaults(CLI::App& app, Options& options) {
+    auto* defaults = app.add_subcommand("defaults", "Read and write the shared defaults");
+    defaults->require_subcommand(1);
+    defaults->footer("Example:\n  vela-companion defaults write PONTAL_URL http://127.0.0.1:8080");
+
+    auto* read = defaults->add_subcommand("read", "Print a value; exits 1 when there is none");
+    read->add_option("KEY", options.key, "The value's key")->required();
+    read->footer("Example:\n  vela-companion defaults read PONTAL_URL");
+    read->callback([&options] {
+        run([&] {
+            const auto text = host::defaultsText(options.key);
+            if (!text) throw host::CompanionError("there is no value under " + options.key);
+            results().write(*text + "\n");
+        });
+    });
+
+    auto* write = defaults->add_subcommand("write", "Store a value");
+    write->add_option("KEY", options.key, "The value's key")->required();
+    write->add_option("VALUE", options.value, "The value; one that begins with a dash follows --")
+        ->required();
+    write->add_flag("--integer", options.integer, "Store a number, not a text");
+    write->footer(
+        "Example:\n  vela-companion defaults write userId 12345\n"
+        "  vela-companion defaults write --integer count -- -7");
+    write->callback([&options] {
+        const auto value =
+            options.integer ? host::integerValue(options.value) : boost::json::value(options.value);
+        if (!value) throw CLI::ValidationError("VALUE", "is not a 64-bit integer");
+        run([&] { host::writeDefaults(options.key, *value); });
+    });
+
+    auto* remove = defaults->add_subcommand("delete", "Remove a value");
+    remove->add_option("KEY", options.key, "The value's key")->required();
+    remove->footer("Example:\n  vela-companion defaults delete PONTAL_URL");
+    remove->callback([&options] { run([&options] { host::deleteDefaults(options.key); }); });
+}
+
+void addOpen(CLI::App& app, Options& options) {
+    auto* command = app.add_subcommand("open", "Open a link of the widget's in the browser");
+    command->add_option("URL", options.link, "The link")->required();
+    command->add_flag("--print", options.printOnly, "Print the page's address instead of opening it");
+    command->footer("Example:\n  vela-companion open velaapp://order/1234");
+    command->callback([&options] {
+        run([&] {
+            const auto link = platform::URL::parse(options.link);
+            if (!link) throw host::CompanionError("this is no URL");
+            const auto page = host::pageFor(*link);
+            if (options.printOnly)
+                results().write(page.absoluteString() + "\n");
+            else
+                host::openPage(page);
+        });
+    });
+}
+
+int runProgram(int count, const char* const* arguments) {
+    CLI::App app("The companion's part for the widget: signing in and out, and its settings.",
+                 "vela-companion");
+    app.set_version_flag("--version", VELA_VERSION);
+    app.require_subcommand(1);
+    app.footer("Example:\n  vela-sandbox --print-credentials | vela-companion sign-in");
+
+    Options options;
+    addSignIn(app, options);
+    addSignOut(app);
+    addStatus(app);
+    addDefaults(app, options);
+    addOpen(app, options);
+    return platform::runCommandLine(app, count, arguments, "sign-in");
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    platform::forbidCoreFiles();
+    return platform::statusOf("vela-companion", [&] { return runProgram(count, arguments); });
+}

@@ -1,0 +1,252 @@
+#include "host/widget/DrawingCommand.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/asio/this_coro.hpp>
+#include <charconv>
+#include <cmath>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <system_error>
+
+#include "host/protocol/EntryCoding.hpp"
+#include "host/widget/ExtensionAnswer.hpp"
+#include "host/widget/OneShotHost.hpp"
+#include "host/widget/TerminalText.hpp"
+#include "platform/Asio/Coroutines.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/Streams/Streams.hpp"
+
+namespace host {
+
+namespace asio = boost::asio;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr std::size_t maximumEntrySize = std::size_t{4} << 20;
+
+std::string wholeInput(std::istream& stream, const std::string& name) {
+    auto text = platform::readAll(stream, maximumEntrySize);
+    if (!text) throw EntryCodingError(name + " is too long for an entry");
+    return *std::move(text);
+}
+
+boost::json::object savedEntry(const std::string& source) {
+    std::string text;
+    if (source == "-") {
+        text = wholeInput(std::cin, "standard input");
+    } else {
+        std::ifstream stream(source, std::ios::binary);
+        if (!stream) throw std::system_error(errno, std::generic_category(), "cannot read " + source);
+        text = wholeInput(stream, source);
+    }
+    return entryObject(entryFromValue(platform::JSONSerialization::JSONObjectWithData(text)));
+}
+
+/// Draws with one extension after another: one that hangs over a picture is replaced, and one that ends while
+/// it draws is, once.
+class Drawer {
+  public:
+    explicit Drawer(const DrawingCommand& command) : command_(command) {}
+
+    asio::awaitable<void> drawAll() {
+        // Read before anything is started, as a person may still be typing it.
+        std::optional<boost::json::object> entry;
+        if (!command_.entry.empty() && command_.entry != "placeholder") entry = savedEntry(command_.entry);
+        co_await startExtension();
+        const auto families = co_await chosenFamilies();
+        if (!entry) entry = co_await freshEntry(families.front());
+        for (const auto family : families)
+            for (const auto colorScheme : command_.colorSchemes) {
+                const auto bytes = co_await drawn(request(*entry, family, colorScheme));
+                command_.deliver(path(family, colorScheme), deliverable(bytes));
+            }
+    }
+
+    asio::awaitable<void> end() {
+        if (extension_) co_await extension_->end();
+    }
+
+    void leave() const {
+        if (extension_) extension_->leave();
+    }
+
+  private:
+    asio::awaitable<void> startExtension() {
+        extension_ = ExtensionProcess::start(co_await asio::this_coro::executor, command_.extension,
+                                             printExtensionLine);
+    }
+
+    asio::awaitable<void> replaceExtension() {
+        co_await extension_->end();
+        co_await startExtension();
+    }
+
+    asio::awaitable<std::vector<platform::WidgetFamily>> chosenFamilies() {
+        if (!command_.families.empty()) co_return command_.families;
+        const ExtensionRequest ask = {.kind = ExtensionRequest::Kind::declaration};
+        const auto reply = co_await extension_->ask(ask);
+        std::vector<platform::WidgetFamily> offered;
+        for (const auto& name : declarationIn(reply).supportedFamilies)
+            if (const auto family = platform::widgetFamily(name)) offered.push_back(*family);
+        if (offered.empty()) throw ExtensionError("the extension offers no family to draw");
+        co_return offered;
+    }
+
+    asio::awaitable<boost::json::object> freshEntry(platform::WidgetFamily family) {
+        const bool isPlaceholder = command_.entry == "placeholder";
+        const ExtensionRequest ask = {
+            .kind = isPlaceholder ? ExtensionRequest::Kind::placeholder : ExtensionRequest::Kind::snapshot,
+            .family = family};
+        const auto reply = co_await extension_->ask(ask);
+        co_return entryObject(entryIn(reply));
+    }
+
+    ExtensionRequest request(const boost::json::object& entry, platform::WidgetFamily family,
+                             platform::ColorScheme colorScheme) const {
+        DrawingRequest drawing = {.entry = entry};
+        drawing.colorScheme = colorScheme;
+        drawing.size = command_.size;
+        drawing.scale = command_.scale;
+        drawing.format = command_.format;
+        drawing.tint = command_.tint;
+        return {.kind = ExtensionRequest::Kind::render, .family = family, .drawing = std::move(drawing)};
+    }
+
+    asio::awaitable<std::string> drawn(ExtensionRequest drawing) {
+        const auto end = steady_clock::now() + command_.answerLimit();
+        while (true) {
+            drawing.drawing->pictures = pictures_;
+            try {
+                const auto rest =
+                    std::max(std::chrono::ceil<milliseconds>(end - steady_clock::now()), milliseconds(0));
+                const bool waitsForPictures = pictures_ == PictureReading::allowed;
+                auto reply = co_await extension_->ask(
+                    drawing, waitsForPictures ? std::min(rest, command_.pictureBudget) : rest);
+                co_return drawingIn(std::move(reply), command_.format);
+            } catch (const ExtensionTimeout&) {
+                if (pictures_ == PictureReading::placeholdersOnly) throw;
+                // Some picture never comes. A new extension draws without any, now and for the rest of this
+                // command.
+                platform::printError("vela-widget", "the pictures took too long; drawing without them");
+                pictures_ = PictureReading::placeholdersOnly;
+            } catch (const ExtensionEnded& ended) {
+                if (std::exchange(hasStartedAgain_, true)) throw;
+                platform::printError("vela-widget", std::string(ended.what()) + "; starting it again");
+            }
+            co_await replaceExtension();
+        }
+    }
+
+    /// Names in a drawing come from a server; in a terminal nothing of them is to be obeyed.
+    std::string deliverable(const std::string& bytes) const {
+        switch (command_.format) {
+            case DrawingFormat::png: return bytes;
+            case DrawingFormat::svg: return terminalSafeXML(bytes);
+            case DrawingFormat::tree: return terminalSafeJSON(bytes);
+        }
+        return bytes;
+    }
+
+    std::filesystem::path path(platform::WidgetFamily family, platform::ColorScheme colorScheme) const {
+        if (command_.outputKind == DrawingCommand::OutputKind::file) return command_.output;
+        return command_.output / (std::string(platform::description(family)) + "-" +
+                                  std::string(name(colorScheme)) + "." + std::string(name(command_.format)));
+    }
+
+    const DrawingCommand& command_;
+    std::shared_ptr<ExtensionProcess> extension_;
+    PictureReading pictures_ = PictureReading::allowed;
+    bool hasStartedAgain_ = false;
+};
+
+asio::awaitable<int> drawOrReport(const DrawingCommand& command) {
+    Drawer drawer(command);
+    int status = 1;
+    bool isHanging = false;
+    try {
+        co_await drawer.drawAll();
+        status = 0;
+    } catch (const ExtensionTimeout& failure) {
+        platform::printFailure("vela-widget", failure);
+        isHanging = true;
+    } catch (const std::exception& failure) {
+        platform::printFailure("vela-widget", failure);
+    }
+    if (isHanging)
+        drawer.leave();
+    else
+        co_await drawer.end();
+    co_return status;
+}
+
+}  // namespace
+
+void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
+    if (path == "-") return writeToStandardOutput(bytes);
+    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
+        std::ofstream stream(path, std::ios::binary);
+        if (stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) return;
+        throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
+    }
+    auto temporary = path;
+    temporary += "." + std::to_string(::getpid()) + ".tmp";
+    try {
+        std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
+        if (!stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
+            throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
+        std::filesystem::rename(temporary, path);
+    } catch (const std::exception&) {
+        std::error_code ignored;
+        std::filesystem::remove(temporary, ignored);
+        throw;
+    }
+}
+
+int DrawingCommand::run() const {
+    if (size && !DrawingRequest::isWithinBounds(*size, scale)) {
+        platform::printError("vela-widget", "that size at that scale is more than 16 million pixels");
+        return 2;
+    }
+    if (outputKind == OutputKind::folder) {
+        std::error_code error;
+        std::filesystem::create_directories(output, error);
+        if (error) {
+            platform::printError("vela-widget",
+                                 "cannot make the folder " + output.string() + ": " + error.message());
+            return 1;
+        }
+    }
+    if (format == DrawingFormat::png && output == "-" && ::isatty(STDOUT_FILENO) != 0) {
+        platform::printError("vela-widget", "a terminal cannot show a PNG file; try show --image, or a file");
+        return 2;
+    }
+    try {
+        return platform::runToEnd(drawOrReport(*this));
+    } catch (const std::exception& failure) {
+        platform::printFailure("vela-widget", failure);
+        return 1;
+    }
+}
+
+milliseconds DrawingCommand::answerLimit() const {
+    // Whoever waits for pictures for longer than for anything else still gets a drawing without them.
+    return std::max(extension.answerLimit, pictureBudget + extension.answerLimit / 5);
+}
+
+std::optional<platform::Size> sizeFromText(const std::string& text) {
+    platform::Size size;
+    const auto* end = text.data() + text.size();
+    const auto width = std::from_chars(text.data(), end, size.width);
+    if (width.ec != std::errc() || width.ptr == end || *width.ptr != 'x') return std::nullopt;
+    const auto height = std::from_chars(width.ptr + 1, end, size.height);
+    if (height.ec != std::errc() || height.ptr != end) return std::nullopt;
+    if (!DrawingRequest::isWithinBounds(size, 1)) return std::nullopt;
+    return size;
+}
+
+}  // namespace host

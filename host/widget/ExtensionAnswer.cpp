@@ -1,0 +1,49 @@
+#include "host/widget/ExtensionAnswer.hpp"
+
+namespace host {
+
+namespace {
+
+template <typename Read>
+auto readMember(const Message& answer, std::string_view name, Read read) {
+    const auto* value = answer.body.if_contains(name);
+    if (!value) throw ExtensionError("the extension's answer has no " + std::string(name));
+    try {
+        return read(*value);
+    } catch (const EntryCodingError& error) {
+        throw ExtensionError(std::string("the extension's answer cannot be used: ") + error.what());
+    }
+}
+
+std::string_view beginning(DrawingFormat format) {
+    switch (format) {
+        case DrawingFormat::png: return "\x89PNG\r\n\x1a\n";
+        case DrawingFormat::svg: return "<";
+        case DrawingFormat::tree: return "{";
+    }
+    return "";
+}
+
+}  // namespace
+
+Declaration declarationIn(const Message& answer) {
+    return readMember(answer, "declaration", declarationFromValue);
+}
+
+widget::SimpleEntry entryIn(const Message& answer) {
+    return readMember(answer, "entry", entryFromValue);
+}
+
+platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer) {
+    auto timeline = readMember(answer, "timeline", timelineFromValue);
+    if (timeline.entries.empty()) throw ExtensionError("the extension's timeline has no entry");
+    return timeline;
+}
+
+std::string drawingIn(Message answer, DrawingFormat format) {
+    if (!answer.attachment.starts_with(beginning(format)))
+        throw ExtensionError("the extension sent no drawing of the format asked for");
+    return std::move(answer.attachment);
+}
+
+}  // namespace host

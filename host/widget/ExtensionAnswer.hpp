@@ -1,0 +1,20 @@
+#pragma once
+
+// What the extension answered, checked by shape before anything is made of it. Each function throws
+// ExtensionError for an answer that is none to its question. Pure functions, safe from any thread.
+
+#include <string>
+
+#include "host/protocol/EntryCoding.hpp"
+#include "host/widget/ExtensionProcess.hpp"
+
+namespace host {
+
+Declaration declarationIn(const Message& answer);
+widget::SimpleEntry entryIn(const Message& answer);
+/// Of one entry at least.
+platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer);
+/// The bytes of a drawing, which begin as that format does.
+std::string drawingIn(Message answer, DrawingFormat format);
+
+}  // namespace host

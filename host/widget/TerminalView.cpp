@@ -1,0 +1,162 @@
+#include "host/widget/TerminalView.hpp"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+#include "host/widget/TerminalText.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+
+namespace host {
+
+using presentation::Package;
+
+namespace {
+
+constexpr std::size_t margin = 2;
+constexpr std::size_t minimumColumns = 10;
+constexpr std::size_t longestBar = 48;
+
+/// Select Graphic Rendition parameters (ECMA-48) for each role, in sixteen colours and in full colour.
+struct Role {
+    std::string_view sixteen;
+    std::string_view trueColor;
+};
+constexpr Role title = {"1", "1"};
+constexpr Role quiet = {"2", "2"};
+constexpr Role bar = {"34", "38;2;91;91;214"};
+constexpr Role barTrack = {"90", "38;2;128;128;136"};
+
+std::string styled(std::string_view text, const Role& role, const TerminalStyle& style) {
+    if (style.color == TerminalColor::none || text.empty()) return std::string(text);
+    const auto parameters = style.color == TerminalColor::trueColor ? role.trueColor : role.sixteen;
+    return "\x1b[" + std::string(parameters) + "m" + std::string(text) + "\x1b[0m";
+}
+
+std::string linked(const std::string& text, const platform::URL& url, const TerminalStyle& style) {
+    if (style.links == TerminalLinks::written) return text;
+    return "\x1b]8;;" + url.absoluteString() + "\x1b\\" + text + "\x1b]8;;\x1b\\";
+}
+
+std::string repeated(std::string_view text, std::size_t count) {
+    std::string result;
+    for (std::size_t index = 0; index < count; ++index) result.append(text);
+    return result;
+}
+
+class Page {
+  public:
+    explicit Page(const TerminalStyle& style) : style_(style) {}
+
+    void line(std::string_view text, const Role* role = nullptr, const platform::URL* link = nullptr) {
+        auto content = fittedToColumns(terminalSafe(text), textColumns());
+        if (role) content = styled(content, *role, style_);
+        if (link) content = linked(content, *link, style_);
+        rawLine(content);
+    }
+
+    void writtenLink(const platform::URL& url) {
+        // A link that is cut leads nowhere, so this line may be longer than the rest.
+        if (style_.links == TerminalLinks::written)
+            rawLine(styled(terminalSafe(url.absoluteString()), quiet, style_));
+    }
+
+    void rawLine(const std::string& content) { text_.append(margin, ' ').append(content).append("\n"); }
+    void blankLine() { text_.append("\n"); }
+
+    std::size_t textColumns() const { return std::max(style_.columns, minimumColumns) - 2 * margin; }
+    std::string text() && { return std::move(text_); }
+
+  private:
+    const TerminalStyle& style_;
+    std::string text_;
+};
+
+struct StateWriter {
+    Page& page;
+    const TerminalStyle& style;
+
+    void operator()(const widget::LoggedIn& state) const {
+        for (const auto& package : state.packages) {
+            write(*package);
+            if (package != state.packages.back()) page.blankLine();
+        }
+    }
+    void operator()(const widget::NotLoggedIn&) const {
+        page.line("Track your orders in a glance.", &title);
+        page.line("Sign in to Vela", &quiet);
+    }
+    void operator()(const widget::NoPackages&) const {
+        static const auto addOrder = platform::URL::parse("velaapp://add_delivery");
+        page.line("You have no new orders to track", &title);
+        page.line("Add order to track", &quiet, &*addOrder);
+        page.writtenLink(*addOrder);
+    }
+
+    void write(const Package& package) const {
+        const auto link = package.deepLinkingUrl();
+        const auto status = package.statusText();
+        page.line(package.shopName(), &title, &link);
+        page.line(status.primary);
+        if (status.secondary) page.line(*status.secondary, &quiet);
+        page.rawLine(blockProgressBar(package.progress(), std::min(page.textColumns(), longestBar), style));
+        page.writtenLink(link);
+    }
+};
+
+std::size_t terminalWidth(int descriptor) {
+    winsize size = {};
+    if (::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+    if (const auto columns = platform::environmentVariable("COLUMNS")) {
+        std::size_t value = 0;
+        const auto parsed = std::from_chars(columns->data(), columns->data() + columns->size(), value);
+        if (parsed.ec == std::errc() && value > 0 && value < 10'000) return value;
+    }
+    return TerminalStyle().columns;
+}
+
+TerminalColor colorFromEnvironment() {
+    // https://no-color.org: set and not empty.
+    if (const auto noColor = platform::environmentVariable("NO_COLOR"); noColor && !noColor->empty())
+        return TerminalColor::none;
+    const auto depth = platform::environmentVariable("COLORTERM").value_or("");
+    return depth == "truecolor" || depth == "24bit" ? TerminalColor::trueColor : TerminalColor::sixteen;
+}
+
+}  // namespace
+
+bool isCapableTerminal(int descriptor) {
+    const auto kind = platform::environmentVariable("TERM").value_or("dumb");
+    return ::isatty(descriptor) != 0 && kind != "dumb" && !kind.empty();
+}
+
+TerminalStyle TerminalStyle::ofDescriptor(int descriptor) {
+    TerminalStyle style = {.columns = terminalWidth(descriptor)};
+    if (!isCapableTerminal(descriptor)) return style;
+    style.color = colorFromEnvironment();
+    style.links = TerminalLinks::hyperlinks;
+    return style;
+}
+
+std::string blockProgressBar(float fraction, std::size_t cells, const TerminalStyle& style) {
+    constexpr std::array<std::string_view, 8> eighths = {"", "▏", "▎", "▍", "▌", "▋", "▊", "▉"};
+    const double bounded = std::isfinite(fraction) ? std::clamp<double>(fraction, 0, 1) : 0;
+    const auto filled = static_cast<std::size_t>(std::lround(bounded * static_cast<double>(cells) * 8));
+    const auto whole = filled / 8;
+    const auto part = eighths[filled % 8];
+    const auto rest = cells - whole - (part.empty() ? 0 : 1);
+    return styled(repeated("█", whole) + std::string(part), bar, style) +
+           styled(repeated("░", rest), barTrack, style);
+}
+
+std::string terminalView(const widget::SimpleEntry& entry, const TerminalStyle& style) {
+    Page page(style);
+    std::visit(StateWriter{page, style}, entry.widgetState);
+    return std::move(page).text();
+}
+
+}  // namespace host

@@ -1,0 +1,241 @@
+// The widget host's command line.
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cmath>
+#include <exception>
+#include <iostream>
+#include <map>
+#include <system_error>
+
+#include "host/protocol/EntryCoding.hpp"
+#include "host/widget/DrawingCommand.hpp"
+#include "host/widget/ExtensionAnswer.hpp"
+#include "host/widget/OneShotHost.hpp"
+#include "host/widget/TerminalImage.hpp"
+#include "host/widget/TerminalText.hpp"
+#include "host/widget/TerminalView.hpp"
+#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/Streams/LastResort.hpp"
+#include "platform/Streams/Streams.hpp"
+
+namespace {
+
+using host::ExtensionRequest;
+using host::Message;
+
+/// Prints as a line of JSON with sorted keys.
+void print(const boost::json::object& object) {
+    const auto text =
+        platform::JSONSerialization::dataWithJSONObject(object, platform::JSONKeyOrder::ascendingBytes);
+    host::writeToStandardOutput(host::terminalSafeJSON(text) + "\n");
+}
+
+void printDeclaration(const Message& message) {
+    print(host::declarationObject(host::declarationIn(message)));
+}
+
+void printEntry(const Message& message) {
+    print(host::entryObject(host::entryIn(message)));
+}
+
+void printTimeline(const Message& message) {
+    print(host::timelineObject(host::timelineIn(message)));
+}
+
+void showEntry(const Message& message) {
+    const auto timeline = host::timelineIn(message);
+    host::writeToStandardOutput(
+        host::terminalView(timeline.entries.front(), host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
+}
+
+[[noreturn]] void run(const host::OneShotRequest& request) {
+    throw platform::ExitStatus(host::runOnce(request));
+}
+
+struct Options {
+    std::string family = "systemMedium";
+
+    ExtensionRequest request(ExtensionRequest::Kind kind) const {
+        return {.kind = kind, .family = *platform::widgetFamily(family)};
+    }
+};
+
+void addEntryCommand(CLI::App& app, Options& options, const char* name, const char* description,
+                     ExtensionRequest::Kind kind, void (*present)(const Message&)) {
+    auto* command = app.add_subcommand(name, description);
+    command->add_option("--family", options.family, "The family the entry is for")
+        ->check(CLI::IsMember(platform::familyNames()))
+        ->capture_default_str();
+    command->footer(std::string("Example:\n  vela-widget ") + name + " --family systemSmall");
+    command->callback(
+        [&options, kind, present] { run({.request = options.request(kind), .present = present}); });
+}
+
+void addDeclarationCommand(CLI::App& app, const Options& options) {
+    auto* command = app.add_subcommand("declaration", "Print what the widget declares to a host, as JSON");
+    command->footer("Example:\n  vela-widget declaration");
+    command->callback([&options] {
+        run({.request = options.request(ExtensionRequest::Kind::declaration), .present = printDeclaration});
+    });
+}
+
+struct ShowOptions {
+    bool image = false;
+    std::string scheme = "dark";
+};
+
+/// Draws into a picture in memory and shows it.
+int showImage(const Options& options, const ShowOptions& show) {
+    host::DrawingCommand command;
+    command.families = {*platform::widgetFamily(options.family)};
+    command.colorSchemes = {show.scheme == "dark" ? platform::ColorScheme::dark
+                                                  : platform::ColorScheme::light};
+    command.scale = 2;
+    command.deliver = [](const std::filesystem::path&, const std::string& png) {
+        host::writeToStandardOutput(
+            host::terminalImage(png, host::TerminalGeometry::ofDescriptor(STDOUT_FILENO)));
+    };
+    return command.run();
+}
+
+void addShowCommand(CLI::App& app, Options& options, ShowOptions& show) {
+    auto* command = app.add_subcommand("show", "Show the latest packages in the terminal");
+    auto* image = command->add_flag(
+        "--image", show.image, "Show the widget itself: by sixels, kitty's or iTerm2's protocol, or symbols");
+    command->add_option("--family", options.family, "With --image: the family to draw")
+        ->check(CLI::IsMember(platform::familyNames()))
+        ->needs(image)
+        ->capture_default_str();
+    command->add_option("--scheme", show.scheme, "With --image: light or dark")
+        ->check(CLI::IsMember({"light", "dark"}))
+        ->needs(image)
+        ->capture_default_str();
+    command->footer("Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge");
+    command->callback([&options, &show] {
+        if (show.image) throw platform::ExitStatus(showImage(options, show));
+        run({.request = options.request(ExtensionRequest::Kind::timeline),
+             .present = showEntry,
+             .caption = "Looking for your packages"});
+    });
+}
+
+struct RenderOptions {
+    std::string family = "systemMedium";
+    std::string scheme = "light";
+    double scale = 3;
+    std::string size;
+    std::string entry;
+    std::string format = "png";
+    std::string tint;
+    std::string output;
+    double pictureBudget = 20;
+};
+
+const std::map<std::string, host::DrawingFormat> drawingFormats = {{"png", host::DrawingFormat::png},
+                                                                   {"svg", host::DrawingFormat::svg},
+                                                                   {"tree", host::DrawingFormat::tree}};
+
+std::string checkedSize(const std::string& text) {
+    return host::sizeFromText(text) ? "" : "a size is WIDTHxHEIGHT in points, as in 338x158";
+}
+
+std::string checkedTint(const std::string& text) {
+    const bool isTint = text.size() == 7 && text[0] == '#' &&
+                        text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
+    return isTint ? "" : "a tint is #RRGGBB";
+}
+
+host::DrawingCommand drawingCommand(const RenderOptions& options) {
+    using platform::ColorScheme;
+    host::DrawingCommand command;
+    if (options.family != "all") command.families = {*platform::widgetFamily(options.family)};
+    if (options.scheme != "dark") command.colorSchemes.push_back(ColorScheme::light);
+    if (options.scheme != "light") command.colorSchemes.push_back(ColorScheme::dark);
+    const bool hasSeveral = options.family == "all" || options.scheme == "all";
+    using OutputKind = host::DrawingCommand::OutputKind;
+    command.outputKind = hasSeveral ? OutputKind::folder : OutputKind::file;
+    command.entry = options.entry;
+    if (!options.size.empty()) command.size = host::sizeFromText(options.size);
+    command.scale = options.scale;
+    command.format = drawingFormats.at(options.format);
+    if (!options.tint.empty()) command.tint = options.tint;
+    command.pictureBudget = std::chrono::milliseconds(std::lround(options.pictureBudget * 1000));
+    command.output = options.output;
+    return command;
+}
+
+void addRenderCommand(CLI::App& app, RenderOptions& options) {
+    auto* command = app.add_subcommand("render", "Draw an entry as a picture");
+    auto families = platform::familyNames();
+    families.emplace_back("all");
+    command->add_option("--family", options.family, "The family to draw, or all that the widget offers")
+        ->check(CLI::IsMember(families))
+        ->capture_default_str();
+    command->add_option("--scheme", options.scheme, "light, dark or all")
+        ->check(CLI::IsMember({"light", "dark", "all"}))
+        ->capture_default_str();
+    command->add_option("--scale", options.scale, "Pixels to a point, 1 to 4")
+        ->check(CLI::Range(1.0, 4.0))
+        ->capture_default_str();
+    command->add_option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
+        ->check(CLI::Validator(checkedSize, "WIDTHxHEIGHT"));
+    command->add_option("--entry", options.entry,
+                        "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
+                        "a fresh snapshot where it is not given");
+    command->add_option("--format", options.format, "png, svg, or tree: what is displayed, as JSON")
+        ->check(CLI::IsMember({"png", "svg", "tree"}))
+        ->capture_default_str();
+    command
+        ->add_option("--tint", options.tint, "The lock screen's colour for the accessory families, #RRGGBB")
+        ->check(CLI::Validator(checkedTint, "#RRGGBB"));
+    command
+        ->add_option("--picture-budget", options.pictureBudget,
+                     "Seconds to wait for pictures before drawing without them")
+        ->check(CLI::Range(0.1, 600.0))
+        ->capture_default_str();
+    command
+        ->add_option("--output", options.output,
+                     "The file to write, - for standard output; a folder where several are drawn")
+        ->required();
+    command->footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
+    command->callback([&options] { throw platform::ExitStatus(drawingCommand(options).run()); });
+}
+
+int runProgram(int count, const char* const* arguments) {
+    CLI::App app("Your latest parcels and orders, on every surface you look at.", "vela-widget");
+    app.set_version_flag("--version", VELA_VERSION);
+    app.require_subcommand(1);
+    app.footer("Example:\n  vela-widget show");
+
+    Options options;
+    addEntryCommand(app, options, "placeholder", "Print the entry shown while nothing is known, as JSON",
+                    ExtensionRequest::Kind::placeholder, printEntry);
+    addEntryCommand(app, options, "snapshot", "Fetch the packages and print an entry, as JSON",
+                    ExtensionRequest::Kind::snapshot, printEntry);
+    addEntryCommand(app, options, "timeline", "Fetch the packages and print a timeline, as JSON",
+                    ExtensionRequest::Kind::timeline, printTimeline);
+    addDeclarationCommand(app, options);
+    ShowOptions showOptions;
+    addShowCommand(app, options, showOptions);
+    RenderOptions renderOptions;
+    addRenderCommand(app, renderOptions);
+    const int status = platform::runCommandLine(app, count, arguments);
+    // What CLI11 prints, help and version, goes through the stream.
+    if (!std::cout.flush())
+        throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
+    return status;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    platform::holdStandardStreams();
+    // A parent that waits for no child of its own bequeaths that.
+    ::signal(SIGCHLD, SIG_DFL);
+    return platform::statusOf("vela-widget", [&] { return runProgram(count, arguments); });
+}

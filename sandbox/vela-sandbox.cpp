@@ -1,0 +1,268 @@
+// The sandbox's command line: serves sample people, and shows what came in.
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+#include "platform/Bundle/Bundle.hpp"
+#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+#include "sandbox/Error.hpp"
+#include "sandbox/Sandbox.hpp"
+
+namespace {
+
+using sandbox::FaultScope;
+using sandbox::Manner;
+using sandbox::Redirection;
+using sandbox::Refusal;
+
+struct Options {
+    sandbox::SandboxOptions sandbox;
+    std::string readyFile;
+    std::string caFile;
+    std::string caFolder;
+    std::string bundleFolder;
+    std::string url;
+    int delay = 0;
+    int padding = 0;
+    int longestLife = 0;
+    bool printsCredentials = false;
+    bool compresses = false;
+    bool closesUnannounced = false;
+    bool usesTLS = false;
+};
+
+/// Beside its place first and then moved there: whoever sees the file sees all of it.
+void writeWhole(const std::filesystem::path& path, const std::string& text) {
+    std::filesystem::path beside = path;
+    beside += "." + std::to_string(getpid()) + ".new";
+    std::ofstream stream(beside, std::ios::binary | std::ios::trunc);
+    stream << text;
+    stream.close();
+    std::error_code error;
+    if (stream) std::filesystem::rename(beside, path, error);
+    if (!stream || error) {
+        std::error_code ignored;
+        std::filesystem::remove(beside, ignored);
+        throw sandbox::Error(path.string() + " cannot be written");
+    }
+}
+
+std::string contentsOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::ostringstream contents;
+    contents << stream.rdbuf();
+    if (!stream) throw sandbox::Error(path + " cannot be read");
+    return contents.str();
+}
+
+/// A file that says where the sandbox is, for as long as it is there.
+class ReadyFile {
+  public:
+    ReadyFile(std::string path, const std::string& url) : path_(std::move(path)) {
+        if (!path_.empty()) writeWhole(path_, url);
+    }
+    ~ReadyFile() {
+        std::error_code ignored;
+        if (!path_.empty()) std::filesystem::remove(path_, ignored);
+    }
+    ReadyFile(const ReadyFile&) = delete;
+    ReadyFile& operator=(const ReadyFile&) = delete;
+
+  private:
+    std::string path_;
+};
+
+void printCredentials() {
+    const sandbox::TokenPair tokens = sandbox::sampleCredentials();
+    std::cout << "{\"accessToken\": \"" << tokens.accessToken << "\", \"refreshToken\": \""
+              << tokens.refreshToken << "\"}\n";
+}
+
+void writeAuthority(const Options& options, const sandbox::Certificates& certificates) {
+    if (!options.caFile.empty()) writeWhole(options.caFile, certificates.authority);
+    if (options.caFolder.empty()) return;
+    std::filesystem::create_directories(options.caFolder);
+    writeWhole(std::filesystem::path(options.caFolder) / certificates.hashedName, certificates.authority);
+}
+
+/// A bundle like the program's own, but with this sandbox for its event collector. Its other resources are
+/// links.
+void writeBundle(const std::filesystem::path& folder, const std::string& baseURL) {
+    const auto& bundle = platform::Bundle::main();
+    auto information = bundle.infoDictionary().value_or(boost::json::object());
+    information["EVENT_COLLECTOR_URL"] = baseURL + "/v1/produce";
+    std::filesystem::create_directories(folder);
+    writeWhole(folder / "Info.json", platform::JSONSerialization::dataWithJSONObject(
+                                         information, platform::JSONKeyOrder::ascendingBytes));
+    for (const auto& resource : std::filesystem::directory_iterator(bundle.resourceFolder())) {
+        const auto link = folder / resource.path().filename();
+        if (resource.path().filename() == "Info.json" || std::filesystem::exists(link)) continue;
+        std::filesystem::create_symlink(std::filesystem::absolute(resource.path()), link);
+    }
+}
+
+void serve(Options& options) {
+    options.sandbox.dataFolder = platform::Bundle::main().resourceFolder() / "sandbox";
+    options.sandbox.faults.delay = std::chrono::milliseconds(options.delay);
+    options.sandbox.faults.padding = static_cast<std::size_t>(options.padding) << 20;
+    if (options.compresses) options.sandbox.faults.coding = sandbox::ContentCoding::asAsked;
+    if (options.closesUnannounced) {
+        options.sandbox.faults.persistence = sandbox::Persistence::closedUnannounced;
+    }
+    if (options.usesTLS) options.sandbox.transport = sandbox::Transport::tls;
+    if (options.longestLife > 0) options.sandbox.longestLife = std::chrono::seconds(options.longestLife);
+    options.sandbox.endsOnSignals = true;
+
+    sandbox::Sandbox sandbox(options.sandbox);
+    if (sandbox.certificates()) writeAuthority(options, *sandbox.certificates());
+    if (!options.bundleFolder.empty()) writeBundle(options.bundleFolder, sandbox.baseURL());
+    const ReadyFile ready(options.readyFile, sandbox.baseURL());
+    std::cout << sandbox.baseURL() << std::endl;
+    sandbox.run();
+}
+
+std::string runningSandbox(const Options& options) {
+    if (!options.url.empty()) return options.url;
+    if (!options.readyFile.empty()) return contentsOf(options.readyFile);
+    if (const char* const baseURL = std::getenv("BASE_URL")) return baseURL;
+    throw sandbox::Error("where is the sandbox? Give --url or --ready-file, or set BASE_URL");
+}
+
+void printEvents(const Options& options) {
+    std::optional<std::string> authority;
+    if (!options.caFile.empty()) authority = contentsOf(options.caFile);
+    std::cout << sandbox::readEventLog(runningSandbox(options), authority);
+}
+
+template <typename Action>
+void orFail(Action action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        std::cerr << "vela-sandbox: " << error.what() << "\n";
+        throw platform::ExitStatus(1);
+    }
+}
+
+const std::map<std::string, Refusal> refusals = {{"401", Refusal::status401},
+                                                 {"error", Refusal::graphQLError}};
+const std::map<std::string, FaultScope> scopes = {{"graphql", FaultScope::graphql},
+                                                  {"produce", FaultScope::produce},
+                                                  {"pictures", FaultScope::pictures},
+                                                  {"all", FaultScope::all}};
+const std::map<std::string, Redirection> redirections = {
+    {"loop", Redirection::loop}, {"once", Redirection::once}, {"cross-origin", Redirection::crossOrigin}};
+
+/// Shows the names alone in the help, without what stands for them.
+template <typename Value>
+CLI::Validator oneOf(const std::map<std::string, Value>& values) {
+    std::string names;
+    for (const auto& [name, value] : values) names += (names.empty() ? "" : "|") + name;
+    return CLI::CheckedTransformer(values).description(names);
+}
+
+void addFaults(CLI::App& app, Options& options) {
+    sandbox::Faults& faults = options.sandbox.faults;
+    const std::string group = "Faults";
+    app.add_option("--faults-on", faults.scope,
+                   "Whose replies the faults touch: graphql (default), produce, "
+                   "pictures or all")
+        ->transform(oneOf(scopes))
+        ->group(group);
+    app.add_option("--faults-first", faults.count, "Touch only the first N requests")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("N")
+        ->group(group);
+    app.add_option("--delay", options.delay, "Wait before each reply")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("MS")
+        ->group(group);
+    app.add_option("--status", faults.status, "Reply with this status; the body stays")
+        ->check(CLI::Range(200, 599))
+        ->type_name("CODE")
+        ->group(group);
+    app.add_option("--redirect", faults.redirection, "Redirect: loop, once, or cross-origin")
+        ->transform(oneOf(redirections))
+        ->group(group);
+    app.add_option("--redirect-status", faults.redirectionStatus, "302 (default), 301, 303, 307 or 308")
+        ->check(CLI::IsMember({301, 302, 303, 307, 308}))
+        ->group(group);
+    app.add_flag("--gzip", options.compresses, "Compress what is sent to clients that accept it")
+        ->group(group);
+    app.add_option("--pad", options.padding, "Put so many MiB of blanks behind each body")
+        ->check(CLI::Range(0, 1024))
+        ->type_name("MIB")
+        ->group(group);
+    app.add_flag("--close-between", options.closesUnannounced, "Close after each reply without saying so")
+        ->group(group);
+    const auto addManner = [&](const char* name, Manner manner, const char* description) {
+        app.add_flag_callback(
+               name, [&faults, manner] { faults.manner = manner; }, description)
+            ->group(group);
+    };
+    addManner("--drop", Manner::dropped, "Close in the middle of each body");
+    addManner("--truncate", Manner::truncated, "Send half of each body as if it were all");
+    addManner("--garbage", Manner::garbled, "Send something else than JSON");
+    addManner("--stall", Manner::stalled, "Take requests and never answer");
+    addManner("--reset", Manner::reset, "Reset the connection instead of answering");
+}
+
+void addServing(CLI::App& app, Options& options) {
+    app.add_option("--bundle", options.bundleFolder,
+                   "Where to write a bundle whose event collector is this sandbox, for VELA_BUNDLE");
+    app.add_option("--port", options.sandbox.port, "Port on 127.0.0.1; 0 (default) takes a free one");
+    app.add_option("--scenario", options.sandbox.scenario, "Scenario: a name or a file (default: everyday)");
+    app.add_option("--ready-file", options.readyFile, "Where to write the base URL once it is served");
+    app.add_option("--unauthorized", options.sandbox.refusal,
+                   "How a bad credential is refused: with status 401 (default) or a GraphQL error")
+        ->transform(oneOf(refusals));
+    app.add_flag("--tls", options.usesTLS, "Serve https, with a certificate made for this run");
+    app.add_option("--ca-file", options.caFile, "Where to write what an https client must trust");
+    app.add_option("--ca-folder", options.caFolder, "The same, as a folder of trusted certificates");
+    app.add_option("--stop-after", options.longestLife, "End by itself")
+        ->check(CLI::PositiveNumber)
+        ->type_name("SECONDS");
+    app.add_flag("--stop-with-parent", options.sandbox.endsWithParent,
+                 "End when the process that started it ends");
+    app.add_flag("--print-credentials", options.printsCredentials,
+                 "Print what a sample person signs in with, and end");
+}
+
+void addEvents(CLI::App& app, Options& options) {
+    auto* command = app.add_subcommand("events", "Print the log of a running sandbox as JSON");
+    command->add_option("--url", options.url, "Its base URL (default: that of --ready-file, else BASE_URL)");
+    command->add_option("--ready-file", options.readyFile, "The file that holds its base URL");
+    command->add_option("--ca-file", options.caFile, "What to trust, if it serves https");
+    command->footer("Example:\n  vela-sandbox events --ready-file ready");
+    command->callback([&options] { orFail([&options] { printEvents(options); }); });
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    CLI::App app("A local account server and event collector with sample people.", "vela-sandbox");
+    app.set_version_flag("--version", VELA_VERSION);
+    app.footer(
+        "Example:\n"
+        "  vela-sandbox --scenario everyday --ready-file ready &\n"
+        "  export BASE_URL=$(cat ready)\n"
+        "  vela-sandbox --print-credentials | vela-companion sign-in");
+    Options options;
+    addServing(app, options);
+    addFaults(app, options);
+    addEvents(app, options);
+    app.final_callback([&] {
+        if (!app.get_subcommands().empty()) return;
+        if (options.printsCredentials) return printCredentials();
+        orFail([&options] { serve(options); });
+    });
+    return platform::runCommandLine(app, count, arguments);
+}
