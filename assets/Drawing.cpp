@@ -206,8 +206,8 @@ std::string pathData(const std::vector<Step>& steps) {
     return data;
 }
 
-platform::Bitmap rasterised(const Drawing& drawing, platform::PixelSize size) {
-    platform::Bitmap bitmap = platform::Bitmap::transparent(size);
+drawing::Bitmap rasterised(const Drawing& drawing, drawing::PixelSize size) {
+    drawing::Bitmap bitmap = drawing::Bitmap::transparent(size);
     const std::unique_ptr<cairo_surface_t, Destroys> surface(
         cairo_image_surface_create_for_data(reinterpret_cast<unsigned char*>(bitmap.pixels.data()),
                                             CAIRO_FORMAT_ARGB32, size.width, size.height, bitmap.stride()));

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Image/Bitmap.hpp"
+#include "drawing/Image/Bitmap.hpp"
 
 namespace assets {
 
@@ -38,6 +38,6 @@ struct Drawing {
 Drawing drawingFrom(std::string_view svg);
 /// As SVG path data.
 std::string pathData(const std::vector<Step>& steps);
-platform::Bitmap rasterised(const Drawing& drawing, platform::PixelSize size);
+drawing::Bitmap rasterised(const Drawing& drawing, drawing::PixelSize size);
 
 }  // namespace assets

@@ -5,8 +5,8 @@
 
 #include <cstdlib>
 
-#include "platform/Image/Image.hpp"
-#include "platform/Image/PNGWriter.hpp"
+#include "drawing/Image/Image.hpp"
+#include "drawing/Writers/PNGWriter.hpp"
 #include "tests/drawing/PictureFiles.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "widget/EntryDrawing.hpp"
@@ -15,10 +15,10 @@ namespace {
 
 using platform::WidgetFamily;
 using widget::DrawingFormat;
-using widget::EntryDrawing;
+using widget::DrawingRequest;
 
 /// A merchant's mark and a product's photograph, of the sizes that a server gives for a widget.
-class PicturesInMemory final : public platform::PictureLoader {
+class PicturesInMemory final : public drawing::PictureLoader {
   public:
     std::optional<std::string> read(const platform::URL& url) override {
         return url.absoluteString().ends_with("mark") ? mark_ : photograph_;
@@ -32,12 +32,12 @@ class PicturesInMemory final : public platform::PictureLoader {
     std::string photograph_ = tests::jpeg(tests::photograph({192, 144}));
 };
 
-class NoPictures final : public platform::PictureLoader {
+class NoPictures final : public drawing::PictureLoader {
   public:
     std::optional<std::string> read(const platform::URL&) override { return std::nullopt; }
 };
 
-EntryDrawing drawing(WidgetFamily family, DrawingFormat format = DrawingFormat::png) {
+DrawingRequest drawing(WidgetFamily family, DrawingFormat format = DrawingFormat::png) {
     std::vector<presentation::StoredPackage::Values> packages;
     for (const std::string number : {"1", "2", "3", "4", "5", "6", "7", "8", "9", "10"}) {
         packages.push_back({.shopName = "Fathom & Co. " + number,
@@ -53,8 +53,8 @@ EntryDrawing drawing(WidgetFamily family, DrawingFormat format = DrawingFormat::
 }
 
 void draw(benchmark::State& state, WidgetFamily family, DrawingFormat format,
-          platform::PictureLoader& pictures) {
-    const EntryDrawing wanted = drawing(family, format);
+          drawing::PictureLoader& pictures) {
+    const DrawingRequest wanted = drawing(family, format);
     std::size_t bytes = 0;
     for (auto _ : state) bytes = widget::draw(wanted, pictures).size();
     state.counters["bytes"] = double(bytes);
@@ -101,17 +101,17 @@ BENCHMARK(layOutLarge)->Unit(benchmark::kMillisecond);
 void writePNG(benchmark::State& state) {
     PicturesInMemory pictures;
     const std::string file = widget::draw(drawing(WidgetFamily::systemMedium), pictures);
-    const auto header = platform::imageHeader(file);
-    const auto bitmap = header ? platform::decodedImage(file, header->size) : std::nullopt;
+    const auto header = drawing::imageHeader(file);
+    const auto bitmap = header ? drawing::decodedImage(file, header->size) : std::nullopt;
     if (!bitmap) return state.SkipWithError("the widget cannot be read back");
-    for (auto _ : state) benchmark::DoNotOptimize(platform::encodedPNG(*bitmap, 3));
+    for (auto _ : state) benchmark::DoNotOptimize(drawing::encodedPNG(*bitmap, 3));
 }
 BENCHMARK(writePNG)->Unit(benchmark::kMillisecond);
 
 /// Twelve megapixels, reduced for a place of 44 points.
 void decodePhotograph(benchmark::State& state) {
     const std::string file = tests::jpeg(tests::photograph({4000, 3000}));
-    for (auto _ : state) benchmark::DoNotOptimize(platform::decodedImage(file, {132, 99}));
+    for (auto _ : state) benchmark::DoNotOptimize(drawing::decodedImage(file, {132, 99}));
 }
 BENCHMARK(decodePhotograph)->Unit(benchmark::kMillisecond);
 

@@ -13,9 +13,9 @@ namespace {
 
 using namespace tests;
 
-constexpr platform::PixelSize twelveMegapixels{4000, 3000};
+constexpr drawing::PixelSize twelveMegapixels{4000, 3000};
 /// The largest that is decoded without loss by WebP.
-constexpr platform::PixelSize fiveMegapixels{2300, 2300};
+constexpr drawing::PixelSize fiveMegapixels{2300, 2300};
 
 /// Grain, as a small sensor's: it is what makes photographs long.
 Picture grained(Picture picture) {

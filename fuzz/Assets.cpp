@@ -6,14 +6,14 @@
 #include <cstring>
 #include <string>
 
+#include "drawing/Image/AssetCatalogue.hpp"
 #include "fuzz/Folder.hpp"
 #include "fuzz/Require.hpp"
 #include "fuzz/SilentLog.hpp"
-#include "platform/Image/AssetCatalogue.hpp"
 
 namespace {
 
-using namespace platform;
+using namespace drawing;
 
 constexpr std::string_view mark = "VelaAssets1\n";
 

@@ -93,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
         readMember(message, readTimeline);
         readMember(message, readDeclaration);
         for (const auto format :
-             {host::DrawingFormat::png, host::DrawingFormat::svg, host::DrawingFormat::tree})
+             {widget::DrawingFormat::png, widget::DrawingFormat::svg, widget::DrawingFormat::tree})
             readMember(message, [format](const host::Message& given) { host::drawingIn(given, format); });
     }
     return 0;

@@ -19,7 +19,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
             if (!request.drawing) continue;
             const auto& drawing = *request.drawing;
             require(drawing.scale >= 1 && drawing.scale <= 4, "a scale is within its bounds");
-            require(!drawing.size || host::DrawingRequest::isWithinBounds(*drawing.size, drawing.scale),
+            require(!drawing.size || widget::DrawingRequest::isWithinBounds(*drawing.size, drawing.scale),
                     "a size is within its bounds");
         } catch (const host::ProtocolError&) {
         }

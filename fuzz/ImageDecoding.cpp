@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "drawing/Image/Image.hpp"
 #include "fuzz/Require.hpp"
-#include "platform/Image/Image.hpp"
 
 namespace {
 
@@ -37,11 +37,11 @@ void mendChecksums(std::string& bytes) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string bytes(reinterpret_cast<const char*>(data), size);
     mendChecksums(bytes);
-    const auto header = platform::imageHeader(bytes);
+    const auto header = drawing::imageHeader(bytes);
     if (!header) return 0;
-    const platform::PixelSize box{1 + int(size % 41), 1 + int(size % 23)};
-    const platform::PixelSize wanted = platform::scaledToFit(header->size, box);
-    const auto bitmap = platform::decodedImage(bytes, wanted);
+    const drawing::PixelSize box{1 + int(size % 41), 1 + int(size % 23)};
+    const drawing::PixelSize wanted = drawing::scaledToFit(header->size, box);
+    const auto bitmap = drawing::decodedImage(bytes, wanted);
     if (!bitmap) return 0;
     require(bitmap->size == wanted, "a picture has the size that was asked for");
     for (const std::uint32_t pixel : bitmap->pixels)

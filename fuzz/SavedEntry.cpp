@@ -15,21 +15,24 @@
 
 namespace {
 
-using namespace platform;
+using namespace drawing;
 using widget::DrawingFormat;
 
 constexpr std::size_t choices = 4;
 
 class OwnPictures final : public PictureLoader {
   public:
-    std::optional<std::string> read(const URL& url) override { return dataOfDataURL(url.absoluteString()); }
+    std::optional<std::string> read(const platform::URL& url) override {
+        return dataOfDataURL(url.absoluteString());
+    }
 };
 
-widget::EntryDrawing drawing(widget::SimpleEntry entry, const std::uint8_t* choice) {
+widget::DrawingRequest drawing(widget::SimpleEntry entry, const std::uint8_t* choice) {
     constexpr std::array formats = {DrawingFormat::svg, DrawingFormat::png, DrawingFormat::tree};
     constexpr std::array<double, 4> scales = {1, 1.5, 2, 4};
-    widget::EntryDrawing result = {.entry = std::move(entry),
-                                   .family = allWidgetFamilies[choice[0] % allWidgetFamilies.size()]};
+    widget::DrawingRequest result = {
+        .entry = std::move(entry),
+        .family = platform::allWidgetFamilies[choice[0] % platform::allWidgetFamilies.size()]};
     result.format = formats[choice[1] % formats.size()];
     result.colorScheme = choice[2] & 1 ? ColorScheme::dark : ColorScheme::light;
     result.scale = scales[choice[2] >> 1 & 3];
@@ -50,7 +53,7 @@ void look(const std::string& picture, DrawingFormat format) {
             for (const char c : picture)
                 require(static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\t', "an SVG is XML");
             break;
-        case DrawingFormat::tree: JSONSerialization::JSONObjectWithData(picture); break;
+        case DrawingFormat::tree: platform::JSONSerialization::JSONObjectWithData(picture); break;
     }
 }
 
@@ -65,7 +68,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
     static SilentLog log;
     if (size < choices) return 0;
     try {
-        const auto value = JSONSerialization::JSONObjectWithData(text(input + choices, size - choices));
+        const auto value =
+            platform::JSONSerialization::JSONObjectWithData(text(input + choices, size - choices));
         const auto asked = drawing(host::entryFromValue(value), input);
         OwnPictures pictures;
         look(widget::draw(asked, pictures), asked.format);

@@ -5,7 +5,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 View AccessoryInlinePackage::body() const {
     return horizontalStack({.spacing = 5},

@@ -2,7 +2,7 @@
 
 // One package in one line.
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 #include "presentation/Package.hpp"
 
 namespace widget {
@@ -10,7 +10,7 @@ namespace widget {
 struct AccessoryInlinePackage {
     const presentation::Package& package;
 
-    platform::View body() const;
+    drawing::View body() const;
 };
 
 }  // namespace widget

@@ -6,7 +6,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const {
     constexpr double barHeight = 3;

@@ -4,16 +4,16 @@
 
 #include <string>
 
-#include "platform/Image/ColorScheme.hpp"
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Image/ColorScheme.hpp"
+#include "drawing/Views/View.hpp"
 
 namespace widget {
 
 /// "VelaIcon", of 16 by 16 points.
-platform::View appIcon(platform::ColorScheme colorScheme);
+drawing::View appIcon(drawing::ColorScheme colorScheme);
 /// "VelaIcon", of 12 by 12 points, for a line of text in one colour.
-platform::View inlineIcon();
+drawing::View inlineIcon();
 /// "VelaLogo", with the name beside the sail, of that height.
-platform::View appLogo(platform::ColorScheme colorScheme, double height);
+drawing::View appLogo(drawing::ColorScheme colorScheme, double height);
 
 }  // namespace widget

@@ -5,23 +5,23 @@
 #include <utility>
 #include <vector>
 
+#include "drawing/Image/AssetCatalogue.hpp"
+#include "drawing/Image/Image.hpp"
+#include "drawing/Layout/DisplayList.hpp"
+#include "drawing/Painters/CairoPainter.hpp"
+#include "drawing/Painters/DisplayListJSON.hpp"
+#include "drawing/Painters/Ink.hpp"
+#include "drawing/Painters/PangoTextMeasurer.hpp"
+#include "drawing/Painters/SVGPainter.hpp"
+#include "drawing/Writers/PNGWriter.hpp"
 #include "platform/Bundle/Bundle.hpp"
-#include "platform/Image/AssetCatalogue.hpp"
-#include "platform/Image/Image.hpp"
-#include "platform/Image/PNGWriter.hpp"
-#include "platform/Painters/CairoPainter.hpp"
-#include "platform/Painters/Ink.hpp"
-#include "platform/Painters/PangoTextMeasurer.hpp"
-#include "platform/Painters/SVGPainter.hpp"
-#include "platform/SwiftUI/DisplayList.hpp"
-#include "platform/SwiftUI/DisplayListJSON.hpp"
 #include "platform/URLSession/URLSession.hpp"
 #include "presentation/Wording.hpp"
 #include "widget/TrackingWidgetEntryView.hpp"
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 namespace {
 
@@ -30,25 +30,25 @@ constexpr const char* fontsConfigurationFile = "fonts.conf";
 /// Where a family is shown: on a home screen, on the widget's own ground, or on a lock screen's.
 enum class Surface { homeScreen, lockScreen };
 
-Surface surface(WidgetFamily family) {
+Surface surface(platform::WidgetFamily family) {
     switch (family) {
-        case WidgetFamily::systemSmall:
-        case WidgetFamily::systemMedium:
-        case WidgetFamily::systemLarge:
-        case WidgetFamily::systemExtraLarge:
-        case WidgetFamily::other: return Surface::homeScreen;
-        case WidgetFamily::accessoryCircular:
-        case WidgetFamily::accessoryRectangular:
-        case WidgetFamily::accessoryInline: return Surface::lockScreen;
+        case platform::WidgetFamily::systemSmall:
+        case platform::WidgetFamily::systemMedium:
+        case platform::WidgetFamily::systemLarge:
+        case platform::WidgetFamily::systemExtraLarge:
+        case platform::WidgetFamily::other: return Surface::homeScreen;
+        case platform::WidgetFamily::accessoryCircular:
+        case platform::WidgetFamily::accessoryRectangular:
+        case platform::WidgetFamily::accessoryInline: return Surface::lockScreen;
     }
     return Surface::homeScreen;
 }
 
-WidgetContainer container(const EntryDrawing& drawing) {
-    WidgetContainer container{drawing.family, drawing.colorScheme,
-                              drawing.size.value_or(referenceSize(drawing.family))};
-    container.scale = drawing.scale;
-    switch (surface(drawing.family)) {
+WidgetContainer container(const DrawingRequest& request) {
+    WidgetContainer container{request.family, request.colorScheme,
+                              request.size.value_or(referenceSize(request.family))};
+    container.scale = request.scale;
+    switch (surface(request.family)) {
         case Surface::homeScreen:
             container.cornerRadius = 22;
             container.contentMargin = 16;
@@ -58,18 +58,24 @@ WidgetContainer container(const EntryDrawing& drawing) {
     return container;
 }
 
-std::optional<RGBA> tint(const EntryDrawing& drawing) {
-    if (surface(drawing.family) == Surface::homeScreen) return std::nullopt;
-    const std::optional<RGBA> given = drawing.tint ? colorWithHexadecimal(*drawing.tint) : std::nullopt;
-    return given ? given : Color::primary().resolved(drawing.colorScheme, AssetCatalogue::main());
+std::optional<RGBA> tint(const DrawingRequest& request) {
+    if (surface(request.family) == Surface::homeScreen) return std::nullopt;
+    const std::optional<RGBA> given = request.tint ? colorWithHexadecimal(*request.tint) : std::nullopt;
+    return given ? given : Color::primary().resolved(request.colorScheme, AssetCatalogue::main());
 }
+
+/// Every picture is its placeholder.
+class NoPictures final : public PictureLoader {
+  public:
+    std::optional<std::string> read(const platform::URL&) override { return std::nullopt; }
+};
 
 class NetworkPictures final : public PictureLoader {
   public:
-    std::optional<std::string> read(const URL& url) override {
+    std::optional<std::string> read(const platform::URL& url) override {
         try {
             return readWholeResource(url, ImageBounds::bytes);
-        } catch (const URLError&) {
+        } catch (const platform::URLError&) {
             return std::nullopt;
         }
     }
@@ -99,7 +105,7 @@ class Measurers {
     std::unique_ptr<PangoTextMeasurer> take() {
         const std::lock_guard lock(mutex_);
         if (idle_.empty()) {
-            return std::make_unique<PangoTextMeasurer>(Bundle::main().resourceFolder() /
+            return std::make_unique<PangoTextMeasurer>(platform::Bundle::main().resourceFolder() /
                                                        fontsConfigurationFile);
         }
         std::unique_ptr<PangoTextMeasurer> measurer = std::move(idle_.back());
@@ -131,30 +137,30 @@ std::string paintedPNG(const DisplayList& list, double scale, const Ink& ink,
 
 }  // namespace
 
-Size referenceSize(WidgetFamily family) {
+Size referenceSize(platform::WidgetFamily family) {
     switch (family) {
-        case WidgetFamily::systemMedium: return {338, 158};
-        case WidgetFamily::systemLarge: return {338, 354};
-        case WidgetFamily::accessoryRectangular: return {160, 72};
-        case WidgetFamily::accessoryInline: return {234, 26};
-        case WidgetFamily::systemSmall:
-        case WidgetFamily::systemExtraLarge:
-        case WidgetFamily::accessoryCircular:
-        case WidgetFamily::other: return {158, 158};
+        case platform::WidgetFamily::systemMedium: return {338, 158};
+        case platform::WidgetFamily::systemLarge: return {338, 354};
+        case platform::WidgetFamily::accessoryRectangular: return {160, 72};
+        case platform::WidgetFamily::accessoryInline: return {234, 26};
+        case platform::WidgetFamily::systemSmall:
+        case platform::WidgetFamily::systemExtraLarge:
+        case platform::WidgetFamily::accessoryCircular:
+        case platform::WidgetFamily::other: return {158, 158};
     }
     return {};
 }
 
-std::string draw(const EntryDrawing& drawing, PictureLoader& loader) {
-    ScaledPictures pictures(loader, drawing.scale);
+std::string draw(const DrawingRequest& request, PictureLoader& loader) {
+    ScaledPictures pictures(loader, request.scale);
     const View view =
-        TrackingWidgetEntryView{drawing.entry}.body({drawing.family, drawing.colorScheme, pictures});
+        TrackingWidgetEntryView{request.entry}.body({request.family, request.colorScheme, pictures});
 
     const Measurers::Loan measurer(measurers());
-    const DisplayList list = displayList(view, container(drawing), *measurer);
-    const Ink ink{AssetCatalogue::main(), tint(drawing)};
-    switch (drawing.format) {
-        case DrawingFormat::png: return paintedPNG(list, drawing.scale, ink, *measurer);
+    const DisplayList list = displayList(view, container(request), *measurer);
+    const Ink ink{AssetCatalogue::main(), tint(request)};
+    switch (request.format) {
+        case DrawingFormat::png: return paintedPNG(list, request.scale, ink, *measurer);
         case DrawingFormat::svg:
             return paintedSVG(list, std::string(presentation::Wording::widgetName), ink, *measurer);
         case DrawingFormat::tree: return displayListJSON(list);
@@ -162,9 +168,16 @@ std::string draw(const EntryDrawing& drawing, PictureLoader& loader) {
     return {};
 }
 
-std::string draw(const EntryDrawing& drawing) {
-    NetworkPictures pictures;
-    return draw(drawing, pictures);
+std::string draw(const DrawingRequest& request) {
+    switch (request.pictures) {
+        case PictureReading::allowed: {
+            NetworkPictures pictures;
+            return draw(request, pictures);
+        }
+        case PictureReading::placeholdersOnly: break;
+    }
+    NoPictures none;
+    return draw(request, none);
 }
 
 }  // namespace widget

@@ -5,7 +5,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 View LargePackage::body(const ViewEnvironment& environment) const {
     const auto row = [packages = packages, environment](std::size_t index) {

@@ -2,7 +2,7 @@
 
 // As many packages as there is room for, one below the other, each a link of its own.
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 #include "presentation/Package.hpp"
 #include "widget/ViewEnvironment.hpp"
 
@@ -12,7 +12,7 @@ struct LargePackage {
     const presentation::PackageList& packages;
 
     /// The view reads the pictures of what it shows when it is laid out, with what the environment refers to.
-    platform::View body(const ViewEnvironment& environment) const;
+    drawing::View body(const ViewEnvironment& environment) const;
 };
 
 }  // namespace widget

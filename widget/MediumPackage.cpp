@@ -5,7 +5,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 View MediumPackage::body(const ViewEnvironment& environment) const {
     const View header =

@@ -2,7 +2,7 @@
 
 // One package across: merchant and app above, status beside the product, progress along the lower edge.
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 #include "presentation/Package.hpp"
 #include "widget/ViewEnvironment.hpp"
 
@@ -11,7 +11,7 @@ namespace widget {
 struct MediumPackage {
     const presentation::Package& package;
 
-    platform::View body(const ViewEnvironment& environment) const;
+    drawing::View body(const ViewEnvironment& environment) const;
 };
 
 }  // namespace widget

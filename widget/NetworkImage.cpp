@@ -6,7 +6,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 View NetworkImage::body(ScaledPictures& pictures) const {
     const std::shared_ptr<const Bitmap> picture = url ? pictures.picture(*url, imageSize) : nullptr;
@@ -31,7 +31,7 @@ View NetworkImage::placeholder() const {
 }
 
 std::string initial(const std::string& shopName) {
-    for (const std::string_view character : characters(shopName)) {
+    for (const std::string_view character : platform::characters(shopName)) {
         if (character.front() > ' ' || static_cast<unsigned char>(character.front()) >= 0x80) {
             return std::string(character);
         }

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 #include "platform/URL/URL.hpp"
 #include "widget/ScaledPictures.hpp"
 
@@ -20,13 +20,13 @@ struct NetworkImage {
     double imageSize;
     /// Written on the placeholder.
     std::string name;
-    platform::ContentMode contentMode = platform::ContentMode::fit;
+    drawing::ContentMode contentMode = drawing::ContentMode::fit;
 
     /// Blocks while the picture is read.
-    platform::View body(ScaledPictures& pictures) const;
+    drawing::View body(ScaledPictures& pictures) const;
 
   private:
-    platform::View placeholder() const;
+    drawing::View placeholder() const;
 };
 
 /// What is written on the placeholder of a merchant: the first character of its name.

@@ -7,14 +7,14 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 using presentation::Wording;
 
 View NoPackage::body() const {
     const auto words = [](std::string_view text, TextStyle font) {
         return StyledText{std::string(text), Color::primary(), FontWeight::medium, font}.body();
     };
-    const URL addDelivery = presentation::DeepLink::addDelivery();
+    const platform::URL addDelivery = presentation::DeepLink::addDelivery();
 
     const View large =
         prompt(colorScheme, View(),
@@ -34,15 +34,16 @@ View NoPackage::body() const {
                               })
                            .widgetURL(addDelivery);
     switch (family) {
-        case WidgetFamily::systemLarge:
-        case WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
-        case WidgetFamily::systemMedium: return viewThatFits({medium, small});
-        case WidgetFamily::systemSmall:
-        case WidgetFamily::other: return small;
-        case WidgetFamily::accessoryCircular:
-        case WidgetFamily::accessoryRectangular:
+        case platform::WidgetFamily::systemLarge:
+        case platform::WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
+        case platform::WidgetFamily::systemMedium: return viewThatFits({medium, small});
+        case platform::WidgetFamily::systemSmall:
+        case platform::WidgetFamily::other: return small;
+        case platform::WidgetFamily::accessoryCircular:
+        case platform::WidgetFamily::accessoryRectangular:
             return accessoryPrompt(colorScheme, Wording::nothingToTrack).widgetURL(addDelivery);
-        case WidgetFamily::accessoryInline: return inlinePrompt(Wording::addOrder).widgetURL(addDelivery);
+        case platform::WidgetFamily::accessoryInline:
+            return inlinePrompt(Wording::addOrder).widgetURL(addDelivery);
     }
     return View();
 }

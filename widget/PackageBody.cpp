@@ -6,7 +6,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 namespace {
 
@@ -72,7 +72,7 @@ View shopPicture(const presentation::Package& package, WidgetImageSize size,
 
 View productPicture(const presentation::Package& package, WidgetImageSize size,
                     const ViewEnvironment& environment) {
-    const std::optional<URL> url = package.productImage();
+    const std::optional<platform::URL> url = package.productImage();
     if (!url) return View();
     return visible({url, points(size), initial(package.shopName()), ContentMode::fill}, environment);
 }

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 #include "presentation/Package.hpp"
 #include "widget/ViewEnvironment.hpp"
 #include "widget/WidgetImageSize.hpp"
@@ -15,20 +15,20 @@ namespace widget {
 inline constexpr double tightest = 0.88;
 
 /// The status lines, with a little room above each; the first may break into so many.
-platform::View statusLines(const presentation::Package& package, int lines);
+drawing::View statusLines(const presentation::Package& package, int lines);
 /// The pictures with the name and the status lines between them.
-platform::View packageRow(const presentation::Package& package, const ViewEnvironment& environment);
+drawing::View packageRow(const presentation::Package& package, const ViewEnvironment& environment);
 /// Small and quiet, on one line.
-platform::View footnote(const std::string& words);
+drawing::View footnote(const std::string& words);
 /// The merchant's picture. Like that of the product, it is on a white plate where it was drawn for a light
 /// ground and stands on a dark one.
-platform::View shopPicture(const presentation::Package& package, WidgetImageSize size,
-                           const ViewEnvironment& environment);
+drawing::View shopPicture(const presentation::Package& package, WidgetImageSize size,
+                          const ViewEnvironment& environment);
 /// Nothing where the package has no picture of its product.
-platform::View productPicture(const presentation::Package& package, WidgetImageSize size,
-                              const ViewEnvironment& environment);
+drawing::View productPicture(const presentation::Package& package, WidgetImageSize size,
+                             const ViewEnvironment& environment);
 /// Flush with the margins: its markers, which reach out from the ends of the bar, stay within.
-platform::View progressBar(const presentation::Package& package);
-platform::View progressBar(const presentation::Package& package, double height, const platform::Color& color);
+drawing::View progressBar(const presentation::Package& package);
+drawing::View progressBar(const presentation::Package& package, double height, const drawing::Color& color);
 
 }  // namespace widget

@@ -2,7 +2,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 // How far a package has come: a track and its fill, both with a mark on their end. A plain value.
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 
 namespace widget {
 
@@ -12,9 +12,9 @@ struct ProgressBar {
     /// In points.
     double height;
     /// Of the fill and its mark.
-    platform::Color color;
+    drawing::Color color;
 
-    platform::View body() const;
+    drawing::View body() const;
 };
 
 }  // namespace widget

@@ -7,7 +7,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <map>
 #include <memory>
 
-#include "platform/Image/Bitmap.hpp"
-#include "platform/SwiftUI/PictureLoader.hpp"
+#include "drawing/Image/Bitmap.hpp"
+#include "drawing/Views/PictureLoader.hpp"
 #include "platform/URL/URL.hpp"
 
 namespace widget {
@@ -15,21 +15,21 @@ namespace widget {
 class ScaledPictures {
   public:
     /// `displayScale` in pixels to a point.
-    ScaledPictures(platform::PictureLoader& loader, double displayScale)
+    ScaledPictures(drawing::PictureLoader& loader, double displayScale)
         : loader_(loader), displayScale_(displayScale) {}
 
     double displayScale() const { return displayScale_; }
 
     /// The picture, redrawn to fit a square of `imageSize` points; null for every failure. Blocks while it is
     /// read.
-    std::shared_ptr<const platform::Bitmap> picture(const platform::URL& url, double imageSize);
+    std::shared_ptr<const drawing::Bitmap> picture(const platform::URL& url, double imageSize);
 
   private:
-    std::shared_ptr<const platform::Bitmap> read(const platform::URL& url, platform::PixelSize room);
+    std::shared_ptr<const drawing::Bitmap> read(const platform::URL& url, drawing::PixelSize room);
 
-    platform::PictureLoader& loader_;
+    drawing::PictureLoader& loader_;
     double displayScale_;
-    std::map<platform::URL, std::shared_ptr<const platform::Bitmap>> read_;
+    std::map<platform::URL, std::shared_ptr<const drawing::Bitmap>> read_;
 };
 
 }  // namespace widget

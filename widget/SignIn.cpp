@@ -6,7 +6,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 using presentation::Wording;
 
 View SignIn::body() const {
@@ -32,14 +32,15 @@ View SignIn::body() const {
                                   promptButton(Wording::signIn, TextStyle::subheadline),
                               });
     switch (family) {
-        case WidgetFamily::systemLarge:
-        case WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
-        case WidgetFamily::systemMedium: return viewThatFits({medium, small});
-        case WidgetFamily::systemSmall:
-        case WidgetFamily::other: return small;
-        case WidgetFamily::accessoryCircular:
-        case WidgetFamily::accessoryRectangular: return accessoryPrompt(colorScheme, Wording::signInToTheApp);
-        case WidgetFamily::accessoryInline: return inlinePrompt(Wording::signInToTheApp);
+        case platform::WidgetFamily::systemLarge:
+        case platform::WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
+        case platform::WidgetFamily::systemMedium: return viewThatFits({medium, small});
+        case platform::WidgetFamily::systemSmall:
+        case platform::WidgetFamily::other: return small;
+        case platform::WidgetFamily::accessoryCircular:
+        case platform::WidgetFamily::accessoryRectangular:
+            return accessoryPrompt(colorScheme, Wording::signInToTheApp);
+        case platform::WidgetFamily::accessoryInline: return inlinePrompt(Wording::signInToTheApp);
     }
     return View();
 }

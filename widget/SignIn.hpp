@@ -2,16 +2,16 @@
 
 // Shown while nobody is signed in.
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
 
 namespace widget {
 
 struct SignIn {
     platform::WidgetFamily family;
-    platform::ColorScheme colorScheme;
+    drawing::ColorScheme colorScheme;
 
-    platform::View body() const;
+    drawing::View body() const;
 };
 
 }  // namespace widget

@@ -6,7 +6,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 View SmallPackage::body(const ViewEnvironment& environment) const {
     const presentation::StatusPair status = package.statusText();

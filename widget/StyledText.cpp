@@ -2,12 +2,12 @@
 
 namespace widget {
 
-using platform::View;
+using drawing::View;
 
 View StyledText::body() const {
-    View view = platform::text(text).foregroundColor(color);
-    view = platform::applying(view, fontWeight, &View::fontWeight);
-    view = platform::applying(view, font, &View::font);
+    View view = drawing::text(text).foregroundColor(color);
+    view = drawing::applying(view, fontWeight, &View::fontWeight);
+    view = drawing::applying(view, font, &View::font);
     return view;
 }
 

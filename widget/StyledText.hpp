@@ -5,17 +5,17 @@
 #include <optional>
 #include <string>
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 
 namespace widget {
 
 struct StyledText {
     std::string text;
-    platform::Color color;
-    std::optional<platform::FontWeight> fontWeight = std::nullopt;
-    std::optional<platform::TextStyle> font = std::nullopt;
+    drawing::Color color;
+    std::optional<drawing::FontWeight> fontWeight = std::nullopt;
+    std::optional<drawing::TextStyle> font = std::nullopt;
 
-    platform::View body() const;
+    drawing::View body() const;
 };
 
 }  // namespace widget

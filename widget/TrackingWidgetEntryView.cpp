@@ -10,7 +10,7 @@
 
 namespace widget {
 
-using namespace platform;
+using namespace drawing;
 
 namespace {
 
@@ -27,14 +27,15 @@ View layout(const LoggedIn& state, const ViewEnvironment& environment) {
     if (state.packages.empty()) return View();
     const presentation::Package& first = *state.packages.front();
     switch (environment.widgetFamily) {
-        case WidgetFamily::systemMedium: return MediumPackage{first}.body(environment);
-        case WidgetFamily::systemLarge: return LargePackage{state.packages}.body(environment);
-        case WidgetFamily::accessoryRectangular: return AccessoryRectangularPackage{first}.body(environment);
-        case WidgetFamily::accessoryInline: return AccessoryInlinePackage{first}.body();
-        case WidgetFamily::systemSmall:
-        case WidgetFamily::systemExtraLarge:
-        case WidgetFamily::accessoryCircular:
-        case WidgetFamily::other: return SmallPackage{first}.body(environment);
+        case platform::WidgetFamily::systemMedium: return MediumPackage{first}.body(environment);
+        case platform::WidgetFamily::systemLarge: return LargePackage{state.packages}.body(environment);
+        case platform::WidgetFamily::accessoryRectangular:
+            return AccessoryRectangularPackage{first}.body(environment);
+        case platform::WidgetFamily::accessoryInline: return AccessoryInlinePackage{first}.body();
+        case platform::WidgetFamily::systemSmall:
+        case platform::WidgetFamily::systemExtraLarge:
+        case platform::WidgetFamily::accessoryCircular:
+        case platform::WidgetFamily::other: return SmallPackage{first}.body(environment);
     }
     return View();
 }

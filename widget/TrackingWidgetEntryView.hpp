@@ -3,7 +3,7 @@
 // The root of what is shown for an entry: the state chooses the layout first, then the family; behind it
 // stands the widget's background. Pictures are read while the body is made and laid out.
 
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Views/View.hpp"
 #include "widget/SimpleEntry.hpp"
 #include "widget/ViewEnvironment.hpp"
 
@@ -13,7 +13,7 @@ struct TrackingWidgetEntryView {
     const SimpleEntry& entry;
 
     /// What the environment refers to must outlive the view.
-    platform::View body(const ViewEnvironment& environment) const;
+    drawing::View body(const ViewEnvironment& environment) const;
 };
 
 }  // namespace widget

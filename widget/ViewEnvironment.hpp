@@ -2,7 +2,7 @@
 
 // What views read from where they are shown. A plain value; the pictures must outlive it.
 
-#include "platform/Image/ColorScheme.hpp"
+#include "drawing/Image/ColorScheme.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
 #include "widget/ScaledPictures.hpp"
 
@@ -10,7 +10,7 @@ namespace widget {
 
 struct ViewEnvironment {
     platform::WidgetFamily widgetFamily;
-    platform::ColorScheme colorScheme;
+    drawing::ColorScheme colorScheme;
     ScaledPictures& pictures;
 };
 

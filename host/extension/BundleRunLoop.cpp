@@ -54,7 +54,7 @@ class BundleService {
         const auto* found = request.body.if_contains("id");
         const json::value identifier = found ? *found : json::value(nullptr);
         try {
-            auto message = co_await result(request.body);
+            auto message = co_await result(std::move(request));
             reply(identifier, std::move(message));
         } catch (const std::exception& error) {
             reply(identifier, {.body = {{"error", error.what()}}});
@@ -67,8 +67,11 @@ class BundleService {
         channel_->send(message);
     }
 
-    asio::awaitable<Message> result(const json::object& body) {
-        const auto request = ExtensionRequest::fromObject(body);
+    asio::awaitable<Message> result(Message message) {
+        // What is to be drawn is read where it is drawn.
+        if (ExtensionRequest::kindIn(message.body) == ExtensionRequest::Kind::render)
+            co_return co_await drawn(std::move(message.text));
+        const auto request = ExtensionRequest::fromObject(message.body);
         const widget::Provider::Context context = {.family = request.family};
         const auto& provider = configuration_.provider;
         switch (request.kind) {
@@ -81,7 +84,7 @@ class BundleService {
                 Message reply = {.body = {{"timeline", timelineObject(timeline)}}};
                 co_return reply;
             }
-            case ExtensionRequest::Kind::render: co_return co_await drawn(body);
+            case ExtensionRequest::Kind::render: break;
             case ExtensionRequest::Kind::finishUploads: co_return co_await uploadsFinished(request.limit);
         }
         throw ProtocolError("unknown request");
@@ -103,7 +106,7 @@ class BundleService {
     }
 
     /// A view reads its pictures while it is built, so a drawing has a thread of its own.
-    asio::awaitable<Message> drawn(json::object request) {
+    asio::awaitable<Message> drawn(std::string request) {
         co_await asio::post(asio::bind_executor(workers_, asio::use_awaitable));
         Message reply;
         std::exception_ptr failure;

@@ -1,14 +1,11 @@
 #include "host/extension/EntryDrawer.hpp"
 
-#include "platform/JSON/JSONSerialization.hpp"
-
 namespace host {
 
-std::string drawnEntry(const boost::json::object& request) {
+std::string drawnEntry(const std::string& request) {
     static const auto draw = reinterpret_cast<decltype(&velaDrawEntry)>(
         platform::moduleFunction("vela-drawing.so", "velaDrawEntry"));
-    const auto text = platform::JSONSerialization::dataWithJSONObject(request);
-    return platform::moduleResult(draw, text.data(), text.size());
+    return platform::moduleResult(draw, request.data(), request.size());
 }
 
 }  // namespace host

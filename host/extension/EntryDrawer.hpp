@@ -3,16 +3,15 @@
 // Draws entries in the extension. Views, fonts and picture decoders are a module that is loaded at the first
 // drawing: a timeline needs none of them.
 
-#include <boost/json/value.hpp>
 #include <string>
 
 #include "platform/Module/Module.hpp"
 
 namespace host {
 
-/// The bytes of the picture for a render request, as ExtensionRequest writes it. Blocks while the entry's
+/// The bytes of the picture for a render request, whose JSON it is given. Blocks while the entry's
 /// pictures are read. Throws ModuleError. Safe from any thread.
-std::string drawnEntry(const boost::json::object& request);
+std::string drawnEntry(const std::string& request);
 
 }  // namespace host
 

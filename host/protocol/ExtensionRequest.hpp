@@ -6,42 +6,11 @@
 #include <boost/json/value.hpp>
 #include <chrono>
 #include <optional>
-#include <string>
-#include <string_view>
 
-#include "platform/Image/ColorScheme.hpp"
-#include "platform/SwiftUI/Geometry.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
+#include "widget/DrawingRequest.hpp"
 
 namespace host {
-
-enum class DrawingFormat { png, svg, tree };
-std::string_view name(DrawingFormat format);
-std::string_view name(platform::ColorScheme colorScheme);
-
-/// Whether a drawing may read the pictures that its entry names, or shows a placeholder for each.
-enum class PictureReading { allowed, placeholdersOnly };
-
-/// How an entry is to be drawn.
-struct DrawingRequest {
-    /// Points a side, and pixels in all: what one drawing may cost.
-    static constexpr double longestSide = 4096;
-    static constexpr double mostPixels = 16e6;
-    /// Whether a drawing of that size at that scale stays within the bounds.
-    static bool isWithinBounds(platform::Size size, double scale);
-
-    /// As `entryObject` writes it.
-    boost::json::object entry;
-    platform::ColorScheme colorScheme = platform::ColorScheme::light;
-    /// In points; absent is the family's own size.
-    std::optional<platform::Size> size = std::nullopt;
-    /// Pixels to a point, 1 to 4.
-    double scale = 3;
-    DrawingFormat format = DrawingFormat::png;
-    /// "#RRGGBB"; the one colour of a lock screen.
-    std::optional<std::string> tint = std::nullopt;
-    PictureReading pictures = PictureReading::allowed;
-};
 
 struct ExtensionRequest {
     enum class Kind { declaration, placeholder, snapshot, timeline, render, finishUploads };
@@ -54,11 +23,15 @@ struct ExtensionRequest {
     /// finishUploads: how long the extension may wait for uploads in flight, 0 to `longestLimit`; what is
     /// read beyond is taken for the nearest.
     std::chrono::milliseconds limit = std::chrono::milliseconds(2000);
-    /// render: what is to be drawn.
-    std::optional<DrawingRequest> drawing = std::nullopt;
+    /// render: what is to be drawn, of `family`.
+    std::optional<widget::DrawingRequest> drawing = std::nullopt;
+
+    static ExtensionRequest rendering(widget::DrawingRequest drawing);
 
     boost::json::object object() const;
-    /// Throws ProtocolError.
+    /// What is asked for; the rest is unread. Throws ProtocolError.
+    static Kind kindIn(const boost::json::object& object);
+    /// Throws ProtocolError, and EntryCodingError for the entry to be drawn.
     static ExtensionRequest fromObject(const boost::json::object& object);
 };
 

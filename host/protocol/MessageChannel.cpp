@@ -72,10 +72,10 @@ asio::awaitable<Message> MessageChannel::receiveFrame() {
     const auto attachmentSize = bigEndian(prefix.data() + 4);
     if (bodySize > maximumBodySize || attachmentSize > maximumAttachmentSize)
         throw ProtocolError("a message is longer than the protocol allows");
-    const auto body = co_await receiveBytes(bodySize);
     Message message;
+    message.text = co_await receiveBytes(bodySize);
     message.attachment = co_await receiveBytes(attachmentSize);
-    auto value = platform::JSONSerialization::JSONObjectWithData(body);
+    auto value = platform::JSONSerialization::JSONObjectWithData(message.text);
     if (!value.is_object()) throw ProtocolError("a message is no JSON object");
     message.body = std::move(value.get_object());
     co_return message;

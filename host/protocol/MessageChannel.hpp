@@ -20,6 +20,8 @@ namespace host {
 struct Message {
     boost::json::object body;
     std::string attachment = {};
+    /// The body as it came, of a message that was received.
+    std::string text = {};
 };
 
 /// The other side sent what is no frame or broke a bound.

@@ -24,6 +24,9 @@ namespace host {
 namespace asio = boost::asio;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using widget::DrawingFormat;
+using widget::DrawingRequest;
+using widget::PictureReading;
 
 namespace {
 
@@ -35,7 +38,7 @@ std::string wholeInput(std::istream& stream, const std::string& name) {
     return *std::move(text);
 }
 
-boost::json::object savedEntry(const std::string& source) {
+widget::SimpleEntry savedEntry(const std::string& source) {
     std::string text;
     if (source == "-") {
         text = wholeInput(std::cin, "standard input");
@@ -44,7 +47,7 @@ boost::json::object savedEntry(const std::string& source) {
         if (!stream) throw std::system_error(errno, std::generic_category(), "cannot read " + source);
         text = wholeInput(stream, source);
     }
-    return entryObject(entryFromValue(platform::JSONSerialization::JSONObjectWithData(text)));
+    return entryFromValue(platform::JSONSerialization::JSONObjectWithData(text));
 }
 
 /// Draws with one extension after another: one that hangs over a picture is replaced, and one that ends while
@@ -55,7 +58,7 @@ class Drawer {
 
     asio::awaitable<void> drawAll() {
         // Read before anything is started, as a person may still be typing it.
-        std::optional<boost::json::object> entry;
+        std::optional<widget::SimpleEntry> entry;
         if (!command_.entry.empty() && command_.entry != "placeholder") entry = savedEntry(command_.entry);
         co_await startExtension();
         const auto families = co_await chosenFamilies();
@@ -97,24 +100,24 @@ class Drawer {
         co_return offered;
     }
 
-    asio::awaitable<boost::json::object> freshEntry(platform::WidgetFamily family) {
+    asio::awaitable<widget::SimpleEntry> freshEntry(platform::WidgetFamily family) {
         const bool isPlaceholder = command_.entry == "placeholder";
         const ExtensionRequest ask = {
             .kind = isPlaceholder ? ExtensionRequest::Kind::placeholder : ExtensionRequest::Kind::snapshot,
             .family = family};
         const auto reply = co_await extension_->ask(ask);
-        co_return entryObject(entryIn(reply));
+        co_return entryIn(reply);
     }
 
-    ExtensionRequest request(const boost::json::object& entry, platform::WidgetFamily family,
-                             platform::ColorScheme colorScheme) const {
-        DrawingRequest drawing = {.entry = entry};
+    ExtensionRequest request(const widget::SimpleEntry& entry, platform::WidgetFamily family,
+                             drawing::ColorScheme colorScheme) const {
+        DrawingRequest drawing = {.entry = entry, .family = family};
         drawing.colorScheme = colorScheme;
         drawing.size = command_.size;
         drawing.scale = command_.scale;
         drawing.format = command_.format;
         drawing.tint = command_.tint;
-        return {.kind = ExtensionRequest::Kind::render, .family = family, .drawing = std::move(drawing)};
+        return ExtensionRequest::rendering(std::move(drawing));
     }
 
     asio::awaitable<std::string> drawn(ExtensionRequest drawing) {
@@ -152,10 +155,11 @@ class Drawer {
         return bytes;
     }
 
-    std::filesystem::path path(platform::WidgetFamily family, platform::ColorScheme colorScheme) const {
+    std::filesystem::path path(platform::WidgetFamily family, drawing::ColorScheme colorScheme) const {
         if (command_.outputKind == DrawingCommand::OutputKind::file) return command_.output;
-        return command_.output / (std::string(platform::description(family)) + "-" +
-                                  std::string(name(colorScheme)) + "." + std::string(name(command_.format)));
+        return command_.output /
+               (std::string(platform::description(family)) + "-" + std::string(widget::name(colorScheme)) +
+                "." + std::string(name(command_.format)));
     }
 
     const DrawingCommand& command_;
@@ -238,8 +242,8 @@ milliseconds DrawingCommand::answerLimit() const {
     return std::max(extension.answerLimit, pictureBudget + extension.answerLimit / 5);
 }
 
-std::optional<platform::Size> sizeFromText(const std::string& text) {
-    platform::Size size;
+std::optional<drawing::Size> sizeFromText(const std::string& text) {
+    drawing::Size size;
     const auto* end = text.data() + text.size();
     const auto width = std::from_chars(text.data(), end, size.width);
     if (width.ec != std::errc() || width.ptr == end || *width.ptr != 'x') return std::nullopt;

@@ -20,12 +20,12 @@ void writeDrawing(const std::filesystem::path& path, const std::string& bytes);
 struct DrawingCommand {
     /// Empty: every family that the widget offers.
     std::vector<platform::WidgetFamily> families;
-    std::vector<platform::ColorScheme> colorSchemes;
+    std::vector<drawing::ColorScheme> colorSchemes;
     /// A file with an entry, "-" for standard input, "placeholder", or nothing for a fresh snapshot.
     std::string entry = {};
-    std::optional<platform::Size> size = std::nullopt;
+    std::optional<drawing::Size> size = std::nullopt;
     double scale = 3;
-    DrawingFormat format = DrawingFormat::png;
+    widget::DrawingFormat format = widget::DrawingFormat::png;
     std::optional<std::string> tint = std::nullopt;
     /// How long pictures may take to come; then placeholders stand for all of them.
     std::chrono::milliseconds pictureBudget = std::chrono::seconds(20);
@@ -45,6 +45,6 @@ struct DrawingCommand {
 };
 
 /// "WxH" in points; nothing for any other text.
-std::optional<platform::Size> sizeFromText(const std::string& text);
+std::optional<drawing::Size> sizeFromText(const std::string& text);
 
 }  // namespace host

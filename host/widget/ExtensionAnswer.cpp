@@ -15,11 +15,11 @@ auto readMember(const Message& answer, std::string_view name, Read read) {
     }
 }
 
-std::string_view beginning(DrawingFormat format) {
+std::string_view beginning(widget::DrawingFormat format) {
     switch (format) {
-        case DrawingFormat::png: return "\x89PNG\r\n\x1a\n";
-        case DrawingFormat::svg: return "<";
-        case DrawingFormat::tree: return "{";
+        case widget::DrawingFormat::png: return "\x89PNG\r\n\x1a\n";
+        case widget::DrawingFormat::svg: return "<";
+        case widget::DrawingFormat::tree: return "{";
     }
     return "";
 }
@@ -40,7 +40,7 @@ platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer) {
     return timeline;
 }
 
-std::string drawingIn(Message answer, DrawingFormat format) {
+std::string drawingIn(Message answer, widget::DrawingFormat format) {
     if (!answer.attachment.starts_with(beginning(format)))
         throw ExtensionError("the extension sent no drawing of the format asked for");
     return std::move(answer.attachment);

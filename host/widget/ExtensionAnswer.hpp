@@ -15,6 +15,6 @@ widget::SimpleEntry entryIn(const Message& answer);
 /// Of one entry at least.
 platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer);
 /// The bytes of a drawing, which begin as that format does.
-std::string drawingIn(Message answer, DrawingFormat format);
+std::string drawingIn(Message answer, widget::DrawingFormat format);
 
 }  // namespace host

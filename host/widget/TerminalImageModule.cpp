@@ -10,8 +10,8 @@
 #include <optional>
 #include <vector>
 
-#include "host/protocol/ExtensionRequest.hpp"
 #include "host/widget/TerminalImage.hpp"
+#include "widget/DrawingRequest.hpp"
 
 namespace {
 
@@ -62,7 +62,7 @@ std::optional<Picture> decoded(std::string_view png) {
     std::size_t length = 0;
     if (!reader || spng_set_png_buffer(reader.get(), png.data(), png.size()) != 0 ||
         spng_get_ihdr(reader.get(), &header) != 0 ||
-        double(header.width) * double(header.height) > host::DrawingRequest::mostPixels ||
+        double(header.width) * double(header.height) > widget::DrawingRequest::mostPixels ||
         spng_decoded_image_size(reader.get(), SPNG_FMT_RGBA8, &length) != 0)
         return std::nullopt;
     Picture picture = {{static_cast<int>(header.width), static_cast<int>(header.height)},

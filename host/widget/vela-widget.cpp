@@ -93,8 +93,7 @@ struct ShowOptions {
 int showImage(const Options& options, const ShowOptions& show) {
     host::DrawingCommand command;
     command.families = {*platform::widgetFamily(options.family)};
-    command.colorSchemes = {show.scheme == "dark" ? platform::ColorScheme::dark
-                                                  : platform::ColorScheme::light};
+    command.colorSchemes = {show.scheme == "dark" ? drawing::ColorScheme::dark : drawing::ColorScheme::light};
     command.scale = 2;
     command.deliver = [](const std::filesystem::path&, const std::string& png) {
         host::writeToStandardOutput(
@@ -136,9 +135,9 @@ struct RenderOptions {
     double pictureBudget = 20;
 };
 
-const std::map<std::string, host::DrawingFormat> drawingFormats = {{"png", host::DrawingFormat::png},
-                                                                   {"svg", host::DrawingFormat::svg},
-                                                                   {"tree", host::DrawingFormat::tree}};
+const std::map<std::string, widget::DrawingFormat> drawingFormats = {{"png", widget::DrawingFormat::png},
+                                                                     {"svg", widget::DrawingFormat::svg},
+                                                                     {"tree", widget::DrawingFormat::tree}};
 
 std::string checkedSize(const std::string& text) {
     return host::sizeFromText(text) ? "" : "a size is WIDTHxHEIGHT in points, as in 338x158";
@@ -151,7 +150,7 @@ std::string checkedTint(const std::string& text) {
 }
 
 host::DrawingCommand drawingCommand(const RenderOptions& options) {
-    using platform::ColorScheme;
+    using drawing::ColorScheme;
     host::DrawingCommand command;
     if (options.family != "all") command.families = {*platform::widgetFamily(options.family)};
     if (options.scheme != "dark") command.colorSchemes.push_back(ColorScheme::light);

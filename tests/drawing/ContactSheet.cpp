@@ -8,12 +8,12 @@
 #include <fstream>
 #include <iostream>
 
-#include "platform/Image/Image.hpp"
-#include "platform/Image/PNGWriter.hpp"
+#include "drawing/Image/Image.hpp"
+#include "drawing/Writers/PNGWriter.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "widget/EntryDrawing.hpp"
 
-using namespace platform;
+using namespace drawing;
 
 namespace {
 
@@ -46,15 +46,15 @@ constexpr std::size_t entriesOnSheet = 3;
 constexpr double gap = 16;
 
 struct Cell {
-    WidgetFamily family;
+    platform::WidgetFamily family;
     Point origin;
 };
 constexpr std::array cells = {
-    Cell{WidgetFamily::systemSmall, {gap, gap}},
-    Cell{WidgetFamily::systemMedium, {158 + 2 * gap, gap}},
-    Cell{WidgetFamily::systemLarge, {158 + 338 + 3 * gap, gap}},
-    Cell{WidgetFamily::accessoryRectangular, {158 + 2 * gap, 200}},
-    Cell{WidgetFamily::accessoryInline, {158 + 2 * gap, 300}},
+    Cell{platform::WidgetFamily::systemSmall, {gap, gap}},
+    Cell{platform::WidgetFamily::systemMedium, {158 + 2 * gap, gap}},
+    Cell{platform::WidgetFamily::systemLarge, {158 + 338 + 3 * gap, gap}},
+    Cell{platform::WidgetFamily::accessoryRectangular, {158 + 2 * gap, 200}},
+    Cell{platform::WidgetFamily::accessoryInline, {158 + 2 * gap, 300}},
 };
 constexpr Size entrySize{158 + 338 + 338 + 4 * gap, 354 + gap};
 

@@ -6,7 +6,7 @@
 
 namespace drawing_tests {
 
-using namespace platform;
+using namespace drawing;
 
 namespace {
 
@@ -62,7 +62,7 @@ std::vector<TextLine> FixedAdvance::lines(const TextRun& run, std::optional<doub
 }
 
 DisplayList displayed(const View& view, Size size, double scale) {
-    WidgetContainer container{WidgetFamily::systemSmall, ColorScheme::light, size};
+    WidgetContainer container{platform::WidgetFamily::systemSmall, ColorScheme::light, size};
     container.scale = scale;
     return displayList(view, container, FixedAdvance());
 }

@@ -6,25 +6,25 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/SwiftUI/DisplayList.hpp"
-#include "platform/SwiftUI/TextMeasurer.hpp"
-#include "platform/SwiftUI/View.hpp"
+#include "drawing/Layout/DisplayList.hpp"
+#include "drawing/Layout/TextMeasurer.hpp"
+#include "drawing/Views/View.hpp"
 
 namespace drawing_tests {
 
 /// Every character is half as wide as its font is large, and lines break anywhere.
-class FixedAdvance final : public platform::TextMeasurer {
+class FixedAdvance final : public drawing::TextMeasurer {
   public:
-    std::vector<platform::TextLine> lines(const platform::TextRun& run,
-                                          std::optional<double> width) const override;
+    std::vector<drawing::TextLine> lines(const drawing::TextRun& run,
+                                         std::optional<double> width) const override;
 };
 
 /// The view in a container of that size, without margins, on a grid so fine that nothing moves.
-platform::DisplayList displayed(const platform::View& view, platform::Size size, double scale = 1000);
+drawing::DisplayList displayed(const drawing::View& view, drawing::Size size, double scale = 1000);
 
 /// "roundedRectangle BrandColor 0 0 50 4": kind, what it shows, frame. A link is "link URL x y width height".
-std::vector<std::string> lines(const platform::DisplayList& list);
+std::vector<std::string> lines(const drawing::DisplayList& list);
 /// Those that begin so.
-std::vector<std::string> linesBeginning(std::string_view begin, const platform::DisplayList& list);
+std::vector<std::string> linesBeginning(std::string_view begin, const drawing::DisplayList& list);
 
 }  // namespace drawing_tests

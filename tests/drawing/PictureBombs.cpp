@@ -10,7 +10,7 @@
 
 namespace tests {
 
-using platform::PixelSize;
+using drawing::PixelSize;
 using namespace std::string_literals;
 
 namespace {

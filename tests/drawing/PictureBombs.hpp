@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Image/Bitmap.hpp"
+#include "drawing/Image/Bitmap.hpp"
 
 namespace tests {
 
@@ -26,6 +26,6 @@ std::vector<PictureBomb> webpBombs();
 
 /// WebP without loss whose blocks of 4 x 4 pixels have `groups` groups of prefix codes, 65,536 at most; every
 /// pixel is black.
-std::string webpOfGroups(platform::PixelSize size, int groups);
+std::string webpOfGroups(drawing::PixelSize size, int groups);
 
 }  // namespace tests

@@ -16,7 +16,7 @@
 
 namespace tests {
 
-using platform::PixelSize;
+using drawing::PixelSize;
 
 namespace {
 
@@ -107,7 +107,7 @@ std::string jpeg(const Picture& picture, const JPEGForm& form) {
     return bytes;
 }
 
-platform::Bitmap decodedByLibjpeg(std::string_view bytes) {
+drawing::Bitmap decodedByLibjpeg(std::string_view bytes) {
     jpeg_decompress_struct info = {};
     jpeg_error_mgr errors;
     info.err = jpeg_std_error(&errors);
@@ -117,7 +117,7 @@ platform::Bitmap decodedByLibjpeg(std::string_view bytes) {
     info.out_color_space = JCS_EXT_BGRA;
     info.do_block_smoothing = FALSE;
     jpeg_start_decompress(&info);
-    auto bitmap = platform::Bitmap::transparent({int(info.output_width), int(info.output_height)});
+    auto bitmap = drawing::Bitmap::transparent({int(info.output_width), int(info.output_height)});
     for (int y = 0; y < bitmap.height(); ++y) {
         auto* row = reinterpret_cast<JSAMPROW>(bitmap.row(y));
         jpeg_read_scanlines(&info, &row, 1);

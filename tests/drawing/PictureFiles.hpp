@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Image/Bitmap.hpp"
+#include "drawing/Image/Bitmap.hpp"
 
 namespace tests {
 
@@ -22,7 +22,7 @@ struct Pixel {
 
 /// Not premultiplied.
 struct Picture {
-    platform::PixelSize size;
+    drawing::PixelSize size;
     std::vector<Pixel> pixels;
 
     Pixel& at(int x, int y) { return pixels[std::size_t(y) * std::size_t(size.width) + std::size_t(x)]; }
@@ -33,7 +33,7 @@ struct Picture {
 
 /// Each pixel is what `paint(x, y)` gives.
 template <typename Paint>
-Picture painted(platform::PixelSize size, Paint paint) {
+Picture painted(drawing::PixelSize size, Paint paint) {
     Picture picture{size, {}};
     for (int y = 0; y < size.height; ++y)
         for (int x = 0; x < size.width; ++x) picture.pixels.push_back(paint(x, y));
@@ -41,7 +41,7 @@ Picture painted(platform::PixelSize size, Paint paint) {
 }
 
 /// Soft shapes and some noise, as a photograph has them.
-Picture photograph(platform::PixelSize size);
+Picture photograph(drawing::PixelSize size);
 
 enum class JPEGColors { gray, rgb, yccInks, cmykInks };
 /// What one scan of a progressive file says: of which components, which coefficients, and which of their
@@ -58,7 +58,7 @@ struct JPEGForm {
     int quality = 90;
     bool progressive = false;
     bool arithmetic = false;
-    platform::PixelSize sampling = {2, 2};  // pixels that share a colour, 1 to 4 a side
+    drawing::PixelSize sampling = {2, 2};  // pixels that share a colour, 1 to 4 a side
     unsigned restartInterval = 0;
     std::vector<JPEGScan> scans = {};  // libjpeg's own script if empty
     std::string_view exif = {};        // the contents of an APP1 segment
@@ -66,7 +66,7 @@ struct JPEGForm {
 std::string jpeg(const Picture& picture, const JPEGForm& form = {});
 
 /// As libjpeg itself decodes it with nothing of ours, the scans that are missing left out.
-platform::Bitmap decodedByLibjpeg(std::string_view bytes);
+drawing::Bitmap decodedByLibjpeg(std::string_view bytes);
 
 /// An APP1 segment that notes `orientation`.
 std::string exifNoting(int orientation, std::string_view byteOrder);
@@ -74,7 +74,7 @@ std::string exifNoting(int orientation, std::string_view byteOrder);
 /// PNG, assembled chunk by chunk.
 std::string pngChunk(std::string_view type, std::string_view contents);
 std::string pngSignature();
-std::string pngHeaderChunk(platform::PixelSize size, int bitDepth, int colorType, bool interlaced);
+std::string pngHeaderChunk(drawing::PixelSize size, int bitDepth, int colorType, bool interlaced);
 std::string deflated(std::string_view bytes);
 
 enum class PNGColors { gray = 0, rgb = 2, palette = 3, grayAlpha = 4, rgba = 6 };
@@ -93,7 +93,7 @@ std::string losslessWebP(const Picture& picture, int effort);
 
 struct GIFForm {
     bool interlaced = false;
-    std::optional<platform::PixelSize> screen = {};  // the frame's own size if absent
+    std::optional<drawing::PixelSize> screen = {};  // the frame's own size if absent
     int left = 0;
     int top = 0;
     int frames = 1;  // the further ones are black

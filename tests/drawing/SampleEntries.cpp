@@ -2,13 +2,13 @@
 
 #include <stdexcept>
 
-#include "platform/Image/Bitmap.hpp"
-#include "platform/Image/PNGWriter.hpp"
+#include "drawing/Image/Bitmap.hpp"
+#include "drawing/Writers/PNGWriter.hpp"
 
 namespace drawing_tests {
 
-using platform::Bitmap;
-using platform::PixelSize;
+using drawing::Bitmap;
+using drawing::PixelSize;
 using widget::LoggedIn;
 using widget::NoPackages;
 using widget::NotLoggedIn;

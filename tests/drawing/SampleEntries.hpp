@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/SwiftUI/PictureLoader.hpp"
+#include "drawing/Views/PictureLoader.hpp"
 #include "presentation/StoredPackage.hpp"
 #include "widget/SimpleEntry.hpp"
 
@@ -21,7 +21,7 @@ std::vector<SampleEntry> sampleEntries();
 widget::SimpleEntry sampleEntry(const std::string& name);
 
 /// Pictures drawn by hand for "sample:shop", "sample:wide" and "sample:photo"; nothing for any other URL.
-class SamplePictures final : public platform::PictureLoader {
+class SamplePictures final : public drawing::PictureLoader {
   public:
     std::optional<std::string> read(const platform::URL& url) override;
 };

@@ -22,9 +22,9 @@ class MisbehavingExtension : public Misbehaviour {
         folder.write("entry.json", goodEntry);
         DrawingCommand command;
         command.families = {platform::WidgetFamily::systemSmall};
-        command.colorSchemes = {platform::ColorScheme::light};
+        command.colorSchemes = {drawing::ColorScheme::light};
         command.entry = path("entry.json");
-        command.format = DrawingFormat::tree;
+        command.format = widget::DrawingFormat::tree;
         command.pictureBudget = pictureBudget;
         command.output = path("drawing.json");
         command.extension = settings;
@@ -125,7 +125,7 @@ TEST_F(MisbehavingExtension, SendsNoDrawing) {
 
 TEST_F(MisbehavingExtension, OffersNoFamilyToDraw) {
     DrawingCommand command;
-    command.colorSchemes = {platform::ColorScheme::light};
+    command.colorSchemes = {drawing::ColorScheme::light};
     command.entry = "placeholder";
     command.extension = settings;
     const std::pair<const char*, const char*> rows[] = {

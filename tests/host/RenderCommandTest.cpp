@@ -198,8 +198,8 @@ TEST_F(RenderCommand, ShowsTheWidgetItselfInATerminal) {
 }
 
 TEST(SizeFromText, ReadsWidthAndHeightInPoints) {
-    EXPECT_EQ(sizeFromText("338x158"), (platform::Size{338, 158}));
-    EXPECT_EQ(sizeFromText("1.5x4096"), (platform::Size{1.5, 4096}));
+    EXPECT_EQ(sizeFromText("338x158"), (drawing::Size{338, 158}));
+    EXPECT_EQ(sizeFromText("1.5x4096"), (drawing::Size{1.5, 4096}));
     for (const auto* text : {"", "x", "1x", "x1", "1x1x1", "-1x1", "0x1", "4097x1", "nanx1", "1e9x1", "1 x1"})
         EXPECT_EQ(sizeFromText(text), std::nullopt) << text;
 }

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace drawing {
+
+/// The system's appearance.
+enum class ColorScheme { light, dark };
+
+}  // namespace drawing

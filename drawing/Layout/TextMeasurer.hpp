@@ -1,0 +1,44 @@
+#pragma once
+
+// The seam between layout and fonts.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "drawing/Views/Font.hpp"
+
+namespace drawing {
+
+/// A text and how it is set. `lineLimit` 0 is no limit; `scale` is a part of the style's size.
+struct TextRun {
+    std::string text;
+    TextStyle style = TextStyle::body;
+    FontWeight weight = FontWeight::regular;
+    int lineLimit = 0;
+    double scale = 1;
+    bool operator==(const TextRun&) const = default;
+};
+
+enum class TextDirection { leftToRight, rightToLeft };
+
+/// A line as it is seen: what did not fit has given way to an ellipsis.
+struct TextLine {
+    std::string text;
+    double width;
+    TextDirection direction = TextDirection::leftToRight;
+    /// No word, nor what a script without blanks breaks instead, ends with the line.
+    bool breaksWord = false;
+    bool operator==(const TextLine&) const = default;
+};
+
+class TextMeasurer {
+  public:
+    virtual ~TextMeasurer() = default;
+
+    /// The lines of a text within a width in points; without one, a line is as long as its text. An empty
+    /// text has one empty line. A line may be wider than the width only where a single character is.
+    virtual std::vector<TextLine> lines(const TextRun& run, std::optional<double> width) const = 0;
+};
+
+}  // namespace drawing

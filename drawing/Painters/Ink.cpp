@@ -1,0 +1,75 @@
+#include "drawing/Painters/Ink.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace drawing {
+namespace {
+
+/// Perceived lightness, 0 to 1 (Rec. 601, on encoded values).
+double lightness(double red, double green, double blue) {
+    return (0.299 * red + 0.587 * green + 0.114 * blue) / 255;
+}
+
+/// How much of the tint a colour gets. What reads as plain text gets all of it.
+double distanceFromGround(double lightness, ColorScheme scheme) {
+    constexpr double ofPrimaryText = 0.89;
+    const double distance = scheme == ColorScheme::dark ? lightness : 1 - lightness;
+    return std::clamp(distance / ofPrimaryText, 0.0, 1.0);
+}
+
+std::uint8_t channel(double value) {
+    return static_cast<std::uint8_t>(std::lround(value));
+}
+
+std::uint32_t premultiplied(RGBA color, double alpha) {
+    const auto part = [&](std::uint8_t value) { return std::uint32_t{channel(value * alpha)}; };
+    return std::uint32_t{channel(255 * alpha)} << 24 | part(color.red) << 16 | part(color.green) << 8 |
+           part(color.blue);
+}
+
+std::uint32_t tinted(std::uint32_t pixel, RGBA tint, ColorScheme scheme) {
+    const double alpha = (pixel >> 24) / 255.0;
+    if (alpha == 0) return 0;
+    const double light = lightness(pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF) / alpha;
+    return premultiplied(tint, alpha * distanceFromGround(light, scheme));
+}
+
+PixelSize scaledIntoRoom(const VectorImage& drawing, PixelSize room) {
+    const double factor = std::min(room.width / drawing.width, room.height / drawing.height);
+    return {std::max(1, static_cast<int>(std::lround(drawing.width * factor))),
+            std::max(1, static_cast<int>(std::lround(drawing.height * factor)))};
+}
+
+}  // namespace
+
+std::optional<RGBA> Ink::color(const Color& color, ColorScheme scheme) const {
+    const std::optional<RGBA> own = color.resolved(scheme, catalogue);
+    if (!own || !tint) return own;
+    const double opacity = distanceFromGround(lightness(own->red, own->green, own->blue), scheme);
+    return RGBA{tint->red, tint->green, tint->blue, channel(own->alpha * opacity)};
+}
+
+std::optional<Bitmap> Ink::asset(std::string_view name, PixelSize room) const {
+    const VectorImage* drawing = catalogue.vector(name);
+    if (!drawing || room.width < 1 || room.height < 1) return std::nullopt;
+    std::optional<Bitmap> bitmap = catalogue.image(name, scaledIntoRoom(*drawing, room));
+    if (bitmap && tint) {
+        for (std::uint32_t& pixel : bitmap->pixels) pixel = premultiplied(*tint, (pixel >> 24) / 255.0);
+    }
+    return bitmap;
+}
+
+RGBA Ink::fill(const FilledPath& path) const {
+    return tint ? RGBA{tint->red, tint->green, tint->blue, path.fill.alpha} : path.fill;
+}
+
+Bitmap Ink::picture(const Bitmap& bitmap, ColorScheme scheme) const {
+    Bitmap copy = bitmap;
+    if (tint) {
+        for (std::uint32_t& pixel : copy.pixels) pixel = tinted(pixel, *tint, scheme);
+    }
+    return copy;
+}
+
+}  // namespace drawing

@@ -1,0 +1,29 @@
+#pragma once
+
+// What the colours and pictures of a display list become on the surface that a painter draws on: themselves,
+// or one tint. On a tinted surface the further a colour stands from the ground of its appearance (white or
+// black), the more of the tint it gets. A plain value; the catalogue must outlive it.
+
+#include <optional>
+#include <string_view>
+
+#include "drawing/Image/AssetCatalogue.hpp"
+#include "drawing/Image/Bitmap.hpp"
+#include "drawing/Views/Color.hpp"
+
+namespace drawing {
+
+struct Ink {
+    const AssetCatalogue& catalogue;
+    std::optional<RGBA> tint = std::nullopt;
+
+    /// Nothing where there is nothing to draw.
+    std::optional<RGBA> color(const Color& color, ColorScheme scheme) const;
+    /// A drawing of the catalogue as large as `room` lets it be.
+    std::optional<Bitmap> asset(std::string_view name, PixelSize room) const;
+    /// What a part of such a drawing is filled with.
+    RGBA fill(const FilledPath& path) const;
+    Bitmap picture(const Bitmap& bitmap, ColorScheme scheme) const;
+};
+
+}  // namespace drawing

@@ -1,0 +1,204 @@
+#include "drawing/Painters/PangoTextMeasurer.hpp"
+
+#include <fontconfig/fontconfig.h>
+#include <pango/pangocairo.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+namespace drawing {
+namespace {
+
+constexpr const char* family = "Inter";
+constexpr std::string_view ellipsis = "…";
+/// No line of a widget shows more; setting a text costs time that grows with its length.
+constexpr std::size_t longestText = 2048;
+constexpr std::size_t mostRemembered = 256;
+
+/// Emoji are bitmaps of one size: they are drawn at the size that is asked for.
+constexpr const char* bitmapFontRules = R"(<fontconfig>
+    <match target="font">
+        <test name="outline" compare="eq"><bool>false</bool></test>
+        <edit name="pixelsizefixupfactor" mode="assign">
+            <divide><name target="pattern">pixelsize</name><name target="font">pixelsize</name></divide>
+        </edit>
+        <edit name="matrix" mode="assign">
+            <times>
+                <name>matrix</name>
+                <matrix>
+                    <name>pixelsizefixupfactor</name><double>0</double>
+                    <double>0</double><name>pixelsizefixupfactor</name>
+                </matrix>
+            </times>
+        </edit>
+    </match>
+</fontconfig>)";
+
+struct ReleasesObject {
+    void operator()(void* object) const { g_object_unref(object); }
+};
+template <class Object>
+using ObjectPointer = std::unique_ptr<Object, ReleasesObject>;
+
+struct ReleasesFont {
+    void operator()(PangoFontDescription* font) const { pango_font_description_free(font); }
+};
+struct ReleasesConfiguration {
+    void operator()(FcConfig* configuration) const { FcConfigDestroy(configuration); }
+};
+using ConfigurationPointer = std::unique_ptr<FcConfig, ReleasesConfiguration>;
+
+/// Makes the file fontconfig's own configuration, once. Pango begins to read the system's, which is many
+/// times as long, on a thread of its own as soon as it is asked for anything: this must come first. Where the
+/// file cannot be used, the system's it is.
+void configureFonts(const std::filesystem::path& file) {
+    static const bool isConfigured = [&] {
+        std::error_code error;
+        if (!std::filesystem::is_regular_file(file, error)) return false;
+        const ConfigurationPointer configuration(FcConfigCreate());
+        const auto* name = reinterpret_cast<const FcChar8*>(file.c_str());
+        const auto* rules = reinterpret_cast<const FcChar8*>(bitmapFontRules);
+        return configuration && FcConfigParseAndLoad(configuration.get(), name, FcTrue) &&
+               FcConfigParseAndLoadFromMemory(configuration.get(), rules, FcTrue) &&
+               FcConfigBuildFonts(configuration.get()) && FcConfigSetCurrent(configuration.get());
+    }();
+    static_cast<void>(isConfigured);
+}
+
+/// The font map, once the fonts are configured.
+ObjectPointer<PangoFontMap> fontMap(const std::filesystem::path& fontsConfiguration) {
+    configureFonts(fontsConfiguration);
+    return ObjectPointer<PangoFontMap>(pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT));
+}
+
+/// Well-formed, of one paragraph, and not longer than can be seen.
+std::string presentable(std::string_view text) {
+    const std::unique_ptr<char, decltype(&g_free)> valid(
+        g_utf8_make_valid(text.data(), static_cast<gssize>(std::min(text.size(), longestText))), g_free);
+    std::string presentable;
+    for (const char* next = valid.get(); *next;) {
+        const auto length = static_cast<std::size_t>(g_utf8_skip[static_cast<unsigned char>(*next)]);
+        const GUnicodeType type = g_unichar_type(g_utf8_get_char(next));
+        const bool breaks = type == G_UNICODE_CONTROL || type == G_UNICODE_LINE_SEPARATOR ||
+                            type == G_UNICODE_PARAGRAPH_SEPARATOR;
+        presentable.append(breaks ? " " : std::string_view(next, length));
+        next += length;
+    }
+    return presentable;
+}
+
+/// The text of a line as it is seen.
+std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
+    const auto begin = static_cast<std::size_t>(line.start_index);
+    const auto end = begin + static_cast<std::size_t>(line.length);
+    std::string visible(text.substr(begin, end - begin));
+    for (const GSList* next = line.runs; next; next = next->next) {
+        const PangoItem& item = *static_cast<const PangoGlyphItem*>(next->data)->item;
+        if (!(item.analysis.flags & PANGO_ANALYSIS_FLAG_IS_ELLIPSIS)) continue;
+        const auto from = static_cast<std::size_t>(item.offset);
+        const auto to = from + static_cast<std::size_t>(item.length);
+        visible = std::string(text.substr(begin, from - begin)).append(ellipsis);
+        if (to < end) visible += text.substr(to, end - to);
+    }
+    visible.erase(visible.find_last_not_of(' ') + 1);
+    return visible;
+}
+
+bool breaksWord(PangoLayout& layout, const PangoLayoutLine& line, std::string_view text) {
+    const char* end = text.data() + line.start_index + line.length;
+    int count = 0;
+    const PangoLogAttr* attributes = pango_layout_get_log_attrs_readonly(&layout, &count);
+    const glong offset = g_utf8_pointer_to_offset(text.data(), end);
+    return offset < count && !attributes[offset].is_line_break;
+}
+
+}  // namespace
+
+class PangoTextMeasurer::Typesetter {
+  public:
+    explicit Typesetter(const std::filesystem::path& fontsConfiguration)
+        : fonts_(fontMap(fontsConfiguration)), context_(pango_font_map_create_context(fonts_.get())) {
+        // Shapes and advances as they were drawn: text is as long at every scale, and never shifts.
+        const std::unique_ptr<cairo_font_options_t, decltype(&cairo_font_options_destroy)> options(
+            cairo_font_options_create(), cairo_font_options_destroy);
+        cairo_font_options_set_antialias(options.get(), CAIRO_ANTIALIAS_GRAY);
+        cairo_font_options_set_hint_style(options.get(), CAIRO_HINT_STYLE_NONE);
+        cairo_font_options_set_hint_metrics(options.get(), CAIRO_HINT_METRICS_OFF);
+        pango_cairo_context_set_font_options(context_.get(), options.get());
+        pango_context_set_round_glyph_positions(context_.get(), FALSE);
+        pango_context_set_base_dir(context_.get(), PANGO_DIRECTION_LTR);
+    }
+
+    PangoLayout* layout(const TextRun& run, std::optional<double> width) {
+        const Key key{run.text, run.style, run.weight, run.lineLimit, run.scale, width.value_or(-1)};
+        if (const auto found = remembered_.find(key); found != remembered_.end()) return found->second.get();
+        if (remembered_.size() >= mostRemembered) remembered_.clear();
+        return remembered_.emplace(key, make(run, width)).first->second.get();
+    }
+
+  private:
+    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, double>;
+
+    ObjectPointer<PangoLayout> make(const TextRun& run, std::optional<double> width) const {
+        ObjectPointer<PangoLayout> layout(pango_layout_new(context_.get()));
+        const std::unique_ptr<PangoFontDescription, ReleasesFont> font(pango_font_description_new());
+        pango_font_description_set_family_static(font.get(), family);
+        pango_font_description_set_weight(font.get(), static_cast<PangoWeight>(number(run.weight)));
+        pango_font_description_set_absolute_size(font.get(),
+                                                 metrics(run.style).pointSize * run.scale * PANGO_SCALE);
+        pango_layout_set_font_description(layout.get(), font.get());
+        if (width) {
+            // A width that was measured is a whole number of units, and must be wide enough when it comes
+            // back.
+            constexpr double tolerance = 1e-3;
+            pango_layout_set_width(layout.get(), static_cast<int>(*width * PANGO_SCALE + tolerance));
+            pango_layout_set_wrap(layout.get(), PANGO_WRAP_WORD_CHAR);
+            if (run.lineLimit > 0) {
+                pango_layout_set_ellipsize(layout.get(), PANGO_ELLIPSIZE_END);
+                pango_layout_set_height(layout.get(), -run.lineLimit);
+            }
+        }
+        pango_layout_set_text(layout.get(), presentable(run.text).c_str(), -1);
+        return layout;
+    }
+
+    ObjectPointer<PangoFontMap> fonts_;
+    ObjectPointer<PangoContext> context_;
+    std::map<Key, ObjectPointer<PangoLayout>> remembered_;
+};
+
+PangoTextMeasurer::PangoTextMeasurer(std::filesystem::path fontsConfiguration)
+    : fontsConfiguration_(std::move(fontsConfiguration)) {}
+PangoTextMeasurer::~PangoTextMeasurer() = default;
+
+PangoTextMeasurer::Typesetter& PangoTextMeasurer::typesetter() const {
+    if (!typesetter_) typesetter_ = std::make_unique<Typesetter>(fontsConfiguration_);
+    return *typesetter_;
+}
+
+PangoLayout* PangoTextMeasurer::typeset(const TextRun& run, std::optional<double> width) const {
+    return typesetter().layout(run, width);
+}
+
+std::vector<TextLine> PangoTextMeasurer::lines(const TextRun& run, std::optional<double> width) const {
+    PangoLayout* layout = typeset(run, width);
+    const std::string_view text = pango_layout_get_text(layout);
+    std::vector<TextLine> lines;
+    for (const GSList* next = pango_layout_get_lines_readonly(layout); next; next = next->next) {
+        auto* line = static_cast<PangoLayoutLine*>(next->data);
+        PangoRectangle logical;
+        pango_layout_line_get_extents(line, nullptr, &logical);
+        lines.push_back({visibleText(*line, text), static_cast<double>(logical.width) / PANGO_SCALE,
+                         pango_layout_line_get_resolved_direction(line) == PANGO_DIRECTION_RTL
+                             ? TextDirection::rightToLeft
+                             : TextDirection::leftToRight,
+                         next->next && breaksWord(*layout, *line, text)});
+    }
+    return lines;
+}
+
+}  // namespace drawing

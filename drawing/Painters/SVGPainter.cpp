@@ -1,0 +1,303 @@
+#include "drawing/Painters/SVGPainter.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <vector>
+
+#include "drawing/Painters/JoinedShapes.hpp"
+#include "drawing/Painters/Path.hpp"
+#include "drawing/Painters/TextPlacement.hpp"
+#include "drawing/Writers/PNGWriter.hpp"
+
+namespace drawing {
+namespace {
+
+/// What pictures note as their resolution; they are scaled to their frames in any case.
+constexpr int bitmapScale = 3;
+
+constexpr std::string_view fontFamily = "Inter, 'Noto Sans', system-ui, sans-serif";
+
+/// Shortest, with three digits after the point at most.
+std::string number(double value) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.3f", value);
+    std::string shortest = text.data();
+    shortest.erase(shortest.find_last_not_of('0') + 1);
+    if (shortest.back() == '.') shortest.pop_back();
+    return shortest == "-0" ? "0" : shortest;
+}
+
+/// For contents and attributes alike. XML 1.0 has no place for most control characters nor for U+FFFE and
+/// U+FFFF, escaped or not.
+std::string escaped(std::string_view text) {
+    std::string escaped;
+    for (const char character : text) {
+        switch (character) {
+            case '&': escaped += "&amp;"; break;
+            case '<': escaped += "&lt;"; break;
+            case '>': escaped += "&gt;"; break;
+            case '"': escaped += "&quot;"; break;
+            case '\'': escaped += "&#39;"; break;
+            default: escaped += static_cast<unsigned char>(character) < 0x20 ? ' ' : character;
+        }
+        if (escaped.ends_with("\xEF\xBF\xBE") || escaped.ends_with("\xEF\xBF\xBF")) escaped.back() = '\xBD';
+    }
+    return escaped;
+}
+
+std::string base64(std::string_view bytes) {
+    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    for (std::size_t index = 0; index < bytes.size(); index += 3) {
+        const std::size_t count = std::min<std::size_t>(3, bytes.size() - index);
+        std::uint32_t group = 0;
+        for (std::size_t place = 0; place < 3; ++place) {
+            group = group << 8 | (place < count ? static_cast<unsigned char>(bytes[index + place]) : 0u);
+        }
+        for (std::size_t place = 0; place < 4; ++place) {
+            text += place <= count ? digits[group >> (18 - 6 * place) & 63] : '=';
+        }
+    }
+    return text;
+}
+
+std::string attribute(std::string_view name, std::string_view value) {
+    return std::string(" ").append(name).append("=\"").append(escaped(value)).append("\"");
+}
+std::string attribute(std::string_view name, double value) {
+    return attribute(name, std::string_view(number(value)));
+}
+
+std::string frameAttributes(const Rect& frame) {
+    return attribute("x", frame.left()) + attribute("y", frame.top()) + attribute("width", frame.size.width) +
+           attribute("height", frame.size.height);
+}
+
+/// "fill" or "stroke" or "stop-color" with its opacity.
+std::string paintAttributes(std::string_view name, RGBA color) {
+    std::string attributes = attribute(name, hexadecimal(color));
+    if (color.alpha == 255) return attributes;
+    const std::string_view opacity = name == "stop-color" ? "stop-opacity"
+                                     : name == "stroke"   ? "stroke-opacity"
+                                                          : "fill-opacity";
+    return attributes + attribute(opacity, color.alpha / 255.0);
+}
+
+std::string pathData(const Path& path) {
+    const auto pair = [](Point point) { return number(point.x) + " " + number(point.y); };
+    std::string data;
+    for (const Path::Segment& segment : path.segments) {
+        data += (data.empty() ? "M" : "L") + pair(segment.lineTo);
+        for (const auto& [first, second, end] : segment.curves) {
+            data += "C" + pair(first) + " " + pair(second) + " " + pair(end);
+        }
+    }
+    return data + "Z";
+}
+
+std::string shapeData(const Shape& shape) {
+    return attribute("d", pathData(continuousRoundedRectangle(shape.frame, shape.cornerRadius)));
+}
+
+bool holdsMiddle(const Rect& outer, const Rect& inner) {
+    const double x = inner.left() + inner.size.width / 2;
+    const double y = inner.top() + inner.size.height / 2;
+    return x >= outer.left() && x <= outer.right() && y >= outer.top() && y <= outer.bottom();
+}
+
+/// Everything written within a part of the picture, as it would be read out.
+std::string wordsWithin(const DisplayList& list, const Rect& part) {
+    std::string words;
+    for (const DisplayItem& item : list.items) {
+        const auto* text = std::get_if<TextItem>(&item.kind);
+        if (!text || !holdsMiddle(part, item.frame)) continue;
+        if (!words.empty()) words += ", ";
+        words += text->run.text;
+    }
+    return words;
+}
+
+/// What a browser would run or open as a page of its own making.
+bool isHarmless(const platform::URL& url) {
+    constexpr std::array harmful = {"javascript", "vbscript", "data", "blob"};
+    return std::find(harmful.begin(), harmful.end(), url.scheme()) == harmful.end();
+}
+
+class SVGPainter {
+  public:
+    SVGPainter(const DisplayList& list, const Ink& ink, const TextMeasurer& measurer)
+        : list_(list), ink_(ink), measurer_(measurer) {
+        // Several pictures may stand in one page: identifiers carry the picture's own name.
+        prefix_ = std::string(description(list.family)) +
+                  (list.colorScheme == ColorScheme::dark ? "-dark-" : "-light-");
+    }
+
+    std::string document(std::string_view title) {
+        forEachJoined(list_.items, [&](std::span<const DisplayItem> joined) { paint(joined); });
+        for (const DisplayLink& link : list_.links) paint(link);
+
+        const Rect& frame = list_.container.frame;
+        const std::string titleName = prefix_ + "title";
+        const std::string descriptionName = prefix_ + "description";
+        std::string container = "<g>";
+        if (list_.container.cornerRadius > 0) container = "<g" + clipAttribute(list_.container) + ">";
+        return "<svg xmlns=\"http://www.w3.org/2000/svg\"" + attribute("width", frame.size.width) +
+               attribute("height", frame.size.height) +
+               attribute("viewBox", "0 0 " + number(frame.size.width) + " " + number(frame.size.height)) +
+               attribute("role", "group") + attribute("aria-labelledby", titleName + " " + descriptionName) +
+               ">\n" + "<title" + attribute("id", titleName) + ">" + escaped(title) + "</title>\n" +  //
+               "<desc" + attribute("id", descriptionName) + ">" + escaped(wordsWithin(list_, frame)) +
+               "</desc>\n" + "<defs>\n" + definitions_ + "</defs>\n" + container + "\n" + body_ +
+               "</g>\n</svg>\n";
+    }
+
+  private:
+    std::string newName(std::string_view kind) {
+        return prefix_ + std::string(kind) + std::to_string(++names_);
+    }
+
+    std::string clipAttribute(const Shape& shape) {
+        const std::string name = newName("clip");
+        definitions_ += "<clipPath" + attribute("id", name) + "><path" + shapeData(shape) + "/></clipPath>\n";
+        return attribute("clip-path", "url(#" + name + ")");
+    }
+
+    void paint(std::span<const DisplayItem> joined) {
+        const DisplayItem& item = joined.front();
+        for (const Shape& clip : item.clips) body_ += "<g" + clipAttribute(clip) + ">";
+        if (joined.size() > 1) {
+            drawAsOne(joined);
+        } else {
+            std::visit([&](const auto& kind) { draw(item, kind); }, item.kind);
+        }
+        for (std::size_t count = item.clips.size(); count > 0; --count) body_ += "</g>";
+        body_ += "\n";
+    }
+
+    /// A link covers its frame, unseen.
+    void paint(const DisplayLink& link) {
+        if (!isHarmless(link.url)) return;
+        body_ += "<a" + attribute("href", link.url.absoluteString()) +
+                 attribute("aria-label", wordsWithin(list_, link.frame)) + "><rect" +
+                 frameAttributes(link.frame) + " fill-opacity=\"0\"/></a>\n";
+    }
+
+    void drawAsOne(std::span<const DisplayItem> shapes) {
+        const DisplayItem& first = shapes.front();
+        const std::optional<RGBA> color =
+            ink_.color(std::get<RoundedRectangleItem>(first.kind).color, first.colorScheme);
+        if (!color) return;
+        std::string data;
+        for (const DisplayItem& shape : shapes) {
+            data += pathData(continuousRoundedRectangle(
+                shape.frame, std::get<RoundedRectangleItem>(shape.kind).cornerRadius));
+        }
+        body_ += "<path" + attribute("d", data) + paintAttributes("fill", *color) + "/>";
+    }
+
+    void draw(const DisplayItem& item, const LinearGradientItem& gradient) {
+        const std::string name = newName("gradient");
+        std::string stops;
+        for (std::size_t index = 0; index < gradient.stops.size(); ++index) {
+            const std::optional<RGBA> color = ink_.color(gradient.stops[index], item.colorScheme);
+            if (!color) return;
+            const double place = static_cast<double>(index) /
+                                 static_cast<double>(std::max<std::size_t>(1, gradient.stops.size() - 1));
+            stops += "<stop" + attribute("offset", place) + paintAttributes("stop-color", *color) + "/>";
+        }
+        definitions_ += "<linearGradient" + attribute("id", name) + " x1=\"0\" y1=\"0\" x2=\"0\" y2=\"1\">" +
+                        stops + "</linearGradient>\n";
+        body_ += "<rect" + frameAttributes(item.frame) + attribute("fill", "url(#" + name + ")") + "/>";
+    }
+
+    void draw(const DisplayItem& item, const RoundedRectangleItem& rectangle) {
+        const std::optional<RGBA> color = ink_.color(rectangle.color, item.colorScheme);
+        if (!color) return;
+        body_ += "<path" + shapeData({item.frame, rectangle.cornerRadius});
+        if (rectangle.strokeWidth) {
+            body_ += attribute("fill", "none") + paintAttributes("stroke", *color) +
+                     attribute("stroke-width", *rectangle.strokeWidth) + "/>";
+        } else {
+            body_ += paintAttributes("fill", *color) + "/>";
+        }
+    }
+
+    void draw(const DisplayItem& item, const RectangleItem& rectangle) {
+        const std::optional<RGBA> color = ink_.color(rectangle.color, item.colorScheme);
+        if (!color) return;
+        body_ += "<rect" + frameAttributes(item.frame) + paintAttributes("fill", *color) + "/>";
+    }
+
+    void draw(const DisplayItem& item, const TextItem& text) {
+        const std::optional<RGBA> color = ink_.color(text.color, item.colorScheme);
+        if (!color) return;
+        const std::vector<TextLine> lines = measurer_.lines(text.run, item.frame.size.width);
+        body_ += "<g" + attribute("font-family", fontFamily) +
+                 attribute("font-size", metrics(text.run.style).pointSize * text.run.scale) +
+                 attribute("font-weight", drawing::number(text.run.weight)) +
+                 paintAttributes("fill", *color) + ">";
+        for (std::size_t index = 0; index < lines.size(); ++index) {
+            const TextLine& line = lines[index];
+            if (line.text.empty()) continue;
+            const Point origin = lineOrigin(text, item.frame, line, index);
+            const bool isRightToLeft = line.direction == TextDirection::rightToLeft;
+            // The length holds a viewer with other fonts to the room that there is.
+            body_ += "<text" + attribute("x", isRightToLeft ? origin.x + line.width : origin.x) +
+                     attribute("y", origin.y) + (isRightToLeft ? attribute("direction", "rtl") : "") +
+                     attribute("textLength", line.width) + attribute("lengthAdjust", "spacingAndGlyphs") +
+                     ">" + escaped(line.text) + "</text>";
+        }
+        body_ += "</g>";
+    }
+
+    void draw(const DisplayItem& item, const AssetItem& asset) {
+        const Rect& frame = item.frame;
+        const VectorImage* drawing = ink_.catalogue.vector(asset.name);
+        if (!drawing) return;
+        const double factor =
+            std::min(frame.size.width / drawing->width, frame.size.height / drawing->height);
+        const double x = frame.left() + (frame.size.width - drawing->width * factor) / 2;
+        const double y = frame.top() + (frame.size.height - drawing->height * factor) / 2;
+        body_ += "<g" +
+                 attribute("transform",
+                           "translate(" + number(x) + " " + number(y) + ") scale(" + number(factor) + ")") +
+                 ">";
+        for (const FilledPath& path : drawing->paths) {
+            body_ += "<path" + attribute("d", path.data) + paintAttributes("fill", ink_.fill(path)) + "/>";
+        }
+        body_ += "</g>";
+    }
+
+    void draw(const DisplayItem& item, const PictureItem& picture) {
+        if (ink_.tint) {
+            show(ink_.picture(*picture.bitmap, item.colorScheme), item.frame);
+        } else {
+            show(*picture.bitmap, item.frame);
+        }
+    }
+
+    void show(const Bitmap& bitmap, const Rect& frame) {
+        body_ += "<image" + frameAttributes(frame) +
+                 attribute("href", "data:image/png;base64," + base64(encodedPNG(bitmap, bitmapScale))) + "/>";
+    }
+
+    const DisplayList& list_;
+    const Ink& ink_;
+    const TextMeasurer& measurer_;
+    std::string prefix_;
+    int names_ = 0;
+    std::string definitions_;
+    std::string body_;
+};
+
+}  // namespace
+
+std::string paintedSVG(const DisplayList& list, std::string_view title, const Ink& ink,
+                       const TextMeasurer& measurer) {
+    return SVGPainter(list, ink, measurer).document(title);
+}
+
+}  // namespace drawing

@@ -1,0 +1,21 @@
+#pragma once
+
+// Where the lines of a text stand in its frame: one rule for every painter.
+
+#include <cstddef>
+
+#include "drawing/Layout/DisplayList.hpp"
+
+namespace drawing {
+
+/// The left end of the line's baseline. Lines begin at the leading edge; those of right-to-left text begin at
+/// the right, as they are read from there.
+inline Point lineOrigin(const TextItem& text, const Rect& frame, const TextLine& line, std::size_t index) {
+    const bool beginsAtTheRight = line.direction == TextDirection::rightToLeft;
+    const double x = beginsAtTheRight ? frame.size.width - line.width : 0;
+    const TextStyle style = text.run.style;
+    return {frame.left() + x,
+            frame.top() + static_cast<double>(index) * metrics(style).lineHeight + baseline(style)};
+}
+
+}  // namespace drawing

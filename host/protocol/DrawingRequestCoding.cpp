@@ -1,0 +1,97 @@
+#include "host/protocol/DrawingRequestCoding.hpp"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "host/protocol/EntryCoding.hpp"
+#include "host/protocol/Members.hpp"
+#include "host/protocol/MessageChannel.hpp"
+
+namespace host {
+
+namespace json = boost::json;
+using drawing::ColorScheme;
+using widget::DrawingFormat;
+using widget::DrawingRequest;
+using widget::name;
+using widget::PictureReading;
+
+namespace {
+
+constexpr std::array formats = {DrawingFormat::png, DrawingFormat::svg, DrawingFormat::tree};
+constexpr std::array colorSchemes = {ColorScheme::light, ColorScheme::dark};
+constexpr std::array pictureReadings = {PictureReading::allowed, PictureReading::placeholdersOnly};
+
+/// The one of `values` whose name stands under `key`, the first of them where there is none.
+template <typename Enumeration, std::size_t count>
+Enumeration named(const json::object& object, std::string_view key,
+                  const std::array<Enumeration, count>& values) {
+    const auto wanted = memberText(object, key, name(values.front()));
+    for (const auto value : values)
+        if (name(value) == wanted) return value;
+    throw ProtocolError(std::string(key) + " has a value that is not known");
+}
+
+const json::value& entryIn(const json::object& object) {
+    const auto* entry = object.if_contains("entry");
+    if (!entry || !entry->is_object()) throw ProtocolError("entry must be an object");
+    return *entry;
+}
+
+double scaleIn(const json::object& object) {
+    const auto scale = memberNumber(object, "scale", 3);
+    if (!(scale >= 1 && scale <= 4)) throw ProtocolError("scale must be from 1 to 4");
+    return scale;
+}
+
+std::optional<drawing::Size> sizeIn(const json::object& object, double scale) {
+    const auto* member = object.if_contains("size");
+    if (!member || !member->is_object()) return std::nullopt;
+    const auto& given = member->get_object();
+    const drawing::Size size = {memberNumber(given, "width", 0), memberNumber(given, "height", 0)};
+    if (!DrawingRequest::isWithinBounds(size, scale)) throw ProtocolError("size is out of bounds");
+    return size;
+}
+
+std::optional<std::string> tintIn(const json::object& object) {
+    if (!object.contains("tint")) return std::nullopt;
+    return std::string(memberText(object, "tint", ""));
+}
+
+}  // namespace
+
+json::object drawingRequestObject(const DrawingRequest& request) {
+    json::object object = {
+        {"entry", entryObject(request.entry)},
+        {"colorScheme", name(request.colorScheme)},
+        {"scale", request.scale},
+        {"format", name(request.format)},
+        {"pictures", name(request.pictures)},
+    };
+    if (request.size) object["size"] = {{"width", request.size->width}, {"height", request.size->height}};
+    if (request.tint) object["tint"] = *request.tint;
+    return object;
+}
+
+DrawingRequest drawingRequestFromObject(const json::object& object) {
+    const auto& entry = entryIn(object);
+    const auto colorScheme = named(object, "colorScheme", colorSchemes);
+    const auto format = named(object, "format", formats);
+    const auto pictures = named(object, "pictures", pictureReadings);
+    const auto scale = scaleIn(object);
+    const auto size = sizeIn(object, scale);
+    auto tint = tintIn(object);
+    // What is wrong with a drawing is said before what is wrong with its entry.
+    return {.entry = entryFromValue(entry),
+            .family = memberFamily(object),
+            .colorScheme = colorScheme,
+            .size = size,
+            .scale = scale,
+            .format = format,
+            .tint = std::move(tint),
+            .pictures = pictures};
+}
+
+}  // namespace host

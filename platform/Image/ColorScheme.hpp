@@ -1,8 +1,0 @@
-#pragma once
-
-namespace platform {
-
-/// The system's appearance.
-enum class ColorScheme { light, dark };
-
-}  // namespace platform

@@ -1,0 +1,283 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+
+#include "drawing/Image/Image.hpp"
+#include "tests/drawing/MemoryLimit.hpp"
+#include "tests/drawing/PictureFiles.hpp"
+
+namespace {
+
+using namespace tests;
+using drawing::Bitmap;
+using drawing::decodedImage;
+using drawing::ImageDecoding;
+using drawing::ImageFormat;
+using drawing::ImageHeader;
+using drawing::imageHeader;
+using drawing::PixelSize;
+
+constexpr Pixel red{200, 30, 20}, green{20, 160, 40}, blue{30, 40, 190}, yellow{230, 210, 40};
+
+/// Red and green above blue and yellow.
+Picture quarters(PixelSize size) {
+    return painted(size, [&](int x, int y) {
+        if (y < size.height / 2) return x < size.width / 2 ? red : green;
+        return x < size.width / 2 ? blue : yellow;
+    });
+}
+
+/// The colours in the middle of the four quarters, row by row.
+std::array<Pixel, 4> middles(const Bitmap& bitmap) {
+    const auto at = [&](int right, int lower) {
+        const std::uint32_t pixel =
+            bitmap.row(bitmap.height() * (1 + 2 * lower) / 4)[bitmap.width() * (1 + 2 * right) / 4];
+        return Pixel{std::uint8_t(pixel >> 16), std::uint8_t(pixel >> 8), std::uint8_t(pixel),
+                     std::uint8_t(pixel >> 24)};
+    };
+    return {at(0, 0), at(1, 0), at(0, 1), at(1, 1)};
+}
+
+void expectColors(const Bitmap& bitmap, const std::array<Pixel, 4>& expected, int tolerance,
+                  const std::string& name) {
+    const auto found = middles(bitmap);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_NEAR(found[i].red, expected[i].red, tolerance) << name << ", quarter " << i;
+        EXPECT_NEAR(found[i].green, expected[i].green, tolerance) << name << ", quarter " << i;
+        EXPECT_NEAR(found[i].blue, expected[i].blue, tolerance) << name << ", quarter " << i;
+        EXPECT_EQ(found[i].alpha, 255) << name << ", quarter " << i;
+    }
+}
+
+struct Form {
+    std::string name;
+    std::string bytes;
+    ImageHeader header;
+    int tolerance;
+};
+
+std::vector<Form> everyForm(PixelSize size) {
+    const Picture picture = quarters(size);
+    const auto byRows = ImageDecoding::byRows, whole = ImageDecoding::whole;
+    const auto lossless = WebPLoss::lossless, lossy = WebPLoss::lossy;
+    return {
+        {"JPEG", jpeg(picture), {ImageFormat::jpeg, size, byRows}, 6},
+        {"JPEG in several scans", jpeg(picture, {.progressive = true}), {ImageFormat::jpeg, size, whole}, 6},
+        {"JPEG, arithmetic coding",
+         jpeg(picture, {.arithmetic = true}),
+         {ImageFormat::jpeg, size, byRows},
+         6},
+        {"JPEG of inks",
+         jpeg(picture, {.colors = JPEGColors::cmykInks}),
+         {ImageFormat::jpeg, size, byRows},
+         6},
+        {"JPEG of inks, inverted",
+         jpeg(picture, {.colors = JPEGColors::yccInks}),
+         {ImageFormat::jpeg, size, byRows},
+         6},
+        {"PNG", png(picture), {ImageFormat::png, size, byRows}, 0},
+        {"PNG without alpha", png(picture, {.colors = PNGColors::rgb}), {ImageFormat::png, size, byRows}, 0},
+        {"PNG of 16 bits", png(picture, {.bitDepth = 16}), {ImageFormat::png, size, byRows}, 0},
+        {"PNG of 16 bits without alpha",
+         png(picture, {.colors = PNGColors::rgb, .bitDepth = 16}),
+         {ImageFormat::png, size, byRows},
+         0},
+        {"PNG with a palette",
+         png(picture, {.colors = PNGColors::palette}),
+         {ImageFormat::png, size, byRows},
+         0},
+        {"PNG with a palette of 2 bits",
+         png(picture, {.colors = PNGColors::palette, .bitDepth = 2}),
+         {ImageFormat::png, size, byRows},
+         0},
+        {"PNG, interlaced", png(picture, {.interlaced = true}), {ImageFormat::png, size, whole}, 0},
+        {"PNG with a palette, interlaced",
+         png(picture, {.colors = PNGColors::palette, .bitDepth = 4, .interlaced = true}),
+         {ImageFormat::png, size, whole},
+         0},
+        {"WebP", webp(picture, lossy), {ImageFormat::webp, size, whole}, 10},
+        {"WebP without loss", webp(picture, lossless), {ImageFormat::webp, size, whole}, 0},
+        {"GIF", gif(picture), {ImageFormat::gif, size, byRows}, 0},
+        {"GIF, interlaced", gif(picture, {.interlaced = true}), {ImageFormat::gif, size, whole}, 0},
+    };
+}
+
+TEST(ImageDecoding, ReadsEveryForm) {
+    for (const PixelSize size : {PixelSize{64, 48}, {33, 17}})
+        for (const Form& form : everyForm(size)) {
+            EXPECT_EQ(imageHeader(form.bytes), form.header) << form.name;
+            for (const PixelSize wanted : {size, PixelSize{20, 20}, PixelSize{150, 90}}) {
+                const auto bitmap = decodedImage(form.bytes, wanted);
+                ASSERT_TRUE(bitmap) << form.name;
+                EXPECT_EQ(bitmap->size, wanted) << form.name;
+                expectColors(*bitmap, {red, green, blue, yellow}, form.tolerance, form.name);
+            }
+        }
+}
+
+TEST(ImageDecoding, ReadsShadesOfGrey) {
+    const Picture picture = quarters({32, 32});
+    const auto grey = [](const Pixel& pixel) { return Pixel{pixel.green, pixel.green, pixel.green}; };
+    const std::array expected = {grey(red), grey(green), grey(blue), grey(yellow)};
+    expectColors(*decodedImage(jpeg(picture, {.colors = JPEGColors::gray}), {32, 32}), expected, 4, "JPEG");
+    expectColors(*decodedImage(png(picture, {.colors = PNGColors::gray}), {32, 32}), expected, 0, "PNG");
+    expectColors(*decodedImage(png(picture, {.colors = PNGColors::gray, .bitDepth = 16}), {32, 32}), expected,
+                 0, "16");
+    expectColors(*decodedImage(png(picture, {.colors = PNGColors::grayAlpha}), {32, 32}), expected, 0,
+                 "with alpha");
+}
+
+TEST(ImageDecoding, ShowsAPhotographUprightWhicheverWayTheCameraWasHeld) {
+    struct Row {
+        int orientation;
+        PixelSize size;
+        std::array<Pixel, 4> shown;
+    };
+    constexpr PixelSize wide{64, 32}, tall{32, 64};
+    for (const auto& [orientation, size, shown] : {
+             Row{0, wide, {red, green, blue, yellow}},
+             Row{1, wide, {red, green, blue, yellow}},
+             Row{2, wide, {green, red, yellow, blue}},
+             Row{3, wide, {yellow, blue, green, red}},
+             Row{4, wide, {blue, yellow, red, green}},
+             Row{5, tall, {red, blue, green, yellow}},
+             Row{6, tall, {blue, red, yellow, green}},
+             Row{7, tall, {yellow, green, blue, red}},
+             Row{8, tall, {green, yellow, red, blue}},
+             Row{9, wide, {red, green, blue, yellow}},
+         })
+        for (const char* byteOrder : {"II", "MM"}) {
+            const std::string name = std::string(byteOrder) + std::to_string(orientation);
+            const std::string bytes = jpeg(quarters(wide), {.exif = exifNoting(orientation, byteOrder)});
+            ASSERT_TRUE(imageHeader(bytes)) << name;
+            EXPECT_EQ(imageHeader(bytes)->size, size) << name;
+            const auto bitmap = decodedImage(bytes, {size.width / 2, size.height / 2});
+            ASSERT_TRUE(bitmap) << name;
+            expectColors(*bitmap, shown, 6, name);
+        }
+}
+
+TEST(ImageDecoding, TakesANoteThatBreaksOffForUpright) {
+    const std::string note = exifNoting(6, "II");
+    for (std::size_t length = 0; length < note.size() - 8; ++length) {
+        const auto header = imageHeader(jpeg(quarters({16, 8}), {.exif = note.substr(0, length)}));
+        ASSERT_TRUE(header);
+        EXPECT_EQ(header->size, (PixelSize{16, 8})) << length;
+    }
+}
+
+TEST(ImageDecoding, MultipliesColoursByTheirAlpha) {
+    const Picture glass = painted({8, 8}, [](int, int) { return Pixel{255, 128, 0, 128}; });
+    const struct {
+        const char* name;
+        std::string bytes;
+    } forms[] = {{"PNG", png(glass)},
+                 {"16 bits", png(glass, {.bitDepth = 16})},
+                 {"palette", png(glass, {.colors = PNGColors::palette})},
+                 {"interlaced", png(glass, {.interlaced = true})},
+                 {"WebP", webp(glass, WebPLoss::lossless)}};
+    for (const auto& [name, bytes] : forms)
+        for (const int side : {3, 8, 20}) {
+            const auto bitmap = decodedImage(bytes, {side, side});
+            ASSERT_TRUE(bitmap) << name;
+            for (const std::uint32_t pixel : bitmap->pixels) EXPECT_EQ(pixel, 0x80804000u) << name << side;
+        }
+}
+
+TEST(ImageDecoding, LetsNoColourOutOfWhatIsTransparent) {
+    const Picture stripes = painted({64, 64}, [](int x, int) {
+        return x % 2 ? Pixel{0, 255, 0, 0} : Pixel{255, 0, 0, 255};
+    });
+    for (const std::string& bytes : {png(stripes), gif(stripes), png(stripes, {.interlaced = true})}) {
+        const auto bitmap = decodedImage(bytes, {8, 8});
+        ASSERT_TRUE(bitmap);
+        for (const std::uint32_t pixel : bitmap->pixels) {
+            EXPECT_EQ(pixel >> 8 & 255, 0u);
+            EXPECT_NEAR(pixel >> 24, 128, 20);  // at the border fewer stripes are averaged
+            EXPECT_EQ(pixel >> 16 & 255, pixel >> 24);
+        }
+    }
+}
+
+TEST(ImageDecoding, TakesTheFirstFrameOfAnAnimation) {
+    expectColors(*decodedImage(gif(quarters({20, 20}), {.frames = 3}), {20, 20}), {red, green, blue, yellow},
+                 0, "");
+}
+
+TEST(ImageDecoding, UnpacksAGIFThatFillsItsTableOverAndOver) {
+    std::uint32_t random = 1;
+    for (const int colors : {2, 3, 16, 200}) {
+        const Picture noise = painted({301, 200}, [&](int x, int) {
+            random = random * 1664525u + 1013904223u;
+            return Pixel{std::uint8_t(x % 50 ? (random >> 16) % unsigned(colors) : 1), 9, 77};
+        });
+        const auto bitmap = decodedImage(gif(noise), noise.size);
+        ASSERT_TRUE(bitmap) << colors;
+        for (int y = 0; y < noise.size.height; ++y)
+            for (int x = 0; x < noise.size.width; ++x)
+                ASSERT_EQ(bitmap->row(y)[x], 0xFF00094Du | unsigned(noise.at(x, y).red) << 16)
+                    << colors << " colours at " << x << ", " << y;
+    }
+}
+
+TEST(ImageDecoding, PutsAFrameAtItsPlaceOnTheScreen) {
+    for (const bool interlaced : {false, true}) {
+        const Bitmap shown =
+            *decodedImage(gif(quarters({10, 10}),
+                              {.interlaced = interlaced, .screen = PixelSize{20, 30}, .left = 10, .top = 5}),
+                          {20, 30});
+        EXPECT_EQ(shown.row(0)[0], 0u);
+        EXPECT_EQ(shown.row(10)[9], 0u);
+        EXPECT_EQ(shown.row(15)[15], 0u);
+        EXPECT_EQ(shown.row(5)[10], 0xFFC81E14u);
+        EXPECT_EQ(shown.row(14)[19], 0xFFE6D228u);
+    }
+}
+
+TEST(ImageDecoding, MakesTheScreenHoldItsFrame) {
+    const std::string bytes = gif(quarters({10, 10}), {.screen = PixelSize{4, 4}, .left = 2, .top = 1});
+    EXPECT_EQ(imageHeader(bytes)->size, (PixelSize{12, 11}));
+    EXPECT_TRUE(decodedImage(bytes, {12, 11}));
+}
+
+TEST(ImageDecoding, MakesNoPictureOfAnUnusableSize) {
+    const std::string bytes = png(quarters({4, 4}));
+    for (const PixelSize wanted : {PixelSize{0, 4}, {4, 0}, {-1, 4}, {1025, 4}, {4, 1 << 30}})
+        EXPECT_FALSE(decodedImage(bytes, wanted)) << wanted.width << " x " << wanted.height;
+    EXPECT_TRUE(decodedImage(bytes, {1024, 1024}));
+}
+
+TEST(ImageDecoding, CostsAFewRowsAndNotTheWholePicture) {
+    const Picture large = painted({4000, 3000}, [](int x, int y) {
+        return Pixel{std::uint8_t(x / 16), std::uint8_t(y / 12), std::uint8_t(x + y)};
+    });
+    const Picture coarse = painted({4000, 3000}, [](int x, int y) {
+        return Pixel{std::uint8_t(x / 500 * 30), std::uint8_t(y / 500 * 40), 0};
+    });
+    const PixelSize wanted{168, 168};
+    const struct {
+        const char* name;
+        std::string bytes;
+    } forms[] = {{"JPEG", jpeg(large)},
+                 {"PNG", png(large, {.colors = PNGColors::rgb})},
+                 {"interlaced PNG", png(coarse, {.interlaced = true})},
+                 {"interlaced GIF", gif(coarse, {.interlaced = true})}};
+    for (const auto& [name, bytes] : forms)
+        EXPECT_TRUE(succeedsWithin(3 << 20, [&, &file = bytes] {
+            return decodedImage(file, wanted).has_value();
+        })) << name;
+    const std::string whole = webp(coarse, WebPLoss::lossless);
+    if (memoryCanBeLimited) {
+        EXPECT_FALSE(succeedsWithin(3 << 20, [&] { return decodedImage(whole, wanted).has_value(); }));
+    }
+}
+
+TEST(ImageDecoding, PacksWhatTheScansOfAPhotographSay) {
+    const std::string photo = jpeg(photograph({4000, 3000}), {.progressive = true});
+    EXPECT_TRUE(succeedsWithin(16 << 20, [&] { return decodedImage(photo, {168, 126}).has_value(); }));
+}
+
+}  // namespace

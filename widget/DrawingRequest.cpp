@@ -1,0 +1,36 @@
+#include "widget/DrawingRequest.hpp"
+
+namespace widget {
+
+std::string_view name(DrawingFormat format) {
+    switch (format) {
+        case DrawingFormat::png: return "png";
+        case DrawingFormat::svg: return "svg";
+        case DrawingFormat::tree: return "tree";
+    }
+    return "";
+}
+
+std::string_view name(drawing::ColorScheme colorScheme) {
+    switch (colorScheme) {
+        case drawing::ColorScheme::light: return "light";
+        case drawing::ColorScheme::dark: return "dark";
+    }
+    return "";
+}
+
+std::string_view name(PictureReading reading) {
+    switch (reading) {
+        case PictureReading::allowed: return "allowed";
+        case PictureReading::placeholdersOnly: return "placeholdersOnly";
+    }
+    return "";
+}
+
+bool DrawingRequest::isWithinBounds(drawing::Size size, double scale) {
+    const auto isUsable = [](double side) { return side >= 1 && side <= longestSide; };
+    return isUsable(size.width) && isUsable(size.height) &&
+           size.width * size.height * scale * scale <= mostPixels;
+}
+
+}  // namespace widget
