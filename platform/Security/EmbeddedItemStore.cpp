@@ -257,9 +257,9 @@ void requireSound(const fs::path& file, sqlite3* database) {
 
 // For want of space it does all its changes again in the room of the reserve, if nobody has changed anything
 // in between.
-class Transaction : public KeychainTransaction {
+class DatabaseTransaction : public KeychainTransaction {
   public:
-    Transaction(fs::path file, std::chrono::milliseconds patience, Database database)
+    DatabaseTransaction(fs::path file, std::chrono::milliseconds patience, Database database)
         : file_(std::move(file)), patience_(patience), database_(std::move(database)) {}
 
     void createSchema() {
@@ -390,7 +390,7 @@ std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begunOnce(Access access)
     if (isNew && access != Access::create) return nullptr;
     if (!isNew) requireOwnForm(file_, database.get());
     if (!isNew && !isRead) requireSound(file_, database.get());
-    auto transaction = std::make_unique<Transaction>(file_, patience, std::move(database));
+    auto transaction = std::make_unique<DatabaseTransaction>(file_, patience, std::move(database));
     if (isNew) transaction->createSchema();
     return transaction;
 }

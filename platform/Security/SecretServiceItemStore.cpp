@@ -199,9 +199,9 @@ bool isNewer(SecretItem* first, SecretItem* second) {
            std::pair(library().secret_item_get_modified(second), creationRank(second));
 }
 
-class Transaction : public KeychainTransaction {
+class ServiceTransaction : public KeychainTransaction {
   public:
-    explicit Transaction(std::optional<LockFile> lock) : lock_(std::move(lock)) {
+    explicit ServiceTransaction(std::optional<LockFile> lock) : lock_(std::move(lock)) {
         deadline_.emplace(readPatience);
         Failure failure;
         const Reference<GDBusConnection> bus(
@@ -417,8 +417,8 @@ LockFile SecretServiceItemStore::lockFile() const {
 }
 
 std::unique_ptr<KeychainTransaction> SecretServiceItemStore::begin(Access access) {
-    if (access == Access::read) return std::make_unique<Transaction>(std::nullopt);
-    auto transaction = std::make_unique<Transaction>(
+    if (access == Access::read) return std::make_unique<ServiceTransaction>(std::nullopt);
+    auto transaction = std::make_unique<ServiceTransaction>(
         heldLock(lockFile(), access == Access::readToChange ? readPatience : writePatience));
     if (access == Access::create && !transaction->hasUnlockedCollection()) {
         throw KeychainFailure{errSecInteractionNotAllowed};

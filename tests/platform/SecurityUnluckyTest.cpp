@@ -15,6 +15,7 @@
 #include <utility>
 
 #include "platform/Security/EmbeddedItemStore.hpp"
+#include "tests/platform/KeychainItems.hpp"
 #include "tests/platform/SystemCallFaults.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -25,6 +26,7 @@ namespace {
 namespace fs = std::filesystem;
 using platform::testing::ChildProcess;
 using platform::testing::fillDisk;
+using platform::testing::item;
 using platform::testing::longTests;
 using platform::testing::meetLooks;
 using platform::testing::meetOpenings;
@@ -32,12 +34,6 @@ using platform::testing::meetSystemCalls;
 using platform::testing::runInChild;
 using platform::testing::runWithoutPrivileges;
 using ::testing::AnyOf;
-
-SecAttributes item(const std::string& service, const std::string& account) {
-    return {{kSecClass, std::string(kSecClassGenericPassword)},
-            {kSecAttrService, service},
-            {kSecAttrAccount, account}};
-}
 
 /// Stores a token as the layer above does: asks, then changes or adds.
 bool put(SecItemStore& store, const std::string& service, const std::string& account,

@@ -43,7 +43,7 @@ class Suite : public ::testing::Test {
     std::unique_ptr<UserDefaults> suite = open();
 };
 
-mode_t mode(const fs::path& path) {
+mode_t modeOf(const fs::path& path) {
     struct stat found = {};
     return ::stat(path.c_str(), &found) == 0 ? found.st_mode & 07777 : 0;
 }
@@ -59,8 +59,8 @@ TEST_F(Suite, IsItsOwnersAlone) {
     const mode_t before = ::umask(0);
     suite->setObject("key", "value");
     ::umask(before);
-    EXPECT_EQ(mode(folder), 0700u);
-    EXPECT_EQ(mode(file), 0600u);
+    EXPECT_EQ(modeOf(folder), 0700u);
+    EXPECT_EQ(modeOf(file), 0600u);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
 }
 
@@ -284,7 +284,7 @@ TEST_F(Suite, IsNotReadAndNotChangedWhereOthersCanChangeIt) {
         {file, 0620}, {file, 0602}, {file, 0666}, {folder, 0770}, {folder, 0777}, {home.path(), 0777}};
     for (const auto& [path, open] : rows) {
         SCOPED_TRACE(path);
-        const mode_t before = mode(path);
+        const mode_t before = modeOf(path);
         const auto refused = this->open();
         ASSERT_EQ(::chmod(path.c_str(), open), 0);
         const platform::testing::RecordingLogSink log;
@@ -307,7 +307,7 @@ TEST_F(Suite, IsReadWhereOthersCanReadItAndItsOwnersAloneAfterAWrite) {
     ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
     EXPECT_EQ(suite->stringForKey("key"), "value");
     suite->setObject("key", "other");
-    EXPECT_EQ(mode(file), 0600u);
+    EXPECT_EQ(modeOf(file), 0600u);
 }
 
 TEST_F(Suite, IsNotReadThroughALink) {
