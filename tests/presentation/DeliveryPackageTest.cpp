@@ -47,7 +47,7 @@ struct DeliveryRow {
     std::array<const char*, 5> lines;
 };
 
-const auto rows = [] {
+const auto deliveryRows = [] {
     using enum DeliveryStatus;
     return std::to_array<DeliveryRow>({
         {attemptedDelivery,
@@ -111,8 +111,8 @@ const auto rows = [] {
 
 TEST(DeliveryPackage, EveryStatusHasItsProgressAndItsLinesInEachSituation) {
     const FixedAmbient surroundings({.now = deliveryNow});
-    ASSERT_EQ(rows.size(), VelaApi::allCases<DeliveryStatus>().size() + 1);
-    for (const DeliveryRow& row : rows) {
+    ASSERT_EQ(deliveryRows.size(), VelaApi::allCases<DeliveryStatus>().size() + 1);
+    for (const DeliveryRow& row : deliveryRows) {
         const auto deliveries = situations(row.status);
         for (std::size_t index = 0; index < deliveries.size(); ++index) {
             const auto [primary, secondary] = statusOf(deliveries[index]);

@@ -50,7 +50,7 @@ struct OrderRow {
     std::array<const char*, 7> lines;
 };
 
-const auto rows = [] {
+const auto orderRows = [] {
     using enum OrderDisplayStatus;
     return std::to_array<OrderRow>({
         {attemptedDelivery,
@@ -191,8 +191,8 @@ StatusPair statusOf(const Order& order) {
 
 TEST(OrderPackage, EveryStatusHasItsProgressAndItsLinesInEachSituation) {
     const FixedAmbient surroundings({.now = orderNow});
-    ASSERT_EQ(rows.size(), VelaApi::allCases<OrderDisplayStatus>().size() + 1);
-    for (const OrderRow& row : rows) {
+    ASSERT_EQ(orderRows.size(), VelaApi::allCases<OrderDisplayStatus>().size() + 1);
+    for (const OrderRow& row : orderRows) {
         const auto orders = situations(row.status);
         for (std::size_t index = 0; index < orders.size(); ++index) {
             const auto [primary, secondary] = statusOf(orders[index]);

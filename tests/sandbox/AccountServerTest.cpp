@@ -15,13 +15,10 @@ using tests::at;
 using tests::Reply;
 using tests::RunningSandbox;
 using tests::serving;
+using tests::text;
 
 const std::vector<HeaderField> jsonHeaders = {{"Content-type", "application/json"},
                                               {"authorization", "Bearer sandbox-access"}};
-
-std::string text(const boost::json::value& value) {
-    return value.is_string() ? std::string(value.get_string()) : boost::json::serialize(value);
-}
 
 std::size_t nodeCount(const Reply& reply) {
     const auto nodes = at(reply.json(), "/data/deliveriesOrdersList/nodes");

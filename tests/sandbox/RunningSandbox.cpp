@@ -189,4 +189,8 @@ json::value at(const json::value& value, const std::string& path) {
     return found == nullptr ? json::value() : *found;
 }
 
+std::string text(const boost::json::value& value) {
+    return value.is_string() ? std::string(value.get_string()) : boost::json::serialize(value);
+}
+
 }  // namespace tests

@@ -75,4 +75,7 @@ std::string refreshBody(const std::string& refreshToken);
 /// The value at a path of keys and positions, as in "/data/deliveriesOrdersList/nodes/0/id".
 boost::json::value at(const boost::json::value& value, const std::string& path);
 
+/// A JSON text without its quotation marks; any other value as it is written.
+std::string text(const boost::json::value& value);
+
 }  // namespace tests
