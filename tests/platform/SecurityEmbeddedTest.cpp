@@ -56,6 +56,10 @@ class EmbeddedKeychain : public ::testing::Test {
         const OSStatus status = read(account, &bytes);
         return status == errSecSuccess ? bytes : "status " + std::to_string(status);
     }
+    OSStatus readHastily(const std::string& account) {
+        SecResult result;
+        return hasty.copyMatching(item(account), &result);
+    }
     std::string contents() { return folder.read(fs::relative(file, folder.path())); }
 
     /// What every call that changes something answers.
@@ -376,6 +380,36 @@ TEST_F(EmbeddedKeychain, CanBeReadWhileAnotherProcessIsAboutToWrite) {
     ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
     const Holder holder(file, "BEGIN IMMEDIATE");
     EXPECT_EQ(data("old"), "x");
+}
+
+TEST_F(EmbeddedKeychain, AnswersATransactionsReadsWhileAnotherProcessIsAboutToWrite) {
+    ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
+    const Holder holder(file, "BEGIN IMMEDIATE");
+    const auto transaction = hasty.beginTransaction();
+    EXPECT_EQ(readHastily("new"), errSecItemNotFound);
+    EXPECT_EQ(readHastily("old"), errSecSuccess);
+    EXPECT_EQ(hasty.add(withData(item("new"), "x")), errSecInteractionNotAllowed);
+    EXPECT_EQ(transaction->commit(), errSecInteractionNotAllowed);
+}
+
+TEST_F(EmbeddedKeychain, KeepsNothingThatATransactionWritesAfterAReadWhichItCouldNotBeSureOf) {
+    ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
+    const auto transaction = hasty.beginTransaction();
+    {
+        const Holder holder(file, "BEGIN IMMEDIATE");
+        EXPECT_EQ(readHastily("new"), errSecItemNotFound);
+    }
+    EXPECT_EQ(hasty.remove(item("old")), errSecInteractionNotAllowed);
+    EXPECT_EQ(transaction->commit(), errSecInteractionNotAllowed);
+    EXPECT_EQ(data("old"), "x");
+}
+
+TEST_F(EmbeddedKeychain, LetsATransactionEndWellThatHasOnlyReadWhileAnotherProcessWasAboutToWrite) {
+    ASSERT_EQ(store.add(withData(item("old"), "x")), errSecSuccess);
+    const Holder holder(file, "BEGIN IMMEDIATE");
+    const auto transaction = hasty.beginTransaction();
+    EXPECT_EQ(readHastily("new"), errSecItemNotFound);
+    EXPECT_EQ(transaction->commit(), errSecSuccess);
 }
 
 TEST_F(EmbeddedKeychain, LosesNothingOfTwoWritersAtOnce) {
