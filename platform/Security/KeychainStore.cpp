@@ -212,6 +212,10 @@ OSStatus KeychainStore::apply(const Change& change) {
     return scope ? scope->keep(status, change) : status;
 }
 
+void KeychainStore::rehearseChange() {
+    if (const auto transaction = begin(Access::readToChange)) transaction->rehearse();
+}
+
 std::unique_ptr<SecItemTransaction> KeychainStore::beginTransaction() {
     return std::make_unique<Scope>(*this);
 }

@@ -262,6 +262,13 @@ class Transaction : public KeychainTransaction {
         }
     }
 
+    // By the journal of no changes, which means nothing to whoever finds it.
+    void rehearse() override {
+        deadline_.emplace(writePatience);
+        create(journalSchema, noAttributes(), "Unfinished changes", {});
+        finishJournal();
+    }
+
   private:
     using Items = std::vector<Reference<SecretItem>>;
 
@@ -428,7 +435,10 @@ std::unique_ptr<KeychainTransaction> SecretServiceItemStore::begin(Access access
 
 std::unique_ptr<SecItemLock> SecretServiceItemStore::lock(SecItemHold hold) {
     const auto open = [this](SecItemHold) { return std::optional(lockFile()); };
-    return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = open, .prepare = {}});
+    const auto prepare = [this](SecItemHold wanted) {
+        if (wanted == SecItemHold::shared) rehearseChange();
+    };
+    return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = open, .prepare = prepare});
 }
 
 }  // namespace platform

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
@@ -11,12 +12,14 @@
 
 #include <fstream>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 
 #include "platform/Security/EmbeddedItemStore.hpp"
 #include "tests/platform/SystemCallFaults.hpp"
 #include "tests/support/ChildProcess.hpp"
+#include "tests/support/FolderAttribute.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 namespace platform {
@@ -25,6 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using platform::testing::ChildProcess;
 using platform::testing::fillDisk;
+using platform::testing::FolderAttribute;
 using platform::testing::longTests;
 using platform::testing::meetLooks;
 using platform::testing::meetOpenings;
@@ -32,6 +36,7 @@ using platform::testing::meetSystemCalls;
 using platform::testing::runInChild;
 using platform::testing::runWithoutPrivileges;
 using ::testing::AnyOf;
+using ::testing::HasSubstr;
 
 SecAttributes item(const std::string& service, const std::string& account) {
     return {{kSecClass, std::string(kSecClassGenericPassword)},
@@ -358,6 +363,70 @@ TEST_F(UnluckyKeychain, IsRefusedWhereItsFileOrItsFolderMayNotBeWritten) {
                   0)
             << row.what;
     }
+}
+
+/// The names in the keychain's folder.
+std::set<std::string> names(const fs::path& folder) {
+    std::set<std::string> found;
+    for (const auto& entry : fs::directory_iterator(folder)) found.insert(entry.path().filename());
+    return found;
+}
+
+TEST_F(UnluckyKeychain, LetsARenewalBeginAndLeavesNoTraceOfItsTrial) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    ASSERT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess);
+    const auto before = names(file.parent_path());
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+    EXPECT_EQ(names(file.parent_path()), before);
+    EXPECT_EQ(state(), "11--");
+    EXPECT_EQ(store.copyMatching(item("rehearsal", ""), nullptr), errSecItemNotFound);
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginWhereALinkStandsInTheJournalsPlace) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    ASSERT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess);
+    const fs::path journal = file.string() + "-journal";
+    fs::create_symlink("nowhere", journal);
+    const auto before = names(file.parent_path());
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+    EXPECT_THAT(SecItemFault(), HasSubstr("cannot be written"));
+    EXPECT_THAT(SecItemFault(), HasSubstr("so that a renewed token could not be kept"));
+    EXPECT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess) << "a person may sign out";
+    EXPECT_EQ(names(file.parent_path()), before);
+    EXPECT_EQ(state(), "11--");
+    fs::remove(journal);
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginInAFolderThatFilesCanOnlyBeAddedTo) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    {
+        const FolderAttribute appending(file.parent_path(), FS_APPEND_FL);
+        if (!appending.isSet()) GTEST_SKIP() << "no folder can be made so here";
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        EXPECT_THAT(SecItemFault(), HasSubstr("so that a renewed token could not be kept"));
+        EXPECT_EQ(state(), "11--");
+    }
+    EXPECT_EQ(state(), "11--");
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginWhereNoFileCanBeMade) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    EXPECT_EQ(runInChild([&] {
+                  meetSystemCalls([](int) { return EACCES; });
+                  return store.lock(SecItemHold::shared)->tryAcquire();
+              }),
+              static_cast<std::uint8_t>(errSecIO));
+    EXPECT_EQ(state(), "11--");
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginWhileAnotherProcessKeepsItForLong) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    const auto transaction = store.beginTransaction();
+    ASSERT_EQ(store.update(item("now", "a"), {{kSecValueData, Data{"2"}}}), errSecSuccess);
+    EmbeddedItemStore hasty(file, {.read = std::chrono::milliseconds(20)});
+    EXPECT_EQ(hasty.lock(SecItemHold::shared)->tryAcquire(), errSecIO) << "as if it were to be asked again";
 }
 
 TEST_F(UnluckyKeychain, ExcludesByTheLockFileThatIsThereNow) {
