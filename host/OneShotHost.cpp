@@ -13,6 +13,7 @@
 #include "host/Spinner.hpp"
 #include "host/Streams.hpp"
 #include "host/TerminalText.hpp"
+#include "platform/Files/Writing.hpp"
 
 namespace host {
 
@@ -130,13 +131,13 @@ int runOnce(const OneShotRequest& request) {
 }
 
 void writeToStandardOutput(std::string_view text) {
-    if (!writeAll(STDOUT_FILENO, text))
+    if (!platform::writeAll(STDOUT_FILENO, text))
         throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
 }
 
 void printExtensionLine(std::string_view line) {
     const bool isTerminal = ::isatty(STDERR_FILENO) != 0;
-    writeAll(STDERR_FILENO, (isTerminal ? terminalSafe(line) : std::string(line)) + "\n");
+    platform::writeAll(STDERR_FILENO, (isTerminal ? terminalSafe(line) : std::string(line)) + "\n");
 }
 
 }  // namespace host

@@ -13,6 +13,7 @@
 #include "host/Companion.hpp"
 #include "host/LastResort.hpp"
 #include "host/Streams.hpp"
+#include "platform/Files/Writing.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/Log/StandardError.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -27,7 +28,8 @@ class ResultStream {
   public:
     ResultStream() : descriptor_(::dup(STDOUT_FILENO)) { ::dup2(STDERR_FILENO, STDOUT_FILENO); }
     void write(std::string_view text) const {
-        if (!host::writeAll(descriptor_, text)) throw host::CompanionError("cannot write to standard output");
+        if (!platform::writeAll(descriptor_, text))
+            throw host::CompanionError("cannot write to standard output");
     }
 
   private:

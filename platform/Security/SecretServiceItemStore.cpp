@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/Files/Patience.hpp"
 #include "platform/Security/KeychainChange.hpp"
 #include "platform/Security/KeychainLock.hpp"
 #include "platform/Security/SecretServiceLibrary.hpp"
@@ -407,12 +408,10 @@ class Transaction : public KeychainTransaction {
 };
 
 LockFile heldLock(LockFile file, std::chrono::seconds patience) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (!file.tryLock(LockFile::Byte::items, LockFile::Mode::exclusive)) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            throw KeychainFailure{errSecInteractionNotAllowed, "another program keeps the keychain locked"};
-        std::this_thread::sleep_for(pauseBetweenAttempts);
-    }
+    const bool isHeld = Patience{.inAll = patience, .pause = pauseBetweenAttempts}.suffices(
+        [&] { return file.tryLock(LockFile::Byte::items, LockFile::Mode::exclusive); });
+    if (!isHeld)
+        throw KeychainFailure{errSecInteractionNotAllowed, "another program keeps the keychain locked"};
     return file;
 }
 

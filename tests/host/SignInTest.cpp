@@ -16,16 +16,20 @@
 #include "tests/host/Person.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/LoopbackServer.hpp"
+#include "tests/support/SmallDisk.hpp"
 
 namespace host {
 namespace {
 
 using platform::testing::BackgroundProgram;
+using platform::testing::cannotMount;
 using platform::testing::eventually;
+using platform::testing::fillUp;
 using platform::testing::httpReply;
 using platform::testing::longTests;
 using platform::testing::LoopbackServer;
 using platform::testing::ReceivedRequest;
+using platform::testing::withSmallDisk;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
@@ -261,6 +265,30 @@ TEST_F(SignIn, ForgetsNobodyWhenTheDefaultsCannotBeWritten) {
     const auto result = companion({"sign-in", "--user-id", "new"}, credentialsOf("new"));
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(pair(), pairOf("old"));
+}
+
+TEST_F(SignIn, ChangesNothingOfAnotherWhereTheDefaultsHaveNoRoom) {
+    const auto suite = defaultsFile().parent_path();
+    for (const std::vector<std::string>& former :
+         std::vector<std::vector<std::string>>{{"sign-in"}, {"sign-in", "--user-id", "old"}}) {
+        startAfresh();
+        std::filesystem::create_directories(suite);
+        const int code = withSmallDisk(suite, "64k", [&] {
+            EXPECT_EQ(companion(former, credentialsOf("old")).status, 0);
+            const auto formerId = userId();
+            fillUp(suite);
+            const auto result = companion({"sign-in", "--user-id", "new"}, credentialsOf("new"));
+            EXPECT_EQ(result.status, 1);
+            EXPECT_THAT(result.errors, HasSubstr("No space left on device"));
+            EXPECT_EQ(pair(), pairOf("old"));
+            EXPECT_EQ(userId(), formerId);
+            for (const auto& entry : std::filesystem::directory_iterator(suite))
+                EXPECT_THAT(entry.path().filename(), AnyOf("filler", "preferences.json"));
+            return HasFailure() ? 1 : 0;
+        });
+        if (code == cannotMount) GTEST_SKIP() << "no disk of one's own may be mounted here";
+        EXPECT_EQ(code, 0);
+    }
 }
 
 TEST_F(SignIn, SaysWhyTheKeychainIsRefused) {

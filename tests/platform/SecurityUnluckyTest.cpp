@@ -3,14 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/fs.h>
-#include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <optional>
 #include <set>
 #include <string>
@@ -20,14 +18,17 @@
 #include "tests/platform/SystemCallFaults.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/FolderAttribute.hpp"
+#include "tests/support/SmallDisk.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 namespace platform {
 namespace {
 
 namespace fs = std::filesystem;
+using platform::testing::cannotMount;
 using platform::testing::ChildProcess;
 using platform::testing::fillDisk;
+using platform::testing::fillUp;
 using platform::testing::FolderAttribute;
 using platform::testing::longTests;
 using platform::testing::meetLooks;
@@ -35,6 +36,7 @@ using platform::testing::meetOpenings;
 using platform::testing::meetSystemCalls;
 using platform::testing::runInChild;
 using platform::testing::runWithoutPrivileges;
+using platform::testing::withSmallDisk;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
@@ -271,31 +273,11 @@ TEST_F(UnluckyKeychain, LosesNothingOnAFullDiskWithoutAReserve) {
     EXPECT_EQ(state(), "--11");
 }
 
-constexpr int cannotMount = 77;
-
-/// `work` with a disk of `size` on `folder`, which this process and its children alone see.
-int withSmallDisk(const fs::path& folder, const char* size, const std::function<int()>& work) {
-    return runInChild([&] {
-        const uid_t user = ::geteuid();
-        if (::unshare(CLONE_NEWNS) != 0) {
-            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return cannotMount;
-            std::ofstream("/proc/self/uid_map") << user << " " << user << " 1";
-        }
-        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("none", folder.c_str(), "tmpfs", 0, (std::string("mode=0700,size=") + size).c_str()) != 0)
-            return cannotMount;
-        return work();
-    });
-}
-
 TEST_F(UnluckyKeychain, RenewsThePairOnARealDiskWithoutAFreeByte) {
     startAfresh();
     const int code = withSmallDisk(file.parent_path(), "512k", [&] {
         if (putPair(store, "1") != errSecSuccess) return 1;
-        {
-            std::ofstream filler(file.parent_path() / "filler");
-            while (filler.write("x", 1)) filler.flush();
-        }
+        fillUp(file.parent_path());
         for (const char* digit : {"2", "3", "4"}) {
             if (store.lock(SecItemHold::shared)->tryAcquire() != errSecSuccess) return 2;
             if (putPair(store, digit) != errSecSuccess) return 3;
