@@ -10,9 +10,9 @@
 
 #include "platform/Image/Image.hpp"
 #include "platform/Image/LosslessWebP.hpp"
-#include "tests/drawing/AllocatedMemory.hpp"
 #include "tests/drawing/PictureBombs.hpp"
 #include "tests/drawing/PictureFiles.hpp"
+#include "tests/support/AllocatedMemory.hpp"
 
 namespace {
 

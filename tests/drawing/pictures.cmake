@@ -1,7 +1,7 @@
 vela_tests(vela-tests-pictures
     USES platform_Image vela_test_foundation vela_test_programs
     SOURCES
-        AllocatedMemory.cpp
+        ../support/AllocatedMemory.cpp
         AssetCatalogueTests.cpp
         CoefficientStoreTests.cpp
         ImageDecodingTests.cpp
