@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
@@ -132,7 +133,16 @@ std::string requiredToken(const boost::json::object& object, const char* key) {
     const auto* value = object.if_contains(key);
     if (!value || !value->is_string() || value->get_string().empty())
         throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
-    return std::string(value->get_string());
+    std::string token(value->get_string());
+    const bool isForAHeader = std::none_of(token.begin(), token.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return byte < 0x20 || byte == 0x7F;
+    });
+    if (!isForAHeader)
+        throw CompanionError(
+            std::string("the input's \"") + key +
+            "\" holds a control character (a line feed, perhaps), which no request can carry");
+    return token;
 }
 
 std::string line(std::string_view name, std::string_view value) {
@@ -157,26 +167,11 @@ std::string keychainLines() {
            storedLine("legacy refresh token", hasLegacyRefresh) + storedLine("session", hasSession);
 }
 
-/// An address for a screen. What is before its "@" may be a password; where the "@" stands elsewhere than the
-/// grammar has it, nobody can say what is, so nothing is shown.
-std::string withoutUserInformation(const std::string& address) {
-    const auto url = platform::URL::parse(address);
-    if (url && !url->host().empty()) {
-        const auto shown = url->withoutUserInformation().absoluteString();
-        const bool isPlain =
-            url->host().find("%40") == std::string::npos && shown.find('@') == std::string::npos;
-        if (isPlain) return shown;
-    } else if (address.find('@') == std::string::npos && address.find("%40") == std::string::npos) {
-        return address;
-    }
-    return "(not shown: it may hold a password)";
-}
-
 std::string defaultsLines() {
     auto suite = sharedDefaults();
     const auto userId = suite->stringForKey(SharedDefaultsKey::userId);
     return line("user id", userId.value_or("none")) +
-           line("account server", withoutUserInformation(serverURL(std::move(suite))));
+           line("account server", platform::addressForDisplay(serverURL(std::move(suite))));
 }
 
 struct LinkRow {
