@@ -1,7 +1,7 @@
 #pragma once
 
-// A folder's attribute of the file system (`FS_APPEND_FL`, `FS_IMMUTABLE_FL`), which holds for root too, until
-// the end of a scope.
+// A folder's attribute of the file system (`FS_APPEND_FL`, `FS_IMMUTABLE_FL`), which holds for root too,
+// until the end of a scope.
 
 #include <fcntl.h>
 #include <linux/fs.h>
