@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/Files/Patience.hpp"
 #include "platform/Security/KeychainChange.hpp"
 #include "platform/Security/KeychainLock.hpp"
 #include "platform/Security/SecretServiceLibrary.hpp"
@@ -262,6 +263,13 @@ class ServiceTransaction : public KeychainTransaction {
         }
     }
 
+    // By the journal of no changes, which means nothing to whoever finds it.
+    void rehearse() override {
+        deadline_.emplace(writePatience);
+        create(journalSchema, noAttributes(), "Unfinished changes", {});
+        finishJournal();
+    }
+
   private:
     using Items = std::vector<Reference<SecretItem>>;
 
@@ -400,12 +408,10 @@ class ServiceTransaction : public KeychainTransaction {
 };
 
 LockFile heldLock(LockFile file, std::chrono::seconds patience) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (!file.tryLock(LockFile::Byte::items, LockFile::Mode::exclusive)) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            throw KeychainFailure{errSecInteractionNotAllowed, "another program keeps the keychain locked"};
-        std::this_thread::sleep_for(pauseBetweenAttempts);
-    }
+    const bool isHeld = Patience{.inAll = patience, .pause = pauseBetweenAttempts}.suffices(
+        [&] { return file.tryLock(LockFile::Byte::items, LockFile::Mode::exclusive); });
+    if (!isHeld)
+        throw KeychainFailure{errSecInteractionNotAllowed, "another program keeps the keychain locked"};
     return file;
 }
 
@@ -428,7 +434,10 @@ std::unique_ptr<KeychainTransaction> SecretServiceItemStore::begin(Access access
 
 std::unique_ptr<SecItemLock> SecretServiceItemStore::lock(SecItemHold hold) {
     const auto open = [this](SecItemHold) { return std::optional(lockFile()); };
-    return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = open, .prepare = {}});
+    const auto prepare = [this](SecItemHold wanted) {
+        if (wanted == SecItemHold::shared) rehearseChange();
+    };
+    return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = open, .prepare = prepare});
 }
 
 }  // namespace platform

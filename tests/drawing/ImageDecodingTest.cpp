@@ -6,8 +6,8 @@
 #include <cstdlib>
 
 #include "drawing/Image/Image.hpp"
-#include "tests/drawing/MemoryLimit.hpp"
 #include "tests/drawing/PictureFiles.hpp"
+#include "tests/support/MemoryLimit.hpp"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "drawing/Image/Image.hpp"
-#include "tests/drawing/MemoryLimit.hpp"
 #include "tests/drawing/PictureFiles.hpp"
+#include "tests/support/MemoryLimit.hpp"
 
 namespace {
 

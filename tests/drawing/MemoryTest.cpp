@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "tests/drawing/MemoryLimit.hpp"
 #include "tests/drawing/PictureFiles.hpp"
 #include "tests/drawing/SampleEntries.hpp"
+#include "tests/support/MemoryLimit.hpp"
 #include "widget/EntryDrawing.hpp"
 
 namespace {

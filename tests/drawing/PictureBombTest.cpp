@@ -10,9 +10,9 @@
 
 #include "drawing/Image/Image.hpp"
 #include "drawing/Image/LosslessWebP.hpp"
-#include "tests/drawing/AllocatedMemory.hpp"
 #include "tests/drawing/PictureBombs.hpp"
 #include "tests/drawing/PictureFiles.hpp"
+#include "tests/support/AllocatedMemory.hpp"
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include "platform/Security/SecretServiceLibrary.hpp"
 #include "tests/platform/KeychainItems.hpp"
 #include "tests/platform/SecretServiceSession.hpp"
+#include "tests/support/FolderAttribute.hpp"
 
 namespace platform {
 namespace {
@@ -280,6 +281,30 @@ TEST(SecretServiceKeychain, SaysThatTheCollectionIsLocked) {
         EXPECT_EQ(store.add(with(accessibleItem("s", "a"), bytes("x"))), errSecInteractionNotAllowed);
         EXPECT_EQ(store.update(accessibleItem("s", "a"), bytes("x")), errSecInteractionNotAllowed);
         EXPECT_EQ(store.remove(accessibleItem("s", "a")), errSecInteractionNotAllowed);
+    });
+}
+
+TEST(SecretServiceKeychain, LetsNoRenewalBeginInALockedCollection) {
+    inSession(Keyring::locked, [](SecretServiceItemStore& store) {
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        EXPECT_NE(SecItemFault().find("keychain is locked, so that a renewed token could not be kept"),
+                  std::string::npos)
+            << SecItemFault();
+        EXPECT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess);
+    });
+}
+
+TEST(SecretServiceKeychain, LetsNoRenewalBeginWhereTheServiceCanKeepNothing) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
+        ASSERT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecSuccess);
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+        EXPECT_EQ(Keyrings().count(journalSchema), 0u) << "something was left of the trial";
+        const platform::testing::FolderAttribute frozen(
+            std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "keyrings", FS_IMMUTABLE_FL);
+        if (!frozen.isSet()) GTEST_SKIP() << "no folder can be made immutable here";
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        std::string data;
+        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
     });
 }
 
