@@ -12,7 +12,7 @@
 #include <exception>
 #include <string>
 
-#include "host/Coroutines.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "host/EntryCoding.hpp"
 #include "host/EntryDrawer.hpp"
 #include "host/ExtensionRequest.hpp"
@@ -39,7 +39,7 @@ class BundleService {
                 auto message = co_await channel_->receive();
                 // One that cannot even be refused ends the process, once nothing is left to be finished: its
                 // host is told by that.
-                spawn(context_, answer(std::move(message)),
+                platform::spawn(context_, answer(std::move(message)),
                       [](const std::exception_ptr&) { platform::endAfterActivities(); });
             }
         } catch (const std::exception&) {
@@ -138,7 +138,7 @@ class BundleService {
 void runBundle(const widget::VelaWidgetBundle& bundle, int hostSocket) {
     asio::io_context context(1);
     BundleService service(context, bundle, hostSocket);
-    spawn(context, service.serve(), [](const std::exception_ptr&) { platform::endAfterActivities(); });
+    platform::spawn(context, service.serve(), [](const std::exception_ptr&) { platform::endAfterActivities(); });
     context.run();
     ::_exit(0);
 }

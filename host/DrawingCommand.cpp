@@ -11,7 +11,7 @@
 #include <iterator>
 #include <system_error>
 
-#include "host/Coroutines.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "host/EntryCoding.hpp"
 #include "host/ExtensionAnswer.hpp"
 #include "host/OneShotHost.hpp"
@@ -225,7 +225,7 @@ int DrawingCommand::run() const {
         return 2;
     }
     try {
-        return runToEnd(drawOrReport(*this));
+        return platform::runToEnd(drawOrReport(*this));
     } catch (const std::exception& failure) {
         printFailure("vela-widget", failure);
         return 1;

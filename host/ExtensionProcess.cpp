@@ -11,7 +11,7 @@
 #include <thread>
 #include <utility>
 
-#include "host/Coroutines.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "host/TerminalText.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
@@ -65,9 +65,9 @@ std::shared_ptr<ExtensionProcess> ExtensionProcess::start(const asio::any_io_exe
     const auto launched = launchExtension(settings.executable);
     const std::shared_ptr<ExtensionProcess> extension(
         new ExtensionProcess(executor, settings, launched, std::move(onOutputLine)));
-    spawn(executor, converse(extension),
+    platform::spawn(executor, converse(extension),
           [extension](const std::exception_ptr&) { extension->conclude("could not be listened to"); });
-    spawn(executor, passOutputOn(extension),
+    platform::spawn(executor, passOutputOn(extension),
           [extension](const std::exception_ptr&) { extension->endOutput(); });
     return extension;
 }

@@ -9,7 +9,7 @@
 #include <boost/asio/write.hpp>
 #include <cstdint>
 
-#include "host/Coroutines.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 
 namespace host {
@@ -102,7 +102,7 @@ void MessageChannel::writeNext() {
     if (isWriting_) return;
     isWriting_ = true;
     try {
-        spawn(socket_.get_executor(), writeQueued(shared_from_this()),
+        platform::spawn(socket_.get_executor(), writeQueued(shared_from_this()),
               [channel = shared_from_this()](const std::exception_ptr&) { channel->endWriting(); });
     } catch (...) {
         // Nobody writes, so the next to be sent must start it.

@@ -9,7 +9,7 @@
 #include <optional>
 #include <system_error>
 
-#include "host/Coroutines.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "host/Spinner.hpp"
 #include "host/Streams.hpp"
 #include "host/TerminalText.hpp"
@@ -122,7 +122,7 @@ asio::awaitable<int> answered(const OneShotRequest& request) {
 
 int runOnce(const OneShotRequest& request) {
     try {
-        return runToEnd(answered(request));
+        return platform::runToEnd(answered(request));
     } catch (const std::exception& failure) {
         printFailure("vela-widget", failure);
         return 1;

@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace host {
+namespace platform {
 
 /// Runs `work` on `executor`, which may be a context. What it throws goes to `onFailure`, there as well.
 template <typename Executor, typename OnFailure>
@@ -55,4 +55,4 @@ Result runToEnd(boost::asio::awaitable<Result> work) {
     return *std::move(result);
 }
 
-}  // namespace host
+}  // namespace platform
