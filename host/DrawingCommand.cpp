@@ -7,8 +7,6 @@
 #include <charconv>
 #include <cmath>
 #include <fstream>
-#include <iostream>
-#include <iterator>
 #include <system_error>
 
 #include "platform/Asio/Coroutines.hpp"
@@ -22,41 +20,40 @@
 namespace host {
 
 namespace asio = boost::asio;
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 
 namespace {
 
 constexpr std::size_t maximumEntrySize = std::size_t{4} << 20;
 
-std::string wholeInput(std::istream& stream, const std::string& name) {
-    auto text = readAll(stream, maximumEntrySize);
-    if (!text) throw EntryCodingError(name + " is too long for an entry");
-    return *std::move(text);
-}
-
-boost::json::object savedEntry(const std::string& source) {
-    std::string text;
-    if (source == "-") {
-        text = wholeInput(std::cin, "standard input");
-    } else {
-        std::ifstream stream(source, std::ios::binary);
-        if (!stream) throw std::system_error(errno, std::generic_category(), "cannot read " + source);
-        text = wholeInput(stream, source);
-    }
+boost::json::object savedEntry(const std::string& source, const Deadline& deadline) {
+    const auto text =
+        source == "-"
+            ? readAll({.descriptor = STDIN_FILENO, .name = "standard input"}, maximumEntrySize, deadline)
+            : readFile(source, maximumEntrySize, deadline);
     return entryObject(entryFromValue(platform::JSONSerialization::JSONObjectWithData(text)));
 }
 
-/// Draws with one extension after another: one that hangs over a picture is replaced, and one that ends while
-/// it draws is, once.
+/// Of an entry as `entryObject` writes it.
+bool namesPictures(const boost::json::object& entry) {
+    const auto* packages = entry.if_contains("packages");
+    if (!packages) return false;
+    return std::any_of(packages->get_array().begin(), packages->get_array().end(), [](const auto& package) {
+        return !package.at("productImage").is_null() || !package.at("shopImage").is_null();
+    });
+}
+
+/// Draws with one extension after another: one that hangs, over a picture perhaps, is replaced, and one that
+/// ends while it draws is, once each. The command has its time, which all of that shares.
 class Drawer {
   public:
-    explicit Drawer(const DrawingCommand& command) : command_(command) {}
+    explicit Drawer(const DrawingCommand& command)
+        : command_(command), deadline_(command.extension.answerLimit) {}
 
     asio::awaitable<void> drawAll() {
         // Read before anything is started, as a person may still be typing it.
         std::optional<boost::json::object> entry;
-        if (!command_.entry.empty() && command_.entry != "placeholder") entry = savedEntry(command_.entry);
+        if (!command_.entry.empty() && command_.entry != "placeholder") 
+            entry = savedEntry(command_.entry, deadline_);
         co_await startExtension();
         const auto families = co_await chosenFamilies();
         if (!entry) entry = co_await freshEntry(families.front());
@@ -68,7 +65,7 @@ class Drawer {
     }
 
     asio::awaitable<void> end() {
-        if (extension_) co_await extension_->end();
+        if (extension_) co_await extension_->end(deadline_);
     }
 
     void leave() const {
@@ -82,14 +79,14 @@ class Drawer {
     }
 
     asio::awaitable<void> replaceExtension() {
-        co_await extension_->end();
+        co_await extension_->end(deadline_);
         co_await startExtension();
     }
 
     asio::awaitable<std::vector<platform::WidgetFamily>> chosenFamilies() {
         if (!command_.families.empty()) co_return command_.families;
         const ExtensionRequest ask = {.kind = ExtensionRequest::Kind::declaration};
-        const auto reply = co_await extension_->ask(ask);
+        const auto reply = co_await extension_->ask(ask, deadline_);
         std::vector<platform::WidgetFamily> offered;
         for (const auto& name : declarationIn(reply).supportedFamilies)
             if (const auto family = platform::widgetFamily(name)) offered.push_back(*family);
@@ -102,7 +99,7 @@ class Drawer {
         const ExtensionRequest ask = {
             .kind = isPlaceholder ? ExtensionRequest::Kind::placeholder : ExtensionRequest::Kind::snapshot,
             .family = family};
-        const auto reply = co_await extension_->ask(ask);
+        const auto reply = co_await extension_->ask(ask, deadline_);
         co_return entryObject(entryIn(reply));
     }
 
@@ -117,23 +114,28 @@ class Drawer {
         return {.kind = ExtensionRequest::Kind::render, .family = family, .drawing = std::move(drawing)};
     }
 
+    Deadline drawingDeadline() const {
+        if (pictures_ == PictureReading::placeholdersOnly) return deadline_;
+        return deadline_.within(std::min(command_.pictureBudget, deadline_.rest() * 4 / 5));
+    }
+
     asio::awaitable<std::string> drawn(ExtensionRequest drawing) {
-        const auto end = steady_clock::now() + command_.answerLimit();
         while (true) {
             drawing.drawing->pictures = pictures_;
             try {
-                const auto rest =
-                    std::max(std::chrono::ceil<milliseconds>(end - steady_clock::now()), milliseconds(0));
-                const bool waitsForPictures = pictures_ == PictureReading::allowed;
-                auto reply = co_await extension_->ask(
-                    drawing, waitsForPictures ? std::min(rest, command_.pictureBudget) : rest);
+                auto reply = co_await extension_->ask(drawing, drawingDeadline());
                 co_return drawingIn(std::move(reply), command_.format);
-            } catch (const ExtensionTimeout&) {
-                if (pictures_ == PictureReading::placeholdersOnly) throw;
-                // Some picture never comes. A new extension draws without any, now and for the rest of this
-                // command.
-                printError("vela-widget", "the pictures took too long; drawing without them");
+            } catch (const ExtensionTimeout& hanging) {
+                if (pictures_ == PictureReading::placeholdersOnly || deadline_.rest().count() == 0)
+                    throw ExtensionTimeout(deadline_);
+                // Perhaps some picture never comes. A new extension draws without any, now and for the rest
+                // of this command.
                 pictures_ = PictureReading::placeholdersOnly;
+                const bool mayBePictures = namesPictures(drawing.drawing->entry);
+                printError("vela-widget",
+                           hanging.what() + std::string(mayBePictures ? ", perhaps because of its pictures; "
+                                                                        "drawing without them"
+                                                                      : "; starting it again"));
             } catch (const ExtensionEnded& ended) {
                 if (std::exchange(hasStartedAgain_, true)) throw;
                 printError("vela-widget", std::string(ended.what()) + "; starting it again");
@@ -159,6 +161,7 @@ class Drawer {
     }
 
     const DrawingCommand& command_;
+    const Deadline deadline_;
     std::shared_ptr<ExtensionProcess> extension_;
     PictureReading pictures_ = PictureReading::allowed;
     bool hasStartedAgain_ = false;
@@ -230,11 +233,6 @@ int DrawingCommand::run() const {
         printFailure("vela-widget", failure);
         return 1;
     }
-}
-
-milliseconds DrawingCommand::answerLimit() const {
-    // Whoever waits for pictures for longer than for anything else still gets a drawing without them.
-    return std::max(extension.answerLimit, pictureBudget + extension.answerLimit / 5);
 }
 
 std::optional<platform::Size> sizeFromText(const std::string& text) {

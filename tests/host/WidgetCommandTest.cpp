@@ -14,8 +14,10 @@ namespace host {
 namespace {
 
 using platform::testing::BackgroundProgram;
+using platform::testing::childrenOf;
 using platform::testing::eventually;
 using platform::testing::httpReply;
+using platform::testing::isAlive;
 using platform::testing::LoopbackServer;
 using platform::testing::ReceivedRequest;
 namespace json = boost::json;
@@ -37,21 +39,6 @@ class WidgetCommand : public Person {
     }
     std::string stateAfterBody(const std::string& body) { return stateAfter(httpReply(200, body)); }
 
-    /// The children of a process.
-    static std::vector<pid_t> children(pid_t process) {
-        std::ifstream stream("/proc/" + std::to_string(process) + "/task/" + std::to_string(process) +
-                             "/children");
-        std::vector<pid_t> result;
-        for (pid_t child = 0; stream >> child;) result.push_back(child);
-        return result;
-    }
-    /// A zombie that nobody has waited for yet is not.
-    static bool isAlive(pid_t process) {
-        std::ifstream stream("/proc/" + std::to_string(process) + "/stat");
-        std::string text((std::istreambuf_iterator<char>(stream)), {});
-        const auto state = text.rfind(") ");
-        return state != std::string::npos && text[state + 2] != 'Z';
-    }
 };
 
 TEST_F(WidgetCommand, PrintsThePlaceholder) {
@@ -422,7 +409,7 @@ TEST_F(WidgetCommand, LeavesNoExtensionBehindWhenItIsKilled) {
     signIn();
     BackgroundProgram host(program("vela-widget", {"timeline"}));
     ASSERT_TRUE(server.waitForRequests(1));
-    const auto extensions = children(host.processIdentifier());
+    const auto extensions = childrenOf(host.processIdentifier());
     ASSERT_EQ(extensions.size(), 1u);
     host.sendSignal(SIGKILL);
     host.waitForEnd(std::chrono::seconds(5));
@@ -435,7 +422,7 @@ TEST_F(WidgetCommand, SurvivesAnExtensionThatIsKilled) {
     signIn();
     BackgroundProgram host(program("vela-widget", {"timeline"}));
     ASSERT_TRUE(server.waitForRequests(1));
-    const auto extensions = children(host.processIdentifier());
+    const auto extensions = childrenOf(host.processIdentifier());
     ASSERT_EQ(extensions.size(), 1u);
     ::kill(extensions.front(), SIGKILL);
     EXPECT_EQ(host.waitForEnd(std::chrono::seconds(5)), 1);
@@ -464,7 +451,7 @@ TEST_F(WidgetCommand, NeverPutsATokenWhereOthersSeeIt) {
     signIn();
     BackgroundProgram host(program("vela-widget", {"timeline"}));
     ASSERT_TRUE(server.waitForRequests(1));
-    for (const auto process : children(host.processIdentifier())) {
+    for (const auto process : childrenOf(host.processIdentifier())) {
         for (const auto* name : {"cmdline", "environ"}) {
             std::ifstream stream("/proc/" + std::to_string(process) + "/" + name, std::ios::binary);
             const std::string text((std::istreambuf_iterator<char>(stream)), {});
