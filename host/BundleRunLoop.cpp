@@ -12,11 +12,11 @@
 #include <exception>
 #include <string>
 
-#include "platform/Asio/Coroutines.hpp"
 #include "host/EntryCoding.hpp"
 #include "host/EntryDrawer.hpp"
 #include "host/ExtensionRequest.hpp"
 #include "host/MessageChannel.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/ExpiringActivity.hpp"
 
 namespace host {
@@ -40,7 +40,7 @@ class BundleService {
                 // One that cannot even be refused ends the process, once nothing is left to be finished: its
                 // host is told by that.
                 platform::spawn(context_, answer(std::move(message)),
-                      [](const std::exception_ptr&) { platform::endAfterActivities(); });
+                                [](const std::exception_ptr&) { platform::endAfterActivities(); });
             }
         } catch (const std::exception&) {
             // The host has gone, or says what this side does not understand: there is nobody left to answer.
@@ -138,7 +138,8 @@ class BundleService {
 void runBundle(const widget::VelaWidgetBundle& bundle, int hostSocket) {
     asio::io_context context(1);
     BundleService service(context, bundle, hostSocket);
-    platform::spawn(context, service.serve(), [](const std::exception_ptr&) { platform::endAfterActivities(); });
+    platform::spawn(context, service.serve(),
+                    [](const std::exception_ptr&) { platform::endAfterActivities(); });
     context.run();
     ::_exit(0);
 }

@@ -1,10 +1,12 @@
 #include "host/CommandLine.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
 #include <iterator>
 #include <numeric>
 #include <optional>
+#include <sstream>
 
 #include "platform/Log/StandardError.hpp"
 
@@ -59,6 +61,13 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     return nearest ? "; did you mean \"" + *nearest + "\"?" : "";
 }
 
+std::string commandSuggestion(const std::string& word, const std::vector<std::string>& commands) {
+    auto text = suggestion(word, commands);
+    if (!text.empty()) return text;
+    for (const auto& command : commands) text += (text.empty() ? "; there are " : ", ") + command;
+    return text;
+}
+
 std::string complaint(const UnknownWord& unknown) {
     const auto name = nameIn(unknown.word);
     if (!isPrintable(name)) return "an argument was not expected";
@@ -67,7 +76,7 @@ std::string complaint(const UnknownWord& unknown) {
         return "there is no option " + quoted + suggestion(name, optionNames(*unknown.command));
     const auto commands = subcommandNames(*unknown.command);
     if (commands.empty()) return quoted + " was not expected";
-    return "there is no command " + quoted + suggestion(name, commands);
+    return "there is no command " + quoted + commandSuggestion(name, commands);
 }
 
 /// A mistyped secret must not be said again: neither beside the command that works on secrets, nor alone.
@@ -132,6 +141,21 @@ std::optional<std::string> nearestWord(const std::string& word, const std::vecto
         nearest = candidate;
     }
     return nearest;
+}
+
+CLI::Validator numberWithin(double least, double most) {
+    // As CLI11 itself would write them, and people too.
+    std::ostringstream range;
+    range << least << " to " << most;
+    const auto check = [least, most, range = range.str()](const std::string& text) -> std::string {
+        double number = 0;
+        const auto* end = text.data() + text.size();
+        const auto parsed = std::from_chars(text.data(), end, number);
+        const bool isWithin =
+            parsed.ec == std::errc() && parsed.ptr == end && number >= least && number <= most;
+        return isWithin ? "" : "must be a number from " + range;
+    };
+    return {check, range.str()};
 }
 
 namespace {

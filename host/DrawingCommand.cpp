@@ -9,12 +9,12 @@
 #include <fstream>
 #include <system_error>
 
-#include "platform/Asio/Coroutines.hpp"
 #include "host/EntryCoding.hpp"
 #include "host/ExtensionAnswer.hpp"
 #include "host/OneShotHost.hpp"
 #include "host/Streams.hpp"
 #include "host/TerminalText.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 
 namespace host {
@@ -26,10 +26,9 @@ namespace {
 constexpr std::size_t maximumEntrySize = std::size_t{4} << 20;
 
 boost::json::object savedEntry(const std::string& source, const Deadline& deadline) {
-    const auto text =
-        source == "-"
-            ? readAll({.descriptor = STDIN_FILENO, .name = "standard input"}, maximumEntrySize, deadline)
-            : readFile(source, maximumEntrySize, deadline);
+    const auto text = source == "-" ? readAll({.descriptor = STDIN_FILENO, .name = "standard input"},
+                                              maximumEntrySize, deadline)
+                                    : readFile(source, maximumEntrySize, deadline);
     return entryObject(entryFromValue(platform::JSONSerialization::JSONObjectWithData(text)));
 }
 
@@ -52,7 +51,7 @@ class Drawer {
     asio::awaitable<void> drawAll() {
         // Read before anything is started, as a person may still be typing it.
         std::optional<boost::json::object> entry;
-        if (!command_.entry.empty() && command_.entry != "placeholder") 
+        if (!command_.entry.empty() && command_.entry != "placeholder")
             entry = savedEntry(command_.entry, deadline_);
         co_await startExtension();
         const auto families = co_await chosenFamilies();
@@ -213,6 +212,10 @@ void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
 int DrawingCommand::run() const {
     if (size && !DrawingRequest::isWithinBounds(*size, scale)) {
         printError("vela-widget", "that size at that scale is more than 16 million pixels");
+        return 2;
+    }
+    if (outputKind == OutputKind::folder && output == "-") {
+        printError("vela-widget", "several drawings need a folder; standard output takes one");
         return 2;
     }
     if (outputKind == OutputKind::folder) {

@@ -11,8 +11,8 @@
 #include <thread>
 #include <utility>
 
-#include "platform/Asio/Coroutines.hpp"
 #include "host/TerminalText.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace host {
@@ -60,10 +60,11 @@ std::shared_ptr<ExtensionProcess> ExtensionProcess::start(const asio::any_io_exe
     const auto launched = launchExtension(settings.executable);
     const std::shared_ptr<ExtensionProcess> extension(
         new ExtensionProcess(executor, settings, launched, std::move(onOutputLine)));
-    platform::spawn(executor, converse(extension),
-          [extension](const std::exception_ptr&) { extension->conclude("could not be listened to"); });
+    platform::spawn(executor, converse(extension), [extension](const std::exception_ptr&) {
+        extension->conclude("could not be listened to");
+    });
     platform::spawn(executor, passOutputOn(extension),
-          [extension](const std::exception_ptr&) { extension->endOutput(); });
+                    [extension](const std::exception_ptr&) { extension->endOutput(); });
     return extension;
 }
 

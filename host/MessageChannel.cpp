@@ -103,7 +103,7 @@ void MessageChannel::writeNext() {
     isWriting_ = true;
     try {
         platform::spawn(socket_.get_executor(), writeQueued(shared_from_this()),
-              [channel = shared_from_this()](const std::exception_ptr&) { channel->endWriting(); });
+                        [channel = shared_from_this()](const std::exception_ptr&) { channel->endWriting(); });
     } catch (...) {
         // Nobody writes, so the next to be sent must start it.
         isWriting_ = false;

@@ -9,10 +9,10 @@
 #include <optional>
 #include <system_error>
 
-#include "platform/Asio/Coroutines.hpp"
 #include "host/Spinner.hpp"
 #include "host/Streams.hpp"
 #include "host/TerminalText.hpp"
+#include "platform/Asio/Coroutines.hpp"
 
 namespace host {
 

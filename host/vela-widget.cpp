@@ -141,7 +141,13 @@ const std::map<std::string, host::DrawingFormat> drawingFormats = {{"png", host:
                                                                    {"tree", host::DrawingFormat::tree}};
 
 std::string checkedSize(const std::string& text) {
-    return host::sizeFromText(text) ? "" : "a size is WIDTHxHEIGHT in points, as in 338x158";
+    return host::sizeFromText(text)
+               ? ""
+               : "a size is WIDTHxHEIGHT in points, each 1 to 4096, as in 338x158; 16 million pixels in all";
+}
+
+std::string checkedOutput(const std::string& text) {
+    return text.empty() ? "a file or a folder must be named" : "";
 }
 
 std::string checkedTint(const std::string& text) {
@@ -180,7 +186,7 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
         ->check(CLI::IsMember({"light", "dark", "all"}))
         ->capture_default_str();
     command->add_option("--scale", options.scale, "Pixels to a point, 1 to 4")
-        ->check(CLI::Range(1.0, 4.0))
+        ->check(host::numberWithin(1, 4))
         ->capture_default_str();
     command->add_option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
         ->check(CLI::Validator(checkedSize, "WIDTHxHEIGHT"));
@@ -195,12 +201,14 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
         ->check(CLI::Validator(checkedTint, "#RRGGBB"));
     command
         ->add_option("--picture-budget", options.pictureBudget,
-                     "Seconds to wait for pictures before drawing without them")
-        ->check(CLI::Range(0.1, 600.0))
+                     "Seconds to wait for pictures before drawing without them, 0.1 to 120: the command has "
+                     "150 in all")
+        ->check(host::numberWithin(0.1, 120))
         ->capture_default_str();
     command
         ->add_option("--output", options.output,
                      "The file to write, - for standard output; a folder where several are drawn")
+        ->check(CLI::Validator(checkedOutput, ""))
         ->required();
     command->footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
     command->callback([&options] { throw host::ExitStatus(drawingCommand(options).run()); });

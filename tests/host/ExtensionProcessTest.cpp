@@ -100,7 +100,8 @@ TEST_F(ExtensionProcessTest, ServesSeveralTimelinesAtOnce) {
         std::vector<std::optional<Message>> replies(count);
         const ExtensionRequest request = {.kind = ExtensionRequest::Kind::timeline};
         for (std::size_t index = 1; index < count; ++index)
-            asio::co_spawn(executor, platform::testing::keepResult(extension->ask(request, patience()), replies[index]),
+            asio::co_spawn(executor,
+                           platform::testing::keepResult(extension->ask(request, patience()), replies[index]),
                            asio::detached);
         replies[0] = co_await extension->ask(request, patience());
         asio::steady_timer pause(executor);
@@ -195,7 +196,8 @@ TEST_F(ExtensionProcessTest, EndsWithinASecondOfItsHostHangingUp) {
         return !server.requests().empty();
     }));
     std::optional<std::optional<int>> status;
-    asio::co_spawn(context, platform::testing::keepResult(extension->end(patience()), status), asio::detached);
+    asio::co_spawn(context, platform::testing::keepResult(extension->end(patience()), status),
+                   asio::detached);
     context.run();
     EXPECT_EQ(status, std::optional(std::optional(0))) << "it had to be killed";
 }

@@ -125,6 +125,7 @@ TEST_F(MisbehavingExtension, HasOneLimitForAllAnswersOfACommand) {
     command.entry = "placeholder";
     command.output = path("pictures");
     command.outputKind = DrawingCommand::OutputKind::folder;
+    command.format = DrawingFormat::tree;
     command.extension = settings;
     // None of the three takes as long as all may.
     const std::string behaviour =

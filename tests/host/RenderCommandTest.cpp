@@ -181,6 +181,37 @@ TEST_F(RenderCommand, ExitsWithTwoOnWrongUsage) {
         EXPECT_EQ(widget(arguments).status, 2);
 }
 
+TEST_F(RenderCommand, NamesTheRangeOfANumberThatIsOutside) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"--scale", "must be a number from 1 to 4"},
+        {"--picture-budget", "must be a number from 0.1 to 120"},
+        {"--size", "each 1 to 4096"},
+    };
+    for (const auto& [option, range] : rows)
+        for (const std::string value : {"nan", "-nan", "inf", "-inf", "-1", "0", "1e300", "x", "3 ", "121",
+                                        "nanxnan", "infxinf", "-1x-1", "1e9x1"}) {
+            const auto result = widget({"render", "--entry", "placeholder", "--output", path("x"),
+                                        std::string(option) + "=" + value});
+            EXPECT_EQ(result.status, 2) << option << value;
+            EXPECT_NE(result.errors.find(range), std::string::npos) << option << value << result.errors;
+            EXPECT_FALSE(std::filesystem::exists(path("x")));
+        }
+}
+
+TEST_F(RenderCommand, NeedsAFolderForSeveralDrawingsAndANameForOne) {
+    for (const auto& several : {std::vector<std::string>{"--family", "all"}, {"--scheme", "all"}}) {
+        auto run = program("vela-widget", {"render", "--entry", "placeholder", "--output", "-"});
+        run.arguments.insert(run.arguments.end(), several.begin(), several.end());
+        const auto result = run.run();
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.errors, "vela-widget: several drawings need a folder; standard output takes one\n");
+    }
+    const auto result = widget({"render", "--entry", "placeholder", "--output", ""});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.errors.find("--output: a file or a folder must be named"), std::string::npos)
+        << result.errors;
+}
+
 TEST_F(RenderCommand, DrawsAnotherSizeAndTint) {
     const auto result =
         widget({"render", "--entry", "placeholder", "--family", "accessoryRectangular", "--size", "200x100",

@@ -38,7 +38,6 @@ class WidgetCommand : public Person {
         return state(widget({"timeline"}));
     }
     std::string stateAfterBody(const std::string& body) { return stateAfter(httpReply(200, body)); }
-
 };
 
 TEST_F(WidgetCommand, PrintsThePlaceholder) {
