@@ -91,7 +91,9 @@ std::unique_ptr<platform::SecItemLock> holdingOffRenewals(const Notice& notice) 
         const auto waited = std::chrono::steady_clock::now() - start;
         if (waited >= patienceWithRenewals)
             throw CompanionError(
-                "the tokens are still being renewed or replaced; nothing was changed, try again");
+                "the tokens are still being renewed or replaced after 70 s; nothing was changed, try again. "
+                "If "
+                "that lasts, end the VelaWidgetExtension or vela-companion that hangs");
         if (waited >= waitWorthAWord && std::exchange(isNoticeDue, false))
             notice("waiting until the tokens that are being renewed or replaced are stored");
         std::this_thread::sleep_for(pauseBetweenAttempts);

@@ -1,7 +1,9 @@
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -413,6 +415,35 @@ TEST_F(WidgetCommand, LeavesNoExtensionBehindWhenItIsKilled) {
     host.sendSignal(SIGKILL);
     host.waitForEnd(std::chrono::seconds(5));
     EXPECT_TRUE(eventually([&] { return !isAlive(extensions.front()); }, std::chrono::seconds(1)));
+}
+
+/// From now on this process is who orphans of its own fall to, as a shell is that runs as a container's
+/// first.
+class OrphansFosterer {
+  public:
+    OrphansFosterer() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
+    ~OrphansFosterer() {
+        ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+        while (::waitpid(-1, nullptr, WNOHANG) > 0) continue;
+    }
+};
+
+TEST_F(WidgetCommand, LeavesNoStoppedExtensionBehindWhenItIsKilled) {
+    // The system wakes a stopped group that nobody could continue any more. In this process's session
+    // somebody could.
+    const OrphansFosterer fosterer;
+    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.stall(); });
+    serve(server);
+    signIn();
+    BackgroundProgram host(program("vela-widget", {"timeline"}));
+    ASSERT_TRUE(server.waitForRequests(1));
+    const auto extensions = childrenOf(host.processIdentifier());
+    ASSERT_EQ(extensions.size(), 1u);
+    ::kill(extensions.front(), SIGSTOP);
+    host.sendSignal(SIGKILL);
+    host.waitForEnd(std::chrono::seconds(5));
+    EXPECT_TRUE(eventually([&] { return !isAlive(extensions.front()); }));
+    ::kill(extensions.front(), SIGKILL);
 }
 
 TEST_F(WidgetCommand, SurvivesAnExtensionThatIsKilled) {
