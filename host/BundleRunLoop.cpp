@@ -9,6 +9,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/use_future.hpp>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -36,7 +37,7 @@ class BundleService {
           channel_(MessageChannel::over(context.get_executor(), hostSocket)) {
         // The host's death ends this process by a signal, which one that is stopped could not act on. Each
         // thread has a signal of its own for that; this one's wakes them all.
-        asio::post(workers_, [] { ::prctl(PR_SET_PDEATHSIG, SIGCONT); });
+        asio::post(workers_, asio::use_future([] { ::prctl(PR_SET_PDEATHSIG, SIGCONT); })).get();
     }
 
     asio::awaitable<void> serve() {
