@@ -61,9 +61,8 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     return nearest ? "; did you mean \"" + *nearest + "\"?" : "";
 }
 
-std::string commandSuggestion(const std::string& word, const std::vector<std::string>& commands) {
-    auto text = suggestion(word, commands);
-    if (!text.empty()) return text;
+std::string listed(const std::vector<std::string>& commands) {
+    std::string text;
     for (const auto& command : commands) text += (text.empty() ? "; there are " : ", ") + command;
     return text;
 }
@@ -76,7 +75,14 @@ std::string complaint(const UnknownWord& unknown) {
         return "there is no option " + quoted + suggestion(name, optionNames(*unknown.command));
     const auto commands = subcommandNames(*unknown.command);
     if (commands.empty()) return quoted + " was not expected";
-    return "there is no command " + quoted + commandSuggestion(name, commands);
+    return "there is no command " + quoted +
+           (nearestWord(name, commands) ? suggestion(name, commands) : listed(commands));
+}
+
+/// The one that the line ends with.
+const CLI::App& lastCommand(const CLI::App& app) {
+    const auto chosen = app.get_subcommands();
+    return chosen.empty() ? app : lastCommand(*chosen.back());
 }
 
 /// A mistyped secret must not be said again: neither beside the command that works on secrets, nor alone.
@@ -97,8 +103,12 @@ std::string complaint(const CLI::App& app, const CLI::ParseError& error,
                (quotesNothing ? error.what()
                               : "an argument was not expected; it may be secret and is not repeated");
     }
-    return unknown ? path(*unknown->command) + ": " + complaint(*unknown)
-                   : app.get_name() + ": " + error.what();
+    if (unknown) return path(*unknown->command) + ": " + complaint(*unknown);
+    const auto& last = lastCommand(app);
+    const auto commands = subcommandNames(last);
+    if (dynamic_cast<const CLI::RequiredError*>(&error) && !commands.empty())
+        return path(last) + ": a command is required" + listed(commands);
+    return app.get_name() + ": " + error.what();
 }
 
 /// The number of letters to add, remove, replace or swap with their neighbour (optimal string alignment).

@@ -29,7 +29,16 @@ boost::json::object savedEntry(const std::string& source, const Deadline& deadli
     const auto text = source == "-" ? readAll({.descriptor = STDIN_FILENO, .name = "standard input"},
                                               maximumEntrySize, deadline)
                                     : readFile(source, maximumEntrySize, deadline);
-    return entryObject(entryFromValue(platform::JSONSerialization::JSONObjectWithData(text)));
+    const auto failure = [&](const std::exception& error) {
+        return EntryCodingError((source == "-" ? "standard input" : source) + ": " + error.what());
+    };
+    try {
+        return entryObject(entryFromValue(platform::JSONSerialization::JSONObjectWithData(text)));
+    } catch (const platform::JSONError& error) {
+        throw failure(error);
+    } catch (const EntryCodingError& error) {
+        throw failure(error);
+    }
 }
 
 /// Of an entry as `entryObject` writes it.
@@ -190,18 +199,24 @@ asio::awaitable<int> drawOrReport(const DrawingCommand& command) {
 
 void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
     if (path == "-") return writeToStandardOutput(bytes);
-    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
+    const auto failure = [&](int error) {
+        return std::system_error(error, std::generic_category(), "cannot write " + path.string());
+    };
+    std::error_code error;
+    const auto found = std::filesystem::status(path, error);
+    if (std::filesystem::exists(found) && !std::filesystem::is_regular_file(found)) {
         std::ofstream stream(path, std::ios::binary);
         if (stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) return;
-        throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
+        throw failure(errno);
     }
     auto temporary = path;
     temporary += "." + std::to_string(::getpid()) + ".tmp";
     try {
         std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
         if (!stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
-            throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
-        std::filesystem::rename(temporary, path);
+            throw failure(errno);
+        std::filesystem::rename(temporary, path, error);
+        if (error) throw failure(error.value());
     } catch (const std::exception&) {
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);

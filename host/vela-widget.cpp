@@ -150,6 +150,10 @@ std::string checkedOutput(const std::string& text) {
     return text.empty() ? "a file or a folder must be named" : "";
 }
 
+std::string checkedEntry(const std::string& text) {
+    return text.empty() ? "an entry is a file, - or placeholder" : "";
+}
+
 std::string checkedTint(const std::string& text) {
     const bool isTint = text.size() == 7 && text[0] == '#' &&
                         text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
@@ -190,9 +194,11 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
         ->capture_default_str();
     command->add_option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
         ->check(CLI::Validator(checkedSize, "WIDTHxHEIGHT"));
-    command->add_option("--entry", options.entry,
-                        "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
-                        "a fresh snapshot where it is not given");
+    command
+        ->add_option("--entry", options.entry,
+                     "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
+                     "a fresh snapshot where it is not given")
+        ->check(CLI::Validator(checkedEntry, ""));
     command->add_option("--format", options.format, "png, svg, or tree: what is displayed, as JSON")
         ->check(CLI::IsMember({"png", "svg", "tree"}))
         ->capture_default_str();

@@ -62,7 +62,9 @@ TEST_F(CommandLine, NamesTheWordOfTheWidgetsThatIsUnknown) {
         {{"--family", "systemSmall", "timeline"}, R"(vela-widget: there is no option "--family")"},
         {{"-x"}, R"(vela-widget: there is no option "-x")"},
         {{"red\x1b[31m"}, "vela-widget: an argument was not expected"},
-        {{}, "vela-widget: A subcommand is required"},
+        {{},
+         "vela-widget: a command is required; there are placeholder, snapshot, timeline, declaration, show, "
+         "render"},
     };
     for (const auto& [arguments, words] : rows) EXPECT_EQ(complaint(widget(arguments)), words);
 }
@@ -74,6 +76,7 @@ TEST_F(CommandLine, NamesTheWordOfTheCompanionsThatIsUnknown) {
         {{"stats"}, R"(vela-companion: there is no command "stats"; did you mean "status"?)"},
         {{"defaults", "bogus"},
          R"(vela-companion defaults: there is no command "bogus"; there are read, write, delete)"},
+        {{"defaults"}, "vela-companion defaults: a command is required; there are read, write, delete"},
         {{"defaults", "wirte", "a", "b"},
          R"(vela-companion defaults: there is no command "wirte"; did you mean "write"?)"},
         {{"sing-in"}, R"(vela-companion: there is no command "sing-in"; did you mean "sign-in"?)"},

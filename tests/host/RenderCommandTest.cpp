@@ -157,6 +157,7 @@ TEST_F(RenderCommand, SaysWhatIsWrongWithAnEntry) {
         folder.write("entry.json", text);
         const auto result = widget({"render", "--entry", path("entry.json"), "--output", path("never.png")});
         EXPECT_EQ(result.status, 1);
+        EXPECT_TRUE(result.errors.starts_with("vela-widget: " + path("entry.json") + ": ")) << result.errors;
         EXPECT_NE(result.errors.find(message), std::string::npos) << result.errors;
         EXPECT_FALSE(std::filesystem::exists(path("never.png")));
     }
@@ -177,8 +178,30 @@ TEST_F(RenderCommand, ExitsWithTwoOnWrongUsage) {
              {"render", "--output", "x", "--format", "bmp"},
              {"render", "--output", "x", "--tint", "red"},
              {"render", "--output", "x", "--family", "huge"},
+             {"render", "--output", "x", "--entry", ""},
              {"show", "--family", "systemSmall"}})
         EXPECT_EQ(widget(arguments).status, 2);
+}
+
+TEST_F(RenderCommand, SaysWhereItCannotWriteAndWhy) {
+    folder.write("file", "");
+    std::filesystem::create_directory(path("folder"));
+    const std::string longest(300, 'x');
+    const std::pair<std::string, const char*> rows[] = {
+        {path("missing/x.tree"), "No such file or directory"},
+        {path("folder"), "Is a directory"},
+        {path("file/x.tree"), "Not a directory"},
+        {path(longest), "File name too long"},
+        {"/dev/full", "No space left on device"},
+    };
+    for (const auto& [output, reason] : rows) {
+        const auto result =
+            widget({"render", "--entry", "placeholder", "--format", "tree", "--output", output});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.errors, "vela-widget: cannot write " + output + ": " + reason + "\n");
+    }
+    for (const auto& left : std::filesystem::directory_iterator(folder.path()))
+        EXPECT_FALSE(left.path().string().ends_with(".tmp")) << left.path();
 }
 
 TEST_F(RenderCommand, NamesTheRangeOfANumberThatIsOutside) {
