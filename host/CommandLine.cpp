@@ -63,7 +63,8 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
 
 std::string listed(const std::vector<std::string>& commands) {
     std::string text;
-    for (const auto& command : commands) text += (text.empty() ? "; there are " : ", ") + command;
+    const std::string verb = commands.size() == 1 ? "; there is " : "; there are ";
+    for (const auto& command : commands) text += (text.empty() ? verb : ", ") + command;
     return text;
 }
 

@@ -192,10 +192,10 @@ class WebServer::Engine {
             if (error) continue;
             error_code ignored;
             socket.set_option(tcp::no_delay(true), ignored);
-            platform::spawn(context_,
-                            secureContext_ ? serveSecurely(std::move(socket), origin)
-                                           : serve(std::move(socket), origin),
-                            report);
+            platform::spawn(
+                context_,
+                secureContext_ ? serveSecurely(std::move(socket), origin) : serve(std::move(socket), origin),
+                report);
         }
     }
 
