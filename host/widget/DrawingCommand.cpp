@@ -11,6 +11,7 @@
 
 #include "host/protocol/EntryCoding.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
+#include "host/widget/ExtensionSession.hpp"
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
@@ -24,7 +25,6 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using widget::DrawingFormat;
 using widget::DrawingRequest;
-using widget::PictureReading;
 
 namespace {
 
@@ -47,58 +47,41 @@ widget::SimpleEntry savedEntry(const std::string& source, const platform::Deadli
     }
 }
 
-bool namesPictures(const widget::SimpleEntry& entry) {
-    const auto* shown = std::get_if<widget::LoggedIn>(&entry.widgetState);
-    return shown && std::any_of(shown->packages.begin(), shown->packages.end(), [](const auto& package) {
-               return package->productImage() || package->shopImage();
-           });
-}
-
-/// Draws with one extension after another: one that hangs, over a picture perhaps, is replaced, and one that
-/// ends while it draws is, once each. The command has its time, which all of that shares.
+/// Draws what the command asks for, within its time.
 class Drawer {
   public:
-    explicit Drawer(const DrawingCommand& command)
-        : command_(command), deadline_(command.extension.answerLimit) {}
+    Drawer(const asio::any_io_executor& executor, const DrawingCommand& command)
+        : command_(command), options_(options(command)), session_(executor, options_) {}
 
     asio::awaitable<void> drawAll() {
         // Read before anything is started, as a person may still be typing it.
         std::optional<widget::SimpleEntry> entry;
         if (!command_.entry.empty() && command_.entry != "placeholder")
-            entry = savedEntry(command_.entry, deadline_);
-        co_await startExtension();
+            entry = savedEntry(command_.entry, *options_.deadline);
         const auto families = co_await chosenFamilies();
         if (!entry) entry = co_await freshEntry(families.front());
         for (const auto family : families)
             for (const auto colorScheme : command_.colorSchemes) {
-                const auto bytes = co_await drawn(request(*entry, family, colorScheme));
+                const auto bytes = co_await session_.draw(request(*entry, family, colorScheme));
                 command_.deliver(path(family, colorScheme), deliverable(bytes));
             }
     }
 
-    asio::awaitable<void> end() {
-        if (extension_) co_await extension_->end(deadline_);
-    }
-
-    void leave() const {
-        if (extension_) extension_->leave();
-    }
+    asio::awaitable<void> end() { co_await session_.end(); }
 
   private:
-    asio::awaitable<void> startExtension() {
-        extension_ = ExtensionProcess::start(co_await asio::this_coro::executor, command_.extension,
-                                             printExtensionLine);
-    }
-
-    asio::awaitable<void> replaceExtension() {
-        co_await extension_->end(deadline_);
-        co_await startExtension();
+    static ExtensionSession::Options options(const DrawingCommand& command) {
+        auto options = ExtensionSession::Options::forCommand(command.extension);
+        options.pictureBudget = command.pictureBudget;
+        options.onOutputLine = printExtensionLine;
+        options.onNotice = [](std::string_view notice) { platform::printError("vela-widget", notice); };
+        return options;
     }
 
     asio::awaitable<std::vector<platform::WidgetFamily>> chosenFamilies() {
         if (!command_.families.empty()) co_return command_.families;
         const ExtensionRequest ask = {.kind = ExtensionRequest::Kind::declaration};
-        const auto reply = co_await extension_->ask(ask, deadline_);
+        const auto reply = co_await session_.ask(ask);
         std::vector<platform::WidgetFamily> offered;
         for (const auto& name : declarationIn(reply).supportedFamilies)
             if (const auto family = platform::widgetFamily(name)) offered.push_back(*family);
@@ -111,50 +94,19 @@ class Drawer {
         const ExtensionRequest ask = {
             .kind = isPlaceholder ? ExtensionRequest::Kind::placeholder : ExtensionRequest::Kind::snapshot,
             .family = family};
-        const auto reply = co_await extension_->ask(ask, deadline_);
+        const auto reply = co_await session_.ask(ask);
         co_return entryIn(reply);
     }
 
-    ExtensionRequest request(const widget::SimpleEntry& entry, platform::WidgetFamily family,
-                             drawing::ColorScheme colorScheme) const {
+    DrawingRequest request(const widget::SimpleEntry& entry, platform::WidgetFamily family,
+                           drawing::ColorScheme colorScheme) const {
         DrawingRequest drawing = {.entry = entry, .family = family};
         drawing.colorScheme = colorScheme;
         drawing.size = command_.size;
         drawing.scale = command_.scale;
         drawing.format = command_.format;
         drawing.tint = command_.tint;
-        return ExtensionRequest::rendering(std::move(drawing));
-    }
-
-    platform::Deadline drawingDeadline() const {
-        if (pictures_ == PictureReading::placeholdersOnly) return deadline_;
-        return deadline_.within(std::min(command_.pictureBudget, deadline_.rest() * 4 / 5));
-    }
-
-    asio::awaitable<std::string> drawn(ExtensionRequest drawing) {
-        while (true) {
-            drawing.drawing->pictures = pictures_;
-            try {
-                auto reply = co_await extension_->ask(drawing, drawingDeadline());
-                co_return drawingIn(std::move(reply), command_.format);
-            } catch (const ExtensionTimeout& hanging) {
-                if (pictures_ == PictureReading::placeholdersOnly || deadline_.rest().count() == 0)
-                    throw ExtensionTimeout(deadline_);
-                // Perhaps some picture never comes. A new extension draws without any, now and for the rest
-                // of this command.
-                pictures_ = PictureReading::placeholdersOnly;
-                const bool mayBePictures = namesPictures(drawing.drawing->entry);
-                platform::printError(
-                    "vela-widget",
-                    hanging.what() + std::string(mayBePictures ? ", perhaps because of its pictures; "
-                                                                 "drawing without them"
-                                                               : "; starting it again"));
-            } catch (const ExtensionEnded& ended) {
-                if (std::exchange(hasStartedAgain_, true)) throw;
-                platform::printError("vela-widget", std::string(ended.what()) + "; starting it again");
-            }
-            co_await replaceExtension();
-        }
+        return drawing;
     }
 
     /// Names in a drawing come from a server; in a terminal nothing of them is to be obeyed.
@@ -175,29 +127,20 @@ class Drawer {
     }
 
     const DrawingCommand& command_;
-    const platform::Deadline deadline_;
-    std::shared_ptr<ExtensionProcess> extension_;
-    PictureReading pictures_ = PictureReading::allowed;
-    bool hasStartedAgain_ = false;
+    const ExtensionSession::Options options_;
+    ExtensionSession session_;
 };
 
 asio::awaitable<int> drawOrReport(const DrawingCommand& command) {
-    Drawer drawer(command);
+    Drawer drawer(co_await asio::this_coro::executor, command);
     int status = 1;
-    bool isHanging = false;
     try {
         co_await drawer.drawAll();
         status = 0;
-    } catch (const ExtensionTimeout& failure) {
-        platform::printFailure("vela-widget", failure);
-        isHanging = true;
     } catch (const std::exception& failure) {
         platform::printFailure("vela-widget", failure);
     }
-    if (isHanging)
-        drawer.leave();
-    else
-        co_await drawer.end();
+    co_await drawer.end();
     co_return status;
 }
 
