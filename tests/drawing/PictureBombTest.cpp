@@ -10,19 +10,16 @@
 
 #include "drawing/Image/Image.hpp"
 #include "drawing/Image/LosslessWebP.hpp"
+#include "drawing/Writers/PNGChunks.hpp"
+#include "drawing/Writers/WebPFile.hpp"
 #include "tests/drawing/AllocatedMemory.hpp"
+#include "tests/drawing/Photograph.hpp"
 #include "tests/drawing/PictureBombs.hpp"
-#include "tests/drawing/PictureFiles.hpp"
 
 namespace {
 
+using namespace drawing;
 using namespace tests;
-using drawing::decodedImage;
-using drawing::ImageBounds;
-using drawing::imageHeader;
-using drawing::losslessWebPMemory;
-using drawing::PixelSize;
-using drawing::scaledToFit;
 
 const std::uint8_t* data(const std::string& bytes) {
     return reinterpret_cast<const std::uint8_t*>(bytes.data());
@@ -108,14 +105,14 @@ TEST(LosslessWebP, TakesNoMoreThanIsMeasured) {
         return Pixel{std::uint8_t(x / 20 * 20), std::uint8_t(y % 3), 0};
     };
     for (const PixelSize size : {PixelSize{1, 1}, {3, 200}, {192, 192}}) {
-        const std::pair<const char*, Picture> pictures[] = {{"photograph", photograph(size)},
-                                                            {"plain", painted(size, plain)},
-                                                            {"few", painted(size, fewColors)}};
+        const std::pair<const char*, StraightBitmap> pictures[] = {{"photograph", photograph(size)},
+                                                                   {"plain", painted(size, plain)},
+                                                                   {"few", painted(size, fewColors)}};
         for (const auto& [name, picture] : pictures)
             for (const int effort : {0, 4, 8}) {
-                const std::string file = losslessWebP(picture, effort);
-                const auto measured = losslessWebPMemory(std::string_view(file).substr(20), size,
-                                                         drawing::LosslessHeader::present);
+                const std::string file = webpFile(picture, {.loss = WebPLoss::lossless, .effort = effort});
+                const auto measured =
+                    losslessWebPMemory(std::string_view(file).substr(20), size, LosslessHeader::present);
                 ASSERT_TRUE(measured) << name << ' ' << size.width;
                 if (!memoryIsCounted) continue;
                 const std::size_t outcome = std::size_t(size.width) * std::size_t(size.height) * 4;
@@ -129,7 +126,7 @@ TEST(LosslessWebP, IsMeasuredWithItsGroups) {
     for (const int groups : {1, 2, 999, 1000, 1001, 10'000}) {
         const std::string file = webpOfGroups(size, groups);
         const auto measured =
-            losslessWebPMemory(std::string_view(file).substr(20), size, drawing::LosslessHeader::present);
+            losslessWebPMemory(std::string_view(file).substr(20), size, LosslessHeader::present);
         ASSERT_TRUE(measured) << groups;
         EXPECT_GE(*measured, std::size_t(groups) * 10'000) << groups;
         EXPECT_LE(*measured, std::size_t(groups) * 30'000 + (2u << 20)) << groups;
@@ -143,12 +140,12 @@ TEST(LosslessWebP, IsNothingWhereItIsBrokenBeforeItsPixels) {
     constexpr PixelSize size{64, 64};
     const std::string stream = webpOfGroups(size, 200).substr(20);
     const auto measured = [&](std::string_view bytes) {
-        return losslessWebPMemory(bytes, size, drawing::LosslessHeader::present).has_value();
+        return losslessWebPMemory(bytes, size, LosslessHeader::present).has_value();
     };
     EXPECT_TRUE(measured(stream));
     for (std::size_t length = 0; length < 400; ++length)
         EXPECT_FALSE(measured(stream.substr(0, length))) << length;
-    EXPECT_FALSE(losslessWebPMemory(stream, {64, 63}, drawing::LosslessHeader::present));
+    EXPECT_FALSE(losslessWebPMemory(stream, {64, 63}, LosslessHeader::present));
 }
 
 }  // namespace
