@@ -245,8 +245,8 @@ const NamedPainter& named(std::string_view name, const NamedPainter* first, std:
 
 }  // namespace
 
-Bitmap drawn(const Drawing& drawing, int width, int height) {
-    Canvas canvas(width, height);
+drawing::StraightBitmap drawn(const Drawing& drawing, drawing::PixelSize size) {
+    Canvas canvas(size);
     const Colour ground = Colour::ofCode(drawing.ground);
     if (drawing.subject == "landscape") {
         landscape(canvas, ground);
