@@ -24,6 +24,9 @@ struct Colour {
     static Colour ofCode(std::uint32_t code);
 };
 
+inline constexpr Colour white = {1, 1, 1};
+inline constexpr Colour ink = {0.13, 0.16, 0.20};
+
 /// The first colour with that share of the second, from 0 to 1.
 Colour mixed(Colour one, Colour other, double share);
 
