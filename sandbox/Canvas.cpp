@@ -9,7 +9,7 @@
 namespace sandbox {
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 
 /// From one of Cairo's, whose colour is multiplied by its alpha.
 drawing::Pixel straight(std::uint32_t pixel) {

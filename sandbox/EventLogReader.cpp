@@ -1,3 +1,5 @@
+#include "sandbox/EventLogReader.hpp"
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -16,7 +18,6 @@
 #include <boost/url/url_view.hpp>
 
 #include "sandbox/Error.hpp"
-#include "sandbox/Sandbox.hpp"
 
 namespace sandbox {
 namespace {

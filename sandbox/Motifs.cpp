@@ -6,7 +6,7 @@
 namespace sandbox {
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 
 void wave(Canvas& canvas, Colour) {
     for (int row = 0; row < 3; ++row) {
@@ -77,13 +77,13 @@ void tile(Canvas& canvas, Colour) {
     }
 }
 
-constexpr NamedPainter painters[] = {{"wave", wave}, {"ring", ring}, {"sun", sun},   {"peak", peak},
-                                     {"leaf", leaf}, {"kite", kite}, {"bars", bars}, {"tile", tile}};
+constexpr NamedPainter motifPainters[] = {{"wave", wave}, {"ring", ring}, {"sun", sun},   {"peak", peak},
+                                          {"leaf", leaf}, {"kite", kite}, {"bars", bars}, {"tile", tile}};
 
 }  // namespace
 
 std::span<const NamedPainter> motifs() {
-    return painters;
+    return motifPainters;
 }
 
 }  // namespace sandbox

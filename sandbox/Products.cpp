@@ -6,7 +6,7 @@
 namespace sandbox {
 namespace {
 
-constexpr double pi = std::numbers::pi;
+using std::numbers::pi;
 
 void shadow(Canvas& canvas, double width) {
     cairo_save(canvas.context());
@@ -131,14 +131,15 @@ void vase(Canvas& canvas, Colour ground) {
     canvas.fill(white, 0.5);
 }
 
-constexpr NamedPainter painters[] = {{"mug", mug},         {"lamp", lamp},   {"book", book},
-                                     {"plant", plant},     {"chair", chair}, {"headphones", headphones},
-                                     {"lantern", lantern}, {"vase", vase}};
+constexpr NamedPainter productPainters[] = {{"mug", mug},         {"lamp", lamp},
+                                            {"book", book},       {"plant", plant},
+                                            {"chair", chair},     {"headphones", headphones},
+                                            {"lantern", lantern}, {"vase", vase}};
 
 }  // namespace
 
 std::span<const NamedPainter> products() {
-    return painters;
+    return productPainters;
 }
 
 }  // namespace sandbox
