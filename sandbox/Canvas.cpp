@@ -9,8 +9,6 @@
 namespace sandbox {
 namespace {
 
-using std::numbers::pi;
-
 /// From one of Cairo's, whose colour is multiplied by its alpha.
 drawing::Pixel straight(std::uint32_t pixel) {
     const std::uint32_t alpha = pixel >> 24;
@@ -70,15 +68,15 @@ void Canvas::ground(Colour above, Colour below) {
 
 void Canvas::circle(double x, double y, double radius) {
     cairo_new_sub_path(context());
-    cairo_arc(context(), x, y, radius, 0, 2 * pi);
+    cairo_arc(context(), x, y, radius, 0, 2 * std::numbers::pi);
 }
 
 void Canvas::box(double x, double y, double width, double height, double radius) {
     cairo_new_sub_path(context());
-    cairo_arc(context(), x + width - radius, y + radius, radius, -pi / 2, 0);
-    cairo_arc(context(), x + width - radius, y + height - radius, radius, 0, pi / 2);
-    cairo_arc(context(), x + radius, y + height - radius, radius, pi / 2, pi);
-    cairo_arc(context(), x + radius, y + radius, radius, pi, 3 * pi / 2);
+    cairo_arc(context(), x + width - radius, y + radius, radius, -std::numbers::pi / 2, 0);
+    cairo_arc(context(), x + width - radius, y + height - radius, radius, 0, std::numbers::pi / 2);
+    cairo_arc(context(), x + radius, y + height - radius, radius, std::numbers::pi / 2, std::numbers::pi);
+    cairo_arc(context(), x + radius, y + radius, radius, std::numbers::pi, 3 * std::numbers::pi / 2);
     cairo_close_path(context());
 }
 
@@ -90,7 +88,7 @@ void Canvas::polygon(std::initializer_list<std::pair<double, double>> corners) {
 void Canvas::hills(double level, double swing, double length, double phase) {
     cairo_move_to(context(), left(), top() + height());
     for (double x = left(); x < left() + width() + 0.01; x += 0.01) {
-        cairo_line_to(context(), x, level + swing * std::sin(2 * pi * x / length + phase));
+        cairo_line_to(context(), x, level + swing * std::sin(2 * std::numbers::pi * x / length + phase));
     }
     cairo_line_to(context(), left() + width(), top() + height());
     cairo_close_path(context());

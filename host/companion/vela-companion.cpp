@@ -11,6 +11,7 @@
 
 #include "host/companion/Companion.hpp"
 #include "platform/CommandLine/CommandLine.hpp"
+#include "platform/Files/Writing.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/Log/StandardError.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"

@@ -12,6 +12,7 @@
 #include "host/widget/Spinner.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/Files/Writing.hpp"
 #include "platform/Streams/Streams.hpp"
 
 namespace host {

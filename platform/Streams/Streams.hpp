@@ -1,7 +1,6 @@
 #pragma once
 
-// Whole writes and bounded reads, for our programs' standard streams and files, and what they say of
-// failures.
+// Bounded reads, for our programs' standard streams and files, and what they say of failures.
 
 #include <cstddef>
 #include <exception>
@@ -15,9 +14,6 @@ namespace platform {
 /// Takes the places of standard streams that a program was started without, so that nothing it opens later
 /// is read or written in their stead. Such a stream still fails, as a closed one does. To be called first.
 void holdStandardStreams();
-
-/// False, with errno set, when the descriptor did not take all of `text`.
-bool writeAll(int descriptor, std::string_view text);
 
 /// Everything up to the stream's end; nothing for more than `limit` bytes.
 std::optional<std::string> readAll(std::istream& stream, std::size_t limit);

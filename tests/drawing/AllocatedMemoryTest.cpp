@@ -1,4 +1,4 @@
-#include "tests/drawing/AllocatedMemory.hpp"
+#include "tests/support/AllocatedMemory.hpp"
 
 #include <gtest/gtest.h>
 

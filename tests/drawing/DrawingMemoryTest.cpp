@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "drawing/Writers/JPEGFile.hpp"
-#include "tests/drawing/MemoryLimit.hpp"
 #include "tests/drawing/Photograph.hpp"
 #include "tests/drawing/SampleEntries.hpp"
+#include "tests/support/MemoryLimit.hpp"
 #include "widget/EntryDrawing.hpp"
 
 namespace {

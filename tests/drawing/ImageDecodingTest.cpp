@@ -11,8 +11,8 @@
 #include "drawing/Writers/OrientationNote.hpp"
 #include "drawing/Writers/PNGFile.hpp"
 #include "drawing/Writers/WebPFile.hpp"
-#include "tests/drawing/MemoryLimit.hpp"
 #include "tests/drawing/Photograph.hpp"
+#include "tests/support/MemoryLimit.hpp"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "drawing/Writers/WebPFile.hpp"
-#include "tests/drawing/AllocatedMemory.hpp"
 #include "tests/drawing/Photograph.hpp"
 #include "tests/drawing/PictureBombs.hpp"
+#include "tests/support/AllocatedMemory.hpp"
 
 namespace {
 

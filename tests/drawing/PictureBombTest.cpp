@@ -5,8 +5,8 @@
 #include <ctime>
 
 #include "drawing/Image/Image.hpp"
-#include "tests/drawing/AllocatedMemory.hpp"
 #include "tests/drawing/PictureBombs.hpp"
+#include "tests/support/AllocatedMemory.hpp"
 
 namespace {
 
