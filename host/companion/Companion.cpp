@@ -97,7 +97,9 @@ std::unique_ptr<platform::SecItemLock> holdingOffRenewals(const Notice& notice) 
     });
     if (!isDecided)
         throw CompanionError(
-            "the tokens are still being renewed or replaced; nothing was changed, try again");
+            "the tokens are still being renewed or replaced after 70 s; nothing was changed, try again. If "
+            "that lasts, "
+            "end the VelaWidgetExtension or vela-companion that hangs");
     throwUnlessSuccess("the keychain cannot be held", status);
     return lock;
 }

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <iostream>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -42,9 +41,7 @@ const ResultStream& results() {
 }
 
 std::string standardInput() {
-    auto text = platform::readAll(std::cin, maximumInput);
-    if (!text) throw host::CompanionError("the input is too long");
-    return *std::move(text);
+    return platform::readAll({.descriptor = STDIN_FILENO, .name = "standard input"}, maximumInput);
 }
 
 void say(std::string_view text) {

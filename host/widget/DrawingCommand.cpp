@@ -7,8 +7,6 @@
 #include <charconv>
 #include <cmath>
 #include <fstream>
-#include <iostream>
-#include <iterator>
 #include <system_error>
 
 #include "host/protocol/EntryCoding.hpp"
@@ -32,34 +30,42 @@ namespace {
 
 constexpr std::size_t maximumEntrySize = std::size_t{4} << 20;
 
-std::string wholeInput(std::istream& stream, const std::string& name) {
-    auto text = platform::readAll(stream, maximumEntrySize);
-    if (!text) throw EntryCodingError(name + " is too long for an entry");
-    return *std::move(text);
-}
-
-widget::SimpleEntry savedEntry(const std::string& source) {
-    std::string text;
-    if (source == "-") {
-        text = wholeInput(std::cin, "standard input");
-    } else {
-        std::ifstream stream(source, std::ios::binary);
-        if (!stream) throw std::system_error(errno, std::generic_category(), "cannot read " + source);
-        text = wholeInput(stream, source);
+widget::SimpleEntry savedEntry(const std::string& source, const platform::Deadline& deadline) {
+    const auto text = source == "-"
+                          ? platform::readAll({.descriptor = STDIN_FILENO, .name = "standard input"},
+                                              maximumEntrySize, deadline)
+                          : platform::readFile(source, maximumEntrySize, deadline);
+    const auto failure = [&](const std::exception& error) {
+        return EntryCodingError((source == "-" ? "standard input" : source) + ": " + error.what());
+    };
+    try {
+        return entryFromValue(platform::JSONSerialization::JSONObjectWithData(text));
+    } catch (const platform::JSONError& error) {
+        throw failure(error);
+    } catch (const EntryCodingError& error) {
+        throw failure(error);
     }
-    return entryFromValue(platform::JSONSerialization::JSONObjectWithData(text));
 }
 
-/// Draws with one extension after another: one that hangs over a picture is replaced, and one that ends while
-/// it draws is, once.
+bool namesPictures(const widget::SimpleEntry& entry) {
+    const auto* shown = std::get_if<widget::LoggedIn>(&entry.widgetState);
+    return shown && std::any_of(shown->packages.begin(), shown->packages.end(), [](const auto& package) {
+               return package->productImage() || package->shopImage();
+           });
+}
+
+/// Draws with one extension after another: one that hangs, over a picture perhaps, is replaced, and one that
+/// ends while it draws is, once each. The command has its time, which all of that shares.
 class Drawer {
   public:
-    explicit Drawer(const DrawingCommand& command) : command_(command) {}
+    explicit Drawer(const DrawingCommand& command)
+        : command_(command), deadline_(command.extension.answerLimit) {}
 
     asio::awaitable<void> drawAll() {
         // Read before anything is started, as a person may still be typing it.
         std::optional<widget::SimpleEntry> entry;
-        if (!command_.entry.empty() && command_.entry != "placeholder") entry = savedEntry(command_.entry);
+        if (!command_.entry.empty() && command_.entry != "placeholder")
+            entry = savedEntry(command_.entry, deadline_);
         co_await startExtension();
         const auto families = co_await chosenFamilies();
         if (!entry) entry = co_await freshEntry(families.front());
@@ -71,7 +77,7 @@ class Drawer {
     }
 
     asio::awaitable<void> end() {
-        if (extension_) co_await extension_->end();
+        if (extension_) co_await extension_->end(deadline_);
     }
 
     void leave() const {
@@ -85,14 +91,14 @@ class Drawer {
     }
 
     asio::awaitable<void> replaceExtension() {
-        co_await extension_->end();
+        co_await extension_->end(deadline_);
         co_await startExtension();
     }
 
     asio::awaitable<std::vector<platform::WidgetFamily>> chosenFamilies() {
         if (!command_.families.empty()) co_return command_.families;
         const ExtensionRequest ask = {.kind = ExtensionRequest::Kind::declaration};
-        const auto reply = co_await extension_->ask(ask);
+        const auto reply = co_await extension_->ask(ask, deadline_);
         std::vector<platform::WidgetFamily> offered;
         for (const auto& name : declarationIn(reply).supportedFamilies)
             if (const auto family = platform::widgetFamily(name)) offered.push_back(*family);
@@ -105,7 +111,7 @@ class Drawer {
         const ExtensionRequest ask = {
             .kind = isPlaceholder ? ExtensionRequest::Kind::placeholder : ExtensionRequest::Kind::snapshot,
             .family = family};
-        const auto reply = co_await extension_->ask(ask);
+        const auto reply = co_await extension_->ask(ask, deadline_);
         co_return entryIn(reply);
     }
 
@@ -120,23 +126,29 @@ class Drawer {
         return ExtensionRequest::rendering(std::move(drawing));
     }
 
+    platform::Deadline drawingDeadline() const {
+        if (pictures_ == PictureReading::placeholdersOnly) return deadline_;
+        return deadline_.within(std::min(command_.pictureBudget, deadline_.rest() * 4 / 5));
+    }
+
     asio::awaitable<std::string> drawn(ExtensionRequest drawing) {
-        const auto end = steady_clock::now() + command_.answerLimit();
         while (true) {
             drawing.drawing->pictures = pictures_;
             try {
-                const auto rest =
-                    std::max(std::chrono::ceil<milliseconds>(end - steady_clock::now()), milliseconds(0));
-                const bool waitsForPictures = pictures_ == PictureReading::allowed;
-                auto reply = co_await extension_->ask(
-                    drawing, waitsForPictures ? std::min(rest, command_.pictureBudget) : rest);
+                auto reply = co_await extension_->ask(drawing, drawingDeadline());
                 co_return drawingIn(std::move(reply), command_.format);
-            } catch (const ExtensionTimeout&) {
-                if (pictures_ == PictureReading::placeholdersOnly) throw;
-                // Some picture never comes. A new extension draws without any, now and for the rest of this
-                // command.
-                platform::printError("vela-widget", "the pictures took too long; drawing without them");
+            } catch (const ExtensionTimeout& hanging) {
+                if (pictures_ == PictureReading::placeholdersOnly || deadline_.rest().count() == 0)
+                    throw ExtensionTimeout(deadline_);
+                // Perhaps some picture never comes. A new extension draws without any, now and for the rest
+                // of this command.
                 pictures_ = PictureReading::placeholdersOnly;
+                const bool mayBePictures = namesPictures(drawing.drawing->entry);
+                platform::printError(
+                    "vela-widget",
+                    hanging.what() + std::string(mayBePictures ? ", perhaps because of its pictures; "
+                                                                 "drawing without them"
+                                                               : "; starting it again"));
             } catch (const ExtensionEnded& ended) {
                 if (std::exchange(hasStartedAgain_, true)) throw;
                 platform::printError("vela-widget", std::string(ended.what()) + "; starting it again");
@@ -163,6 +175,7 @@ class Drawer {
     }
 
     const DrawingCommand& command_;
+    const platform::Deadline deadline_;
     std::shared_ptr<ExtensionProcess> extension_;
     PictureReading pictures_ = PictureReading::allowed;
     bool hasStartedAgain_ = false;
@@ -192,18 +205,24 @@ asio::awaitable<int> drawOrReport(const DrawingCommand& command) {
 
 void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
     if (path == "-") return writeToStandardOutput(bytes);
-    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
+    const auto failure = [&](int error) {
+        return std::system_error(error, std::generic_category(), "cannot write " + path.string());
+    };
+    std::error_code error;
+    const auto found = std::filesystem::status(path, error);
+    if (std::filesystem::exists(found) && !std::filesystem::is_regular_file(found)) {
         std::ofstream stream(path, std::ios::binary);
         if (stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) return;
-        throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
+        throw failure(errno);
     }
     auto temporary = path;
     temporary += "." + std::to_string(::getpid()) + ".tmp";
     try {
         std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
         if (!stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
-            throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
-        std::filesystem::rename(temporary, path);
+            throw failure(errno);
+        std::filesystem::rename(temporary, path, error);
+        if (error) throw failure(error.value());
     } catch (const std::exception&) {
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);
@@ -214,6 +233,10 @@ void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
 int DrawingCommand::run() const {
     if (size && !DrawingRequest::isWithinBounds(*size, scale)) {
         platform::printError("vela-widget", "that size at that scale is more than 16 million pixels");
+        return 2;
+    }
+    if (outputKind == OutputKind::folder && output == "-") {
+        platform::printError("vela-widget", "several drawings need a folder; standard output takes one");
         return 2;
     }
     if (outputKind == OutputKind::folder) {
@@ -235,11 +258,6 @@ int DrawingCommand::run() const {
         platform::printFailure("vela-widget", failure);
         return 1;
     }
-}
-
-milliseconds DrawingCommand::answerLimit() const {
-    // Whoever waits for pictures for longer than for anything else still gets a drawing without them.
-    return std::max(extension.answerLimit, pictureBudget + extension.answerLimit / 5);
 }
 
 std::optional<drawing::Size> sizeFromText(const std::string& text) {

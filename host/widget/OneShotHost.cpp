@@ -75,22 +75,23 @@ class VisibleWait {
 };
 
 asio::awaitable<void> conversation(const OneShotRequest& request, ExtensionProcess& extension,
-                                   VisibleWait& wait) {
-    const auto reply = co_await extension.ask(request.request);
+                                   const platform::Deadline& deadline, VisibleWait& wait) {
+    const auto reply = co_await extension.ask(request.request, deadline);
     wait.end();
     request.present(reply);
 }
 
 /// Uploads are not the person's business: that one of them fails or takes too long is no failure.
-asio::awaitable<void> uploads(ExtensionProcess& extension) {
+asio::awaitable<void> uploads(ExtensionProcess& extension, const platform::Deadline& deadline) {
     const ExtensionRequest finish = {.kind = ExtensionRequest::Kind::finishUploads, .limit = uploadPatience};
     try {
-        co_await extension.ask(finish, uploadPatience);
+        co_await extension.ask(finish, deadline.within(uploadPatience));
     } catch (const ExtensionError&) {
     }
 }
 
 asio::awaitable<int> answered(const OneShotRequest& request) {
+    const platform::Deadline deadline(request.extension.answerLimit);
     const auto executor = co_await asio::this_coro::executor;
     VisibleWait wait(executor, request.caption);
     const auto extension = ExtensionProcess::start(executor, request.extension, wait.lineHandler());
@@ -101,7 +102,7 @@ asio::awaitable<int> answered(const OneShotRequest& request) {
         platform::printFailure("vela-widget", failure);
     };
     try {
-        co_await conversation(request, *extension, wait);
+        co_await conversation(request, *extension, deadline, wait);
         status = 0;
     } catch (const ExtensionTimeout& failure) {
         report(failure);
@@ -113,8 +114,8 @@ asio::awaitable<int> answered(const OneShotRequest& request) {
         extension->leave();
     } else {
         if (status == 0 && request.request.kind == ExtensionRequest::Kind::timeline)
-            co_await uploads(*extension);
-        co_await extension->end();
+            co_await uploads(*extension, deadline);
+        co_await extension->end(deadline);
     }
     co_return status;
 }

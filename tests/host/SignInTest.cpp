@@ -285,6 +285,18 @@ TEST_F(SignIn, GivesUpAfterSeventySecondsAndChangesNothing) {
     EXPECT_EQ(pair(), pairOf("old"));
 }
 
+TEST_F(SignIn, IsRenewedAlthoughAnotherRenewalNeverEnds) {
+    RenewingServer server(false);
+    environment["BASE_URL"] = server.baseURL();
+    signInAs("old");
+    // As one holds it whose process is stopped.
+    platform::EmbeddedItemStore store(keychainFile());
+    const auto renewal = store.lock(platform::SecItemHold::shared);
+    ASSERT_EQ(renewal->tryAcquire(), platform::errSecSuccess);
+    EXPECT_EQ(widget({"timeline"}).status, 0);
+    EXPECT_EQ(pair(), pairOf("renewed"));
+}
+
 TEST_F(SignIn, ForgetsNobodyWhenTheDefaultsCannotBeWritten) {
     signInAs("old");
     std::filesystem::remove_all(defaultsFile().parent_path());

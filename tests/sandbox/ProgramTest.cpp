@@ -177,7 +177,8 @@ TEST_F(Program, EndsWithItsParent) {
 }
 
 TEST_F(Program, NamesTheWordThatIsUnknown) {
-    EXPECT_THAT(run({"bogus"}).errors, StartsWith("vela-sandbox: there is no command \"bogus\"\n"));
+    EXPECT_THAT(run({"bogus"}).errors,
+                StartsWith("vela-sandbox: there is no command \"bogus\"; there is events\n"));
     EXPECT_THAT(run({"evnets"}).errors, HasSubstr("did you mean \"events\"?"));
     EXPECT_THAT(run({"--scenarios"}).errors, HasSubstr("did you mean \"--scenario\"?"));
     EXPECT_EQ(run({"bogus"}).status, 2);

@@ -1,4 +1,8 @@
+#include "sandbox/WebServer.hpp"
+
 #include <boost/system/system_error.hpp>
+#include <stdexcept>
+#include <thread>
 
 #include "sandbox/EventLogReader.hpp"
 #include "tests/sandbox/RunningSandbox.hpp"
@@ -8,6 +12,10 @@
 
 namespace {
 
+using sandbox::Origin;
+using sandbox::Request;
+using sandbox::Served;
+using sandbox::WebServer;
 using tests::Connection;
 using tests::RunningSandbox;
 using tests::serving;
@@ -64,6 +72,25 @@ TEST(WebServer, SaysThatAPortIsTaken) {
     const std::string url = sandbox.baseURL();
     options.port = static_cast<unsigned short>(std::stoi(url.substr(url.rfind(':') + 1)));
     EXPECT_THROW(sandbox::Sandbox second(options), std::runtime_error);
+}
+
+TEST(WebServer, SaysWhyARequestWasNotAnsweredAndServesTheNext) {
+    WebServer server({}, [](const Request& request) -> Served {
+        if (request.path() == "/broken") throw std::runtime_error("the shelf is empty");
+        return {.response = {.body = "{}"}};
+    });
+    testing::internal::CaptureStderr();
+    std::thread thread([&server] { server.run(); });
+    Connection broken(server.url(Origin::first));
+    broken.send(tests::requestText("GET", "/broken", {}, {}));
+    EXPECT_TRUE(broken.isClosedByPeer());
+    Connection sound(server.url(Origin::first));
+    sound.send(tests::requestText("GET", "/sound", {}, {}));
+    EXPECT_EQ(sound.receive().status, 200);
+    server.stop();
+    thread.join();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "vela-sandbox: a request could not be answered: the shelf is empty\n");
 }
 
 }  // namespace
