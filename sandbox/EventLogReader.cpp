@@ -1,3 +1,5 @@
+#include "sandbox/EventLogReader.hpp"
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -17,7 +19,6 @@
 
 #include "platform/URL/URL.hpp"
 #include "sandbox/Error.hpp"
-#include "sandbox/Sandbox.hpp"
 
 namespace sandbox {
 namespace {

@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "sandbox/Certificate.hpp"
+#include "sandbox/Certificates.hpp"
 #include "sandbox/Faults.hpp"
 #include "sandbox/Message.hpp"
 

@@ -1,6 +1,5 @@
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
-#include <boost/json/serialize.hpp>
 
 #include "tests/sandbox/RunningSandbox.hpp"
 

@@ -1,4 +1,4 @@
-#include "sandbox/Collector.hpp"
+#include "sandbox/EventRefusal.hpp"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
