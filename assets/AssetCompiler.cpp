@@ -1,5 +1,5 @@
 // vela-assets SOURCES OUTPUT: compiles colors.json and images.json with its drawings, in the folder SOURCES,
-// into the file that platform/Image/AssetCatalogue reads. Runs while the programs are built.
+// into the file that drawing/Image/AssetCatalogue reads. Runs while the programs are built.
 //
 // The file: "VelaAssets1\n"; a 32-bit length and that many bytes of JSON, the index; the rasters, 32 bits to
 // a pixel as in a bitmap. Numbers are in the byte order of the machine it is built for. The index:
