@@ -52,7 +52,8 @@ json::object ExtensionRequest::object() const {
 }
 
 ExtensionRequest ExtensionRequest::rendering(widget::DrawingRequest drawing) {
-    return {.kind = Kind::render, .family = drawing.family, .drawing = std::move(drawing)};
+    const auto family = drawing.family;
+    return {.kind = Kind::render, .family = family, .drawing = std::move(drawing)};
 }
 
 ExtensionRequest::Kind ExtensionRequest::kindIn(const json::object& object) {

@@ -102,7 +102,7 @@ struct TreeBuilder {
 
 }  // namespace
 
-json::value JSONSerialization::JSONObjectWithData(std::string_view data, json::storage_ptr memory) {
+json::value JSONSerialization::JSONObjectWithData(std::string_view data, const json::storage_ptr& memory) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (data.starts_with(byteOrderMark)) data.remove_prefix(byteOrderMark.size());
 

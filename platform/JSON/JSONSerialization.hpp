@@ -24,7 +24,8 @@ struct JSONSerialization {
     /// counts. Throws JSONError for malformed text, ill-formed UTF-8, lone surrogates, numbers beyond a
     /// double's range and nesting beyond `maximumDepth`. Integers in the range of 64 bits are kept exactly.
     /// The tree, and what building it takes, come from `memory`, whose errors pass through.
-    static boost::json::value JSONObjectWithData(std::string_view data, boost::json::storage_ptr memory = {});
+    static boost::json::value JSONObjectWithData(std::string_view data,
+                                                 const boost::json::storage_ptr& memory = {});
 
     /// Compact text. A double is written in the shortest form that reads back to it. Throws JSONError for a
     /// number that is not finite or a string that is not UTF-8.

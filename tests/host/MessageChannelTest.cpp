@@ -21,7 +21,7 @@ class MessageChannelTest : public testing::Test {
   protected:
     MessageChannelTest() { EXPECT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets_), 0); }
 
-    void run(std::function<asio::awaitable<void>()> test) {
+    void run(const std::function<asio::awaitable<void>()>& test) {
         asio::co_spawn(context_, test(), [](const std::exception_ptr& error) {
             if (error) std::rethrow_exception(error);
         });

@@ -110,14 +110,16 @@ TEST(BlockProgressBar, FillsInEighthsOfACell) {
 }
 
 class PipeStyle : public testing::Test {
+  public:
+    ~PipeStyle() override {
+        ::close(ends_[0]);
+        ::close(ends_[1]);
+    }
+
   protected:
     PipeStyle() {
         ::unsetenv("COLUMNS");
         EXPECT_EQ(::pipe(ends_), 0);
-    }
-    ~PipeStyle() override {
-        ::close(ends_[0]);
-        ::close(ends_[1]);
     }
     int ends_[2];
 };
@@ -135,6 +137,12 @@ TEST_F(PipeStyle, TakesItsWidthFromColumns) {
 }
 
 class PseudoTerminalStyle : public testing::Test {
+  public:
+    ~PseudoTerminalStyle() override {
+        ::close(terminal_);
+        ::close(master_);
+    }
+
   protected:
     PseudoTerminalStyle() {
         master_ = ::posix_openpt(O_RDWR | O_NOCTTY);
@@ -146,10 +154,6 @@ class PseudoTerminalStyle : public testing::Test {
         ::setenv("TERM", "xterm-256color", 1);
         ::unsetenv("NO_COLOR");
         ::unsetenv("COLORTERM");
-    }
-    ~PseudoTerminalStyle() override {
-        ::close(terminal_);
-        ::close(master_);
     }
     int master_;
     int terminal_;

@@ -296,7 +296,7 @@ TEST(SecretServiceKeychain, LetsNoRenewalBeginInALockedCollection) {
 
 TEST(SecretServiceKeychain, LetsNoRenewalBeginWhereTheServiceCanKeepNothing) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
-        ASSERT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecSuccess);
+        ASSERT_EQ(store.add(with(accessibleItem("s", "a"), bytes("x"))), errSecSuccess);
         EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
         EXPECT_EQ(Keyrings().count(journalSchema), 0u) << "something was left of the trial";
         const platform::testing::FolderAttribute frozen(
@@ -304,7 +304,7 @@ TEST(SecretServiceKeychain, LetsNoRenewalBeginWhereTheServiceCanKeepNothing) {
         if (!frozen.isSet()) GTEST_SKIP() << "no folder can be made immutable here";
         EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
         std::string data;
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecSuccess);
     });
 }
 

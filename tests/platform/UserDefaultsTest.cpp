@@ -118,7 +118,7 @@ TEST_F(Suite, ReadsAsEmptyWhereItsFileIsDamagedAndSaysSoOnce) {
         {"two objects", R"({"key":"a"}{"key":"b"})"},
         {"zeroes", std::string(4096, '\0')},
         {"nested too deep", "{\"key\":" + std::string(100000, '[') + std::string(100000, ']') + "}"},
-        {"50 MB", "{\"key\":\"" + std::string(50'000'000, 'x') + "\"}"},
+        {"50 MB", "{\"key\":\"" + std::string(std::size_t{50} << 20, 'x') + "\"}"},
     };
     for (const auto& [damage, text] : rows) {
         SCOPED_TRACE(damage);

@@ -39,17 +39,19 @@ std::string contentsOf(const std::filesystem::path& path) {
 }
 
 class Program : public testing::Test {
-  protected:
-    Program() {
-        char pattern[] = "/tmp/vela-sandbox-XXXXXX";
-        folder_ = mkdtemp(pattern);
-    }
+  public:
     ~Program() override {
         for (const pid_t child : children_) {
             kill(child, SIGKILL);
             waitpid(child, nullptr, 0);
         }
         std::filesystem::remove_all(folder_);
+    }
+
+  protected:
+    Program() {
+        char pattern[] = "/tmp/vela-sandbox-XXXXXX";
+        folder_ = mkdtemp(pattern);
     }
 
     std::filesystem::path path(const std::string& name) const { return folder_ / name; }

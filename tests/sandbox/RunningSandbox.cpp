@@ -120,7 +120,7 @@ bool Connection::isClosedByPeer() {
     return !stream_->readMore(text) && text.empty();
 }
 
-RunningSandbox::RunningSandbox(sandbox::SandboxOptions options)
+RunningSandbox::RunningSandbox(const sandbox::SandboxOptions& options)
     : sandbox_(options), thread_([this] { sandbox_.run(); }) {}
 
 RunningSandbox::~RunningSandbox() {

@@ -44,7 +44,7 @@ class Connection {
 
 class RunningSandbox {
   public:
-    explicit RunningSandbox(sandbox::SandboxOptions options);
+    explicit RunningSandbox(const sandbox::SandboxOptions& options);
     ~RunningSandbox();
 
     std::string baseURL() const { return sandbox_.baseURL(); }

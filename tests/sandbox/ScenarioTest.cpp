@@ -57,12 +57,14 @@ TEST(ShippedScenario, EverydayShowsTenItemsOfManyStatuses) {
 }
 
 class ScenarioFile : public testing::Test {
+  public:
+    ~ScenarioFile() override { std::filesystem::remove_all(folder_); }
+
   protected:
     ScenarioFile() {
         char pattern[] = "/tmp/scenario-XXXXXX";
         folder_ = mkdtemp(pattern);
     }
-    ~ScenarioFile() override { std::filesystem::remove_all(folder_); }
     std::string write(const std::string& text) const {
         const std::string path = folder_ / "mine.json";
         std::ofstream(path) << text;

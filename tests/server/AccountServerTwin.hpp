@@ -20,9 +20,11 @@ namespace server {
 using platform::testing::awaited;
 
 class AccountServerTwin : public testing::Test {
+  public:
+    ~AccountServerTwin() override { testing::internal::GetCapturedStdout(); }
+
   protected:
     AccountServerTwin() { testing::internal::CaptureStdout(); }
-    ~AccountServerTwin() override { testing::internal::GetCapturedStdout(); }
 
     void signIn(const std::string& accessToken, const std::string& refreshToken) {
         tokenKeychain().withExclusiveAccess([&](const Keychain& keychain) {

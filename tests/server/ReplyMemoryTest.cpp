@@ -178,7 +178,8 @@ class ReplyMemory : public AccountServerTwin {
 };
 
 TEST_F(ReplyMemory, IsBoundedWhateverTheReplyHolds) {
-    for (const auto& [name, body] : hostileReplies) {
+    for (const auto& [name, reply] : hostileReplies) {
+        const auto& body = reply;
         fetched(body());  // what is made on first use
         const auto before = tests::allocatedBytes();
         const auto growth = tests::peakMemory([&] { fetched(body()); });

@@ -14,8 +14,7 @@ namespace platform::testing {
 class ScopedEnvironment {
   public:
     /// Sets each variable, or unsets it where there is no value.
-    explicit ScopedEnvironment(
-        std::initializer_list<std::pair<std::string, std::optional<std::string>>> variables);
+    ScopedEnvironment(std::initializer_list<std::pair<std::string, std::optional<std::string>>> variables);
     ~ScopedEnvironment();
     ScopedEnvironment(const ScopedEnvironment&) = delete;
     ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
