@@ -16,8 +16,8 @@
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/SecItem.hpp"
 #include "platform/UserDefaults/UserDefaults.hpp"
-#include "server/Keychain.hpp"
 #include "server/SharedDefaults.hpp"
+#include "server/TokenKeychain.hpp"
 
 extern char** environ;
 
@@ -28,9 +28,9 @@ using server::SharedDefaultsKey;
 
 namespace {
 
-constexpr const char* accessTokenKey = "accessToken";
-constexpr const char* refreshTokenKey = "refreshToken";
-constexpr const char* sessionKey = "session";
+constexpr const char* accessTokenKey = server::CredentialKey::accessToken;
+constexpr const char* refreshTokenKey = server::CredentialKey::refreshToken;
+constexpr const char* sessionKey = server::CredentialKey::session;
 
 Keychain currentKeychain() {
     return server::tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain; });

@@ -110,6 +110,19 @@ TEST_F(ServerConnectivity, SendsABodyOfExactlyTwoKeys) {
     EXPECT_EQ(body.at("query").as_string(), VelaApi::TrackingWidgetQuery(192).queryString());
 }
 
+TEST_F(ServerConnectivity, ReadsTheKeychainsThatItWasGiven) {
+    signIn("the process's", "refresh");
+    const Keychain elsewhere = {.id = "elsewhere", .accessibility = Keychain::Accessibility::always};
+    TokenKeychain itsTokens(elsewhere, elsewhere);
+    const VelaServerConnectivity client(defaults, {.tokens = itsTokens, .session = elsewhere},
+                                        [] { return nullptr; });
+    elsewhere.setData(platform::Data{"its session"}, "session");
+    EXPECT_EQ(client.makeRequest(Authentication::authenticated).value("pontal-server-session-id"),
+              "its session");
+    itsTokens.store("its own", "refresh");
+    EXPECT_EQ(client.makeRequest(Authentication::authenticated).value("authorization"), "Bearer its own");
+}
+
 TEST_F(ServerConnectivity, AppendsThePathToTheBaseAsItStands) {
     const std::pair<const char*, const char*> rows[] = {
         {"http://h", "http://h/graphql"},
@@ -118,14 +131,14 @@ TEST_F(ServerConnectivity, AppendsThePathToTheBaseAsItStands) {
     };
     for (const auto& [base, expected] : rows) {
         const SharedDefaults at(std::make_unique<platform::testing::InMemoryUserDefaults>(), base);
-        const VelaServerConnectivity there(at, [] { return nullptr; });
+        const VelaServerConnectivity there(at, keychains, [] { return nullptr; });
         EXPECT_EQ(there.makeRequest(Authentication::notAuthenticated).url.absoluteString(), expected);
     }
 }
 
 TEST_F(ServerConnectivity, StopsTheProcessOnABaseThatIsNoURL) {
     const SharedDefaults at(std::make_unique<platform::testing::InMemoryUserDefaults>(), "");
-    const VelaServerConnectivity there(at, [] { return nullptr; });
+    const VelaServerConnectivity there(at, keychains, [] { return nullptr; });
     EXPECT_DEATH(there.makeRequest(Authentication::notAuthenticated), "base URL is not a URL");
 }
 

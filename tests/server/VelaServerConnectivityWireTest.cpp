@@ -26,8 +26,9 @@ class ServerConnectivityWire : public AccountServerTwin {
         const SharedDefaults place(
             std::make_unique<platform::testing::InMemoryUserDefaults>(),
             "http://" + userInformation + "127.0.0.1:" + std::to_string(server.port()));
-        VelaServerConnectivity client(
-            place, [] { return platform::URLSession::session(platform::URLSessionConfiguration()); });
+        VelaServerConnectivity client(place, keychains, [] {
+            return platform::URLSession::session(platform::URLSessionConfiguration());
+        });
         try {
             awaited(client.perform(operation));
         } catch (const std::exception&) {
@@ -98,7 +99,7 @@ TEST_F(ServerConnectivityWire, IsOneRequestForEveryPerform) {
     const SharedDefaults place(std::make_unique<platform::testing::InMemoryUserDefaults>(),
                                "http://127.0.0.1:" + std::to_string(server.port()));
     VelaServerConnectivity client(
-        place, [] { return platform::URLSession::session(platform::URLSessionConfiguration()); });
+        place, keychains, [] { return platform::URLSession::session(platform::URLSessionConfiguration()); });
     for (std::size_t performed = 1; performed <= 12; ++performed) {
         try {
             if (performed % 2 == 0) {
