@@ -95,9 +95,9 @@ platform::URLRequest VelaServerConnectivity::makeRequest(Authentication authenti
     request.setValue("application/json", "Accept");
     if (authentication == Authentication::notAuthenticated) return request;
     if (const auto token = keychains_.tokens.accessToken()) {
-        request.setValue("Bearer " + *token, "authorization");
+        request.setCredential("Bearer " + *token, "authorization");
     } else if (const auto session = keychains_.session.stringValue(CredentialKey::session)) {
-        request.setValue(*session, "pontal-server-session-id");
+        request.setCredential(*session, "pontal-server-session-id");
     }
     return request;
 }

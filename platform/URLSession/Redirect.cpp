@@ -34,8 +34,8 @@ bool becomesGet(Rewriting rewriting, std::string_view method) {
     return false;
 }
 
-constexpr std::array<std::string_view, 4> credentialFields = {
-    "authorization", "cookie", "pontal-server-session-id", "proxy-authorization"};
+constexpr std::array<std::string_view, 3> credentialFields = {"authorization", "cookie",
+                                                              "proxy-authorization"};
 constexpr std::array<std::string_view, 5> bodyFields = {
     "content-encoding", "content-language", "content-length", "content-type", "transfer-encoding"};
 
@@ -72,6 +72,7 @@ std::optional<URLRequest> requestAfterRedirect(const URLRequest& request, const 
     if (!isSameOrigin(request.url, *target)) {
         if (!next.httpBody.empty()) return std::nullopt;
         removeFields(next.headers, credentialFields);
+        std::erase_if(next.headers, [](const HTTPHeaderField& field) { return field.isCredential; });
     }
     return next;
 }

@@ -268,11 +268,11 @@ void Transfer::setHeaders() {
         (void)headerLines_.release();
         headerLines_.reset(longer);
     };
-    for (const auto& [name, value] : request_.headers) {
-        if (!isToken(name) || !isFieldValue(value)) {
+    for (const HTTPHeaderField& field : request_.headers) {
+        if (!isToken(field.name) || !isFieldValue(field.value)) {
             throw URLError(URLErrorCode::unknown, "a header field cannot be sent");
         }
-        append(trimmed(value).empty() ? name + ";" : name + ": " + value);
+        append(trimmed(field.value).empty() ? field.name + ";" : field.name + ": " + field.value);
     }
     // What libcurl would add of its own.
     for (const char* unasked : {"Accept", "Content-Type", "Expect"}) {

@@ -50,7 +50,7 @@ constexpr const char* emptyData = R"({"data":{"__typename":"Query"}})";
 TEST_F(ServerConnectivity, SendsASignedInDevicesTokenAsBearer) {
     signIn("token", "refresh");
     const auto request = connectivity->makeRequest(Authentication::authenticated);
-    EXPECT_EQ(request.headers, (Headers{contentType, accept, {"authorization", "Bearer token"}}));
+    EXPECT_EQ(request.headers, (Headers{contentType, accept, {"authorization", "Bearer token", true}}));
     EXPECT_EQ(request.httpMethod, "POST");
     EXPECT_EQ(request.timeoutInterval, std::chrono::seconds(60));
     EXPECT_EQ(request.httpBody, "");
@@ -60,7 +60,8 @@ TEST_F(ServerConnectivity, SendsASignedInDevicesTokenAsBearer) {
 TEST_F(ServerConnectivity, SendsTheSessionWhereThereIsNoAccessToken) {
     sessionKeychain().setData(platform::Data{"session-1"}, "session");
     const auto request = connectivity->makeRequest(Authentication::authenticated);
-    EXPECT_EQ(request.headers, (Headers{contentType, accept, {"pontal-server-session-id", "session-1"}}));
+    EXPECT_EQ(request.headers,
+              (Headers{contentType, accept, {"pontal-server-session-id", "session-1", true}}));
 }
 
 TEST_F(ServerConnectivity, SendsNoCredentialWhereNoneIsStoredAndLogsThreeLines) {

@@ -88,6 +88,22 @@ TEST_F(ServerConnectivityWire, CarriesThemAlongARedirectWithUserInformation) {
     EXPECT_EQ(server.requests().size(), 4u);
 }
 
+TEST_F(ServerConnectivityWire, TakesNoCredentialAlongARedirectToAnotherServer) {
+    const auto expectNoneElsewhere = [this](const std::string& credential) {
+        const LoopbackServer elsewhere(httpReply(200, emptyData));
+        const LoopbackServer server(
+            httpReply(302, "", {"Location: " + elsewhere.url("/graphql").absoluteString()}));
+        EXPECT_EQ(sent("", query, server).back(), (Lines{contentType, accept, credential}));
+        ASSERT_EQ(elsewhere.requests().size(), 1u);
+        for (const char* field : {"authorization", "pontal-server-session-id"})
+            EXPECT_EQ(elsewhere.requests()[0].header(field), "") << field;
+    };
+    keychains.session.setData(platform::Data{"session-1"}, "session");
+    expectNoneElsewhere("pontal-server-session-id: session-1");
+    signIn("token", "refresh");
+    expectNoneElsewhere("authorization: Bearer token");
+}
+
 TEST_F(ServerConnectivityWire, IsOneRequestForEveryPerform) {
     signIn("token", "refresh");
     // Every connection answers one request, promises to stay open, and hangs up on the next.
