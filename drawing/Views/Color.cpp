@@ -5,18 +5,13 @@
 #include <cmath>
 #include <cstdio>
 
+#include "platform/Text/ASCII.hpp"
+
 namespace drawing {
 namespace {
 
 constexpr RGBA primaryOnLight{28, 28, 30};
 constexpr RGBA primaryOnDark{255, 255, 255};
-
-int hexadecimalDigit(char character) {
-    if (character >= '0' && character <= '9') return character - '0';
-    if (character >= 'a' && character <= 'f') return character - 'a' + 10;
-    if (character >= 'A' && character <= 'F') return character - 'A' + 10;
-    return -1;
-}
 
 double linear(std::uint8_t channel) {
     const double value = channel / 255.0;
@@ -53,8 +48,8 @@ std::optional<RGBA> colorWithHexadecimal(std::string_view text) {
     if (text.size() != 7 || text[0] != '#') return std::nullopt;
     std::array<std::uint8_t, 3> channels{};
     for (std::size_t index = 0; index < channels.size(); ++index) {
-        const int high = hexadecimalDigit(text[1 + 2 * index]);
-        const int low = hexadecimalDigit(text[2 + 2 * index]);
+        const int high = platform::hexadecimalDigit(text[1 + 2 * index]);
+        const int low = platform::hexadecimalDigit(text[2 + 2 * index]);
         if (high < 0 || low < 0) return std::nullopt;
         channels[index] = static_cast<std::uint8_t>(16 * high + low);
     }

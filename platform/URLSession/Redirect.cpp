@@ -43,7 +43,7 @@ template <std::size_t size>
 void removeFields(std::vector<HTTPHeaderField>& fields, const std::array<std::string_view, size>& names) {
     std::erase_if(fields, [&names](const HTTPHeaderField& field) {
         return std::any_of(names.begin(), names.end(),
-                           [&field](std::string_view name) { return isSameFieldName(field.name, name); });
+                           [&field](std::string_view name) { return equalsWithoutCase(field.name, name); });
     });
 }
 

@@ -12,7 +12,7 @@ namespace {
 /// The field of that name, added where there is none.
 HTTPHeaderField& fieldNamed(std::string_view name, std::vector<HTTPHeaderField>& fields) {
     const auto found = std::find_if(fields.begin(), fields.end(), [name](const HTTPHeaderField& field) {
-        return isSameFieldName(field.name, name);
+        return equalsWithoutCase(field.name, name);
     });
     if (found != fields.end()) return *found;
     return fields.emplace_back(HTTPHeaderField{.name = std::string(name), .value = ""});
