@@ -23,11 +23,11 @@ constexpr std::size_t choices = 4;
 class OwnPictures final : public PictureLoader {
   public:
     std::optional<std::string> read(const platform::URL& url) override {
-        return dataOfDataURL(url.absoluteString());
+        return platform::dataOfDataURL(url.absoluteString());
     }
 };
 
-widget::DrawingRequest drawing(widget::SimpleEntry entry, const std::uint8_t* choice) {
+widget::DrawingRequest requestFor(widget::SimpleEntry entry, const std::uint8_t* choice) {
     constexpr std::array formats = {DrawingFormat::svg, DrawingFormat::png, DrawingFormat::tree};
     constexpr std::array<double, 4> scales = {1, 1.5, 2, 4};
     widget::DrawingRequest result = {
@@ -48,7 +48,7 @@ void look(const std::string& picture, DrawingFormat format) {
             require(picture.ends_with(std::string_view("IEND\xae\x42\x60\x82", 8)), "a PNG is whole");
             break;
         case DrawingFormat::svg:
-            require(isValidUTF8(picture), "an SVG is UTF-8");
+            require(platform::isValidUTF8(picture), "an SVG is UTF-8");
             require(picture.ends_with("</svg>") || picture.ends_with("</svg>\n"), "an SVG is whole");
             for (const char c : picture)
                 require(static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\t', "an SVG is XML");
@@ -70,10 +70,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
     try {
         const auto value =
             platform::JSONSerialization::JSONObjectWithData(text(input + choices, size - choices));
-        const auto asked = drawing(host::entryFromValue(value), input);
+        const auto asked = requestFor(host::entryFromValue(value), input);
         OwnPictures pictures;
         look(widget::draw(asked, pictures), asked.format);
-    } catch (const JSONError&) {
+    } catch (const platform::JSONError&) {
     } catch (const host::EntryCodingError&) {
     }
     return 0;
