@@ -40,7 +40,8 @@ class Keychain {
         Accessibility::alwaysThisDeviceOnly,
     };
     static std::string_view rawValue(Accessibility value);
-    /// The class of that raw value; nothing for any other text.
+    /// The class of that raw value; nothing for any other text. Part of the interface, as the two readers of
+    /// whole items are, although nothing here calls them yet.
     static std::optional<Accessibility> accessibilityOf(std::string_view rawValue);
 
     using KeychainError = server::KeychainError;

@@ -1,8 +1,6 @@
 #include "drawing/Views/Color.hpp"
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
 
 #include "platform/Text/ASCII.hpp"
@@ -12,15 +10,6 @@ namespace {
 
 constexpr RGBA primaryOnLight{28, 28, 30};
 constexpr RGBA primaryOnDark{255, 255, 255};
-
-double linear(std::uint8_t channel) {
-    const double value = channel / 255.0;
-    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-}
-
-double relativeLuminance(RGBA color) {
-    return 0.2126 * linear(color.red) + 0.7152 * linear(color.green) + 0.0722 * linear(color.blue);
-}
 
 }  // namespace
 
@@ -60,11 +49,6 @@ std::string hexadecimal(RGBA color) {
     std::array<char, 8> text{};
     std::snprintf(text.data(), text.size(), "#%02X%02X%02X", color.red, color.green, color.blue);
     return text.data();
-}
-
-double contrastRatio(RGBA first, RGBA second) {
-    const auto [darker, lighter] = std::minmax({relativeLuminance(first), relativeLuminance(second)});
-    return (lighter + 0.05) / (darker + 0.05);
 }
 
 }  // namespace drawing

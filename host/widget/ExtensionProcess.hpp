@@ -65,7 +65,6 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     ~ExtensionProcess();
 
     pid_t processIdentifier() const { return process_; }
-    bool isRunning() const { return !ending_; }
 
     /// Throws ExtensionTimeout when no answer came within `limit` (absent: the settings'), ExtensionEnded
     /// when none can come any more, ExtensionError when the answer is an error.
