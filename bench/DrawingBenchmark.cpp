@@ -6,8 +6,10 @@
 #include <cstdlib>
 
 #include "drawing/Image/Image.hpp"
+#include "drawing/Writers/JPEGFile.hpp"
+#include "drawing/Writers/PNGFile.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
-#include "tests/drawing/PictureFiles.hpp"
+#include "tests/drawing/Photograph.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "widget/EntryDrawing.hpp"
 
@@ -25,11 +27,11 @@ class PicturesInMemory final : public drawing::PictureLoader {
     }
 
   private:
-    std::string mark_ = tests::png(tests::painted({192, 192}, [](int x, int y) {
+    std::string mark_ = drawing::pngFile(drawing::painted({192, 192}, [](int x, int y) {
         const bool isRing = std::abs((x - 96) * (x - 96) + (y - 96) * (y - 96) - 2500) < 900;
-        return isRing ? tests::Pixel{255, 255, 255} : tests::Pixel{226, 94, std::uint8_t(62 + y / 4)};
+        return isRing ? drawing::Pixel{255, 255, 255} : drawing::Pixel{226, 94, std::uint8_t(62 + y / 4)};
     }));
-    std::string photograph_ = tests::jpeg(tests::photograph({192, 144}));
+    std::string photograph_ = drawing::jpegFile(tests::photograph({192, 144}));
 };
 
 class NoPictures final : public drawing::PictureLoader {
@@ -110,7 +112,7 @@ BENCHMARK(writePNG)->Unit(benchmark::kMillisecond);
 
 /// Twelve megapixels, reduced for a place of 44 points.
 void decodePhotograph(benchmark::State& state) {
-    const std::string file = tests::jpeg(tests::photograph({4000, 3000}));
+    const std::string file = drawing::jpegFile(tests::photograph({4000, 3000}));
     for (auto _ : state) benchmark::DoNotOptimize(drawing::decodedImage(file, {132, 99}));
 }
 BENCHMARK(decodePhotograph)->Unit(benchmark::kMillisecond);

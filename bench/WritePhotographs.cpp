@@ -7,18 +7,22 @@
 #include <fstream>
 #include <random>
 
-#include "tests/drawing/PictureFiles.hpp"
+#include "drawing/Writers/GIFFile.hpp"
+#include "drawing/Writers/JPEGFile.hpp"
+#include "drawing/Writers/PNGFile.hpp"
+#include "drawing/Writers/WebPFile.hpp"
+#include "tests/drawing/Photograph.hpp"
 
 namespace {
 
-using namespace tests;
+using namespace drawing;
 
-constexpr drawing::PixelSize twelveMegapixels{4000, 3000};
+constexpr PixelSize twelveMegapixels{4000, 3000};
 /// The largest that is decoded without loss by WebP.
-constexpr drawing::PixelSize fiveMegapixels{2300, 2300};
+constexpr PixelSize fiveMegapixels{2300, 2300};
 
 /// Grain, as a small sensor's: it is what makes photographs long.
-Picture grained(Picture picture) {
+StraightBitmap grained(StraightBitmap picture) {
     std::minstd_rand random;
     for (Pixel& pixel : picture.pixels) {
         const int grain = int(random() % 17) - 8;
@@ -29,12 +33,12 @@ Picture grained(Picture picture) {
 }
 
 /// The same in blocks, which forms without loss can hold within the bounds.
-Picture blocks(const Picture& picture, int side) {
+StraightBitmap blocks(const StraightBitmap& picture, int side) {
     return painted(picture.size, [&](int x, int y) { return picture.at(x - x % side, y - y % side); });
 }
 
 /// In few colours, for GIF.
-Picture posterised(Picture picture) {
+StraightBitmap posterised(StraightBitmap picture) {
     for (Pixel& pixel : picture.pixels)
         pixel = {std::uint8_t(pixel.red & 0xC0), std::uint8_t(pixel.green & 0xC0),
                  std::uint8_t(pixel.blue & 0xC0)};
@@ -53,15 +57,16 @@ int main(int count, char** arguments) {
         std::ofstream(folder / name, std::ios::binary) << file;
     };
     std::filesystem::create_directories(folder);
-    const Picture plain = photograph(twelveMegapixels);
-    const Picture photo = grained(plain), coarse = blocks(plain, 4), coarser = blocks(plain, 8);
-    const Picture poster = posterised(coarser);
-    write("by-rows.jpeg", jpeg(photo, {.quality = 90}));
-    write("progressive.jpeg", jpeg(photo, {.quality = 88, .progressive = true}));
-    write("by-rows.png", png(coarse, {.colors = PNGColors::rgb}));
-    write("interlaced.png", png(coarser, {.interlaced = true}));
-    write("by-rows.gif", gif(poster));
-    write("interlaced.gif", gif(poster, {.interlaced = true}));
-    write("with-loss.webp", webp(photo, WebPLoss::lossy));
-    write("without-loss.webp", webp(blocks(photograph(fiveMegapixels), 4), WebPLoss::lossless));
+    const StraightBitmap plain = tests::photograph(twelveMegapixels);
+    const StraightBitmap photo = grained(plain), coarse = blocks(plain, 4), coarser = blocks(plain, 8);
+    const StraightBitmap poster = posterised(coarser);
+    write("by-rows.jpeg", jpegFile(photo, {.quality = 90}));
+    write("progressive.jpeg", jpegFile(photo, {.quality = 88, .progressive = true}));
+    write("by-rows.png", pngFile(coarse, {.colors = PNGColors::rgb}));
+    write("interlaced.png", pngFile(coarser, {.interlaced = true}));
+    write("by-rows.gif", gifFile(poster));
+    write("interlaced.gif", gifFile(poster, {.interlaced = true}));
+    write("with-loss.webp", webpFile(photo, {.loss = WebPLoss::lossy}));
+    write("without-loss.webp",
+          webpFile(blocks(tests::photograph(fiveMegapixels), 4), {.loss = WebPLoss::lossless}));
 }

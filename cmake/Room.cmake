@@ -1,3 +1,12 @@
+# vela_together(TARGET): its sources are compiled several at a time. `debug` and `clang` compile each by itself, so that
+# every file names what it uses.
+function(vela_together target)
+    if(NOT VELA_UNITY)
+        return()
+    endif()
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+endfunction()
+
 # vela_room(NAME [USES room...] [LINKS private-library...] SOURCES file...)
 # One folder, one target. USES names the rooms below that this room may include; LINKS the libraries that only
 # its sources see.
@@ -6,6 +15,7 @@ function(vela_room name)
     add_library(${name} STATIC ${ROOM_SOURCES})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${ROOM_USES} PRIVATE vela_warnings ${ROOM_LINKS})
+    vela_together(${name})
 endfunction()
 
 # vela_program(NAME [USES room...] [LINKS library...] SOURCES file...)

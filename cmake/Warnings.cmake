@@ -4,7 +4,10 @@ target_compile_options(vela_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-qual
     -Werror -Werror=switch -Werror=missing-field-initializers
     # g++ 12 sees overlapping copies inside std::string's own operator+ (GCC bug 105651).
-    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    # Compiled together, what is local to one file is seen by the next, and stands in an included one.
+    $<$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>:-Wno-shadow>
+    $<$<AND:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>)
 set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
 
 if(NOT VELA_SANITIZE AND NOT VELA_COVERAGE)

@@ -9,7 +9,15 @@
 namespace sandbox {
 namespace {
 
-constexpr double pi = std::numbers::pi;
+/// From one of Cairo's, whose colour is multiplied by its alpha.
+drawing::Pixel straight(std::uint32_t pixel) {
+    const std::uint32_t alpha = pixel >> 24;
+    const auto channel = [pixel, alpha](int shift) {
+        const std::uint32_t premultiplied = pixel >> shift & 255;
+        return static_cast<std::uint8_t>(alpha == 0 ? 0 : (premultiplied * 255 + alpha / 2) / alpha);
+    };
+    return {channel(16), channel(8), channel(0), static_cast<std::uint8_t>(alpha)};
+}
 
 }  // namespace
 
@@ -22,14 +30,14 @@ Colour mixed(Colour one, Colour other, double share) {
     return {mix(one.red, other.red), mix(one.green, other.green), mix(one.blue, other.blue)};
 }
 
-Canvas::Canvas(int width, int height)
-    : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, width, height)),
+Canvas::Canvas(drawing::PixelSize size)
+    : surface_(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, size.width, size.height)),
       context_(cairo_create(surface_.get())) {
-    const double unit = std::min(width, height);
-    cairo_translate(context_.get(), (width - unit) / 2, (height - unit) / 2);
+    const double unit = std::min(size.width, size.height);
+    cairo_translate(context_.get(), (size.width - unit) / 2, (size.height - unit) / 2);
     cairo_scale(context_.get(), unit, unit);
-    halfWidth_ = width / unit / 2;
-    halfHeight_ = height / unit / 2;
+    halfWidth_ = size.width / unit / 2;
+    halfHeight_ = size.height / unit / 2;
 }
 
 void Canvas::use(Colour colour, double opacity) {
@@ -60,15 +68,15 @@ void Canvas::ground(Colour above, Colour below) {
 
 void Canvas::circle(double x, double y, double radius) {
     cairo_new_sub_path(context());
-    cairo_arc(context(), x, y, radius, 0, 2 * pi);
+    cairo_arc(context(), x, y, radius, 0, 2 * std::numbers::pi);
 }
 
 void Canvas::box(double x, double y, double width, double height, double radius) {
     cairo_new_sub_path(context());
-    cairo_arc(context(), x + width - radius, y + radius, radius, -pi / 2, 0);
-    cairo_arc(context(), x + width - radius, y + height - radius, radius, 0, pi / 2);
-    cairo_arc(context(), x + radius, y + height - radius, radius, pi / 2, pi);
-    cairo_arc(context(), x + radius, y + radius, radius, pi, 3 * pi / 2);
+    cairo_arc(context(), x + width - radius, y + radius, radius, -std::numbers::pi / 2, 0);
+    cairo_arc(context(), x + width - radius, y + height - radius, radius, 0, std::numbers::pi / 2);
+    cairo_arc(context(), x + radius, y + height - radius, radius, std::numbers::pi / 2, std::numbers::pi);
+    cairo_arc(context(), x + radius, y + radius, radius, std::numbers::pi, 3 * std::numbers::pi / 2);
     cairo_close_path(context());
 }
 
@@ -80,7 +88,7 @@ void Canvas::polygon(std::initializer_list<std::pair<double, double>> corners) {
 void Canvas::hills(double level, double swing, double length, double phase) {
     cairo_move_to(context(), left(), top() + height());
     for (double x = left(); x < left() + width() + 0.01; x += 0.01) {
-        cairo_line_to(context(), x, level + swing * std::sin(2 * pi * x / length + phase));
+        cairo_line_to(context(), x, level + swing * std::sin(2 * std::numbers::pi * x / length + phase));
     }
     cairo_line_to(context(), left() + width(), top() + height());
     cairo_close_path(context());
@@ -109,28 +117,16 @@ void Canvas::text(const std::string& text, double x, double y, double size, Colo
     g_object_unref(layout);
 }
 
-Bitmap Canvas::bitmap() const {
+drawing::StraightBitmap Canvas::bitmap() const {
     cairo_surface_flush(surface_.get());
     const int width = cairo_image_surface_get_width(surface_.get());
     const int height = cairo_image_surface_get_height(surface_.get());
     const int stride = cairo_image_surface_get_stride(surface_.get());
     const unsigned char* data = cairo_image_surface_get_data(surface_.get());
-    Bitmap bitmap{.width = width, .height = height, .pixels = {}};
-    bitmap.pixels.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-    for (int row = 0; row < height; ++row) {
-        const auto* line =
-            reinterpret_cast<const std::uint32_t*>(data + static_cast<std::ptrdiff_t>(row) * stride);
-        for (int column = 0; column < width; ++column) {
-            const std::uint32_t pixel = line[column];
-            const std::uint32_t alpha = pixel >> 24;
-            const auto channel = [pixel, alpha](int shift) {
-                const std::uint32_t premultiplied = pixel >> shift & 255;
-                return static_cast<std::uint8_t>(alpha == 0 ? 0 : (premultiplied * 255 + alpha / 2) / alpha);
-            };
-            bitmap.pixels.push_back({channel(16), channel(8), channel(0), static_cast<std::uint8_t>(alpha)});
-        }
-    }
-    return bitmap;
+    return drawing::painted({width, height}, [stride, data](int x, int y) {
+        return straight(
+            reinterpret_cast<const std::uint32_t*>(data + static_cast<std::ptrdiff_t>(y) * stride)[x]);
+    });
 }
 
 }  // namespace sandbox

@@ -10,7 +10,7 @@
 #include <string>
 #include <utility>
 
-#include "sandbox/Bitmap.hpp"
+#include "drawing/Writers/StraightBitmap.hpp"
 
 namespace sandbox {
 
@@ -24,13 +24,16 @@ struct Colour {
     static Colour ofCode(std::uint32_t code);
 };
 
+inline constexpr Colour white = {1, 1, 1};
+inline constexpr Colour ink = {0.13, 0.16, 0.20};
+
 /// The first colour with that share of the second, from 0 to 1.
 Colour mixed(Colour one, Colour other, double share);
 
 /// A drawing surface whose shorter side is one unit long, with the middle of the picture at (0.5, 0.5).
 class Canvas {
   public:
-    Canvas(int width, int height);
+    explicit Canvas(drawing::PixelSize size);
 
     cairo_t* context() { return context_.get(); }
     double left() const { return 0.5 - halfWidth_; }
@@ -50,7 +53,7 @@ class Canvas {
     /// Centred on (x, y) by its ink, made smaller where it would be wider than the picture allows.
     void text(const std::string& text, double x, double y, double size, Colour colour);
 
-    Bitmap bitmap() const;
+    drawing::StraightBitmap bitmap() const;
 
   private:
     struct Release {

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-#include "sandbox/Bitmap.hpp"
+#include "drawing/Writers/StraightBitmap.hpp"
 
 namespace sandbox {
 
@@ -23,6 +23,6 @@ struct Drawing {
 };
 
 /// Throws Error for a subject or a motif that is not known.
-Bitmap drawn(const Drawing& drawing, int width, int height);
+drawing::StraightBitmap drawn(const Drawing& drawing, drawing::PixelSize size);
 
 }  // namespace sandbox

@@ -1,3 +1,5 @@
+#include "sandbox/EventLogReader.hpp"
+
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -15,8 +17,8 @@
 #include <boost/url/parse.hpp>
 #include <boost/url/url_view.hpp>
 
+#include "platform/URL/URL.hpp"
 #include "sandbox/Error.hpp"
-#include "sandbox/Sandbox.hpp"
 
 namespace sandbox {
 namespace {
@@ -42,7 +44,7 @@ std::string fetched(Stream& stream, const std::string& host) {
 std::string fetchedLog(const std::string& baseURL, const std::optional<std::string>& authority) {
     const auto url = boost::urls::parse_uri(baseURL);
     if (!url || (url->scheme() != "http" && url->scheme() != "https") || url->host().empty()) {
-        throw Error("\"" + baseURL + "\" is no base URL");
+        throw Error("\"" + platform::addressForDisplay(baseURL) + "\" is no base URL");
     }
     const std::string host = url->host();
     const std::string service = url->has_port() ? std::string(url->port()) : std::string(url->scheme());
@@ -106,7 +108,8 @@ std::string readEventLog(const std::string& baseURL, const std::optional<std::st
         print(text, log, 0);
         return text + "\n";
     } catch (const boost::system::system_error& error) {
-        throw Error("the sandbox at " + baseURL + " does not answer: " + error.code().message());
+        throw Error("the sandbox at " + platform::addressForDisplay(baseURL) +
+                    " does not answer: " + error.code().message());
     }
 }
 

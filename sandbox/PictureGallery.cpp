@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "drawing/Writers/PNGFile.hpp"
 #include "sandbox/Error.hpp"
 
 namespace sandbox {
@@ -15,27 +16,10 @@ namespace {
 
 using boost::json::object;
 using boost::json::value;
+using drawing::Orientation;
+using drawing::PixelSize;
 
 constexpr std::string_view folder = "/pictures/";
-
-struct NamedForm {
-    std::string_view name;
-    PictureForm form;
-};
-
-constexpr NamedForm forms[] = {
-    {"png", PictureForm::png},      {"png-palette", PictureForm::pngPalette},
-    {"png-16", PictureForm::png16}, {"png-interlaced", PictureForm::pngInterlaced},
-    {"jpeg", PictureForm::jpeg},    {"jpeg-progressive", PictureForm::jpegProgressive},
-    {"webp", PictureForm::webp},    {"webp-lossless", PictureForm::webpLossless},
-    {"gif", PictureForm::gif}};
-
-PictureForm formNamed(std::string_view name) {
-    for (const NamedForm& form : forms) {
-        if (form.name == name) return form.form;
-    }
-    throw Error("unknown form \"" + std::string(name) + "\"");
-}
 
 std::string textOf(const object& entry, std::string_view key) {
     const value* found = entry.if_contains(key);
@@ -70,10 +54,10 @@ Picture pictureOf(const object& entry) {
                         .motif = textOf(entry, "motif"),
                         .text = textOf(entry, "text"),
                         .ground = colourOf(entry)},
-            .encoding = {.form = formNamed(textOf(entry, "form")),
-                         .orientation = numberOf(entry, "orientation", 1, 8, 1)},
-            .width = numberOf(entry, "width", 1, longestEdge, 512),
-            .height = numberOf(entry, "height", 1, longestEdge, 512)};
+            .form = pictureForm(textOf(entry, "form")),
+            .orientation = static_cast<Orientation>(numberOf(entry, "orientation", 1, 8, 1)),
+            .size = {numberOf(entry, "width", 1, longestEdge, 512),
+                     numberOf(entry, "height", 1, longestEdge, 512)}};
 }
 
 // Pictures that are not
@@ -94,21 +78,24 @@ Response empty() {
     return picture({});
 }
 
+std::string wholeJPEG() {
+    const drawing::StraightBitmap bitmap = drawn({.subject = "landscape", .ground = 0x3B6EA5}, {800, 600});
+    return pictureForm("jpeg").file(bitmap, Orientation::upright);
+}
+
 Response cut() {
-    const Bitmap bitmap = drawn({.subject = "landscape", .ground = 0x3B6EA5}, 800, 600);
-    std::string file = encoded(bitmap, {.form = PictureForm::jpeg});
+    std::string file = wholeJPEG();
     file.resize(file.size() / 3);
     return picture(std::move(file), "image/jpeg");
 }
 
 Response bomb() {
-    return picture(hollowPNG(60'000, 60'000));
+    return picture(drawing::hollowPNGFile({60'000, 60'000}, {.compression = 1}));
 }
 
 Response huge() {
     constexpr std::size_t length = std::size_t{50} << 20;
-    std::string file =
-        encoded(drawn({.subject = "landscape", .ground = 0x3B6EA5}, 800, 600), {.form = PictureForm::jpeg});
+    std::string file = wholeJPEG();
     file.resize(length, '\0');
     return picture(std::move(file), "image/jpeg");
 }
@@ -139,7 +126,7 @@ constexpr BrokenPicture brokenPictures[] = {
     {"broken/huge", huge}, {"broken/loop", loop},   {"broken/never", never}, {"broken/dropped", dropped},
 };
 
-Size boundsOf(const Request& request) {
+PixelSize boundsOf(const Request& request) {
     const auto bound = [&request](std::string_view longName, std::string_view shortName) {
         return std::max(0, request.number(longName).value_or(request.number(shortName).value_or(0)));
     };
@@ -148,7 +135,7 @@ Size boundsOf(const Request& request) {
 
 }  // namespace
 
-Size fitted(Size size, Size bounds) {
+PixelSize fitted(PixelSize size, PixelSize bounds) {
     double scale = 1;
     if (bounds.width > 0) scale = std::min(scale, static_cast<double>(bounds.width) / size.width);
     if (bounds.height > 0) scale = std::min(scale, static_cast<double>(bounds.height) / size.height);
@@ -186,15 +173,14 @@ Response PictureGallery::answer(const Request& request) {
     if (found == pictures_.end()) return plain(404, "There is no such picture.\n");
 
     const Picture& entry = found->second;
-    const Size size = fitted({entry.width, entry.height}, boundsOf(request));
+    const PixelSize size = fitted(entry.size, boundsOf(request));
     const std::string key =
         std::string(name) + "@" + std::to_string(size.width) + "x" + std::to_string(size.height);
     auto file = files_.find(key);
     if (file == files_.end()) {
-        file =
-            files_.emplace(key, encoded(drawn(entry.drawing, size.width, size.height), entry.encoding)).first;
+        file = files_.emplace(key, entry.form.file(drawn(entry.drawing, size), entry.orientation)).first;
     }
-    return picture(file->second, mediaType(entry.encoding.form));
+    return picture(file->second, entry.form.mediaType);
 }
 
 }  // namespace sandbox

@@ -10,26 +10,20 @@
 #include <string_view>
 
 #include "sandbox/Drawing.hpp"
-#include "sandbox/Encoding.hpp"
 #include "sandbox/Message.hpp"
+#include "sandbox/PictureForm.hpp"
 
 namespace sandbox {
 
 struct Picture {
     Drawing drawing;
-    PictureEncoding encoding;
-    int width;
-    int height;
-};
-
-struct Size {
-    int width;
-    int height;
-    bool operator==(const Size&) const = default;
+    PictureForm form;
+    drawing::Orientation orientation;
+    drawing::PixelSize size;
 };
 
 /// The greatest size of the same shape within the bounds; never greater than `size`. A bound of zero is none.
-Size fitted(Size size, Size bounds);
+drawing::PixelSize fitted(drawing::PixelSize size, drawing::PixelSize bounds);
 
 class PictureGallery {
   public:

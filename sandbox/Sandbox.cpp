@@ -2,8 +2,8 @@
 
 #include <boost/json/serialize.hpp>
 
-#include "sandbox/Collector.hpp"
 #include "sandbox/EventLog.hpp"
+#include "sandbox/EventRefusal.hpp"
 #include "sandbox/HostField.hpp"
 #include "sandbox/PictureGallery.hpp"
 #include "sandbox/Scenario.hpp"

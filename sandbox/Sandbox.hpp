@@ -55,8 +55,4 @@ class Sandbox {
     std::unique_ptr<WebServer> server_;
 };
 
-/// The log of a running sandbox, as indented JSON. `authority` is the PEM to trust beyond the system's.
-/// Throws Error.
-std::string readEventLog(const std::string& baseURL, const std::optional<std::string>& authority);
-
 }  // namespace sandbox

@@ -4,8 +4,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/redirect_error.hpp>
@@ -21,8 +19,11 @@
 #include <boost/beast/http/status.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <csignal>
+#include <exception>
 #include <string_view>
 
+#include "platform/Asio/Coroutines.hpp"
+#include "platform/Log/StandardError.hpp"
 #include "sandbox/Error.hpp"
 
 namespace sandbox {
@@ -105,8 +106,9 @@ class WebServer::Engine {
         if (options.certificates) secure(*options.certificates);
         listen(acceptors_[0], options.port);
         listen(acceptors_[1], 0);
-        asio::co_spawn(context_, accept(Origin::first), asio::detached);
-        asio::co_spawn(context_, accept(Origin::second), asio::detached);
+        for (const Origin origin : {Origin::first, Origin::second})
+            platform::spawn(context_, accept(origin),
+                            [this](const std::exception_ptr& failure) { failWith(failure); });
         arrangeTheEnd(options);
     }
 
@@ -114,7 +116,10 @@ class WebServer::Engine {
         const tcp::acceptor& acceptor = acceptors_[origin == Origin::first ? 0 : 1];
         return scheme_ + "://127.0.0.1:" + std::to_string(acceptor.local_endpoint().port());
     }
-    void run() { context_.run(); }
+    void run() {
+        context_.run();
+        if (failure_) std::rethrow_exception(failure_);
+    }
     void stop() { context_.stop(); }
 
   private:
@@ -161,6 +166,22 @@ class WebServer::Engine {
         });
     }
 
+    /// Without a port to listen at there is no server.
+    void failWith(const std::exception_ptr& failure) {
+        failure_ = failure;
+        stop();
+    }
+
+    /// One connection is lost; the others are none the worse.
+    static void report(const std::exception_ptr& failure) {
+        try {
+            std::rethrow_exception(failure);
+        } catch (const std::exception& error) {
+            platform::writeLineToStandardError(
+                std::string("vela-sandbox: a request could not be answered: ") + error.what());
+        }
+    }
+
     asio::awaitable<void> accept(Origin origin) {
         tcp::acceptor& acceptor = acceptors_[origin == Origin::first ? 0 : 1];
         for (;;) {
@@ -171,11 +192,10 @@ class WebServer::Engine {
             if (error) continue;
             error_code ignored;
             socket.set_option(tcp::no_delay(true), ignored);
-            if (secureContext_) {
-                asio::co_spawn(context_, serveSecurely(std::move(socket), origin), asio::detached);
-            } else {
-                asio::co_spawn(context_, serve(std::move(socket), origin), asio::detached);
-            }
+            platform::spawn(
+                context_,
+                secureContext_ ? serveSecurely(std::move(socket), origin) : serve(std::move(socket), origin),
+                report);
         }
     }
 
@@ -244,6 +264,7 @@ class WebServer::Engine {
     asio::signal_set signals_;
     asio::steady_timer lifeTimer_;
     asio::steady_timer parentTimer_;
+    std::exception_ptr failure_;
 };
 
 WebServer::WebServer(const WebServerOptions& options, Handler handler)

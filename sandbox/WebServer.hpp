@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "sandbox/Certificate.hpp"
+#include "sandbox/Certificates.hpp"
 #include "sandbox/Faults.hpp"
 #include "sandbox/Message.hpp"
 
@@ -46,6 +46,8 @@ class WebServer {
     /// As in http://127.0.0.1:40123.
     std::string url(Origin origin) const;
 
+    /// Throws what keeps it from listening on. A request whose handler throws is not answered; why is said on
+    /// standard error.
     void run();
     void stop();
 

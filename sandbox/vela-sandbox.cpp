@@ -14,6 +14,7 @@
 #include "platform/CommandLine/CommandLine.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "sandbox/Error.hpp"
+#include "sandbox/EventLogReader.hpp"
 #include "sandbox/Sandbox.hpp"
 
 namespace {

@@ -103,11 +103,11 @@ class GIFReader {
 };
 
 /// The order in which an interlaced frame stores its rows (GIF89a, appendix E).
-struct Pass {
+struct InterlacePass {
     int first;
     int step;
 };
-constexpr Pass passes[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
+constexpr InterlacePass interlacePasses[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
 
 /// A row of the screen, with the frame's in its place.
 class ScreenRow {
@@ -137,7 +137,7 @@ std::optional<Bitmap> decodedByPasses(GIFReader& reader, PixelSize wanted) {
     const GifImageDesc& frame = reader.frame();
     PassScaler scaler(reader.size(), wanted);
     ScreenRow row(reader);
-    for (const Pass& pass : passes)
+    for (const InterlacePass& pass : interlacePasses)
         for (int y = pass.first; y < frame.Height; y += pass.step) {
             if (!row.read()) return {};
             scaler.push(row.rgba(), frame.Top + y, {});

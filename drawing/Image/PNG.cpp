@@ -111,7 +111,7 @@ class PNGReader {
 };
 
 /// The passes of an interlaced picture (ISO 15948, 8.2).
-constexpr PassScaler::Columns passes[] = {{0, 8}, {4, 8}, {0, 4}, {2, 4}, {0, 2}, {1, 2}, {0, 1}};
+constexpr PassScaler::Columns adam7Passes[] = {{0, 8}, {4, 8}, {0, 4}, {2, 4}, {0, 2}, {1, 2}, {0, 1}};
 
 std::optional<Bitmap> decodedByPasses(PNGReader& reader, PixelSize wanted) {
     PassScaler scaler(reader.size(), wanted);
@@ -119,7 +119,7 @@ std::optional<Bitmap> decodedByPasses(PNGReader& reader, PixelSize wanted) {
     while (!reader.isAtEnd()) {
         const auto row = reader.nextRow();
         if (!row || !reader.readRow(pixels.data())) return {};
-        scaler.push(pixels.data(), int(row->row_num), passes[row->pass]);
+        scaler.push(pixels.data(), int(row->row_num), adam7Passes[row->pass]);
     }
     return scaler.result();
 }

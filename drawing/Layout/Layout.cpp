@@ -16,8 +16,6 @@ using LayoutPointer = std::shared_ptr<const Layout>;
 /// What a shape chooses when it is asked for its ideal size.
 constexpr double idealShapeLength = 10;
 constexpr double dividerThickness = 1;
-/// Rounding in sums of lengths must not cost a text its last line.
-constexpr double tolerance = 1e-6;
 
 double offset(HorizontalAlignment alignment, double room) {
     switch (alignment) {

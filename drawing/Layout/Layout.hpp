@@ -15,6 +15,9 @@
 
 namespace drawing {
 
+/// In points: rounding in sums of lengths must not cost a text its last line.
+constexpr double tolerance = 1e-6;
+
 /// A length that is absent asks for the ideal one, zero for the least and infinity for the most.
 struct Proposal {
     std::optional<double> width = std::nullopt;

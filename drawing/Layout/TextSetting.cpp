@@ -9,9 +9,6 @@
 namespace drawing {
 namespace {
 
-/// Rounding in sums of lengths must not cost a text its last line.
-constexpr double tolerance = 1e-6;
-
 int linesWithin(std::optional<double> height, int limit, const FontMetrics& font) {
     if (!height || !std::isfinite(*height)) return limit;
     const int fitting = std::max(1, static_cast<int>((*height + tolerance) / font.lineHeight));

@@ -11,17 +11,17 @@ namespace drawing {
 namespace {
 
 /// Four digits of a point are finer than any pixel, and whole numbers are written as such.
-boost::json::value number(double length) {
+boost::json::value numberValue(double length) {
     const double rounded = std::round(length * 10'000) / 10'000;
     if (rounded == std::floor(rounded) && std::abs(rounded) < 1e9) return static_cast<std::int64_t>(rounded);
     return rounded;
 }
 
 boost::json::value json(Rect frame) {
-    return boost::json::object{{"x", number(frame.left())},
-                               {"y", number(frame.top())},
-                               {"width", number(frame.size.width)},
-                               {"height", number(frame.size.height)}};
+    return boost::json::object{{"x", numberValue(frame.left())},
+                               {"y", numberValue(frame.top())},
+                               {"width", numberValue(frame.size.width)},
+                               {"height", numberValue(frame.size.height)}};
 }
 
 std::string_view name(ColorScheme scheme) {
@@ -52,9 +52,9 @@ void write(boost::json::object& object, const LinearGradientItem& gradient) {
 }
 void write(boost::json::object& object, const RoundedRectangleItem& rectangle) {
     object["kind"] = "roundedRectangle";
-    object["cornerRadius"] = number(rectangle.cornerRadius);
+    object["cornerRadius"] = numberValue(rectangle.cornerRadius);
     write(object, rectangle.color);
-    if (rectangle.strokeWidth) object["stroke"] = number(*rectangle.strokeWidth);
+    if (rectangle.strokeWidth) object["stroke"] = numberValue(*rectangle.strokeWidth);
 }
 void write(boost::json::object& object, const RectangleItem& rectangle) {
     object["kind"] = "rectangle";
@@ -66,7 +66,7 @@ void write(boost::json::object& object, const TextItem& text) {
     object["textStyle"] = metrics(text.run.style).name;
     object["weight"] = name(text.run.weight);
     if (text.run.lineLimit > 0) object["lineLimit"] = text.run.lineLimit;
-    if (text.run.scale != 1) object["scale"] = number(text.run.scale);
+    if (text.run.scale != 1) object["scale"] = numberValue(text.run.scale);
     write(object, text.color);
 }
 void write(boost::json::object& object, const AssetItem& asset) {
@@ -101,7 +101,8 @@ std::string displayListJSON(const DisplayList& list) {
             {"family", description(list.family)},
             {"items", std::move(items)},
             {"links", std::move(links)},
-            {"size", boost::json::object{{"width", number(size.width)}, {"height", number(size.height)}}},
+            {"size",
+             boost::json::object{{"width", numberValue(size.width)}, {"height", numberValue(size.height)}}},
         },
         platform::JSONKeyOrder::ascendingBytes);
 }

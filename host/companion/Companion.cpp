@@ -4,14 +4,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <chrono>
 #include <cstring>
 #include <memory>
-#include <thread>
 #include <utility>
 
+#include "platform/Files/Patience.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/SecItem.hpp"
@@ -74,8 +75,8 @@ bool isStored(const Keychain& keychain, const char* key) {
     failWith("the keychain cannot be read", *error);
 }
 
-constexpr std::chrono::seconds patienceWithRenewals(70);
-constexpr std::chrono::milliseconds pauseBetweenAttempts(20);
+constexpr platform::Patience patienceWithRenewals = {.inAll = std::chrono::seconds(70),
+                                                     .pause = std::chrono::milliseconds(20)};
 constexpr std::chrono::milliseconds waitWorthAWord(500);
 
 void throwUnlessSuccess(const char* what, platform::OSStatus status) {
@@ -88,16 +89,19 @@ std::unique_ptr<platform::SecItemLock> holdingOffRenewals(const Notice& notice) 
     auto lock = platform::SecItemMakeLock(platform::SecItemHold::exclusive);
     const auto start = std::chrono::steady_clock::now();
     bool isNoticeDue = true;
-    auto status = lock->tryAcquire();
-    for (; status == platform::errSecInteractionNotAllowed; status = lock->tryAcquire()) {
-        const auto waited = std::chrono::steady_clock::now() - start;
-        if (waited >= patienceWithRenewals)
-            throw CompanionError(
-                "the tokens are still being renewed or replaced; nothing was changed, try again");
-        if (waited >= waitWorthAWord && std::exchange(isNoticeDue, false))
+    auto status = platform::errSecSuccess;
+    const bool isDecided = patienceWithRenewals.suffices([&] {
+        status = lock->tryAcquire();
+        if (status != platform::errSecInteractionNotAllowed) return true;
+        if (std::chrono::steady_clock::now() - start >= waitWorthAWord && std::exchange(isNoticeDue, false))
             notice("waiting until the tokens that are being renewed or replaced are stored");
-        std::this_thread::sleep_for(pauseBetweenAttempts);
-    }
+        return false;
+    });
+    if (!isDecided)
+        throw CompanionError(
+            "the tokens are still being renewed or replaced after 70 s; nothing was changed, try again. If "
+            "that lasts, "
+            "end the VelaWidgetExtension or vela-companion that hangs");
     throwUnlessSuccess("the keychain cannot be held", status);
     return lock;
 }
@@ -133,7 +137,16 @@ std::string requiredToken(const boost::json::object& object, const char* key) {
     const auto* value = object.if_contains(key);
     if (!value || !value->is_string() || value->get_string().empty())
         throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
-    return std::string(value->get_string());
+    std::string token(value->get_string());
+    const bool isForAHeader = std::none_of(token.begin(), token.end(), [](char character) {
+        const auto byte = static_cast<unsigned char>(character);
+        return byte < 0x20 || byte == 0x7F;
+    });
+    if (!isForAHeader)
+        throw CompanionError(
+            std::string("the input's \"") + key +
+            "\" holds a control character (a line feed, perhaps), which no request can carry");
+    return token;
 }
 
 std::string line(std::string_view name, std::string_view value) {
@@ -158,26 +171,11 @@ std::string keychainLines() {
            storedLine("legacy refresh token", hasLegacyRefresh) + storedLine("session", hasSession);
 }
 
-/// An address for a screen. What is before its "@" may be a password; where the "@" stands elsewhere than the
-/// grammar has it, nobody can say what is, so nothing is shown.
-std::string withoutUserInformation(const std::string& address) {
-    const auto url = platform::URL::parse(address);
-    if (url && !url->host().empty()) {
-        const auto shown = url->withoutUserInformation().absoluteString();
-        const bool isPlain =
-            url->host().find("%40") == std::string::npos && shown.find('@') == std::string::npos;
-        if (isPlain) return shown;
-    } else if (address.find('@') == std::string::npos && address.find("%40") == std::string::npos) {
-        return address;
-    }
-    return "(not shown: it may hold a password)";
-}
-
 std::string defaultsLines() {
     auto suite = sharedDefaults();
     const auto userId = suite->stringForKey(SharedDefaultsKey::userId);
     return line("user id", userId.value_or("none")) +
-           line("account server", withoutUserInformation(serverURL(std::move(suite))));
+           line("account server", platform::addressForDisplay(serverURL(std::move(suite))));
 }
 
 }  // namespace
@@ -211,22 +209,19 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
     target.setData(std::nullopt, sessionKey);
 
     // Two files cannot change at once. Between them there is no user id: never a pair with another person's.
-    const auto newId = userId ? std::optional(boost::json::value(*userId)) : std::nullopt;
-    std::optional<boost::json::value> formerId;
+    // The files with the id and without it lie ready before: a full disk is noticed while nothing is changed.
+    std::unique_ptr<platform::UserDefaultsReplacement> id;
     changeDefaults([&](platform::UserDefaults& defaults) {
-        formerId = defaults.objectForKey(SharedDefaultsKey::userId);
-        defaults.removeObject(SharedDefaultsKey::userId);
+        id = defaults.prepareReplacement(SharedDefaultsKey::userId,
+                                         userId ? std::optional(boost::json::value(*userId)) : std::nullopt);
+        id->withdraw();
     });
-    const auto status = transaction->commit();
-    const bool isSignedIn = status == platform::errSecSuccess;
-    const auto id = isSignedIn ? newId : formerId;
+    throwUnlessSuccess("the keychain did not take the tokens", transaction->commit());
     try {
-        if (id) writeDefaults(SharedDefaultsKey::userId, *id);
-    } catch (const CompanionError& error) {
-        if (isSignedIn)
-            throw CompanionError("signed in, but without the user id: " + std::string(error.what()));
+        id->commit();
+    } catch (const platform::UserDefaultsError& error) {
+        throw CompanionError("signed in, but without the user id: " + std::string(error.what()));
     }
-    throwUnlessSuccess("the keychain did not take the tokens", status);
 }
 
 void signOut(const Notice& notice) {

@@ -39,7 +39,8 @@ using Notice = std::function<void(std::string_view)>;
 void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId,
             const Notice& notice);
 
-/// Removes tokens and session from both locations at once, then the user id. Waits as `signIn` does.
+/// Removes tokens and session from both locations at once, then the user id; where that cannot be removed,
+/// CompanionError says so and the tokens are gone all the same. Waits as `signIn` does.
 void signOut(const Notice& notice);
 
 /// What is stored, as lines for a person. Never a token, nor the user information of a URL.

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <iostream>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -11,6 +10,7 @@
 
 #include "host/companion/Companion.hpp"
 #include "platform/CommandLine/CommandLine.hpp"
+#include "platform/Files/Writing.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/Log/StandardError.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -41,9 +41,7 @@ const ResultStream& results() {
 }
 
 std::string standardInput() {
-    auto text = platform::readAll(std::cin, maximumInput);
-    if (!text) throw host::CompanionError("the input is too long");
-    return *std::move(text);
+    return platform::readAll({.descriptor = STDIN_FILENO, .name = "standard input"}, maximumInput);
 }
 
 void say(std::string_view text) {

@@ -1,5 +1,7 @@
 #include "host/extension/BundleRunLoop.hpp"
 
+#include <signal.h>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <boost/asio/bind_executor.hpp>
@@ -7,6 +9,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <boost/asio/use_future.hpp>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -31,7 +34,11 @@ class BundleService {
     BundleService(asio::io_context& context, const widget::VelaWidgetBundle& bundle, int hostSocket)
         : context_(context),
           configuration_(bundle.body().body()),
-          channel_(MessageChannel::over(context.get_executor(), hostSocket)) {}
+          channel_(MessageChannel::over(context.get_executor(), hostSocket)) {
+        // The host's death ends this process by a signal, which one that is stopped could not act on. Each
+        // thread has a signal of its own for that; this one's wakes them all.
+        asio::post(workers_, asio::use_future([] { ::prctl(PR_SET_PDEATHSIG, SIGCONT); })).get();
+    }
 
     asio::awaitable<void> serve() {
         try {

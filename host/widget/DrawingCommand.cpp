@@ -7,12 +7,11 @@
 #include <charconv>
 #include <cmath>
 #include <fstream>
-#include <iostream>
-#include <iterator>
 #include <system_error>
 
 #include "host/protocol/EntryCoding.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
+#include "host/widget/ExtensionSession.hpp"
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
@@ -26,73 +25,63 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using widget::DrawingFormat;
 using widget::DrawingRequest;
-using widget::PictureReading;
 
 namespace {
 
 constexpr std::size_t maximumEntrySize = std::size_t{4} << 20;
 
-std::string wholeInput(std::istream& stream, const std::string& name) {
-    auto text = platform::readAll(stream, maximumEntrySize);
-    if (!text) throw EntryCodingError(name + " is too long for an entry");
-    return *std::move(text);
-}
-
-widget::SimpleEntry savedEntry(const std::string& source) {
-    std::string text;
-    if (source == "-") {
-        text = wholeInput(std::cin, "standard input");
-    } else {
-        std::ifstream stream(source, std::ios::binary);
-        if (!stream) throw std::system_error(errno, std::generic_category(), "cannot read " + source);
-        text = wholeInput(stream, source);
+widget::SimpleEntry savedEntry(const std::string& source, const platform::Deadline& deadline) {
+    const auto text = source == "-"
+                          ? platform::readAll({.descriptor = STDIN_FILENO, .name = "standard input"},
+                                              maximumEntrySize, deadline)
+                          : platform::readFile(source, maximumEntrySize, deadline);
+    const auto failure = [&](const std::exception& error) {
+        return EntryCodingError((source == "-" ? "standard input" : source) + ": " + error.what());
+    };
+    try {
+        return entryFromValue(platform::JSONSerialization::JSONObjectWithData(text));
+    } catch (const platform::JSONError& error) {
+        throw failure(error);
+    } catch (const EntryCodingError& error) {
+        throw failure(error);
     }
-    return entryFromValue(platform::JSONSerialization::JSONObjectWithData(text));
 }
 
-/// Draws with one extension after another: one that hangs over a picture is replaced, and one that ends while
-/// it draws is, once.
+/// Draws what the command asks for, within its time.
 class Drawer {
   public:
-    explicit Drawer(const DrawingCommand& command) : command_(command) {}
+    Drawer(const asio::any_io_executor& executor, const DrawingCommand& command)
+        : command_(command), options_(options(command)), session_(executor, options_) {}
 
     asio::awaitable<void> drawAll() {
         // Read before anything is started, as a person may still be typing it.
         std::optional<widget::SimpleEntry> entry;
-        if (!command_.entry.empty() && command_.entry != "placeholder") entry = savedEntry(command_.entry);
-        co_await startExtension();
+        if (!command_.entry.empty() && command_.entry != "placeholder")
+            entry = savedEntry(command_.entry, *options_.deadline);
         const auto families = co_await chosenFamilies();
         if (!entry) entry = co_await freshEntry(families.front());
         for (const auto family : families)
             for (const auto colorScheme : command_.colorSchemes) {
-                const auto bytes = co_await drawn(request(*entry, family, colorScheme));
+                const auto bytes = co_await session_.draw(request(*entry, family, colorScheme));
                 command_.deliver(path(family, colorScheme), deliverable(bytes));
             }
     }
 
-    asio::awaitable<void> end() {
-        if (extension_) co_await extension_->end();
-    }
-
-    void leave() const {
-        if (extension_) extension_->leave();
-    }
+    asio::awaitable<void> end() { co_await session_.end(); }
 
   private:
-    asio::awaitable<void> startExtension() {
-        extension_ = ExtensionProcess::start(co_await asio::this_coro::executor, command_.extension,
-                                             printExtensionLine);
-    }
-
-    asio::awaitable<void> replaceExtension() {
-        co_await extension_->end();
-        co_await startExtension();
+    static ExtensionSession::Options options(const DrawingCommand& command) {
+        auto options = ExtensionSession::Options::forCommand(command.extension);
+        options.pictureBudget = command.pictureBudget;
+        options.onOutputLine = printExtensionLine;
+        options.onNotice = [](std::string_view notice) { platform::printError("vela-widget", notice); };
+        return options;
     }
 
     asio::awaitable<std::vector<platform::WidgetFamily>> chosenFamilies() {
         if (!command_.families.empty()) co_return command_.families;
         const ExtensionRequest ask = {.kind = ExtensionRequest::Kind::declaration};
-        const auto reply = co_await extension_->ask(ask);
+        const auto reply = co_await session_.ask(ask);
         std::vector<platform::WidgetFamily> offered;
         for (const auto& name : declarationIn(reply).supportedFamilies)
             if (const auto family = platform::widgetFamily(name)) offered.push_back(*family);
@@ -105,44 +94,19 @@ class Drawer {
         const ExtensionRequest ask = {
             .kind = isPlaceholder ? ExtensionRequest::Kind::placeholder : ExtensionRequest::Kind::snapshot,
             .family = family};
-        const auto reply = co_await extension_->ask(ask);
+        const auto reply = co_await session_.ask(ask);
         co_return entryIn(reply);
     }
 
-    ExtensionRequest request(const widget::SimpleEntry& entry, platform::WidgetFamily family,
-                             drawing::ColorScheme colorScheme) const {
+    DrawingRequest request(const widget::SimpleEntry& entry, platform::WidgetFamily family,
+                           drawing::ColorScheme colorScheme) const {
         DrawingRequest drawing = {.entry = entry, .family = family};
         drawing.colorScheme = colorScheme;
         drawing.size = command_.size;
         drawing.scale = command_.scale;
         drawing.format = command_.format;
         drawing.tint = command_.tint;
-        return ExtensionRequest::rendering(std::move(drawing));
-    }
-
-    asio::awaitable<std::string> drawn(ExtensionRequest drawing) {
-        const auto end = steady_clock::now() + command_.answerLimit();
-        while (true) {
-            drawing.drawing->pictures = pictures_;
-            try {
-                const auto rest =
-                    std::max(std::chrono::ceil<milliseconds>(end - steady_clock::now()), milliseconds(0));
-                const bool waitsForPictures = pictures_ == PictureReading::allowed;
-                auto reply = co_await extension_->ask(
-                    drawing, waitsForPictures ? std::min(rest, command_.pictureBudget) : rest);
-                co_return drawingIn(std::move(reply), command_.format);
-            } catch (const ExtensionTimeout&) {
-                if (pictures_ == PictureReading::placeholdersOnly) throw;
-                // Some picture never comes. A new extension draws without any, now and for the rest of this
-                // command.
-                platform::printError("vela-widget", "the pictures took too long; drawing without them");
-                pictures_ = PictureReading::placeholdersOnly;
-            } catch (const ExtensionEnded& ended) {
-                if (std::exchange(hasStartedAgain_, true)) throw;
-                platform::printError("vela-widget", std::string(ended.what()) + "; starting it again");
-            }
-            co_await replaceExtension();
-        }
+        return drawing;
     }
 
     /// Names in a drawing come from a server; in a terminal nothing of them is to be obeyed.
@@ -163,28 +127,20 @@ class Drawer {
     }
 
     const DrawingCommand& command_;
-    std::shared_ptr<ExtensionProcess> extension_;
-    PictureReading pictures_ = PictureReading::allowed;
-    bool hasStartedAgain_ = false;
+    const ExtensionSession::Options options_;
+    ExtensionSession session_;
 };
 
 asio::awaitable<int> drawOrReport(const DrawingCommand& command) {
-    Drawer drawer(command);
+    Drawer drawer(co_await asio::this_coro::executor, command);
     int status = 1;
-    bool isHanging = false;
     try {
         co_await drawer.drawAll();
         status = 0;
-    } catch (const ExtensionTimeout& failure) {
-        platform::printFailure("vela-widget", failure);
-        isHanging = true;
     } catch (const std::exception& failure) {
         platform::printFailure("vela-widget", failure);
     }
-    if (isHanging)
-        drawer.leave();
-    else
-        co_await drawer.end();
+    co_await drawer.end();
     co_return status;
 }
 
@@ -192,18 +148,24 @@ asio::awaitable<int> drawOrReport(const DrawingCommand& command) {
 
 void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
     if (path == "-") return writeToStandardOutput(bytes);
-    if (std::filesystem::exists(path) && !std::filesystem::is_regular_file(path)) {
+    const auto failure = [&](int error) {
+        return std::system_error(error, std::generic_category(), "cannot write " + path.string());
+    };
+    std::error_code error;
+    const auto found = std::filesystem::status(path, error);
+    if (std::filesystem::exists(found) && !std::filesystem::is_regular_file(found)) {
         std::ofstream stream(path, std::ios::binary);
         if (stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush()) return;
-        throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
+        throw failure(errno);
     }
     auto temporary = path;
     temporary += "." + std::to_string(::getpid()) + ".tmp";
     try {
         std::ofstream stream(temporary, std::ios::binary | std::ios::trunc);
         if (!stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
-            throw std::system_error(errno, std::generic_category(), "cannot write " + path.string());
-        std::filesystem::rename(temporary, path);
+            throw failure(errno);
+        std::filesystem::rename(temporary, path, error);
+        if (error) throw failure(error.value());
     } catch (const std::exception&) {
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);
@@ -214,6 +176,10 @@ void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
 int DrawingCommand::run() const {
     if (size && !DrawingRequest::isWithinBounds(*size, scale)) {
         platform::printError("vela-widget", "that size at that scale is more than 16 million pixels");
+        return 2;
+    }
+    if (outputKind == OutputKind::folder && output == "-") {
+        platform::printError("vela-widget", "several drawings need a folder; standard output takes one");
         return 2;
     }
     if (outputKind == OutputKind::folder) {
@@ -235,11 +201,6 @@ int DrawingCommand::run() const {
         platform::printFailure("vela-widget", failure);
         return 1;
     }
-}
-
-milliseconds DrawingCommand::answerLimit() const {
-    // Whoever waits for pictures for longer than for anything else still gets a drawing without them.
-    return std::max(extension.answerLimit, pictureBudget + extension.answerLimit / 5);
 }
 
 std::optional<drawing::Size> sizeFromText(const std::string& text) {

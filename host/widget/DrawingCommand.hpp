@@ -27,7 +27,8 @@ struct DrawingCommand {
     double scale = 3;
     widget::DrawingFormat format = widget::DrawingFormat::png;
     std::optional<std::string> tint = std::nullopt;
-    /// How long pictures may take to come; then placeholders stand for all of them.
+    /// How long pictures may take to come; then placeholders stand for all of them. A fifth of what is left
+    /// of the command's time is kept for a drawing without them, however long this is.
     std::chrono::milliseconds pictureBudget = std::chrono::seconds(20);
     /// A file, "-" for standard output; or a folder, which is made, for files named FAMILY-SCHEME.FORMAT.
     std::filesystem::path output = {};
@@ -39,9 +40,6 @@ struct DrawingCommand {
 
     /// The exit status: 0, or 1 with a line on standard error.
     int run() const;
-
-    /// The longest wait for one drawing, pictures and a second extension included.
-    std::chrono::milliseconds answerLimit() const;
 };
 
 /// "WxH" in points; nothing for any other text.

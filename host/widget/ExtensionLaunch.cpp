@@ -14,32 +14,18 @@
 #include <climits>
 #include <cstring>
 #include <string>
-#include <utility>
+
+#include "platform/Files/Descriptor.hpp"
 
 namespace host {
+
+using platform::Descriptor;
 
 namespace {
 
 /// The descriptor at which the extension finds its socket.
 constexpr int inheritedSocket = 3;
 constexpr int startPatience = 1000;  // milliseconds
-
-/// A descriptor that is closed at the end of its scope unless it has been handed on.
-class Descriptor {
-  public:
-    explicit Descriptor(int value) : value_(value) {}
-    ~Descriptor() { close(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int value() const { return value_; }
-    int release() { return std::exchange(value_, -1); }
-    void close() {
-        if (value_ >= 0) ::close(std::exchange(value_, -1));
-    }
-
-  private:
-    int value_;
-};
 
 [[noreturn]] void failToStart(const std::filesystem::path& executable, int error) {
     throw ExtensionError("cannot start " + executable.string() + ": " + std::strerror(error));
@@ -128,13 +114,13 @@ LaunchedExtension launchExtension(const std::filesystem::path& executable) {
     std::string option = "--host-socket=" + std::to_string(inheritedSocket);
     std::array<char*, 3> arguments = {program.data(), option.data(), nullptr};
     const pid_t process = forked({.arguments = arguments.data(),
-                                  .socket = theirSocket.value(),
-                                  .output = theirOutput.value(),
-                                  .report = theirReport.value(),
+                                  .socket = theirSocket,
+                                  .output = theirOutput,
+                                  .report = theirReport,
                                   .host = ::getpid()});
     if (process < 0) failToStart(executable, errno);
-    theirReport.close();
-    if (const int error = startError(report.value()); error != 0) {
+    theirReport = Descriptor(-1);
+    if (const int error = startError(report); error != 0) {
         ::kill(process, SIGKILL);
         ::waitpid(process, nullptr, 0);
         failToStart(executable, error);

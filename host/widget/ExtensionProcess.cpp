@@ -41,16 +41,11 @@ std::string quoted(std::string_view text) {
     return fittedToColumns(terminalSafe(text.substr(0, 4 * longest)), longest);
 }
 
-std::string inWords(std::chrono::milliseconds duration) {
-    if (duration < std::chrono::seconds(1)) return std::to_string(duration.count()) + " ms";
-    return std::to_string(std::chrono::ceil<std::chrono::seconds>(duration).count()) + " s";
-}
-
 }  // namespace
 
 struct ExtensionProcess::PendingReply {
-    PendingReply(const asio::any_io_executor& executor, std::chrono::milliseconds limit)
-        : arrived(executor, limit) {}
+    PendingReply(const asio::any_io_executor& executor, const platform::Deadline& deadline)
+        : arrived(executor, deadline.end()) {}
     asio::steady_timer arrived;
     std::optional<Message> message;
 };
@@ -86,12 +81,10 @@ ExtensionProcess::~ExtensionProcess() {
     leave();
 }
 
-asio::awaitable<Message> ExtensionProcess::ask(ExtensionRequest request,
-                                               std::optional<std::chrono::milliseconds> limit) {
+asio::awaitable<Message> ExtensionProcess::ask(ExtensionRequest request, platform::Deadline deadline) {
     const auto kind = request.kind;
-    const auto wait = limit.value_or(settings_.answerLimit);
     if (ending_) throw ExtensionEnded(ending(kind));
-    const auto reply = std::make_shared<PendingReply>(co_await asio::this_coro::executor, wait);
+    const auto reply = std::make_shared<PendingReply>(co_await asio::this_coro::executor, deadline);
     const auto identifier = ++lastIdentifier_;
     Message message = {.body = request.object()};
     message.body["id"] = identifier;
@@ -106,7 +99,7 @@ asio::awaitable<Message> ExtensionProcess::ask(ExtensionRequest request,
     }
     pending_.erase(identifier);
     if (!reply->message && ending_) throw ExtensionEnded(ending(kind));
-    if (!reply->message) throw ExtensionTimeout("the extension has not answered within " + inWords(wait));
+    if (!reply->message) throw ExtensionTimeout(deadline);
     if (const auto* error = reply->message->body.if_contains("error"))
         throw ExtensionError(error->is_string() ? quoted(error->get_string()) : "the extension failed");
     co_return std::move(*reply->message);
@@ -180,16 +173,16 @@ void ExtensionProcess::endOutput() {
     outputEnd_.cancel();
 }
 
-asio::awaitable<std::optional<int>> ExtensionProcess::end() {
-    const auto farewell = std::chrono::steady_clock::now() + settings_.farewellLimit;
+asio::awaitable<std::optional<int>> ExtensionProcess::end(platform::Deadline deadline) {
+    const auto farewell = deadline.within(settings_.farewellLimit).end();
     co_await channel_->flush(farewell);
     hangUp();
     bool isOver = co_await hasEndedBy(farewell);
     if (!isOver) {
         tellToEnd();
-        isOver = co_await hasEndedBy(farewell + settings_.renewalLimit);
+        isOver = co_await hasEndedBy(deadline.within(settings_.renewalLimit).end());
     }
-    if (!isOver) {
+    if (!isOver && deadline.rest().count() > 0) {
         ::kill(process_, SIGKILL);
         co_await hasEndedBy(std::chrono::steady_clock::now() + settings_.farewellLimit);
     }

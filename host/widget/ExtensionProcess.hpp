@@ -23,6 +23,7 @@
 #include "host/protocol/ExtensionRequest.hpp"
 #include "host/protocol/MessageChannel.hpp"
 #include "host/widget/ExtensionLaunch.hpp"
+#include "platform/Streams/Deadline.hpp"
 
 namespace host {
 
@@ -33,7 +34,9 @@ class ExtensionEnded : public ExtensionError {
 
 /// The extension did not answer in time. It may go on; nobody waits for it any more.
 class ExtensionTimeout : public ExtensionError {
-    using ExtensionError::ExtensionError;
+  public:
+    explicit ExtensionTimeout(const platform::Deadline& deadline)
+        : ExtensionError("the extension has not answered within " + deadline.limitInWords()) {}
 };
 
 /// Which program a host starts, and how long it waits for it: the one place of these values.
@@ -42,8 +45,8 @@ struct ExtensionSettings {
     static std::filesystem::path defaultExecutable();
 
     std::filesystem::path executable = defaultExecutable();
-    /// The longest wait for an answer. A transfer ends after 120 seconds; the rest is for all that is not
-    /// one.
+    /// The longest that a command waits, for all its answers together. A transfer ends after 120 seconds; the
+    /// rest is for all that is not one.
     std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
     /// How long one that was hung up on may take to end before it is told to.
     std::chrono::milliseconds farewellLimit = std::chrono::seconds(1);
@@ -64,17 +67,14 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     /// Leaves it.
     ~ExtensionProcess();
 
-    pid_t processIdentifier() const { return process_; }
-
-    /// Throws ExtensionTimeout when no answer came within `limit` (absent: the settings'), ExtensionEnded
-    /// when none can come any more, ExtensionError when the answer is an error.
-    boost::asio::awaitable<Message> ask(ExtensionRequest request,
-                                        std::optional<std::chrono::milliseconds> limit = std::nullopt);
+    /// Throws ExtensionTimeout when no answer came by the deadline, ExtensionEnded when none can come any
+    /// more, ExtensionError when the answer is an error.
+    boost::asio::awaitable<Message> ask(ExtensionRequest request, platform::Deadline deadline);
 
     /// Hangs up and waits until all that the extension printed has been passed on and it has ended. One that
-    /// goes on is told to end, and killed in the end. Gives its exit status, nothing for one that a signal
-    /// ended.
-    boost::asio::awaitable<std::optional<int>> end();
+    /// goes on is told to end, and killed in the end; where the deadline comes first, it is left to itself.
+    /// Gives its exit status, nothing for one that a signal ended.
+    boost::asio::awaitable<std::optional<int>> end(platform::Deadline deadline);
 
     /// Hangs up, tells the extension to end, and waits for no longer than a person notices. What it still has
     /// to do it does by itself, in silence.

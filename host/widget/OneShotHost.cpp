@@ -9,9 +9,11 @@
 #include <optional>
 #include <system_error>
 
+#include "host/widget/ExtensionSession.hpp"
 #include "host/widget/Spinner.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/Files/Writing.hpp"
 #include "platform/Streams/Streams.hpp"
 
 namespace host {
@@ -73,49 +75,31 @@ class VisibleWait {
     std::optional<CleanInterruption> interruption_;
 };
 
-asio::awaitable<void> conversation(const OneShotRequest& request, ExtensionProcess& extension,
+asio::awaitable<bool> conversation(const OneShotRequest& request, ExtensionSession& session,
                                    VisibleWait& wait) {
-    const auto reply = co_await extension.ask(request.request);
-    wait.end();
-    request.present(reply);
-}
-
-/// Uploads are not the person's business: that one of them fails or takes too long is no failure.
-asio::awaitable<void> uploads(ExtensionProcess& extension) {
-    const ExtensionRequest finish = {.kind = ExtensionRequest::Kind::finishUploads, .limit = uploadPatience};
     try {
-        co_await extension.ask(finish, uploadPatience);
-    } catch (const ExtensionError&) {
+        const auto reply = co_await session.ask(request.request);
+        wait.end();
+        request.present(reply);
+        co_return true;
+    } catch (const std::exception& failure) {
+        wait.end();
+        platform::printFailure("vela-widget", failure);
     }
+    co_return false;
 }
 
 asio::awaitable<int> answered(const OneShotRequest& request) {
     const auto executor = co_await asio::this_coro::executor;
     VisibleWait wait(executor, request.caption);
-    const auto extension = ExtensionProcess::start(executor, request.extension, wait.lineHandler());
-    int status = 1;
-    bool isHanging = false;
-    const auto report = [&wait](const std::exception& failure) {
-        wait.end();
-        platform::printFailure("vela-widget", failure);
-    };
-    try {
-        co_await conversation(request, *extension, wait);
-        status = 0;
-    } catch (const ExtensionTimeout& failure) {
-        report(failure);
-        isHanging = true;
-    } catch (const std::exception& failure) {
-        report(failure);
-    }
-    if (isHanging) {
-        extension->leave();
-    } else {
-        if (status == 0 && request.request.kind == ExtensionRequest::Kind::timeline)
-            co_await uploads(*extension);
-        co_await extension->end();
-    }
-    co_return status;
+    auto options = ExtensionSession::Options::forCommand(request.extension);
+    options.onOutputLine = wait.lineHandler();
+    ExtensionSession session(executor, std::move(options));
+    const bool isAnswered = co_await conversation(request, session, wait);
+    if (isAnswered && request.request.kind == ExtensionRequest::Kind::timeline)
+        co_await session.finishUploads(uploadPatience);
+    co_await session.end();
+    co_return isAnswered ? 0 : 1;
 }
 
 }  // namespace

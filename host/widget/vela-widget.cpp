@@ -140,7 +140,17 @@ const std::map<std::string, widget::DrawingFormat> drawingFormats = {{"png", wid
                                                                      {"tree", widget::DrawingFormat::tree}};
 
 std::string checkedSize(const std::string& text) {
-    return host::sizeFromText(text) ? "" : "a size is WIDTHxHEIGHT in points, as in 338x158";
+    return host::sizeFromText(text)
+               ? ""
+               : "a size is WIDTHxHEIGHT in points, each 1 to 4096, as in 338x158; 16 million pixels in all";
+}
+
+std::string checkedOutput(const std::string& text) {
+    return text.empty() ? "a file or a folder must be named" : "";
+}
+
+std::string checkedEntry(const std::string& text) {
+    return text.empty() ? "an entry is a file, - or placeholder" : "";
 }
 
 std::string checkedTint(const std::string& text) {
@@ -179,13 +189,15 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
         ->check(CLI::IsMember({"light", "dark", "all"}))
         ->capture_default_str();
     command->add_option("--scale", options.scale, "Pixels to a point, 1 to 4")
-        ->check(CLI::Range(1.0, 4.0))
+        ->check(platform::numberWithin(1, 4))
         ->capture_default_str();
     command->add_option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
         ->check(CLI::Validator(checkedSize, "WIDTHxHEIGHT"));
-    command->add_option("--entry", options.entry,
-                        "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
-                        "a fresh snapshot where it is not given");
+    command
+        ->add_option("--entry", options.entry,
+                     "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
+                     "a fresh snapshot where it is not given")
+        ->check(CLI::Validator(checkedEntry, ""));
     command->add_option("--format", options.format, "png, svg, or tree: what is displayed, as JSON")
         ->check(CLI::IsMember({"png", "svg", "tree"}))
         ->capture_default_str();
@@ -194,12 +206,14 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
         ->check(CLI::Validator(checkedTint, "#RRGGBB"));
     command
         ->add_option("--picture-budget", options.pictureBudget,
-                     "Seconds to wait for pictures before drawing without them")
-        ->check(CLI::Range(0.1, 600.0))
+                     "Seconds to wait for pictures before drawing without them, 0.1 to 120: the command has "
+                     "150 in all")
+        ->check(platform::numberWithin(0.1, 120))
         ->capture_default_str();
     command
         ->add_option("--output", options.output,
                      "The file to write, - for standard output; a folder where several are drawn")
+        ->check(CLI::Validator(checkedOutput, ""))
         ->required();
     command->footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
     command->callback([&options] { throw platform::ExitStatus(drawingCommand(options).run()); });

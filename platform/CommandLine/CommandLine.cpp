@@ -1,10 +1,12 @@
 #include "platform/CommandLine/CommandLine.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
 #include <iterator>
 #include <numeric>
 #include <optional>
+#include <sstream>
 
 #include "platform/Log/StandardError.hpp"
 
@@ -59,6 +61,13 @@ std::string suggestion(const std::string& word, const std::vector<std::string>& 
     return nearest ? "; did you mean \"" + *nearest + "\"?" : "";
 }
 
+std::string listed(const std::vector<std::string>& commands) {
+    std::string text;
+    const std::string verb = commands.size() == 1 ? "; there is " : "; there are ";
+    for (const auto& command : commands) text += (text.empty() ? verb : ", ") + command;
+    return text;
+}
+
 std::string complaint(const UnknownWord& unknown) {
     const auto name = nameIn(unknown.word);
     if (!isPrintable(name)) return "an argument was not expected";
@@ -67,7 +76,14 @@ std::string complaint(const UnknownWord& unknown) {
         return "there is no option " + quoted + suggestion(name, optionNames(*unknown.command));
     const auto commands = subcommandNames(*unknown.command);
     if (commands.empty()) return quoted + " was not expected";
-    return "there is no command " + quoted + suggestion(name, commands);
+    return "there is no command " + quoted +
+           (nearestWord(name, commands) ? suggestion(name, commands) : listed(commands));
+}
+
+/// The one that the line ends with.
+const CLI::App& lastCommand(const CLI::App& app) {
+    const auto chosen = app.get_subcommands();
+    return chosen.empty() ? app : lastCommand(*chosen.back());
 }
 
 /// A mistyped secret must not be said again: neither beside the command that works on secrets, nor alone.
@@ -88,8 +104,12 @@ std::string complaint(const CLI::App& app, const CLI::ParseError& error,
                (quotesNothing ? error.what()
                               : "an argument was not expected; it may be secret and is not repeated");
     }
-    return unknown ? path(*unknown->command) + ": " + complaint(*unknown)
-                   : app.get_name() + ": " + error.what();
+    if (unknown) return path(*unknown->command) + ": " + complaint(*unknown);
+    const auto& last = lastCommand(app);
+    const auto commands = subcommandNames(last);
+    if (dynamic_cast<const CLI::RequiredError*>(&error) && !commands.empty())
+        return path(last) + ": a command is required" + listed(commands);
+    return app.get_name() + ": " + error.what();
 }
 
 /// The number of letters to add, remove, replace or swap with their neighbour (optimal string alignment).
@@ -132,6 +152,21 @@ std::optional<std::string> nearestWord(const std::string& word, const std::vecto
         nearest = candidate;
     }
     return nearest;
+}
+
+CLI::Validator numberWithin(double least, double most) {
+    // As CLI11 itself would write them, and people too.
+    std::ostringstream range;
+    range << least << " to " << most;
+    const auto check = [least, most, range = range.str()](const std::string& text) -> std::string {
+        double number = 0;
+        const auto* end = text.data() + text.size();
+        const auto parsed = std::from_chars(text.data(), end, number);
+        const bool isWithin =
+            parsed.ec == std::errc() && parsed.ptr == end && number >= least && number <= most;
+        return isWithin ? "" : "must be a number from " + range;
+    };
+    return {check, range.str()};
 }
 
 namespace {

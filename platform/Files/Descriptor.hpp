@@ -20,6 +20,9 @@ class Descriptor {
         return *this;
     }
 
+    /// Hands it on: whoever takes it closes it.
+    int release() { return std::exchange(descriptor_, -1); }
+
     bool isOpen() const { return descriptor_ >= 0; }
     operator int() const { return descriptor_; }  // NOLINT(google-explicit-constructor)
 

@@ -225,6 +225,15 @@ Database openToWrite(const fs::path& file, std::chrono::milliseconds patience) {
     return database;
 }
 
+// Never kept.
+const KeychainItem rehearsed = {.service = "rehearsal",
+                                .account = {},
+                                .accessGroup = {},
+                                .accessible = {},
+                                .creationDate = Date::sinceReferenceDate(0),
+                                .modificationDate = Date::sinceReferenceDate(0),
+                                .data = {}};
+
 SpaceReserve reserveOf(const fs::path& file) {
     return SpaceReserve(fs::path(file).replace_extension(".reserve"));
 }
@@ -257,9 +266,9 @@ void requireSound(const fs::path& file, sqlite3* database) {
 
 // For want of space it does all its changes again in the room of the reserve, if nobody has changed anything
 // in between.
-class Transaction : public KeychainTransaction {
+class DatabaseTransaction : public KeychainTransaction {
   public:
-    Transaction(fs::path file, std::chrono::milliseconds patience, Database database)
+    DatabaseTransaction(fs::path file, std::chrono::milliseconds patience, Database database)
         : file_(std::move(file)), patience_(patience), database_(std::move(database)) {}
 
     void createSchema() {
@@ -299,7 +308,30 @@ class Transaction : public KeychainTransaction {
         keepsReserve(file_);
     }
 
+    void rehearse() override {
+        try {
+            insert(rehearsed);
+            // The first does not say whether it could remove the journal. Under the second nobody has one.
+            check(sqlite3_exec(database_.get(), "ROLLBACK; BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
+        } catch (const DatabaseFailure& failure) {
+            keepsReserve(file_);
+            if (failure.status == errSecInteractionNotAllowed) throw;
+            refuseToRenew(sqlite3_errstr(failure.code));
+        }
+        if (hasJournal()) refuseToRenew("it cannot be removed");
+    }
+
   private:
+    bool hasJournal() const {
+        std::error_code error;
+        return fs::exists(fs::symlink_status(file_.string() + "-journal", error));
+    }
+
+    [[noreturn]] void refuseToRenew(const std::string& why) const {
+        refuse(file_.string() + "-journal",
+               "cannot be written (" + why + "), so that a renewed token could not be kept");
+    }
+
     void change(KeychainChange change) {
         if (changes_.empty()) before_ = items(KeychainQuery());
         changes_.push_back(std::move(change));
@@ -390,7 +422,7 @@ std::unique_ptr<KeychainTransaction> EmbeddedItemStore::begunOnce(Access access)
     if (isNew && access != Access::create) return nullptr;
     if (!isNew) requireOwnForm(file_, database.get());
     if (!isNew && !isRead) requireSound(file_, database.get());
-    auto transaction = std::make_unique<Transaction>(file_, patience, std::move(database));
+    auto transaction = std::make_unique<DatabaseTransaction>(file_, patience, std::move(database));
     if (isNew) transaction->createSchema();
     return transaction;
 }
@@ -401,9 +433,10 @@ std::unique_ptr<SecItemLock> EmbeddedItemStore::lock(SecItemHold hold) {
         return LockFile::open(fs::path(file).replace_extension(".lock"));
     };
     // To take tokens away needs no room of its own; to spend one that changes with its use does.
-    const auto prepare = [file = file_](SecItemHold wanted) {
-        if (wanted == SecItemHold::shared && !keepsReserve(file))
-            refuse(file.parent_path(), "has no room for a renewed token");
+    const auto prepare = [this](SecItemHold wanted) {
+        if (wanted == SecItemHold::exclusive) return;
+        rehearseChange();
+        if (!keepsReserve(file_)) refuse(file_.parent_path(), "has no room for a renewed token");
     };
     return std::make_unique<KeychainLock>(hold,
                                           KeychainLock::Store{.lockFile = lockFile, .prepare = prepare});

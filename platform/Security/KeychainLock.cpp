@@ -13,12 +13,24 @@ OSStatus KeychainLock::tryAcquire() {
         if (!file_) return errSecItemNotFound;
         if (!(hold_ == SecItemHold::shared ? tryShared() : tryExclusive()))
             return errSecInteractionNotAllowed;
-        if (store_.prepare) store_.prepare(hold_);
+        prepare();
         return errSecSuccess;
     });
     const bool isWaiting = status == errSecInteractionNotAllowed;
     if (status != errSecSuccess && !isWaiting) file_.reset();
     return status;
+}
+
+void KeychainLock::prepare() const {
+    if (!store_.prepare) return;
+    try {
+        store_.prepare(hold_);
+    } catch (const KeychainFailure& failure) {
+        // To the caller that status would say that the lock is another's for a moment.
+        if (failure.status != errSecInteractionNotAllowed) throw;
+        throw KeychainFailure{errSecIO, (failure.fault.empty() ? "the keychain is locked" : failure.fault) +
+                                            ", so that a renewed token could not be kept"};
+    }
 }
 
 bool KeychainLock::tryShared() {

@@ -25,6 +25,7 @@ class KeychainLock : public SecItemLock {
     OSStatus tryAcquire() override;
 
   private:
+    void prepare() const;
     bool tryShared();
     bool tryExclusive();
 

@@ -1,5 +1,6 @@
 #include "platform/Security/KeychainStore.hpp"
 
+#include <optional>
 #include <utility>
 
 namespace platform {
@@ -40,8 +41,20 @@ class KeychainStore::Scope : public SecItemTransaction {
     KeychainTransaction* transaction() const { return transaction_.get(); }
     /// The store's own; nothing where there is no store.
     KeychainTransaction* begun(Access access) {
+        if (obstacle_) throw *obstacle_;
         if (!transaction_) transaction_ = store_.begin(access);
         return transaction_.get();
+    }
+    /// Begun for a read that has found nothing, and must be sure of it if a write follows. Nothing where
+    /// another process is changing the store: no write follows then.
+    KeychainTransaction* begunToBeSure() {
+        try {
+            return obstacle_ ? nullptr : begun(Access::readToChange);
+        } catch (const KeychainFailure& failure) {
+            if (failure.status != errSecInteractionNotAllowed) throw;
+            obstacle_ = failure;
+            return nullptr;
+        }
     }
 
     OSStatus keep(OSStatus status, const Change& change) {
@@ -85,6 +98,8 @@ class KeychainStore::Scope : public SecItemTransaction {
     Scope* previous_;
     std::unique_ptr<KeychainTransaction> transaction_;
     KeychainFailure failure_ = {errSecSuccess};
+    /// Why every write fails, though reads are answered.
+    std::optional<KeychainFailure> obstacle_;
     std::vector<std::string> accounts_;
     bool isAgreed_ = false;
 };
@@ -139,7 +154,8 @@ OSStatus KeychainStore::copyMatching(const SecAttributes& asked, SecResult* resu
         // What follows may rest on there being nothing, so it must stay true.
         if (scope && matches.empty()) {
             try {
-                matches = itemsIn(scope->begun(result ? Access::readToChange : Access::create), *query);
+                auto* own = result ? scope->begunToBeSure() : scope->begun(Access::create);
+                matches = itemsIn(own, *query);
             } catch (const KeychainFailure& failure) {
                 scope->fail(failure);
                 throw;
@@ -194,6 +210,10 @@ OSStatus KeychainStore::apply(const Change& change) {
         return result;
     });
     return scope ? scope->keep(status, change) : status;
+}
+
+void KeychainStore::rehearseChange() {
+    if (const auto transaction = begin(Access::readToChange)) transaction->rehearse();
 }
 
 std::unique_ptr<SecItemTransaction> KeychainStore::beginTransaction() {

@@ -26,6 +26,9 @@ class KeychainTransaction {
     virtual void replace(const KeychainItem& item, const KeychainItem& replacement) = 0;
     virtual void erase(const KeychainItem& item) = 0;
     virtual void commit() = 0;
+    /// Makes a change as any other, down to the disk or the service, and takes it back. Throws where it could
+    /// not be kept. The last call.
+    virtual void rehearse() = 0;
 };
 
 class KeychainStore : public SecItemStore {
@@ -47,6 +50,10 @@ class KeychainStore : public SecItemStore {
 
     /// Nothing when there is no store yet and `access` does not create one: there are no items then.
     virtual std::unique_ptr<KeychainTransaction> begin(Access access) = 0;
+
+    /// Throws KeychainFailure where a change could not be kept now. Nothing is asked of a store that is not
+    /// there.
+    void rehearseChange();
 
   private:
     class Scope;

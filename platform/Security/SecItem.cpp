@@ -1,6 +1,7 @@
 #include "platform/Security/SecItem.hpp"
 
 #include <atomic>
+#include <utility>
 
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/EmbeddedItemStore.hpp"
@@ -13,20 +14,18 @@ namespace {
 // Stands where no keychain can be had, and says why with its status.
 class UnavailableItemStore : public KeychainStore {
   public:
-    explicit UnavailableItemStore(OSStatus status) : status_(status) {}
+    explicit UnavailableItemStore(KeychainFailure failure) : failure_(std::move(failure)) {}
 
     std::unique_ptr<SecItemLock> lock(SecItemHold hold) override {
-        const auto refuse = [status = status_](SecItemHold) -> std::optional<LockFile> {
-            throw KeychainFailure{status};
-        };
+        const auto refuse = [failure = failure_](SecItemHold) -> std::optional<LockFile> { throw failure; };
         return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = refuse, .prepare = {}});
     }
 
   protected:
-    std::unique_ptr<KeychainTransaction> begin(Access) override { throw KeychainFailure{status_}; }
+    std::unique_ptr<KeychainTransaction> begin(Access) override { throw failure_; }
 
   private:
-    OSStatus status_;
+    KeychainFailure failure_;
 };
 
 std::unique_ptr<SecItemStore> personalStore() {
@@ -37,9 +36,11 @@ std::unique_ptr<SecItemStore> personalStore() {
                                                              : std::nullopt);
     // A misspelt choice must not put secrets where they were not meant to be.
     if (kind != "embedded" && !kind.empty())
-        return std::make_unique<UnavailableItemStore>(errSecNotAvailable);
+        return std::make_unique<UnavailableItemStore>(KeychainFailure{
+            errSecNotAvailable, "VELA_KEYCHAIN names no keychain: it may be embedded or secret-service"});
     if (home) return std::make_unique<EmbeddedItemStore>(*home / "vela" / "keychain.sqlite");
-    return std::make_unique<UnavailableItemStore>(errSecIO);
+    return std::make_unique<UnavailableItemStore>(KeychainFailure{
+        errSecIO, "there is no data folder for the keychain: neither XDG_DATA_HOME nor a home is known"});
 }
 
 std::atomic<SecItemStore*> overriding = nullptr;

@@ -97,8 +97,9 @@ class SecItemLock {
   public:
     virtual ~SecItemLock() = default;
     /// 0 when it is held. -25308 while another process excludes this one: ask again. -25300, only when
-    /// shared: there is no store, so nothing that could be renewed. -36 when it cannot be had, or when
-    /// something that is written could not be kept.
+    /// shared: there is no store, so nothing that could be renewed; -25291: no keychain service. -36 when it
+    /// cannot be had, or, only when shared, when something that is written could not be kept: a change has
+    /// been made for trial and taken back.
     virtual OSStatus tryAcquire() = 0;
 };
 

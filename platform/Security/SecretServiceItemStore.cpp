@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "platform/Files/Patience.hpp"
 #include "platform/Security/KeychainChange.hpp"
 #include "platform/Security/KeychainLock.hpp"
 #include "platform/Security/SecretServiceLibrary.hpp"
@@ -199,9 +200,9 @@ bool isNewer(SecretItem* first, SecretItem* second) {
            std::pair(library().secret_item_get_modified(second), creationRank(second));
 }
 
-class Transaction : public KeychainTransaction {
+class ServiceTransaction : public KeychainTransaction {
   public:
-    explicit Transaction(std::optional<LockFile> lock) : lock_(std::move(lock)) {
+    explicit ServiceTransaction(std::optional<LockFile> lock) : lock_(std::move(lock)) {
         deadline_.emplace(readPatience);
         Failure failure;
         const Reference<GDBusConnection> bus(
@@ -260,6 +261,13 @@ class Transaction : public KeychainTransaction {
         } catch (const KeychainFailure&) {
             // They are made all the same: readers see them, and the next writer finishes them.
         }
+    }
+
+    // By the journal of no changes, which means nothing to whoever finds it.
+    void rehearse() override {
+        deadline_.emplace(writePatience);
+        create(journalSchema, noAttributes(), "Unfinished changes", {});
+        finishJournal();
     }
 
   private:
@@ -400,12 +408,10 @@ class Transaction : public KeychainTransaction {
 };
 
 LockFile heldLock(LockFile file, std::chrono::seconds patience) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (!file.tryLock(LockFile::Byte::items, LockFile::Mode::exclusive)) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            throw KeychainFailure{errSecInteractionNotAllowed, "another program keeps the keychain locked"};
-        std::this_thread::sleep_for(pauseBetweenAttempts);
-    }
+    const bool isHeld = Patience{.inAll = patience, .pause = pauseBetweenAttempts}.suffices(
+        [&] { return file.tryLock(LockFile::Byte::items, LockFile::Mode::exclusive); });
+    if (!isHeld)
+        throw KeychainFailure{errSecInteractionNotAllowed, "another program keeps the keychain locked"};
     return file;
 }
 
@@ -417,8 +423,8 @@ LockFile SecretServiceItemStore::lockFile() const {
 }
 
 std::unique_ptr<KeychainTransaction> SecretServiceItemStore::begin(Access access) {
-    if (access == Access::read) return std::make_unique<Transaction>(std::nullopt);
-    auto transaction = std::make_unique<Transaction>(
+    if (access == Access::read) return std::make_unique<ServiceTransaction>(std::nullopt);
+    auto transaction = std::make_unique<ServiceTransaction>(
         heldLock(lockFile(), access == Access::readToChange ? readPatience : writePatience));
     if (access == Access::create && !transaction->hasUnlockedCollection()) {
         throw KeychainFailure{errSecInteractionNotAllowed};
@@ -428,7 +434,10 @@ std::unique_ptr<KeychainTransaction> SecretServiceItemStore::begin(Access access
 
 std::unique_ptr<SecItemLock> SecretServiceItemStore::lock(SecItemHold hold) {
     const auto open = [this](SecItemHold) { return std::optional(lockFile()); };
-    return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = open, .prepare = {}});
+    const auto prepare = [this](SecItemHold wanted) {
+        if (wanted == SecItemHold::shared) rehearseChange();
+    };
+    return std::make_unique<KeychainLock>(hold, KeychainLock::Store{.lockFile = open, .prepare = prepare});
 }
 
 }  // namespace platform

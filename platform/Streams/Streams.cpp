@@ -1,14 +1,40 @@
 #include "platform/Streams/Streams.hpp"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <new>
+#include <system_error>
+
+#include "platform/Files/Descriptor.hpp"
 
 namespace platform {
+
+namespace {
+
+[[noreturn]] void failToRead(const std::string& name, int error) {
+    throw std::system_error(error, std::generic_category(), "cannot read " + name);
+}
+
+void awaitInput(const Input& input, const std::optional<Deadline>& deadline) {
+    pollfd awaited = {.fd = input.descriptor, .events = POLLIN, .revents = 0};
+    while (true) {
+        const auto rest = deadline ? std::min<std::int64_t>(deadline->rest().count(), INT_MAX) : -1;
+        const int ready = ::poll(&awaited, 1, static_cast<int>(rest));
+        if (ready > 0) return;
+        if (ready < 0 && errno != EINTR) failToRead(input.name, errno);
+        if (ready == 0 && deadline && deadline->rest().count() == 0)
+            throw InputError(input.name + " has not ended within " + deadline->limitInWords());
+    }
+}
+
+}  // namespace
 
 void holdStandardStreams() {
     // Opened the wrong way round: a read or a write in vain is told (EBADF), not taken for done.
@@ -17,24 +43,25 @@ void holdStandardStreams() {
             const int held = ::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const auto written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
-std::optional<std::string> readAll(std::istream& stream, std::size_t limit) {
+std::string readAll(const Input& input, std::size_t limit, const std::optional<Deadline>& deadline) {
     std::string text;
     std::array<char, 65536> buffer;
-    while (stream.read(buffer.data(), buffer.size()) || stream.gcount() > 0) {
-        text.append(buffer.data(), static_cast<std::size_t>(stream.gcount()));
-        if (text.size() > limit) return std::nullopt;
+    while (true) {
+        awaitInput(input, deadline);
+        const auto length = ::read(input.descriptor, buffer.data(), buffer.size());
+        if (length == 0) return text;
+        if (length < 0 && errno != EINTR && errno != EAGAIN) failToRead(input.name, errno);
+        if (length < 0) continue;
+        text.append(buffer.data(), static_cast<std::size_t>(length));
+        if (text.size() > limit) throw InputError(input.name + " is too long");
     }
-    return text;
+}
+
+std::string readFile(const std::string& path, std::size_t limit, const Deadline& deadline) {
+    // Without waiting, as a pipe that nobody writes to would not open at all.
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!file.isOpen()) failToRead(path, errno);
+    return readAll({.descriptor = file, .name = path}, limit, deadline);
 }
 
 void printError(std::string_view program, std::string_view message) noexcept {

@@ -1,14 +1,15 @@
 #pragma once
 
-// Whole writes and bounded reads, for our programs' standard streams and files, and what they say of
-// failures.
+// Bounded reads, for our programs' standard streams and files, and what they say of failures.
 
 #include <cstddef>
 #include <exception>
-#include <istream>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+
+#include "platform/Streams/Deadline.hpp"
 
 namespace platform {
 
@@ -16,11 +17,24 @@ namespace platform {
 /// is read or written in their stead. Such a stream still fails, as a closed one does. To be called first.
 void holdStandardStreams();
 
-/// False, with errno set, when the descriptor did not take all of `text`.
-bool writeAll(int descriptor, std::string_view text);
+/// Holds more than it may, or has not ended in time.
+class InputError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
-/// Everything up to the stream's end; nothing for more than `limit` bytes.
-std::optional<std::string> readAll(std::istream& stream, std::size_t limit);
+/// What is to be read, and what a person knows it as.
+struct Input {
+    int descriptor;
+    std::string name;
+};
+
+/// Everything up to the input's end, `limit` bytes at most. Throws InputError, or std::system_error where it
+/// cannot be read. Without a deadline it waits for as long as whoever writes.
+std::string readAll(const Input& input, std::size_t limit,
+                    const std::optional<Deadline>& deadline = std::nullopt);
+
+/// The same of a file. A pipe that nobody writes to is waited for until the deadline.
+std::string readFile(const std::string& path, std::size_t limit, const Deadline& deadline);
 
 /// "PROGRAM: MESSAGE" on standard error. Needs no memory.
 void printError(std::string_view program, std::string_view message) noexcept;

@@ -205,6 +205,27 @@ Parts resolved(const Parts& base, Parts reference) {
     return reference;
 }
 
+std::string decoded(std::string_view text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isEscape = text[i] == '%' && i + 2 < text.size() && isHexadecimalDigit(text[i + 1]) &&
+                              isHexadecimalDigit(text[i + 2]);
+        result += isEscape
+                      ? static_cast<char>(hexadecimalDigit(text[i + 1]) * 16 + hexadecimalDigit(text[i + 2]))
+                      : text[i];
+        if (isEscape) i += 2;
+    }
+    return result;
+}
+
+/// The sign itself, its small and its wide form (U+FE6B, U+FF20), encoded however often.
+bool holdsAtSign(std::string text) {
+    for (auto once = decoded(text); once != text; once = decoded(text)) text = std::move(once);
+    constexpr std::array<std::string_view, 3> signs = {"@", "\xEF\xB9\xAB", "\xEF\xBC\xA0"};
+    return std::any_of(signs.begin(), signs.end(),
+                       [&](std::string_view sign) { return text.find(sign) != std::string::npos; });
+}
+
 struct SchemePort {
     std::string_view scheme;
     std::uint16_t port;
@@ -261,6 +282,14 @@ URL URL::withoutUserInformation() const {
     Parts kept = parts(view(text_));
     if (kept.authority) kept.authority->erase(0, kept.authority->rfind('@') + 1);
     return URL(kept.text());
+}
+
+std::string addressForDisplay(std::string_view address) {
+    const auto url = URL::parse(address);
+    if (!url) return "(not shown: it is no URL)";
+    auto shown = url->withoutUserInformation().absoluteString();
+    if (url->host().empty() || holdsAtSign(shown)) return "(not shown: it may hold a password)";
+    return shown;
 }
 
 bool isSameOrigin(const URL& first, const URL& second) {

@@ -41,6 +41,10 @@ class URL {
     std::string text_;
 };
 
+/// An address for a screen, without its user information. Words stand for one that is no URL, and for one
+/// with an "@", or what looks like one, where the grammar has none: nobody can say what of it is a password.
+std::string addressForDisplay(std::string_view address);
+
 /// Whether two URLs have the same scheme, host and port (RFC 6454).
 bool isSameOrigin(const URL& first, const URL& second);
 

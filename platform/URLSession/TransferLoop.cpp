@@ -1,10 +1,10 @@
 #include "platform/URLSession/TransferLoop.hpp"
 
 #include <stdlib.h>
+#include <sys/eventfd.h>
 
 #include <algorithm>
 #include <mutex>
-#include <thread>
 #include <utility>
 
 namespace platform {
@@ -28,9 +28,8 @@ CURLM* newMulti() {
 
 }  // namespace
 
-TransferLoop::TransferLoop() : multi_(newMulti()) {
-    // Without its pair of descriptors a multi handle can be made but never be woken.
-    if (!multi_ || curl_multi_wakeup(multi_.get()) != CURLM_OK) {
+TransferLoop::TransferLoop() : alarm_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), multi_(newMulti()) {
+    if (!multi_ || !alarm_.isOpen()) {
         throw URLError(URLErrorCode::unknown, "no transfers can be run");
     }
 }
@@ -66,18 +65,19 @@ void TransferLoop::cancel(const std::shared_ptr<Transfer>& transfer) {
 
 void TransferLoop::step() {
     // A transfer that was just added makes the wait end at once.
-    curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(untilNextDeadline().count()), nullptr);
+    curl_waitfd alarm = {.fd = alarm_, .events = CURL_WAIT_POLLIN, .revents = 0};
+    curl_multi_poll(multi_.get(), &alarm, 1, static_cast<int>(untilNextDeadline().count()), nullptr);
+    eventfd_t calls = 0;
+    ::eventfd_read(alarm_, &calls);
     int running = 0;
     curl_multi_perform(multi_.get(), &running);
     collectEnded();
     endOverrun();
 }
 
-void TransferLoop::wake() {
-    // Fails while the system has no memory for a byte; a loop that was not woken sleeps on for an hour.
-    constexpr int mostTries = 1000;
-    for (int tries = 0; tries < mostTries && curl_multi_wakeup(multi_.get()) != CURLM_OK; ++tries)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+void TransferLoop::wake() noexcept {
+    // Adds to a number; it fails only where that is so high that the loop is awake in any case.
+    ::eventfd_write(alarm_, 1);
 }
 
 void TransferLoop::collectEnded() {

@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/Files/Descriptor.hpp"
 #include "platform/URLSession/Transfer.hpp"
 
 namespace platform {
@@ -30,7 +31,8 @@ class TransferLoop {
     /// Waits until something can be moved, a transfer runs out of time, or `wake`; then moves what can be,
     /// and ends what has overrun.
     void step();
-    void wake();
+    /// Neither waits nor fails: a lock may be held.
+    void wake() noexcept;
 
   private:
     struct FreeMulti {
@@ -43,6 +45,9 @@ class TransferLoop {
     void forget(const Transfer& transfer);
     std::chrono::milliseconds untilNextDeadline();
 
+    /// Counts what `wake` was called for. Not libcurl's own means, a socket, which the system may have no
+    /// memory for: a loop that was not woken sleeps on for an hour.
+    Descriptor alarm_;
     std::unique_ptr<CURLM, FreeMulti> multi_;
     std::vector<std::shared_ptr<Transfer>> transfers_;
 };

@@ -8,10 +8,12 @@
 #include <cerrno>
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <system_error>
-#include <thread>
 #include <utility>
 
+#include "platform/Files/FileReplacement.hpp"
+#include "platform/Files/Patience.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Log/Logger.hpp"
@@ -20,9 +22,11 @@ namespace platform {
 namespace {
 
 constexpr const char* fileName = "preferences.json";
-// One name suffices: whoever writes it holds the folder's lock, and what a killed writer left is overwritten.
-constexpr const char* temporaryFileName = ".preferences.json.new";
-constexpr std::chrono::seconds patience{2};
+// One name each suffices: whoever writes them holds the folder's lock, and removes what a killed writer left.
+constexpr const char* newFileName = ".preferences.json.new";
+constexpr const char* withdrawnFileName = ".preferences.json.withdrawn";
+constexpr const char* formerFileName = ".preferences.json.former";
+constexpr Patience patience = {.inAll = std::chrono::seconds(2), .pause = std::chrono::milliseconds(2)};
 
 [[noreturn]] void fail(const std::string& what, int error) {
     throw UserDefaultsError(what + ": " + std::generic_category().message(error));
@@ -65,41 +69,14 @@ boost::json::object load(const TrustedFolder& folder) {
 // Held until the folder's descriptor is closed. The lock is on the folder, because the file itself is
 // replaced.
 void lock(const Descriptor& folder) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (::flock(folder, LOCK_EX | LOCK_NB) != 0) {
+    const bool isLocked = patience.suffices([&] {
+        if (::flock(folder, LOCK_EX | LOCK_NB) == 0) return true;
         if (errno != EWOULDBLOCK && errno != EINTR) fail("the preferences' folder cannot be locked", errno);
-        if (std::chrono::steady_clock::now() >= deadline) {
-            throw UserDefaultsError("another program keeps the preferences locked");
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-}
-
-void writeWhole(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail("the preferences cannot be written", errno);
-        text.remove_prefix(static_cast<std::size_t>(count));
-    }
-    if (::fsync(descriptor) != 0) fail("the preferences cannot be written", errno);
-}
-
-void replaceFile(const Descriptor& folder, std::string_view text) {
-    ::unlinkat(folder, temporaryFileName, 0);
-    const Descriptor file(
-        ::openat(folder, temporaryFileName, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-    if (!file.isOpen()) fail("the preferences cannot be written", errno);
-    try {
-        writeWhole(file, text);
-        if (::renameat(folder, temporaryFileName, folder, fileName) != 0) {
-            fail("the preferences cannot be replaced", errno);
-        }
-    } catch (...) {
-        ::unlinkat(folder, temporaryFileName, 0);
-        throw;
-    }
-    if (::fsync(folder) != 0) fail("the preferences cannot be written", errno);
+        return false;
+    });
+    if (!isLocked) throw UserDefaultsError("another program keeps the preferences locked");
+    for (const char* leftover : {newFileName, withdrawnFileName, formerFileName})
+        ::unlinkat(folder, leftover, 0);
 }
 
 // What could not be read again must not be written: too large, too deep, a number that JSON does not have.
@@ -118,7 +95,8 @@ std::string textOf(const boost::json::object& values) {
 void change(const TrustedFolder& folder, const std::function<bool(boost::json::object&)>& edit) {
     lock(folder.descriptor());
     boost::json::object values = load(folder);
-    if (edit(values)) replaceFile(folder.descriptor(), textOf(values));
+    if (!edit(values)) return;
+    FileReplacement(folder.descriptor(), folder.path() / fileName, newFileName, textOf(values)).commit();
 }
 
 /// FileError says it in words of its own; to the suite's user it is the suite that cannot be used.
@@ -130,6 +108,62 @@ auto inWords(Work work) {
         throw UserDefaultsError(error.what());
     }
 }
+
+class Replacement : public UserDefaultsReplacement {
+  public:
+    Replacement(TrustedFolder folder, std::string_view key, const std::optional<boost::json::value>& value)
+        : folder_(std::move(folder)) {
+        lock(folder_.descriptor());
+        boost::json::object values = load(folder_);
+        if (values.contains(key)) {
+            prepare(former_, formerFileName, values);
+            values.erase(key);
+            prepare(withdrawn_, withdrawnFileName, values);
+        }
+        if (!value) return;
+        values.insert_or_assign(key, *value);
+        prepare(new_, newFileName, values);
+    }
+    ~Replacement() override {
+        if (!isWithdrawn_ || isCommitted_) return;
+        try {
+            former_->commit();
+        } catch (const FileError&) {
+            // There is nobody to tell: the one who withdrew it has failed.
+        }
+    }
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    void withdraw() override {
+        if (!withdrawn_) return;
+        isWithdrawn_ = true;
+        inWords([&] { withdrawn_->commit(); });
+    }
+    void commit() override {
+        if (!new_ && !isWithdrawn_) withdraw();
+        isCommitted_ = true;
+        if (new_) inWords([&] { new_->commit(); });
+    }
+
+  private:
+    void prepare(std::optional<FileReplacement>& file, const char* name, const boost::json::object& values) {
+        file.emplace(folder_.descriptor(), folder_.path() / fileName, name, textOf(values));
+    }
+
+    TrustedFolder folder_;
+    std::optional<FileReplacement> former_;
+    std::optional<FileReplacement> withdrawn_;
+    std::optional<FileReplacement> new_;
+    bool isWithdrawn_ = false;
+    bool isCommitted_ = false;
+};
+
+/// Of a suite that is not there, in which nothing is to be.
+struct NoReplacement : UserDefaultsReplacement {
+    void withdraw() override {}
+    void commit() override {}
+};
 
 }  // namespace
 
@@ -176,6 +210,15 @@ void FileUserDefaults::removeObject(std::string_view key) {
     inWords([&] {
         if (const auto folder = TrustedFolder::open(folder_))
             change(*folder, [&](boost::json::object& values) { return values.erase(key) > 0; });
+    });
+}
+
+std::unique_ptr<UserDefaultsReplacement> FileUserDefaults::prepareReplacement(
+    std::string_view key, const std::optional<boost::json::value>& value) {
+    return inWords([&]() -> std::unique_ptr<UserDefaultsReplacement> {
+        auto folder = value ? std::optional(TrustedFolder::make(folder_)) : TrustedFolder::open(folder_);
+        if (!folder) return std::make_unique<NoReplacement>();
+        return std::make_unique<Replacement>(*std::move(folder), key, value);
     });
 }
 

@@ -21,6 +21,8 @@ class FileUserDefaults : public UserDefaults {
     std::optional<boost::json::value> objectForKey(std::string_view key) const override;
     void setObject(std::string_view key, const boost::json::value& value) override;
     void removeObject(std::string_view key) override;
+    std::unique_ptr<UserDefaultsReplacement> prepareReplacement(
+        std::string_view key, const std::optional<boost::json::value>& value) override;
     void requireReadable() const override;
 
   private:

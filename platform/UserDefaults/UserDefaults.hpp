@@ -18,6 +18,19 @@ class UserDefaultsError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// A value's replacement in two steps, for who changes something else between them. All that can fail for
+/// want of room has been done when there is one, and until its end nobody else writes to the suite. Throws
+/// UserDefaultsError.
+class UserDefaultsReplacement {
+  public:
+    /// Without a commit the former value is there again.
+    virtual ~UserDefaultsReplacement() = default;
+    /// From now on there is no value.
+    virtual void withdraw() = 0;
+    /// From now on there is the new one.
+    virtual void commit() = 0;
+};
+
 /// The key-value store. A seam: `tests/support` has one in memory.
 class UserDefaults {
   public:
@@ -43,6 +56,10 @@ class UserDefaults {
     virtual void setObject(std::string_view key, const boost::json::value& value) = 0;
     /// Removing an absent key does nothing.
     virtual void removeObject(std::string_view key) = 0;
+
+    /// Nothing stands for removing the value. Throws UserDefaultsError, and nothing is changed then.
+    virtual std::unique_ptr<UserDefaultsReplacement> prepareReplacement(
+        std::string_view key, const std::optional<boost::json::value>& value) = 0;
 
     /// Throws UserDefaultsError where the suite reads as empty because its file or folder cannot be used.
     virtual void requireReadable() const {}

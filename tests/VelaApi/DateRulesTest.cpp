@@ -11,9 +11,9 @@ namespace {
 using platform::testing::FixedAmbient;
 using platform::testing::instant;
 
-constexpr const char* now = "2024-06-15T10:20:30.456Z";
+constexpr const char* june = "2024-06-15T10:20:30.456Z";
 
-platform::Date decoded(const std::string& text) {
+platform::Date decodedDate(const std::string& text) {
     return Module::customDecoder().decode<platform::Date>('"' + text + '"');
 }
 
@@ -21,14 +21,14 @@ std::string encoded(platform::Date date) {
     return Module::customEncoder().encode(date);
 }
 
-struct Row {
+struct ZoneRow {
     const char* zone;
     const char* text;
     const char* expected;
 };
 
 TEST(DateRules, ADecodedInstantIsMovedBackByTheDevicesOffset) {
-    const Row rows[] = {
+    const ZoneRow rows[] = {
         {"GMT", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
         {"GMT", "2024-05-01T12:00:00-0500", "2024-05-01T17:00:00Z"},
         {"GMT", "2024-05-01T12:00:00+0530", "2024-05-01T06:30:00Z"},
@@ -60,9 +60,9 @@ TEST(DateRules, ADecodedInstantIsMovedBackByTheDevicesOffset) {
         {"GMT", "2024-02-29T00:00:00+0000", "2024-02-29T00:00:00Z"},
         {"GMT", "9999-12-31T23:59:59+0000", "9999-12-31T23:59:59Z"},
     };
-    for (const Row& row : rows) {
-        const FixedAmbient surroundings({.now = now, .timeZone = row.zone});
-        EXPECT_EQ(platform::internetDateTime(decoded(row.text)),
+    for (const ZoneRow& row : rows) {
+        const FixedAmbient surroundings({.now = june, .timeZone = row.zone});
+        EXPECT_EQ(platform::internetDateTime(decodedDate(row.text)),
                   platform::internetDateTime(instant(row.expected)))
             << row.zone << " " << row.text;
     }
@@ -70,22 +70,23 @@ TEST(DateRules, ADecodedInstantIsMovedBackByTheDevicesOffset) {
 
 TEST(DateRules, YearsAndMonthsAreThoseOfTheLocalesCalendar) {
     for (const auto& [locale, text, expected] : {
-             Row{"en_US", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
-             Row{"th_TH", "2567-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
-             Row{"fa_IR", "1403-02-12T12:00:00+0000", "2024-05-01T12:00:00Z"},
-             Row{"ar_SA", "1445-10-22T12:00:00+0000", "2024-05-01T12:00:00Z"},
-             Row{"ja_JP", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
-             Row{"ar_EG", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             ZoneRow{"en_US", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             ZoneRow{"th_TH", "2567-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             ZoneRow{"fa_IR", "1403-02-12T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             ZoneRow{"ar_SA", "1445-10-22T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             ZoneRow{"ja_JP", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
+             ZoneRow{"ar_EG", "2024-05-01T12:00:00+0000", "2024-05-01T12:00:00Z"},
          }) {
-        const FixedAmbient surroundings({.now = now, .timeZone = "GMT", .locale = locale});
-        EXPECT_EQ(platform::internetDateTime(decoded(text)), platform::internetDateTime(instant(expected)))
+        const FixedAmbient surroundings({.now = june, .timeZone = "GMT", .locale = locale});
+        EXPECT_EQ(platform::internetDateTime(decodedDate(text)),
+                  platform::internetDateTime(instant(expected)))
             << locale << " " << text;
     }
 }
 
 TEST(DateRules, ATextThatDoesNotParseIsNow) {
     for (const char* zone : {"GMT", "America/New_York", "Asia/Kolkata", "Pacific/Auckland"}) {
-        const FixedAmbient surroundings({.now = now, .timeZone = zone});
+        const FixedAmbient surroundings({.now = june, .timeZone = zone});
         for (const char* text : {
                  "2024-05-01",
                  "yesterday",
@@ -107,20 +108,20 @@ TEST(DateRules, ATextThatDoesNotParseIsNow) {
                  "\\u0000",
                  "📦",
              }) {
-            EXPECT_EQ(decoded(text), instant(now)) << zone << " " << text;
+            EXPECT_EQ(decodedDate(text), instant(june)) << zone << " " << text;
         }
     }
 }
 
 TEST(DateRules, OnlyAStringIsADate) {
-    const FixedAmbient surroundings({.now = now});
+    const FixedAmbient surroundings({.now = june});
     for (const char* json : {"0", "1714564800.5", "true", "null", "[]", "{}"}) {
         EXPECT_THROW(Module::customDecoder().decode<platform::Date>(json), platform::DecodingError) << json;
     }
 }
 
 TEST(DateRules, AnEncodedInstantIsShownInTheDevicesZoneWithoutShift) {
-    const Row rows[] = {
+    const ZoneRow rows[] = {
         {"GMT", "2024-05-01T12:00:00Z", R"("2024-05-01T12:00:00+0000")"},
         {"Europe/Paris", "2024-05-01T12:00:00Z", R"("2024-05-01T14:00:00+0200")"},
         {"America/New_York", "2024-01-01T04:59:59Z", R"("2023-12-31T23:59:59-0500")"},
@@ -132,8 +133,8 @@ TEST(DateRules, AnEncodedInstantIsShownInTheDevicesZoneWithoutShift) {
         {"CST6", "2024-05-01T12:00:00Z", R"("2024-05-01T06:00:00-0600")"},
         {"<+1245>-12:45", "2024-05-01T12:00:00Z", R"("2024-05-02T00:45:00+1245")"},
     };
-    for (const Row& row : rows) {
-        const FixedAmbient surroundings({.now = now, .timeZone = row.zone});
+    for (const ZoneRow& row : rows) {
+        const FixedAmbient surroundings({.now = june, .timeZone = row.zone});
         EXPECT_EQ(encoded(instant(row.text)), row.expected) << row.zone << " " << row.text;
     }
 }
@@ -141,34 +142,34 @@ TEST(DateRules, AnEncodedInstantIsShownInTheDevicesZoneWithoutShift) {
 TEST(DateRules, EncodingFollowsAChangeOfZone) {
     const platform::Date date = instant("2024-05-01T12:00:00Z");
     {
-        const FixedAmbient surroundings({.now = now, .timeZone = "Asia/Kolkata"});
+        const FixedAmbient surroundings({.now = june, .timeZone = "Asia/Kolkata"});
         EXPECT_EQ(encoded(date), R"("2024-05-01T17:30:00+0530")");
     }
-    const FixedAmbient surroundings({.now = now, .timeZone = "GMT"});
+    const FixedAmbient surroundings({.now = june, .timeZone = "GMT"});
     EXPECT_EQ(encoded(date), R"("2024-05-01T12:00:00+0000")");
 }
 
 TEST(DateRules, EncodingIsNotTheInverseOfDecoding) {
-    const FixedAmbient surroundings({.now = now, .timeZone = "Etc/GMT-2"});
-    EXPECT_EQ(encoded(decoded("2024-05-01T12:00:00+0000")), R"("2024-05-01T12:00:00+0200")");
+    const FixedAmbient surroundings({.now = june, .timeZone = "Etc/GMT-2"});
+    EXPECT_EQ(encoded(decodedDate("2024-05-01T12:00:00+0000")), R"("2024-05-01T12:00:00+0200")");
 }
 
 TEST(DateRules, TheYearsOneToNineThousandNineHundredNinetyNineSurvive) {
-    const FixedAmbient surroundings({.now = now});
+    const FixedAmbient surroundings({.now = june});
     for (const char* text :
          {"0001-01-01T00:00:00+0000", "1066-10-14T09:00:00+0000", "1582-10-04T00:00:00+0000",
           "1582-10-15T00:00:00+0000", "1969-12-31T23:59:59+0000", "2038-01-19T03:14:08+0000",
           "9999-12-31T23:59:59+0000"}) {
-        EXPECT_EQ(encoded(decoded(text)), '"' + std::string(text) + '"');
+        EXPECT_EQ(encoded(decodedDate(text)), '"' + std::string(text) + '"');
     }
 }
 
 TEST(DateRules, EveryDayOfTwoYearsDecodesToItself) {
-    const FixedAmbient surroundings({.now = now});
+    const FixedAmbient surroundings({.now = june});
     platform::Date day = instant("2023-01-01T00:00:00Z");
     for (int count = 0; count < 731; ++count) {
         const std::string text = platform::internetDateTime(day);
-        EXPECT_EQ(decoded(text.substr(0, 19) + "+0000"), day) << text;
+        EXPECT_EQ(decodedDate(text.substr(0, 19) + "+0000"), day) << text;
         day = day.addingTimeInterval(86'399);
     }
 }

@@ -8,13 +8,13 @@
 namespace VelaApi {
 namespace {
 
-struct Row {
+struct CollapseRow {
     const char* name;
     const char* before;
     const char* after;
 };
 
-const Row rows[] = {
+const CollapseRow collapseRows[] = {
     {"MergesAFragmentIntoItsLevel", R"({"a": 1, "fragment:X": {"b": 2}})", R"({"a": 1, "b": 2})"},
     {"RebuildsALevelWithoutFragments", R"({"a": {"b": [1, "c", null]}})", R"({"a": {"b": [1, "c", null]}})"},
     {"LeavesAnEmptyFragmentOut", R"({"fragment:X": {}})", "{}"},
@@ -57,7 +57,7 @@ const Row rows[] = {
 };
 
 TEST(FragmentCollapsing, FollowsItsTable) {
-    for (const Row& row : rows) {
+    for (const CollapseRow& row : collapseRows) {
         EXPECT_EQ(boost::json::value(collapsed(json::parsed(row.before).get_object())),
                   json::parsed(row.after))
             << row.name;

@@ -8,19 +8,19 @@
 namespace VelaApi {
 namespace {
 
-GraphID decoded(std::string_view json) {
+GraphID decodedID(std::string_view json) {
     return platform::JSONDecoder().decode<GraphID>(json);
 }
 
 TEST(GraphID, DecodesFromAStringAndEncodesBackToIt) {
-    EXPECT_EQ(decoded(R"("D-1")"), GraphID("D-1"));
+    EXPECT_EQ(decodedID(R"("D-1")"), GraphID("D-1"));
     EXPECT_EQ(platform::JSONEncoder().encode(GraphID("D-1")), R"("D-1")");
 }
 
 TEST(GraphID, DecodesFromNothingButAString) {
     for (const char* json :
          {"1", "1.5", "true", "null", "[]", "{}", R"({"rawValue": "D-1"})", R"(["D-1"])"}) {
-        EXPECT_THROW(decoded(json), platform::DecodingError) << json;
+        EXPECT_THROW(decodedID(json), platform::DecodingError) << json;
     }
 }
 
@@ -31,7 +31,7 @@ TEST(GraphID, KeepsOddCharacters) {
           std::string("a\0b", 3)}) {
         const GraphID identifier(text);
         EXPECT_EQ(identifier.rawValue(), text);
-        EXPECT_EQ(decoded(platform::JSONEncoder().encode(identifier)), identifier) << text;
+        EXPECT_EQ(decodedID(platform::JSONEncoder().encode(identifier)), identifier) << text;
     }
 }
 

@@ -20,22 +20,23 @@ using Delivery = Nodes::Delivery;
 using Order = Nodes::Order;
 using Base = Nodes::BaseDeliveriesOrdersListItemInterface;
 
-constexpr const char* now = "2024-06-15T10:20:30.456Z";
+constexpr const char* responseTime = "2024-06-15T10:20:30.456Z";
 
-TrackingWidgetResponse decoded(const boost::json::value& data) {
+TrackingWidgetResponse decodedResponse(const boost::json::value& data) {
     return responseFrom<TrackingWidgetResponse>(data.get_object());
 }
 
 TrackingWidgetResponse sampleWith(std::string_view path, boost::json::value replacement) {
     boost::json::value data = json::parsed(sample::trackingWidget);
     json::at(data, path) = std::move(replacement);
-    return decoded(data);
+    return decodedResponse(data);
 }
 
 Nodes item(std::string_view text) {
     const boost::json::value node = json::parsed(text);
-    return decoded({{"deliveriesOrdersList", {{"nodes", boost::json::array{node}}, {"__typename", "L"}}},
-                    {"__typename", "Query"}})
+    return decodedResponse(
+               {{"deliveriesOrdersList", {{"nodes", boost::json::array{node}}, {"__typename", "L"}}},
+                {"__typename", "Query"}})
         .deliveriesOrdersList->nodes.front();
 }
 
@@ -44,7 +45,7 @@ enum class Presence { required, optional };
 /// Which JSON a field reads.
 enum class Reads { text, url, boolean, object, list };
 
-struct Row {
+struct FieldRow {
     const char* path;
     Presence presence;
     Reads reads;
@@ -57,7 +58,7 @@ constexpr Presence optional = Presence::optional;
 #define ORDER "/deliveriesOrdersList/nodes/1"
 #define OTHER "/deliveriesOrdersList/nodes/2"
 
-const Row rows[] = {
+const FieldRow fieldRows[] = {
     {"/deliveriesOrdersList", optional, Reads::object},
     {"/deliveriesOrdersList/nodes", required, Reads::list},
     {DELIVERY "/id", required, Reads::text},
@@ -135,40 +136,41 @@ const Row rows[] = {
 #undef OTHER
 
 TEST(TrackingWidgetResponse, IsEncodedBackToTheSameKeysInOrder) {
-    const FixedAmbient surroundings({.now = now});
+    const FixedAmbient surroundings({.now = responseTime});
     const boost::json::value data = json::parsed(sample::trackingWidget);
     for (const auto collapsing : {FragmentCollapsing::keepFragments, FragmentCollapsing::collapseFragments}) {
-        EXPECT_EQ(json::text(fields(decoded(data), collapsing)), json::text(data));
+        EXPECT_EQ(json::text(fields(decodedResponse(data), collapsing)), json::text(data));
     }
 }
 
 TEST(TrackingWidgetResponse, TheTableNamesEveryFieldOfTheSample) {
     std::vector<std::string> named;
-    for (const Row& row : rows) named.emplace_back(row.path);
+    for (const FieldRow& row : fieldRows) named.emplace_back(row.path);
     EXPECT_THAT(json::paths(json::parsed(sample::trackingWidget)), testing::UnorderedElementsAreArray(named));
 }
 
 TEST(TrackingWidgetResponse, LacksOptionalFieldsOnly) {
-    for (const Row& row : rows) {
+    for (const FieldRow& row : fieldRows) {
         boost::json::value data = json::parsed(sample::trackingWidget);
         json::erase(data, row.path);
         if (row.presence == optional) {
-            EXPECT_EQ(json::text(fields(decoded(data), FragmentCollapsing::keepFragments)).find("null"),
-                      std::string::npos)
+            EXPECT_EQ(
+                json::text(fields(decodedResponse(data), FragmentCollapsing::keepFragments)).find("null"),
+                std::string::npos)
                 << row.path;
         } else {
-            EXPECT_THROW(decoded(data), platform::DecodingError) << row.path;
+            EXPECT_THROW(decodedResponse(data), platform::DecodingError) << row.path;
         }
     }
 }
 
 TEST(TrackingWidgetResponse, ReadsNullAsAbsentInOptionalFieldsOnly) {
-    for (const Row& row : rows) {
+    for (const FieldRow& row : fieldRows) {
         if (row.presence == optional) {
             boost::json::value without = json::parsed(sample::trackingWidget);
             json::erase(without, row.path);
-            const FixedAmbient surroundings({.now = now});
-            EXPECT_EQ(sampleWith(row.path, nullptr), decoded(without)) << row.path;
+            const FixedAmbient surroundings({.now = responseTime});
+            EXPECT_EQ(sampleWith(row.path, nullptr), decodedResponse(without)) << row.path;
         } else {
             EXPECT_THROW(sampleWith(row.path, nullptr), platform::DecodingError) << row.path;
         }
@@ -184,7 +186,7 @@ TEST(TrackingWidgetResponse, FailsForEveryOtherTypeOfJSON) {
         {Reads::list, boost::json::array()},
     };
     const boost::json::value numbers[] = {0, 1, -1, 0.0, 1.5, 18'446'744'073'709'551'615U};
-    for (const Row& row : rows) {
+    for (const FieldRow& row : fieldRows) {
         for (const auto& [kind, value] : values) {
             const bool takes = kind == row.reads;
             if (takes && row.reads == Reads::object)
@@ -203,19 +205,20 @@ TEST(TrackingWidgetResponse, FailsForEveryOtherTypeOfJSON) {
 }
 
 TEST(TrackingWidgetResponse, FailsForANullOrAStrangerInAList) {
-    for (const Row& row : rows) {
+    for (const FieldRow& row : fieldRows) {
         if (row.reads != Reads::list) continue;
         for (const boost::json::value& stranger :
              {boost::json::value(nullptr), boost::json::value(1), boost::json::value(boost::json::array())}) {
             boost::json::value data = json::parsed(sample::trackingWidget);
             json::at(data, row.path).get_array().push_back(stranger);
-            EXPECT_THROW(decoded(data), platform::DecodingError) << row.path << " " << json::text(stranger);
+            EXPECT_THROW(decodedResponse(data), platform::DecodingError)
+                << row.path << " " << json::text(stranger);
         }
     }
 }
 
 TEST(TrackingWidgetResponse, FailsForATextThatIsNoURL) {
-    for (const Row& row : rows) {
+    for (const FieldRow& row : fieldRows) {
         if (row.reads != Reads::url) continue;
         for (const char* text : {"", "picture.png", "//pictures.example/a.png", "http://[::1/a.png"}) {
             EXPECT_THROW(sampleWith(row.path, text), platform::DecodingError) << row.path << " " << text;
@@ -277,7 +280,7 @@ TEST(TrackingWidgetResponse, ReadsAnItemOfUnknownTypeByWhatAllItemsHave) {
 }
 
 TEST(TrackingWidgetResponse, ReadsWhatAllItemsHaveBesideTheConcreteRecord) {
-    const TrackingWidgetResponse response = decoded(json::parsed(sample::trackingWidget));
+    const TrackingWidgetResponse response = decodedResponse(json::parsed(sample::trackingWidget));
     const std::vector<Nodes>& nodes = response.deliveriesOrdersList->nodes;
     EXPECT_EQ(nodes.at(0).common, (Base{.id = "D-1", .typename_ = "Delivery"}));
     EXPECT_EQ(std::get<Delivery>(nodes.at(0).realized).id, GraphID("D-1"));
@@ -291,7 +294,7 @@ TEST(TrackingWidgetResponse, FailsWholeForOneBrokenItem) {
         json::at(data, "/deliveriesOrdersList/nodes")
             .get_array()
             .push_back({{"id", "X-1"}, {"__typename", typeName}});
-        EXPECT_THROW(decoded(data), platform::DecodingError) << typeName;
+        EXPECT_THROW(decodedResponse(data), platform::DecodingError) << typeName;
     }
     EXPECT_THROW(item(R"({"id": "A-1"})"), platform::DecodingError);
     EXPECT_THROW(item(R"({"__typename": "Article"})"), platform::DecodingError);
@@ -307,7 +310,7 @@ TEST(TrackingWidgetResponse, ReadsUnknownEnumerationTextsAsUnknownValue) {
           "/deliveriesOrdersList/nodes/1/displayStatus", "/deliveriesOrdersList/nodes/1/deliveryStatus"}) {
         json::at(data, path) = "SOMETHING_NEW";
     }
-    const TrackingWidgetResponse response = decoded(data);
+    const TrackingWidgetResponse response = decodedResponse(data);
     const auto& delivery = std::get<Delivery>(response.deliveriesOrdersList->nodes.at(0).realized);
     EXPECT_EQ(delivery.status, DeliveryStatus::unknownValue);
     EXPECT_EQ(delivery.state, DeliveryState::unknownValue);
@@ -332,15 +335,15 @@ TEST(TrackingWidgetResponse, LeavesAnExceptionsTypeEmptyForNullAndTakesAnEmptyLi
 
     boost::json::value data = json::parsed(sample::trackingWidget);
     json::erase(data, "/deliveriesOrdersList/nodes/0/exceptions");
-    EXPECT_THROW(decoded(data), platform::DecodingError);
+    EXPECT_THROW(decodedResponse(data), platform::DecodingError);
 }
 
 TEST(TrackingWidgetResponse, ReadsAnUnparsableDateAsNow) {
-    const FixedAmbient surroundings({.now = now});
+    const FixedAmbient surroundings({.now = responseTime});
     const TrackingWidgetResponse response =
         sampleWith("/deliveriesOrdersList/nodes/0/deliveredAt", "the day before");
     EXPECT_EQ(std::get<Delivery>(response.deliveriesOrdersList->nodes.at(0).realized).deliveredAt,
-              instant(now));
+              instant(responseTime));
 }
 
 TEST(TrackingWidgetResponse, KeepsOddIdentifiersAndTexts) {
@@ -358,21 +361,21 @@ TEST(TrackingWidgetResponse, OfDuplicateKeysTheLastCounts) {
 
 TEST(TrackingWidgetResponse, IgnoresKeysThatItDoesNotKnow) {
     boost::json::value data = json::parsed(sample::trackingWidget);
-    const TrackingWidgetResponse before = decoded(data);
+    const TrackingWidgetResponse before = decodedResponse(data);
     json::at(data, "/deliveriesOrdersList/nodes/0").get_object()["news"] = boost::json::array{1, nullptr};
     data.get_object()["extensions"] = nullptr;
-    EXPECT_EQ(decoded(data), before);
+    EXPECT_EQ(decodedResponse(data), before);
 }
 
 TEST(TrackingWidgetResponse, IsEmptyWithoutAList) {
-    EXPECT_EQ(decoded({{"__typename", "Query"}}),
+    EXPECT_EQ(decodedResponse({{"__typename", "Query"}}),
               (TrackingWidgetResponse{.deliveriesOrdersList = std::nullopt}));
-    EXPECT_EQ(decoded({{"__typename", "Query"}, {"deliveriesOrdersList", nullptr}}),
+    EXPECT_EQ(decodedResponse({{"__typename", "Query"}, {"deliveriesOrdersList", nullptr}}),
               TrackingWidgetResponse{});
 }
 
 TEST(TrackingWidgetResponse, ConstructorsNameTheSchemasTypes) {
-    const platform::Date date = instant(now);
+    const platform::Date date = instant(responseTime);
     const platform::URL url = platform::URL::parse("https://pictures.example/a.png").value();
     using EtaInfo = Delivery::CurrentEtaInfo;
     using Carrier = Delivery::Tracker::CarrierInfo;
@@ -426,10 +429,10 @@ TEST(TrackingWidgetResponse, TheItemsConstructorTakesTheCommonPartFromTheIdentif
 }
 
 TEST(TrackingWidgetResponse, IsEqualOnlyInEveryMember) {
-    const FixedAmbient surroundings({.now = now});
-    const TrackingWidgetResponse original = decoded(json::parsed(sample::trackingWidget));
-    EXPECT_EQ(original, decoded(json::parsed(sample::trackingWidget)));
-    for (const Row& row : rows) {
+    const FixedAmbient surroundings({.now = responseTime});
+    const TrackingWidgetResponse original = decodedResponse(json::parsed(sample::trackingWidget));
+    EXPECT_EQ(original, decodedResponse(json::parsed(sample::trackingWidget)));
+    for (const FieldRow& row : fieldRows) {
         if (row.reads != Reads::text && row.reads != Reads::url) continue;
         const char* other = row.reads == Reads::url ? "https://other.example/" : "OTHER";
         EXPECT_NE(sampleWith(row.path, other), original) << row.path;

@@ -26,7 +26,7 @@ using platform::testing::ScriptedURLSession;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr const char* createdAt = "X-Relaybox-Edge-Event-Created-At-Ms";
+constexpr const char* createdAtField = "X-Relaybox-Edge-Event-Created-At-Ms";
 constexpr const char* sentAt = "X-Relaybox-Edge-Event-Sent-At-Ms";
 constexpr const char* contentLanguage = "X-Relaybox-Edge-Content-Language";
 
@@ -55,7 +55,7 @@ TEST_F(RelayboxTest, PostsTheEnvelopeToTheHostAsItIs) {
 TEST_F(RelayboxTest, SetsFourHeadersInTheirOrder) {
     const FixedAmbient ambient({.now = "2024-05-01T12:00:00.250Z", .languages = {"en-GB", "de"}});
     EXPECT_THAT(sentRequest().headers, ElementsAre(HTTPHeaderField{"Content-Type", "application/json"},
-                                                   HTTPHeaderField{createdAt, "1714564800250"},
+                                                   HTTPHeaderField{createdAtField, "1714564800250"},
                                                    HTTPHeaderField{sentAt, "1714564800250"},
                                                    HTTPHeaderField{contentLanguage, "en-GB"}));
 }
@@ -64,7 +64,7 @@ TEST_F(RelayboxTest, ReadsTheClockOnceForTheEventAndOnceForTheSending) {
     FixedAmbient ambient({.now = "2024-05-01T12:00:00Z"});
     ambient.setTick(1.5);
     const auto request = sentRequest();
-    EXPECT_EQ(request.value(createdAt), "1714564800000");
+    EXPECT_EQ(request.value(createdAtField), "1714564800000");
     EXPECT_EQ(request.value(sentAt), "1714564801500");
     EXPECT_TRUE(request.httpBody.starts_with("{\"created_at\":736257600,")) << request.httpBody;
     EXPECT_EQ(ambient.now(), platform::testing::instant("2024-05-01T12:00:03Z"));
@@ -87,7 +87,7 @@ TEST_F(RelayboxTest, TruncatesMillisecondsTowardsZero) {
          }) {
         ambient.setNow(Date::since1970(seconds));
         relaybox.send(PlainEvent());
-        EXPECT_EQ(session->forgottenRequests().back().value(createdAt), milliseconds) << seconds;
+        EXPECT_EQ(session->forgottenRequests().back().value(createdAtField), milliseconds) << seconds;
     }
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -176,19 +177,26 @@ TEST(RelayboxUpload, DropsNoneOfThousandsAndKeepsSixtyFourInFlight) {
     constexpr std::size_t limit = 64;
     constexpr std::size_t count = 2'000;
     ASSERT_EQ(platform::URLSessionConfiguration::defaultSessionConfiguration().maximumForgottenTasks, limit);
+    std::promise<void> permission;
+    const auto mayAnswer = permission.get_future().share();
     std::atomic<std::size_t> inFlight = 0;
-    std::atomic<std::size_t> most = 0;
-    const LoopbackServer collector([&](auto&, auto& peer) {
-        most = std::max(most.load(), ++inFlight);
+    std::atomic<bool> wereMore = false;
+    const LoopbackServer collector([&, mayAnswer](auto&, auto& peer) {
+        if (++inFlight > limit) wereMore = true;
+        mayAnswer.wait();
         --inFlight;
         peer.send(httpReply(200, ""));
         peer.close();
     });
     const Relaybox relaybox(realSession(), collector.url("/v1/produce"));
     for (std::size_t index = 0; index < count; ++index) relaybox.send(PlainEvent());
+    EXPECT_TRUE(collector.waitForRequests(limit));
+    EXPECT_FALSE(relaybox.session().waitForForgottenTasks(std::chrono::milliseconds(200)));
+    EXPECT_EQ(inFlight, limit);
+    permission.set_value();
     EXPECT_TRUE(relaybox.session().waitForForgottenTasks(std::chrono::seconds(100)));
     EXPECT_EQ(collector.requests().size(), count);
-    EXPECT_LE(most, limit);
+    EXPECT_FALSE(wereMore);
 }
 
 TEST(RelayboxUpload, WaitsForItsTurnWhereTheCollectorAnswersNobody) {

@@ -6,24 +6,23 @@
 #include <cstdlib>
 
 #include "drawing/Image/Image.hpp"
-#include "tests/drawing/MemoryLimit.hpp"
-#include "tests/drawing/PictureFiles.hpp"
+#include "drawing/Writers/GIFFile.hpp"
+#include "drawing/Writers/JPEGFile.hpp"
+#include "drawing/Writers/OrientationNote.hpp"
+#include "drawing/Writers/PNGFile.hpp"
+#include "drawing/Writers/WebPFile.hpp"
+#include "tests/drawing/Photograph.hpp"
+#include "tests/support/MemoryLimit.hpp"
 
 namespace {
 
+using namespace drawing;
 using namespace tests;
-using drawing::Bitmap;
-using drawing::decodedImage;
-using drawing::ImageDecoding;
-using drawing::ImageFormat;
-using drawing::ImageHeader;
-using drawing::imageHeader;
-using drawing::PixelSize;
 
 constexpr Pixel red{200, 30, 20}, green{20, 160, 40}, blue{30, 40, 190}, yellow{230, 210, 40};
 
 /// Red and green above blue and yellow.
-Picture quarters(PixelSize size) {
+StraightBitmap quarters(PixelSize size) {
     return painted(size, [&](int x, int y) {
         if (y < size.height / 2) return x < size.width / 2 ? red : green;
         return x < size.width / 2 ? blue : yellow;
@@ -60,48 +59,54 @@ struct Form {
 };
 
 std::vector<Form> everyForm(PixelSize size) {
-    const Picture picture = quarters(size);
+    const StraightBitmap picture = quarters(size);
     const auto byRows = ImageDecoding::byRows, whole = ImageDecoding::whole;
     const auto lossless = WebPLoss::lossless, lossy = WebPLoss::lossy;
     return {
-        {"JPEG", jpeg(picture), {ImageFormat::jpeg, size, byRows}, 6},
-        {"JPEG in several scans", jpeg(picture, {.progressive = true}), {ImageFormat::jpeg, size, whole}, 6},
+        {"JPEG", jpegFile(picture), {ImageFormat::jpeg, size, byRows}, 6},
+        {"JPEG in several scans",
+         jpegFile(picture, {.progressive = true}),
+         {ImageFormat::jpeg, size, whole},
+         6},
         {"JPEG, arithmetic coding",
-         jpeg(picture, {.arithmetic = true}),
+         jpegFile(picture, {.arithmetic = true}),
          {ImageFormat::jpeg, size, byRows},
          6},
         {"JPEG of inks",
-         jpeg(picture, {.colors = JPEGColors::cmykInks}),
+         jpegFile(picture, {.colors = JPEGColors::cmykInks}),
          {ImageFormat::jpeg, size, byRows},
          6},
         {"JPEG of inks, inverted",
-         jpeg(picture, {.colors = JPEGColors::yccInks}),
+         jpegFile(picture, {.colors = JPEGColors::yccInks}),
          {ImageFormat::jpeg, size, byRows},
          6},
-        {"PNG", png(picture), {ImageFormat::png, size, byRows}, 0},
-        {"PNG without alpha", png(picture, {.colors = PNGColors::rgb}), {ImageFormat::png, size, byRows}, 0},
-        {"PNG of 16 bits", png(picture, {.bitDepth = 16}), {ImageFormat::png, size, byRows}, 0},
+        {"PNG", pngFile(picture), {ImageFormat::png, size, byRows}, 0},
+        {"PNG without alpha",
+         pngFile(picture, {.colors = PNGColors::rgb}),
+         {ImageFormat::png, size, byRows},
+         0},
+        {"PNG of 16 bits", pngFile(picture, {.bitDepth = 16}), {ImageFormat::png, size, byRows}, 0},
         {"PNG of 16 bits without alpha",
-         png(picture, {.colors = PNGColors::rgb, .bitDepth = 16}),
+         pngFile(picture, {.colors = PNGColors::rgb, .bitDepth = 16}),
          {ImageFormat::png, size, byRows},
          0},
         {"PNG with a palette",
-         png(picture, {.colors = PNGColors::palette}),
+         pngFile(picture, {.colors = PNGColors::palette}),
          {ImageFormat::png, size, byRows},
          0},
         {"PNG with a palette of 2 bits",
-         png(picture, {.colors = PNGColors::palette, .bitDepth = 2}),
+         pngFile(picture, {.colors = PNGColors::palette, .bitDepth = 2}),
          {ImageFormat::png, size, byRows},
          0},
-        {"PNG, interlaced", png(picture, {.interlaced = true}), {ImageFormat::png, size, whole}, 0},
+        {"PNG, interlaced", pngFile(picture, {.interlaced = true}), {ImageFormat::png, size, whole}, 0},
         {"PNG with a palette, interlaced",
-         png(picture, {.colors = PNGColors::palette, .bitDepth = 4, .interlaced = true}),
+         pngFile(picture, {.colors = PNGColors::palette, .bitDepth = 4, .interlaced = true}),
          {ImageFormat::png, size, whole},
          0},
-        {"WebP", webp(picture, lossy), {ImageFormat::webp, size, whole}, 10},
-        {"WebP without loss", webp(picture, lossless), {ImageFormat::webp, size, whole}, 0},
-        {"GIF", gif(picture), {ImageFormat::gif, size, byRows}, 0},
-        {"GIF, interlaced", gif(picture, {.interlaced = true}), {ImageFormat::gif, size, whole}, 0},
+        {"WebP", webpFile(picture, {.loss = lossy}), {ImageFormat::webp, size, whole}, 10},
+        {"WebP without loss", webpFile(picture, {.loss = lossless}), {ImageFormat::webp, size, whole}, 0},
+        {"GIF", gifFile(picture), {ImageFormat::gif, size, byRows}, 0},
+        {"GIF, interlaced", gifFile(picture, {.interlaced = true}), {ImageFormat::gif, size, whole}, 0},
     };
 }
 
@@ -119,14 +124,15 @@ TEST(ImageDecoding, ReadsEveryForm) {
 }
 
 TEST(ImageDecoding, ReadsShadesOfGrey) {
-    const Picture picture = quarters({32, 32});
+    const StraightBitmap picture = quarters({32, 32});
     const auto grey = [](const Pixel& pixel) { return Pixel{pixel.green, pixel.green, pixel.green}; };
     const std::array expected = {grey(red), grey(green), grey(blue), grey(yellow)};
-    expectColors(*decodedImage(jpeg(picture, {.colors = JPEGColors::gray}), {32, 32}), expected, 4, "JPEG");
-    expectColors(*decodedImage(png(picture, {.colors = PNGColors::gray}), {32, 32}), expected, 0, "PNG");
-    expectColors(*decodedImage(png(picture, {.colors = PNGColors::gray, .bitDepth = 16}), {32, 32}), expected,
-                 0, "16");
-    expectColors(*decodedImage(png(picture, {.colors = PNGColors::grayAlpha}), {32, 32}), expected, 0,
+    expectColors(*decodedImage(jpegFile(picture, {.colors = JPEGColors::gray}), {32, 32}), expected, 4,
+                 "JPEG");
+    expectColors(*decodedImage(pngFile(picture, {.colors = PNGColors::gray}), {32, 32}), expected, 0, "PNG");
+    expectColors(*decodedImage(pngFile(picture, {.colors = PNGColors::gray, .bitDepth = 16}), {32, 32}),
+                 expected, 0, "16");
+    expectColors(*decodedImage(pngFile(picture, {.colors = PNGColors::grayAlpha}), {32, 32}), expected, 0,
                  "with alpha");
 }
 
@@ -149,9 +155,12 @@ TEST(ImageDecoding, ShowsAPhotographUprightWhicheverWayTheCameraWasHeld) {
              Row{8, tall, {green, yellow, red, blue}},
              Row{9, wide, {red, green, blue, yellow}},
          })
-        for (const char* byteOrder : {"II", "MM"}) {
-            const std::string name = std::string(byteOrder) + std::to_string(orientation);
-            const std::string bytes = jpeg(quarters(wide), {.exif = exifNoting(orientation, byteOrder)});
+        for (const ExifByteOrder byteOrder : {ExifByteOrder::littleEndian, ExifByteOrder::bigEndian}) {
+            const std::string name =
+                (byteOrder == ExifByteOrder::bigEndian ? "MM" : "II") + std::to_string(orientation);
+            const std::string note =
+                orientationNote(orientation, {.byteOrder = byteOrder, .imageWidth = 640});
+            const std::string bytes = jpegFile(quarters(wide), {.exif = note});
             ASSERT_TRUE(imageHeader(bytes)) << name;
             EXPECT_EQ(imageHeader(bytes)->size, size) << name;
             const auto bitmap = decodedImage(bytes, {size.width / 2, size.height / 2});
@@ -161,24 +170,25 @@ TEST(ImageDecoding, ShowsAPhotographUprightWhicheverWayTheCameraWasHeld) {
 }
 
 TEST(ImageDecoding, TakesANoteThatBreaksOffForUpright) {
-    const std::string note = exifNoting(6, "II");
+    const std::string note =
+        orientationNote(6, {.byteOrder = ExifByteOrder::littleEndian, .imageWidth = 640});
     for (std::size_t length = 0; length < note.size() - 8; ++length) {
-        const auto header = imageHeader(jpeg(quarters({16, 8}), {.exif = note.substr(0, length)}));
+        const auto header = imageHeader(jpegFile(quarters({16, 8}), {.exif = note.substr(0, length)}));
         ASSERT_TRUE(header);
         EXPECT_EQ(header->size, (PixelSize{16, 8})) << length;
     }
 }
 
 TEST(ImageDecoding, MultipliesColoursByTheirAlpha) {
-    const Picture glass = painted({8, 8}, [](int, int) { return Pixel{255, 128, 0, 128}; });
+    const StraightBitmap glass = painted({8, 8}, [](int, int) { return Pixel{255, 128, 0, 128}; });
     const struct {
         const char* name;
         std::string bytes;
-    } forms[] = {{"PNG", png(glass)},
-                 {"16 bits", png(glass, {.bitDepth = 16})},
-                 {"palette", png(glass, {.colors = PNGColors::palette})},
-                 {"interlaced", png(glass, {.interlaced = true})},
-                 {"WebP", webp(glass, WebPLoss::lossless)}};
+    } forms[] = {{"PNG", pngFile(glass)},
+                 {"16 bits", pngFile(glass, {.bitDepth = 16})},
+                 {"palette", pngFile(glass, {.colors = PNGColors::palette})},
+                 {"interlaced", pngFile(glass, {.interlaced = true})},
+                 {"WebP", webpFile(glass, {.loss = WebPLoss::lossless})}};
     for (const auto& [name, bytes] : forms)
         for (const int side : {3, 8, 20}) {
             const auto bitmap = decodedImage(bytes, {side, side});
@@ -188,10 +198,11 @@ TEST(ImageDecoding, MultipliesColoursByTheirAlpha) {
 }
 
 TEST(ImageDecoding, LetsNoColourOutOfWhatIsTransparent) {
-    const Picture stripes = painted({64, 64}, [](int x, int) {
+    const StraightBitmap stripes = painted({64, 64}, [](int x, int) {
         return x % 2 ? Pixel{0, 255, 0, 0} : Pixel{255, 0, 0, 255};
     });
-    for (const std::string& bytes : {png(stripes), gif(stripes), png(stripes, {.interlaced = true})}) {
+    for (const std::string& bytes :
+         {pngFile(stripes), gifFile(stripes), pngFile(stripes, {.interlaced = true})}) {
         const auto bitmap = decodedImage(bytes, {8, 8});
         ASSERT_TRUE(bitmap);
         for (const std::uint32_t pixel : bitmap->pixels) {
@@ -203,18 +214,18 @@ TEST(ImageDecoding, LetsNoColourOutOfWhatIsTransparent) {
 }
 
 TEST(ImageDecoding, TakesTheFirstFrameOfAnAnimation) {
-    expectColors(*decodedImage(gif(quarters({20, 20}), {.frames = 3}), {20, 20}), {red, green, blue, yellow},
-                 0, "");
+    expectColors(*decodedImage(gifFile(quarters({20, 20}), {.frames = 3}), {20, 20}),
+                 {red, green, blue, yellow}, 0, "");
 }
 
 TEST(ImageDecoding, UnpacksAGIFThatFillsItsTableOverAndOver) {
     std::uint32_t random = 1;
     for (const int colors : {2, 3, 16, 200}) {
-        const Picture noise = painted({301, 200}, [&](int x, int) {
+        const StraightBitmap noise = painted({301, 200}, [&](int x, int) {
             random = random * 1664525u + 1013904223u;
             return Pixel{std::uint8_t(x % 50 ? (random >> 16) % unsigned(colors) : 1), 9, 77};
         });
-        const auto bitmap = decodedImage(gif(noise), noise.size);
+        const auto bitmap = decodedImage(gifFile(noise), noise.size);
         ASSERT_TRUE(bitmap) << colors;
         for (int y = 0; y < noise.size.height; ++y)
             for (int x = 0; x < noise.size.width; ++x)
@@ -225,10 +236,10 @@ TEST(ImageDecoding, UnpacksAGIFThatFillsItsTableOverAndOver) {
 
 TEST(ImageDecoding, PutsAFrameAtItsPlaceOnTheScreen) {
     for (const bool interlaced : {false, true}) {
-        const Bitmap shown =
-            *decodedImage(gif(quarters({10, 10}),
-                              {.interlaced = interlaced, .screen = PixelSize{20, 30}, .left = 10, .top = 5}),
-                          {20, 30});
+        const Bitmap shown = *decodedImage(
+            gifFile(quarters({10, 10}),
+                    {.interlaced = interlaced, .screen = PixelSize{20, 30}, .left = 10, .top = 5}),
+            {20, 30});
         EXPECT_EQ(shown.row(0)[0], 0u);
         EXPECT_EQ(shown.row(10)[9], 0u);
         EXPECT_EQ(shown.row(15)[15], 0u);
@@ -238,45 +249,45 @@ TEST(ImageDecoding, PutsAFrameAtItsPlaceOnTheScreen) {
 }
 
 TEST(ImageDecoding, MakesTheScreenHoldItsFrame) {
-    const std::string bytes = gif(quarters({10, 10}), {.screen = PixelSize{4, 4}, .left = 2, .top = 1});
+    const std::string bytes = gifFile(quarters({10, 10}), {.screen = PixelSize{4, 4}, .left = 2, .top = 1});
     EXPECT_EQ(imageHeader(bytes)->size, (PixelSize{12, 11}));
     EXPECT_TRUE(decodedImage(bytes, {12, 11}));
 }
 
 TEST(ImageDecoding, MakesNoPictureOfAnUnusableSize) {
-    const std::string bytes = png(quarters({4, 4}));
+    const std::string bytes = pngFile(quarters({4, 4}));
     for (const PixelSize wanted : {PixelSize{0, 4}, {4, 0}, {-1, 4}, {1025, 4}, {4, 1 << 30}})
         EXPECT_FALSE(decodedImage(bytes, wanted)) << wanted.width << " x " << wanted.height;
     EXPECT_TRUE(decodedImage(bytes, {1024, 1024}));
 }
 
 TEST(ImageDecoding, CostsAFewRowsAndNotTheWholePicture) {
-    const Picture large = painted({4000, 3000}, [](int x, int y) {
+    const StraightBitmap large = painted({4000, 3000}, [](int x, int y) {
         return Pixel{std::uint8_t(x / 16), std::uint8_t(y / 12), std::uint8_t(x + y)};
     });
-    const Picture coarse = painted({4000, 3000}, [](int x, int y) {
+    const StraightBitmap coarse = painted({4000, 3000}, [](int x, int y) {
         return Pixel{std::uint8_t(x / 500 * 30), std::uint8_t(y / 500 * 40), 0};
     });
     const PixelSize wanted{168, 168};
     const struct {
         const char* name;
         std::string bytes;
-    } forms[] = {{"JPEG", jpeg(large)},
-                 {"PNG", png(large, {.colors = PNGColors::rgb})},
-                 {"interlaced PNG", png(coarse, {.interlaced = true})},
-                 {"interlaced GIF", gif(coarse, {.interlaced = true})}};
+    } forms[] = {{"JPEG", jpegFile(large)},
+                 {"PNG", pngFile(large, {.colors = PNGColors::rgb})},
+                 {"interlaced PNG", pngFile(coarse, {.interlaced = true})},
+                 {"interlaced GIF", gifFile(coarse, {.interlaced = true})}};
     for (const auto& [name, bytes] : forms)
         EXPECT_TRUE(succeedsWithin(3 << 20, [&, &file = bytes] {
             return decodedImage(file, wanted).has_value();
         })) << name;
-    const std::string whole = webp(coarse, WebPLoss::lossless);
+    const std::string whole = webpFile(coarse, {.loss = WebPLoss::lossless});
     if (memoryCanBeLimited) {
         EXPECT_FALSE(succeedsWithin(3 << 20, [&] { return decodedImage(whole, wanted).has_value(); }));
     }
 }
 
 TEST(ImageDecoding, PacksWhatTheScansOfAPhotographSay) {
-    const std::string photo = jpeg(photograph({4000, 3000}), {.progressive = true});
+    const std::string photo = jpegFile(photograph({4000, 3000}), {.progressive = true});
     EXPECT_TRUE(succeedsWithin(16 << 20, [&] { return decodedImage(photo, {168, 126}).has_value(); }));
 }
 

@@ -1,16 +1,20 @@
 #include "tests/drawing/PictureBombs.hpp"
 
-#include <webp/encode.h>
 #include <zlib.h>
 
 #include <algorithm>
 #include <utility>
 
-#include "tests/drawing/PictureFiles.hpp"
+#include "drawing/Writers/GIFFile.hpp"
+#include "drawing/Writers/JPEGFile.hpp"
+#include "drawing/Writers/OrientationNote.hpp"
+#include "drawing/Writers/PNGChunks.hpp"
+#include "drawing/Writers/WebPFile.hpp"
+#include "tests/drawing/Photograph.hpp"
 
 namespace tests {
 
-using drawing::PixelSize;
+using namespace drawing;
 using namespace std::string_literals;
 
 namespace {
@@ -69,7 +73,7 @@ std::string blackPNG(PixelSize size, const PNGBomb& form) {
     }
     const std::string palette =
         form.colors == PNGColors::palette ? pngChunk("PLTE", std::string(std::size_t(768), '\7')) : "";
-    return pngSignature() + pngHeaderChunk(size, form.bitDepth, int(form.colors), form.interlaced) +
+    return std::string(pngSignature()) + pngHeaderChunk(size, form.bitDepth, form.colors, form.interlaced) +
            form.beside + palette + pngChunk("IDAT", deflatedZeros(raw)) + pngChunk("IEND", {});
 }
 
@@ -103,12 +107,12 @@ std::string withScansRepeated(const std::string& bytes, std::size_t times) {
 }
 
 /// A JPEG of one colour, whose scans say next to nothing.
-std::string plainJPEG(PixelSize size, const JPEGForm& form) {
-    return jpeg(painted(size, [](int, int) { return Pixel{90, 90, 90}; }), form);
+std::string plainJPEG(PixelSize size, const JPEGFileOptions& form) {
+    return jpegFile(painted(size, [](int, int) { return Pixel{90, 90, 90}; }), form);
 }
 
-std::string smallGIF(const GIFForm& form) {
-    return gif(painted({1, 1}, [](int, int) { return Pixel{}; }), form);
+std::string smallGIF(const GIFFileOptions& form) {
+    return gifFile(painted({1, 1}, [](int, int) { return Pixel{}; }), form);
 }
 
 /// Behind the header, the screen and the colours for 256 of them.
@@ -197,13 +201,13 @@ std::string streamOfGroups(PixelSize size, int groups, bool hasHeader) {
     return bits.bytes() + std::string(8, '\0');
 }
 
-Picture translucent(PixelSize size) {
+StraightBitmap translucent(PixelSize size) {
     return painted(size, [](int x, int y) {
         return Pixel{std::uint8_t(x / 8), std::uint8_t(y / 8), 40, std::uint8_t((x / 16 + y / 16) * 9)};
     });
 }
 
-Picture coarse(PixelSize size) {
+StraightBitmap coarse(PixelSize size) {
     return painted(size, [](int x, int y) {
         return Pixel{std::uint8_t(x / 64 * 30), std::uint8_t(y / 64 * 40), std::uint8_t(x / 32)};
     });
@@ -257,7 +261,7 @@ std::vector<PictureBomb> pngBombs() {
 }
 
 std::vector<PictureBomb> jpegBombs() {
-    const auto plain = [](PixelSize size, const JPEGForm& form) {
+    const auto plain = [](PixelSize size, const JPEGFileOptions& form) {
         return [=] { return plainJPEG(size, form); };
     };
     const auto scans = [](PixelSize size, std::size_t times) {
@@ -266,18 +270,18 @@ std::vector<PictureBomb> jpegBombs() {
     const auto segments = [](auto made) {
         return [=] { return withSegments(plainJPEG({24, 16}, {}), made()); };
     };
-    const auto photo = [](PixelSize size, const JPEGForm& form) {
-        return [=] { return jpeg(photograph(size), form); };
+    const auto photo = [](PixelSize size, const JPEGFileOptions& form) {
+        return [=] { return jpegFile(photograph(size), form); };
     };
-    const JPEGForm progressive{.progressive = true}, arithmetic{.arithmetic = true};
-    const JPEGForm fine{.quality = 100, .progressive = true, .sampling = {1, 1}};
+    const JPEGFileOptions progressive{.progressive = true}, arithmetic{.arithmetic = true};
+    const JPEGFileOptions fine{.quality = 100, .progressive = true, .sampling = {1, 1}};
     return {
         {"JPEG, 65,500 x 1", plain({65'500, 1}, {}), Outcome::nothing},
         {"JPEG, 1 x 65,500, in scans", plain({1, 65'500}, progressive), Outcome::nothing},
         {"JPEG, 32,767 x 1", plain({32'767, 1}, {}), Outcome::picture},
         {"JPEG, 32,767 x 1, turned",
          [] {
-             return plainJPEG({32'767, 1}, {.exif = exifNoting(6, "MM")});
+             return plainJPEG({32'767, 1}, {.exif = orientationNote(6, {.imageWidth = 640})});
          },
          Outcome::picture},
         {"JPEG, 32,767 x 32, in scans", plain({32'767, 32}, progressive), Outcome::picture},
@@ -338,12 +342,12 @@ std::vector<PictureBomb> gifBombs() {
         {"GIF, 20,000 frames", [] { return smallGIF({.frames = 20'000}); }, Outcome::picture},
         {"GIF, 24 megapixels of one colour",
          [] {
-             return gif(painted({6000, 4000}, [](int, int) { return Pixel{}; }));
+             return gifFile(painted({6000, 4000}, [](int, int) { return Pixel{}; }));
          },
          Outcome::picture, true},
         {"GIF, interlaced, 32,767 x 488",
          [] {
-             return gif(painted({32'767, 488}, [](int, int) { return Pixel{}; }), {.interlaced = true});
+             return gifFile(painted({32'767, 488}, [](int, int) { return Pixel{}; }), {.interlaced = true});
          },
          Outcome::picture, true},
     };
@@ -351,11 +355,11 @@ std::vector<PictureBomb> gifBombs() {
 
 std::vector<PictureBomb> webpBombs() {
     const auto encoded = [](PixelSize size, WebPLoss loss) {
-        return [=] { return webp(coarse(size), loss); };
+        return [=] { return webpFile(coarse(size), {.loss = loss}); };
     };
     const auto beside = [](const char* type, char flags) {
         return [=] {
-            return extendedWebP(webp(coarse({24, 16}), WebPLoss::lossy), {24, 16}, flags,
+            return extendedWebP(webpFile(coarse({24, 16}), {.loss = WebPLoss::lossy}), {24, 16}, flags,
                                 webpChunk(type, std::string(7u << 20, 'x')));
         };
     };
@@ -384,18 +388,18 @@ std::vector<PictureBomb> webpBombs() {
         {"WebP, 16,383 x 100", encoded({16'383, 100}, lossy), Outcome::picture},
         {"WebP with alpha, 16 megapixels",
          [] {
-             return webp(translucent({4000, 4000}), WebPLoss::lossy);
+             return webpFile(translucent({4000, 4000}), {.loss = WebPLoss::lossy});
          },
          Outcome::nothing, true},
         {"WebP with alpha, 3 megapixels",
          [] {
-             return webp(translucent({2000, 1500}), WebPLoss::lossy);
+             return webpFile(translucent({2000, 1500}), {.loss = WebPLoss::lossy});
          },
          Outcome::picture},
         {"WebP whose alpha has 65,536 groups",
          [] {
              constexpr PixelSize size{1024, 1024};
-             return extendedWebP(webp(coarse(size), WebPLoss::lossy), size, 0x10,
+             return extendedWebP(webpFile(coarse(size), {.loss = WebPLoss::lossy}), size, 0x10,
                                  webpChunk("ALPH", "\1" + streamOfGroups(size, 65'536, false)));
          },
          Outcome::nothing},

@@ -18,7 +18,7 @@ Bitmap bitmap(PixelSize size, auto paint) {
     return made;
 }
 
-constexpr std::uint32_t white = 0xFFFFFFFF, black = 0xFF000000;
+constexpr std::uint32_t whitePixel = 0xFFFFFFFF, blackPixel = 0xFF000000;
 
 TEST(Resizing, KeepsEveryPixelOfAPictureOfTheWantedSize) {
     const Bitmap noise = bitmap(
@@ -38,7 +38,8 @@ TEST(Resizing, KeepsOneColourAtEverySize) {
 }
 
 TEST(Resizing, AveragesAreasOfTheEncodedValuesWhenThePictureShrinks) {
-    const Bitmap checkers = bitmap({400, 400}, [](int x, int y) { return (x + y) % 2 ? white : black; });
+    const Bitmap checkers =
+        bitmap({400, 400}, [](int x, int y) { return (x + y) % 2 ? whitePixel : blackPixel; });
     for (const std::uint32_t pixel : drawing::resized(checkers, {10, 10}).pixels) {
         EXPECT_EQ(pixel >> 24, 255u);
         EXPECT_NEAR(pixel & 255, 128, 1);
@@ -46,7 +47,7 @@ TEST(Resizing, AveragesAreasOfTheEncodedValuesWhenThePictureShrinks) {
 }
 
 TEST(Resizing, KeepsAnEdgeWhereItWas) {
-    const Bitmap halves = bitmap({300, 20}, [](int x, int) { return x < 150 ? black : white; });
+    const Bitmap halves = bitmap({300, 20}, [](int x, int) { return x < 150 ? blackPixel : whitePixel; });
     for (const int width : {30, 150, 600}) {
         const Bitmap resized = drawing::resized(halves, {width, 20});
         EXPECT_LT(resized.row(10)[width / 2 - 2] & 255, 30u) << width;
@@ -55,7 +56,8 @@ TEST(Resizing, KeepsAnEdgeWhereItWas) {
 }
 
 TEST(Resizing, NeverLetsAColourExceedItsAlpha) {
-    const Bitmap dots = bitmap({40, 40}, [](int x, int y) { return x % 5 == 0 && y % 3 == 0 ? white : 0u; });
+    const Bitmap dots =
+        bitmap({40, 40}, [](int x, int y) { return x % 5 == 0 && y % 3 == 0 ? whitePixel : 0u; });
     for (const PixelSize size : {PixelSize{7, 11}, {33, 35}, {90, 90}})
         for (const std::uint32_t pixel : drawing::resized(dots, size).pixels) {
             EXPECT_LE(pixel & 255, pixel >> 24);

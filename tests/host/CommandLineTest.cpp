@@ -45,8 +45,12 @@ class CommandLine : public Person {
 
 TEST_F(CommandLine, NamesTheWordOfTheWidgetsThatIsUnknown) {
     const std::pair<Words, const char*> rows[] = {
-        {{"bogus"}, R"(vela-widget: there is no command "bogus")"},
-        {{"bogus", "timeline"}, R"(vela-widget: there is no command "bogus")"},
+        {{"bogus"},
+         R"(vela-widget: there is no command "bogus"; there are placeholder, snapshot, timeline, )"
+         "declaration, show, render"},
+        {{"bogus", "timeline"},
+         R"(vela-widget: there is no command "bogus"; there are placeholder, snapshot, timeline, )"
+         "declaration, show, render"},
         {{"tmeline"}, R"(vela-widget: there is no command "tmeline"; did you mean "timeline"?)"},
         {{"timeline", "bogus"}, R"(vela-widget timeline: "bogus" was not expected)"},
         {{"timeline", "snapshot"}, R"(vela-widget timeline: "snapshot" was not expected)"},
@@ -58,16 +62,21 @@ TEST_F(CommandLine, NamesTheWordOfTheWidgetsThatIsUnknown) {
         {{"--family", "systemSmall", "timeline"}, R"(vela-widget: there is no option "--family")"},
         {{"-x"}, R"(vela-widget: there is no option "-x")"},
         {{"red\x1b[31m"}, "vela-widget: an argument was not expected"},
-        {{}, "vela-widget: A subcommand is required"},
+        {{},
+         "vela-widget: a command is required; there are placeholder, snapshot, timeline, declaration, show, "
+         "render"},
     };
     for (const auto& [arguments, words] : rows) EXPECT_EQ(complaint(widget(arguments)), words);
 }
 
 TEST_F(CommandLine, NamesTheWordOfTheCompanionsThatIsUnknown) {
     const std::pair<Words, const char*> rows[] = {
-        {{"bogus"}, R"(vela-companion: there is no command "bogus")"},
+        {{"bogus"},
+         R"(vela-companion: there is no command "bogus"; there are sign-in, sign-out, status, defaults, open)"},
         {{"stats"}, R"(vela-companion: there is no command "stats"; did you mean "status"?)"},
-        {{"defaults", "bogus"}, R"(vela-companion defaults: there is no command "bogus")"},
+        {{"defaults", "bogus"},
+         R"(vela-companion defaults: there is no command "bogus"; there are read, write, delete)"},
+        {{"defaults"}, "vela-companion defaults: a command is required; there are read, write, delete"},
         {{"defaults", "wirte", "a", "b"},
          R"(vela-companion defaults: there is no command "wirte"; did you mean "write"?)"},
         {{"sing-in"}, R"(vela-companion: there is no command "sing-in"; did you mean "sign-in"?)"},

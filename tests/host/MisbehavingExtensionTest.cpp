@@ -1,4 +1,5 @@
 #include <signal.h>
+#include <sys/stat.h>
 
 #include <fstream>
 
@@ -14,12 +15,16 @@ using std::chrono::milliseconds;
 using Kind = ExtensionRequest::Kind;
 
 constexpr const char* goodEntry = R"({"date":"2026-01-31T10:00:00.000Z","state":"noPackages"})";
+constexpr const char* entryWithPicture =
+    R"({"date":"2026-01-31T10:00:00.000Z","state":"loggedIn","packages":[{"progress":0,)"
+    R"("deepLinkingUrl":"a:b","shopImage":"https://a.example/p","shopName":"n","statusText":{"primary":"p"}}]})";
 
 class MisbehavingExtension : public Misbehaviour {
   protected:
     /// Asks for a drawing of a saved entry, which needs nothing but the drawing.
-    Ending draw(const std::string& behaviour, milliseconds pictureBudget = std::chrono::hours(1)) const {
-        folder.write("entry.json", goodEntry);
+    Ending draw(const std::string& behaviour, milliseconds pictureBudget = std::chrono::hours(1),
+                const char* entry = goodEntry) const {
+        folder.write("entry.json", entry);
         DrawingCommand command;
         command.families = {platform::WidgetFamily::systemSmall};
         command.colorSchemes = {drawing::ColorScheme::light};
@@ -85,18 +90,83 @@ TEST_F(MisbehavingExtension, IsGivenUpWhenItHangs) {
 }
 
 TEST_F(MisbehavingExtension, IsGivenUpWhenItHangsWhileDrawing) {
-    settings.answerLimit = milliseconds(300);
+    settings.answerLimit = milliseconds(1500);
     settings.farewellLimit = milliseconds(200);
     for (const std::string behaviour :
          {"greet\nreceive\nraise 19", "greet\nreceive\nsleep 3600000", "raise 19"}) {
         const auto result = draw(behaviour, milliseconds(100));
         EXPECT_EQ(result.status, 1) << behaviour;
-        EXPECT_TRUE(result.errors.starts_with(line("the pictures took too long; drawing without them") +
-                                              "vela-widget: the extension has not answered within "))
-            << result.errors;
+        EXPECT_EQ(result.errors, line("the extension has not answered within 100 ms; starting it again") +
+                                     line("the extension has not answered within 2 s"));
         EXPECT_FALSE(std::filesystem::exists(path("drawing.json")));
         EXPECT_TRUE(eventually(isNothingLeft)) << behaviour;
     }
+}
+
+TEST_F(MisbehavingExtension, IsSaidToHangOverPicturesOnlyWhereThereAreAny) {
+    settings.farewellLimit = milliseconds(200);
+    const auto hangsOnce = [&](const std::string& mark) {
+        return "greet\nreceive\nunless " + path(mark) + " sleep 3600000\ndraw {}";
+    };
+    const auto without = draw(hangsOnce("first"), milliseconds(100), goodEntry);
+    EXPECT_EQ(without.status, 0);
+    EXPECT_EQ(without.errors, line("the extension has not answered within 100 ms; starting it again"));
+    const auto with = draw(hangsOnce("second"), milliseconds(100), entryWithPicture);
+    EXPECT_EQ(with.status, 0);
+    EXPECT_EQ(with.errors, line("the extension has not answered within 100 ms, perhaps because of its "
+                                "pictures; drawing without them"));
+}
+
+TEST_F(MisbehavingExtension, HasOneLimitForAllAnswersOfACommand) {
+    settings.answerLimit = milliseconds(900);
+    settings.farewellLimit = milliseconds(200);
+    DrawingCommand command;
+    command.colorSchemes = {drawing::ColorScheme::light};
+    command.entry = "placeholder";
+    command.output = path("pictures");
+    command.outputKind = DrawingCommand::OutputKind::folder;
+    command.format = widget::DrawingFormat::tree;
+    command.extension = settings;
+    // None of the three takes as long as all may.
+    const std::string behaviour =
+        "greet\nreceive\nsleep 400\nanswer "
+        R"({"declaration":{"kind":"","displayName":"","description":"","supportedFamilies":["systemSmall"]}})"
+        "\nreceive\nsleep 400\nanswer {\"entry\":" +
+        std::string(goodEntry) + "}\nreceive\nsleep 400\ndraw {}";
+    const auto result = ending(behaviour, [&] { return command.run(); });
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.errors.ends_with(line("the extension has not answered within 900 ms")))
+        << result.errors;
+    EXPECT_TRUE(std::filesystem::is_empty(path("pictures")));
+    EXPECT_TRUE(eventually(isNothingLeft));
+}
+
+TEST_F(MisbehavingExtension, SharesTheLimitWithTheOneThatIsStartedAgain) {
+    settings.answerLimit = milliseconds(900);
+    settings.farewellLimit = milliseconds(200);
+    const auto result =
+        draw("greet\nreceive\nsleep 500\nunless " + path("mark") + " raise 11\nsleep 300\ndraw {}");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.errors.ends_with(line("the extension has not answered within 900 ms")))
+        << result.errors;
+    EXPECT_FALSE(std::filesystem::exists(path("drawing.json")));
+    EXPECT_TRUE(eventually(isNothingLeft));
+}
+
+TEST_F(MisbehavingExtension, IsNotStartedForAnEntryThatNeverEnds) {
+    ASSERT_EQ(::mkfifo(path("pipe").c_str(), 0600), 0);
+    settings.answerLimit = milliseconds(100);
+    DrawingCommand command;
+    command.families = {platform::WidgetFamily::systemSmall};
+    command.colorSchemes = {drawing::ColorScheme::light};
+    command.entry = path("pipe");
+    command.output = path("drawing.png");
+    command.extension = settings;
+    const auto result = ending("note " + path("started"), [&] { return command.run(); });
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, line(path("pipe") + " has not ended within 100 ms"));
+    EXPECT_FALSE(std::filesystem::exists(path("started")));
+    EXPECT_FALSE(std::filesystem::exists(path("drawing.png")));
 }
 
 TEST_F(MisbehavingExtension, IsStartedAgainOnceWhenItEndsWhileDrawing) {

@@ -157,6 +157,7 @@ TEST_F(RenderCommand, SaysWhatIsWrongWithAnEntry) {
         folder.write("entry.json", text);
         const auto result = widget({"render", "--entry", path("entry.json"), "--output", path("never.png")});
         EXPECT_EQ(result.status, 1);
+        EXPECT_TRUE(result.errors.starts_with("vela-widget: " + path("entry.json") + ": ")) << result.errors;
         EXPECT_NE(result.errors.find(message), std::string::npos) << result.errors;
         EXPECT_FALSE(std::filesystem::exists(path("never.png")));
     }
@@ -177,8 +178,61 @@ TEST_F(RenderCommand, ExitsWithTwoOnWrongUsage) {
              {"render", "--output", "x", "--format", "bmp"},
              {"render", "--output", "x", "--tint", "red"},
              {"render", "--output", "x", "--family", "huge"},
+             {"render", "--output", "x", "--entry", ""},
              {"show", "--family", "systemSmall"}})
         EXPECT_EQ(widget(arguments).status, 2);
+}
+
+TEST_F(RenderCommand, SaysWhereItCannotWriteAndWhy) {
+    folder.write("file", "");
+    std::filesystem::create_directory(path("folder"));
+    const std::string longest(300, 'x');
+    const std::pair<std::string, const char*> rows[] = {
+        {path("missing/x.tree"), "No such file or directory"},
+        {path("folder"), "Is a directory"},
+        {path("file/x.tree"), "Not a directory"},
+        {path(longest), "File name too long"},
+        {"/dev/full", "No space left on device"},
+    };
+    for (const auto& [output, reason] : rows) {
+        const auto result =
+            widget({"render", "--entry", "placeholder", "--format", "tree", "--output", output});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.errors, "vela-widget: cannot write " + output + ": " + reason + "\n");
+    }
+    for (const auto& left : std::filesystem::directory_iterator(folder.path()))
+        EXPECT_FALSE(left.path().string().ends_with(".tmp")) << left.path();
+}
+
+TEST_F(RenderCommand, NamesTheRangeOfANumberThatIsOutside) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"--scale", "must be a number from 1 to 4"},
+        {"--picture-budget", "must be a number from 0.1 to 120"},
+        {"--size", "each 1 to 4096"},
+    };
+    for (const auto& [option, range] : rows)
+        for (const std::string value : {"nan", "-nan", "inf", "-inf", "-1", "0", "1e300", "x", "3 ", "121",
+                                        "nanxnan", "infxinf", "-1x-1", "1e9x1"}) {
+            const auto result = widget({"render", "--entry", "placeholder", "--output", path("x"),
+                                        std::string(option) + "=" + value});
+            EXPECT_EQ(result.status, 2) << option << value;
+            EXPECT_NE(result.errors.find(range), std::string::npos) << option << value << result.errors;
+            EXPECT_FALSE(std::filesystem::exists(path("x")));
+        }
+}
+
+TEST_F(RenderCommand, NeedsAFolderForSeveralDrawingsAndANameForOne) {
+    for (const auto& several : {std::vector<std::string>{"--family", "all"}, {"--scheme", "all"}}) {
+        auto run = program("vela-widget", {"render", "--entry", "placeholder", "--output", "-"});
+        run.arguments.insert(run.arguments.end(), several.begin(), several.end());
+        const auto result = run.run();
+        EXPECT_EQ(result.status, 2);
+        EXPECT_EQ(result.errors, "vela-widget: several drawings need a folder; standard output takes one\n");
+    }
+    const auto result = widget({"render", "--entry", "placeholder", "--output", ""});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.errors.find("--output: a file or a folder must be named"), std::string::npos)
+        << result.errors;
 }
 
 TEST_F(RenderCommand, DrawsAnotherSizeAndTint) {

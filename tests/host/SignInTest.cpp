@@ -16,16 +16,20 @@
 #include "tests/host/Person.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/LoopbackServer.hpp"
+#include "tests/support/SmallDisk.hpp"
 
 namespace host {
 namespace {
 
 using platform::testing::BackgroundProgram;
+using platform::testing::cannotMount;
 using platform::testing::eventually;
+using platform::testing::fillUp;
 using platform::testing::httpReply;
 using platform::testing::longTests;
 using platform::testing::LoopbackServer;
 using platform::testing::ReceivedRequest;
+using platform::testing::withSmallDisk;
 using ::testing::AnyOf;
 using ::testing::HasSubstr;
 
@@ -35,6 +39,13 @@ std::string pairOf(const std::string& name) {
 
 std::string credentialsOf(const std::string& name) {
     return R"({"accessToken":")" + name + R"(-access","refreshToken":")" + name + R"(-refresh"})";
+}
+
+std::string renewedPair(const std::string& accessToken, const std::string& refreshToken) {
+    return R"({"data":{"accessTokenRefresh":{"authPayload":{"accessToken":")" + accessToken +
+           R"(","refreshToken":")" + refreshToken +
+           R"(","__typename":"Auth"},"userErrors":[],"__typename":"AccessTokenRefreshPayload"},)"
+           R"("__typename":"Mutation"}})";
 }
 
 // Refuses every query and renews every pair to "renewed", once it is told to.
@@ -55,17 +66,12 @@ class RenewingServer {
         if (isMutation) {
             ++mutations_;
             eventually([this] { return !isHeld_; }, std::chrono::seconds(60));
-            peer.send(httpReply(200, renewed));
+            peer.send(httpReply(200, renewedPair("renewed-access", "renewed-refresh")));
         } else {
             peer.send(httpReply(401, ""));
         }
         peer.close();
     }
-
-    static constexpr const char* renewed =
-        R"({"data":{"accessTokenRefresh":{"authPayload":{"accessToken":"renewed-access",)"
-        R"("refreshToken":"renewed-refresh","__typename":"Auth"},"userErrors":[],)"
-        R"("__typename":"AccessTokenRefreshPayload"},"__typename":"Mutation"}})";
 
     std::atomic<bool> isHeld_;
     std::atomic<int> mutations_ = 0;
@@ -156,6 +162,31 @@ TEST_F(SignIn, SurvivesTheEndOfItsHostInTheMiddleOfARenewal) {
         server.release();
         EXPECT_TRUE(eventually([&] { return pair() == pairOf("renewed"); })) << pair();
     }
+}
+
+// The server's word is taken as it stands: the pair that it has spent is worth nothing any more.
+TEST_F(SignIn, OutlivesARenewedTokenThatNoRequestCanCarry) {
+    std::mutex mutex;
+    std::vector<std::string> bodies;
+    const LoopbackServer server([&](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        const bool isMutation = request.body.find("mutation RefreshAccessToken") != std::string::npos;
+        const std::lock_guard lock(mutex);
+        if (isMutation) bodies.push_back(request.body);
+        const bool isSecond = bodies.size() > 1;
+        peer.send(isMutation ? httpReply(200, isSecond ? renewedPair("good", "good-refresh")
+                                                       : renewedPair("bad\\n", "next-refresh"))
+                             : httpReply(401, ""));
+        peer.close();
+    });
+    environment["BASE_URL"] = "http://127.0.0.1:" + std::to_string(server.port());
+    signInAs("old");
+    widget({"timeline"});
+    EXPECT_EQ(pair(), "bad\n next-refresh");
+    widget({"timeline"});
+    EXPECT_EQ(pair(), "good good-refresh");
+    ASSERT_EQ(bodies.size(), 2u);
+    EXPECT_THAT(bodies[0], HasSubstr("old-refresh"));
+    EXPECT_THAT(bodies[1], HasSubstr("next-refresh"));
 }
 
 TEST_F(SignIn, IsNotUndoneByARenewalThatBeganBeforeIt) {
@@ -254,6 +285,18 @@ TEST_F(SignIn, GivesUpAfterSeventySecondsAndChangesNothing) {
     EXPECT_EQ(pair(), pairOf("old"));
 }
 
+TEST_F(SignIn, IsRenewedAlthoughAnotherRenewalNeverEnds) {
+    RenewingServer server(false);
+    environment["BASE_URL"] = server.baseURL();
+    signInAs("old");
+    // As one holds it whose process is stopped.
+    platform::EmbeddedItemStore store(keychainFile());
+    const auto renewal = store.lock(platform::SecItemHold::shared);
+    ASSERT_EQ(renewal->tryAcquire(), platform::errSecSuccess);
+    EXPECT_EQ(widget({"timeline"}).status, 0);
+    EXPECT_EQ(pair(), pairOf("renewed"));
+}
+
 TEST_F(SignIn, ForgetsNobodyWhenTheDefaultsCannotBeWritten) {
     signInAs("old");
     std::filesystem::remove_all(defaultsFile().parent_path());
@@ -261,6 +304,30 @@ TEST_F(SignIn, ForgetsNobodyWhenTheDefaultsCannotBeWritten) {
     const auto result = companion({"sign-in", "--user-id", "new"}, credentialsOf("new"));
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(pair(), pairOf("old"));
+}
+
+TEST_F(SignIn, ChangesNothingOfAnotherWhereTheDefaultsHaveNoRoom) {
+    const auto suite = defaultsFile().parent_path();
+    for (const std::vector<std::string>& former :
+         std::vector<std::vector<std::string>>{{"sign-in"}, {"sign-in", "--user-id", "old"}}) {
+        startAfresh();
+        std::filesystem::create_directories(suite);
+        const int code = withSmallDisk(suite, "64k", [&] {
+            EXPECT_EQ(companion(former, credentialsOf("old")).status, 0);
+            const auto formerId = userId();
+            fillUp(suite);
+            const auto result = companion({"sign-in", "--user-id", "new"}, credentialsOf("new"));
+            EXPECT_EQ(result.status, 1);
+            EXPECT_THAT(result.errors, HasSubstr("No space left on device"));
+            EXPECT_EQ(pair(), pairOf("old"));
+            EXPECT_EQ(userId(), formerId);
+            for (const auto& entry : std::filesystem::directory_iterator(suite))
+                EXPECT_THAT(entry.path().filename(), AnyOf("filler", "preferences.json"));
+            return HasFailure() ? 1 : 0;
+        });
+        if (code == cannotMount) GTEST_SKIP() << "no disk of one's own may be mounted here";
+        EXPECT_EQ(code, 0);
+    }
 }
 
 TEST_F(SignIn, SaysWhyTheKeychainIsRefused) {

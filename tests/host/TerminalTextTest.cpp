@@ -93,5 +93,30 @@ TEST(FittedToColumns, CutsByColumnsAndNotByBytes) {
     }
 }
 
+std::string repeated(std::string_view text, std::size_t count) {
+    std::string result;
+    for (std::size_t index = 0; index < count; ++index) result.append(text);
+    return result;
+}
+
+TEST(FittedToColumns, DropsWhatIsBeyondTheLongestCharacter) {
+    constexpr std::size_t many = 1'000'000;
+    const auto acute = repeated("\u0301", many);
+    EXPECT_EQ(fittedToColumns("ab" + acute + "c", 10), "ab" + repeated("\u0301", 63) + "c")
+        << "129 bytes are more";
+    EXPECT_EQ(fittedToColumns("ab" + acute + "cdef", 4), "ab" + repeated("\u0301", 63) + "c…");
+    EXPECT_EQ(fittedToColumns("北" + acute + "京", 4), "北" + repeated("\u0301", 62) + "京");
+    EXPECT_EQ(fittedToColumns("👩" + repeated("\u200d👩", many), 2), "👩" + repeated("\u200d👩", 17) + "\u200d");
+    // Each of these is a character of its own, without a width.
+    EXPECT_EQ(fittedToColumns("a" + repeated("\u200b", many) + "b", 10), "a" + repeated("\u200b", 42) + "b");
+    EXPECT_EQ(fittedToColumns(repeated("\u200b", many), 10), repeated("\u200b", 42));
+    // What people write stands as it is.
+    for (const std::string_view whole :
+         {"e\u0301", "👩🏻‍❤️‍💋‍👩🏽", "🏴󠁧󠁢󠁥󠁮󠁧󠁿",
+          "👨‍👩‍👧‍👦",
+          "z\u0335\u0322\u0321\u0328\u0300\u0301\u0302\u0303\u0304\u0305\u0306\u0307\u0308\u0309\u030a"})
+        EXPECT_EQ(fittedToColumns(whole, 10), whole);
+}
+
 }  // namespace
 }  // namespace host

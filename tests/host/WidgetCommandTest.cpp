@@ -1,7 +1,9 @@
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -14,8 +16,10 @@ namespace host {
 namespace {
 
 using platform::testing::BackgroundProgram;
+using platform::testing::childrenOf;
 using platform::testing::eventually;
 using platform::testing::httpReply;
+using platform::testing::isAlive;
 using platform::testing::LoopbackServer;
 using platform::testing::ReceivedRequest;
 namespace json = boost::json;
@@ -36,22 +40,6 @@ class WidgetCommand : public Person {
         return state(widget({"timeline"}));
     }
     std::string stateAfterBody(const std::string& body) { return stateAfter(httpReply(200, body)); }
-
-    /// The children of a process.
-    static std::vector<pid_t> children(pid_t process) {
-        std::ifstream stream("/proc/" + std::to_string(process) + "/task/" + std::to_string(process) +
-                             "/children");
-        std::vector<pid_t> result;
-        for (pid_t child = 0; stream >> child;) result.push_back(child);
-        return result;
-    }
-    /// A zombie that nobody has waited for yet is not.
-    static bool isAlive(pid_t process) {
-        std::ifstream stream("/proc/" + std::to_string(process) + "/stat");
-        std::string text((std::istreambuf_iterator<char>(stream)), {});
-        const auto state = text.rfind(") ");
-        return state != std::string::npos && text[state + 2] != 'Z';
-    }
 };
 
 TEST_F(WidgetCommand, PrintsThePlaceholder) {
@@ -422,11 +410,40 @@ TEST_F(WidgetCommand, LeavesNoExtensionBehindWhenItIsKilled) {
     signIn();
     BackgroundProgram host(program("vela-widget", {"timeline"}));
     ASSERT_TRUE(server.waitForRequests(1));
-    const auto extensions = children(host.processIdentifier());
+    const auto extensions = childrenOf(host.processIdentifier());
     ASSERT_EQ(extensions.size(), 1u);
     host.sendSignal(SIGKILL);
     host.waitForEnd(std::chrono::seconds(5));
     EXPECT_TRUE(eventually([&] { return !isAlive(extensions.front()); }, std::chrono::seconds(1)));
+}
+
+/// From now on this process is who orphans of its own fall to, as a shell is that runs as a container's
+/// first.
+class OrphansFosterer {
+  public:
+    OrphansFosterer() { ::prctl(PR_SET_CHILD_SUBREAPER, 1); }
+    ~OrphansFosterer() {
+        ::prctl(PR_SET_CHILD_SUBREAPER, 0);
+        while (::waitpid(-1, nullptr, WNOHANG) > 0) continue;
+    }
+};
+
+TEST_F(WidgetCommand, LeavesNoStoppedExtensionBehindWhenItIsKilled) {
+    // The system wakes a stopped group that nobody could continue any more. In this process's session
+    // somebody could.
+    const OrphansFosterer fosterer;
+    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.stall(); });
+    serve(server);
+    signIn();
+    BackgroundProgram host(program("vela-widget", {"timeline"}));
+    ASSERT_TRUE(server.waitForRequests(1));
+    const auto extensions = childrenOf(host.processIdentifier());
+    ASSERT_EQ(extensions.size(), 1u);
+    ::kill(extensions.front(), SIGSTOP);
+    host.sendSignal(SIGKILL);
+    host.waitForEnd(std::chrono::seconds(5));
+    EXPECT_TRUE(eventually([&] { return !isAlive(extensions.front()); }));
+    ::kill(extensions.front(), SIGKILL);
 }
 
 TEST_F(WidgetCommand, SurvivesAnExtensionThatIsKilled) {
@@ -435,7 +452,7 @@ TEST_F(WidgetCommand, SurvivesAnExtensionThatIsKilled) {
     signIn();
     BackgroundProgram host(program("vela-widget", {"timeline"}));
     ASSERT_TRUE(server.waitForRequests(1));
-    const auto extensions = children(host.processIdentifier());
+    const auto extensions = childrenOf(host.processIdentifier());
     ASSERT_EQ(extensions.size(), 1u);
     ::kill(extensions.front(), SIGKILL);
     EXPECT_EQ(host.waitForEnd(std::chrono::seconds(5)), 1);
@@ -464,7 +481,7 @@ TEST_F(WidgetCommand, NeverPutsATokenWhereOthersSeeIt) {
     signIn();
     BackgroundProgram host(program("vela-widget", {"timeline"}));
     ASSERT_TRUE(server.waitForRequests(1));
-    for (const auto process : children(host.processIdentifier())) {
+    for (const auto process : childrenOf(host.processIdentifier())) {
         for (const auto* name : {"cmdline", "environ"}) {
             std::ifstream stream("/proc/" + std::to_string(process) + "/" + name, std::ios::binary);
             const std::string text((std::istreambuf_iterator<char>(stream)), {});

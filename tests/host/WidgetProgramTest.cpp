@@ -12,6 +12,7 @@ namespace {
 
 using platform::testing::BackgroundProgram;
 using platform::testing::eventually;
+using platform::testing::isAlive;
 namespace fs = std::filesystem;
 
 class WidgetProgram : public Person {
@@ -50,13 +51,6 @@ class WidgetProgram : public Person {
         script.environment = environment;
         script.environment["VELA_TEST_BEHAVIOUR"] = behaviour;
         return script.run().output;
-    }
-
-    static bool isGone(pid_t process) {
-        std::ifstream stream("/proc/" + std::to_string(process) + "/stat");
-        const std::string text((std::istreambuf_iterator<char>(stream)), {});
-        const auto state = text.rfind(") ");
-        return state == std::string::npos || text[state + 2] == 'Z';
     }
 
     pid_t noted(const std::string& name) const {
@@ -199,7 +193,7 @@ TEST_F(WidgetProgram, IsLeftByAnExtensionThatIsStoppedWhenItIsKilled) {
         ASSERT_GT(extension, 0);
         host.sendSignal(signal);
         EXPECT_EQ(host.waitForEnd(std::chrono::seconds(20)), 128 + signal);
-        EXPECT_TRUE(eventually([&] { return isGone(extension); })) << signal;
+        EXPECT_TRUE(eventually([&] { return !isAlive(extension); })) << signal;
     }
 }
 
@@ -216,7 +210,7 @@ TEST_F(WidgetProgram, GivesThePromptBackWhileTheExtensionStoresARenewedPair) {
         EXPECT_EQ(host.waitForEnd(std::chrono::seconds(20)), 128 + SIGINT);
         folder.write(command + " reply", "");
         EXPECT_TRUE(eventually([&] { return fs::exists(path(stored)); }));
-        EXPECT_TRUE(eventually([&] { return isGone(extension); }));
+        EXPECT_TRUE(eventually([&] { return !isAlive(extension); }));
     }
 }
 

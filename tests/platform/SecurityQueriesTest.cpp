@@ -12,6 +12,7 @@
 
 #include "platform/Security/EmbeddedItemStore.hpp"
 #include "platform/Security/SecItem.hpp"
+#include "tests/platform/KeychainItems.hpp"
 #include "tests/platform/SecretServiceSession.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/FixedAmbient.hpp"
@@ -23,7 +24,9 @@
 namespace platform {
 namespace {
 
+using platform::testing::bytes;
 using platform::testing::ChildProcess;
+using platform::testing::item;
 using platform::testing::Keyring;
 using platform::testing::longTests;
 using platform::testing::runInChild;
@@ -41,12 +44,6 @@ SecAttributes operator+(SecAttributes first, const SecAttributes& second) {
     return first;
 }
 
-SecAttributes item(const std::string& service, const std::string& account) {
-    return {{kSecClass, genericPassword}, {kSecAttrService, service}, {kSecAttrAccount, account}};
-}
-SecAttributes bytes(const std::string& text) {
-    return {{kSecValueData, Data{text}}};
-}
 const SecAttributes everything = {
     {kSecClass, genericPassword}, {kSecReturnData, true}, {kSecMatchLimit, matchAll}};
 const SecAttributes returningData = {{kSecReturnData, true}};

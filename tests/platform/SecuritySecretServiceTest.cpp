@@ -7,15 +7,18 @@
 #include "platform/Security/KeychainChange.hpp"
 #include "platform/Security/KeychainFailure.hpp"
 #include "platform/Security/SecretServiceLibrary.hpp"
+#include "tests/platform/KeychainItems.hpp"
 #include "tests/platform/SecretServiceSession.hpp"
+#include "tests/support/FolderAttribute.hpp"
 
 namespace platform {
 namespace {
 
+using platform::testing::bytes;
 using platform::testing::Keyring;
 using platform::testing::Session;
 
-SecAttributes item(const std::string& service, const std::string& account) {
+SecAttributes accessibleItem(const std::string& service, const std::string& account) {
     return {{kSecClass, std::string(kSecClassGenericPassword)},
             {kSecAttrService, service},
             {kSecAttrAccount, account},
@@ -25,10 +28,6 @@ SecAttributes item(const std::string& service, const std::string& account) {
 SecAttributes with(SecAttributes attributes, const SecAttributes& more) {
     for (const auto& [key, value] : more) attributes.insert_or_assign(key, value);
     return attributes;
-}
-
-SecAttributes bytes(const std::string& text) {
-    return {{kSecValueData, Data{text}}};
 }
 
 // The bus is a process-wide choice of the library below, so every test has a process of its own.
@@ -56,27 +55,27 @@ TEST(SecretServiceKeychain, KeepsChangesAndForgetsItems) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
         const std::string secret("a\0b\xff", 4);
         std::string data;
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecItemNotFound);
-        EXPECT_EQ(store.add(with(item("s", "a"), bytes(secret))), errSecSuccess);
-        EXPECT_EQ(store.add(with(item("s", "a"), bytes("again"))), errSecDuplicateItem);
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecItemNotFound);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "a"), bytes(secret))), errSecSuccess);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "a"), bytes("again"))), errSecDuplicateItem);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecSuccess);
         EXPECT_EQ(data, secret);
-        EXPECT_EQ(store.update(item("s", "a"), bytes("new")), errSecSuccess);
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(store.update(accessibleItem("s", "a"), bytes("new")), errSecSuccess);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecSuccess);
         EXPECT_EQ(data, "new");
-        EXPECT_EQ(store.remove(item("s", "a")), errSecSuccess);
-        EXPECT_EQ(store.remove(item("s", "a")), errSecItemNotFound);
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecItemNotFound);
+        EXPECT_EQ(store.remove(accessibleItem("s", "a")), errSecSuccess);
+        EXPECT_EQ(store.remove(accessibleItem("s", "a")), errSecItemNotFound);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecItemNotFound);
     });
 }
 
 TEST(SecretServiceKeychain, FiltersByEveryAttributeAndListsInOrderOfCreation) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
         const SecAttributes group = {{kSecAttrAccessGroup, std::string("g")}};
-        EXPECT_EQ(store.add(with(item("s", "c"), bytes("1"))), errSecSuccess);
-        EXPECT_EQ(store.add(with(item("s", "a"), bytes("2"))), errSecSuccess);
-        EXPECT_EQ(store.add(with(with(item("s", "a"), group), bytes("3"))), errSecSuccess);
-        EXPECT_EQ(store.add(with(item("t", "a"), bytes("4"))), errSecSuccess);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "c"), bytes("1"))), errSecSuccess);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "a"), bytes("2"))), errSecSuccess);
+        EXPECT_EQ(store.add(with(with(accessibleItem("s", "a"), group), bytes("3"))), errSecSuccess);
+        EXPECT_EQ(store.add(with(accessibleItem("t", "a"), bytes("4"))), errSecSuccess);
 
         const auto matches = [&store](const SecAttributes& filter) {
             const SecAttributes all = {{kSecClass, std::string(kSecClassGenericPassword)},
@@ -94,7 +93,8 @@ TEST(SecretServiceKeychain, FiltersByEveryAttributeAndListsInOrderOfCreation) {
         EXPECT_EQ(matches(group), "3");
         EXPECT_EQ(matches({{kSecAttrAccessGroup, std::string()}}), "124");
         EXPECT_EQ(matches({{kSecAttrAccessible, std::string(kSecAttrAccessibleWhenUnlocked)}}), "");
-        EXPECT_EQ(store.update(item("s", "c"), {{kSecAttrAccount, std::string("d")}}), errSecSuccess);
+        EXPECT_EQ(store.update(accessibleItem("s", "c"), {{kSecAttrAccount, std::string("d")}}),
+                  errSecSuccess);
         EXPECT_EQ(matches({{kSecAttrAccount, std::string("d")}}), "1");
     });
 }
@@ -102,9 +102,9 @@ TEST(SecretServiceKeychain, FiltersByEveryAttributeAndListsInOrderOfCreation) {
 TEST(SecretServiceKeychain, TakesItsDatesFromTheService) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
         const Date before = Date::now();
-        ASSERT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecSuccess);
+        ASSERT_EQ(store.add(with(accessibleItem("s", "a"), bytes("x"))), errSecSuccess);
         SecResult result;
-        ASSERT_EQ(store.copyMatching(with(item("s", "a"), {{kSecReturnAttributes, true}}), &result),
+        ASSERT_EQ(store.copyMatching(with(accessibleItem("s", "a"), {{kSecReturnAttributes, true}}), &result),
                   errSecSuccess);
         const auto& attributes = std::get<SecAttributes>(result);
         for (const char* key : {kSecAttrCreationDate, kSecAttrModificationDate}) {
@@ -180,21 +180,21 @@ void makeTwin(const Keyrings& keyring, const std::string& bytesOfTwin) {
 
 TEST(SecretServiceKeychain, TakesTheNewestOfSeveralItemsOfOneIdentity) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
-        ASSERT_EQ(store.add(with(item("s", "a"), bytes("older"))), errSecSuccess);
+        ASSERT_EQ(store.add(with(accessibleItem("s", "a"), bytes("older"))), errSecSuccess);
         const Keyrings keyring;
         makeTwin(keyring, "newer");
         std::string data;
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecSuccess);
         EXPECT_EQ(data, "newer");
         EXPECT_EQ(keyring.count(itemSchema), 2u);
 
-        EXPECT_EQ(store.update(item("s", "a"), bytes("newest")), errSecSuccess);
+        EXPECT_EQ(store.update(accessibleItem("s", "a"), bytes("newest")), errSecSuccess);
         EXPECT_EQ(keyring.count(itemSchema), 1u) << "a write removes the others";
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecSuccess);
         EXPECT_EQ(data, "newest");
 
         makeTwin(keyring, "again");
-        EXPECT_EQ(store.remove(item("s", "a")), errSecSuccess);
+        EXPECT_EQ(store.remove(accessibleItem("s", "a")), errSecSuccess);
         EXPECT_EQ(keyring.count(itemSchema), 0u);
     });
 }
@@ -212,7 +212,7 @@ KeychainItem keychainItem(const std::string& account, const std::string& data) {
 TEST(SecretServiceKeychain, FinishesWhatAKilledProcessHasWrittenDown) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
         for (const char* account : {"a", "gone"})
-            ASSERT_EQ(store.add(with(item("s", account), bytes("old"))), errSecSuccess);
+            ASSERT_EQ(store.add(with(accessibleItem("s", account), bytes("old"))), errSecSuccess);
         const KeychainChanges changes = {
             {.before = keychainItem("a", "old"), .after = keychainItem("a", "new")},
             {.before = std::nullopt, .after = keychainItem("b", "new")},
@@ -224,14 +224,14 @@ TEST(SecretServiceKeychain, FinishesWhatAKilledProcessHasWrittenDown) {
         const auto expectNewState = [&store](const char* when) {
             std::string data;
             for (const char* account : {"a", "b"}) {
-                EXPECT_EQ(read(store, item("s", account), data), errSecSuccess) << when;
+                EXPECT_EQ(read(store, accessibleItem("s", account), data), errSecSuccess) << when;
                 EXPECT_EQ(data, "new") << when;
             }
-            EXPECT_EQ(read(store, item("s", "gone"), data), errSecItemNotFound) << when;
+            EXPECT_EQ(read(store, accessibleItem("s", "gone"), data), errSecItemNotFound) << when;
         };
         expectNewState("before it is finished");
         EXPECT_EQ(keyring.count(journalSchema), 1u) << "a reader changes nothing";
-        EXPECT_EQ(store.add(with(item("s", "c"), bytes("x"))), errSecSuccess);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "c"), bytes("x"))), errSecSuccess);
         EXPECT_EQ(keyring.count(journalSchema), 0u);
         EXPECT_EQ(keyring.count(itemSchema), 3u);
         expectNewState("afterwards");
@@ -257,38 +257,62 @@ TEST(SecretServiceKeychain, SaysThatItsLockCannotBeHad) {
         const platform::testing::TemporaryFolder folder;
         folder.write("vela", "a file in the folder's place");
         SecretServiceItemStore store(folder.path() / "vela" / "keychain.lock");
-        EXPECT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecIO);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "a"), bytes("x"))), errSecIO);
         EXPECT_NE(SecItemFault().find("vela: Not a directory"), std::string::npos) << SecItemFault();
         EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
         SecretServiceItemStore homeless(std::nullopt);
-        EXPECT_EQ(homeless.remove(item("s", "a")), errSecIO);
+        EXPECT_EQ(homeless.remove(accessibleItem("s", "a")), errSecIO);
     });
 }
 
 TEST(SecretServiceKeychain, RefusesTextsThatTheBusCannotCarry) {
     inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
-        EXPECT_EQ(store.add(item("s", "\xff")), errSecParam);
-        EXPECT_EQ(store.add(item("s", std::string("a\0b", 3))), errSecParam);
-        EXPECT_EQ(store.copyMatching(item("s", "\xff"), nullptr), errSecParam);
+        EXPECT_EQ(store.add(accessibleItem("s", "\xff")), errSecParam);
+        EXPECT_EQ(store.add(accessibleItem("s", std::string("a\0b", 3))), errSecParam);
+        EXPECT_EQ(store.copyMatching(accessibleItem("s", "\xff"), nullptr), errSecParam);
         EXPECT_EQ(store.add({}), errSecParam);
-        EXPECT_EQ(store.add(item("s", "\xf0\x9f\x93\xa6 \xe5\x8c\x85")), errSecSuccess);
+        EXPECT_EQ(store.add(accessibleItem("s", "\xf0\x9f\x93\xa6 \xe5\x8c\x85")), errSecSuccess);
     });
 }
 
 TEST(SecretServiceKeychain, SaysThatTheCollectionIsLocked) {
     inSession(Keyring::locked, [](SecretServiceItemStore& store) {
         std::string data;
-        EXPECT_EQ(read(store, item("s", "a"), data), errSecInteractionNotAllowed);
-        EXPECT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecInteractionNotAllowed);
-        EXPECT_EQ(store.update(item("s", "a"), bytes("x")), errSecInteractionNotAllowed);
-        EXPECT_EQ(store.remove(item("s", "a")), errSecInteractionNotAllowed);
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecInteractionNotAllowed);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "a"), bytes("x"))), errSecInteractionNotAllowed);
+        EXPECT_EQ(store.update(accessibleItem("s", "a"), bytes("x")), errSecInteractionNotAllowed);
+        EXPECT_EQ(store.remove(accessibleItem("s", "a")), errSecInteractionNotAllowed);
+    });
+}
+
+TEST(SecretServiceKeychain, LetsNoRenewalBeginInALockedCollection) {
+    inSession(Keyring::locked, [](SecretServiceItemStore& store) {
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        EXPECT_NE(SecItemFault().find("keychain is locked, so that a renewed token could not be kept"),
+                  std::string::npos)
+            << SecItemFault();
+        EXPECT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess);
+    });
+}
+
+TEST(SecretServiceKeychain, LetsNoRenewalBeginWhereTheServiceCanKeepNothing) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
+        ASSERT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecSuccess);
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+        EXPECT_EQ(Keyrings().count(journalSchema), 0u) << "something was left of the trial";
+        const platform::testing::FolderAttribute frozen(
+            std::filesystem::path(std::getenv("XDG_DATA_HOME")) / "keyrings", FS_IMMUTABLE_FL);
+        if (!frozen.isSet()) GTEST_SKIP() << "no folder can be made immutable here";
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        std::string data;
+        EXPECT_EQ(read(store, item("s", "a"), data), errSecSuccess);
     });
 }
 
 TEST(SecretServiceKeychain, SaysThatThereIsNoServiceOnTheBus) {
     inSession(Keyring::none, [](SecretServiceItemStore& store) {
-        EXPECT_EQ(store.copyMatching(item("s", "a"), nullptr), errSecNotAvailable);
-        EXPECT_EQ(store.add(with(item("s", "a"), bytes("x"))), errSecNotAvailable);
+        EXPECT_EQ(store.copyMatching(accessibleItem("s", "a"), nullptr), errSecNotAvailable);
+        EXPECT_EQ(store.add(with(accessibleItem("s", "a"), bytes("x"))), errSecNotAvailable);
     });
 }
 
@@ -298,7 +322,7 @@ TEST(SecretServiceKeychain, SaysThatThereIsNoBus) {
                   ::setenv("DBUS_SESSION_BUS_ADDRESS",
                            ("unix:path=" + (folder.path() / "bus").string()).c_str(), 1);
                   SecretServiceItemStore store(folder.path() / "keychain.lock");
-                  return store.add(item("s", "a")) == errSecNotAvailable ? 0 : 1;
+                  return store.add(accessibleItem("s", "a")) == errSecNotAvailable ? 0 : 1;
               }),
               0);
 }

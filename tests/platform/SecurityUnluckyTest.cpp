@@ -2,42 +2,45 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sched.h>
+#include <linux/fs.h>
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 
 #include "platform/Security/EmbeddedItemStore.hpp"
+#include "tests/platform/KeychainItems.hpp"
 #include "tests/platform/SystemCallFaults.hpp"
 #include "tests/support/ChildProcess.hpp"
+#include "tests/support/FolderAttribute.hpp"
+#include "tests/support/SmallDisk.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 namespace platform {
 namespace {
 
 namespace fs = std::filesystem;
+using platform::testing::cannotMount;
 using platform::testing::ChildProcess;
 using platform::testing::fillDisk;
+using platform::testing::fillUp;
+using platform::testing::FolderAttribute;
+using platform::testing::item;
 using platform::testing::longTests;
 using platform::testing::meetLooks;
 using platform::testing::meetOpenings;
 using platform::testing::meetSystemCalls;
 using platform::testing::runInChild;
 using platform::testing::runWithoutPrivileges;
+using platform::testing::withSmallDisk;
 using ::testing::AnyOf;
-
-SecAttributes item(const std::string& service, const std::string& account) {
-    return {{kSecClass, std::string(kSecClassGenericPassword)},
-            {kSecAttrService, service},
-            {kSecAttrAccount, account}};
-}
+using ::testing::HasSubstr;
 
 /// Stores a token as the layer above does: asks, then changes or adds.
 bool put(SecItemStore& store, const std::string& service, const std::string& account,
@@ -266,31 +269,11 @@ TEST_F(UnluckyKeychain, LosesNothingOnAFullDiskWithoutAReserve) {
     EXPECT_EQ(state(), "--11");
 }
 
-constexpr int cannotMount = 77;
-
-/// `work` with a disk of `size` on `folder`, which this process and its children alone see.
-int withSmallDisk(const fs::path& folder, const char* size, const std::function<int()>& work) {
-    return runInChild([&] {
-        const uid_t user = ::geteuid();
-        if (::unshare(CLONE_NEWNS) != 0) {
-            if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return cannotMount;
-            std::ofstream("/proc/self/uid_map") << user << " " << user << " 1";
-        }
-        if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            ::mount("none", folder.c_str(), "tmpfs", 0, (std::string("mode=0700,size=") + size).c_str()) != 0)
-            return cannotMount;
-        return work();
-    });
-}
-
 TEST_F(UnluckyKeychain, RenewsThePairOnARealDiskWithoutAFreeByte) {
     startAfresh();
     const int code = withSmallDisk(file.parent_path(), "512k", [&] {
         if (putPair(store, "1") != errSecSuccess) return 1;
-        {
-            std::ofstream filler(file.parent_path() / "filler");
-            while (filler.write("x", 1)) filler.flush();
-        }
+        fillUp(file.parent_path());
         for (const char* digit : {"2", "3", "4"}) {
             if (store.lock(SecItemHold::shared)->tryAcquire() != errSecSuccess) return 2;
             if (putPair(store, digit) != errSecSuccess) return 3;
@@ -358,6 +341,70 @@ TEST_F(UnluckyKeychain, IsRefusedWhereItsFileOrItsFolderMayNotBeWritten) {
                   0)
             << row.what;
     }
+}
+
+/// The names in the keychain's folder.
+std::set<std::string> names(const fs::path& folder) {
+    std::set<std::string> found;
+    for (const auto& entry : fs::directory_iterator(folder)) found.insert(entry.path().filename());
+    return found;
+}
+
+TEST_F(UnluckyKeychain, LetsARenewalBeginAndLeavesNoTraceOfItsTrial) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    ASSERT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess);
+    const auto before = names(file.parent_path());
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+    EXPECT_EQ(names(file.parent_path()), before);
+    EXPECT_EQ(state(), "11--");
+    EXPECT_EQ(store.copyMatching(item("rehearsal", ""), nullptr), errSecItemNotFound);
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginWhereALinkStandsInTheJournalsPlace) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    ASSERT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess);
+    const fs::path journal = file.string() + "-journal";
+    fs::create_symlink("nowhere", journal);
+    const auto before = names(file.parent_path());
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+    EXPECT_THAT(SecItemFault(), HasSubstr("cannot be written"));
+    EXPECT_THAT(SecItemFault(), HasSubstr("so that a renewed token could not be kept"));
+    EXPECT_EQ(store.lock(SecItemHold::exclusive)->tryAcquire(), errSecSuccess) << "a person may sign out";
+    EXPECT_EQ(names(file.parent_path()), before);
+    EXPECT_EQ(state(), "11--");
+    fs::remove(journal);
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginInAFolderThatFilesCanOnlyBeAddedTo) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    {
+        const FolderAttribute appending(file.parent_path(), FS_APPEND_FL);
+        if (!appending.isSet()) GTEST_SKIP() << "no folder can be made so here";
+        EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecIO);
+        EXPECT_THAT(SecItemFault(), HasSubstr("so that a renewed token could not be kept"));
+        EXPECT_EQ(state(), "11--");
+    }
+    EXPECT_EQ(state(), "11--");
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginWhereNoFileCanBeMade) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    EXPECT_EQ(runInChild([&] {
+                  meetSystemCalls([](int) { return EACCES; });
+                  return store.lock(SecItemHold::shared)->tryAcquire();
+              }),
+              static_cast<std::uint8_t>(errSecIO));
+    EXPECT_EQ(state(), "11--");
+}
+
+TEST_F(UnluckyKeychain, LetsNoRenewalBeginWhileAnotherProcessKeepsItForLong) {
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    const auto transaction = store.beginTransaction();
+    ASSERT_EQ(store.update(item("now", "a"), {{kSecValueData, Data{"2"}}}), errSecSuccess);
+    EmbeddedItemStore hasty(file, {.read = std::chrono::milliseconds(20)});
+    EXPECT_EQ(hasty.lock(SecItemHold::shared)->tryAcquire(), errSecIO) << "as if it were to be asked again";
 }
 
 TEST_F(UnluckyKeychain, ExcludesByTheLockFileThatIsThereNow) {

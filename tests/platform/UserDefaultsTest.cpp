@@ -43,7 +43,7 @@ class Suite : public ::testing::Test {
     std::unique_ptr<UserDefaults> suite = open();
 };
 
-mode_t mode(const fs::path& path) {
+mode_t modeOf(const fs::path& path) {
     struct stat found = {};
     return ::stat(path.c_str(), &found) == 0 ? found.st_mode & 07777 : 0;
 }
@@ -59,8 +59,8 @@ TEST_F(Suite, IsItsOwnersAlone) {
     const mode_t before = ::umask(0);
     suite->setObject("key", "value");
     ::umask(before);
-    EXPECT_EQ(mode(folder), 0700u);
-    EXPECT_EQ(mode(file), 0600u);
+    EXPECT_EQ(modeOf(folder), 0700u);
+    EXPECT_EQ(modeOf(file), 0600u);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
 }
 
@@ -199,6 +199,93 @@ TEST_F(Suite, KeepsTheOldValuesWhenTheDiskIsFull) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
 }
 
+constexpr const char* oldAndOther = R"({"key":"old","other":1})";
+constexpr const char* otherAlone = R"({"other":1})";
+
+TEST_F(Suite, ReplacesAValueInTwoStepsThatNeedNoRoom) {
+    struct Row {
+        const char* before;
+        std::optional<json::value> value;
+        const char* withdrawn;
+        const char* after;
+    };
+    const std::vector<Row> rows = {
+        {oldAndOther, "new", otherAlone, R"({"other":1,"key":"new"})"},
+        {oldAndOther, std::nullopt, otherAlone, otherAlone},
+        {otherAlone, "new", otherAlone, R"({"other":1,"key":"new"})"},
+        {otherAlone, std::nullopt, otherAlone, otherAlone},
+    };
+    for (const Row& row : rows) {
+        for (const bool isCommitted : {true, false}) {
+            put(row.before);
+            EXPECT_EQ(runInChild([&] {
+                          const auto replacement = suite->prepareReplacement("key", row.value);
+                          if (kept() != row.before) return 1;
+                          ::signal(SIGXFSZ, SIG_IGN);
+                          const rlimit limit = {0, 0};
+                          ::setrlimit(RLIMIT_FSIZE, &limit);
+                          replacement->withdraw();
+                          if (kept() != row.withdrawn) return 2;
+                          if (isCommitted) replacement->commit();
+                          return 0;
+                      }),
+                      0)
+                << row.before;
+            EXPECT_EQ(kept(), isCommitted ? row.after : row.before);
+            EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+        }
+    }
+}
+
+TEST_F(Suite, IsNotMadeByAReplacementThatRemovesNothing) {
+    const auto replacement = suite->prepareReplacement("key", std::nullopt);
+    replacement->withdraw();
+    replacement->commit();
+    EXPECT_FALSE(fs::exists(folder));
+}
+
+TEST_F(Suite, IsWhollyAsItWasWhereAReplacementFindsNoRoom) {
+    put(oldAndOther);
+    for (const rlim_t room : {0, 15, 25, 100}) {
+        EXPECT_EQ(runInChild([&] {
+                      ::signal(SIGXFSZ, SIG_IGN);
+                      const rlimit limit = {room, room};
+                      ::setrlimit(RLIMIT_FSIZE, &limit);
+                      try {
+                          suite->prepareReplacement("key", json::string(100, 'x'));
+                      } catch (const UserDefaultsError&) {
+                          return 0;
+                      }
+                      return 1;
+                  }),
+                  0)
+            << room;
+        EXPECT_EQ(kept(), oldAndOther) << room;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1) << room;
+    }
+}
+
+TEST_F(Suite, LetsNobodyWriteWhileAValueIsReplaced) {
+    put(oldAndOther);
+    const auto replacement = suite->prepareReplacement("key", "new");
+    EXPECT_THROW(suite->setObject("other", 2), UserDefaultsError);
+    replacement->commit();
+    EXPECT_EQ(kept(), R"({"other":1,"key":"new"})");
+}
+
+TEST_F(Suite, KeepsNothingOfAReplacementThatWasKilledBeyondTheNextWrite) {
+    put(oldAndOther);
+    runInChild([&]() -> int {
+        const auto replacement = suite->prepareReplacement("key", "new");
+        replacement->withdraw();
+        ::_exit(0);
+    });
+    EXPECT_EQ(kept(), otherAlone);
+    suite->setObject("other", 2);
+    EXPECT_EQ(kept(), R"({"other":2})");
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+}
+
 TEST_F(Suite, LosesNothingOfTwoWritersAtOnce) {
     constexpr int count = 50;
     const auto write = [this](const std::string& name) {
@@ -284,7 +371,7 @@ TEST_F(Suite, IsNotReadAndNotChangedWhereOthersCanChangeIt) {
         {file, 0620}, {file, 0602}, {file, 0666}, {folder, 0770}, {folder, 0777}, {home.path(), 0777}};
     for (const auto& [path, open] : rows) {
         SCOPED_TRACE(path);
-        const mode_t before = mode(path);
+        const mode_t before = modeOf(path);
         const auto refused = this->open();
         ASSERT_EQ(::chmod(path.c_str(), open), 0);
         const platform::testing::RecordingLogSink log;
@@ -307,7 +394,7 @@ TEST_F(Suite, IsReadWhereOthersCanReadItAndItsOwnersAloneAfterAWrite) {
     ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
     EXPECT_EQ(suite->stringForKey("key"), "value");
     suite->setObject("key", "other");
-    EXPECT_EQ(mode(file), 0600u);
+    EXPECT_EQ(modeOf(file), 0600u);
 }
 
 TEST_F(Suite, IsNotReadThroughALink) {
@@ -344,6 +431,10 @@ TEST(SuiteInMemory, BehavesLikeTheKeptOne) {
     suite.removeObject("text");
     suite.removeObject("absent");
     EXPECT_EQ(suite.objectForKey("text"), std::nullopt);
+    suite.prepareReplacement("number", 8)->withdraw();
+    EXPECT_EQ(suite.stringForKey("number"), "7");
+    suite.prepareReplacement("number", 8)->commit();
+    EXPECT_EQ(suite.stringForKey("number"), "8");
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ using platform::testing::instant;
 using VelaApi::DeliveryExceptionType;
 using VelaApi::DeliveryStatus;
 
-constexpr const char* now = "2024-06-15T12:00:00Z";
+constexpr const char* deliveryNow = "2024-06-15T12:00:00Z";
 
 StatusPair statusOf(const Delivery& delivery) {
     return DeliveryPackage(delivery).statusText();
@@ -41,15 +41,15 @@ std::array<Delivery, 5> situations(DeliveryStatus status) {
 }
 
 /// A slash stands between two lines.
-struct Row {
+struct DeliveryRow {
     DeliveryStatus status;
     float progress;
     std::array<const char*, 5> lines;
 };
 
-const auto rows = [] {
+const auto deliveryRows = [] {
     using enum DeliveryStatus;
-    return std::to_array<Row>({
+    return std::to_array<DeliveryRow>({
         {attemptedDelivery,
          0.8F,
          {"Attempted delivery", "Attempted delivery", "Attempted delivery", "Attempted delivery",
@@ -110,9 +110,9 @@ const auto rows = [] {
 }();
 
 TEST(DeliveryPackage, EveryStatusHasItsProgressAndItsLinesInEachSituation) {
-    const FixedAmbient surroundings({.now = now});
-    ASSERT_EQ(rows.size(), VelaApi::allCases<DeliveryStatus>().size() + 1);
-    for (const Row& row : rows) {
+    const FixedAmbient surroundings({.now = deliveryNow});
+    ASSERT_EQ(deliveryRows.size(), VelaApi::allCases<DeliveryStatus>().size() + 1);
+    for (const DeliveryRow& row : deliveryRows) {
         const auto deliveries = situations(row.status);
         for (std::size_t index = 0; index < deliveries.size(); ++index) {
             const auto [primary, secondary] = statusOf(deliveries[index]);
@@ -132,7 +132,7 @@ TEST(DeliveryPackage, ADelayIsToldWithTheDayElseTheCarrierElseAlone) {
     EXPECT_EQ(statusOf(parcel), (StatusPair{"Delivery delayed"}));
     parcel.tracker = trackerOf("Swift Post");
     EXPECT_EQ(statusOf(parcel), (StatusPair{"Delivery delayed", "Swift Post"}));
-    parcel.currentEtaInfo = Delivery::CurrentEtaInfo{.estimatedTimeOfDelivery = instant(now)};
+    parcel.currentEtaInfo = Delivery::CurrentEtaInfo{.estimatedTimeOfDelivery = instant(deliveryNow)};
     EXPECT_EQ(statusOf(parcel), (StatusPair{"Delivery delayed", "Swift Post"}));
     parcel.currentEtaInfo->formattedEtaDateAndTime = "";
     EXPECT_EQ(statusOf(parcel), (StatusPair{"Delivery delayed", ""}));
@@ -167,9 +167,9 @@ TEST(DeliveryPackage, DeliveredWithoutADateReadsOnOneLine) {
 }
 
 TEST(DeliveryPackage, DeliveredTodayIsSaidTwice) {
-    const FixedAmbient surroundings({.now = now});
+    const FixedAmbient surroundings({.now = deliveryNow});
     Delivery parcel = delivery(DeliveryStatus::delivered);
-    parcel.deliveredAt = instant(now);
+    parcel.deliveredAt = instant(deliveryNow);
     EXPECT_EQ(statusOf(parcel), (StatusPair{"Delivered", "Delivered today"}));
 }
 

@@ -21,7 +21,7 @@ using platform::testing::instant;
 using VelaApi::OrderDeliveryStatus;
 using VelaApi::OrderDisplayStatus;
 
-constexpr const char* now = "2024-06-15T12:00:00Z";
+constexpr const char* orderNow = "2024-06-15T12:00:00Z";
 
 /// An order of that status in each of seven situations, each of which knows more than the one before or
 /// something else: nothing; how it is sent; where it was seen; a day that has passed; a day to come; its
@@ -44,15 +44,15 @@ std::array<Order, 7> situations(OrderDisplayStatus status) {
 }
 
 /// A slash stands between two lines.
-struct Row {
+struct OrderRow {
     OrderDisplayStatus status;
     float progress;
     std::array<const char*, 7> lines;
 };
 
-const auto rows = [] {
+const auto orderRows = [] {
     using enum OrderDisplayStatus;
-    return std::to_array<Row>({
+    return std::to_array<OrderRow>({
         {attemptedDelivery,
          0.8F,
          {"Attempted delivery", "Attempted delivery / Express", "Attempted delivery / Express",
@@ -190,9 +190,9 @@ StatusPair statusOf(const Order& order) {
 }
 
 TEST(OrderPackage, EveryStatusHasItsProgressAndItsLinesInEachSituation) {
-    const FixedAmbient surroundings({.now = now});
-    ASSERT_EQ(rows.size(), VelaApi::allCases<OrderDisplayStatus>().size() + 1);
-    for (const Row& row : rows) {
+    const FixedAmbient surroundings({.now = orderNow});
+    ASSERT_EQ(orderRows.size(), VelaApi::allCases<OrderDisplayStatus>().size() + 1);
+    for (const OrderRow& row : orderRows) {
         const auto orders = situations(row.status);
         for (std::size_t index = 0; index < orders.size(); ++index) {
             const auto [primary, secondary] = statusOf(orders[index]);

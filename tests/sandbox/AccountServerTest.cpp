@@ -15,13 +15,9 @@ using tests::at;
 using tests::Reply;
 using tests::RunningSandbox;
 using tests::serving;
+using tests::text;
 
-const std::vector<HeaderField> jsonHeaders = {{"Content-type", "application/json"},
-                                              {"authorization", "Bearer sandbox-access"}};
-
-std::string text(const boost::json::value& value) {
-    return value.is_string() ? std::string(value.get_string()) : boost::json::serialize(value);
-}
+const std::vector<HeaderField> jsonHeaders = tests::signedInHeaders();
 
 std::size_t nodeCount(const Reply& reply) {
     const auto nodes = at(reply.json(), "/data/deliveriesOrdersList/nodes");
@@ -175,34 +171,6 @@ TEST(AccountServer, RefusesAWrongVariable) {
                                         "{\"maxImageSize\":4294967296}", "{\"maxImageSize\":192,\"x\":1}"}) {
         EXPECT_EQ(sandbox.post("/graphql", jsonHeaders, withVariables(variables)).status, 400) << variables;
     }
-}
-
-TEST(EventLog, HoldsEveryRequestWithItsHeadersAsSpelledAndInOrder) {
-    const RunningSandbox sandbox(serving("one"));
-    sandbox.query();
-    const auto request = at(sandbox.log(), "/requests/0");
-    EXPECT_EQ(text(at(request, "/operation")), "TrackingWidget");
-    EXPECT_EQ(text(at(request, "/outcome")), "answered");
-    std::vector<std::string> names;
-    const auto headers = at(request, "/headers");
-    for (const auto& header : headers.as_array()) names.push_back(text(at(header, "/name")));
-    EXPECT_THAT(names,
-                testing::ElementsAre("Host", "Content-type", "Accept", "authorization", "Content-Length"));
-}
-
-TEST(EventLog, NeverHoldsACredential) {
-    const RunningSandbox sandbox(serving("one"));
-    sandbox.query();
-    sandbox.query({"pontal-server-session-id", "sandbox-session"});
-    const auto renewed = sandbox.refresh("sandbox-refresh").json();
-    const std::string access = text(at(renewed, "/data/accessTokenRefresh/authPayload/accessToken"));
-    sandbox.query({"authorization", "Bearer " + access});
-    const std::string log = sandbox.get("/events").body;
-    for (const std::string& secret : {std::string("sandbox-access"), std::string("sandbox-refresh"),
-                                      std::string("sandbox-session"), access}) {
-        EXPECT_THAT(log, testing::Not(HasSubstr(secret)));
-    }
-    EXPECT_THAT(log, HasSubstr("hash:"));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
-#include <boost/json/serialize.hpp>
 
 #include "tests/sandbox/RunningSandbox.hpp"
 
@@ -15,10 +14,7 @@ using tests::at;
 using tests::Reply;
 using tests::RunningSandbox;
 using tests::serving;
-
-std::string text(const boost::json::value& value) {
-    return value.is_string() ? std::string(value.get_string()) : boost::json::serialize(value);
-}
+using tests::text;
 
 struct Event {
     std::vector<HeaderField> headers = {{"Content-Type", "application/json"},

@@ -2,7 +2,6 @@
 
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
-#include <boost/system/system_error.hpp>
 
 #include "tests/sandbox/RunningSandbox.hpp"
 
@@ -20,13 +19,7 @@ using tests::Connection;
 using tests::Reply;
 using tests::RunningSandbox;
 using tests::serving;
-
-const std::vector<sandbox::HeaderField> signedIn = {{"Content-type", "application/json"},
-                                                    {"authorization", "Bearer sandbox-access"}};
-
-std::string queryText(const std::vector<sandbox::HeaderField>& headers = signedIn) {
-    return tests::requestText("POST", "/graphql", headers, tests::queryBody());
-}
+using tests::signedInQuery;
 
 std::string gunzipped(const std::string& packed) {
     z_stream stream = {};
@@ -75,7 +68,7 @@ TEST(Fault, GarbageIsNotJSON) {
 TEST(Fault, StallNeverAnswersAndHoldsUpNoOneElse) {
     const RunningSandbox sandbox(serving("one", {.manner = Manner::stalled}));
     Connection stalled(sandbox.baseURL());
-    stalled.send(queryText());
+    stalled.send(signedInQuery());
     int noted = 0;
     while (noted == 0) noted = at(sandbox.log(), "/requestCount").to_number<int>();
     EXPECT_EQ(noted, 1);
@@ -102,7 +95,7 @@ TEST(Fault, GzipCompressesForAClientThatAcceptsIt) {
     const RunningSandbox sandbox(serving("one", {.coding = sandbox::ContentCoding::asAsked}));
     const Reply plain = sandbox.query();
     EXPECT_EQ(plain.value("Content-Encoding"), "");
-    auto headers = signedIn;
+    auto headers = tests::signedInHeaders();
     headers.push_back({"Accept-Encoding", "deflate, gzip"});
     const Reply packed = sandbox.post("/graphql", headers, tests::queryBody());
     EXPECT_EQ(packed.value("Content-Encoding"), "gzip");
@@ -123,7 +116,8 @@ TEST(Fault, RedirectOnceLeadsToAnAnswer) {
     const RunningSandbox sandbox(serving("one", {.redirection = Redirection::once}));
     const Reply reply = sandbox.query();
     EXPECT_EQ(reply.status, 302);
-    EXPECT_EQ(sandbox.post(reply.value("Location"), signedIn, tests::queryBody()).status, 200);
+    EXPECT_EQ(sandbox.post(reply.value("Location"), tests::signedInHeaders(), tests::queryBody()).status,
+              200);
 }
 
 TEST(Fault, RedirectDoesNotRenewATokenPair) {
@@ -143,24 +137,15 @@ TEST(Fault, RedirectCrossOriginLeadsToAnotherPortWhoseRequestsAreMarked) {
     const std::string otherOrigin = location.substr(0, location.rfind('/'));
     EXPECT_NE(otherOrigin, sandbox.baseURL());
     Connection other(otherOrigin);
-    other.send(queryText());
+    other.send(signedInQuery());
     EXPECT_EQ(other.receive().status, 200);
     EXPECT_EQ(at(sandbox.log(), "/requests/1/origin"), boost::json::value("second"));
-}
-
-TEST(Connection, IsKeptBetweenRequests) {
-    const RunningSandbox sandbox(serving("one"));
-    Connection connection(sandbox.baseURL());
-    for (int turn = 0; turn < 3; ++turn) {
-        connection.send(queryText());
-        EXPECT_EQ(connection.receive().status, 200);
-    }
 }
 
 TEST(Fault, CloseBetweenClosesWithoutSayingSo) {
     const RunningSandbox sandbox(serving("one", {.persistence = sandbox::Persistence::closedUnannounced}));
     Connection connection(sandbox.baseURL());
-    connection.send(queryText());
+    connection.send(signedInQuery());
     const Reply reply = connection.receive();
     EXPECT_EQ(reply.status, 200);
     EXPECT_EQ(reply.value("Connection"), "");
@@ -192,50 +177,6 @@ TEST(Fault, TouchesOnlyTheFirstRequests) {
     EXPECT_EQ(sandbox.query().status, 503);
     EXPECT_EQ(sandbox.query().status, 503);
     EXPECT_EQ(sandbox.query().status, 200);
-}
-
-TEST(TLS, ServesThoseWhoTrustItsAuthority) {
-    sandbox::SandboxOptions options = serving("one");
-    options.transport = sandbox::Transport::tls;
-    const RunningSandbox sandbox(options);
-    EXPECT_EQ(sandbox.baseURL().rfind("https://127.0.0.1:", 0), 0u);
-    ASSERT_TRUE(sandbox.certificates().has_value());
-    Connection connection(sandbox.baseURL(), sandbox.certificates()->authority);
-    connection.send(queryText());
-    EXPECT_EQ(connection.receive().status, 200);
-    EXPECT_THROW(Connection(sandbox.baseURL()), boost::system::system_error);
-}
-
-TEST(TLS, ShowsItsLogToThoseWhoTrustItsAuthority) {
-    sandbox::SandboxOptions options = serving("one");
-    options.transport = sandbox::Transport::tls;
-    const RunningSandbox sandbox(options);
-    EXPECT_THAT(sandbox::readEventLog(sandbox.baseURL(), sandbox.certificates()->authority),
-                testing::HasSubstr("\"requestCount\""));
-}
-
-TEST(WebServer, OutlivesRequestsThatAreNone) {
-    const RunningSandbox sandbox(serving("one"));
-    for (const std::string& text :
-         {std::string("\r\n\r\n"), std::string("GET\r\n\r\n"), std::string(1 << 20, 'a'),
-          std::string("POST /graphql HTTP/1.1\r\nContent-Length: 99999999999\r\n\r\n")}) {
-        try {
-            Connection connection(sandbox.baseURL());
-            connection.send(text);
-            connection.receive();
-        } catch (const boost::system::system_error&) {
-            continue;
-        }
-    }
-    EXPECT_EQ(sandbox.query().status, 200);
-}
-
-TEST(WebServer, SaysThatAPortIsTaken) {
-    const RunningSandbox sandbox(serving("one"));
-    sandbox::SandboxOptions options = serving("one");
-    const std::string url = sandbox.baseURL();
-    options.port = static_cast<unsigned short>(std::stoi(url.substr(url.rfind(':') + 1)));
-    EXPECT_THROW(sandbox::Sandbox second(options), std::runtime_error);
 }
 
 }  // namespace

@@ -178,6 +178,14 @@ std::string queryBody() {
                                         {"variables", json::object{{"maxImageSize", 192}}}});
 }
 
+std::vector<HeaderField> signedInHeaders() {
+    return {{"Content-type", "application/json"}, {"authorization", "Bearer sandbox-access"}};
+}
+
+std::string signedInQuery() {
+    return requestText("POST", "/graphql", signedInHeaders(), queryBody());
+}
+
 std::string refreshBody(const std::string& refreshToken) {
     return json::serialize(json::object{{"query", sandbox::operations[1].text},
                                         {"variables", json::object{{"refreshToken", refreshToken}}}});
@@ -187,6 +195,10 @@ json::value at(const json::value& value, const std::string& path) {
     error_code error;
     const json::value* found = value.find_pointer(path, error);
     return found == nullptr ? json::value() : *found;
+}
+
+std::string text(const json::value& value) {
+    return value.is_string() ? std::string(value.get_string()) : json::serialize(value);
 }
 
 }  // namespace tests

@@ -70,9 +70,14 @@ sandbox::SandboxOptions serving(const std::string& scenario, const sandbox::Faul
 std::string requestText(const std::string& method, const std::string& target,
                         const std::vector<sandbox::HeaderField>& headers, const std::string& body);
 std::string queryBody();
+/// What stands above the query of a signed-in person.
+std::vector<sandbox::HeaderField> signedInHeaders();
+std::string signedInQuery();
 std::string refreshBody(const std::string& refreshToken);
 
 /// The value at a path of keys and positions, as in "/data/deliveriesOrdersList/nodes/0/id".
 boost::json::value at(const boost::json::value& value, const std::string& path);
+/// A string as it is, anything else as JSON.
+std::string text(const boost::json::value& value);
 
 }  // namespace tests

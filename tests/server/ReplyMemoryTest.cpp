@@ -9,8 +9,6 @@
 namespace server {
 namespace {
 
-using platform::testing::PeakOfAllocatedMemory;
-
 constexpr std::size_t longestReply = std::size_t{4} << 20;
 constexpr std::size_t memoryLimit = std::size_t{64} << 20;
 
@@ -181,16 +179,13 @@ class ReplyMemory : public AccountServerTwin {
 };
 
 TEST_F(ReplyMemory, IsBoundedWhateverTheReplyHolds) {
-    fetched("");  // what is made on first use
     for (const auto& [name, body] : hostileReplies) {
-        const auto before = platform::testing::allocatedMemory();
-        {
-            const PeakOfAllocatedMemory peak;
-            fetched(body());
-            EXPECT_LE(peak.growth(), memoryLimit) << name;
-            RecordProperty(name, std::to_string(peak.growth() >> 10) + " KiB");
-        }
-        EXPECT_LE(platform::testing::allocatedMemory(), before + (1u << 16)) << name;
+        fetched(body());  // what is made on first use
+        const auto before = tests::allocatedBytes();
+        const auto growth = tests::peakMemory([&] { fetched(body()); });
+        EXPECT_LE(growth, memoryLimit) << name;
+        RecordProperty(name, std::to_string(growth >> 10) + " KiB");
+        EXPECT_LE(tests::allocatedBytes(), before + (1u << 16)) << name;
     }
 }
 
@@ -200,12 +195,13 @@ TEST_F(ReplyMemory, IsBoundedForTheRefreshToo) {
                       R"({"__typename":"","message":""})", "]}}}");
     };
     signIn("access", "refresh");
-    const PeakOfAllocatedMemory peak;
-    const auto reply = std::make_shared<OneReply>(body());
-    PackageFetch fetch(
-        std::make_shared<VelaServerConnectivity>(defaults, keychains, [reply] { return reply; }), tokens);
-    EXPECT_THROW(awaited(fetch.refreshAccessToken()), RefreshTokenError);
-    EXPECT_LE(peak.growth(), memoryLimit);
+    const auto growth = tests::peakMemory([&] {
+        const auto reply = std::make_shared<OneReply>(body());
+        PackageFetch fetch(
+            std::make_shared<VelaServerConnectivity>(defaults, keychains, [reply] { return reply; }), tokens);
+        EXPECT_THROW(awaited(fetch.refreshAccessToken()), RefreshTokenError);
+    });
+    EXPECT_LE(growth, memoryLimit);
 }
 
 TEST_F(ReplyMemory, ThatIsExceededIsAFailedFetchLikeAnyOther) {
@@ -286,9 +282,8 @@ TEST_F(ReplyMemory, SufficesForWhatAServerSends) {
         ASSERT_LE(body.size(), longestReply) << count;
         const auto expected = expectedPackages(body);
         ASSERT_EQ(expected.size(), count);
-        const PeakOfAllocatedMemory peak;
-        expectTheSame(fetched(body), expected);
-        RecordProperty(std::to_string(count) + " items", std::to_string(peak.growth() >> 10) + " KiB");
+        const auto growth = tests::peakMemory([&] { expectTheSame(fetched(body), expected); });
+        RecordProperty(std::to_string(count) + " items", std::to_string(growth >> 10) + " KiB");
     }
 }
 

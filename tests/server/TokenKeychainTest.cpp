@@ -110,6 +110,7 @@ class FailingItemStore : public InMemoryItemStore {
         std::vector<platform::KeychainItem> items(const platform::KeychainQuery& query) override {
             return real_->items(query);
         }
+        void rehearse() override { real_->rehearse(); }
         void insert(const platform::KeychainItem& item) override {
             failAt(Failing::insert);
             real_->insert(item);

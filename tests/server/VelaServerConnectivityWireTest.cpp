@@ -14,7 +14,7 @@ using platform::testing::LoopbackServer;
 using platform::testing::ReceivedRequest;
 using Lines = std::vector<std::string>;
 
-constexpr const char* emptyData = R"({"data":{"__typename":"Query"}})";
+constexpr const char* emptyReply = R"({"data":{"__typename":"Query"}})";
 
 class ServerConnectivityWire : public AccountServerTwin {
   protected:
@@ -56,7 +56,7 @@ class ServerConnectivityWire : public AccountServerTwin {
 TEST_F(ServerConnectivityWire, CarriesTheAgreedHeadersWhateverUserInformationTheBaseHas) {
     for (const char* userInformation : {"", "user:pw@", "user@", ":pw@", "@", "us%65r:p%40w@"}) {
         SCOPED_TRACE(userInformation);
-        const LoopbackServer server(httpReply(200, emptyData));
+        const LoopbackServer server(httpReply(200, emptyReply));
         EXPECT_EQ(sent(userInformation, query, server).back(), (Lines{contentType, accept}));
         EXPECT_EQ(sent(userInformation, mutation, server).back(), (Lines{contentType, accept}));
         sessionKeychain().setData(platform::Data{std::string("session-1")}, "session");
@@ -78,7 +78,7 @@ TEST_F(ServerConnectivityWire, CarriesThemAlongARedirectWithUserInformation) {
     std::string location;
     const LoopbackServer server([&location](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
         const bool isFirst = request.target() == "/graphql";
-        peer.send(isFirst ? httpReply(307, "", {"Location: " + location}) : httpReply(200, emptyData));
+        peer.send(isFirst ? httpReply(307, "", {"Location: " + location}) : httpReply(200, emptyReply));
     });
     location = "http://user:pw@127.0.0.1:" + std::to_string(server.port()) + "/moved";
     EXPECT_THAT(sent("", query, server),
@@ -109,7 +109,7 @@ TEST_F(ServerConnectivityWire, IsOneRequestForEveryPerform) {
     // Every connection answers one request, promises to stay open, and hangs up on the next.
     const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
         if (request.connection % 3 == 0) return peer.close();
-        peer.send(httpReply(200, emptyData, {"Connection: keep-alive"}));
+        peer.send(httpReply(200, emptyReply, {"Connection: keep-alive"}));
         if (request.connection % 3 == 1) peer.close();
     });
     const SharedDefaults place(std::make_unique<platform::testing::InMemoryUserDefaults>(),

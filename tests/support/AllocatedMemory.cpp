@@ -1,77 +1,96 @@
 #include "tests/support/AllocatedMemory.hpp"
 
 #include <malloc.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
-#include <new>
+#include <cerrno>
 
 namespace {
 
-std::atomic<std::size_t> inUse = 0;
-std::atomic<std::size_t> peak = 0;
+std::atomic<std::size_t> allocated, most;
 
-/// glibc keeps a word in front of every piece.
-std::size_t cost(void* piece) {
-    return malloc_usable_size(piece) + sizeof(std::size_t);
-}
-
-void* counted(void* piece) {
-    if (!piece) throw std::bad_alloc();
-    const std::size_t now = inUse += cost(piece);
-    for (std::size_t highest = peak; highest < now && !peak.compare_exchange_weak(highest, now);) {
+[[maybe_unused]] void count(std::size_t size) {
+    const std::size_t now = allocated.fetch_add(size) + size;
+    std::size_t before = most;
+    while (before < now && !most.compare_exchange_weak(before, now)) {
     }
-    return piece;
 }
-
-void release(void* piece) {
-    if (!piece) return;
-    inUse -= cost(piece);
-    std::free(piece);
+[[maybe_unused]] void discount(std::size_t size) {
+    allocated.fetch_sub(size);
 }
 
 }  // namespace
 
-void* operator new(std::size_t size) {
-    return counted(std::malloc(size));
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    const auto unit = static_cast<std::size_t>(alignment);
-    return counted(std::aligned_alloc(unit, (size + unit - 1) / unit * unit));
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    try {
-        return ::operator new(size);
-    } catch (const std::bad_alloc&) {
-        return nullptr;
-    }
-}
-void operator delete(void* piece) noexcept {
-    release(piece);
-}
-void operator delete(void* piece, std::size_t) noexcept {
-    release(piece);
-}
-void operator delete(void* piece, std::align_val_t) noexcept {
-    release(piece);
-}
-void operator delete(void* piece, std::size_t, std::align_val_t) noexcept {
-    release(piece);
+namespace tests {
+
+std::size_t allocatedBytes() {
+    return allocated;
 }
 
-namespace platform::testing {
-
-std::size_t allocatedMemory() {
-    return inUse;
+std::size_t mostAllocatedBytes() {
+    return most.exchange(allocated);
 }
 
-PeakOfAllocatedMemory::PeakOfAllocatedMemory() : before_(inUse) {
-    peak = before_;
+}  // namespace tests
+
+#ifndef VELA_SANITIZER_ALLOCATES
+
+extern "C" {
+
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void* __libc_memalign(std::size_t, std::size_t);
+void __libc_free(void*);
+
+static void* counted(void* memory) {
+    if (memory) count(malloc_usable_size(memory));
+    return memory;
 }
 
-std::size_t PeakOfAllocatedMemory::growth() const {
-    return std::max(peak.load(), before_) - before_;
+void* malloc(std::size_t size) noexcept {
+    return counted(__libc_malloc(size));
+}
+void* calloc(std::size_t number, std::size_t size) noexcept {
+    return counted(__libc_calloc(number, size));
+}
+void* realloc(void* memory, std::size_t size) noexcept {
+    const std::size_t before = memory ? malloc_usable_size(memory) : 0;
+    void* grown = __libc_realloc(memory, size);
+    if (!grown && size > 0) return nullptr;
+    // Both are there while one is copied to the other.
+    if (grown) count(malloc_usable_size(grown));
+    discount(before);
+    return grown;
+}
+void* memalign(std::size_t alignment, std::size_t size) noexcept {
+    return counted(__libc_memalign(alignment, size));
+}
+void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+    return memalign(alignment, size);
+}
+int posix_memalign(void** memory, std::size_t alignment, std::size_t size) noexcept {
+    *memory = memalign(alignment, size);
+    return *memory ? 0 : ENOMEM;
+}
+void free(void* memory) noexcept {
+    if (!memory) return;
+    discount(malloc_usable_size(memory));
+    __libc_free(memory);
 }
 
-}  // namespace platform::testing
+// What is mapped beside the allocator, which maps by calls of its own; counted for good.
+void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) noexcept {
+    const long result = syscall(SYS_mmap, address, size, protection, flags, file, offset);
+    if (result == -1) return MAP_FAILED;
+    if (flags & MAP_ANONYMOUS) count(size);
+    return reinterpret_cast<void*>(result);
+}
+
+}  // extern "C"
+
+#endif

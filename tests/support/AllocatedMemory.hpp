@@ -1,24 +1,29 @@
 #pragma once
 
-// What the process's `operator new` has given out. Linking this in replaces that operator; the figures count
-// what the allocator really hands over for each request, its own book-keeping included. Safe from any thread.
+// What is allocated in this program, by us and by every library, counted by its allocator. A program that
+// links this has malloc, and all that comes from it, replaced by counting ones. One measurement at a time.
 
 #include <cstddef>
 
-namespace platform::testing {
+#include "tests/support/MemoryLimit.hpp"
 
-/// Bytes in use now.
-std::size_t allocatedMemory();
+namespace tests {
 
-/// The most that was in use at any moment since the object was made.
-class PeakOfAllocatedMemory {
-  public:
-    PeakOfAllocatedMemory();
-    /// Bytes above what was in use when this began.
-    std::size_t growth() const;
+/// A sanitizer has an allocator of its own: nothing is counted then.
+constexpr bool memoryIsCounted = memoryCanBeLimited;
 
-  private:
-    std::size_t before_;
-};
+/// Bytes allocated and not freed, those that the allocator rounds up included.
+std::size_t allocatedBytes();
+/// The most of them since the last call.
+std::size_t mostAllocatedBytes();
 
-}  // namespace platform::testing
+/// How much more than before is allocated during `work`, at most.
+template <typename Work>
+std::size_t peakMemory(Work work) {
+    const std::size_t before = allocatedBytes();
+    mostAllocatedBytes();
+    work();
+    return mostAllocatedBytes() - before;
+}
+
+}  // namespace tests

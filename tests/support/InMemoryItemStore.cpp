@@ -23,6 +23,7 @@ class InMemoryItemStore::Transaction : public KeychainTransaction {
     }
     void erase(const KeychainItem& item) override { items_.erase(find(item)); }
     void commit() override { store_.items_ = std::move(items_); }
+    void rehearse() override {}
 
   private:
     std::vector<KeychainItem>::iterator find(const KeychainItem& item) {

@@ -17,6 +17,8 @@ class InMemoryUserDefaults : public UserDefaults {
     std::optional<boost::json::value> objectForKey(std::string_view key) const override;
     void setObject(std::string_view key, const boost::json::value& value) override;
     void removeObject(std::string_view key) override;
+    std::unique_ptr<UserDefaultsReplacement> prepareReplacement(
+        std::string_view key, const std::optional<boost::json::value>& value) override;
 
   private:
     mutable std::mutex mutex_;

@@ -11,6 +11,8 @@
 
 #include <array>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 namespace platform::testing {
@@ -92,6 +94,21 @@ void expectNoSanitizerReport(const std::string& errors) {
 }
 
 }  // namespace
+
+std::vector<pid_t> childrenOf(pid_t process) {
+    const auto number = std::to_string(process);
+    std::ifstream stream("/proc/" + number + "/task/" + number + "/children");
+    std::vector<pid_t> result;
+    for (pid_t child = 0; stream >> child;) result.push_back(child);
+    return result;
+}
+
+bool isAlive(pid_t process) {
+    std::ifstream stream("/proc/" + std::to_string(process) + "/stat");
+    const std::string text((std::istreambuf_iterator<char>(stream)), {});
+    const auto state = text.rfind(") ");
+    return state != std::string::npos && text[state + 2] != 'Z';
+}
 
 std::filesystem::path programFolder() {
     return VELA_PROGRAM_FOLDER;

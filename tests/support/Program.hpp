@@ -57,6 +57,12 @@ class BackgroundProgram {
     pid_t process_;
 };
 
+/// The processes that a process has started from its first thread and not yet waited for.
+std::vector<pid_t> childrenOf(pid_t process);
+
+/// One that has ended and that nobody has waited for yet is not.
+bool isAlive(pid_t process);
+
 /// Where our programs were built.
 std::filesystem::path programFolder();
 

@@ -5,18 +5,18 @@
 namespace VelaApi {
 namespace {
 
-constexpr std::string_view text =
+constexpr std::string_view mutationText =
     "mutation RefreshAccessToken($refreshToken: String!) { __typename "
     "accessTokenRefresh(refreshToken: $refreshToken) { __typename authPayload { __typename "
     "accessToken refreshToken } userErrors { __typename message } } }";
-static_assert(text.size() == 215);
+static_assert(mutationText.size() == 215);
 
 }  // namespace
 
 static_assert(GraphApiQuery<RefreshAccessTokenMutation> && ResponseAssociable<RefreshAccessTokenMutation>);
 
 std::string_view RefreshAccessTokenMutation::queryString() {
-    return text;
+    return mutationText;
 }
 
 const platform::JSONEncoder& RefreshAccessTokenMutation::customEncoder() {

@@ -5,7 +5,7 @@
 namespace VelaApi {
 namespace {
 
-constexpr std::string_view text =
+constexpr std::string_view queryText =
     "query TrackingWidget($maxImageSize: Int!) { __typename deliveriesOrdersList(first: 10) { "
     "__typename nodes { __typename id ... on Order { __typename createdAt displayStatus "
     "deliveryStatus shippingMethod markedAsDeliveredAt etaInfo { __typename formattedEta isFuture "
@@ -18,14 +18,14 @@ constexpr std::string_view text =
     "exceptionType } currentEtaInfo { __typename formattedEtaDateAndTime estimatedTimeOfDelivery "
     "etaRange { __typename etaStart etaEnd } } tracker { __typename carrierInfo { __typename id name "
     "imageUrl } } } } } }";
-static_assert(text.size() == 1031);
+static_assert(queryText.size() == 1031);
 
 }  // namespace
 
 static_assert(GraphApiQuery<TrackingWidgetQuery> && ResponseAssociable<TrackingWidgetQuery>);
 
 std::string_view TrackingWidgetQuery::queryString() {
-    return text;
+    return queryText;
 }
 
 const platform::JSONEncoder& TrackingWidgetQuery::customEncoder() {

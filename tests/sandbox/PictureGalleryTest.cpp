@@ -3,8 +3,6 @@
 #include <fstream>
 #include <sstream>
 
-#include "sandbox/Drawing.hpp"
-#include "sandbox/Encoding.hpp"
 #include "sandbox/PictureGallery.hpp"
 #include "tests/sandbox/RunningSandbox.hpp"
 
@@ -13,9 +11,7 @@
 
 namespace {
 
-using namespace std::string_view_literals;
-using sandbox::Bitmap;
-using sandbox::PictureForm;
+using drawing::PixelSize;
 using testing::StartsWith;
 using tests::Reply;
 using tests::RunningSandbox;
@@ -30,15 +26,15 @@ std::uint32_t bigEndian(const std::string& bytes, std::size_t offset) {
 }
 
 /// The size that a PNG's header declares.
-sandbox::Size declaredSize(const std::string& png) {
+PixelSize declaredSize(const std::string& png) {
     return {static_cast<int>(bigEndian(png, 16)), static_cast<int>(bigEndian(png, 20))};
 }
 
 TEST(FittedSize, KeepsTheShapeAndNeverGrows) {
     const struct {
-        sandbox::Size size;
-        sandbox::Size bounds;
-        sandbox::Size fitted;
+        PixelSize size;
+        PixelSize bounds;
+        PixelSize fitted;
     } rows[] = {
         {{512, 512}, {192, 192}, {192, 192}}, {{4000, 3000}, {192, 192}, {192, 144}},
         {{16, 16}, {192, 192}, {16, 16}},     {{2000, 100}, {192, 192}, {192, 10}},
@@ -74,13 +70,12 @@ TEST(Gallery, ServesEveryPictureOfItsCatalogueByItsForm) {
 
 TEST(Gallery, BoundsAPictureUnderEitherName) {
     const RunningSandbox sandbox(serving("empty"));
-    EXPECT_EQ(declaredSize(sandbox.get("/pictures/logos/fathom.png").body), (sandbox::Size{512, 512}));
+    EXPECT_EQ(declaredSize(sandbox.get("/pictures/logos/fathom.png").body), (PixelSize{512, 512}));
     EXPECT_EQ(declaredSize(sandbox.get("/pictures/logos/fathom.png?maxWidth=192&maxHeight=192").body),
-              (sandbox::Size{192, 192}));
-    EXPECT_EQ(declaredSize(sandbox.get("/pictures/logos/fathom.png?width=100").body),
-              (sandbox::Size{100, 100}));
+              (PixelSize{192, 192}));
+    EXPECT_EQ(declaredSize(sandbox.get("/pictures/logos/fathom.png?width=100").body), (PixelSize{100, 100}));
     EXPECT_EQ(declaredSize(sandbox.get("/pictures/logos/fathom.png?maxWidth=many&maxHeight=-3").body),
-              (sandbox::Size{512, 512}));
+              (PixelSize{512, 512}));
 }
 
 TEST(Gallery, DoesNotHaveEveryPicture) {
@@ -97,67 +92,10 @@ TEST(BrokenPicture, IsBrokenAsItsNameSays) {
     const std::string cut = sandbox.get("/pictures/broken/cut").body;
     EXPECT_THAT(cut, StartsWith("\xff\xd8\xff"));
     EXPECT_EQ(cut.find("\xff\xd9"), std::string::npos);
-    EXPECT_EQ(declaredSize(sandbox.get("/pictures/broken/bomb").body), (sandbox::Size{60000, 60000}));
+    EXPECT_EQ(declaredSize(sandbox.get("/pictures/broken/bomb").body), (PixelSize{60000, 60000}));
     EXPECT_EQ(sandbox.get("/pictures/broken/huge").body.size(), std::size_t{50} << 20);
     EXPECT_EQ(sandbox.get("/pictures/broken/loop").value("Location"), "/pictures/broken/loop");
     EXPECT_FALSE(sandbox.get("/pictures/broken/dropped").isWhole);
-}
-
-/// A slope of greys, so that no two corners are alike.
-Bitmap slope() {
-    Bitmap bitmap{.width = 32, .height = 16, .pixels = {}};
-    for (int index = 0; index < bitmap.width * bitmap.height; ++index) {
-        const auto level = static_cast<std::uint8_t>(index / 2);
-        bitmap.pixels.push_back({level, level, level, 255});
-    }
-    return bitmap;
-}
-
-TEST(Encoding, SaysTheOrientationOfATurnedJPEG) {
-    const Bitmap bitmap = slope();
-    EXPECT_EQ(sandbox::encoded(bitmap, {.form = PictureForm::jpeg}).find("Exif"), std::string::npos);
-    for (int orientation = 2; orientation <= 8; ++orientation) {
-        const std::string file =
-            sandbox::encoded(bitmap, {.form = PictureForm::jpeg, .orientation = orientation});
-        const std::size_t exif = file.find("Exif\0\0MM\0\x2a"sv);
-        ASSERT_NE(exif, std::string::npos);
-        EXPECT_EQ(file.at(exif + 6 + 8 + 2 + 8 + 1), orientation);
-    }
-}
-
-TEST(Encoding, WritesTheHeaderOfEveryPNGForm) {
-    const struct {
-        PictureForm form;
-        int depth;
-        int colour;
-        int interlacing;
-    } rows[] = {{PictureForm::png, 8, 6, 0},
-                {PictureForm::pngPalette, 8, 3, 0},
-                {PictureForm::png16, 16, 6, 0},
-                {PictureForm::pngInterlaced, 8, 6, 1}};
-    for (const auto& row : rows) {
-        const std::string file = sandbox::encoded(slope(), {.form = row.form});
-        EXPECT_EQ(declaredSize(file), (sandbox::Size{32, 16}));
-        EXPECT_EQ(file.at(24), row.depth);
-        EXPECT_EQ(file.at(25), row.colour);
-        EXPECT_EQ(file.at(28), row.interlacing);
-    }
-}
-
-TEST(Drawing, DrawsEveryMotifAndProduct) {
-    for (const std::string motif : {"wave", "ring", "sun", "peak", "leaf", "kite", "bars", "tile"}) {
-        const Bitmap logo =
-            sandbox::drawn({.subject = "logo", .motif = motif, .text = "柚", .ground = 0x0B5563}, 64, 48);
-        EXPECT_EQ(logo.pixels.size(), 64u * 48u);
-        EXPECT_GT(std::set<sandbox::Pixel>(logo.pixels.begin(), logo.pixels.end()).size(), 20u) << motif;
-    }
-    for (const std::string subject :
-         {"mug", "lamp", "book", "plant", "chair", "headphones", "lantern", "vase", "landscape"}) {
-        const Bitmap product = sandbox::drawn({.subject = subject, .ground = 0xD97706}, 48, 64);
-        EXPECT_GT(std::set<sandbox::Pixel>(product.pixels.begin(), product.pixels.end()).size(), 20u)
-            << subject;
-    }
-    EXPECT_THROW(sandbox::drawn({.subject = "unicorn"}, 8, 8), std::runtime_error);
 }
 
 }  // namespace

@@ -1,8 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "tests/drawing/MemoryLimit.hpp"
-#include "tests/drawing/PictureFiles.hpp"
+#include "drawing/Writers/JPEGFile.hpp"
+#include "tests/drawing/Photograph.hpp"
 #include "tests/drawing/SampleEntries.hpp"
+#include "tests/support/MemoryLimit.hpp"
 #include "widget/EntryDrawing.hpp"
 
 namespace {
@@ -32,9 +33,9 @@ widget::SimpleEntry tenPackages() {
 
 // A drawing's own, fonts included; the libraries are loaded before.
 TEST(DrawingMemory, IsModestWithTenPackagesOfPhotographs) {
-    const tests::Picture photograph = tests::photograph({4000, 3000});
+    const drawing::StraightBitmap photograph = tests::photograph({4000, 3000});
     for (const bool progressive : {false, true}) {
-        OnePicture pictures(tests::jpeg(photograph, {.progressive = progressive}));
+        OnePicture pictures(drawing::jpegFile(photograph, {.progressive = progressive}));
         EXPECT_TRUE(tests::succeedsWithin(28u << 20, [&] {
             return !widget::draw({.entry = tenPackages(), .family = platform::WidgetFamily::systemLarge},
                                  pictures)

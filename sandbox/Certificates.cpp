@@ -1,4 +1,4 @@
-#include "sandbox/Certificate.hpp"
+#include "sandbox/Certificates.hpp"
 
 #include <openssl/bio.h>
 #include <openssl/evp.h>

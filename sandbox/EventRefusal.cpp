@@ -1,4 +1,4 @@
-#include "sandbox/Collector.hpp"
+#include "sandbox/EventRefusal.hpp"
 
 #include <algorithm>
 #include <boost/json/array.hpp>
@@ -49,7 +49,7 @@ std::string refusalOfHeaders(const Request& request) {
     return {};
 }
 
-std::optional<long long> milliseconds(const Request& request, std::string_view field) {
+std::optional<long long> millisecondsIn(const Request& request, std::string_view field) {
     const std::string_view text = request.value(field).value_or("");
     long long count = 0;
     const auto end = std::from_chars(text.data(), text.data() + text.size(), count);
@@ -113,8 +113,8 @@ bool nameTheSameInstant(long long headerMilliseconds, double bodySeconds) {
 std::string refusalOfEvent(const Request& request) {
     if (request.method != "POST") return "the method is not POST";
     if (std::string refusal = refusalOfHeaders(request); !refusal.empty()) return refusal;
-    const auto created = milliseconds(request, createdAt);
-    const auto sent = milliseconds(request, sentAt);
+    const auto created = millisecondsIn(request, createdAt);
+    const auto sent = millisecondsIn(request, sentAt);
     if (!created || !sent) return "a time header is not a decimal number of milliseconds";
     if (*sent < *created) return "the event was sent before it was created";
     if (!isLanguageTag(request.value(contentLanguage).value_or("")))

@@ -1,0 +1,244 @@
+#include "host/widget/ExtensionSession.hpp"
+
+#include <gmock/gmock.h>
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/this_coro.hpp>
+#include <string>
+#include <vector>
+
+#include "platform/Asio/Coroutines.hpp"
+#include "tests/host/Misbehaviour.hpp"
+
+namespace host {
+namespace {
+
+namespace asio = boost::asio;
+using platform::testing::eventually;
+using platform::testing::ScopedEnvironment;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using Kind = ExtensionRequest::Kind;
+
+const std::string answersAlways = "greet\nreceive\nanswer {}\nrepeat";
+
+class ExtensionSessionTest : public Misbehaviour {
+  protected:
+    ExtensionSession::Options options() {
+        ExtensionSession::Options options;
+        options.extension = settings;
+        options.restarts = {.pauses = {milliseconds(0)}};
+        options.onNotice = [this](std::string_view notice) { notices.emplace_back(notice); };
+        options.onOutputLine = [this](std::string_view line) { lines.emplace_back(line); };
+        return options;
+    }
+
+    /// Runs `work` on a session whose extension behaves like that.
+    template <typename Work>
+    void with(const std::string& behaviour, ExtensionSession::Options options, Work work) {
+        const ScopedEnvironment scope({{"VELA_TEST_BEHAVIOUR", behaviour}});
+        platform::runToEnd(run(std::move(options), std::move(work)));
+    }
+
+    /// "answer", or how asking failed.
+    static asio::awaitable<std::string> outcome(ExtensionSession& session, Kind kind = Kind::snapshot) {
+        try {
+            co_await session.ask({.kind = kind});
+            co_return "answer";
+        } catch (const ExtensionError& failure) {
+            co_return failure.what();
+        }
+    }
+
+    static asio::awaitable<std::string> drawing(ExtensionSession& session) {
+        widget::DrawingRequest request = {
+            .entry = {.date = platform::Date::sinceReferenceDate(0), .widgetState = widget::NoPackages()},
+            .family = platform::WidgetFamily::systemSmall};
+        request.format = widget::DrawingFormat::tree;
+        try {
+            co_return co_await session.draw(std::move(request));
+        } catch (const ExtensionError& failure) {
+            co_return failure.what();
+        }
+    }
+
+    /// Goes on with `line` only where `mark` was not met before.
+    std::string once(const std::string& mark, const std::string& line) const {
+        return "unless " + path(mark) + " " + line;
+    }
+
+    std::vector<std::string> notices;
+    std::vector<std::string> lines;
+
+  private:
+    template <typename Work>
+    static asio::awaitable<int> run(ExtensionSession::Options options, Work work) {
+        ExtensionSession session(co_await asio::this_coro::executor, std::move(options));
+        co_await work(session);
+        co_return 0;
+    }
+};
+
+TEST_F(ExtensionSessionTest, StartsNothingBeforeItIsAsked) {
+    with("note " + path("started"), options(),
+         [](ExtensionSession& session) -> asio::awaitable<void> { co_await session.end(); });
+    EXPECT_FALSE(std::filesystem::exists(path("started")));
+}
+
+TEST_F(ExtensionSessionTest, AsksOneExtensionAsLongAsItAnswers) {
+    with("print started\n" + answersAlways, options(),
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             for (int count = 0; count < 5; ++count) EXPECT_EQ(co_await outcome(session), "answer");
+             co_await session.end();
+         });
+    EXPECT_THAT(lines, ElementsAre("started"));
+    EXPECT_TRUE(isNothingLeft());
+}
+
+TEST_F(ExtensionSessionTest, IsServedAgainAfterItsExtensionEnded) {
+    with("greet\nreceive\n" + once("mark", "raise 11") + "\nanswer {}", options(),
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             EXPECT_EQ(co_await outcome(session), "the extension ended by signal SIGSEGV before it answered");
+             EXPECT_EQ(co_await outcome(session), "answer");
+             co_await session.end();
+         });
+    EXPECT_TRUE(isNothingLeft());
+}
+
+TEST_F(ExtensionSessionTest, IsServedAgainAfterItsExtensionHung) {
+    auto limited = options();
+    limited.answerBudget = milliseconds(400);
+    limited.extension.farewellLimit = milliseconds(100);
+    with("greet\nreceive\n" + once("mark", "raise 19") + "\nanswer {}", limited,
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             EXPECT_EQ(co_await outcome(session), "the extension has not answered within 400 ms");
+             EXPECT_EQ(co_await outcome(session), "answer");
+             co_await session.end();
+         });
+    EXPECT_TRUE(isNothingLeft());
+}
+
+TEST_F(ExtensionSessionTest, PausesForLongerAfterEachFailureInARow) {
+    auto paused = options();
+    paused.restarts.pauses = {milliseconds(0), milliseconds(200), milliseconds(400)};
+    std::vector<milliseconds> waits;
+    with("greet\nreceive\nexit 3", paused, [&](ExtensionSession& session) -> asio::awaitable<void> {
+        co_await outcome(session);
+        for (int count = 0; count < 4; ++count) {
+            const auto start = steady_clock::now();
+            co_await outcome(session);
+            waits.push_back(std::chrono::floor<milliseconds>(steady_clock::now() - start));
+        }
+    });
+    for (const auto& [index, least] : std::vector<std::pair<std::size_t, int>>{{1, 199}, {2, 399}, {3, 399}})
+        EXPECT_GE(waits[index], milliseconds(least)) << index;
+}
+
+TEST_F(ExtensionSessionTest, BeginsItsPausesAnewAfterAnAnswer) {
+    auto paused = options();
+    paused.restarts.pauses = {milliseconds(0), std::chrono::hours(1)};
+    // Answers once, then ends: each failure is the first in a row.
+    with("greet\nreceive\nanswer {}\nreceive\nexit 3", paused,
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             for (int count = 0; count < 3; ++count) {
+                 EXPECT_EQ(co_await outcome(session), "answer");
+                 EXPECT_NE(co_await outcome(session), "answer");
+             }
+         });
+}
+
+TEST_F(ExtensionSessionTest, CountsOneEndOnceHoweverManyWereWaiting) {
+    auto paused = options();
+    paused.restarts.pauses = {milliseconds(0), std::chrono::hours(1)};
+    with("greet\nreceive\n" + once("mark", "exit 3") + "\nanswer {}", paused,
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             const auto executor = co_await asio::this_coro::executor;
+             int failed = 0;
+             for (int count = 0; count < 2; ++count)
+                 asio::co_spawn(
+                     executor,
+                     [](ExtensionSession& asked, int& failures) -> asio::awaitable<void> {
+                         if (co_await outcome(asked) != "answer") ++failures;
+                     }(session, failed),
+                     [](const std::exception_ptr&) {});
+             EXPECT_NE(co_await outcome(session), "answer");
+             // After three failures in a row it would be an hour.
+             EXPECT_EQ(co_await outcome(session), "answer");
+             EXPECT_EQ(failed, 2);
+         });
+}
+
+TEST_F(ExtensionSessionTest, DrawsWithAnotherExtensionWhereOneEnds) {
+    with("greet\nreceive\n" + once("mark", "raise 11") + "\ndraw {}", options(),
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             EXPECT_EQ(co_await drawing(session), "{}");
+             co_await session.end();
+         });
+    EXPECT_THAT(notices,
+                ElementsAre("the extension ended by signal SIGSEGV while drawing; starting it again"));
+}
+
+TEST_F(ExtensionSessionTest, StartsNoOftenerThanItsPolicyAllows) {
+    auto bounded = options();
+    bounded.restarts.most = 2;
+    with("greet\nreceive\nexit 3", bounded, [](ExtensionSession& session) -> asio::awaitable<void> {
+        EXPECT_EQ(co_await drawing(session), "the extension ended with status 3 while drawing");
+        co_await session.end();
+    });
+    EXPECT_EQ(notices.size(), 2u);
+    EXPECT_TRUE(isNothingLeft());
+}
+
+TEST_F(ExtensionSessionTest, GivesADrawingItsBudgetAndNoMore) {
+    auto limited = options();
+    limited.drawingBudget = milliseconds(500);
+    limited.pictureBudget = milliseconds(200);
+    limited.extension.farewellLimit = milliseconds(50);
+    with("greet\nreceive\nsleep 3600000", limited, [](ExtensionSession& session) -> asio::awaitable<void> {
+        EXPECT_EQ(co_await drawing(session), "the extension has not answered within 500 ms");
+    });
+    EXPECT_THAT(notices, ElementsAre("the extension has not answered within 200 ms; starting it again"));
+    EXPECT_TRUE(eventually(isNothingLeft));
+}
+
+TEST_F(ExtensionSessionTest, LeavesNothingBehindWhenItIsDropped) {
+    with("greet\nreceive\nanswer {}\nsleep 3600000", options(),
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             EXPECT_EQ(co_await outcome(session), "answer");
+         });
+    EXPECT_TRUE(eventually(isNothingLeft));
+}
+
+TEST_F(ExtensionSessionTest, TakesAnUploadThatNeverEndsForNoFailure) {
+    with("greet\nreceive\nanswer {}\nreceive\nsleep 3600000", options(),
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             co_await session.finishUploads(milliseconds(100));
+             EXPECT_EQ(co_await outcome(session, Kind::timeline), "answer");
+             co_await session.finishUploads(milliseconds(100));
+         });
+    EXPECT_THAT(notices, IsEmpty());
+    EXPECT_TRUE(eventually(isNothingLeft));
+}
+
+TEST_F(ExtensionSessionTest, OfACommandSharesOneDeadline) {
+    settings.answerLimit = milliseconds(700);
+    with("greet\nreceive\nsleep 600\nanswer {}\nrepeat", ExtensionSession::Options::forCommand(settings),
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             EXPECT_EQ(co_await outcome(session), "answer");
+             EXPECT_EQ(co_await outcome(session), "the extension has not answered within 700 ms");
+         });
+}
+
+TEST(RestartPolicy, GrowsUntilItsLastPause) {
+    const auto pauses = RestartPolicy::patient().pauses;
+    EXPECT_TRUE(std::is_sorted(pauses.begin(), pauses.end()));
+    EXPECT_EQ(pauses.front(), milliseconds(0));
+    EXPECT_EQ(pauses.back(), std::chrono::minutes(5));
+    EXPECT_EQ(RestartPolicy::once().most, 1);
+}
+
+}  // namespace
+}  // namespace host
