@@ -5,7 +5,9 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
+#include <utility>
+
+#include "platform/JSON/CodingPath.hpp"
 
 namespace analytics {
 
@@ -18,10 +20,13 @@ struct DynamicCodingKeys {
         return {.stringValue = "Index " + std::to_string(index), .intValue = index};
     }
 
+    /// The link of this key in a path, which lives no longer than the key and `parent`.
+    platform::CodingPath after(const platform::CodingPath& parent) const {
+        if (intValue) return {parent, *intValue};
+        return {parent, stringValue};
+    }
+
     bool operator==(const DynamicCodingKeys&) const = default;
 };
-
-/// The keys that lead from a document's root to one of its containers.
-using CodingPath = std::vector<DynamicCodingKeys>;
 
 }  // namespace analytics

@@ -5,21 +5,18 @@
 #include <string>
 #include <string_view>
 
-#include "analytics/EncodingError.hpp"
+#include "analytics/DynamicCodingKeys.hpp"
 #include "analytics/SnakeCase.hpp"
+#include "platform/JSON/CodingError.hpp"
 
 namespace analytics {
 
 namespace json = boost::json;
+using platform::CodingPath;
 
 namespace {
 
-json::value encoded(const PayloadValue& value, const CodingPath& container, DynamicCodingKeys key);
-
-CodingPath appending(CodingPath path, DynamicCodingKeys key) {
-    path.push_back(std::move(key));
-    return path;
-}
+json::value encoded(const PayloadValue& value, const CodingPath& container, const DynamicCodingKeys& key);
 
 /// The value as the first of `Types` that it holds, made a `Result`.
 template <typename Result, typename... Types>
@@ -74,16 +71,16 @@ Encoded array(const PayloadValue& value, const CodingPath& path) {
 /// In order of trial: the first kind that fits decides.
 constexpr std::array kinds = {text, signedInteger, number, boolean, dictionary, array};
 
-json::value encoded(const PayloadValue& value, const CodingPath& container, DynamicCodingKeys key) {
-    const auto path = appending(container, std::move(key));
+json::value encoded(const PayloadValue& value, const CodingPath& container, const DynamicCodingKeys& key) {
+    const auto path = key.after(container);
     for (const auto kind : kinds)
         if (auto result = kind(value, path)) return *std::move(result);
-    throw EncodingError(container, "Invalid value type");
+    throw platform::EncodingError("Invalid value type", container.components());
 }
 
 }  // namespace
 
-json::object encodedPayload(const Payload& payload, const CodingPath& path) {
+json::object encodedPayload(const Payload& payload, const platform::CodingPath& path) {
     json::object object;
     for (const auto& [name, value] : payload)
         object[encoderSnakeCased(name)] =

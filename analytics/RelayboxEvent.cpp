@@ -32,7 +32,8 @@ std::string RelayboxEvent::encoded() const {
     boost::json::object envelope;
     envelope[codingKeys::schemaId] = schemaId;
     envelope[codingKeys::createdAt] = createdAt.timeIntervalSinceReferenceDate();
-    envelope[codingKeys::payload] = encodedPayload(payload, {DynamicCodingKeys::name(codingKeys::payload)});
+    const platform::CodingPath top;
+    envelope[codingKeys::payload] = encodedPayload(payload, {top, codingKeys::payload});
     return platform::JSONSerialization::dataWithJSONObject(envelope, platform::JSONKeyOrder::ascendingBytes);
 }
 

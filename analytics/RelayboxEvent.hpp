@@ -20,8 +20,8 @@ struct RelayboxEvent {
     static RelayboxEvent enveloping(const RelayboxEventable& event);
 
     /// The envelope as JSON, names in ascending order at every level, dates as seconds since 2001. Throws
-    /// EncodingError for a payload value of a kind that is not accepted, platform::JSONError for a text that
-    /// is not UTF-8 and a number that is not finite.
+    /// platform::EncodingError for a payload value of a kind that is not accepted, platform::JSONError for a
+    /// text that is not UTF-8 and a number that is not finite.
     std::string encoded() const;
 };
 

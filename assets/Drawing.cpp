@@ -9,9 +9,13 @@
 #include <memory>
 #include <stdexcept>
 
+#include "platform/Text/ASCII.hpp"
+
 namespace assets {
 
 namespace {
+
+using platform::trimmed;
 
 [[noreturn]] void refuse(const std::string& reason) {
     throw std::invalid_argument(reason);
@@ -29,12 +33,6 @@ struct Tag {
 };
 
 constexpr std::string_view spaces = " \t\r\n";
-
-std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(spaces);
-    return first == text.npos ? std::string_view()
-                              : text.substr(first, text.find_last_not_of(spaces) - first + 1);
-}
 
 Tag tagFrom(std::string_view text) {
     text = trimmed(text.substr(0, text.size() - text.ends_with('/')));

@@ -17,7 +17,7 @@ using namespace platform;
 
 constexpr std::array statuses = {301, 302, 303, 307, 308, 200, 300, 304};
 constexpr std::array methods = {"GET", "POST", "HEAD", "PUT"};
-constexpr std::array credentials = {"authorization", "pontal-server-session-id", "cookie", "Authorization"};
+constexpr std::array credentials = {"authorization", "cookie", "Authorization", "proxy-authorization"};
 
 std::string_view takeLine(std::string_view& text) {
     const auto line = text.substr(0, text.find('\n'));
@@ -47,6 +47,8 @@ void check(const URLRequest& request, const URLRequest& next, int status) {
     require(next.httpBody.empty(), "no body leaves its origin");
     for (const char* name : credentials)
         require(!fieldValue(next.headers, name), "no credential leaves its origin");
+    for (const auto& field : next.headers)
+        require(!field.isCredential, "no field that says it is a credential leaves its origin");
 }
 
 }  // namespace
@@ -63,6 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
     const std::string place(takeLine(rest));
     request.headers = fields(rest);
     for (const char* name : credentials) request.headers.push_back({name, "secret"});
+    request.setCredential("secret", "x-session");
     const URLResponse response = {.url = *url, .statusCode = status, .headers = {{"Location", place}}};
     try {
         const auto next = requestAfterRedirect(request, response);

@@ -2,6 +2,7 @@
 
 // The links into the companion app, each made in one place. Pure functions, safe from any thread.
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -28,6 +29,10 @@ struct DeepLink {
     static platform::URL addDelivery();
 
     static platform::URL fromText(const std::string& text);
+
+    /// The account server's page that shows what a link is for, as what follows the server's address: the
+    /// page's path, and after it whatever the link has after its host. Nothing where no page does.
+    static std::optional<std::string> pageFor(const platform::URL& link);
 };
 
 }  // namespace presentation

@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "platform/Text/ASCII.hpp"
 #include "platform/Text/Text.hpp"
 #include "presentation/DeepLink.hpp"
 #include "presentation/DeliveredDateText.hpp"
@@ -13,13 +14,6 @@ using VelaApi::OrderDeliveryStatus;
 using VelaApi::OrderDisplayStatus;
 
 using OptionalText = std::optional<std::string>;
-
-std::string trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return "";
-    return std::string(text.substr(first, text.find_last_not_of(blanks) - first + 1));
-}
 
 }  // namespace
 
@@ -83,7 +77,8 @@ OptionalText OrderPackage::futureTime() const {
 
 OptionalText OrderPackage::etaLine() const {
     const std::string time = platform::lowercasingFirstCharacter(futureTime().value_or(""));
-    std::string line = trimmed(futureEta().value_or("") + " " + time);
+    const std::string etaAndTime = futureEta().value_or("") + " " + time;
+    std::string line(platform::trimmed(etaAndTime, " \t"));
     if (line.empty()) return std::nullopt;
     return line;
 }

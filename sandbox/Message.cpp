@@ -1,21 +1,8 @@
 #include "sandbox/Message.hpp"
 
-#include <algorithm>
 #include <charconv>
 
 namespace sandbox {
-namespace {
-
-char lowerCase(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-}  // namespace
-
-bool equalsWithoutCase(std::string_view left, std::string_view right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char one, char other) { return lowerCase(one) == lowerCase(other); });
-}
 
 std::string_view Request::path() const {
     return std::string_view(target).substr(0, target.find('?'));

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/Text/ASCII.hpp"
+
 namespace sandbox {
 
 struct HeaderField {
@@ -57,6 +59,6 @@ struct Response {
     Manner manner = Manner::whole;
 };
 
-bool equalsWithoutCase(std::string_view left, std::string_view right);
+using platform::equalsWithoutCase;
 
 }  // namespace sandbox

@@ -1,7 +1,5 @@
 #include "server/Keychain.hpp"
 
-#include <cstdio>
-
 #include "platform/Text/Text.hpp"
 
 namespace server {
@@ -33,54 +31,9 @@ constexpr std::array accessibilityTable = {
 };
 static_assert(accessibilityTable.size() == Keychain::allAccessibilities.size());
 
-struct ErrorRow {
-    Keychain::KeychainError::Case value;
-    OSStatus status;
-    const char* name;
-};
-
-// In order of declaration. `unknown` stands for every status that has no row, so its own status is never
-// compared.
-constexpr std::array errorTable = {
-    ErrorRow{Keychain::KeychainError::unimplemented, -4, "unimplemented"},
-    ErrorRow{Keychain::KeychainError::io, -36, "io"},
-    ErrorRow{Keychain::KeychainError::opWr, -49, "opWr"},
-    ErrorRow{Keychain::KeychainError::param, -50, "param"},
-    ErrorRow{Keychain::KeychainError::allocate, -108, "allocate"},
-    ErrorRow{Keychain::KeychainError::userCanceled, -128, "userCanceled"},
-    ErrorRow{Keychain::KeychainError::badReq, -909, "badReq"},
-    ErrorRow{Keychain::KeychainError::internalComponent, -2070, "internalComponent"},
-    ErrorRow{Keychain::KeychainError::notAvailable, -25291, "notAvailable"},
-    ErrorRow{Keychain::KeychainError::duplicateItem, -25299, "duplicateItem"},
-    ErrorRow{Keychain::KeychainError::itemNotFound, -25300, "itemNotFound"},
-    ErrorRow{Keychain::KeychainError::interactionNotAllowed, -25308, "interactionNotAllowed"},
-    ErrorRow{Keychain::KeychainError::decode, -26275, "decode"},
-    ErrorRow{Keychain::KeychainError::authFailed, -25293, "authFailed"},
-    ErrorRow{Keychain::KeychainError::missingEntitlement, -34018, "missingEntitlement"},
-    ErrorRow{Keychain::KeychainError::noAccessForItem, -25243, "noAccessForItem"},
-    ErrorRow{Keychain::KeychainError::unknown, 0, "unknown"},
-};
-
-void throwUnlessTolerated(OSStatus status,
-                          std::optional<Keychain::KeychainError::Case> tolerated = std::nullopt) {
-    const auto error = Keychain::KeychainError::ofStatus(status);
+void throwUnlessTolerated(OSStatus status, std::optional<KeychainError::Case> tolerated = std::nullopt) {
+    const auto error = KeychainError::ofStatus(status);
     if (error && error->value() != tolerated) throw *error;
-}
-
-// Standard output is where the platform's keychain layer has always written; one line, whole and at once.
-void printFailure(const char* action, std::string_view key, const Keychain::KeychainError& error) {
-    std::string line = action;
-    line.append(key).append(" with reason ").append(error.name()).append("\n");
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fflush(stdout);
-}
-
-void printSaveFailure(std::string_view key, const Keychain::KeychainError& error) {
-    printFailure("Failed to save item ", key, error);
-}
-
-void printFetchFailure(std::string_view key, const Keychain::KeychainError& error) {
-    printFailure("Failed to fetch item ", key, error);
 }
 
 template <typename Value>
@@ -99,21 +52,6 @@ std::optional<Keychain::Accessibility> Keychain::accessibilityOf(std::string_vie
     for (const auto& row : accessibilityTable)
         if (row.rawValue == rawValue) return row.accessibility;
     return std::nullopt;
-}
-
-std::optional<Keychain::KeychainError> Keychain::KeychainError::ofStatus(OSStatus status) {
-    if (status == platform::errSecSuccess) return std::nullopt;
-    for (const auto& row : errorTable)
-        if (row.status == status) return KeychainError(row.value);
-    return KeychainError(unknown);
-}
-
-std::string_view Keychain::KeychainError::name() const {
-    return what();
-}
-
-const char* Keychain::KeychainError::what() const noexcept {
-    return errorTable[static_cast<std::size_t>(value_)].name;
 }
 
 std::optional<Keychain::Item> Keychain::Item::of(const SecAttributes& attributes) {
@@ -222,35 +160,6 @@ std::optional<std::string> Keychain::stringValue(std::string_view key) const {
     auto data = dataForKey(key);
     if (!data || !platform::isValidUTF8(data->bytes)) return std::nullopt;
     return std::move(data->bytes);
-}
-
-std::optional<std::string> Keychain::migratedToken(std::string_view key) const {
-    if (auto token = stringValue(key)) return token;
-    const auto legacy = legacyTokenKeychain();
-    auto token = legacy.stringValue(key);
-    if (!token) return std::nullopt;
-    setData(Data{*token}, key);
-    legacy.setData(std::nullopt, key);
-    return token;
-}
-
-void TokenKeychain::commit(platform::SecItemTransaction& transaction) {
-    const auto error = Keychain::KeychainError::ofStatus(transaction.commit());
-    if (!error) return;
-    for (const auto& account : transaction.lostAccounts()) printSaveFailure(account, *error);
-}
-
-TokenKeychain& tokenKeychain() {
-    static TokenKeychain keychain;
-    return keychain;
-}
-
-Keychain legacyTokenKeychain() {
-    return {.id = "com.brightfen.pontal", .accessibility = Keychain::Accessibility::whenUnlocked};
-}
-
-Keychain sessionKeychain() {
-    return {.id = "com.brightfen.pontal", .accessibility = Keychain::Accessibility::afterFirstUnlock};
 }
 
 }  // namespace server

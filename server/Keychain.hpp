@@ -6,18 +6,14 @@
 // which serialises access.
 
 #include <array>
-#include <cstdint>
-#include <exception>
-#include <functional>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <vector>
 
 #include "platform/Date/Date.hpp"
 #include "platform/Security/SecItem.hpp"
+#include "server/KeychainError.hpp"
 
 namespace server {
 
@@ -44,45 +40,11 @@ class Keychain {
         Accessibility::alwaysThisDeviceOnly,
     };
     static std::string_view rawValue(Accessibility value);
-    /// The class of that raw value; nothing for any other text.
+    /// The class of that raw value; nothing for any other text. Part of the interface, as the two readers of
+    /// whole items are, although nothing here calls them yet.
     static std::optional<Accessibility> accessibilityOf(std::string_view rawValue);
 
-    /// The closed set of what can go wrong; one case for each status the platform documents for items.
-    class KeychainError : public std::exception {
-      public:
-        enum Case {
-            unimplemented,
-            io,
-            opWr,
-            param,
-            allocate,
-            userCanceled,
-            badReq,
-            internalComponent,
-            notAvailable,
-            duplicateItem,
-            itemNotFound,
-            interactionNotAllowed,
-            decode,
-            authFailed,
-            missingEntitlement,
-            noAccessForItem,
-            unknown,
-        };
-
-        explicit KeychainError(Case value) : value_(value) {}
-        /// The error of a status; nothing for 0, `unknown` for a status that has no case of its own.
-        static std::optional<KeychainError> ofStatus(platform::OSStatus status);
-
-        Case value() const { return value_; }
-        /// The case's name, as in "itemNotFound".
-        std::string_view name() const;
-        const char* what() const noexcept override;
-        bool operator==(const KeychainError& other) const { return value_ == other.value_; }
-
-      private:
-        Case value_;
-    };
+    using KeychainError = server::KeychainError;
 
     struct Item {
         std::string service;
@@ -115,10 +77,6 @@ class Keychain {
     /// The value under `key` as UTF-8 text; nothing when it is not.
     std::optional<std::string> stringValue(std::string_view key) const;
 
-    /// The tokens. One that is missing here but stands in the legacy keychain is moved here on first read.
-    std::optional<std::string> accessToken() const { return migratedToken("accessToken"); }
-    std::optional<std::string> refreshToken() const { return migratedToken("refreshToken"); }
-
     bool operator==(const Keychain&) const = default;
 
   private:
@@ -126,50 +84,6 @@ class Keychain {
     platform::SecAttributes itemQuery(std::string_view key) const;
     platform::SecAttributes fetchQuery(std::string_view key) const;
     std::optional<platform::Data> fetchedData(std::string_view key) const;
-    std::optional<std::string> migratedToken(std::string_view key) const;
 };
-
-}  // namespace server
-
-template <>
-struct std::hash<server::Keychain::KeychainError> {
-    std::size_t operator()(const server::Keychain::KeychainError& error) const noexcept {
-        return std::hash<server::Keychain::KeychainError::Case>()(error.value());
-    }
-};
-
-namespace server {
-
-/// The keychain that holds the token pair, one for the process. Each access is exclusive for its duration,
-/// and all that it writes is kept, or nothing of it: each write that was not kept after all is logged then.
-class TokenKeychain {
-  public:
-    template <typename Access>
-    auto withExclusiveAccess(Access&& access) {
-        const std::lock_guard lock(mutex_);
-        const auto transaction = platform::SecItemBeginTransaction();
-        if constexpr (std::is_void_v<decltype(access(keychain_))>) {
-            access(keychain_);
-            commit(*transaction);
-        } else {
-            auto result = access(keychain_);
-            commit(*transaction);
-            return result;
-        }
-    }
-
-  private:
-    static void commit(platform::SecItemTransaction& transaction);
-
-    std::mutex mutex_;
-    Keychain keychain_ = {.id = "com.brightfen.pontal",
-                          .accessibility = Keychain::Accessibility::afterFirstUnlock};
-};
-
-TokenKeychain& tokenKeychain();
-/// Where tokens lay before; read once, then emptied.
-Keychain legacyTokenKeychain();
-/// Where the legacy session id lies, under "session". Read only.
-Keychain sessionKeychain();
 
 }  // namespace server

@@ -7,7 +7,7 @@
 #include "platform/ProcessInfo/ExpiringActivity.hpp"
 #include "presentation/DeliveryPackage.hpp"
 #include "presentation/OrderPackage.hpp"
-#include "server/Keychain.hpp"
+#include "server/TokenKeychain.hpp"
 
 namespace server {
 
@@ -51,14 +51,6 @@ boost::asio::awaitable<RenewalLock> heldRenewalLock() {
     co_return lock;
 }
 
-/// The pair, or nothing of it: of a half a later renewal could make nothing.
-void store(const std::string& accessToken, const std::string& refreshToken) {
-    tokenKeychain().withExclusiveAccess([&](const Keychain& keychain) {
-        keychain.setData(platform::Data{accessToken}, "accessToken");
-        keychain.setData(platform::Data{refreshToken}, "refreshToken");
-    });
-}
-
 }  // namespace
 
 const char* FetchPackagesError::what() const noexcept {
@@ -80,11 +72,12 @@ presentation::PackageList packages(VelaApi::TrackingWidgetResponse response) {
     return list;
 }
 
-PackageFetch::PackageFetch(std::shared_ptr<VelaServerConnectivity> connectivity)
-    : connectivity_(std::move(connectivity)) {}
+PackageFetch::PackageFetch(std::shared_ptr<VelaServerConnectivity> connectivity, TokenKeychain& tokens)
+    : connectivity_(std::move(connectivity)), tokens_(tokens) {}
 
 std::shared_ptr<PackageFetch> PackageFetch::shared() {
-    static const auto fetch = std::make_shared<PackageFetch>(std::make_shared<VelaServerConnectivity>());
+    static const auto fetch =
+        std::make_shared<PackageFetch>(std::make_shared<VelaServerConnectivity>(), tokenKeychain());
     return fetch;
 }
 
@@ -144,8 +137,7 @@ boost::asio::awaitable<void> PackageFetch::refreshAccessToken() {
 
 boost::asio::awaitable<void> PackageFetch::renewPair() {
     const auto lock = co_await heldRenewalLock();
-    auto refreshToken =
-        tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain.refreshToken(); });
+    auto refreshToken = tokens_.refreshToken();
     if (!refreshToken) throw RefreshTokenError(RefreshTokenError::missingRefreshToken);
     // The old pair is worth more than one that cannot be kept.
     if (!lock) throw RefreshTokenError(RefreshTokenError::unknown);
@@ -163,7 +155,7 @@ boost::asio::awaitable<void> PackageFetch::exchangeRefreshToken(std::string refr
         if (error.message == "invalid_refresh_token")
             throw RefreshTokenError(RefreshTokenError::invalidRefreshToken);
     if (!refresh.authPayload) throw RefreshTokenError(RefreshTokenError::unknown);
-    store(refresh.authPayload->accessToken, refresh.authPayload->refreshToken);
+    tokens_.store(refresh.authPayload->accessToken, refresh.authPayload->refreshToken);
 }
 
 }  // namespace server

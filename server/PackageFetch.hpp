@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "presentation/Package.hpp"
+#include "server/TokenKeychain.hpp"
 #include "server/VelaServerConnectivity.hpp"
 
 namespace server {
@@ -66,8 +67,9 @@ class PackageFetch final : public PackageFetching {
     /// Pixels: the bound on width and height of every picture the server names.
     static constexpr std::int32_t maxImageSize = 192;
 
-    explicit PackageFetch(std::shared_ptr<VelaServerConnectivity> connectivity);
-    /// On the process's one connection to the account server.
+    /// `tokens` holds the pair that is renewed and must outlive this object.
+    PackageFetch(std::shared_ptr<VelaServerConnectivity> connectivity, TokenKeychain& tokens);
+    /// On the process's one connection to the account server, and its keychain.
     static std::shared_ptr<PackageFetch> shared();
 
     /// Throws FetchPackagesError alone, also when it is cancelled.
@@ -85,6 +87,7 @@ class PackageFetch final : public PackageFetching {
     boost::asio::awaitable<void> exchangeRefreshToken(std::string refreshToken);
 
     std::shared_ptr<VelaServerConnectivity> connectivity_;
+    TokenKeychain& tokens_;
 };
 
 /// Deliveries and orders of a response as packages, in order; items of any other kind are left out.

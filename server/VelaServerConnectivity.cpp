@@ -5,7 +5,6 @@
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/Text/Text.hpp"
-#include "server/Keychain.hpp"
 
 namespace server {
 
@@ -72,13 +71,14 @@ VelaApi::ResponseOf<Operation> decodedResponse(platform::URLReply reply) {
 }  // namespace
 
 VelaServerConnectivity::VelaServerConnectivity()
-    : VelaServerConnectivity(SharedDefaults::shared(), [] {
+    : VelaServerConnectivity(SharedDefaults::shared(), CredentialKeychains::shared(), [] {
           return platform::URLSession::session(
               platform::URLSessionConfiguration::defaultSessionConfiguration());
       }) {}
 
-VelaServerConnectivity::VelaServerConnectivity(const SharedDefaults& defaults, SessionFactory makeSession)
-    : defaults_(defaults), makeSession_(std::move(makeSession)) {}
+VelaServerConnectivity::VelaServerConnectivity(const SharedDefaults& defaults, CredentialKeychains keychains,
+                                               SessionFactory makeSession)
+    : defaults_(defaults), keychains_(std::move(keychains)), makeSession_(std::move(makeSession)) {}
 
 platform::URLSession& VelaServerConnectivity::session() {
     if (!session_) session_ = makeSession_();
@@ -94,12 +94,10 @@ platform::URLRequest VelaServerConnectivity::makeRequest(Authentication authenti
     request.setValue("application/json", "Content-type");
     request.setValue("application/json", "Accept");
     if (authentication == Authentication::notAuthenticated) return request;
-    const auto token =
-        tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain.accessToken(); });
-    if (token) {
-        request.setValue("Bearer " + *token, "authorization");
-    } else if (const auto session = sessionKeychain().stringValue("session")) {
-        request.setValue(*session, "pontal-server-session-id");
+    if (const auto token = keychains_.tokens.accessToken()) {
+        request.setCredential("Bearer " + *token, "authorization");
+    } else if (const auto session = keychains_.session.stringValue(CredentialKey::session)) {
+        request.setCredential(*session, "pontal-server-session-id");
     }
     return request;
 }

@@ -16,6 +16,7 @@
 #include "VelaApi/Sources/VelaApi/TrackingWidgetResponse.hpp"
 #include "platform/URLSession/URLSession.hpp"
 #include "server/SharedDefaults.hpp"
+#include "server/TokenKeychain.hpp"
 
 namespace server {
 
@@ -43,17 +44,29 @@ class AnyError : public std::exception {
     std::exception_ptr error_;
 };
 
+/// Where the signed-in person's credentials lie.
+struct CredentialKeychains {
+    TokenKeychain& tokens;
+    /// Holds the legacy session id. Read only.
+    Keychain session;
+
+    /// The process's own.
+    static CredentialKeychains shared() { return {.tokens = tokenKeychain(), .session = sessionKeychain()}; }
+};
+
 enum class Authentication { authenticated, notAuthenticated };
 
 class VelaServerConnectivity {
   public:
     using SessionFactory = std::function<std::shared_ptr<platform::URLSession>()>;
 
-    /// Makes its session on the first perform, from the default configuration.
+    /// On the process's defaults and keychains. Makes its session on the first perform, from the default
+    /// configuration.
     VelaServerConnectivity();
-    VelaServerConnectivity(const SharedDefaults& defaults, SessionFactory makeSession);
+    VelaServerConnectivity(const SharedDefaults& defaults, CredentialKeychains keychains,
+                           SessionFactory makeSession);
 
-    /// The request without its body. Reads the keychain where it is to be authenticated. A base URL that
+    /// The request without its body. Reads the keychains where it is to be authenticated. A base URL that
     /// gives no valid endpoint stops the process.
     platform::URLRequest makeRequest(Authentication authentication) const;
 
@@ -70,6 +83,7 @@ class VelaServerConnectivity {
     platform::URLSession& session();
 
     const SharedDefaults& defaults_;
+    CredentialKeychains keychains_;
     SessionFactory makeSession_;
     std::shared_ptr<platform::URLSession> session_;
 };

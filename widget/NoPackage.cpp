@@ -3,7 +3,6 @@
 #include "presentation/DeepLink.hpp"
 #include "presentation/Wording.hpp"
 #include "widget/Prompt.hpp"
-#include "widget/StyledText.hpp"
 
 namespace widget {
 
@@ -11,25 +10,22 @@ using namespace drawing;
 using presentation::Wording;
 
 View NoPackage::body() const {
-    const auto words = [](std::string_view text, TextStyle font) {
-        return StyledText{std::string(text), Color::primary(), FontWeight::medium, font}.body();
-    };
     const platform::URL addDelivery = presentation::DeepLink::addDelivery();
 
     const View large =
         prompt(colorScheme, View(),
                {
-                   words(Wording::nothingToTrack, TextStyle::title),
+                   promptWords(Wording::nothingToTrack, TextStyle::title),
                    promptButton(Wording::addOrder, TextStyle::body).link(addDelivery).padding({.top = 12}),
                });
     const View medium = prompt(colorScheme, View(),
                                {
-                                   words(Wording::nothingToTrack, TextStyle::body),
+                                   promptWords(Wording::nothingToTrack, TextStyle::body),
                                    promptButton(Wording::addOrder, TextStyle::subheadline).link(addDelivery),
                                });
     const View small = prompt(colorScheme, View(),
                               {
-                                  words(Wording::nothingToTrack, TextStyle::subheadline).lineLimit(2),
+                                  promptWords(Wording::nothingToTrack, TextStyle::subheadline).lineLimit(2),
                                   promptButton(Wording::addOrder, TextStyle::footnote),
                               })
                            .widgetURL(addDelivery);

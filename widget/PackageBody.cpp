@@ -1,5 +1,6 @@
 #include "widget/PackageBody.hpp"
 
+#include "drawing/Image/Lightness.hpp"
 #include "widget/NetworkImage.hpp"
 #include "widget/ProgressBar.hpp"
 #include "widget/StyledText.hpp"
@@ -9,18 +10,6 @@ namespace widget {
 using namespace drawing;
 
 namespace {
-
-/// Dark strokes on nothing, as most merchants' marks are.
-bool isDrawnForLightGround(const Bitmap& bitmap) {
-    double coverage = 0;
-    double light = 0;
-    for (const std::uint32_t pixel : bitmap.pixels) {
-        coverage += pixel >> 24;
-        light += 0.299 * (pixel >> 16 & 0xFF) + 0.587 * (pixel >> 8 & 0xFF) + 0.114 * (pixel & 0xFF);
-    }
-    const double whole = 255.0 * static_cast<double>(bitmap.pixels.size());
-    return coverage < 0.9 * whole && light < 0.5 * coverage;
-}
 
 /// On a white plate where it would vanish in the dark.
 View visible(const NetworkImage& image, const ViewEnvironment& environment) {

@@ -12,16 +12,15 @@ using namespace drawing;
 namespace {
 
 View iconAndWords(const View& icon, double spacing, std::string_view words, int lines) {
-    return horizontalStack({.spacing = spacing}, {
-                                                     icon,
-                                                     StyledText{std::string(words), Color::primary(),
-                                                                FontWeight::medium, TextStyle::subheadline}
-                                                         .body()
-                                                         .lineLimit(lines),
-                                                 });
+    return horizontalStack({.spacing = spacing},
+                           {icon, promptWords(words, TextStyle::subheadline).lineLimit(lines)});
 }
 
 }  // namespace
+
+View promptWords(std::string_view words, TextStyle font) {
+    return StyledText{std::string(words), Color::primary(), FontWeight::medium, font}.body();
+}
 
 View prompt(ColorScheme colorScheme, const View& besideLogo, std::vector<View> rows) {
     const View header = horizontalStack({.spacing = 0}, {appLogo(colorScheme, 24), spacer(12), besideLogo});

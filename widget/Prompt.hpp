@@ -15,6 +15,8 @@ namespace widget {
 drawing::View prompt(drawing::ColorScheme colorScheme, const drawing::View& besideLogo,
                      std::vector<drawing::View> rows);
 
+drawing::View promptWords(std::string_view words, drawing::TextStyle font);
+
 /// White words on the brand's colour, as wide as there is room.
 drawing::View promptButton(std::string_view title, drawing::TextStyle font);
 

@@ -2,7 +2,6 @@
 
 #include "presentation/Wording.hpp"
 #include "widget/Prompt.hpp"
-#include "widget/StyledText.hpp"
 
 namespace widget {
 
@@ -10,25 +9,23 @@ using namespace drawing;
 using presentation::Wording;
 
 View SignIn::body() const {
-    const auto words = [](std::string_view text, TextStyle font) {
-        return StyledText{std::string(text), Color::primary(), FontWeight::medium, font}.body();
-    };
-    const View caption = words(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(1);
+    const View caption = promptWords(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(1);
     const View large = prompt(colorScheme, caption,
                               {
-                                  words(Wording::invitation, TextStyle::title),
-                                  words(Wording::whySignIn, TextStyle::body).padding({.top = 12}),
+                                  promptWords(Wording::invitation, TextStyle::title),
+                                  promptWords(Wording::whySignIn, TextStyle::body).padding({.top = 12}),
                                   promptButton(Wording::signIn, TextStyle::body).padding({.top = 12}),
                               });
-    const View medium = prompt(colorScheme, caption,
-                               {
-                                   words(Wording::invitation, TextStyle::body),
-                                   words(Wording::whySignIn, TextStyle::subheadline).padding({.top = 2}),
-                                   promptButton(Wording::signIn, TextStyle::subheadline),
-                               });
+    const View medium =
+        prompt(colorScheme, caption,
+               {
+                   promptWords(Wording::invitation, TextStyle::body),
+                   promptWords(Wording::whySignIn, TextStyle::subheadline).padding({.top = 2}),
+                   promptButton(Wording::signIn, TextStyle::subheadline),
+               });
     const View small = prompt(colorScheme, View(),
                               {
-                                  words(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
+                                  promptWords(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
                                   promptButton(Wording::signIn, TextStyle::subheadline),
                               });
     switch (family) {

@@ -1,6 +1,7 @@
 #pragma once
 
-// The sizes, in points, of the squares in which pictures stand. Pure.
+// The sizes, in points, of the squares in which pictures stand. Pure. The way back from a number and the size
+// in pixels are part of the interface, although nothing here calls them yet.
 
 #include <cstdint>
 #include <optional>

@@ -3,18 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "drawing/Image/Lightness.hpp"
+
 namespace drawing {
 namespace {
 
-/// Perceived lightness, 0 to 1 (Rec. 601, on encoded values).
-double lightness(double red, double green, double blue) {
-    return (0.299 * red + 0.587 * green + 0.114 * blue) / 255;
-}
-
-/// How much of the tint a colour gets. What reads as plain text gets all of it.
-double distanceFromGround(double lightness, ColorScheme scheme) {
+/// How much of the tint a colour gets, by its lightness of 0 to 1. What reads as plain text gets all of it.
+double distanceFromGround(double light, ColorScheme scheme) {
     constexpr double ofPrimaryText = 0.89;
-    const double distance = scheme == ColorScheme::dark ? lightness : 1 - lightness;
+    const double distance = scheme == ColorScheme::dark ? light : 1 - light;
     return std::clamp(distance / ofPrimaryText, 0.0, 1.0);
 }
 
@@ -31,7 +28,7 @@ std::uint32_t premultiplied(RGBA color, double alpha) {
 std::uint32_t tinted(std::uint32_t pixel, RGBA tint, ColorScheme scheme) {
     const double alpha = (pixel >> 24) / 255.0;
     if (alpha == 0) return 0;
-    const double light = lightness(pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF) / alpha;
+    const double light = lightness(pixel >> 16 & 0xFF, pixel >> 8 & 0xFF, pixel & 0xFF) / 255 / alpha;
     return premultiplied(tint, alpha * distanceFromGround(light, scheme));
 }
 
@@ -46,7 +43,7 @@ PixelSize scaledIntoRoom(const VectorImage& drawing, PixelSize room) {
 std::optional<RGBA> Ink::color(const Color& color, ColorScheme scheme) const {
     const std::optional<RGBA> own = color.resolved(scheme, catalogue);
     if (!own || !tint) return own;
-    const double opacity = distanceFromGround(lightness(own->red, own->green, own->blue), scheme);
+    const double opacity = distanceFromGround(lightness(own->red, own->green, own->blue) / 255, scheme);
     return RGBA{tint->red, tint->green, tint->blue, channel(own->alpha * opacity)};
 }
 

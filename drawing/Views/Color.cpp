@@ -1,31 +1,15 @@
 #include "drawing/Views/Color.hpp"
 
-#include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
+
+#include "platform/Text/ASCII.hpp"
 
 namespace drawing {
 namespace {
 
 constexpr RGBA primaryOnLight{28, 28, 30};
 constexpr RGBA primaryOnDark{255, 255, 255};
-
-int hexadecimalDigit(char character) {
-    if (character >= '0' && character <= '9') return character - '0';
-    if (character >= 'a' && character <= 'f') return character - 'a' + 10;
-    if (character >= 'A' && character <= 'F') return character - 'A' + 10;
-    return -1;
-}
-
-double linear(std::uint8_t channel) {
-    const double value = channel / 255.0;
-    return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-}
-
-double relativeLuminance(RGBA color) {
-    return 0.2126 * linear(color.red) + 0.7152 * linear(color.green) + 0.0722 * linear(color.blue);
-}
 
 }  // namespace
 
@@ -53,8 +37,8 @@ std::optional<RGBA> colorWithHexadecimal(std::string_view text) {
     if (text.size() != 7 || text[0] != '#') return std::nullopt;
     std::array<std::uint8_t, 3> channels{};
     for (std::size_t index = 0; index < channels.size(); ++index) {
-        const int high = hexadecimalDigit(text[1 + 2 * index]);
-        const int low = hexadecimalDigit(text[2 + 2 * index]);
+        const int high = platform::hexadecimalDigit(text[1 + 2 * index]);
+        const int low = platform::hexadecimalDigit(text[2 + 2 * index]);
         if (high < 0 || low < 0) return std::nullopt;
         channels[index] = static_cast<std::uint8_t>(16 * high + low);
     }
@@ -65,11 +49,6 @@ std::string hexadecimal(RGBA color) {
     std::array<char, 8> text{};
     std::snprintf(text.data(), text.size(), "#%02X%02X%02X", color.red, color.green, color.blue);
     return text.data();
-}
-
-double contrastRatio(RGBA first, RGBA second) {
-    const auto [darker, lighter] = std::minmax({relativeLuminance(first), relativeLuminance(second)});
-    return (lighter + 0.05) / (darker + 0.05);
 }
 
 }  // namespace drawing

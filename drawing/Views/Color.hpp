@@ -50,7 +50,4 @@ class Color {
 std::optional<RGBA> colorWithHexadecimal(std::string_view text);
 std::string hexadecimal(RGBA color);
 
-/// How well one opaque colour reads on another: 1 to 21 (WCAG 2.1).
-double contrastRatio(RGBA first, RGBA second);
-
 }  // namespace drawing

@@ -17,21 +17,23 @@
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/SecItem.hpp"
 #include "platform/UserDefaults/UserDefaults.hpp"
-#include "server/Keychain.hpp"
+#include "presentation/DeepLink.hpp"
 #include "server/SharedDefaults.hpp"
+#include "server/TokenKeychain.hpp"
 
 extern char** environ;
 
 namespace host {
 
+using presentation::DeepLink;
 using server::Keychain;
 using server::SharedDefaultsKey;
 
 namespace {
 
-constexpr const char* accessTokenKey = "accessToken";
-constexpr const char* refreshTokenKey = "refreshToken";
-constexpr const char* sessionKey = "session";
+constexpr const char* accessTokenKey = server::CredentialKey::accessToken;
+constexpr const char* refreshTokenKey = server::CredentialKey::refreshToken;
+constexpr const char* sessionKey = server::CredentialKey::session;
 
 Keychain currentKeychain() {
     return server::tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { return keychain; });
@@ -176,19 +178,6 @@ std::string defaultsLines() {
            line("account server", platform::addressForDisplay(serverURL(std::move(suite))));
 }
 
-struct LinkRow {
-    std::string_view host;
-    std::string_view page;
-};
-
-// The hosts of the widget's links and the account server's pages.
-constexpr std::array linkTable = {
-    LinkRow{"delivery", "/delivery"},
-    LinkRow{"order", "/order"},
-    LinkRow{"home_orders", "/orders"},
-    LinkRow{"add_delivery", "/add_delivery"},
-};
-
 }  // namespace
 
 Credentials Credentials::fromJSON(std::string_view text) {
@@ -287,16 +276,10 @@ std::optional<boost::json::value> integerValue(std::string_view text) {
 platform::URL pageFor(const platform::URL& link) {
     const auto scheme = link.scheme();
     if (scheme == "http" || scheme == "https") return link.withoutUserInformation();
-    if (scheme != "velaapp") throw CompanionError("links of the scheme " + scheme + " are not opened");
-    for (const auto& row : linkTable) {
-        if (link.host() != row.host) continue;
-        // Path, query and fragment of the link go along as they are.
-        constexpr std::string_view start = "velaapp://";
-        const auto rest = std::string_view(link.absoluteString()).substr(start.size() + row.host.size());
-        const auto page =
-            platform::URL::parse(serverURL(sharedDefaults()) + std::string(row.page) + std::string(rest));
-        if (page) return page->withoutUserInformation();
-        break;
+    if (scheme != DeepLink::scheme) throw CompanionError("links of the scheme " + scheme + " are not opened");
+    if (const auto page = DeepLink::pageFor(link)) {
+        const auto address = platform::URL::parse(serverURL(sharedDefaults()) + *page);
+        if (address) return address->withoutUserInformation();
     }
     throw CompanionError("the link leads nowhere that is known");
 }

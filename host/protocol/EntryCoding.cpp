@@ -3,14 +3,14 @@
 #include <charconv>
 #include <cmath>
 
-#include "presentation/PlaceholderPackage.hpp"
+#include "presentation/StoredPackage.hpp"
 
 namespace host {
 
 namespace json = boost::json;
 using presentation::Package;
 using presentation::PackageList;
-using presentation::PlaceholderPackage;
+using presentation::StoredPackage;
 
 namespace {
 
@@ -107,7 +107,7 @@ std::shared_ptr<const Package> package(const Place& place) {
     const auto url = [](const Place& there) { return there.url(); };
     const auto text = [](const Place& there) { return there.text(); };
     const auto status = place.member("statusText");
-    return std::make_shared<PlaceholderPackage>(PlaceholderPackage::Values{
+    return std::make_shared<StoredPackage>(StoredPackage::Values{
         .shopName = place.member("shopName").text(),
         .deepLinkingUrl = place.member("deepLinkingUrl").url(),
         .progress = place.member("progress").fraction(),

@@ -10,10 +10,13 @@
 
 #include "host/widget/TerminalText.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "presentation/DeepLink.hpp"
+#include "presentation/Wording.hpp"
 
 namespace host {
 
 using presentation::Package;
+using presentation::Wording;
 
 namespace {
 
@@ -87,14 +90,14 @@ struct StateWriter {
         }
     }
     void operator()(const widget::NotLoggedIn&) const {
-        page.line("Track your orders in a glance.", &title);
-        page.line("Sign in to Vela", &quiet);
+        page.line(Wording::invitation, &title);
+        page.line(Wording::signInToTheApp, &quiet);
     }
     void operator()(const widget::NoPackages&) const {
-        static const auto addOrder = platform::URL::parse("velaapp://add_delivery");
-        page.line("You have no new orders to track", &title);
-        page.line("Add order to track", &quiet, &*addOrder);
-        page.writtenLink(*addOrder);
+        const auto addDelivery = presentation::DeepLink::addDelivery();
+        page.line(Wording::nothingToTrack, &title);
+        page.line(Wording::addOrder, &quiet, &addDelivery);
+        page.writtenLink(addDelivery);
     }
 
     void write(const Package& package) const {

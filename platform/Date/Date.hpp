@@ -25,7 +25,6 @@ class Date {
     constexpr double timeIntervalSince1970() const { return seconds_ + secondsBetween1970And2001; }
 
     /// Seconds from `other` to this date; negative when this date is the earlier one.
-    constexpr double timeIntervalSince(Date other) const { return seconds_ - other.seconds_; }
     constexpr Date addingTimeInterval(double seconds) const { return Date(seconds_ + seconds); }
 
     constexpr auto operator<=>(const Date&) const = default;

@@ -3,28 +3,17 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/Text/ASCII.hpp"
+
 namespace platform {
 
 namespace {
 
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-char upper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
-}
-
 bool allLetters(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), isLetter);
+    return std::all_of(text.begin(), text.end(), isASCIILetter);
 }
 bool allDigits(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), isDigit);
+    return std::all_of(text.begin(), text.end(), isASCIIDigit);
 }
 
 bool isLanguage(std::string_view text) {
@@ -37,21 +26,15 @@ bool isRegion(std::string_view text) {
     return (text.size() == 2 && allLetters(text)) || (text.size() == 3 && allDigits(text));
 }
 
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), lower);
-    return result;
-}
-
 std::string uppered(std::string_view text) {
     std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), upper);
+    std::transform(result.begin(), result.end(), result.begin(), uppercasedASCII);
     return result;
 }
 
 std::string capitalised(std::string_view text) {
-    std::string result = lowered(text);
-    if (!result.empty()) result.front() = upper(result.front());
+    std::string result = lowercasedASCII(text);
+    if (!result.empty()) result.front() = uppercasedASCII(result.front());
     return result;
 }
 
@@ -83,7 +66,7 @@ std::optional<PosixLocale> PosixLocale::parse(std::string_view name) {
 
     const auto language = takePart(rest, "_-");
     if (!isLanguage(language)) return std::nullopt;
-    PosixLocale locale = {.language = lowered(language)};
+    PosixLocale locale = {.language = lowercasedASCII(language)};
 
     auto part = takePart(rest, "_-");
     if (isScript(part)) {
@@ -97,7 +80,7 @@ std::optional<PosixLocale> PosixLocale::parse(std::string_view name) {
     if (!part.empty() || !rest.empty()) return std::nullopt;
 
     for (const auto& modifier : modifiers) {
-        if (modifier.name != lowered(modifierName)) continue;
+        if (modifier.name != lowercasedASCII(modifierName)) continue;
         if (locale.script.empty()) locale.script = modifier.script;
         locale.variant = modifier.variant;
     }
@@ -116,7 +99,7 @@ std::string PosixLocale::identifier() const {
 
 std::string PosixLocale::languageTag() const {
     std::string text = language;
-    for (const auto& part : {script, region, lowered(variant)})
+    for (const auto& part : {script, region, lowercasedASCII(variant)})
         if (!part.empty()) text.append("-").append(part);
     return text;
 }

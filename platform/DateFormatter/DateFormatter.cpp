@@ -10,16 +10,9 @@
 #include "platform/Calendar/ICUTimeZone.hpp"
 #include "platform/Date/Ambient.hpp"
 #include "platform/DateFormatter/FixedForm.hpp"
+#include "platform/Text/UTF16.hpp"
 
 namespace platform {
-
-namespace {
-
-icu::UnicodeString utf16(std::string_view text) {
-    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int>(text.size())));
-}
-
-}  // namespace
 
 struct DateFormatter::State {
     std::string pattern;
@@ -66,9 +59,7 @@ std::string DateFormatter::string(Date date) const {
         const std::lock_guard lock(state_->mutex);
         state_->current().format(milliseconds, text);
     }
-    std::string result;
-    text.toUTF8String(result);
-    return result;
+    return utf8(text);
 }
 
 std::optional<Date> DateFormatter::date(std::string_view text) const {

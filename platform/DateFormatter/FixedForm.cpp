@@ -5,6 +5,7 @@
 #include <chrono>
 
 #include "platform/Date/PosixLocale.hpp"
+#include "platform/Text/ASCII.hpp"
 
 namespace platform {
 
@@ -23,14 +24,10 @@ constexpr std::array<std::string_view, 4> regionsOfOtherCalendars = {"AF", "IR",
 /// The first whole year of the Gregorian calendar.
 constexpr int firstGregorianYear = 1583;
 
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 bool hasTheForm(std::string_view text) {
     constexpr std::string_view form = "0000-00-00T00:00:00+0000";
     return std::equal(text.begin(), text.end(), form.begin(), form.end(), [](char c, char expected) {
-        if (expected == '0') return isDigit(c);
+        if (expected == '0') return isASCIIDigit(c);
         if (expected == '+') return c == '+' || c == '-';
         return c == expected;
     });

@@ -8,6 +8,7 @@
 #include <optional>
 #include <string_view>
 
+#include "platform/Text/ASCII.hpp"
 #include "platform/Text/Text.hpp"
 
 namespace platform {
@@ -38,18 +39,9 @@ constexpr std::array<std::string_view, 2> releaseFiles = {
     "usr/lib/os-release",
 };
 
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks(" \t\r\n\v\f\0", 7);
-    const auto first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-    return result;
+/// As the kernel and who fills its files pad what they write.
+std::string_view withoutPadding(std::string_view text) {
+    return trimmed(text, std::string_view(" \t\r\n\v\f\0", 7));
 }
 
 std::string contents(const std::filesystem::path& path) {
@@ -64,18 +56,19 @@ std::string contents(const std::filesystem::path& path) {
 /// Something to read, and nothing else: firmware is written by whoever made the board.
 bool isReadable(std::string_view text) {
     const auto isControl = [](char c) { return (c >= 0 && c < ' ') || c == '\x7F'; };
-    return !trimmed(text).empty() && isValidUTF8(text) && std::none_of(text.begin(), text.end(), isControl);
+    return !withoutPadding(text).empty() && isValidUTF8(text) &&
+           std::none_of(text.begin(), text.end(), isControl);
 }
 
 bool isName(std::string_view text) {
     return isReadable(text) &&
-           std::find(placeholders.begin(), placeholders.end(), lowered(text)) == placeholders.end();
+           std::find(placeholders.begin(), placeholders.end(), lowercasedASCII(text)) == placeholders.end();
 }
 
 std::optional<std::string> modelUnder(const std::filesystem::path& root) {
     for (const auto file : modelFiles) {
         const auto text = contents(root / file);
-        if (const auto name = trimmed(text); isName(name)) return std::string(name);
+        if (const auto name = withoutPadding(text); isName(name)) return std::string(name);
     }
     return std::nullopt;
 }
@@ -105,7 +98,7 @@ std::optional<std::string> versionIn(std::string_view release) {
     constexpr std::string_view key = "VERSION_ID=";
     while (!release.empty()) {
         const auto end = release.find('\n');
-        const auto line = trimmed(release.substr(0, end));
+        const auto line = withoutPadding(release.substr(0, end));
         if (line.starts_with(key))
             if (auto version = unquoted(line.substr(key.size())); isReadable(version)) return version;
         release = end == std::string_view::npos ? std::string_view() : release.substr(end + 1);

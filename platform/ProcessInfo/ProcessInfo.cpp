@@ -60,10 +60,6 @@ std::optional<fs::path> dataHome() {
     return *home / ".local" / "share";
 }
 
-std::optional<fs::path> runtimeFolder() {
-    return absolutePathIn("XDG_RUNTIME_DIR");
-}
-
 fs::path executablePath() {
     std::error_code error;
     return fs::read_symlink("/proc/self/exe", error);

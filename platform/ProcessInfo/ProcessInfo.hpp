@@ -18,8 +18,6 @@ std::optional<std::string> environmentVariable(std::string_view name);
 /// $XDG_DATA_HOME when it is an absolute path, else ~/.local/share, with the home folder from HOME, else from
 /// the user database. Nothing when there is neither.
 std::optional<std::filesystem::path> dataHome();
-/// $XDG_RUNTIME_DIR when it is set and absolute.
-std::optional<std::filesystem::path> runtimeFolder();
 
 /// The running executable's path.
 std::filesystem::path executablePath();

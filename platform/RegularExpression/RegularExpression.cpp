@@ -4,15 +4,9 @@
 
 #include <algorithm>
 
+#include "platform/Text/UTF16.hpp"
+
 namespace platform {
-
-namespace {
-
-icu::UnicodeString utf16(std::string_view text) {
-    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int>(text.size())));
-}
-
-}  // namespace
 
 struct RegularExpression::Pattern {
     std::unique_ptr<icu::RegexPattern> compiled;
@@ -48,9 +42,7 @@ std::string RegularExpression::replacingMatches(std::string_view text, std::size
     if (U_FAILURE(status)) return std::string(text);
     matcher->appendTail(replaced);
 
-    std::string result;
-    replaced.toUTF8String(result);
-    return result;
+    return utf8(replaced);
 }
 
 }  // namespace platform

@@ -1,13 +1,15 @@
 #include "platform/Text/Text.hpp"
 
 #include <unicode/brkiter.h>
-#include <unicode/unistr.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
 
 #include <algorithm>
 #include <memory>
 #include <stdexcept>
+
+#include "platform/Text/ASCII.hpp"
+#include "platform/Text/UTF16.hpp"
 
 namespace platform {
 
@@ -53,10 +55,6 @@ void forEachCharacter(std::string_view text, Take take) {
     utext_close(&source);
 }
 
-icu::UnicodeString utf16(std::string_view text) {
-    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int>(text.size())));
-}
-
 }  // namespace
 
 std::size_t characterCount(std::string_view text) {
@@ -72,15 +70,8 @@ std::vector<std::string_view> characters(std::string_view text) {
 }
 
 std::string lowercased(std::string_view text) {
-    std::string result;
-    if (isASCII(text)) {
-        result = text;
-        for (char& c : result)
-            if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-        return result;
-    }
-    utf16(text).toLower(icu::Locale::getRoot()).toUTF8String(result);
-    return result;
+    if (isASCII(text)) return lowercasedASCII(text);
+    return utf8(utf16(text).toLower(icu::Locale::getRoot()));
 }
 
 std::string lowercasingFirstCharacter(std::string_view text) {

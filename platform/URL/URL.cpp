@@ -6,21 +6,13 @@
 #include <boost/url/url_view.hpp>
 #include <charconv>
 
+#include "platform/Text/ASCII.hpp"
+
 namespace platform {
 
 namespace urls = boost::urls;
 
 namespace {
-
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-bool isHexDigit(char c) {
-    return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
 
 /// The characters of RFC 3986 that need no encoding, part by part.
 constexpr std::string_view unreserved = "-._~";
@@ -36,11 +28,11 @@ std::string encoded(std::string_view text, std::string_view alsoAllowed) {
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
-        const bool startsEscape =
-            c == '%' && i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2]);
-        const bool allowed = isLetter(c) || isDigit(c) || unreserved.find(c) != std::string_view::npos ||
-                             subDelimiters.find(c) != std::string_view::npos ||
-                             alsoAllowed.find(c) != std::string_view::npos;
+        const bool startsEscape = c == '%' && i + 2 < text.size() && isHexadecimalDigit(text[i + 1]) &&
+                                  isHexadecimalDigit(text[i + 2]);
+        const bool allowed =
+            isASCIILetter(c) || isASCIIDigit(c) || unreserved.find(c) != std::string_view::npos ||
+            subDelimiters.find(c) != std::string_view::npos || alsoAllowed.find(c) != std::string_view::npos;
         if (startsEscape || allowed) {
             result += c;
         } else {
@@ -63,10 +55,10 @@ std::string_view takeUntil(std::string_view& text, std::string_view delimiters) 
 /// The length of a scheme with its colon, zero when `text` has none.
 std::size_t schemeLength(std::string_view text) {
     const auto colon = text.find(':');
-    if (colon == std::string_view::npos || colon == 0 || !isLetter(text.front())) return 0;
+    if (colon == std::string_view::npos || colon == 0 || !isASCIILetter(text.front())) return 0;
     const auto scheme = text.substr(0, colon);
     const bool wellFormed = std::all_of(scheme.begin(), scheme.end(), [](char c) {
-        return isLetter(c) || isDigit(c) || c == '+' || c == '-' || c == '.';
+        return isASCIILetter(c) || isASCIIDigit(c) || c == '+' || c == '-' || c == '.';
     });
     return wellFormed ? colon + 1 : 0;
 }
@@ -213,22 +205,14 @@ Parts resolved(const Parts& base, Parts reference) {
     return reference;
 }
 
-std::string lowered(std::string text) {
-    for (char& c : text)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
-    return text;
-}
-
-unsigned hexValue(char digit) {
-    return static_cast<unsigned>(isDigit(digit) ? digit - '0' : (digit | 0x20) - 'a' + 10);
-}
-
 std::string decoded(std::string_view text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isEscape =
-            text[i] == '%' && i + 2 < text.size() && isHexDigit(text[i + 1]) && isHexDigit(text[i + 2]);
-        result += isEscape ? static_cast<char>(hexValue(text[i + 1]) * 16 + hexValue(text[i + 2])) : text[i];
+        const bool isEscape = text[i] == '%' && i + 2 < text.size() && isHexadecimalDigit(text[i + 1]) &&
+                              isHexadecimalDigit(text[i + 2]);
+        result += isEscape
+                      ? static_cast<char>(hexadecimalDigit(text[i + 1]) * 16 + hexadecimalDigit(text[i + 2]))
+                      : text[i];
         if (isEscape) i += 2;
     }
     return result;
@@ -266,14 +250,14 @@ std::optional<URL> URL::resolving(std::string_view reference) const {
 }
 
 std::string URL::scheme() const {
-    return lowered(view(text_).scheme());
+    return lowercasedASCII(std::string_view(view(text_).scheme()));
 }
 
 std::string URL::host() const {
     const auto encodedHost = view(text_).encoded_host();
     std::string_view host(encodedHost.data(), encodedHost.size());
     if (host.starts_with('[')) host = host.substr(1, host.size() - 2);
-    return lowered(std::string(host));
+    return lowercasedASCII(host);
 }
 
 std::optional<std::uint16_t> URL::port() const {

@@ -3,16 +3,10 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/URLSession/FieldName.hpp"
+#include "platform/Text/ASCII.hpp"
 
 namespace platform {
 namespace {
-
-int hexadecimalDigit(char character) {
-    if (character >= '0' && character <= '9') return character - '0';
-    const char lower = lowercasedASCII(character);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-}
 
 // Nothing for a broken escape.
 std::optional<std::string> removingPercentEncoding(std::string_view text) {
@@ -72,7 +66,7 @@ std::optional<std::string> decodeBase64(std::string_view text) {
 bool isBase64(std::string_view mediaType) {
     constexpr std::string_view mark = ";base64";
     return mediaType.size() >= mark.size() &&
-           isSameFieldName(mediaType.substr(mediaType.size() - mark.size()), mark);
+           equalsWithoutCase(mediaType.substr(mediaType.size() - mark.size()), mark);
 }
 
 }  // namespace
@@ -80,7 +74,7 @@ bool isBase64(std::string_view mediaType) {
 std::optional<std::string> dataOfDataURL(std::string_view url) {
     constexpr std::string_view scheme = "data:";
     const auto comma = url.find(',');
-    if (comma == std::string_view::npos || !isSameFieldName(url.substr(0, scheme.size()), scheme))
+    if (comma == std::string_view::npos || !equalsWithoutCase(url.substr(0, scheme.size()), scheme))
         return std::nullopt;
     const std::string_view mediaType = url.substr(scheme.size(), comma - scheme.size());
     const auto bytes = removingPercentEncoding(url.substr(comma + 1, url.find('#', comma) - comma - 1));

@@ -34,8 +34,8 @@ bool becomesGet(Rewriting rewriting, std::string_view method) {
     return false;
 }
 
-constexpr std::array<std::string_view, 4> credentialFields = {
-    "authorization", "cookie", "pontal-server-session-id", "proxy-authorization"};
+constexpr std::array<std::string_view, 3> credentialFields = {"authorization", "cookie",
+                                                              "proxy-authorization"};
 constexpr std::array<std::string_view, 5> bodyFields = {
     "content-encoding", "content-language", "content-length", "content-type", "transfer-encoding"};
 
@@ -43,7 +43,7 @@ template <std::size_t size>
 void removeFields(std::vector<HTTPHeaderField>& fields, const std::array<std::string_view, size>& names) {
     std::erase_if(fields, [&names](const HTTPHeaderField& field) {
         return std::any_of(names.begin(), names.end(),
-                           [&field](std::string_view name) { return isSameFieldName(field.name, name); });
+                           [&field](std::string_view name) { return equalsWithoutCase(field.name, name); });
     });
 }
 
@@ -72,6 +72,7 @@ std::optional<URLRequest> requestAfterRedirect(const URLRequest& request, const 
     if (!isSameOrigin(request.url, *target)) {
         if (!next.httpBody.empty()) return std::nullopt;
         removeFields(next.headers, credentialFields);
+        std::erase_if(next.headers, [](const HTTPHeaderField& field) { return field.isCredential; });
     }
     return next;
 }

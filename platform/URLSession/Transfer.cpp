@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Text/ASCII.hpp"
 #include "platform/URLSession/FieldName.hpp"
 #include "platform/URLSession/Redirect.hpp"
 #include "platform/URLSession/TLSPolicy.hpp"
@@ -52,8 +53,7 @@ constexpr std::array errorCodes = {
 };
 
 bool isTokenCharacter(char character) {
-    return (character >= '0' && character <= '9') ||
-           (lowercasedASCII(character) >= 'a' && lowercasedASCII(character) <= 'z') ||
+    return isASCIIDigit(character) || isASCIILetter(character) ||
            std::string_view("!#$%&'*+-.^_`|~").find(character) != std::string_view::npos;
 }
 
@@ -63,12 +63,6 @@ bool isToken(std::string_view text) {
 
 bool isFieldValue(std::string_view text) {
     return text.find_first_of(std::string_view("\r\n\0", 3)) == std::string_view::npos;
-}
-
-std::string_view trimmed(std::string_view text) {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
 // Certificates are then read one by one as they are needed; the bundle is read and parsed whole.
@@ -102,23 +96,23 @@ bool mayBeRepeated(const URLRequest& request) {
 enum class Coding { none, offered, other };
 
 Coding contentCoding(std::string_view name) {
-    if (name.empty() || isSameFieldName(name, "identity")) return Coding::none;
+    if (name.empty() || equalsWithoutCase(name, "identity")) return Coding::none;
     for (const std::string_view offered : {"gzip", "x-gzip", "deflate"}) {
-        if (isSameFieldName(name, offered)) return Coding::offered;
+        if (equalsWithoutCase(name, offered)) return Coding::offered;
     }
     return Coding::other;
 }
 
 Coding transferCoding(std::string_view name) {
     const bool isPlain =
-        name.empty() || isSameFieldName(name, "chunked") || isSameFieldName(name, "identity");
+        name.empty() || equalsWithoutCase(name, "chunked") || equalsWithoutCase(name, "identity");
     return isPlain ? Coding::none : Coding::other;
 }
 
 // How many layers a reply is packed in by this field; nothing for a packing that was not offered.
 std::optional<int> codings(std::string_view field, std::string_view list) {
-    const bool isContent = isSameFieldName(field, "content-encoding");
-    if (!isContent && !isSameFieldName(field, "transfer-encoding")) return 0;
+    const bool isContent = equalsWithoutCase(field, "content-encoding");
+    if (!isContent && !equalsWithoutCase(field, "transfer-encoding")) return 0;
     int count = 0;
     for (bool isLast = false; !isLast;) {
         const auto comma = list.find(',');
@@ -268,11 +262,11 @@ void Transfer::setHeaders() {
         (void)headerLines_.release();
         headerLines_.reset(longer);
     };
-    for (const auto& [name, value] : request_.headers) {
-        if (!isToken(name) || !isFieldValue(value)) {
+    for (const HTTPHeaderField& field : request_.headers) {
+        if (!isToken(field.name) || !isFieldValue(field.value)) {
             throw URLError(URLErrorCode::unknown, "a header field cannot be sent");
         }
-        append(trimmed(value).empty() ? name + ";" : name + ": " + value);
+        append(trimmed(field.value).empty() ? field.name + ";" : field.name + ": " + field.value);
     }
     // What libcurl would add of its own.
     for (const char* unasked : {"Accept", "Content-Type", "Expect"}) {

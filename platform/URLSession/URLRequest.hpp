@@ -15,6 +15,8 @@ namespace platform {
 struct HTTPHeaderField {
     std::string name;
     std::string value;
+    /// Stays at the origin that it was made for, like the fields that every server knows for credentials.
+    bool isCredential = false;
     bool operator==(const HTTPHeaderField&) const = default;
 };
 
@@ -32,6 +34,8 @@ struct URLRequest {
 
     /// Replaces the value of a field of that name (compared without case), else adds the field.
     void setValue(std::string value, std::string_view field);
+    /// As `setValue`, and no redirect takes the field to another origin.
+    void setCredential(std::string value, std::string_view field);
     std::optional<std::string> value(std::string_view field) const;
 };
 

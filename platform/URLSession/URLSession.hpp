@@ -4,8 +4,8 @@
 // called from any thread. The end of a session cancels what is still in flight, without delay.
 //
 // A request goes out once, on a connection of its own; only GET and HEAD share connections, and may be
-// repeated where a kept one turns out to be closed. No credential header (authorization,
-// pontal-server-session-id) and no body crosses to another origin on a redirect, and no redirect leaves http
+// repeated where a kept one turns out to be closed. No credential header (the standard ones, and those that
+// the request marks as such) and no body crosses to another origin on a redirect, and no redirect leaves http
 // and https, or https for http. User information in a URL is never sent. Cookies and replies are not kept.
 //
 // A reply is bounded: in its bytes after decompression, in its headers (256 KiB, 1000 lines), in what comes

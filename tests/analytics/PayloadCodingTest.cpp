@@ -6,15 +6,19 @@
 #include <cstdint>
 #include <limits>
 
-#include "analytics/EncodingError.hpp"
+#include "analytics/DynamicCodingKeys.hpp"
 #include "platform/Date/Date.hpp"
+#include "platform/JSON/CodingError.hpp"
 
 namespace analytics {
 namespace {
 
 namespace json = boost::json;
 
-const CodingPath root = {DynamicCodingKeys::name("payload")};
+using Components = std::vector<std::string>;
+
+const platform::CodingPath top = {};
+const platform::CodingPath root(top, "payload");
 
 json::value encoded(PayloadValue value) {
     return encodedPayload({{"key", std::move(value)}}, root).at("key");
@@ -70,10 +74,10 @@ const Unencodable unencodables[] = {
     {"a payload with missing values", Payload{{"a", std::nullopt}}},
 };
 
-CodingPath pathOfFailure(PayloadValue value) {
+Components pathOfFailure(PayloadValue value) {
     try {
         encodedPayload({{"key", std::move(value)}}, root);
-    } catch (const EncodingError& error) {
+    } catch (const platform::EncodingError& error) {
         EXPECT_EQ(error.debugDescription(), "Invalid value type");
         return error.codingPath();
     }
@@ -84,12 +88,12 @@ CodingPath pathOfFailure(PayloadValue value) {
 TEST(PayloadCoding, FailsForEveryOtherKindWithThePathOfThePayload) {
     for (const auto& [description, value] : unencodables) {
         SCOPED_TRACE(description);
-        EXPECT_EQ(pathOfFailure(value), root);
+        EXPECT_EQ(pathOfFailure(value), root.components());
     }
 }
 
 TEST(PayloadCoding, FailsInsideADictionaryWithThePathOfTheDictionary) {
-    const CodingPath expected = {DynamicCodingKeys::name("payload"), DynamicCodingKeys::name("key")};
+    const Components expected = {"payload", "key"};
     for (const auto& [description, value] : unencodables) {
         SCOPED_TRACE(description);
         EXPECT_EQ(pathOfFailure(PayloadDictionary{{"fine", 1}, {"wrong", value}}), expected);
@@ -97,7 +101,7 @@ TEST(PayloadCoding, FailsInsideADictionaryWithThePathOfTheDictionary) {
 }
 
 TEST(PayloadCoding, FailsInsideAnArrayWithThePathOfTheArray) {
-    const CodingPath expected = {DynamicCodingKeys::name("payload"), DynamicCodingKeys::name("key")};
+    const Components expected = {"payload", "key"};
     for (const auto& [description, value] : unencodables) {
         SCOPED_TRACE(description);
         EXPECT_EQ(pathOfFailure(PayloadArray{1, value}), expected);
@@ -105,8 +109,7 @@ TEST(PayloadCoding, FailsInsideAnArrayWithThePathOfTheArray) {
 }
 
 TEST(PayloadCoding, FailsDeepInsideWithTheWholePath) {
-    const CodingPath expected = {DynamicCodingKeys::name("payload"), DynamicCodingKeys::name("key"),
-                                 DynamicCodingKeys::index(1), DynamicCodingKeys::name("list")};
+    const Components expected = {"payload", "key", "[1]", "list"};
     EXPECT_EQ(pathOfFailure(PayloadArray{
                   1, PayloadDictionary{{"list", PayloadArray{platform::Date::sinceReferenceDate(0)}}}}),
               expected);

@@ -5,7 +5,7 @@
 #include <limits>
 #include <random>
 
-#include "analytics/EncodingError.hpp"
+#include "platform/JSON/CodingError.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "tests/analytics/Events.hpp"
 #include "tests/support/FixedAmbient.hpp"
@@ -71,7 +71,7 @@ TEST(RelayboxEvent, IsNotEncodedWithAValueThatJSONCannotCarry) {
     const auto encoded = [](PayloadValue value) {
         return RelayboxEvent::enveloping(PlainEvent({{"key", std::move(value)}})).encoded();
     };
-    EXPECT_THROW(encoded(platform::Date::now()), EncodingError);
+    EXPECT_THROW(encoded(platform::Date::now()), platform::EncodingError);
     EXPECT_THROW(encoded("\xFF"), platform::JSONError);
     EXPECT_THROW(encoded(std::numeric_limits<double>::infinity()), platform::JSONError);
 }

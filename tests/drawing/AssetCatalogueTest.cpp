@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "tests/drawing/Contrast.hpp"
 #include "tests/support/Program.hpp"
 #include "tests/support/RecordingLogSink.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -27,19 +28,6 @@ const AssetCatalogue& ours() {
 }
 
 constexpr const char* imageNames[] = {"VelaIcon", "VelaIconDark", "VelaLogo", "VelaLogoDark"};
-
-/// Relative luminance and contrast as WCAG 2.1 defines them.
-double luminance(RGBA color) {
-    const auto linear = [](std::uint8_t channel) {
-        const double value = channel / 255.0;
-        return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-    };
-    return 0.2126 * linear(color.red) + 0.7152 * linear(color.green) + 0.0722 * linear(color.blue);
-}
-double contrast(RGBA one, RGBA other) {
-    const auto [low, high] = std::minmax({luminance(one), luminance(other)});
-    return (high + 0.05) / (low + 0.05);
-}
 
 constexpr RGBA white{255, 255, 255}, darkTop{33, 33, 34}, darkBottom{20, 20, 20};
 
@@ -66,7 +54,7 @@ TEST(AssetColours, ReadWellOnTheirGrounds) {
         {"progress on its track in light", light("BrandColor"), light("ProgressBarBackgroundColor"), graphic},
         {"progress on its track in dark", dark("BrandColor"), dark("ProgressBarBackgroundColor"), graphic},
     };
-    for (const auto& row : rows) EXPECT_GE(contrast(row.one, row.other), row.least) << row.what;
+    for (const auto& row : rows) EXPECT_GE(contrastRatio(row.one, row.other), row.least) << row.what;
 }
 
 TEST(AssetColours, HaveALightAndADarkValue) {

@@ -6,6 +6,7 @@
 #include <future>
 
 #include "drawing/Image/AssetCatalogue.hpp"
+#include "tests/drawing/Contrast.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "tests/support/TemporaryFolder.hpp"

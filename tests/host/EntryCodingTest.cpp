@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/JSON/JSONSerialization.hpp"
-#include "presentation/PlaceholderPackage.hpp"
+#include "presentation/StoredPackage.hpp"
 
 namespace host {
 namespace {
@@ -12,7 +12,7 @@ using platform::Date;
 using platform::JSONKeyOrder;
 using platform::JSONSerialization;
 using platform::URL;
-using presentation::PlaceholderPackage;
+using presentation::StoredPackage;
 
 const Date moment = *platform::dateFromInternetDateTime("2026-01-31T10:00:00.123Z");
 
@@ -21,7 +21,7 @@ std::string text(const boost::json::object& object) {
 }
 
 widget::SimpleEntry sample() {
-    return {moment, widget::LoggedIn{{std::make_shared<PlaceholderPackage>(PlaceholderPackage::Values{
+    return {moment, widget::LoggedIn{{std::make_shared<StoredPackage>(StoredPackage::Values{
                         .shopName = "Tea \"House\"",
                         .deepLinkingUrl = *URL::parse("velaapp://order/1"),
                         .progress = 0.6F,

@@ -7,16 +7,16 @@
 #include <unistd.h>
 
 #include "platform/Text/Text.hpp"
-#include "presentation/PlaceholderPackage.hpp"
+#include "presentation/StoredPackage.hpp"
 
 namespace host {
 namespace {
 
-using presentation::PlaceholderPackage;
+using presentation::StoredPackage;
 
 std::shared_ptr<const presentation::Package> package(std::string name, float progress,
                                                      std::optional<std::string> secondary) {
-    return std::make_shared<PlaceholderPackage>(PlaceholderPackage::Values{
+    return std::make_shared<StoredPackage>(StoredPackage::Values{
         .shopName = std::move(name),
         .deepLinkingUrl = *platform::URL::parse("velaapp://order/42"),
         .progress = progress,

@@ -45,7 +45,8 @@ TEST(InternetDateTime, SurvivesWritingAndReadingToTheMillisecond) {
         const auto text = internetDateTime(date);
         const auto read = dateFromInternetDateTime(text);
         ASSERT_TRUE(read) << text;
-        ASSERT_NEAR(read->timeIntervalSince(date), 0, 0.00052) << text;
+        ASSERT_NEAR(read->timeIntervalSinceReferenceDate(), date.timeIntervalSinceReferenceDate(), 0.00052)
+            << text;
         ASSERT_EQ(internetDateTime(*read), text);
     }
 }
@@ -136,7 +137,6 @@ TEST(InternetDateTime, NeverTripsOverMutatedTexts) {
 TEST(Date, CountsFromBothEpochs) {
     EXPECT_EQ(Date::since1970(0), Date::sinceReferenceDate(-978'307'200));
     EXPECT_EQ(Date::since1970(1.5).timeIntervalSince1970(), 1.5);
-    EXPECT_EQ(Date::sinceReferenceDate(10).timeIntervalSince(Date::sinceReferenceDate(4)), 6);
     EXPECT_EQ(Date::sinceReferenceDate(10).addingTimeInterval(-20), Date::sinceReferenceDate(-10));
     EXPECT_LT(Date::sinceReferenceDate(1), Date::sinceReferenceDate(2));
 }

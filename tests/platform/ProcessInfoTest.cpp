@@ -52,15 +52,6 @@ TEST(DataHome, IsInTheHomeFolderOfTheUserDatabaseWithoutHOME) {
     }
 }
 
-TEST(RuntimeFolder, IsTheVariableWhereItIsAnAbsolutePath) {
-    const ScopedEnvironment absolute({{"XDG_RUNTIME_DIR", "/run/user/1"}});
-    EXPECT_EQ(runtimeFolder(), fs::path("/run/user/1"));
-    const ScopedEnvironment relative({{"XDG_RUNTIME_DIR", "run"}});
-    EXPECT_EQ(runtimeFolder(), std::nullopt);
-    const ScopedEnvironment none({{"XDG_RUNTIME_DIR", std::nullopt}});
-    EXPECT_EQ(runtimeFolder(), std::nullopt);
-}
-
 TEST(ExecutablePath, IsThisProgram) {
     EXPECT_EQ(executablePath().filename(), "vela-tests-foundation");
 }

@@ -108,7 +108,8 @@ TEST(SecretServiceKeychain, TakesItsDatesFromTheService) {
                   errSecSuccess);
         const auto& attributes = std::get<SecAttributes>(result);
         for (const char* key : {kSecAttrCreationDate, kSecAttrModificationDate}) {
-            const double age = std::get<Date>(attributes.at(key)).timeIntervalSince(before);
+            const double age = std::get<Date>(attributes.at(key)).timeIntervalSinceReferenceDate() -
+                               before.timeIntervalSinceReferenceDate();
             EXPECT_GE(age, -1.0) << key;
             EXPECT_LE(age, 60.0) << key;
         }

@@ -25,7 +25,7 @@ class URLSessionRedirects : public platform::testing::URLSessionTest {
         request.setValue("application/json", "Content-type");
         request.setValue("application/json", "Accept");
         request.setValue("Bearer token", "authorization");
-        request.setValue("legacy", "pontal-server-session-id");
+        request.setCredential("legacy", "x-session");
         request.setValue("a=b", "Cookie");
         return request;
     }
@@ -80,7 +80,7 @@ TEST_F(URLSessionRedirects, TakeNoCredentialToAnotherOrigin) {
             ASSERT_EQ(other.requests().size(), 1u);
             const ReceivedRequest arrived = other.requests().front();
             EXPECT_EQ(arrived.body, "");
-            for (const char* field : {"authorization", "pontal-server-session-id", "cookie"}) {
+            for (const char* field : {"authorization", "x-session", "cookie"}) {
                 EXPECT_EQ(arrived.header(field), "") << field;
             }
             EXPECT_EQ(arrived.header("accept"), "application/json");
@@ -163,7 +163,8 @@ TEST(RequestAfterRedirect, TakesAnotherSchemeHostOrPortForAnotherOrigin) {
     };
     URLRequest request = {.url = url("https://example.com/")};
     request.setValue("Bearer token", "Authorization");
-    request.setValue("x", "PONTAL-server-session-id");
+    request.setValue("x", "PROXY-authorization");
+    request.setCredential("x", "X-Session");
     for (const Row& row : rows) {
         const auto next = requestAfterRedirect(
             request, {.url = request.url, .statusCode = 302, .headers = {{"location", row.location}}});

@@ -134,6 +134,16 @@ TEST_F(URLSessionRequests, RunsManyTransfersAtOnce) {
     for (int number = 0; number < 50; ++number) EXPECT_EQ(replies[number].data, "/" + std::to_string(number));
 }
 
+TEST(URLRequestHeaders, StayCredentialsOnceTheyAre) {
+    URLRequest request = {.url = URL::parse("http://localhost/").value()};
+    request.setValue("1", "X-Session");
+    request.setCredential("2", "x-session");
+    request.setValue("3", "X-Session");
+    request.setCredential("4", "X-Other");
+    EXPECT_THAT(request.headers,
+                ElementsAre(HTTPHeaderField{"X-Session", "3", true}, HTTPHeaderField{"X-Other", "4", true}));
+}
+
 TEST(URLRequestHeaders, KeepTheFirstSpellingAndPlace) {
     URLRequest request = {.url = URL::parse("http://localhost/").value()};
     request.setValue("1", "Content-type");

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "server/Keychain.hpp"
+#include "server/TokenKeychain.hpp"
 #include "server/VelaServerConnectivity.hpp"
 #include "tests/support/Awaited.hpp"
 #include "tests/support/InMemoryItemStore.hpp"
@@ -27,10 +27,7 @@ class AccountServerTwin : public testing::Test {
     AccountServerTwin() { testing::internal::CaptureStdout(); }
 
     void signIn(const std::string& accessToken, const std::string& refreshToken) {
-        tokenKeychain().withExclusiveAccess([&](const Keychain& keychain) {
-            keychain.setData(platform::Data{accessToken}, "accessToken");
-            keychain.setData(platform::Data{refreshToken}, "refreshToken");
-        });
+        tokens.store(accessToken, refreshToken);
     }
 
     /// What was printed so far.
@@ -42,13 +39,15 @@ class AccountServerTwin : public testing::Test {
 
     platform::testing::InMemoryItemStore store;
     platform::SecItemStore::Override inForce{store};
+    TokenKeychain tokens;
+    CredentialKeychains keychains{.tokens = tokens, .session = sessionKeychain()};
     SharedDefaults defaults{std::make_unique<platform::testing::InMemoryUserDefaults>(),
                             "http://127.0.0.1:9"};
     std::shared_ptr<platform::testing::ScriptedURLSession> session =
         std::make_shared<platform::testing::ScriptedURLSession>();
     int sessionsMade = 0;
     std::shared_ptr<VelaServerConnectivity> connectivity =
-        std::make_shared<VelaServerConnectivity>(defaults, [this] {
+        std::make_shared<VelaServerConnectivity>(defaults, keychains, [this] {
             ++sessionsMade;
             return session;
         });

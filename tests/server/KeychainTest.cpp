@@ -1,11 +1,7 @@
 #include "server/Keychain.hpp"
 
-#include <gtest/gtest.h>
-
-#include <unordered_set>
-
-#include "tests/support/InMemoryItemStore.hpp"
-#include "tests/support/ScriptedItemStore.hpp"
+#include "server/TokenKeychain.hpp"
+#include "tests/server/KeychainTwin.hpp"
 
 namespace server {
 namespace {
@@ -13,46 +9,9 @@ namespace {
 using platform::Data;
 using platform::SecAttributes;
 using platform::SecItemStore;
-using platform::testing::InMemoryItemStore;
 using platform::testing::ScriptedItemStore;
 using platform::testing::SecItemCall;
 using platform::testing::SecItemRequest;
-using platform::testing::SecItemTransactionRecord;
-
-const Keychain sample = {.id = "com.brightfen.pontal",
-                         .accessibility = Keychain::Accessibility::afterFirstUnlock};
-
-SecAttributes itemQuery(const char* service, const char* accessible, const char* key) {
-    return {{"class", std::string("genp")},
-            {"svce", std::string(service)},
-            {"pdmn", std::string(accessible)},
-            {"acct", std::string(key)}};
-}
-
-SecAttributes with(SecAttributes attributes, const SecAttributes& more) {
-    attributes.insert(more.begin(), more.end());
-    return attributes;
-}
-
-/// What a call printed on standard output.
-template <typename Call>
-std::string printed(Call call) {
-    testing::internal::CaptureStdout();
-    call();
-    return testing::internal::GetCapturedStdout();
-}
-
-class ScriptedKeychain : public testing::Test {
-  protected:
-    ScriptedItemStore store;
-    SecItemStore::Override inForce{store};
-};
-
-class KeychainOnAStore : public testing::Test {
-  protected:
-    InMemoryItemStore store;
-    SecItemStore::Override inForce{store};
-};
 
 TEST(KeychainAccessibility, HasSevenClassesWithTheirRawValuesInOrder) {
     const std::vector<std::string_view> rawValues = {"ak", "ck", "dk", "akpu", "aku", "cku", "dku"};
@@ -64,47 +23,6 @@ TEST(KeychainAccessibility, HasSevenClassesWithTheirRawValuesInOrder) {
     }
     for (const auto* other : {"", "AK", "ak ", "akp", "whenUnlocked"})
         EXPECT_EQ(Keychain::accessibilityOf(other), std::nullopt) << other;
-}
-
-TEST(KeychainError, HasACaseForEachStatusAndUnknownForEveryOther) {
-    const std::vector<std::pair<platform::OSStatus, std::string_view>> rows = {
-        {-4, "unimplemented"},
-        {-36, "io"},
-        {-49, "opWr"},
-        {-50, "param"},
-        {-108, "allocate"},
-        {-128, "userCanceled"},
-        {-909, "badReq"},
-        {-2070, "internalComponent"},
-        {-25291, "notAvailable"},
-        {-25299, "duplicateItem"},
-        {-25300, "itemNotFound"},
-        {-25308, "interactionNotAllowed"},
-        {-26275, "decode"},
-        {-25293, "authFailed"},
-        {-34018, "missingEntitlement"},
-        {-25243, "noAccessForItem"},
-        {-1, "unknown"},
-        {1, "unknown"},
-        {-2147483648, "unknown"},
-        {2147483647, "unknown"},
-    };
-    for (const auto& [status, name] : rows) {
-        const auto error = Keychain::KeychainError::ofStatus(status);
-        ASSERT_TRUE(error) << status;
-        EXPECT_EQ(error->name(), name);
-        EXPECT_STREQ(error->what(), std::string(name).c_str());
-    }
-    EXPECT_EQ(Keychain::KeychainError::ofStatus(0), std::nullopt);
-}
-
-TEST(KeychainError, IsHashableOnItsCase) {
-    const std::unordered_set<Keychain::KeychainError> errors = {
-        *Keychain::KeychainError::ofStatus(-36), Keychain::KeychainError(Keychain::KeychainError::io),
-        *Keychain::KeychainError::ofStatus(-1), *Keychain::KeychainError::ofStatus(1)};
-    EXPECT_EQ(errors.size(), 2u);
-    EXPECT_TRUE(errors.contains(Keychain::KeychainError(Keychain::KeychainError::unknown)));
-    EXPECT_FALSE(errors.contains(Keychain::KeychainError(Keychain::KeychainError::param)));
 }
 
 TEST_F(ScriptedKeychain, EmptyKeyOnWriteDoesNothingAndLogsNothing) {
@@ -316,50 +234,6 @@ TEST_F(ScriptedKeychain, AKeychainWithoutAnAccessGroupAsksForNone) {
     for (const auto& request : store.requests()) EXPECT_FALSE(request.attributes.contains("agrp"));
 }
 
-class ScriptedMigration : public ScriptedKeychain {
-  protected:
-    /// The calls of an accessor that finds its token in the old place, the writes answered as told.
-    std::vector<SecItemRequest> migration(platform::OSStatus added, platform::OSStatus removed,
-                                          const std::string& expectedLines) {
-        ScriptedItemStore scripted;
-        const SecItemStore::Override scriptInForce(scripted);
-        scripted.answer(platform::errSecItemNotFound);
-        scripted.answer(platform::errSecSuccess, Data{"old"});
-        scripted.answer(platform::errSecItemNotFound);
-        scripted.answer(added);
-        scripted.answer(removed);
-        EXPECT_EQ(printed([] {
-                      tokenKeychain().withExclusiveAccess(
-                          [](const Keychain& keychain) { EXPECT_EQ(keychain.accessToken(), "old"); });
-                  }),
-                  "Failed to fetch item accessToken with reason itemNotFound\n" + expectedLines);
-        const std::vector<SecItemTransactionRecord> one = {{.begin = 0, .end = 5, .isCommitted = true}};
-        EXPECT_EQ(scripted.transactions(), one);
-        return scripted.requests();
-    }
-};
-
-TEST_F(ScriptedMigration, WritesAndThenDeletesWhateverTheWriteAnswered) {
-    const auto current = itemQuery("com.brightfen.pontal_ck", "ck", "accessToken");
-    const auto legacy = itemQuery("com.brightfen.pontal_ak", "ak", "accessToken");
-    const SecAttributes oneItemsData = {{"r_Data", true}, {"m_Limit", std::string("m_LimitOne")}};
-    const std::vector<SecItemRequest> expected = {
-        {.call = SecItemCall::copyMatching, .attributes = with(current, oneItemsData), .hasResultSlot = true},
-        {.call = SecItemCall::copyMatching, .attributes = with(legacy, oneItemsData), .hasResultSlot = true},
-        {.call = SecItemCall::copyMatching, .attributes = current},
-        {.call = SecItemCall::add, .attributes = with(current, {{"v_Data", Data{"old"}}})},
-        {.call = SecItemCall::remove, .attributes = legacy},
-    };
-    EXPECT_EQ(migration(platform::errSecSuccess, platform::errSecSuccess, ""), expected);
-    EXPECT_EQ(migration(platform::errSecSuccess, platform::errSecItemNotFound, ""), expected);
-    EXPECT_EQ(migration(platform::errSecIO, platform::errSecSuccess,
-                        "Failed to save item accessToken with reason io\n"),
-              expected);
-    EXPECT_EQ(migration(platform::errSecSuccess, platform::errSecIO,
-                        "Failed to save item accessToken with reason io\n"),
-              expected);
-}
-
 TEST_F(KeychainOnAStore, KeepsItemsOfEveryAccessibilityApart) {
     for (const auto accessibility : Keychain::allAccessibilities) {
         const Keychain keychain = {.id = "id", .accessibility = accessibility};
@@ -398,173 +272,6 @@ TEST_F(KeychainOnAStore, DeleteAllRemovesEveryKeyOfItsServiceAndNoOther) {
     sample.deleteAll();
     EXPECT_TRUE(sample.allItems().empty());
     EXPECT_EQ(legacyTokenKeychain().allItems().size(), 1u);
-}
-
-TEST_F(KeychainOnAStore, AFirstReadOnAnEmptyDeviceLogsBothLocations) {
-    EXPECT_EQ(printed([] { EXPECT_EQ(sample.accessToken(), std::nullopt); }),
-              "Failed to fetch item accessToken with reason itemNotFound\n"
-              "Failed to fetch item accessToken with reason itemNotFound\n");
-}
-
-TEST_F(KeychainOnAStore, ATokenInTheLegacyServiceOnlyIsMovedOnFirstRead) {
-    const auto legacy = legacyTokenKeychain();
-    legacy.setData(Data{"old"}, "accessToken");
-    legacy.setData(Data{"older"}, "refreshToken");
-    EXPECT_EQ(printed([] { EXPECT_EQ(sample.accessToken(), "old"); }),
-              "Failed to fetch item accessToken with reason itemNotFound\n");
-    EXPECT_EQ(printed([] { EXPECT_EQ(sample.refreshToken(), "older"); }),
-              "Failed to fetch item refreshToken with reason itemNotFound\n");
-    EXPECT_TRUE(legacy.allItems().empty());
-    EXPECT_EQ(sample.dataForKey("accessToken"), Data{"old"});
-    EXPECT_EQ(printed([] { EXPECT_EQ(sample.accessToken(), "old"); }), "");
-}
-
-TEST_F(KeychainOnAStore, StoredBytesThatAreNotUTF8YieldNothingAndDoNotMigrate) {
-    legacyTokenKeychain().setData(Data{"\xff\xfe"}, "accessToken");
-    EXPECT_EQ(printed([] { EXPECT_EQ(sample.accessToken(), std::nullopt); }),
-              "Failed to fetch item accessToken with reason itemNotFound\n");
-    EXPECT_EQ(legacyTokenKeychain().allItems().size(), 1u);
-    EXPECT_TRUE(sample.allItems().empty());
-}
-
-TEST_F(KeychainOnAStore, BytesThatAreNotUTF8InTheCurrentServiceFallBackToTheLegacyOne) {
-    sample.setData(Data{"\xff"}, "accessToken");
-    legacyTokenKeychain().setData(Data{"old"}, "accessToken");
-    EXPECT_EQ(printed([] { EXPECT_EQ(sample.accessToken(), "old"); }), "");
-    EXPECT_EQ(sample.stringValue("accessToken"), "old");
-}
-
-// Fails the call that it is told to, and its commit.
-class FailingItemStore : public InMemoryItemStore {
-  public:
-    enum class Failing { nothing, insert, replace, erase, commit };
-    Failing failing = Failing::nothing;
-
-  protected:
-    std::unique_ptr<platform::KeychainTransaction> begin(Access access) override {
-        return std::make_unique<Transaction>(InMemoryItemStore::begin(access), *this);
-    }
-
-  private:
-    class Transaction : public platform::KeychainTransaction {
-      public:
-        Transaction(std::unique_ptr<platform::KeychainTransaction> real, const FailingItemStore& store)
-            : real_(std::move(real)), store_(store) {}
-        std::vector<platform::KeychainItem> items(const platform::KeychainQuery& query) override {
-            return real_->items(query);
-        }
-        void rehearse() override { real_->rehearse(); }
-        void insert(const platform::KeychainItem& item) override {
-            failAt(Failing::insert);
-            real_->insert(item);
-        }
-        void replace(const platform::KeychainItem& item, const platform::KeychainItem& replacement) override {
-            failAt(Failing::replace);
-            real_->replace(item, replacement);
-        }
-        void erase(const platform::KeychainItem& item) override {
-            failAt(Failing::erase);
-            real_->erase(item);
-        }
-        void commit() override {
-            failAt(Failing::commit);
-            real_->commit();
-        }
-
-      private:
-        void failAt(Failing call) const {
-            if (store_.failing == call) throw platform::KeychainFailure{platform::errSecIO};
-        }
-        std::unique_ptr<platform::KeychainTransaction> real_;
-        const FailingItemStore& store_;
-    };
-};
-
-class ExclusiveAccess : public testing::Test {
-  protected:
-    using Failing = FailingItemStore::Failing;
-
-    static std::string read(const Keychain& keychain, const char* key) {
-        const auto data = keychain.dataForKey(key);
-        return data ? data->bytes : "none";
-    }
-    static void storePair(const std::string& bytes) {
-        tokenKeychain().withExclusiveAccess([&](const Keychain& keychain) {
-            keychain.setData(Data{bytes}, "accessToken");
-            keychain.setData(Data{bytes}, "refreshToken");
-        });
-    }
-    std::string pair() {
-        std::string found;
-        printed([&] { found = read(sample, "accessToken") + " " + read(sample, "refreshToken"); });
-        return found;
-    }
-
-    FailingItemStore store;
-    SecItemStore::Override inForce{store};
-};
-
-TEST_F(ExclusiveAccess, KeepsAWholePair) {
-    EXPECT_EQ(printed([] { storePair("new"); }), "");
-    EXPECT_EQ(pair(), "new new");
-}
-
-TEST_F(ExclusiveAccess, KeepsNothingOfAPairOfWhichOneHalfFails) {
-    sample.setData(Data{"old"}, "accessToken");
-    store.failing = Failing::insert;
-    EXPECT_EQ(printed([] { storePair("new"); }),
-              "Failed to save item refreshToken with reason io\n"
-              "Failed to save item accessToken with reason io\n");
-    EXPECT_EQ(pair(), "old none");
-}
-
-TEST_F(ExclusiveAccess, LogsEveryWriteOfACommitThatFails) {
-    storePair("old");
-    store.failing = Failing::commit;
-    EXPECT_EQ(printed([] { storePair("new"); }),
-              "Failed to save item accessToken with reason io\n"
-              "Failed to save item refreshToken with reason io\n");
-    store.failing = Failing::nothing;
-    EXPECT_EQ(pair(), "old old");
-}
-
-TEST_F(ExclusiveAccess, LosesNoLegacyTokenByAMigrationOfWhichAnyStepFails) {
-    for (const auto failing : {Failing::insert, Failing::replace, Failing::erase, Failing::commit}) {
-        store.failing = Failing::nothing;
-        const auto legacy = legacyTokenKeychain();
-        legacy.setData(Data{"old"}, "accessToken");
-        // Bytes that are no text fall back to the old place too, and are replaced by it.
-        if (failing == Failing::replace) sample.setData(Data{"\xff"}, "accessToken");
-        store.failing = failing;
-        printed([] {
-            tokenKeychain().withExclusiveAccess(
-                [](const Keychain& keychain) { EXPECT_EQ(keychain.accessToken(), "old"); });
-        });
-        store.failing = Failing::nothing;
-        EXPECT_EQ(read(legacy, "accessToken"), "old") << static_cast<int>(failing);
-        printed([] {
-            tokenKeychain().withExclusiveAccess(
-                [](const Keychain& keychain) { EXPECT_EQ(keychain.accessToken(), "old"); });
-        });
-        EXPECT_EQ(read(sample, "accessToken"), "old") << static_cast<int>(failing);
-        EXPECT_TRUE(legacy.allItems().empty());
-        sample.deleteAll();
-    }
-}
-
-TEST_F(ExclusiveAccess, KeepsNothingWhenItIsLeftByAnException) {
-    EXPECT_THROW(tokenKeychain().withExclusiveAccess([](const Keychain& keychain) {
-        keychain.setData(Data{"x"}, "accessToken");
-        throw std::runtime_error("somewhere else");
-    }),
-                 std::runtime_error);
-    EXPECT_EQ(pair(), "none none");
-}
-
-TEST(TokenKeychain, IsTheServiceOfTheAppAfterFirstUnlock) {
-    tokenKeychain().withExclusiveAccess([](const Keychain& keychain) { EXPECT_EQ(keychain, sample); });
-    EXPECT_EQ(&tokenKeychain(), &tokenKeychain());
-    EXPECT_EQ(sessionKeychain(), sample);
 }
 
 }  // namespace

@@ -98,11 +98,11 @@ class PackageFetchTest : public AccountServerTwin {
     }
 
     std::string stored(const char* key) {
-        return tokenKeychain().withExclusiveAccess(
+        return tokens.withExclusiveAccess(
             [&](const Keychain& keychain) { return keychain.stringValue(key).value_or("none"); });
     }
 
-    PackageFetch fetch{connectivity};
+    PackageFetch fetch{connectivity, tokens};
 };
 
 TEST_F(PackageFetchTest, KeepsTheServersOrderAndDropsItemsOfUnknownKind) {
@@ -195,7 +195,8 @@ TEST_F(PackageFetchTest, FailsWithACaseOfItsOwnWhenItIsCancelled) {
         });
         silent->answer(401, "");
         PackageFetch cancelled(
-            std::make_shared<VelaServerConnectivity>(defaults, [silent] { return silent; }));
+            std::make_shared<VelaServerConnectivity>(defaults, keychains, [silent] { return silent; }),
+            tokens);
         std::exception_ptr failed;
         boost::asio::co_spawn(
             context, cancelled.fetchPackages(),
@@ -232,7 +233,8 @@ TEST_F(PackageFetchTest, FailsWithACaseOfItsOwnWhateverIsRaised) {
         signIn("old access", "old refresh");
         const auto failing = std::make_shared<FailingURLSession>(failure);
         PackageFetch raising(
-            std::make_shared<VelaServerConnectivity>(defaults, [failing] { return failing; }));
+            std::make_shared<VelaServerConnectivity>(defaults, keychains, [failing] { return failing; }),
+            tokens);
         failing->answer(200, refreshed);
         for (const std::string expected : {"noPackagesFound", "refreshTokenError"}) {
             try {
@@ -449,7 +451,7 @@ TEST_F(PackageFetchTest, StoresTheAccessTokenFirst) {
     legacyTokenKeychain().setData(platform::Data{"x"}, "refreshToken");
     session->answer(200, refreshed);
     awaited(fetch.refreshAccessToken());
-    tokenKeychain().withExclusiveAccess([](const Keychain& keychain) {
+    tokens.withExclusiveAccess([](const Keychain& keychain) {
         // The refresh token moved here from the legacy place before anything was sent, so it is the older
         // item.
         const auto items = keychain.allItems();

@@ -168,7 +168,8 @@ class ReplyMemory : public AccountServerTwin {
   protected:
     std::optional<presentation::PackageList> fetched(std::string body) {
         const auto reply = std::make_shared<OneReply>(std::move(body));
-        PackageFetch fetch(std::make_shared<VelaServerConnectivity>(defaults, [reply] { return reply; }));
+        PackageFetch fetch(
+            std::make_shared<VelaServerConnectivity>(defaults, keychains, [reply] { return reply; }), tokens);
         try {
             return awaited(fetch.fetchPackages());
         } catch (const FetchPackagesError&) {
@@ -197,7 +198,8 @@ TEST_F(ReplyMemory, IsBoundedForTheRefreshToo) {
     signIn("access", "refresh");
     const auto growth = tests::peakMemory([&] {
         const auto reply = std::make_shared<OneReply>(body());
-        PackageFetch fetch(std::make_shared<VelaServerConnectivity>(defaults, [reply] { return reply; }));
+        PackageFetch fetch(
+            std::make_shared<VelaServerConnectivity>(defaults, keychains, [reply] { return reply; }), tokens);
         EXPECT_THROW(awaited(fetch.refreshAccessToken()), RefreshTokenError);
     });
     EXPECT_LE(growth, memoryLimit);
@@ -209,7 +211,7 @@ TEST_F(ReplyMemory, ThatIsExceededIsAFailedFetchLikeAnyOther) {
     session->answer(200, R"({"data":{"accessTokenRefresh":{"authPayload":{"accessToken":"new access",)"
                          R"("refreshToken":"new refresh","__typename":""},"userErrors":[],"__typename":""},)"
                          R"("__typename":""}})");
-    PackageFetch fetch(connectivity);
+    PackageFetch fetch(connectivity, tokens);
     try {
         awaited(fetch.fetchPackages());
         ADD_FAILURE() << "nothing was raised";

@@ -50,7 +50,7 @@ constexpr const char* emptyData = R"({"data":{"__typename":"Query"}})";
 TEST_F(ServerConnectivity, SendsASignedInDevicesTokenAsBearer) {
     signIn("token", "refresh");
     const auto request = connectivity->makeRequest(Authentication::authenticated);
-    EXPECT_EQ(request.headers, (Headers{contentType, accept, {"authorization", "Bearer token"}}));
+    EXPECT_EQ(request.headers, (Headers{contentType, accept, {"authorization", "Bearer token", true}}));
     EXPECT_EQ(request.httpMethod, "POST");
     EXPECT_EQ(request.timeoutInterval, std::chrono::seconds(60));
     EXPECT_EQ(request.httpBody, "");
@@ -60,7 +60,8 @@ TEST_F(ServerConnectivity, SendsASignedInDevicesTokenAsBearer) {
 TEST_F(ServerConnectivity, SendsTheSessionWhereThereIsNoAccessToken) {
     sessionKeychain().setData(platform::Data{"session-1"}, "session");
     const auto request = connectivity->makeRequest(Authentication::authenticated);
-    EXPECT_EQ(request.headers, (Headers{contentType, accept, {"pontal-server-session-id", "session-1"}}));
+    EXPECT_EQ(request.headers,
+              (Headers{contentType, accept, {"pontal-server-session-id", "session-1", true}}));
 }
 
 TEST_F(ServerConnectivity, SendsNoCredentialWhereNoneIsStoredAndLogsThreeLines) {
@@ -110,6 +111,19 @@ TEST_F(ServerConnectivity, SendsABodyOfExactlyTwoKeys) {
     EXPECT_EQ(body.at("query").as_string(), VelaApi::TrackingWidgetQuery(192).queryString());
 }
 
+TEST_F(ServerConnectivity, ReadsTheKeychainsThatItWasGiven) {
+    signIn("the process's", "refresh");
+    const Keychain elsewhere = {.id = "elsewhere", .accessibility = Keychain::Accessibility::always};
+    TokenKeychain itsTokens(elsewhere, elsewhere);
+    const VelaServerConnectivity client(defaults, {.tokens = itsTokens, .session = elsewhere},
+                                        [] { return nullptr; });
+    elsewhere.setData(platform::Data{"its session"}, "session");
+    EXPECT_EQ(client.makeRequest(Authentication::authenticated).value("pontal-server-session-id"),
+              "its session");
+    itsTokens.store("its own", "refresh");
+    EXPECT_EQ(client.makeRequest(Authentication::authenticated).value("authorization"), "Bearer its own");
+}
+
 TEST_F(ServerConnectivity, AppendsThePathToTheBaseAsItStands) {
     const std::pair<const char*, const char*> rows[] = {
         {"http://h", "http://h/graphql"},
@@ -118,14 +132,14 @@ TEST_F(ServerConnectivity, AppendsThePathToTheBaseAsItStands) {
     };
     for (const auto& [base, expected] : rows) {
         const SharedDefaults at(std::make_unique<platform::testing::InMemoryUserDefaults>(), base);
-        const VelaServerConnectivity there(at, [] { return nullptr; });
+        const VelaServerConnectivity there(at, keychains, [] { return nullptr; });
         EXPECT_EQ(there.makeRequest(Authentication::notAuthenticated).url.absoluteString(), expected);
     }
 }
 
 TEST_F(ServerConnectivity, StopsTheProcessOnABaseThatIsNoURL) {
     const SharedDefaults at(std::make_unique<platform::testing::InMemoryUserDefaults>(), "");
-    const VelaServerConnectivity there(at, [] { return nullptr; });
+    const VelaServerConnectivity there(at, keychains, [] { return nullptr; });
     EXPECT_DEATH(there.makeRequest(Authentication::notAuthenticated), "base URL is not a URL");
 }
 

@@ -26,8 +26,9 @@ class ServerConnectivityWire : public AccountServerTwin {
         const SharedDefaults place(
             std::make_unique<platform::testing::InMemoryUserDefaults>(),
             "http://" + userInformation + "127.0.0.1:" + std::to_string(server.port()));
-        VelaServerConnectivity client(
-            place, [] { return platform::URLSession::session(platform::URLSessionConfiguration()); });
+        VelaServerConnectivity client(place, keychains, [] {
+            return platform::URLSession::session(platform::URLSessionConfiguration());
+        });
         try {
             awaited(client.perform(operation));
         } catch (const std::exception&) {
@@ -87,6 +88,22 @@ TEST_F(ServerConnectivityWire, CarriesThemAlongARedirectWithUserInformation) {
     EXPECT_EQ(server.requests().size(), 4u);
 }
 
+TEST_F(ServerConnectivityWire, TakesNoCredentialAlongARedirectToAnotherServer) {
+    const auto expectNoneElsewhere = [this](const std::string& credential) {
+        const LoopbackServer elsewhere(httpReply(200, emptyData));
+        const LoopbackServer server(
+            httpReply(302, "", {"Location: " + elsewhere.url("/graphql").absoluteString()}));
+        EXPECT_EQ(sent("", query, server).back(), (Lines{contentType, accept, credential}));
+        ASSERT_EQ(elsewhere.requests().size(), 1u);
+        for (const char* field : {"authorization", "pontal-server-session-id"})
+            EXPECT_EQ(elsewhere.requests()[0].header(field), "") << field;
+    };
+    keychains.session.setData(platform::Data{"session-1"}, "session");
+    expectNoneElsewhere("pontal-server-session-id: session-1");
+    signIn("token", "refresh");
+    expectNoneElsewhere("authorization: Bearer token");
+}
+
 TEST_F(ServerConnectivityWire, IsOneRequestForEveryPerform) {
     signIn("token", "refresh");
     // Every connection answers one request, promises to stay open, and hangs up on the next.
@@ -98,7 +115,7 @@ TEST_F(ServerConnectivityWire, IsOneRequestForEveryPerform) {
     const SharedDefaults place(std::make_unique<platform::testing::InMemoryUserDefaults>(),
                                "http://127.0.0.1:" + std::to_string(server.port()));
     VelaServerConnectivity client(
-        place, [] { return platform::URLSession::session(platform::URLSessionConfiguration()); });
+        place, keychains, [] { return platform::URLSession::session(platform::URLSessionConfiguration()); });
     for (std::size_t performed = 1; performed <= 12; ++performed) {
         try {
             if (performed % 2 == 0) {

@@ -12,19 +12,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/Text/ASCII.hpp"
+
 namespace platform::testing {
 namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
-
-char lowercased(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-bool isSameName(std::string_view first, std::string_view second) {
-    return std::equal(first.begin(), first.end(), second.begin(), second.end(),
-                      [](char a, char b) { return lowercased(a) == lowercased(b); });
-}
 
 int listeningSocket() {
     const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -96,7 +89,7 @@ std::vector<std::string> ReceivedRequest::headerLines() const {
 std::string ReceivedRequest::header(std::string_view name) const {
     for (const std::string& line : headerLines()) {
         const auto colon = line.find(':');
-        if (colon == std::string::npos || !isSameName(std::string_view(line).substr(0, colon), name))
+        if (colon == std::string::npos || !equalsWithoutCase(std::string_view(line).substr(0, colon), name))
             continue;
         const auto value = line.find_first_not_of(' ', colon + 1);
         return value == std::string::npos ? std::string() : line.substr(value);

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "platform/JSON/JSONSerialization.hpp"
-#include "presentation/PlaceholderPackage.hpp"
+#include "presentation/StoredPackage.hpp"
 #include "tests/support/Awaited.hpp"
 #include "tests/support/FixedAmbient.hpp"
 #include "tests/support/InMemoryUserDefaults.hpp"
@@ -24,10 +24,10 @@ namespace asio = boost::asio;
 using platform::WidgetFamily;
 using platform::testing::awaited;
 using presentation::PackageList;
-using presentation::PlaceholderPackage;
+using presentation::StoredPackage;
 
 std::shared_ptr<const presentation::Package> package(const std::string& name) {
-    return std::make_shared<PlaceholderPackage>(PlaceholderPackage::Values{
+    return std::make_shared<StoredPackage>(StoredPackage::Values{
         .shopName = name,
         .deepLinkingUrl = *platform::URL::parse("velaapp://order/" + name),
         .progress = 0.5F,

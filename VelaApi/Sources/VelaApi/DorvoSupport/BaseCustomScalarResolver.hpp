@@ -2,7 +2,7 @@
 
 // The hook of a module whose schema has scalars of its own: reads or writes a scalar's raw form and leaves
 // what it means to the resolver handed in, whose failures pass through unchanged. To be subclassed; has no
-// state.
+// state. Part of the interface of every schema, lists included, although this one has no such list.
 
 #include <exception>
 #include <optional>

@@ -2,7 +2,7 @@
 
 // The value model of a parsed operation: what it selects, with which arguments, on which types. Plain values,
 // compared member by member; a choice is equal when the case and all it carries are equal. Safe from any
-// thread.
+// thread. It has all that the language has, although the operations of today use a part of it.
 
 #include <cstdint>
 #include <optional>

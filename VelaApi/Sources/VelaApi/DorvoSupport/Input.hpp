@@ -1,6 +1,7 @@
 #pragma once
 
 // An input field of an operation in its three states: given, explicitly null, not given. A plain value.
+// Part of the interface of every schema; that of today has no such field.
 
 #include <optional>
 #include <utility>
@@ -20,7 +21,6 @@ class Input {
         return value ? Input::value(std::move(value)) : undefined();
     }
 
-    bool isUndefined() const { return !isDefined_; }
     const std::optional<Wrapped>& optionalValue() const { return value_; }
 
     bool operator==(const Input&) const = default;

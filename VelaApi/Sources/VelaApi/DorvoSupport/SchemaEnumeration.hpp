@@ -55,7 +55,7 @@ constexpr std::optional<Enumeration> fromRawValue(std::string_view text) {
 }
 
 /// The known cases, in order, without `unknownValue`. One list for the process, to be read and set freely but
-/// not by several threads at once.
+/// not by several threads at once. Part of the interface, although nothing here calls it yet.
 template <SchemaEnumeration Enumeration>
 std::vector<Enumeration>& allCases() {
     static std::vector<Enumeration> cases = [] {
