@@ -6,7 +6,7 @@
 #include <chrono>
 #include <string_view>
 
-#include "host/widget/TerminalView.hpp"
+#include "host/widget/TerminalStyle.hpp"
 
 namespace host {
 

@@ -6,27 +6,10 @@
 #include <cstddef>
 #include <string>
 
+#include "host/widget/TerminalStyle.hpp"
 #include "widget/SimpleEntry.hpp"
 
 namespace host {
-
-enum class TerminalColor { none, sixteen, trueColor };
-enum class TerminalLinks { written, hyperlinks };
-
-struct TerminalStyle {
-    std::size_t columns = 80;
-    TerminalColor color = TerminalColor::none;
-    /// Hyperlinks are OSC 8 sequences around the title; written links stand on a line of their own.
-    TerminalLinks links = TerminalLinks::written;
-
-    /// What the terminal behind a descriptor can do: nothing but plain text where there is none or where TERM
-    /// is "dumb"; no colour where NO_COLOR is set and not empty.
-    static TerminalStyle ofDescriptor(int descriptor);
-    bool operator==(const TerminalStyle&) const = default;
-};
-
-/// Whether a descriptor is a terminal that understands cursor movement.
-bool isCapableTerminal(int descriptor);
 
 std::string terminalView(const widget::SimpleEntry& entry, const TerminalStyle& style);
 

@@ -3,6 +3,7 @@
 // The shapes in which a host shows widgets. `other` stands for any family that a later host may add.
 
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -25,6 +26,7 @@ inline constexpr std::array allWidgetFamilies = {
     WidgetFamily::accessoryCircular, WidgetFamily::accessoryRectangular,
     WidgetFamily::accessoryInline,   WidgetFamily::other,
 };
+static_assert(allWidgetFamilies.size() == std::size_t(WidgetFamily::other) + 1);
 
 /// The platform's textual description of a family: the name of its case.
 std::string_view description(WidgetFamily family);
