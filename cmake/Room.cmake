@@ -24,6 +24,8 @@ function(vela_program name)
     add_executable(${name} ${PROGRAM_SOURCES})
     target_sources(${name} PRIVATE ${VELA_SANITIZER_SOURCES})
     target_compile_definitions(${name} PRIVATE VELA_VERSION="${PROJECT_VERSION}")
+    # A program's own file reads the command line, once: what is worth optimising stands in the rooms.
+    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
     target_link_libraries(${name} PRIVATE vela_warnings ${PROGRAM_USES} ${PROGRAM_LINKS})
     install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
