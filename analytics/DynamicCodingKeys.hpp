@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A key that is known only when it is written: a dictionary's name or an array's index. A plain value.

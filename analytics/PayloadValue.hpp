@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What an event tells, before it is JSON. Any copyable value can be put in; which kinds can be sent is

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Uploads events to the event collector and forgets them: no reply is read, nothing is tried twice, and

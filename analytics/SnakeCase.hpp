@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // camelCase names to snake_case, in the two ways that a payload's names pass through. Pure functions.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A widget was brought up to date: which one, where, and what it shows. A plain value.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // vela-assets SOURCES OUTPUT: compiles colors.json and images.json with its drawings, in the folder SOURCES,
 // into the file that drawing/Image/AssetCatalogue reads. Runs while the programs are built.
 //

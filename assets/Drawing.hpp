@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A vector drawing, read from the small part of SVG that ours are written in: one svg element with width,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // From an entry to the bytes of a picture at scale 3, as a whole and by its parts. Pictures are in memory,
 // encoded, and decoded by every drawing, as a new entry's are.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // From the bytes of a reply of ten items to the entry's JSON, step by step and as a whole.
 
 #include <benchmark/benchmark.h>

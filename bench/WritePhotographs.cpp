@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Writes a photograph of 12 megapixels in every form that is decoded, one of 5 without loss by WebP, for
 // peak.py.
 

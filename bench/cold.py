@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
 """Whole processes, side by side in one run, against a sandbox on loopback.
 
 Each contender does what a person could use instead to see parcels: fetch the reply and print something of it. They

@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
 """Does a dead event collector delay a timeline? Medians of a timeline's time inside a new extension, side by side.
 
 Each sample starts an extension, speaks its protocol (docs/protocol.md), and times the first timeline, whose event goes

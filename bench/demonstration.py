@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """A sandbox on loopback with a person signed in to it, for the measurements beside this file."""
 
 import contextlib

@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
 """Peak resident memory of drawing on the command line: the largest process, host or extension, as the system counts.
 
 Ten packages with two photographs of 12 megapixels each, in every form (5 of WebP without loss); the sample packages;

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 # Everything here is a Debian 12 package; packaging/debian-packages-build.txt lists them.

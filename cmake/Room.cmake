@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # vela_together(TARGET): its sources are compiled several at a time. `debug` and `clang` compile each by itself, so that
 # every file names what it uses.
 function(vela_together target)

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 # What every target of ours is compiled with. Linked privately, so that it never leaks to a user of a room.
 add_library(vela_warnings INTERFACE)
 target_compile_options(vela_warnings INTERFACE

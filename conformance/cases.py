@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """Cases told one by one: requests, refusals, the refresh, the migration, the event, and broken replies."""
 
 import json

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """Parcels delivered about each of the last midnights, in every zone."""
 
 import re

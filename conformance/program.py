@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """Runs the programs as a person would, each with its own data folder, zone and bundle."""
 
 import json

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """An independent reading of the rules: what a reply decodes to, and which packages it shows."""
 
 import re

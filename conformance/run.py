@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
 """Compares the programs with an independent reading of the rules, over their command line and over HTTP.
 
     conformance/run.py --programs build/release/bin --count 2000

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """An account server and event collector of our own on loopback. Each case has a path of its own: /CASE/graphql and
 /CASE/v1/produce. What a case wants answered it says itself; what came in is kept in order."""
 

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """What goes over the wire: the operations' texts, the values of the enumerations, and a source of random replies."""
 
 import random

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """The machine's own answer about a zone: any value of TZ, read by the C library."""
 
 import os

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as a compiled asset catalogue. The index is given as it reads; the four bytes of its length are
 // put in front of it, or nothing behind them would ever be reached: up to the first NUL it is the index,
 // behind that the rasters. An input that begins with the catalogue's own mark is taken as it is.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a side of the conversation makes of bytes that come over its socket, by the channel it has.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Data URLs: what is in one comes out, whichever way it was put in; any other text is none or shorter than
 // itself.
 

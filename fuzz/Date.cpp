@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Texts of dates: the fast path of the fixed form agrees with ICU, and every text decodes to some instant.
 // The first byte picks the locale, the second the zone.
 

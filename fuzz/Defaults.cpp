@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as the defaults' file: every key reads as something or as nothing, and a write keeps the rest or
 // refuses.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the extension sends, as its host reads it: frames, entries and timelines, down to the lines of a
 // terminal.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Collapsing of fragments in any dictionary.
 
 #include <boost/json/value.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A folder in memory for targets whose class reads files: written and read a thousand times a second, and

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a host sends, as the extension reads it: frames and requests.
 
 #include "fuzz/Conversation.hpp"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as a picture. A PNG's checksums are put right first, or nothing behind them would ever be
 // reached.
 

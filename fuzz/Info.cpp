@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as a bundle's Info dictionary, and the suite that its name would open.
 
 #include <boost/json/value.hpp>

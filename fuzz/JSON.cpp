@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // JSON text: what parses is written, and parses again to the same value, in both orders of keys.
 
 #include <boost/json/value.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Any bytes as the keychain's file, and behind the first 512-byte boundary that is marked "journal" any bytes
 // as its journal. Every call ends with one of the statuses that it may have, and what it says is so.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Replies that point elsewhere: no credential and no body leaves its origin, and nothing leaves http and
 // https. The input's first byte picks status and method; its lines are the request's URL, the place, and
 // header fields.

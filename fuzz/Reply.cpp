@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The road of a reply: its JSON, the records in its "data", and the six values of every package.
 
 #include <boost/json/value.hpp>

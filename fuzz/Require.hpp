@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A property that must hold for every input; the fuzzer keeps the input for which it does not.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // A saved entry, through layout to a picture. The first four bytes say how it is drawn; pictures come from
 // the entry's own data URLs, and from nowhere else.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Log lines that nobody reads: a target that is wrong a thousand times a second would only fill the journal.

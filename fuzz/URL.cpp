@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // URLs: what parses is RFC 3986 and parses again to itself, as a base and as a reference; any text ends a
 // deep link.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The links into the companion app, each made in one place. Pure functions, safe from any thread.

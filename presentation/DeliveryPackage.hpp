@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A delivery as a package: a parcel that the user tracks by carrier and tracking number. Immutable; safe from

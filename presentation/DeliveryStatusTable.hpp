@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How each status of a delivery shows: one row a status. A new status is a new row. Constants.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // An order as a package: a purchase that the user made with a merchant, with one or more carriers or none.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A delivery or an order, reduced to the six values that a layout draws. Packages are immutable; layouts know

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "presentation/PlaceholderPackage.hpp"
 
 #include "presentation/DeepLink.hpp"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The sample that is shown before anything is known. Immutable; safe from any thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A package whose six values are held as they are, such as that of a saved entry. Immutable; safe from any

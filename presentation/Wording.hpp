@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The widget's own words, each said once. They are English literals and stay exactly as they stand; what else

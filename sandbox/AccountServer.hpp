@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The account server: answers POST /graphql for one sample person. It knows the two operations by their exact

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What the sandbox's pictures are drawn on. Used by one thread at a time.

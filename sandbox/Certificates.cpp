@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "sandbox/Certificates.hpp"
 
 #include <openssl/bio.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A certificate authority of one's own and a certificate of it for this machine, made anew for each sandbox.

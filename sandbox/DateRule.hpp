@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Dates of a scenario, told relative to now, as in {"$now": "-1d", "at": "12:00"}.

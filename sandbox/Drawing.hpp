@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Pictures drawn by us: merchants' logos, products and a landscape. They are drawn at the size that is asked

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What the sandbox cannot start with, or cannot do: a scenario that does not read, a port that is taken.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What came in: every request in short, and every analytics event with its headers and body. A credential is

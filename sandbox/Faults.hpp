@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What goes wrong on purpose. Faults touch the replies of one service, or of all, for the first few requests

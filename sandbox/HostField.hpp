@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Whom a request is addressed to. A web page from anywhere can have its own name resolve to 127.0.0.1, and

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // An HTTP request and its response, as the servers of the sandbox take and give them. Plain values. Header

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The forms in which the gallery serves its pictures: those that shops and carriers really send.

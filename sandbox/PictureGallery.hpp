@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Serves /pictures/NAME: drawings of a catalogue (a data file), bounded by maxWidth and maxHeight (or width

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "sandbox/Sandbox.hpp"
 
 #include <boost/json/serialize.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The sandbox: an account server, an event collector and a gallery of pictures on one loopback port, for

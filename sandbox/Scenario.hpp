@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A scenario: what the account server knows of one sample person, read from a data file. docs/sandbox.md says

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What the widget's query selects of a delivery and of an order, so that a scenario need only say what is

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // HTTP/1.1 on loopback, over plain sockets or TLS. It reads requests as they stand on the wire, spelling and

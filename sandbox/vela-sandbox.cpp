@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The sandbox's command line: serves sample people, and shows what came in.
 
 #include <unistd.h>

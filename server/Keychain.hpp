@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // One service of generic-password items in the person's keychain: read, write and delete by key. Failures of

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What can go wrong with the keychain, and the line that says so. Plain values; safe from any thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Fetches the signed-in person's latest deliveries and orders and turns them into packages. A query that

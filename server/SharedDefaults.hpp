@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The settings that the widget shares with the companion app, and the two process-wide ones that locate the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The keychain that holds the token pair, and where credentials lay before it: which services, under which

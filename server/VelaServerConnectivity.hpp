@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The widget's only road to the account server: one GraphQL operation out as an authorised HTTP POST, its

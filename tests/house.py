@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
 """Holds the sources to the plan of the house: includes run downward only, each process keeps to its own room, and
 libraries are seen in the cellar alone.
 

@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
 """Holds the documents to the tree: what a page links to, and each file and folder of ours that it names in back quotes
 or in an example, is there.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "widget/ConfigurationAppIntent.hpp"
 
 #include "presentation/Wording.hpp"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The widget's configuration: it has no parameters, so there is nothing to configure.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How an entry is to be drawn: what a host asks for when it shows the widget, from its command line to the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // When the last widget interaction event went out. In memory only: a new process may send at once. Reading

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // As many packages as there is room for, one below the other, each a link of its own.

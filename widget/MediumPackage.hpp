@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // One package across: merchant and app above, status beside the product, progress along the lower edge.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A picture from a URL in a square with rounded corners, read while the view is built: widgets cannot load

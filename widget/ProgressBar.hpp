@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How far a package has come: a track and its fill, both with a mark on their end. A plain value.

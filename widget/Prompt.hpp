@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a widget without packages is made of: the app's mark, a few words, and what to do.

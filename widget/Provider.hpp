@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Answers the host's requests for entries: decides the widget's state, the dates and the rhythm of reloads,

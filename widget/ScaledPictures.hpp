@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The pictures of one view build, reduced to the size at which they are shown. Each URL is read once,

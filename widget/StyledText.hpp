@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A text in a colour, with a weight and a font where they are given. A plain value.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The one widget. Its values are shown in the host's gallery and reported to analytics as they stand here.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The root of what is shown for an entry: the state chooses the layout first, then the family; behind it

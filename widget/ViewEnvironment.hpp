@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What views read from where they are shown. A plain value; the pictures must outlive it.

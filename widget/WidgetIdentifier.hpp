@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What analytics calls a placed widget, and the families' names in it. Plain values.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The sizes, in points, of the squares in which pictures stand. Pure. The way back from a number and the size

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The named colours and drawings of a bundle, from its compiled "Assets.catalogue". Opening reads a few

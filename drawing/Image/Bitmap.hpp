@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A picture in memory, laid out as Cairo's ARGB32 wants it: one 32-bit number in the machine's own byte order

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What each format offers to Image.cpp, which has bounded the bytes and chosen the format by their first few.

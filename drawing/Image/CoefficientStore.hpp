@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a JPEG in several scans has said so far of its blocks. Most coefficients are zero: kept packed, those

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Pictures from untrusted bytes: JPEG, PNG, WebP and GIF's first frame, each found by its contents. A picture

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Unpacks a GIF frame's colour indices (GIF89a, appendix F). Work is bounded by the packed bytes and by the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How light a colour or a picture looks. Pure functions, safe from any thread.

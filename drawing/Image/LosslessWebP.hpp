@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What libwebp allocates for a stream of WebP without loss (RFC 9649, 3): its pixels, and tables for groups

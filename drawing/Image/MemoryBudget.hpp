@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What decoding a picture may still take. Asked before memory is, so that too much is never allocated. Not

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The orientation that a camera notes beside a picture (Exif 2.3, tag 0x0112): how the stored rows are turned

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Resizes an interlaced picture while its passes arrive, in whatever order: it keeps the sums of the reduced

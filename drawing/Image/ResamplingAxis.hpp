@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What every pixel of a resized picture takes from its source, along one axis. The filter is a cubic

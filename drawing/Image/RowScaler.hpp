@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Resizes a picture that arrives row by row, keeping the reduced picture and a few rows: those of the outcome

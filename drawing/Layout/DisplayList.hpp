@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What stands between views and painters: items back to front, each with its frame on the pixel grid. Plain

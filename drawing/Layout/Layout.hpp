@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // From a view and a proposed size to what stands where. A pure function: the same view, proposal and measurer

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How a text chooses its size: how many lines, how long, how large. A pure function of the measurer.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A display list as a bitmap. Not safe from several threads with one measurer.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drawing/Painters/DisplayListJSON.hpp"
 
 #include <boost/json/array.hpp>

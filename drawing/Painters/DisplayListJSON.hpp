@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A display list as JSON, for tests and for whoever draws it with other means. A pure function.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What the colours and pictures of a display list become on the surface that a painter draws on: themselves,

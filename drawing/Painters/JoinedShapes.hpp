@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A colour that lets the ground through is laid on once where shapes overlap: filled shapes of one colour

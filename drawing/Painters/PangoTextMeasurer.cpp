@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drawing/Painters/PangoTextMeasurer.hpp"
 
 #include <fontconfig/fontconfig.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Text set in Inter, with the system's fonts standing in for the scripts that it lacks. Fonts are found when

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A display list as an SVG document: text stays text, links are links, and a title and a description speak

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Where the lines of a text stand in its frame: one rule for every painter.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A colour as a view names it: by its role or its place in the asset catalogue, so that one view serves both

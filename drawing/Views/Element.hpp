@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What views are made of. For layout; whoever builds views needs View.hpp alone.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How text is set. Sizes and line heights are those of the design, whatever fonts stand in for a script: a

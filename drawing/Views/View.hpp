@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The vocabulary of pictures. A view is an immutable value that says what is to be seen; it knows neither its

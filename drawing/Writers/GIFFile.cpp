@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drawing/Writers/GIFFile.hpp"
 
 #include <gif_lib.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drawing/Writers/JPEGFile.hpp"
 
 // libjpeg's header needs <cstdio> before it.

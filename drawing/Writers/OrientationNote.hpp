@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a camera that was held askew writes: rows as it saw them, and a note of how they are turned (Exif 2.3,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The parts of a PNG file, by the letter of RFC 2083, for files that must be odd. Pure functions.

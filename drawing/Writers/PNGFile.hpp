@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // PNG files in every form, assembled chunk by chunk; PNGWriter is the one for speed. Pure functions.

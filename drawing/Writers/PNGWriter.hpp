@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Bitmaps as sRGB PNG files, written for speed. Safe from any thread.

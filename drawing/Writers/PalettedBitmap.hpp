@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A picture in few colours, each pixel the number of its own. A plain value.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A picture as files hold it: rows from the top, each pixel red, green, blue and alpha, the colour not

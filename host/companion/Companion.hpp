@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The companion app's part of the bargain: writes the shared keychain and the shared defaults that the widget

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The companion's command line: signs in and out, and keeps the defaults that the widget reads.
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The extension's side of the conversation: serves the host's requests, several at once, until the host goes

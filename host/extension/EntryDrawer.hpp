@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Draws entries in the extension. Views, fonts and picture decoders are a module that is loaded at the first

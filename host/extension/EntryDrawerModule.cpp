@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The module behind EntryDrawer.
 
 #include "host/extension/EntryDrawer.hpp"

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The extension process: started by a widget host, which hands down one end of a socket pair.
 
 #include <signal.h>

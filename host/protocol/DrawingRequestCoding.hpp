@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What is to be drawn, as JSON: the members of a `render` request. Pure functions, safe from any thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Entries, timelines and declarations as JSON: what the extension tells its host, what the command line

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a host may ask of the extension, as both sides put it into words. docs/protocol.md describes each. A

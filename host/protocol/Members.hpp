@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Members of a request's JSON object, each with what stands for it where it is absent. For what reads

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Messages between the host and the extension over a connected local socket. docs/protocol.md describes the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // `vela-widget render`: draws an entry in one or several families and schemes and writes the pictures.

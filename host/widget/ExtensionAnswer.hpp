@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What the extension answered, checked by shape before anything is made of it. Each function throws

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Starts the extension's program: with a socket to talk over as descriptor 3, a pipe for all that it prints,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // One extension process, as its host sees it: started with a socket to talk over, asked, and ended. It may

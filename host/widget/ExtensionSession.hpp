@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // One extension for as long as a host needs one: started when it is first asked, bounded in time, started

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A host for one command: starts an extension, asks it one thing, hands the answer on, and ends the

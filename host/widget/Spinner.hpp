@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A sign of life on a terminal while something is awaited. Draws nothing on anything but a terminal. Belongs

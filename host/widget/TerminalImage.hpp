@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A drawing shown in the terminal itself: as sixels, by kitty's or iTerm2's protocol, or made of symbols,

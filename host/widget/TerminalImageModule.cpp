@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The module behind TerminalImage: decodes the drawing and has libchafa write it for the terminal at hand.
 
 #include <chafa.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a terminal can do: its width, its colours, its links. A plain value.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Text from a server, made fit for a terminal. Pure functions, safe from any thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // An entry as lines for a terminal: title, status lines, progress bar and link, one package after another. A

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The widget host's command line.
 
 #include <signal.h>

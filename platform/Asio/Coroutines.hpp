@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Coroutines that nobody awaits. None is started without saying what becomes of the exception that leaves it.

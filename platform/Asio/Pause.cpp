@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "platform/Asio/Pause.hpp"
 
 #include <boost/asio/steady_timer.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The program's bundle: a folder of resources with an Info dictionary. The folder is VELA_BUNDLE, else

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Calendar arithmetic in the person's own calendar, locale and zone (ICU's calendar for the ambient locale).

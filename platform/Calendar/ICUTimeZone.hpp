@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Our time zones as ICU sees them: ICU keeps the calendar and the words, the offsets are ours. Its own rules

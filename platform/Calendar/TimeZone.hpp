@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A time zone: the one that the process is in, or Greenwich. A plain value; safe from any thread.

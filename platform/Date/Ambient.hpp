@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a process takes from its surroundings without being told: the time, the zone, the locale, the person's

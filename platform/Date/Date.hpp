@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A point in time. Held as seconds since 1 January 2001 00:00:00 UTC in double precision, which keeps the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A locale name as the environment spells it, "de_DE.UTF-8@euro": language, territory, codeset and modifier.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The machine's clock and settings. Safe from any thread as long as nobody changes the environment meanwhile.

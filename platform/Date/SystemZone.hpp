@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The zone this process is in, as the C library has it: TZ in all its forms, else /etc/localtime, by the

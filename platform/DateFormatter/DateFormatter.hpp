@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Dates to text and back by an ICU pattern, with lenient parsing off. The ICU formatter behind it is made on

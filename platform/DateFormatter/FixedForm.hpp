@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The one date form that every reply of a server is full of, "2024-05-01T14:00:00+0200", read without ICU.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The machine as the platform's device object describes it. Read once, on first use; safe from any thread.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A file's successor, which lies beside it until it takes its place. All that needs room on the disk is done

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A folder whose files nobody can have put there or changed but the person and root. What is kept in it

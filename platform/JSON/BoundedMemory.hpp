@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Heap memory for one piece of work, up to a limit. A JSON tree takes its memory from here as from any memory

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // From a JSON value to a typed one, strictly: a bool comes from true or false alone, a text from a string

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What goes wrong between a JSON text and a typed value. An error names its kind and its place; it never

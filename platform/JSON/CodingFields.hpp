@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The one list from which a record is decoded and encoded. A record is an aggregate with a static `fields()`

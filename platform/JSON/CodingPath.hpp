@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Where in a JSON text something stands: the keys and positions on the way from the top. A path is a chain of

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // JSON text to a value tree and back. Pure functions, safe from any thread.

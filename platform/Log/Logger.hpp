@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The system log: the journal where there is one, else standard error. A private argument is never written;

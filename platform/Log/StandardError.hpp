@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Standard error as a place for lines. Safe from any thread: a line goes out in one piece.

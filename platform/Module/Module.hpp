@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Parts of our programs that are loaded when they are first needed, so that what does without them starts

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How a process that was asked to end finishes what it must not leave half done. The request comes as a

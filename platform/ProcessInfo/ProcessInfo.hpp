@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The process's own surroundings. Safe from any thread as long as nobody changes the environment meanwhile.

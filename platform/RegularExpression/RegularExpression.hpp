@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // ICU regular expressions over UTF-8 text whose ranges count UTF-16 units, as the platform's expressions do.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A keychain in one SQLite file of mode 0600, shared by the programs of one person. Every call opens the file

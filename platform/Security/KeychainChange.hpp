@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A change of one item, for a store that gathers changes before it makes them. Plain values.

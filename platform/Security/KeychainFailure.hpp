@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How the parts of a store fail, and how that becomes the status that a caller sees. Safe from any thread.

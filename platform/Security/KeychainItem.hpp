@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What the keychain's attribute dictionaries mean, apart from where items are kept: which keys a call

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What keeps a renewal of credentials and their replacement apart, over a lock file.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The four calls' algorithms, over whatever keeps the items. A kind of store says how a transaction on it

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A file of one person's whose bytes stand for things that processes exclude one another from. A lock belongs

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The keychain's four calls on attribute dictionaries, over a store of generic-password items. The constants

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The desktop user's keyring (the Secret Service on the session bus) as a keychain. Items lie in the default

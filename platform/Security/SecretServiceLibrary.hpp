@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The desktop's keyring library, loaded when it is first needed: with all that it brings along it would cost

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Space on the disk that is kept free for what must not fail: a file of zeros that is removed when its room

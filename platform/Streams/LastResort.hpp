@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Where an exception meets what may not throw, a program of ours ends with a line and status 1, not with a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Bounded reads, for our programs' standard streams and files, and what they say of failures.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Questions about text that ASCII alone can answer, as wire formats put them. Other bytes stand for

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Questions about UTF-8 text that need Unicode's tables. A "character" is what a reader perceives as one: an

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Text to ICU's form and back. For source files that use ICU. Pure functions, safe from any thread;

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // An absolute URL with a scheme (RFC 3986). Characters that the RFC does not allow where they stand are

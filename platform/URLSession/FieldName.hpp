@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Header fields by their names, which compare without case, in ASCII (RFC 9110 section 5.1). Pure functions.

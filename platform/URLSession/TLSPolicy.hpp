@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a TLS connection of ours is held to, whatever the machine's OpenSSL configuration allows: TLS 1.2,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // One request and what its redirects make of it, on one libcurl handle. Used by one thread at a time.

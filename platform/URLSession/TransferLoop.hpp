@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Runs transfers, any number at once, on the thread that calls it. Connections are kept for the next

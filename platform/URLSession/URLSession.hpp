@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Asynchronous transfers. A session owns one thread, on which all of its transfers run; any member may be

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A suite kept as one JSON object in `preferences.json` of its folder. What another user could have changed

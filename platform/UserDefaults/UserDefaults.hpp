@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A suite of typed values that programs of one person share. Values are read afresh at every access; a write

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What a widget declares to its host, and the bundle that holds widgets. Plain values.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The shapes in which a host shows widgets. `other` stands for any family that a later host may add.

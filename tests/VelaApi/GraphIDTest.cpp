@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "VelaApi/Sources/VelaApi/DorvoSupport/GraphID.hpp"
 
 #include <gtest/gtest.h>

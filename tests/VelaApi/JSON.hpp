@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Reaching into JSON by paths such as "/nodes/0/id".

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // vela-contact-sheet FOLDER [SCALE]: draws every sample entry in every family and scheme, for the eye. Writes
 // STATE-FAMILY-SCHEME.png and, on one sheet for each scheme, all of them side by side.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Pictures held against those that were looked at. VELA_RENEW_GOLDENS=1 writes them anew, for looking at
 // again.
 

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drawing/Writers/PNGWriter.hpp"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A picture to look at, for the tests and the benchmarks of pictures.

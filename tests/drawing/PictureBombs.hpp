@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Small files that ask for much: memory, work, or both; and honest ones that are as large as may be.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "drawing/Layout/StackSharing.hpp"
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // Loaded ahead of the C library into a program under test (LD_PRELOAD): counts what the program asks of the
 // system, and lets one call of one kind fail. In the environment:
 //

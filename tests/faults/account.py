@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """An account server on loopback that gives each person a pair of tokens, takes only the latest, and knows them all: a
 test can tell whether what a store holds is whole, and whether it still opens the account."""
 

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """Ends our programs at any instant (SIGKILL), again and again in the life of one person, and looks each time whether
 what she has stored is whole and still opens her account."""
 

@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """A person whose programs are made to fail: her folder, her account, what her store holds afterwards."""
 
 import json

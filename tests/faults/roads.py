@@ -1,3 +1,5 @@
+# SPDX-License-Identifier: Apache-2.0
+
 """The commands whose every call is made to fail, and what must be true of each afterwards."""
 
 import json

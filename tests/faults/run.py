@@ -1,4 +1,6 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
 """Makes every call fail that our programs ask of the system, one in a run, and looks whether what must hold still does.
 
     tests/faults/run.py --programs build/release/bin --library build/release/tests/vela-faults.so

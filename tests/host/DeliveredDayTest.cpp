@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The day of a delivery, from the sandbox to what the program prints, in zones and locales of all kinds.
 
 #include <gtest/gtest.h>

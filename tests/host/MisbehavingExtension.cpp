@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // An extension for tests that does what it is told, line by line, by the variable VELA_TEST_BEHAVIOUR:
 //
 //     greet [VERSION]     sends a greeting

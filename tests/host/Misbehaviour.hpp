@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The extension that does what a test tells it (MisbehavingExtension.cpp lists the words), and hosts for it.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A person with a data folder of her own and our programs at hand, for tests that run them as she would.

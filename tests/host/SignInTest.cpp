@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What becomes of a sign-in when renewal, sign-in, sign-out and the end of processes meet.
 
 #include <gmock/gmock.h>

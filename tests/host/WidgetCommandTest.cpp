@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <signal.h>
 #include <sys/file.h>
 #include <sys/prctl.h>

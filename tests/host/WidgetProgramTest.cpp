@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The whole program beside an extension that misbehaves, and started in unlucky circumstances.
 
 #include <signal.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A session bus of a test's own, and where asked a real keyring on it. The bus is a process-wide choice of

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A server on loopback that speaks TLS with a certificate of the test's choosing, one connection after the

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The embedded keychain in unlucky moments: killed at every step, out of space, without the right to write.
 
 #include <gmock/gmock.h>

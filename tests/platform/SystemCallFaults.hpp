@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Lets the embedded keychain's system calls fail, or kill the process at a chosen one. For a process of a

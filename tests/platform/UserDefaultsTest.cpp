@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "platform/UserDefaults/UserDefaults.hpp"
 
 #include <fcntl.h>

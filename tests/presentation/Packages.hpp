@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Deliveries and orders with nothing in them that is not required, for tests to fill.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 

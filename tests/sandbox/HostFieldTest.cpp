@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What a sandbox answers to whom it was asked for.
 
 #include <boost/json/object.hpp>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // The program itself, as a person or a script starts it.
 
 #include <fcntl.h>

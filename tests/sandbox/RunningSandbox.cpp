@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "tests/sandbox/RunningSandbox.hpp"
 
 #include <boost/asio/connect.hpp>

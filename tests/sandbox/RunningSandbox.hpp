@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A sandbox that serves on a thread of its own for the length of a test, and a client that speaks to it byte

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Everything around the account server's client, as a test wants it: a scripted transport, a keychain in

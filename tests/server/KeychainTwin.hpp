@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What tests of the keychain layer share: the app's keychain, the items' queries, and stores that are

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the account server's client puts on the wire, over the real transport.
 
 #include <gmock/gmock.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What is allocated in this program, by us and by every library, counted by its allocator. A program that

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Runs a coroutine to its end on an executor of its own and gives its result, or throws what it threw.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Work in a process of its own, for what one process cannot do to itself: be killed, run out of disk, lose

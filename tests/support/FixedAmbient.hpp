@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Surroundings that a test sets: in force from construction to destruction. Not to be changed while other

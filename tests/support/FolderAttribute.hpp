@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A folder's attribute of the file system (`FS_APPEND_FL`, `FS_IMMUTABLE_FL`), which holds for root too,

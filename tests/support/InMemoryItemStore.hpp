@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A keychain that forgets everything at its end. Same queries, same answers as the kept ones. Safe from any

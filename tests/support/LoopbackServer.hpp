@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A server on loopback that does what the test says with every request, well-behaved or not, and keeps each

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Runs our own built programs as a person would: arguments, environment, standard input in; status, output

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Keeps log lines instead of writing them, from construction to destruction. Safe from any thread.

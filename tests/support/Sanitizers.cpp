@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 // What the sanitizers are told when they are built into a program: nothing about our own code.
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Environment variables as a test wants them, put back as they were at the end. Not for use beside other

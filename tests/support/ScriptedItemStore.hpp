@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A keychain that answers what it was told to, in order, and remembers what it was asked. For one thread at a

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // A transport that answers what it was told to, in order, and remembers what it was asked to send. Replies

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The zone of the whole process, in force from construction to destruction: TZ, as the C library has taken it

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How far a delivery has come, by its carrier. `unknown` is the server's own word; `unknownValue` stands for

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How far an order has come on its way. `unknown` is the server's own word; `unknownValue` stands for any

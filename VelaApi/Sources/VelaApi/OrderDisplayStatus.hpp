@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What an order is shown as: its way, its payment, and purchases in a store. `unknown` is the server's own

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Asks for a new pair of tokens in exchange for a refresh token. A plain value.

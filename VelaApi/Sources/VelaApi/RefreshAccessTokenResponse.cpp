@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "VelaApi/Sources/VelaApi/RefreshAccessTokenResponse.hpp"
 
 #include "VelaApi/Sources/VelaApi/Module.hpp"

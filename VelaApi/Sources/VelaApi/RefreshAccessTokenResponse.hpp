@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The answer to RefreshAccessTokenMutation: a new pair of tokens, or what the user did wrong. Plain values;

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Asks for the user's ten latest deliveries and orders, with every picture at most `maxImageSize` pixels wide

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The answer to TrackingWidgetQuery: the user's recent deliveries and orders. Each record mirrors one

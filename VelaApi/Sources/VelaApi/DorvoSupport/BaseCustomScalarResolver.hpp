@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The hook of a module whose schema has scalars of its own: reads or writes a scalar's raw form and leaves

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // How every date of this client travels: "yyyy-MM-dd'T'HH:mm:ssZ". The two rules are not each other's

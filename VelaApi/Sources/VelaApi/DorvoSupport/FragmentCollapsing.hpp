@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Flattening of the keys under which a dictionary holds its fragments. A pure function, safe from any thread.

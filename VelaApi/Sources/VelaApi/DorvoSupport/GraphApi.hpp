@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The GraphQL support library of every client module: what an operation is, how its variables become JSON,

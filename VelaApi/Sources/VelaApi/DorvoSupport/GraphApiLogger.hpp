@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // Where the library tells of errors that reach no caller. No operation and no response has a logger unless

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // An opaque identifier that the server gave. A plain value; one JSON string on the wire.

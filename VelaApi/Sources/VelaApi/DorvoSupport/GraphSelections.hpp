@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // The value model of a parsed operation: what it selects, with which arguments, on which types. Plain values,

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // An input field of an operation in its three states: given, explicitly null, not given. A plain value.

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #pragma once
 
 // What the enumerations of the schema have in common. Each is an `enum class` whose last case is
