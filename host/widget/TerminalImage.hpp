@@ -13,7 +13,7 @@
 
 namespace host {
 
-/// A terminal's measures; pixels are 0 where it does not tell.
+/// A terminal's measures; pixels are 0 where it does not tell, or tells what no terminal has.
 struct TerminalGeometry {
     int columns = 80;
     int rows = 24;

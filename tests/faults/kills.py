@@ -79,6 +79,9 @@ class KillLoop:
                 ended = self.person.run(arguments, stdin, Fault(program, "memory", 0, "0"), limit=60)
                 self.counts[name, program] = ended.counts
 
+    def user(self):
+        return (self.person.default_values() or {}).get("userId")
+
     def complain(self, kind, program, text):
         self.found.append(f"kill {sum(self.tally.values())}, {kind}, {program} killed: {text}")
 
@@ -102,13 +105,21 @@ class KillLoop:
         self.kill_renewal(kind)
 
     def kill_sign_in_again(self, kind):
+        def sign_in_as(index):
+            return [roads.COMPANION, "sign-in", "--user-id", f"user-{index}"], json.dumps(pair(index)).encode()
+
         before = self.account.latest
+        arguments, stdin = sign_in_as(before)
+        self.learn("sign-in", arguments, (roads.COMPANION,), stdin)
+        user_before = self.user()
         with self.account.lock:
             self.account.latest += 1
             self.account.is_expired = False
-        arguments = [roads.COMPANION, "sign-in", "--user-id", f"user-{self.account.latest}"]
-        stdin = json.dumps(pair(self.account.latest)).encode()
+        arguments, stdin = sign_in_as(self.account.latest)
         program = self.killed("sign-in", arguments, (roads.COMPANION,), stdin)
+        user, owner = self.user(), user_before if self.person.stored_pair() == before else f"user-{self.account.latest}"
+        if user not in (None, owner):
+            self.complain(kind, program, f"the pair of {owner} stands with the id of {user}")
         self.judge(kind, program, {before, self.account.latest})
 
     def kill_sign_out(self, kind):

@@ -300,6 +300,15 @@ TEST_F(UnluckyKeychain, LetsNoRenewalBeginWithoutRoomForItsPair) {
     EXPECT_EQ(code, 0);
 }
 
+TEST_F(UnluckyKeychain, SetsAsideAsMuchRoomAsItNeedsByNowBeforeARenewal) {
+    startAfresh();
+    ASSERT_EQ(putPair(store, "1"), errSecSuccess);
+    const auto reserve = file.parent_path() / "keychain.reserve";
+    fs::resize_file(reserve, 1);
+    EXPECT_EQ(store.lock(SecItemHold::shared)->tryAcquire(), errSecSuccess);
+    EXPECT_GT(fs::file_size(reserve), fs::file_size(file));
+}
+
 TEST_F(UnluckyKeychain, IsRefusedOnAReadOnlyDisk) {
     startAfresh();
     const int code = withSmallDisk(file.parent_path(), "1m", [&] {
