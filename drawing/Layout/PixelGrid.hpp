@@ -39,7 +39,7 @@ class PixelGrid {
         };
         const Size size{side(frame.size.width), side(frame.size.height)};
         const double middle = nearest(frame.left() + frame.size.width / 2);
-        return {{nearest(middle - size.width / 2), line.top() + (line.size.height - size.height) / 2}, size};
+        return {{before(middle - size.width / 2), line.top() + (line.size.height - size.height) / 2}, size};
     }
 
   private:
@@ -48,6 +48,7 @@ class PixelGrid {
 
     double pixels(double length) const { return std::floor(length * scale_ + 0.5 + tolerance); }
     double nearest(double length) const { return pixels(length) / scale_; }
+    double before(double length) const { return std::floor(length * scale_ + tolerance) / scale_; }
     double outward(double length) const { return std::ceil(length * scale_ - tolerance) / scale_; }
 
     double scale_;
