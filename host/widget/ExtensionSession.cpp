@@ -52,9 +52,10 @@ platform::Deadline ExtensionSession::deadlineWithin(milliseconds budget) const {
 }
 
 /// Time is kept for a second extension, which draws without pictures.
-platform::Deadline ExtensionSession::hangingDeadline(const platform::Deadline& drawing) const {
+platform::Deadline ExtensionSession::hangingDeadline(const platform::Deadline& drawing,
+                                                     milliseconds pictures) const {
     if (pictures_ == PictureReading::placeholdersOnly) return drawing;
-    return drawing.within(std::min(picturesLeft_ + options_.extension.drawingLimit, drawing.rest() * 4 / 5));
+    return drawing.within(std::min(pictures + options_.extension.drawingLimit, drawing.rest() * 4 / 5));
 }
 
 /// A command waits for pictures once, however many drawings it makes.
@@ -113,7 +114,7 @@ asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawi
     const auto format = drawing.format;
     const bool mayBePictures = namesPictures(drawing.entry);
     while (true) {
-        const auto hanging = hangingDeadline(deadline);
+        const auto hanging = hangingDeadline(deadline, mayBePictures ? picturesLeft_ : milliseconds(0));
         drawing.pictures = pictures_;
         drawing.pictureBudget = std::min(picturesLeft_, hanging.rest() * 4 / 5);
         try {

@@ -46,7 +46,7 @@ class ExtensionSession {
         /// for all that is not one.
         std::chrono::milliseconds answerBudget = std::chrono::seconds(150);
         /// How long a drawing may take, a second extension included.
-        std::chrono::milliseconds drawingBudget = std::chrono::seconds(50);
+        std::chrono::milliseconds drawingBudget = std::chrono::seconds(40);
         /// How long a drawing may wait for its pictures; a placeholder stands for each that has not come by
         /// then. At most some six tenths of what is left for the drawing.
         std::chrono::milliseconds pictureBudget = std::chrono::seconds(20);
@@ -94,7 +94,8 @@ class ExtensionSession {
     boost::asio::awaitable<Message> askBy(ExtensionRequest request,
                                           std::optional<platform::Deadline> deadline);
     platform::Deadline deadlineWithin(std::chrono::milliseconds budget) const;
-    platform::Deadline hangingDeadline(const platform::Deadline& drawing) const;
+    platform::Deadline hangingDeadline(const platform::Deadline& drawing,
+                                       std::chrono::milliseconds pictures) const;
     void noteWait(std::chrono::steady_clock::time_point start);
     void noteFailure(const std::shared_ptr<ExtensionProcess>& process, Failure failure);
 

@@ -205,8 +205,7 @@ TEST_F(ExtensionSessionTest, StartsNoOftenerThanItsPolicyAllows) {
 TEST_F(ExtensionSessionTest, GivesADrawingItsBudgetAndNoMore) {
     auto limited = options();
     limited.drawingBudget = milliseconds(500);
-    limited.pictureBudget = milliseconds(150);
-    limited.extension.drawingLimit = milliseconds(50);
+    limited.extension.drawingLimit = milliseconds(200);
     limited.extension.farewellLimit = milliseconds(50);
     with("greet\nreceive\nsleep 3600000", limited, [](ExtensionSession& session) -> asio::awaitable<void> {
         EXPECT_EQ(co_await drawing(session), "the extension has not answered within 500 ms");

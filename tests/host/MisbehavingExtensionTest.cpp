@@ -97,7 +97,7 @@ TEST_F(MisbehavingExtension, IsGivenUpWhenItHangsWhileDrawing) {
          {"greet\nreceive\nraise 19", "greet\nreceive\nsleep 3600000", "raise 19"}) {
         const auto result = draw(behaviour, milliseconds(40));
         EXPECT_EQ(result.status, 1) << behaviour;
-        EXPECT_EQ(result.errors, line("the extension has not answered within 100 ms; starting it again") +
+        EXPECT_EQ(result.errors, line("the extension has not answered within 60 ms; starting it again") +
                                      line("the extension has not answered within 2 s"));
         EXPECT_FALSE(std::filesystem::exists(path("drawing.json")));
         EXPECT_TRUE(eventually(isNothingLeft)) << behaviour;
@@ -112,7 +112,7 @@ TEST_F(MisbehavingExtension, IsSaidToHangOverPicturesOnlyWhereThereAreAny) {
     };
     const auto without = draw(hangsOnce("first"), milliseconds(40), goodEntry);
     EXPECT_EQ(without.status, 0);
-    EXPECT_EQ(without.errors, line("the extension has not answered within 100 ms; starting it again"));
+    EXPECT_EQ(without.errors, line("the extension has not answered within 60 ms; starting it again"));
     const auto with = draw(hangsOnce("second"), milliseconds(40), entryWithPicture);
     EXPECT_EQ(with.status, 0);
     EXPECT_EQ(with.errors, line("the extension has not answered within 100 ms, perhaps because of its "
