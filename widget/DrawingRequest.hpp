@@ -5,6 +5,7 @@
 // How an entry is to be drawn: what a host asks for when it shows the widget, from its command line to the
 // view. A plain value.
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,6 +44,9 @@ struct DrawingRequest {
     /// scheme.
     std::optional<std::string> tint = std::nullopt;
     PictureReading pictures = PictureReading::allowed;
+    /// How long the drawing may wait for its pictures; those that have not come by then are placeholders.
+    /// Absent: as long as a transfer may take.
+    std::optional<std::chrono::milliseconds> pictureBudget = std::nullopt;
 };
 
 }  // namespace widget

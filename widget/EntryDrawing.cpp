@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "drawing/Image/AssetCatalogue.hpp"
-#include "drawing/Image/Image.hpp"
 #include "drawing/Layout/DisplayList.hpp"
 #include "drawing/Painters/CairoPainter.hpp"
 #include "drawing/Painters/DisplayListJSON.hpp"
@@ -17,8 +16,9 @@
 #include "drawing/Painters/SVGPainter.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
 #include "platform/Bundle/Bundle.hpp"
-#include "platform/URLSession/URLSession.hpp"
 #include "presentation/Wording.hpp"
+#include "widget/NetworkPictures.hpp"
+#include "widget/PictureMemory.hpp"
 #include "widget/TrackingWidgetEntryView.hpp"
 
 namespace widget {
@@ -72,16 +72,14 @@ class NoPictures final : public PictureLoader {
     std::optional<std::string> read(const platform::URL&) override { return std::nullopt; }
 };
 
-class NetworkPictures final : public PictureLoader {
-  public:
-    std::optional<std::string> read(const platform::URL& url) override {
-        try {
-            return readWholeResource(url, ImageBounds::bytes);
-        } catch (const platform::URLError&) {
-            return std::nullopt;
-        }
-    }
-};
+PictureMemory& pictureMemory() {
+    static PictureMemory* const memory = new PictureMemory;  // outlives every thread that draws
+    return *memory;
+}
+
+std::optional<platform::Deadline> pictureDeadline(const DrawingRequest& request) {
+    return request.pictureBudget ? std::optional(platform::Deadline(*request.pictureBudget)) : std::nullopt;
+}
 
 /// Measurers that know the fonts already, lent to one drawing each: a drawing that waits for its pictures
 /// keeps none of the others waiting.
@@ -155,11 +153,15 @@ Size referenceSize(platform::WidgetFamily family) {
 
 std::string draw(const DrawingRequest& request, PictureLoader& loader) {
     ScaledPictures pictures(loader, request.scale);
-    const View view =
-        TrackingWidgetEntryView{request.entry}.body({request.family, request.colorScheme, pictures});
-
     const Measurers::Loan measurer(measurers());
-    const DisplayList list = displayList(view, container(request), *measurer);
+    const auto laidOut = [&] {
+        const View view =
+            TrackingWidgetEntryView{request.entry}.body({request.family, request.colorScheme, pictures});
+        return displayList(view, container(request), *measurer);
+    };
+    // Which pictures are shown is known once the rows have their places, whether or not they have come.
+    if (namesPictures(request.entry)) pictures.readTogether(laidOut);
+    const DisplayList list = laidOut();
     const Ink ink{AssetCatalogue::main(), tint(request)};
     switch (request.format) {
         case DrawingFormat::png: return paintedPNG(list, request.scale, ink, *measurer);
@@ -173,7 +175,7 @@ std::string draw(const DrawingRequest& request, PictureLoader& loader) {
 std::string draw(const DrawingRequest& request) {
     switch (request.pictures) {
         case PictureReading::allowed: {
-            NetworkPictures pictures;
+            NetworkPictures pictures(pictureMemory(), pictureDeadline(request));
             return draw(request, pictures);
         }
         case PictureReading::placeholdersOnly: break;

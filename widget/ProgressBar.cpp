@@ -28,12 +28,14 @@ View ProgressBar::body() const {
     const auto content = [fraction, height = height, fill = color](Size offered) {
         const Color track = Color::asset("ProgressBarBackgroundColor");
         const double length = offered.width;
-        return layeredStack(Alignment::leading, {
-                                                    bar(track, length, height),
-                                                    endMarker(track, length, height),
-                                                    bar(fill, length * fraction, height),
-                                                    endMarker(fill, length * fraction, height),
-                                                });
+        return layeredStack(Alignment::leading,
+                            {
+                                bar(track, length, height),
+                                endMarker(track, length, height),
+                                bar(fill, length * fraction, height),
+                                endMarker(fill, length * fraction, height),
+                            })
+            .alignedToPixels();
     };
     return geometryReader(content).padding({.top = -height / 2}).frame({.height = height});
 }

@@ -2,11 +2,14 @@
 
 #pragma once
 
-// The pictures of one view build, reduced to the size at which they are shown. Each URL is read once,
-// whatever comes of it; only the reduced picture is kept. Not safe from several threads at once.
+// The pictures of one drawing, reduced to the size at which they are shown. Each URL is read once, whatever
+// comes of it; only the reduced picture is kept. Not safe from several threads at once.
 
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "drawing/Image/Bitmap.hpp"
 #include "drawing/Views/PictureLoader.hpp"
@@ -26,12 +29,25 @@ class ScaledPictures {
     /// read.
     std::shared_ptr<const drawing::Bitmap> picture(const platform::URL& url, double imageSize);
 
+    /// Runs `build`, to which every picture is absent, and then reads all that it asked for together. Blocks
+    /// while they are read.
+    void readTogether(const std::function<void()>& build);
+
   private:
-    std::shared_ptr<const drawing::Bitmap> read(const platform::URL& url, drawing::PixelSize room);
+    /// A picture that is wanted, with the longest side at which it is, in pixels.
+    struct Wanted {
+        platform::URL url;
+        int side;
+    };
+    int pixels(double imageSize) const;
+    static std::shared_ptr<const drawing::Bitmap> decoded(const std::optional<std::string>& bytes, int side);
+    void want(const platform::URL& url, int side);
 
     drawing::PictureLoader& loader_;
     double displayScale_;
     std::map<platform::URL, std::shared_ptr<const drawing::Bitmap>> read_;
+    /// While it is only asked what is wanted.
+    std::optional<std::vector<Wanted>> wanted_;
 };
 
 }  // namespace widget

@@ -20,4 +20,7 @@ struct SimpleEntry {
 /// The entry shown while nothing is known: three sample packages of the merchant.
 SimpleEntry placeholderEntry(platform::Date date, const std::string& shopName);
 
+/// Whether any of its packages has a picture to be read.
+bool namesPictures(const SimpleEntry& entry);
+
 }  // namespace widget

@@ -2,12 +2,13 @@
 
 #pragma once
 
-// Pictures from untrusted bytes: JPEG, PNG, WebP and GIF's first frame, each found by its contents. A picture
+// Pictures from untrusted bytes: JPEG, PNG, WebP and GIF, of animations the first frame, each found by its
+// contents. A picture
 // is reduced while it is decoded, so that it costs the memory of its reduced form and a few rows, whatever
 // the order of the rows; JPEG in several scans costs its coefficients besides, packed, and WebP without loss
 // its own size. What does not come row after row is bounded more tightly, and so is the work that a picture
 // may be. Bytes that are too many, declare too much, would take too much, are cut short or are no picture
-// give nothing.
+// give nothing; a JPEG that lacks nothing but its end is whole.
 //
 // Colour profiles and gamma chunks are not applied: every picture is taken to be sRGB. Filtering is done on
 // the encoded values, not in linear light, as JPEG's own scaled decoding and all later compositing do it: a

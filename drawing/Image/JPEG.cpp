@@ -10,9 +10,11 @@
 
 #include <jerror.h>  // its list depends on the build's configuration, which jpeglib.h brings
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdint>
 #include <exception>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -40,7 +42,10 @@ class JPEGReader {
         info_.client_data = this;
         errors_.manager.error_exit = fail;
         errors_.manager.emit_message = [](j_common_ptr info, int level) {
-            if (level < 0 && losesPixels(info->err->msg_code)) fail(info);
+            if (level >= 0) return;
+            const int message = info->err->msg_code;
+            if (message == JWRN_JPEG_EOF) reader(info).runOut();
+            if (losesPixels(message)) fail(info);
         };
         progress_.progress_monitor = [](j_common_ptr info) {
             if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number > mostScans) fail(info);
@@ -98,6 +103,13 @@ class JPEGReader {
     }
 
     PixelSize decodedSize() const { return {int(info_.output_width), int(info_.output_height)}; }
+
+    /// Whether nothing is missing of a file that did not end as it should, once it is decoded.
+    bool isWhole() const {
+        return !hasRunOut_ ||
+               std::all_of(info_.comp_info, info_.comp_info + info_.num_components,
+                           [this](const jpeg_component_info& component) { return isWhole(component); });
+    }
 
     /// The next row, as red, green, blue, alpha.
     bool readRow(std::uint8_t* rgba) {
@@ -197,10 +209,22 @@ class JPEGReader {
             case JWRN_HIT_MARKER:
             case JWRN_HUFF_BAD_CODE:
             case JWRN_ARITH_BAD_CODE:
-            case JWRN_JPEG_EOF:
             case JWRN_MUST_RESYNC: return true;
             default: return false;
         }
+    }
+
+    /// libjpeg takes the end of the bytes for the end of the picture. Coded by Huffman's codes, whoever needs
+    /// more bits then says so (JWRN_HIT_MARKER); arithmetic coding makes them up.
+    void runOut() {
+        hasRunOut_ = true;
+        if (info_.arith_code) fail(reinterpret_cast<j_common_ptr>(&info_));
+    }
+    /// Every scan was there: of one that was not, nobody has missed a bit.
+    bool isWhole(const jpeg_component_info& component) const {
+        if (!info_.progressive_mode) return component.quant_table;
+        const auto& bits = info_.coef_bits[component.component_index];
+        return std::all_of(std::begin(bits), std::end(bits), [](int missing) { return missing == 0; });
     }
 
     template <typename Step>
@@ -229,6 +253,7 @@ class JPEGReader {
     std::size_t blocksVisited_ = 0;
     Orientation orientation_ = Orientation::upright;
     bool hasHeader_ = false;
+    bool hasRunOut_ = false;
 };
 
 }  // namespace
@@ -252,6 +277,7 @@ std::optional<Bitmap> jpegDecoded(std::string_view bytes, PixelSize wanted) {
         if (!reader.readRow(row.data())) return {};
         scaler.pushStraight(row.data());
     }
+    if (!reader.isWhole()) return {};
     return oriented(std::move(scaler).result(), orientation);
 }
 

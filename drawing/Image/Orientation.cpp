@@ -60,15 +60,12 @@ const Turn& turn(Orientation orientation) {
     return turns[std::size_t(orientation) - 1];
 }
 
-}  // namespace
+constexpr std::string_view prefixInJPEG("Exif\0\0", 6);
 
-Orientation notedOrientation(std::string_view segment) {
-    using namespace std::string_view_literals;
-    constexpr auto prefix = "Exif\0\0"sv;
+Orientation orientationInTIFF(std::string_view note) {
     constexpr std::size_t entryLength = 12;
     constexpr std::uint32_t orientationTag = 0x0112, shortType = 3;
-    if (!segment.starts_with(prefix)) return Orientation::upright;
-    const auto tiff = TIFF::from(segment.substr(prefix.size()));
+    const auto tiff = TIFF::from(note);
     const auto directory = tiff ? tiff->number(4, 4) : std::nullopt;
     const auto count = directory ? tiff->number(*directory, 2) : std::nullopt;
     for (std::size_t i = 0; count && i < *count; ++i) {
@@ -78,6 +75,18 @@ Orientation notedOrientation(std::string_view segment) {
         return value >= 1 && value <= turns.size() ? Orientation(value) : Orientation::upright;
     }
     return Orientation::upright;
+}
+
+}  // namespace
+
+Orientation notedOrientation(std::string_view segment) {
+    return segment.starts_with(prefixInJPEG) ? orientationInTIFF(segment.substr(prefixInJPEG.size()))
+                                             : Orientation::upright;
+}
+
+Orientation notedOrientationInChunk(std::string_view chunk) {
+    if (chunk.starts_with(prefixInJPEG)) chunk.remove_prefix(prefixInJPEG.size());
+    return orientationInTIFF(chunk);
 }
 
 bool swapsSides(Orientation orientation) {

@@ -24,6 +24,9 @@ enum class Orientation {
 
 /// From the contents of a JPEG's APP1 segment; upright when nothing readable is noted there.
 Orientation notedOrientation(std::string_view segment);
+/// From the contents of a chunk that holds the note alone, as PNG and WebP have it. What JPEG puts in front
+/// of it is passed over.
+Orientation notedOrientationInChunk(std::string_view chunk);
 
 /// Whether width and height change places.
 bool swapsSides(Orientation orientation);

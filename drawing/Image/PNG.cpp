@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "drawing/Image/Orientation.hpp"
 #include "drawing/Image/PassScaler.hpp"
 #include "drawing/Image/RowScaler.hpp"
 
@@ -56,6 +57,20 @@ class PictureChunks {
     std::string_view piece_;
     std::string_view rest_;
 };
+
+/// Noted in a chunk of its own, before the pixels or behind them (eXIf).
+Orientation orientationIn(std::string_view file) {
+    constexpr std::size_t signature = 8, around = 12;
+    file.remove_prefix(std::min(file.size(), signature));
+    while (file.size() >= around) {
+        std::size_t length = 0;
+        for (const char byte : file.substr(0, 4)) length = length << 8 | static_cast<unsigned char>(byte);
+        if (length > file.size() - around) break;
+        if (file.substr(4, 4) == "eXIf") return notedOrientationInChunk(file.substr(8, length));
+        file.remove_prefix(around + length);
+    }
+    return Orientation::upright;
+}
 
 /// Bytes to unfilter, at most, however many of them a pixel has: a second's work or two.
 constexpr long long mostRawBytes = 4 * ImageBounds::pixelsByRows;
@@ -141,14 +156,18 @@ std::optional<Bitmap> decodedByRows(PNGReader& reader, PixelSize wanted) {
 std::optional<ImageHeader> pngHeader(std::string_view bytes) {
     const PNGReader reader(bytes);
     if (!reader.hasHeader() || reader.rawBytes() > mostRawBytes) return {};
-    return ImageHeader{ImageFormat::png, reader.size(),
+    return ImageHeader{ImageFormat::png, oriented(reader.size(), orientationIn(bytes)),
                        reader.isInterlaced() ? ImageDecoding::whole : ImageDecoding::byRows};
 }
 
 std::optional<Bitmap> pngDecoded(std::string_view bytes, PixelSize wanted) {
     PNGReader reader(bytes);
     if (!reader.hasHeader() || !reader.startRows()) return {};
-    return reader.isInterlaced() ? decodedByPasses(reader, wanted) : decodedByRows(reader, wanted);
+    const Orientation orientation = orientationIn(bytes);
+    const PixelSize stored = oriented(wanted, orientation);
+    auto bitmap = reader.isInterlaced() ? decodedByPasses(reader, stored) : decodedByRows(reader, stored);
+    if (!bitmap) return {};
+    return oriented(*std::move(bitmap), orientation);
 }
 
 }  // namespace drawing

@@ -3,6 +3,7 @@
 #include "drawing/Layout/DisplayList.hpp"
 
 #include <algorithm>
+#include <utility>
 
 #include "drawing/Layout/Layout.hpp"
 #include "drawing/Layout/PixelGrid.hpp"
@@ -52,10 +53,10 @@ class Flattening {
         item(layout, grid_.snapped(frame), RectangleItem{rectangle.color});
     }
     void visit(const Layout& layout, Rect frame, const element::Divider& divider) {
-        item(layout, grid_.snapped(frame), RectangleItem{divider.color});
+        item(layout, grid_.snappedLine(frame), RectangleItem{divider.color});
     }
     void visit(const Layout& layout, Rect frame, const element::RoundedRectangle& rectangle) {
-        item(layout, grid_.snapped(frame),
+        item(layout, snappedShape(frame),
              RoundedRectangleItem{rectangle.cornerRadius, rectangle.color, rectangle.strokeWidth});
     }
     void visit(const Layout& layout, Rect frame, const element::LinearGradient& gradient) {
@@ -65,6 +66,11 @@ class Flattening {
         clips_.push_back({grid_.snapped(frame), clipped.cornerRadius});
         children(layout, frame.origin);
         clips_.pop_back();
+    }
+    void visit(const Layout& layout, Rect frame, const element::AlignedToPixels&) {
+        const auto outer = std::exchange(bar_, Bar{});
+        children(layout, frame.origin);
+        bar_ = outer;
     }
     void visit(const Layout& layout, Rect frame, const element::Linked& linked) {
         children(layout, frame.origin);
@@ -101,8 +107,22 @@ class Flattening {
     void visit(const Layout&, Rect, const element::Empty&) {}
     void visit(const Layout&, Rect, const element::Spacer&) {}
 
+    /// Of shapes that are aligned with each other, the first.
+    struct Bar {
+        double height = 0;
+        std::optional<Rect> snapped = std::nullopt;
+    };
+
+    Rect snappedShape(Rect frame) {
+        if (!bar_) return grid_.snapped(frame);
+        if (!bar_->snapped) bar_ = Bar{frame.size.height, grid_.snappedLine(frame)};
+        return frame.size.height == bar_->height ? grid_.snappedLine(frame)
+                                                 : grid_.snappedMark(frame, *bar_->snapped);
+    }
+
     DisplayList& list_;
     PixelGrid grid_;
+    std::optional<Bar> bar_;
     std::vector<Shape> clips_;
 };
 

@@ -291,6 +291,9 @@ class LayoutPass {
     Layout lay(const Question& question, const element::Clipped& clipped) {
         return around(question, clipped.content);
     }
+    Layout lay(const Question& question, const element::AlignedToPixels& aligned) {
+        return around(question, aligned.content);
+    }
     Layout lay(const Question& question, const element::Linked& linked) {
         return around(question, linked.content);
     }

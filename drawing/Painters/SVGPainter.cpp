@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <vector>
 
@@ -128,43 +129,73 @@ bool isHarmless(const platform::URL& url) {
     return std::find(harmful.begin(), harmful.end(), url.scheme()) == harmful.end();
 }
 
+/// Stands where the drawing's own name belongs until that is known; nothing else that is written has it.
+constexpr char nameMark = '\x1A';
+
+/// An attribute that makes an identifier or refers to one.
+std::string nameAttribute(std::string_view attributeName, std::string_view before, std::string_view name,
+                          std::string_view after) {
+    std::string text = " ";
+    for (const std::string_view part : {attributeName, std::string_view("=\""), before, name, after})
+        text += part;
+    return text + '"';
+}
+
+/// Several drawings may stand in one page, so the identifiers of each carry a name made of its contents: the
+/// FNV-1a hash of 64 bits. The same drawing has the same.
+std::string named(std::string_view document) {
+    std::uint64_t hash = 0xCBF29CE484222325;
+    for (const char character : document) {
+        hash = (hash ^ static_cast<unsigned char>(character)) * 0x100000001B3;
+    }
+    std::array<char, 32> name{};
+    std::snprintf(name.data(), name.size(), "drawing-%016llx-", static_cast<unsigned long long>(hash));
+    std::string text;
+    text.reserve(document.size() + 1024);
+    for (auto mark = document.find(nameMark); mark != std::string_view::npos;
+         mark = document.find(nameMark)) {
+        text.append(document.substr(0, mark)).append(name.data());
+        document.remove_prefix(mark + 1);
+    }
+    return text.append(document);
+}
+
 class SVGPainter {
   public:
     SVGPainter(const DisplayList& list, const Ink& ink, const TextMeasurer& measurer)
-        : list_(list), ink_(ink), measurer_(measurer) {
-        // Several pictures may stand in one page: identifiers carry the picture's own name.
-        prefix_ = std::string(description(list.family)) +
-                  (list.colorScheme == ColorScheme::dark ? "-dark-" : "-light-");
-    }
+        : list_(list), ink_(ink), measurer_(measurer) {}
 
     std::string document(std::string_view title) {
         forEachJoined(list_.items, [&](std::span<const DisplayItem> joined) { paint(joined); });
         for (const DisplayLink& link : list_.links) paint(link);
 
         const Rect& frame = list_.container.frame;
-        const std::string titleName = prefix_ + "title";
-        const std::string descriptionName = prefix_ + "description";
+        const std::string titleName = nameMark + std::string("title");
+        const std::string descriptionName = nameMark + std::string("description");
         std::string container = "<g>";
         if (list_.container.cornerRadius > 0) container = "<g" + clipAttribute(list_.container) + ">";
-        return "<svg xmlns=\"http://www.w3.org/2000/svg\"" + attribute("width", frame.size.width) +
-               attribute("height", frame.size.height) +
-               attribute("viewBox", "0 0 " + number(frame.size.width) + " " + number(frame.size.height)) +
-               attribute("role", "group") + attribute("aria-labelledby", titleName + " " + descriptionName) +
-               ">\n" + "<title" + attribute("id", titleName) + ">" + escaped(title) + "</title>\n" +  //
-               "<desc" + attribute("id", descriptionName) + ">" + escaped(wordsWithin(list_, frame)) +
-               "</desc>\n" + "<defs>\n" + definitions_ + "</defs>\n" + container + "\n" + body_ +
-               "</g>\n</svg>\n";
+        return named(
+            "<svg xmlns=\"http://www.w3.org/2000/svg\"" + attribute("width", frame.size.width) +
+            attribute("height", frame.size.height) +
+            attribute("viewBox", "0 0 " + number(frame.size.width) + " " + number(frame.size.height)) +
+            attribute("role", "group") + nameAttribute("aria-labelledby", titleName, " ", descriptionName) +
+            ">\n" + "<title" + nameAttribute("id", "", titleName, "") + ">" + escaped(title) +
+            "</title>\n" +  //
+            "<desc" + nameAttribute("id", "", descriptionName, "") + ">" +
+            escaped(wordsWithin(list_, frame)) + "</desc>\n" + "<defs>\n" + definitions_ + "</defs>\n" +
+            container + "\n" + body_ + "</g>\n</svg>\n");
     }
 
   private:
     std::string newName(std::string_view kind) {
-        return prefix_ + std::string(kind) + std::to_string(++names_);
+        return nameMark + std::string(kind) + std::to_string(++names_);
     }
 
     std::string clipAttribute(const Shape& shape) {
         const std::string name = newName("clip");
-        definitions_ += "<clipPath" + attribute("id", name) + "><path" + shapeData(shape) + "/></clipPath>\n";
-        return attribute("clip-path", "url(#" + name + ")");
+        definitions_ +=
+            "<clipPath" + nameAttribute("id", "", name, "") + "><path" + shapeData(shape) + "/></clipPath>\n";
+        return nameAttribute("clip-path", "url(#", name, ")");
     }
 
     void paint(std::span<const DisplayItem> joined) {
@@ -210,9 +241,9 @@ class SVGPainter {
                                  static_cast<double>(std::max<std::size_t>(1, gradient.stops.size() - 1));
             stops += "<stop" + attribute("offset", place) + paintAttributes("stop-color", *color) + "/>";
         }
-        definitions_ += "<linearGradient" + attribute("id", name) + " x1=\"0\" y1=\"0\" x2=\"0\" y2=\"1\">" +
-                        stops + "</linearGradient>\n";
-        body_ += "<rect" + frameAttributes(item.frame) + attribute("fill", "url(#" + name + ")") + "/>";
+        definitions_ += "<linearGradient" + nameAttribute("id", "", name, "") +
+                        " x1=\"0\" y1=\"0\" x2=\"0\" y2=\"1\">" + stops + "</linearGradient>\n";
+        body_ += "<rect" + frameAttributes(item.frame) + nameAttribute("fill", "url(#", name, ")") + "/>";
     }
 
     void draw(const DisplayItem& item, const RoundedRectangleItem& rectangle) {
@@ -289,7 +320,6 @@ class SVGPainter {
     const DisplayList& list_;
     const Ink& ink_;
     const TextMeasurer& measurer_;
-    std::string prefix_;
     int names_ = 0;
     std::string definitions_;
     std::string body_;

@@ -103,6 +103,9 @@ struct Clipped {
     View content;
     double cornerRadius;
 };
+struct AlignedToPixels {
+    View content;
+};
 enum class Reach { view, widget };
 struct Linked {
     View content;
@@ -125,7 +128,8 @@ struct Element {
                  element::RoundedRectangle, element::LinearGradient, element::Divider, element::Spacer,
                  element::Stack, element::RowsThatFit, element::ViewThatFits, element::LayeredStack,
                  element::GeometryReader, element::Framed, element::Padded, element::Offset, element::Layered,
-                 element::Clipped, element::Linked, element::OnContainer, element::Inheriting>
+                 element::Clipped, element::AlignedToPixels, element::Linked, element::OnContainer,
+                 element::Inheriting>
         kind;
 };
 

@@ -59,6 +59,9 @@ View View::font(TextStyle style) const {
 View View::fontWeight(FontWeight weight) const {
     return viewOf(element::Inheriting{*this, {.fontWeight = weight}});
 }
+View View::alignedToPixels() const {
+    return viewOf(element::AlignedToPixels{*this});
+}
 View View::foregroundColor(Color color) const {
     return viewOf(element::Inheriting{*this, {.foregroundColor = std::move(color)}});
 }

@@ -85,6 +85,10 @@ class View {
     /// Cut to a rounded rectangle with continuous corners.
     View clipped(double cornerRadius) const;
 
+    /// For a bar with markers: its first shape is the bar, as thick everywhere, and the others have their
+    /// middles on its own to the pixel.
+    View alignedToPixels() const;
+
     /// Opens a URL where this view stands, or, for a widget, wherever no other link does.
     View link(platform::URL url) const;
     View widgetURL(platform::URL url) const;

@@ -2,7 +2,10 @@
 
 #include "host/protocol/DrawingRequestCoding.hpp"
 
+#include <algorithm>
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -57,6 +60,15 @@ std::optional<drawing::Size> sizeIn(const json::object& object, double scale) {
     return size;
 }
 
+/// What is beyond the longest that a transfer takes is taken for that.
+std::optional<std::chrono::milliseconds> pictureBudgetIn(const json::object& object) {
+    if (!object.contains("pictureBudget")) return std::nullopt;
+    constexpr std::chrono::milliseconds longest = std::chrono::seconds(120);
+    const auto budget = memberNumber(object, "pictureBudget", 0);
+    return std::chrono::milliseconds(
+        static_cast<std::int64_t>(std::clamp(budget, 0.0, static_cast<double>(longest.count()))));
+}
+
 std::optional<std::string> tintIn(const json::object& object) {
     if (!object.contains("tint")) return std::nullopt;
     return std::string(memberText(object, "tint", ""));
@@ -74,6 +86,7 @@ json::object drawingRequestObject(const DrawingRequest& request) {
     };
     if (request.size) object["size"] = {{"width", request.size->width}, {"height", request.size->height}};
     if (request.tint) object["tint"] = *request.tint;
+    if (request.pictureBudget) object["pictureBudget"] = request.pictureBudget->count();
     return object;
 }
 
@@ -85,6 +98,7 @@ DrawingRequest drawingRequestFromObject(const json::object& object) {
     const auto scale = scaleIn(object);
     const auto size = sizeIn(object, scale);
     auto tint = tintIn(object);
+    const auto pictureBudget = pictureBudgetIn(object);
     // What is wrong with a drawing is said before what is wrong with its entry.
     return {.entry = entryFromValue(entry),
             .family = memberFamily(object),
@@ -93,7 +107,8 @@ DrawingRequest drawingRequestFromObject(const json::object& object) {
             .scale = scale,
             .format = format,
             .tint = std::move(tint),
-            .pictures = pictures};
+            .pictures = pictures,
+            .pictureBudget = pictureBudget};
 }
 
 }  // namespace host

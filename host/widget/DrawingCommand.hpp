@@ -29,8 +29,8 @@ struct DrawingCommand {
     double scale = 3;
     widget::DrawingFormat format = widget::DrawingFormat::png;
     std::optional<std::string> tint = std::nullopt;
-    /// How long pictures may take to come; then placeholders stand for all of them. A fifth of what is left
-    /// of the command's time is kept for a drawing without them, however long this is.
+    /// How long the command may wait for pictures, all its drawings together; a placeholder stands for each
+    /// that has not come by then.
     std::chrono::milliseconds pictureBudget = std::chrono::seconds(20);
     /// A file, "-" for standard output; or a folder, which is made, for files named FAMILY-SCHEME.FORMAT.
     std::filesystem::path output = {};

@@ -50,6 +50,9 @@ struct ExtensionSettings {
     /// The longest that a command waits, for all its answers together. A transfer ends after 120 seconds; the
     /// rest is for all that is not one.
     std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
+    /// How long a drawing may take beside the wait for its pictures; then the extension is taken to hang. The
+    /// costliest pictures that are decoded take 3 seconds each.
+    std::chrono::milliseconds drawingLimit = std::chrono::seconds(10);
     /// How long one that was hung up on may take to end before it is told to.
     std::chrono::milliseconds farewellLimit = std::chrono::seconds(1);
     /// How long it may go on after that, with a renewed pair of tokens to store, before it is killed.

@@ -17,13 +17,6 @@ using widget::PictureReading;
 
 namespace {
 
-bool namesPictures(const widget::SimpleEntry& entry) {
-    const auto* shown = std::get_if<widget::LoggedIn>(&entry.widgetState);
-    return shown && std::any_of(shown->packages.begin(), shown->packages.end(), [](const auto& package) {
-               return package->productImage() || package->shopImage();
-           });
-}
-
 /// The n-th pause, from 0; the last stands for all further ones.
 milliseconds pauseAt(const std::vector<milliseconds>& pauses, std::size_t index) {
     return pauses.empty() ? milliseconds(0) : pauses[std::min(index, pauses.size() - 1)];
@@ -50,7 +43,7 @@ ExtensionSession::Options ExtensionSession::Options::forCommand(const ExtensionS
 }
 
 ExtensionSession::ExtensionSession(asio::any_io_executor executor, Options options)
-    : executor_(std::move(executor)), options_(std::move(options)) {}
+    : executor_(std::move(executor)), options_(std::move(options)), picturesLeft_(options_.pictureBudget) {}
 
 ExtensionSession::~ExtensionSession() {
     leave();
@@ -60,9 +53,18 @@ platform::Deadline ExtensionSession::deadlineWithin(milliseconds budget) const {
     return options_.deadline ? options_.deadline->within(budget) : platform::Deadline(budget);
 }
 
-platform::Deadline ExtensionSession::pictureDeadline(const platform::Deadline& drawing) const {
+/// Time is kept for a second extension, which draws without pictures.
+platform::Deadline ExtensionSession::hangingDeadline(const platform::Deadline& drawing,
+                                                     milliseconds pictures) const {
     if (pictures_ == PictureReading::placeholdersOnly) return drawing;
-    return drawing.within(std::min(options_.pictureBudget, drawing.rest() * 4 / 5));
+    return drawing.within(std::min(pictures + options_.extension.drawingLimit, drawing.rest() * 4 / 5));
+}
+
+/// A command waits for pictures once, however many drawings it makes.
+void ExtensionSession::noteWait(steady_clock::time_point start) {
+    if (!options_.deadline) return;
+    const auto spent = std::chrono::ceil<milliseconds>(steady_clock::now() - start);
+    picturesLeft_ = std::max(milliseconds(0), picturesLeft_ - spent);
 }
 
 asio::awaitable<std::shared_ptr<ExtensionProcess>> ExtensionSession::running() {
@@ -114,16 +116,20 @@ asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawi
     const auto format = drawing.format;
     const bool mayBePictures = namesPictures(drawing.entry);
     while (true) {
+        const auto hanging = hangingDeadline(deadline, mayBePictures ? picturesLeft_ : milliseconds(0));
         drawing.pictures = pictures_;
+        drawing.pictureBudget = std::min(picturesLeft_, hanging.rest() * 4 / 5);
         try {
-            auto reply = co_await askBy(ExtensionRequest::rendering(drawing), pictureDeadline(deadline));
+            const auto start = steady_clock::now();
+            auto reply = co_await askBy(ExtensionRequest::rendering(drawing), hanging);
+            if (mayBePictures) noteWait(start);
             co_return drawingIn(std::move(reply), format);
-        } catch (const ExtensionTimeout& hanging) {
+        } catch (const ExtensionTimeout& timeout) {
             if (pictures_ == PictureReading::placeholdersOnly || deadline.rest().count() == 0)
                 throw ExtensionTimeout(deadline);
-            // Perhaps some picture never comes. A new extension draws without any.
+            // Pictures have a limit of their own, so it is more than a server that does not answer.
             pictures_ = PictureReading::placeholdersOnly;
-            options_.onNotice(hanging.what() +
+            options_.onNotice(timeout.what() +
                               std::string(mayBePictures
                                               ? ", perhaps because of its pictures; drawing without them"
                                               : "; starting it again"));

@@ -48,11 +48,12 @@ class ExtensionSession {
         /// for all that is not one.
         std::chrono::milliseconds answerBudget = std::chrono::seconds(150);
         /// How long a drawing may take, a second extension included.
-        std::chrono::milliseconds drawingBudget = std::chrono::seconds(30);
-        /// How long pictures may take to come; then placeholders stand for all of them. At most four fifths
-        /// of what is left for the drawing.
+        std::chrono::milliseconds drawingBudget = std::chrono::seconds(40);
+        /// How long a drawing may wait for its pictures; a placeholder stands for each that has not come by
+        /// then. At most some six tenths of what is left for the drawing.
         std::chrono::milliseconds pictureBudget = std::chrono::seconds(20);
-        /// By when everything has to be over; absent for a session without an end.
+        /// By when everything has to be over; absent for a session without an end. With one, all drawings
+        /// share the budget for pictures.
         std::optional<platform::Deadline> deadline = std::nullopt;
         RestartPolicy restarts = RestartPolicy::patient();
         /// Receives what the extension prints.
@@ -76,8 +77,8 @@ class ExtensionSession {
     boost::asio::awaitable<Message> ask(ExtensionRequest request);
 
     /// The bytes of a drawing. An extension that ends over it is replaced and asked again, as far as the
-    /// policy goes; of one that hangs its successor is asked without pictures, and so for the rest of the
-    /// session.
+    /// policy goes; of one that goes on for longer than its pictures and its work may take, the successor is
+    /// asked without pictures, and so for the rest of the session.
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing);
 
     /// Waits until no upload is in flight, for at most `limit`. That one fails or takes longer is no failure.
@@ -95,7 +96,9 @@ class ExtensionSession {
     boost::asio::awaitable<Message> askBy(ExtensionRequest request,
                                           std::optional<platform::Deadline> deadline);
     platform::Deadline deadlineWithin(std::chrono::milliseconds budget) const;
-    platform::Deadline pictureDeadline(const platform::Deadline& drawing) const;
+    platform::Deadline hangingDeadline(const platform::Deadline& drawing,
+                                       std::chrono::milliseconds pictures) const;
+    void noteWait(std::chrono::steady_clock::time_point start);
     void noteFailure(const std::shared_ptr<ExtensionProcess>& process, Failure failure);
 
     boost::asio::any_io_executor executor_;
@@ -105,6 +108,7 @@ class ExtensionSession {
     std::shared_ptr<ExtensionProcess> failed_;
     Failure failure_ = Failure::ended;
     widget::PictureReading pictures_ = widget::PictureReading::allowed;
+    std::chrono::milliseconds picturesLeft_;
     int restarts_ = 0;
     /// Since the last answer.
     std::size_t failuresInARow_ = 0;

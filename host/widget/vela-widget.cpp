@@ -207,9 +207,10 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
         ->add_option("--tint", options.tint, "The lock screen's colour for the accessory families, #RRGGBB")
         ->check(CLI::Validator(checkedTint, "#RRGGBB"));
     command
-        ->add_option("--picture-budget", options.pictureBudget,
-                     "Seconds to wait for pictures before drawing without them, 0.1 to 120: the command has "
-                     "150 in all")
+        ->add_option(
+            "--picture-budget", options.pictureBudget,
+            "Seconds to wait for pictures, all drawings together; a placeholder stands for each that "
+            "has not come by then. 0.1 to 120: the command has 150 in all")
         ->check(platform::numberWithin(0.1, 120))
         ->capture_default_str();
     command

@@ -17,10 +17,15 @@
 #include <boost/asio/awaitable.hpp>
 #include <chrono>
 #include <cstddef>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
+#include <variant>
+#include <vector>
 
+#include "platform/Streams/Deadline.hpp"
 #include "platform/URLSession/URLRequest.hpp"
 
 namespace platform {
@@ -87,5 +92,23 @@ class URLSession {
 /// A blocking read of a whole resource: http, https, file and data URLs. A file must be a regular one. Throws
 /// URLError, also for more than `maximumSize` bytes. Not cancellable: the caller's process bears the wait.
 std::string readWholeResource(const URL& url, std::size_t maximumSize);
+
+/// The bytes of a resource, or why there are none.
+using ResourceOutcome = std::variant<std::string, URLError>;
+
+struct ResourceReading {
+    /// Of each.
+    std::size_t maximumSize;
+    /// By when transfers have to be over; one that is not fails with timedOut, and nothing of it is left.
+    /// What nobody was asked for by then fails with cancelled. Absent: as long as a transfer may take.
+    std::optional<Deadline> deadline = std::nullopt;
+    /// Transfers in flight; the others wait for their turn. What each has received is held.
+    std::size_t atOnce = 10;
+};
+
+/// The same of several, those over HTTP at the same time. `receive` is called once for each, with its place
+/// among `urls`, by the calling thread, as they come; what it throws ends the rest.
+void readWholeResources(const std::vector<URL>& urls, const ResourceReading& reading,
+                        const std::function<void(std::size_t place, ResourceOutcome outcome)>& receive);
 
 }  // namespace platform

@@ -8,6 +8,8 @@
 
 #include <array>
 #include <cerrno>
+#include <deque>
+#include <memory>
 #include <utility>
 
 #include "platform/URLSession/DataURL.hpp"
@@ -78,29 +80,121 @@ std::string readDataURL(const URL& url, std::size_t maximumSize) {
     return std::move(*data);
 }
 
-std::string readOverHTTP(const URL& url, std::size_t maximumSize) {
-    // One loop a thread: ten pictures of one server come over one connection.
-    thread_local TransferLoop loop;
-    URLSessionConfiguration limits = URLSessionConfiguration::defaultSessionConfiguration();
-    limits.maximumReplySize = maximumSize;
-    TransferOutcome outcome = URLError(URLErrorCode::unknown, "the transfer did not end");
-    loop.add(std::make_shared<Transfer>(URLRequest{.url = url}, limits,
-                                        [&outcome](TransferOutcome result) { outcome = std::move(result); }));
-    while (!loop.isEmpty()) loop.step();
-    if (const auto* error = std::get_if<URLError>(&outcome)) throw *error;
+ResourceOutcome resourceIn(TransferOutcome outcome) {
+    if (const auto* error = std::get_if<URLError>(&outcome)) return *error;
     URLReply& reply = std::get<URLReply>(outcome);
-    if (reply.response.statusCode.value_or(0) / 100 != 2) failToRead("the server does not have the resource");
-    return std::move(reply.data);
+    if (reply.response.statusCode.value_or(0) / 100 == 2) return std::move(reply.data);
+    return URLError(URLErrorCode::cannotReadResource, "the server does not have the resource");
+}
+
+/// Reads over HTTP, several at once. The end of it ends what is still in flight.
+class Transfers {
+  public:
+    explicit Transfers(const ResourceReading& reading) : reading_(reading) {
+        limits_.maximumReplySize = reading.maximumSize;
+    }
+    ~Transfers() {
+        if (inFlight_ > 0) loop().cancelAll();
+    }
+    Transfers(const Transfers&) = delete;
+    Transfers& operator=(const Transfers&) = delete;
+
+    void add(std::size_t place, const URL& url) { waiting_.push_back({place, {.url = url}}); }
+
+    template <typename Receive>
+    void run(Receive receive) {
+        while (true) {
+            startWaiting();
+            while (!ended_.empty()) {
+                auto [place, outcome] = std::move(ended_.front());
+                ended_.pop_front();
+                receive(place, resourceIn(std::move(outcome)));
+            }
+            if (inFlight_ > 0) {
+                loop().step();
+            } else if (waiting_.empty()) {
+                return;
+            }
+        }
+    }
+
+  private:
+    /// One loop a thread: ten pictures of one server come over one connection.
+    static TransferLoop& loop() {
+        thread_local TransferLoop loop;
+        return loop;
+    }
+
+    void startWaiting() {
+        for (; !waiting_.empty() && inFlight_ < reading_.atOnce; waiting_.pop_front()) {
+            auto& [place, request] = waiting_.front();
+            try {
+                start(place, std::move(request));
+            } catch (const URLError& error) {
+                ended_.emplace_back(place, error);
+            }
+        }
+    }
+
+    void start(std::size_t place, URLRequest request) {
+        if (reading_.deadline) {
+            request.timeoutIntervalForResource = reading_.deadline->rest();
+            if (reading_.deadline->rest().count() == 0)
+                throw URLError(URLErrorCode::cancelled, "there was no time left to ask for it");
+        }
+        const auto transfer =
+            std::make_shared<Transfer>(std::move(request), limits_, [this, place](TransferOutcome outcome) {
+                --inFlight_;
+                ended_.emplace_back(place, std::move(outcome));
+            });
+        TransferLoop& running = loop();
+        ++inFlight_;
+        running.add(transfer);
+    }
+
+    const ResourceReading reading_;
+    URLSessionConfiguration limits_ = URLSessionConfiguration::defaultSessionConfiguration();
+    std::deque<std::pair<std::size_t, URLRequest>> waiting_;
+    std::deque<std::pair<std::size_t, TransferOutcome>> ended_;
+    std::size_t inFlight_ = 0;
+};
+
+bool isOverHTTP(const URL& url) {
+    const std::string scheme = url.scheme();
+    return scheme == "http" || scheme == "https";
+}
+
+/// What is on this machine, or in the URL itself.
+ResourceOutcome readHere(const URL& url, std::size_t maximumSize) {
+    try {
+        if (url.scheme() == "file") return readFileURL(url, maximumSize);
+        if (url.scheme() == "data") return readDataURL(url, maximumSize);
+        return URLError(URLErrorCode::unsupportedURL, "the URL's scheme cannot be read");
+    } catch (const URLError& error) {
+        return error;
+    }
 }
 
 }  // namespace
 
 std::string readWholeResource(const URL& url, std::size_t maximumSize) {
-    const std::string scheme = url.scheme();
-    if (scheme == "http" || scheme == "https") return readOverHTTP(url, maximumSize);
-    if (scheme == "file") return readFileURL(url, maximumSize);
-    if (scheme == "data") return readDataURL(url, maximumSize);
-    throw URLError(URLErrorCode::unsupportedURL, "the URL's scheme cannot be read");
+    ResourceOutcome outcome = URLError(URLErrorCode::unknown, "the transfer did not end");
+    readWholeResources({url}, {.maximumSize = maximumSize},
+                       [&outcome](std::size_t, ResourceOutcome result) { outcome = std::move(result); });
+    if (const auto* error = std::get_if<URLError>(&outcome)) throw *error;
+    return std::get<std::string>(std::move(outcome));
+}
+
+void readWholeResources(const std::vector<URL>& urls, const ResourceReading& reading,
+                        const std::function<void(std::size_t place, ResourceOutcome outcome)>& receive) {
+    Transfers transfers(reading);
+    for (std::size_t place = 0; place < urls.size(); ++place) {
+        if (isOverHTTP(urls[place])) transfers.add(place, urls[place]);
+    }
+    for (std::size_t place = 0; place < urls.size(); ++place) {
+        if (!isOverHTTP(urls[place])) receive(place, readHere(urls[place], reading.maximumSize));
+    }
+    transfers.run(receive);
 }
 
 }  // namespace platform

@@ -138,6 +138,27 @@ TEST(ImageDecoding, ReadsShadesOfGrey) {
                  "with alpha");
 }
 
+/// A camera's note wherever a form has a place for it. `note` is a JPEG's.
+std::vector<std::pair<std::string, std::string>> withNote(const StraightBitmap& picture,
+                                                          const std::string& note) {
+    const std::string alone = note.substr(std::min<std::size_t>(note.size(), 6));
+    const std::string png = pngFile(picture);
+    constexpr std::size_t endChunk = 12;
+    const WebPFileOptions lossless = {.loss = WebPLoss::lossless, .exif = alone};
+    return {
+        {"JPEG ", jpegFile(picture, {.exif = note})},
+        {"PNG ", pngFile(picture, {.beside = pngChunk("eXIf", alone)})},
+        {"PNG, interlaced ",
+         pngFile(picture, {.interlaced = true, .beside = pngChunk("tEXt", "a") + pngChunk("eXIf", alone)})},
+        {"PNG, behind its pixels ",
+         png.substr(0, png.size() - endChunk) + pngChunk("eXIf", alone) + png.substr(png.size() - endChunk)},
+        {"WebP ", webpFile(picture, {.exif = alone})},
+        {"WebP without loss ", webpFile(picture, lossless)},
+        {"WebP with a JPEG's note ", webpFile(picture, {.exif = note})},
+        {"WebP, animated ", animatedWebPFile(picture.size, {{picture}, {picture}}, lossless)},
+    };
+}
+
 TEST(ImageDecoding, ShowsAPhotographUprightWhicheverWayTheCameraWasHeld) {
     struct Row {
         int orientation;
@@ -162,12 +183,13 @@ TEST(ImageDecoding, ShowsAPhotographUprightWhicheverWayTheCameraWasHeld) {
                 (byteOrder == ExifByteOrder::bigEndian ? "MM" : "II") + std::to_string(orientation);
             const std::string note =
                 orientationNote(orientation, {.byteOrder = byteOrder, .imageWidth = 640});
-            const std::string bytes = jpegFile(quarters(wide), {.exif = note});
-            ASSERT_TRUE(imageHeader(bytes)) << name;
-            EXPECT_EQ(imageHeader(bytes)->size, size) << name;
-            const auto bitmap = decodedImage(bytes, {size.width / 2, size.height / 2});
-            ASSERT_TRUE(bitmap) << name;
-            expectColors(*bitmap, shown, 6, name);
+            for (const auto& [form, bytes] : withNote(quarters(wide), note)) {
+                ASSERT_TRUE(imageHeader(bytes)) << form << name;
+                EXPECT_EQ(imageHeader(bytes)->size, size) << form << name;
+                const auto bitmap = decodedImage(bytes, {size.width / 2, size.height / 2});
+                ASSERT_TRUE(bitmap) << form << name;
+                expectColors(*bitmap, shown, 10, form + name);
+            }
         }
 }
 
@@ -175,9 +197,11 @@ TEST(ImageDecoding, TakesANoteThatBreaksOffForUpright) {
     const std::string note =
         orientationNote(6, {.byteOrder = ExifByteOrder::littleEndian, .imageWidth = 640});
     for (std::size_t length = 0; length < note.size() - 8; ++length) {
-        const auto header = imageHeader(jpegFile(quarters({16, 8}), {.exif = note.substr(0, length)}));
-        ASSERT_TRUE(header);
-        EXPECT_EQ(header->size, (PixelSize{16, 8})) << length;
+        for (const auto& [form, bytes] : withNote(quarters({16, 8}), note.substr(0, length))) {
+            const auto header = imageHeader(bytes);
+            ASSERT_TRUE(header) << form;
+            EXPECT_EQ(header->size, (PixelSize{16, 8})) << form << length;
+        }
     }
 }
 
@@ -218,6 +242,73 @@ TEST(ImageDecoding, LetsNoColourOutOfWhatIsTransparent) {
 TEST(ImageDecoding, TakesTheFirstFrameOfAnAnimation) {
     expectColors(*decodedImage(gifFile(quarters({20, 20}), {.frames = 3}), {20, 20}),
                  {red, green, blue, yellow}, 0, "");
+    const StraightBitmap grey = painted({20, 20}, [](int, int) { return Pixel{128, 128, 128}; });
+    for (const WebPLoss loss : {WebPLoss::lossy, WebPLoss::lossless}) {
+        const std::string file =
+            animatedWebPFile({20, 20}, {{quarters({20, 20})}, {grey}, {grey}}, {.loss = loss});
+        EXPECT_EQ(imageHeader(file), (ImageHeader{ImageFormat::webp, {20, 20}, ImageDecoding::whole}));
+        for (const int side : {10, 20, 40})
+            expectColors(*decodedImage(file, {side, side}), {red, green, blue, yellow}, 16, "WebP");
+        // What comes behind the first frame has no say.
+        EXPECT_EQ(decodedImage(file.substr(0, file.size() - 30), {20, 20}), decodedImage(file, {20, 20}));
+    }
+}
+
+TEST(ImageDecoding, LeavesTransparentWhereNoFrameOfAnAnimationLies) {
+    const StraightBitmap frame = painted({20, 10}, [](int, int) { return red; });
+    const std::string file = animatedWebPFile({40, 40}, {{frame, 20, 10}}, {.loss = WebPLoss::lossless});
+    for (const int side : {20, 40}) {
+        const auto bitmap = decodedImage(file, {side, side});
+        ASSERT_TRUE(bitmap);
+        const auto at = [&](int x, int y) { return bitmap->row(y * side / 8)[x * side / 8]; };
+        EXPECT_EQ(at(1, 3), 0u);
+        EXPECT_EQ(at(6, 0), 0u);
+        EXPECT_EQ(at(6, 6), 0u);
+        EXPECT_EQ(at(6, 3), 0xFFC81E14u);
+    }
+}
+
+TEST(ImageDecoding, TakesNoFrameThatIsNotOnItsCanvas) {
+    const auto file = [](PixelSize canvas, int left, int top) {
+        return animatedWebPFile(canvas, {{quarters({20, 10}), left, top}});
+    };
+    EXPECT_TRUE(imageHeader(file({24, 14}, 4, 4)));
+    for (const std::string& wrong : {file({24, 14}, 6, 4), file({24, 14}, 4, 6), file({10, 10}, 0, 0),
+                                     file({24, 14}, 1 << 24, 1 << 24), animatedWebPFile({20, 10}, {})}) {
+        EXPECT_FALSE(imageHeader(wrong));
+        EXPECT_FALSE(decodedImage(wrong, {10, 10}));
+    }
+    std::string lies = file({24, 14}, 0, 0);
+    lies[lies.find("ANMF") + 8 + 6] = 9;  // its width, where its pixels say 20
+    EXPECT_FALSE(imageHeader(lies));
+}
+
+TEST(ImageDecoding, ReadsAJPEGThatLacksOnlyItsEnd) {
+    const StraightBitmap picture = photograph({70, 40});
+    const JPEGFileOptions forms[] = {{},
+                                     {.progressive = true},
+                                     {.colors = JPEGColors::gray},
+                                     {.colors = JPEGColors::yccInks},
+                                     {.restartInterval = 2}};
+    for (const JPEGFileOptions& form : forms) {
+        const std::string bytes = jpegFile(picture, form);
+        const auto whole = decodedImage(bytes, {35, 20});
+        ASSERT_TRUE(whole);
+        for (const std::string& open : {bytes.substr(0, bytes.size() - 1), bytes.substr(0, bytes.size() - 2)})
+            EXPECT_EQ(decodedImage(open, {35, 20}), whole);
+        EXPECT_FALSE(decodedImage(bytes.substr(0, bytes.size() - 12), {35, 20}));
+    }
+    // Of arithmetic coding nobody can tell whether something is missing.
+    const std::string arithmetic = jpegFile(picture, {.arithmetic = true});
+    EXPECT_FALSE(decodedImage(arithmetic.substr(0, arithmetic.size() - 12), {35, 20}));
+}
+
+TEST(ImageDecoding, TakesNoJPEGWithoutItsEndWhoseScansAreNotAllThere) {
+    const std::string bytes = jpegFile(photograph({70, 40}), {.progressive = true});
+    for (auto scan = bytes.find("\xFF\xDA", bytes.find("\xFF\xDA") + 2); scan != std::string::npos;
+         scan = bytes.find("\xFF\xDA", scan + 2)) {
+        EXPECT_FALSE(decodedImage(bytes.substr(0, scan), {35, 20})) << scan;
+    }
 }
 
 TEST(ImageDecoding, UnpacksAGIFThatFillsItsTableOverAndOver) {

@@ -42,6 +42,12 @@ std::vector<File> smallFiles() {
         {"PNG, interlaced", pngFile(picture, {.bitDepth = 16, .interlaced = true})},
         {"WebP", webpFile(picture, {.loss = WebPLoss::lossy})},
         {"WebP without loss", webpFile(picture, {.loss = WebPLoss::lossless})},
+        {"PNG with a noted orientation",
+         pngFile(picture, {.beside = pngChunk("eXIf", orientationNote(6).substr(6))})},
+        {"WebP with a noted orientation", webpFile(picture, {.exif = orientationNote(6).substr(6)})},
+        {"WebP, animated", animatedWebPFile({30, 20}, {{picture, 2, 4}})},
+        {"WebP, animated without loss",
+         animatedWebPFile({24, 16}, {{picture}}, {.loss = WebPLoss::lossless})},
         {"GIF", gifFile(plain)},
         {"GIF, interlaced", gifFile(plain, {.interlaced = true})},
     };

@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <string>
 
 #include "drawing/Painters/DisplayListJSON.hpp"
@@ -161,6 +162,27 @@ TEST(PixelGrid, RoundsEdgesToTheNearestPixelSoThatWhatTouchedStillTouches) {
     EXPECT_THAT(lines(displayed(row, {100, 10}, 2)),
                 ElementsAre("rectangle white 0 0 10.5 10", "rectangle white 10.5 0 10 10",
                             "rectangle white 20.5 0 10.5 10"));
+}
+
+TEST(PixelGrid, DrawsEveryDividerOfADrawingAsThick) {
+    for (int quarters = 4; quarters <= 16; ++quarters) {
+        const double scale = quarters / 4.0;
+        std::vector<View> rows;
+        for (const double height : {10.0, 7.3, 8.1, 11.45, 9.9, 12.2, 10.6}) {
+            rows.push_back(box(20, height));
+            rows.push_back(divider(Color::primary()));
+        }
+        int dividers = 0;
+        for (const DisplayItem& item :
+             displayed(verticalStack({.spacing = 3}, rows), {100, 200}, scale).items) {
+            if (std::get<RectangleItem>(item.kind).color != Color::primary()) continue;
+            ++dividers;
+            EXPECT_NEAR(item.frame.size.height * scale, std::floor(scale + 0.5), 1e-9) << scale;
+            const double top = item.frame.top() * scale;
+            EXPECT_NEAR(top, std::round(top), 1e-9) << scale;
+        }
+        EXPECT_EQ(dividers, 7);
+    }
 }
 
 TEST(PixelGrid, NeverRoundsATextDown) {

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <regex>
+#include <set>
 
 #include "drawing/Image/Image.hpp"
 #include "drawing/Painters/CairoPainter.hpp"
@@ -292,8 +294,36 @@ TEST(SVGPainter, LeavesOutCharactersThatXMLHasNoPlaceFor) {
     const std::string document = svg(text("a\xEF\xBF\xBE"
                                           "b\xEF\xBF\xBF\x02")
                                          .font(TextStyle::footnote));
-    EXPECT_THAT(document, HasSubstr("<desc id=\"systemSmall-light-description\">a\xEF\xBF\xBD"
+    EXPECT_THAT(document, HasSubstr(">a\xEF\xBF\xBD"
                                     "b\xEF\xBF\xBD </desc>"));
+}
+
+/// What the document calls its parts, or those that it refers to.
+std::multiset<std::string> captured(const std::string& document, const char* pattern) {
+    const std::regex expression(pattern);
+    std::multiset<std::string> names;
+    for (std::sregex_iterator match(document.begin(), document.end(), expression), end; match != end; ++match)
+        names.insert((*match)[1]);
+    return names;
+}
+
+TEST(SVGPainter, SharesNoNameWithAnotherDrawingOfTheSamePage) {
+    const auto parts = [](const char* words) {
+        return svg(verticalStack({}, {text(words), linearGradient({Color::white(), Color::primary()}),
+                                      rectangle(Color::white()).clipped(4)}));
+    };
+    const std::string one = parts("One"), other = parts("Other");
+    EXPECT_EQ(one, parts("One")) << "the same drawing has the same bytes";
+    const auto names = captured(one, R"re( id="([^"]*)")re");
+    EXPECT_EQ(names.size(), 4u) << one;
+    EXPECT_EQ(std::set<std::string>(names.begin(), names.end()).size(), 4u);
+    for (const std::string& name : captured(other, R"re( id="([^"]*)")re")) EXPECT_EQ(names.count(name), 0u);
+    for (const std::string& name : captured(one, R"re(url\(#([^)]*)\))re"))
+        EXPECT_EQ(names.count(name), 1u) << name;
+    for (const std::string& name : names)
+        EXPECT_TRUE(std::regex_match(name, std::regex("drawing-[0-9a-f]{16}-[a-z]+[0-9]*"))) << name;
+    EXPECT_EQ(one.find('\x1A'), std::string::npos);
+    EXPECT_EQ(parts("\x1A").find('\x1A'), std::string::npos);
 }
 
 TEST(SVGPainter, MakesOnePathOfShapesOfOneColour) {

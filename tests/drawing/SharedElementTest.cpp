@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <map>
 
@@ -72,6 +73,43 @@ TEST(ProgressBar, CentresItsMarkersOnTheEnds) {
         const View view = ProgressBar{bar.progress, bar.height, Color::asset("BrandColor")}.body();
         EXPECT_THAT(lines(displayed(view, {bar.width, bar.height})), ElementsAreArray(bar.lines))
             << bar.progress << " of " << bar.width;
+    }
+}
+
+/// Pixels, which are whole.
+double pixels(double points, double scale) {
+    EXPECT_NEAR(points * scale, std::round(points * scale), 1e-9);
+    return std::round(points * scale);
+}
+
+const std::vector<double> scales = {1, 1.25, 1.5, 1.75, 2, 2.25, 2.5, 2.75, 3, 3.25, 3.5, 3.75, 4};
+
+TEST(ProgressBar, KeepsItsMarkersInTheMiddleOfItsTrackAtEveryScale) {
+    for (const double scale : scales) {
+        for (const double height : {3.0, 4.0}) {
+            for (const double above : {1.5, 2.0, 7.3, 10.25, 31.9}) {
+                SCOPED_TRACE(testing::Message() << scale << " " << height << " " << above);
+                const View bar = ProgressBar{0.37f, height, Color::primary()}.body().padding(
+                    {.top = above, .bottom = 20, .trailing = height});
+                const auto items = displayed(bar, {160, above + height + 20}, scale).items;
+                const Rect& track = items.at(0).frame;
+                const double thickness = pixels(track.size.height, scale);
+                EXPECT_EQ(thickness, std::floor(height * scale + 0.5));
+                for (const std::size_t bar : {0u, 2u}) {
+                    const Rect& line = items.at(bar).frame;
+                    const Rect& mark = items.at(bar + 1).frame;
+                    EXPECT_EQ(pixels(line.top(), scale), pixels(track.top(), scale));
+                    EXPECT_EQ(pixels(line.size.height, scale), thickness);
+                    EXPECT_EQ(pixels(mark.size.width, scale), pixels(mark.size.height, scale));
+                    EXPECT_EQ(pixels(line.top(), scale) - pixels(mark.top(), scale),
+                              pixels(mark.bottom(), scale) - pixels(line.bottom(), scale));
+                    const double before = pixels(line.right(), scale) - pixels(mark.left(), scale);
+                    EXPECT_NEAR(before, pixels(mark.size.width, scale) / 2, 0.5);
+                    EXPECT_LE(pixels(mark.right(), scale), 160 * scale);
+                    EXPECT_NEAR(mark.size.width, 2 * height, 2 / scale);
+                }
+            }
+        }
     }
 }
 
@@ -228,6 +266,26 @@ TEST(ScaledPictures, ReadsEachPictureOnceWhateverComesOfIt) {
     }
     EXPECT_EQ(pictures.picture(url("https://example.com/a"), 32)->size, (PixelSize{64, 64}));
     EXPECT_EQ(loader.reads, 2);
+}
+
+TEST(ScaledPictures, AreReadTogetherAtTheLargestSizeThatIsAskedFor) {
+    GivenBytes loader({{"https://example.com/a", png(200, 200)}});
+    ScaledPictures pictures(loader, 2);
+    const auto build = [&] {
+        EXPECT_EQ(pictures.picture(url("https://example.com/a"), 32), nullptr);
+        EXPECT_EQ(pictures.picture(url("https://example.com/b"), 32), nullptr);
+        EXPECT_EQ(pictures.picture(url("https://example.com/a"), 44), nullptr);
+        EXPECT_EQ(loader.reads, 0);
+    };
+    pictures.readTogether(build);
+    EXPECT_EQ(loader.reads, 2);
+    EXPECT_EQ(pictures.picture(url("https://example.com/a"), 44)->size, (PixelSize{88, 88}));
+    EXPECT_EQ(pictures.picture(url("https://example.com/a"), 32)->size, (PixelSize{64, 64}));
+    EXPECT_EQ(pictures.picture(url("https://example.com/b"), 32), nullptr);
+    EXPECT_EQ(loader.reads, 2);
+    // What nobody had asked for is read when it is asked for.
+    EXPECT_EQ(pictures.picture(url("https://example.com/c"), 32), nullptr);
+    EXPECT_EQ(loader.reads, 3);
 }
 
 TEST(Initial, IsTheFirstCharacterThatAReaderPerceives) {

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "host/protocol/EntryCoding.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "tests/host/Misbehaviour.hpp"
 
@@ -55,9 +56,10 @@ class ExtensionSessionTest : public Misbehaviour {
         }
     }
 
-    static asio::awaitable<std::string> drawing(ExtensionSession& session) {
+    static asio::awaitable<std::string> drawing(ExtensionSession& session,
+                                                widget::WidgetState state = widget::NoPackages()) {
         widget::DrawingRequest request = {
-            .entry = {.date = platform::Date::sinceReferenceDate(0), .widgetState = widget::NoPackages()},
+            .entry = {.date = platform::Date::sinceReferenceDate(0), .widgetState = std::move(state)},
             .family = platform::WidgetFamily::systemSmall};
         request.format = widget::DrawingFormat::tree;
         try {
@@ -65,6 +67,14 @@ class ExtensionSessionTest : public Misbehaviour {
         } catch (const ExtensionError& failure) {
             co_return failure.what();
         }
+    }
+
+    static widget::WidgetState withPicture() {
+        return entryFromValue(platform::JSONSerialization::JSONObjectWithData(
+                                  R"({"date":"2026-01-31T10:00:00.000Z","state":"loggedIn","packages":[)"
+                                  R"({"progress":0,"deepLinkingUrl":"a:b","shopImage":"https://a.example/p",)"
+                                  R"("shopName":"n","statusText":{"primary":"p"}}]})"))
+            .widgetState;
     }
 
     /// Goes on with `line` only where `mark` was not met before.
@@ -197,13 +207,64 @@ TEST_F(ExtensionSessionTest, StartsNoOftenerThanItsPolicyAllows) {
 TEST_F(ExtensionSessionTest, GivesADrawingItsBudgetAndNoMore) {
     auto limited = options();
     limited.drawingBudget = milliseconds(500);
-    limited.pictureBudget = milliseconds(200);
+    limited.extension.drawingLimit = milliseconds(200);
     limited.extension.farewellLimit = milliseconds(50);
     with("greet\nreceive\nsleep 3600000", limited, [](ExtensionSession& session) -> asio::awaitable<void> {
         EXPECT_EQ(co_await drawing(session), "the extension has not answered within 500 ms");
     });
     EXPECT_THAT(notices, ElementsAre("the extension has not answered within 200 ms; starting it again"));
     EXPECT_TRUE(eventually(isNothingLeft));
+}
+
+/// Prints what it is told of a drawing's pictures.
+const std::string drawsSlowly = "greet\nreceive\ntell pictureBudget\nsleep 300\ndraw {}\nrepeat";
+
+TEST_F(ExtensionSessionTest, OfACommandWaitsForPicturesOnce) {
+    auto limited = ExtensionSession::Options::forCommand(settings);
+    limited.pictureBudget = milliseconds(1000);
+    limited.onOutputLine = options().onOutputLine;
+    with(drawsSlowly, limited, [](ExtensionSession& session) -> asio::awaitable<void> {
+        for (int count = 0; count < 6; ++count) EXPECT_EQ(co_await drawing(session, withPicture()), "{}");
+        co_await session.end();
+    });
+    ASSERT_EQ(lines.size(), 6u);
+    EXPECT_EQ(lines[0], "1000");
+    EXPECT_LE(std::stoi(lines[1]), 700);
+    EXPECT_LE(std::stoi(lines[2]), 400);
+    EXPECT_EQ(lines[5], "0");
+}
+
+TEST_F(ExtensionSessionTest, TakesNothingFromPicturesForADrawingWithout) {
+    auto limited = ExtensionSession::Options::forCommand(settings);
+    limited.pictureBudget = milliseconds(1000);
+    limited.onOutputLine = options().onOutputLine;
+    with(drawsSlowly, limited, [](ExtensionSession& session) -> asio::awaitable<void> {
+        for (int count = 0; count < 2; ++count) EXPECT_EQ(co_await drawing(session), "{}");
+        co_await session.end();
+    });
+    EXPECT_THAT(lines, ElementsAre("1000", "1000"));
+}
+
+TEST_F(ExtensionSessionTest, WithoutAnEndGivesEveryDrawingTheWholeBudget) {
+    auto endless = options();
+    endless.pictureBudget = milliseconds(1000);
+    with(drawsSlowly, endless, [](ExtensionSession& session) -> asio::awaitable<void> {
+        for (int count = 0; count < 2; ++count) EXPECT_EQ(co_await drawing(session, withPicture()), "{}");
+        co_await session.end();
+    });
+    EXPECT_THAT(lines, ElementsAre("1000", "1000"));
+}
+
+TEST_F(ExtensionSessionTest, LeavesTimeForADrawingBesideItsPictures) {
+    auto limited = options();
+    limited.drawingBudget = milliseconds(2000);
+    limited.pictureBudget = milliseconds(2000);
+    with(drawsSlowly, limited, [](ExtensionSession& session) -> asio::awaitable<void> {
+        EXPECT_EQ(co_await drawing(session, withPicture()), "{}");
+        co_await session.end();
+    });
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_LE(std::stoi(lines[0]), 2000 * 16 / 25);
 }
 
 TEST_F(ExtensionSessionTest, LeavesNothingBehindWhenItIsDropped) {

@@ -10,6 +10,7 @@
 //     claim BODY DRAWING  sends the lengths of a frame that never comes
 //     bytes TEXT          sends bytes that are no frame
 //     print TEXT, complain TEXT   on standard output and standard error; \e, \a and \n are read as in C
+//     tell MEMBER         prints that member of the latest request, as JSON
 //     raise NUMBER, exit STATUS, sleep MILLISECONDS, ignore NUMBER (signals)
 //     note FILE           writes its process identifier there
 //     await FILE          goes on once there is such a file
@@ -109,11 +110,11 @@ class Actor {
             auto frame = receivedFrame();
             if (frame && frame->contains("protocol")) frame = receivedFrame();
             if (!frame) std::_Exit(0);
-            latest_ = frame->at("id");
+            latest_ = *frame;
         } else if (word == "answer" || word == "draw") {
             auto body =
                 word == "answer" ? JSONSerialization::JSONObjectWithData(rest).as_object() : json::object();
-            body["id"] = latest_;
+            body["id"] = latest_.at("id");
             send(body, word == "draw" ? rest : "");
         } else if (word == "send") {
             send(JSONSerialization::JSONObjectWithData(rest));
@@ -123,6 +124,9 @@ class Actor {
             write(lengths(body, attachment));
         } else if (word == "bytes") {
             write(unescaped(rest));
+        } else if (word == "tell") {
+            const auto* member = latest_.if_contains(rest);
+            obey("print " + (member ? JSONSerialization::dataWithJSONObject(*member) : "nothing"));
         } else {
             return false;
         }
@@ -160,7 +164,7 @@ class Actor {
         return true;
     }
 
-    json::value latest_;
+    json::object latest_;
 };
 
 }  // namespace

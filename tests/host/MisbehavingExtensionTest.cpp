@@ -93,12 +93,13 @@ TEST_F(MisbehavingExtension, IsGivenUpWhenItHangs) {
 
 TEST_F(MisbehavingExtension, IsGivenUpWhenItHangsWhileDrawing) {
     settings.answerLimit = milliseconds(1500);
+    settings.drawingLimit = milliseconds(60);
     settings.farewellLimit = milliseconds(200);
     for (const std::string behaviour :
          {"greet\nreceive\nraise 19", "greet\nreceive\nsleep 3600000", "raise 19"}) {
-        const auto result = draw(behaviour, milliseconds(100));
+        const auto result = draw(behaviour, milliseconds(40));
         EXPECT_EQ(result.status, 1) << behaviour;
-        EXPECT_EQ(result.errors, line("the extension has not answered within 100 ms; starting it again") +
+        EXPECT_EQ(result.errors, line("the extension has not answered within 60 ms; starting it again") +
                                      line("the extension has not answered within 2 s"));
         EXPECT_FALSE(std::filesystem::exists(path("drawing.json")));
         EXPECT_TRUE(eventually(isNothingLeft)) << behaviour;
@@ -106,14 +107,15 @@ TEST_F(MisbehavingExtension, IsGivenUpWhenItHangsWhileDrawing) {
 }
 
 TEST_F(MisbehavingExtension, IsSaidToHangOverPicturesOnlyWhereThereAreAny) {
+    settings.drawingLimit = milliseconds(60);
     settings.farewellLimit = milliseconds(200);
     const auto hangsOnce = [&](const std::string& mark) {
         return "greet\nreceive\nunless " + path(mark) + " sleep 3600000\ndraw {}";
     };
-    const auto without = draw(hangsOnce("first"), milliseconds(100), goodEntry);
+    const auto without = draw(hangsOnce("first"), milliseconds(40), goodEntry);
     EXPECT_EQ(without.status, 0);
-    EXPECT_EQ(without.errors, line("the extension has not answered within 100 ms; starting it again"));
-    const auto with = draw(hangsOnce("second"), milliseconds(100), entryWithPicture);
+    EXPECT_EQ(without.errors, line("the extension has not answered within 60 ms; starting it again"));
+    const auto with = draw(hangsOnce("second"), milliseconds(40), entryWithPicture);
     EXPECT_EQ(with.status, 0);
     EXPECT_EQ(with.errors, line("the extension has not answered within 100 ms, perhaps because of its "
                                 "pictures; drawing without them"));

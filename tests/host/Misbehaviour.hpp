@@ -56,6 +56,7 @@ class Misbehaviour : public testing::Test {
     /// No limit is ever met, unless a test sets one.
     ExtensionSettings settings = {.executable = executable(),
                                   .answerLimit = std::chrono::hours(1),
+                                  .drawingLimit = std::chrono::hours(1),
                                   .farewellLimit = std::chrono::seconds(20),
                                   .renewalLimit = std::chrono::hours(1)};
 };

@@ -3,6 +3,7 @@
 #include <fstream>
 
 #include "host/widget/DrawingCommand.hpp"
+#include "platform/URLSession/URLSession.hpp"
 #include "tests/host/Person.hpp"
 #include "tests/support/LoopbackServer.hpp"
 
@@ -34,12 +35,24 @@ class RenderCommand : public Person {
         return png.size() < 24 ? std::pair(0u, 0u) : std::pair(number(16), number(20));
     }
 
-    /// An entry of one package whose merchant picture is at `picture`.
-    static std::string entry(const std::string& picture) {
+    /// An entry of one package whose merchant picture is at `picture`, and that of its product, if any, at
+    /// `product`.
+    static std::string entry(const std::string& picture, const std::string& product = "") {
         return R"({"date":"2026-01-31T10:00:00.123Z","state":"loggedIn","packages":[{"deepLinkingUrl":"velaapp://order/1",)"
-               R"("productImage":null,"progress":0.6,"shopImage":")" +
+               R"("productImage":)" +
+               (product.empty() ? "null" : '"' + product + '"') + R"(,"progress":0.6,"shopImage":")" +
                picture +
                R"(","shopName":"Tea House","statusText":{"primary":"In transit","secondary":null}}]})";
+    }
+
+    /// One pixel.
+    static std::string png() {
+        const auto source = platform::URL::parse(
+            "data:image/png;base64,"
+            "iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAAAAAA6fptVAA"
+            "AACklEQVR4nGNoAAAAggCBd81ytgAAAABJRU5ErkJggg==");
+        const auto whole = platform::readWholeResource(source.value(), 1000);
+        return httpReply(200, whole);
     }
 };
 
@@ -115,15 +128,22 @@ TEST_F(RenderCommand, WritesSVGWithWordsAndLinks) {
 }
 
 TEST_F(RenderCommand, GivesPlaceholdersForPicturesThatNeverCome) {
-    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) { peer.stall(); });
-    folder.write("entry.json", entry(server.url("/picture.png").absoluteString()));
-    const auto result =
-        widget({"render", "--entry", path("entry.json"), "--picture-budget", "0.3", "--family", "all",
-                "--scheme", "all", "--format", "tree", "--output", path("pictures")});
+    const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        if (request.target() == "/never.png") peer.stall();
+        peer.send(png());
+    });
+    const std::string product = server.url("/product.png").absoluteString();
+    folder.write("entry.json", entry(server.url("/never.png").absoluteString(), product));
+    const auto result = widget({"render", "--entry", path("entry.json"), "--picture-budget", "2", "--family",
+                                "all", "--scheme", "all", "--format", "tree", "--output", path("pictures")});
     EXPECT_EQ(result.status, 0) << result.errors;
-    EXPECT_NE(result.errors.find("drawing without them"), std::string::npos);
-    EXPECT_EQ(server.requests().size(), 1u) << "every drawing waited anew";
-    EXPECT_NE(contents("pictures/systemSmall-dark.tree").find("\"text\":\"T\""), std::string::npos);
+    EXPECT_EQ(result.errors, "") << "another extension was started";
+    EXPECT_EQ(server.requests().size(), 2u) << "every drawing asked anew";
+    for (const auto* scheme : {"light", "dark"}) {
+        const auto large = contents(std::string("pictures/systemLarge-") + scheme + ".tree");
+        EXPECT_NE(large.find("\"text\":\"T\""), std::string::npos);
+        EXPECT_NE(large.find(product), std::string::npos) << large;
+    }
 }
 
 TEST_F(RenderCommand, GivesPlaceholdersForPicturesThatAreNone) {

@@ -1,3 +1,5 @@
+// SPDX-License-Identifier: Apache-2.0
+
 #include "host/widget/TerminalImage.hpp"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <filesystem>
+#include <mutex>
+#include <thread>
 
 #include "tests/platform/URLSessionFixture.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -12,6 +18,8 @@ namespace {
 using platform::testing::httpReply;
 using platform::testing::LoopbackServer;
 using platform::testing::ReceivedRequest;
+using ::testing::Each;
+using ::testing::ElementsAre;
 
 class WholeResource : public platform::testing::URLSessionTest {
   protected:
@@ -26,10 +34,27 @@ class WholeResource : public platform::testing::URLSessionTest {
     static std::string failed(URLErrorCode code) { return "error " + std::to_string(static_cast<int>(code)); }
     std::string fileURL(const std::string& name) { return "file://" + (folder.path() / name).string(); }
 
+    /// All of them, in their order, those of `server` by their paths.
+    static std::vector<std::string> readAll(const std::vector<URL>& urls, const ResourceReading& reading) {
+        std::vector<std::string> outcomes(urls.size(), "not received");
+        readWholeResources(urls, reading, [&](std::size_t place, ResourceOutcome outcome) {
+            EXPECT_EQ(outcomes[place], "not received") << place;
+            const auto* error = std::get_if<URLError>(&outcome);
+            outcomes[place] = error ? failed(error->code()) : std::get<std::string>(outcome);
+        });
+        return outcomes;
+    }
+    /// What belongs to this process: its open descriptors, or its threads.
+    static std::ptrdiff_t countIn(const char* folder) {
+        return std::distance(std::filesystem::directory_iterator(folder), {});
+    }
+
     const std::string unreadable = failed(URLErrorCode::cannotReadResource);
     const std::string tooLong = failed(URLErrorCode::dataLengthExceedsMaximum);
     platform::testing::TemporaryFolder folder;
 };
+
+using WholeResources = WholeResource;
 
 TEST_F(WholeResource, IsReadOverHTTPOnOneConnection) {
     const LoopbackServer server(httpReply(200, "picture"));
@@ -115,6 +140,102 @@ TEST_F(WholeResource, IsReadFromADataURL) {
         {"data:text/plain", unreadable},
     };
     for (const Row& row : rows) EXPECT_EQ(read(row.url), row.expected) << row.url;
+}
+
+TEST_F(WholeResources, AreReadAtTheSameTime) {
+    std::mutex mutex;
+    std::condition_variable changed;
+    int waiting = 0;
+    // Nobody is answered before all have asked.
+    const LoopbackServer server([&](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        std::unique_lock lock(mutex);
+        ++waiting;
+        changed.notify_all();
+        changed.wait_for(lock, std::chrono::seconds(20), [&] { return waiting == 4; });
+        peer.send(httpReply(200, request.target()));
+    });
+    EXPECT_THAT(readAll({server.url("/a"), server.url("/b"), server.url("/c"), server.url("/d")},
+                        {.maximumSize = 100}),
+                ElementsAre("/a", "/b", "/c", "/d"));
+}
+
+TEST_F(WholeResources, FailEachOnItsOwn) {
+    folder.write("file", "from a file");
+    const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        if (request.target() == "/never") peer.stall();
+        if (request.target() == "/dropped") return peer.close();
+        peer.send(httpReply(request.target() == "/missing" ? 404 : 200, request.target()));
+    });
+    const auto url = [](const std::string& text) { return URL::parse(text).value(); };
+    EXPECT_THAT(readAll({server.url("/never"), server.url("/good"), server.url("/missing"),
+                         server.url("/dropped"), server.url("/" + std::string(100, 'x')),
+                         url(fileURL("file")), url("data:,here"), url("velaapp://home_orders")},
+                        {.maximumSize = 100, .deadline = Deadline(std::chrono::milliseconds(1500))}),
+                ElementsAre(failed(URLErrorCode::timedOut), "/good", unreadable,
+                            failed(URLErrorCode::networkConnectionLost), tooLong, "from a file", "here",
+                            failed(URLErrorCode::unsupportedURL)));
+}
+
+TEST_F(WholeResources, WaitForTheirTurn) {
+    std::atomic<int> inFlight = 0;
+    std::atomic<int> most = 0;
+    const LoopbackServer server([&](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        const int now = ++inFlight;
+        int seen = most;
+        while (now > seen && !most.compare_exchange_weak(seen, now)) {
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        --inFlight;
+        peer.send(httpReply(200, request.target()));
+    });
+    std::vector<URL> urls;
+    for (int count = 0; count < 9; ++count) urls.push_back(server.url("/" + std::to_string(count)));
+    EXPECT_THAT(readAll(urls, {.maximumSize = 100, .atOnce = 3}),
+                ElementsAre("/0", "/1", "/2", "/3", "/4", "/5", "/6", "/7", "/8"));
+    EXPECT_LE(most, 3);
+}
+
+TEST_F(WholeResources, LeaveNothingOfATransferThatIsOverdue) {
+    std::mutex mutex;
+    std::condition_variable changed;
+    int gone = 0;
+    const LoopbackServer server([&](const ReceivedRequest&, LoopbackServer::Peer& peer) {
+        peer.stall();
+        const std::lock_guard lock(mutex);
+        ++gone;
+        changed.notify_all();
+    });
+    // What a thread keeps for all its transfers is there after the first.
+    (void)read("http://127.0.0.1:" + std::to_string(platform::testing::unusedPort()) + "/");
+    const auto descriptors = countIn("/proc/self/fd");
+    EXPECT_THAT(readAll({server.url("/a"), server.url("/b"), server.url("/c")},
+                        {.maximumSize = 100, .deadline = Deadline(std::chrono::milliseconds(300))}),
+                Each(failed(URLErrorCode::timedOut)));
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(20), [&] { return gone == 3; }))
+        << "their connections stayed open";
+    // The server's own ends close when it does.
+    EXPECT_LE(countIn("/proc/self/fd"), descriptors + 3);
+}
+
+TEST_F(WholeResources, AskNobodyWhereNoTimeIsLeft) {
+    const LoopbackServer server(httpReply(200, "late"));
+    EXPECT_THAT(readAll({server.url(), URL::parse("data:,here").value()},
+                        {.maximumSize = 100, .deadline = Deadline(std::chrono::milliseconds(0))}),
+                ElementsAre(failed(URLErrorCode::cancelled), "here"));
+    EXPECT_EQ(server.connections(), 0);
+}
+
+TEST_F(WholeResources, EndWithWhoeverReceivesThem) {
+    const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
+        if (request.target() == "/never") peer.stall();
+        peer.send(httpReply(200, request.target()));
+    });
+    const auto refuse = [](std::size_t, const ResourceOutcome&) { throw std::bad_alloc(); };
+    EXPECT_THROW(
+        readWholeResources({server.url("/never"), server.url("/good")}, {.maximumSize = 100}, refuse),
+        std::bad_alloc);
+    EXPECT_EQ(read(server.url("/next").absoluteString()), "/next");
 }
 
 }  // namespace
