@@ -17,17 +17,17 @@ View NoPackage::body() const {
     const platform::URL addDelivery = presentation::DeepLink::addDelivery();
 
     const View large =
-        prompt(colorScheme, View(),
+        prompt(colorScheme,
                {
                    words(Wording::nothingToTrack, TextStyle::title),
                    promptButton(Wording::addOrder, TextStyle::body).link(addDelivery).padding({.top = 12}),
                });
-    const View medium = prompt(colorScheme, View(),
-                               {
-                                   words(Wording::nothingToTrack, TextStyle::body),
-                                   promptButton(Wording::addOrder, TextStyle::subheadline).link(addDelivery),
-                               });
-    const View small = prompt(colorScheme, View(),
+    const View medium =
+        prompt(colorScheme, {
+                                words(Wording::nothingToTrack, TextStyle::body),
+                                promptButton(Wording::addOrder, TextStyle::subheadline).link(addDelivery),
+                            });
+    const View small = prompt(colorScheme,
                               {
                                   words(Wording::nothingToTrack, TextStyle::subheadline).lineLimit(2),
                                   promptButton(Wording::addOrder, TextStyle::footnote),

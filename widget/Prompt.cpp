@@ -23,9 +23,8 @@ View iconAndWords(const View& icon, double spacing, std::string_view words, int 
 
 }  // namespace
 
-View prompt(ColorScheme colorScheme, const View& besideLogo, std::vector<View> rows) {
-    const View header = horizontalStack({.spacing = 0}, {appLogo(colorScheme, 24), spacer(12), besideLogo});
-    rows.insert(rows.begin(), {header, spacer(4)});
+View prompt(ColorScheme colorScheme, std::vector<View> rows) {
+    rows.insert(rows.begin(), {appLogo(colorScheme, 24), spacer(4)});
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, rows)
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }

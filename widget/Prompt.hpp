@@ -10,10 +10,8 @@
 
 namespace widget {
 
-/// The logo at the top with something at the other end of its line, the rows at the bottom, at the leading
-/// edge.
-drawing::View prompt(drawing::ColorScheme colorScheme, const drawing::View& besideLogo,
-                     std::vector<drawing::View> rows);
+/// The logo at the top, the rows at the bottom, at the leading edge.
+drawing::View prompt(drawing::ColorScheme colorScheme, std::vector<drawing::View> rows);
 
 /// White words on the brand's colour, as wide as there is room.
 drawing::View promptButton(std::string_view title, drawing::TextStyle font);

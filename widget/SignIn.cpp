@@ -13,24 +13,22 @@ View SignIn::body() const {
     const auto words = [](std::string_view text, TextStyle font) {
         return StyledText{std::string(text), Color::primary(), FontWeight::medium, font}.body();
     };
-    const View caption = words(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(1);
-    const View large = prompt(colorScheme, caption,
-                              {
-                                  words(Wording::invitation, TextStyle::title),
-                                  words(Wording::whySignIn, TextStyle::body).padding({.top = 12}),
-                                  promptButton(Wording::signIn, TextStyle::body).padding({.top = 12}),
-                              });
-    const View medium = prompt(colorScheme, caption,
-                               {
-                                   words(Wording::invitation, TextStyle::body),
-                                   words(Wording::whySignIn, TextStyle::subheadline).padding({.top = 2}),
-                                   promptButton(Wording::signIn, TextStyle::subheadline),
-                               });
-    const View small = prompt(colorScheme, View(),
-                              {
-                                  words(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
-                                  promptButton(Wording::signIn, TextStyle::subheadline),
-                              });
+    // Each of the texts has its family: one beneath the other they say one thing three times.
+    const View large =
+        prompt(colorScheme, {
+                                words(Wording::invitation, TextStyle::title),
+                                words(Wording::signInToTheApp, TextStyle::body).padding({.top = 12}),
+                                promptButton(Wording::signIn, TextStyle::body).padding({.top = 12}),
+                            });
+    const View medium = prompt(colorScheme, {
+                                                words(Wording::whySignIn, TextStyle::body),
+                                                promptButton(Wording::signIn, TextStyle::subheadline),
+                                            });
+    const View small =
+        prompt(colorScheme, {
+                                words(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
+                                promptButton(Wording::signIn, TextStyle::subheadline),
+                            });
     switch (family) {
         case platform::WidgetFamily::systemLarge:
         case platform::WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
