@@ -13,8 +13,9 @@
 
 namespace widget {
 
-/// The part of its size down to which a line is set to show it whole.
-inline constexpr double tightest = 0.8;
+/// The part of its size down to which a line is set to show it whole: "Customs payment due" stands on one
+/// line of the small widget then.
+inline constexpr double tightest = 0.76;
 
 /// How the status lines may be set: into how many lines each may break, down to which part of its size, and
 /// whether an arrangement is passed over in which one of them would be cut.

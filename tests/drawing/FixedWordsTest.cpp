@@ -14,6 +14,7 @@
 #include "presentation/DeliveryStatusTable.hpp"
 #include "presentation/OrderStatusTable.hpp"
 #include "tests/drawing/SampleEntries.hpp"
+#include "widget/DrawingRequest.hpp"
 #include "widget/EntryDrawing.hpp"
 #include "widget/TrackingWidgetEntryView.hpp"
 
@@ -171,6 +172,46 @@ TEST(FixedWords, AreNeverCutAmongOtherPackages) {
             }
         }
     }
+}
+
+TEST(FixedWords, AreWholeInTheSmallestWidgetThatIsDrawn) {
+    for (const StatusPair& status : usualStatuses()) {
+        if (status.primary == longestLine) continue;
+        for (const platform::WidgetFamily family : families) {
+            const Size size = widget::DrawingRequest::smallestSize(family);
+            const DisplayList list = shown(entry({status.primary, std::nullopt}, 1, "sample:shop", true),
+                                           family, ColorScheme::light, size);
+            EXPECT_EQ(timesWhole(list, status.primary), 1) << status.primary << " in " << description(family);
+        }
+    }
+}
+
+TEST(Prompts, AreWholeInTheSmallestWidgetThatIsDrawn) {
+    for (const widget::WidgetState& state :
+         {widget::WidgetState(widget::NotLoggedIn{}), widget::WidgetState(widget::NoPackages{})}) {
+        for (const platform::WidgetFamily family : families) {
+            for (const bool isSmallest : {true, false}) {
+                const Size size =
+                    isSmallest ? widget::DrawingRequest::smallestSize(family) : widget::referenceSize(family);
+                const DisplayList list = shown(drawing_tests::entry(state), family, ColorScheme::light, size);
+                for (const DisplayItem& item : list.items) {
+                    const auto* text = std::get_if<TextItem>(&item.kind);
+                    if (text) {
+                        EXPECT_EQ(timesWhole(list, text->run.text), 1)
+                            << text->run.text << " in " << description(family);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(BrokenWords, EndInTheHyphenThatIsSeen) {
+    const TextRun word{"Donaudampfschifffahrtselektrizitätenhauptbetriebswerk"};
+    const std::vector<TextLine> lines = bundleFonts().lines(word, 120);
+    ASSERT_GT(lines.size(), 1U);
+    EXPECT_TRUE(lines.front().text.ends_with("‐")) << lines.front().text;
+    EXPECT_FALSE(lines.back().text.ends_with("‐"));
 }
 
 }  // namespace
