@@ -36,7 +36,7 @@ drawing::Size DrawingRequest::smallestSize(platform::WidgetFamily family) {
         case platform::WidgetFamily::systemSmall:
         case platform::WidgetFamily::systemExtraLarge:
         case platform::WidgetFamily::accessoryCircular:
-        case platform::WidgetFamily::other: return {158, 140};
+        case platform::WidgetFamily::other: return {158, 146};
     }
     return {};
 }

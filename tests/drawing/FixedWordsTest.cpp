@@ -98,8 +98,9 @@ const PangoTextMeasurer& bundleFonts() {
 
 DisplayList shown(const widget::SimpleEntry& entry, platform::WidgetFamily family, ColorScheme scheme,
                   std::optional<Size> size = std::nullopt) {
-    drawing_tests::SamplePictures loader;
-    widget::ScaledPictures pictures(loader, 1);
+    // Read once: they are the same in every drawing.
+    static drawing_tests::SamplePictures loader;
+    static widget::ScaledPictures pictures(loader, 1);
     const bool isAccessory = widget::referenceSize(family).height < 100;
     WidgetContainer container{family, scheme, size.value_or(widget::referenceSize(family))};
     container.contentMargin = isAccessory ? 0 : 16;
