@@ -60,7 +60,7 @@ View SmallPackage::body(const ViewEnvironment& environment) const {
     const bool isKnownByPicture = showsShopPicture(package, WidgetImageSize::large, environment);
     const Air beside = isKnownByPicture ? ample : scant;
     offer({Name::shown, Secondary::shown, beside}, onOneLine);
-    if (!isKnownByPicture) offer({Name::shown, Secondary::shown, beside}, onOneTightLine);
+    if (!isKnownByPicture) offer({Name::shown, Secondary::shown, beside}, {1, 1, tightest});
     const std::vector<StatusSetting> settings = statusSettings(status);
     offer({Name::left, Secondary::shown, ample}, onOneLine);
     offer({Name::left, Secondary::shown, ample}, settings.front());
