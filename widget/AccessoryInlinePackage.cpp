@@ -10,15 +10,13 @@ namespace widget {
 using namespace drawing;
 
 View AccessoryInlinePackage::body() const {
-    return horizontalStack({.spacing = 5},
-                           {
-                               inlineIcon(),
-                               text(package.statusText().primary)
-                                   .font(TextStyle::subheadline)
-                                   .lineLimit(1)
-                                   .minimumScaleFactor(tightest),
-                           })
-        .widgetURL(package.deepLinkingUrl());
+    const View primary = text(package.statusText().primary).lineLimit(1).minimumScaleFactor(tightest);
+    const View words = viewThatFits({
+        primary.font(TextStyle::subheadline).wantedWhole(),
+        primary.font(TextStyle::footnote).wantedWhole(),
+        primary.font(TextStyle::subheadline),
+    });
+    return horizontalStack({.spacing = 5}, {inlineIcon(), words}).widgetURL(package.deepLinkingUrl());
 }
 
 }  // namespace widget

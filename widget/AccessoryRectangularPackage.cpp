@@ -13,21 +13,23 @@ using namespace drawing;
 View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const {
     constexpr double barHeight = 3;
     const presentation::StatusPair status = package.statusText();
-    std::vector<View> rows = {
-        horizontalStack({.alignment = VerticalAlignment::top, .spacing = 6},
-                        {
-                            appIcon(environment.colorScheme).padding(EdgeInsets::vertical(2)),
-                            StyledText{status.primary, Color::primary(), std::nullopt, TextStyle::subheadline}
-                                .body()
-                                .lineLimit(status.secondary ? 1 : 2)
-                                .minimumScaleFactor(tightest),
-                        }),
+    const View icon = appIcon(environment.colorScheme).padding(EdgeInsets::vertical(2));
+    const View bar =
+        progressBar(package, environment.colorScheme, barHeight, Color::primary()).padding({.top = 4});
+    const View primary =
+        StyledText{status.primary, Color::primary(), std::nullopt, TextStyle::subheadline}.body();
+
+    const auto arrangement = [&](const StatusSetting& setting) {
+        std::vector<View> rows = {
+            horizontalStack({.alignment = VerticalAlignment::top, .spacing = 6},
+                            {icon, fitted(primary, setting.primaryLines, setting)}),
+        };
+        if (status.secondary) rows.push_back(secondaryLine(status, setting));
+        rows.push_back(bar);
+        return rowsThatFit({.alignment = Alignment::leading, .spacing = 2}, rows.size(),
+                           [rows](std::size_t index) { return rows[index]; });
     };
-    if (status.secondary) rows.push_back(footnote(*status.secondary));
-    rows.push_back(progressBar(package, barHeight, Color::primary()).padding({.top = 4}));
-    return rowsThatFit({.alignment = Alignment::leading, .spacing = 2}, rows.size(),
-                       [rows](std::size_t index) { return rows[index]; })
-        .widgetURL(package.deepLinkingUrl());
+    return statusThatFits(statusSettings(status), arrangement).widgetURL(package.deepLinkingUrl());
 }
 
 }  // namespace widget

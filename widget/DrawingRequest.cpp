@@ -29,6 +29,20 @@ std::string_view name(PictureReading reading) {
     return "";
 }
 
+drawing::Size DrawingRequest::smallestSize(platform::WidgetFamily family) {
+    switch (family) {
+        case platform::WidgetFamily::systemMedium: return {290, 120};
+        case platform::WidgetFamily::systemLarge: return {290, 140};
+        case platform::WidgetFamily::accessoryRectangular: return {146, 52};
+        case platform::WidgetFamily::accessoryInline: return {152, 20};
+        case platform::WidgetFamily::systemSmall:
+        case platform::WidgetFamily::systemExtraLarge:
+        case platform::WidgetFamily::accessoryCircular:
+        case platform::WidgetFamily::other: return {158, 146};
+    }
+    return {};
+}
+
 bool DrawingRequest::isWithinBounds(drawing::Size size, double scale) {
     const auto isUsable = [](double side) { return side >= 1 && side <= longestSide; };
     return isUsable(size.width) && isUsable(size.height) &&

@@ -2,6 +2,8 @@
 
 #include "widget/MediumPackage.hpp"
 
+#include <vector>
+
 #include "widget/AppIcon.hpp"
 #include "widget/PackageBody.hpp"
 
@@ -10,30 +12,24 @@ namespace widget {
 using namespace drawing;
 
 View MediumPackage::body(const ViewEnvironment& environment) const {
-    const View header =
-        horizontalStack({.alignment = VerticalAlignment::top, .spacing = 0},
-                        {
-                            horizontalStack({.spacing = 10},
-                                            {
-                                                shopPicture(package, WidgetImageSize::medium, environment),
-                                                footnote(package.shopName()),
-                                            }),
-                            spacer(10),
-                            appIcon(environment.colorScheme),
-                        });
-    const View status = horizontalStack({.alignment = VerticalAlignment::bottom, .spacing = 10},
-                                        {
-                                            statusLines(package, 2),
-                                            productPicture(package, WidgetImageSize::medium, environment),
-                                        });
-    const View bar = progressBar(package).padding({.top = 10});
-    const View low = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 10},
-                                     {packageRow(package, environment), appIcon(environment.colorScheme)});
-    return viewThatFits({
-                            verticalStack({.spacing = 0}, {header, spacer(), status, bar}),
-                            verticalStack({.spacing = 0}, {low, spacer(), bar}),
-                        })
-        .widgetURL(package.deepLinkingUrl());
+    const View icon = appIcon(environment.colorScheme);
+    const auto high = [&](const StatusSetting& setting) {
+        return mediumBody(package, environment, WidgetImageSize::medium, setting, icon);
+    };
+    const auto low = [&](const StatusSetting& setting) {
+        const View row = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 10},
+                                         {packageRow(package, environment, setting), icon});
+        const View bar = progressBar(package, environment.colorScheme).padding({.top = 10});
+        return verticalStack({.spacing = 0}, {row, spacer(), bar});
+    };
+
+    std::vector<View> choices;
+    for (const auto cut : {StatusSetting::Cut::never, StatusSetting::Cut::allowed}) {
+        const std::vector<StatusSetting> settings = statusSettings(package.statusText(), cut);
+        for (const StatusSetting& setting : settings) choices.push_back(high(setting));
+        for (const StatusSetting& setting : settings) choices.push_back(low(setting));
+    }
+    return viewThatFits(std::move(choices)).widgetURL(package.deepLinkingUrl());
 }
 
 }  // namespace widget

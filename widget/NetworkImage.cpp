@@ -22,14 +22,16 @@ View NetworkImage::body(ScaledPictures& pictures) const {
 
 // White reads well on the light value alone.
 View NetworkImage::placeholder() const {
-    return roundedRectangle(cornerRadius, Color::asset("TextTertiaryColor"))
-        .colorScheme(ColorScheme::light)
-        .frame({.width = imageSize, .height = imageSize})
-        .overlay(text(name)
-                     .font(TextStyle::headline)
-                     .foregroundColor(Color::white())
-                     .lineLimit(1)
-                     .padding(EdgeInsets::horizontal(4)));
+    const View ground = roundedRectangle(cornerRadius, Color::asset("TextTertiaryColor"))
+                            .colorScheme(ColorScheme::light)
+                            .frame({.width = imageSize, .height = imageSize});
+    if (name.empty() && !sign.empty())
+        return ground.overlay(image(sign).frame({.width = imageSize / 2, .height = imageSize / 2}));
+    return ground.overlay(text(name)
+                              .font(TextStyle::headline)
+                              .foregroundColor(Color::white())
+                              .lineLimit(1)
+                              .padding(EdgeInsets::horizontal(4)));
 }
 
 std::string initial(const std::string& shopName) {

@@ -23,6 +23,8 @@ struct NetworkImage {
     /// Written on the placeholder.
     std::string name;
     drawing::ContentMode contentMode = drawing::ContentMode::fit;
+    /// A drawing of the asset catalogue that stands on the placeholder where there is nothing to write.
+    std::string sign = "";
 
     /// Blocks while the picture is read.
     drawing::View body(ScaledPictures& pictures) const;

@@ -15,17 +15,17 @@ View NoPackage::body() const {
     const platform::URL addDelivery = presentation::DeepLink::addDelivery();
 
     const View large =
-        prompt(colorScheme, View(),
+        prompt(colorScheme,
                {
                    promptWords(Wording::nothingToTrack, TextStyle::title),
                    promptButton(Wording::addOrder, TextStyle::body).link(addDelivery).padding({.top = 12}),
                });
-    const View medium = prompt(colorScheme, View(),
-                               {
-                                   promptWords(Wording::nothingToTrack, TextStyle::body),
-                                   promptButton(Wording::addOrder, TextStyle::subheadline).link(addDelivery),
-                               });
-    const View small = prompt(colorScheme, View(),
+    const View medium =
+        prompt(colorScheme, {
+                                promptWords(Wording::nothingToTrack, TextStyle::body),
+                                promptButton(Wording::addOrder, TextStyle::subheadline).link(addDelivery),
+                            });
+    const View small = prompt(colorScheme,
                               {
                                   promptWords(Wording::nothingToTrack, TextStyle::subheadline).lineLimit(2),
                                   promptButton(Wording::addOrder, TextStyle::footnote),

@@ -13,35 +13,103 @@ using namespace drawing;
 
 namespace {
 
-/// On a white plate where it would vanish in the dark.
+/// What a mark needs behind it to be seen.
+std::optional<Color> plate(const Bitmap& bitmap, ColorScheme colorScheme) {
+    switch (strokes(bitmap)) {
+        case Strokes::dark:
+            if (colorScheme == ColorScheme::dark) return Color::white();
+            break;
+        case Strokes::white:
+            if (colorScheme == ColorScheme::light) return Color::sRGB(33, 33, 34);
+            break;
+        case Strokes::none: break;
+    }
+    return std::nullopt;
+}
+
 View visible(const NetworkImage& image, const ViewEnvironment& environment) {
     const View picture = image.body(environment.pictures);
-    if (environment.colorScheme == ColorScheme::light || !image.url) return picture;
-    const auto bitmap = environment.pictures.picture(*image.url, image.imageSize);
-    if (!bitmap || !isDrawnForLightGround(*bitmap)) return picture;
-    return picture.background(roundedRectangle(NetworkImage::cornerRadius, Color::white()));
+    const auto bitmap = image.url ? environment.pictures.picture(*image.url, image.imageSize) : nullptr;
+    const std::optional<Color> behind = bitmap ? plate(*bitmap, environment.colorScheme) : std::nullopt;
+    if (!behind) return picture;
+    return picture.background(roundedRectangle(NetworkImage::cornerRadius, *behind));
+}
+
+StyledText quiet(const std::string& words) {
+    return {words, Color::asset("TextTertiaryColor"), std::nullopt, TextStyle::footnote};
+}
+
+/// The ground itself, in the middle of its gradient.
+Color ground(ColorScheme colorScheme) {
+    switch (colorScheme) {
+        case ColorScheme::dark: return Color::sRGB(26, 26, 27);
+        case ColorScheme::light: return Color::white();
+    }
+    return Color::white();
+}
+
+/// Between the mark on the end of what is done and the rest of the track.
+View gap(double fraction, double height, ColorScheme colorScheme) {
+    constexpr double width = 2;
+    return geometryReader([=](Size offered) {
+        const double begin = offered.width * fraction + height;
+        if (begin + width > offered.width - height) return View();
+        return rectangle(ground(colorScheme)).frame({.width = width, .height = height}).offset({begin, 0});
+    });
 }
 
 }  // namespace
 
-View statusLines(const presentation::Package& package, int lines) {
-    const presentation::StatusPair status = package.statusText();
-    std::vector<View> rows = {
-        StyledText{status.primary, Color::primary(), FontWeight::medium, TextStyle::subheadline}
-            .body()
-            .lineLimit(lines)
-            .minimumScaleFactor(tightest)
-            .padding({.top = 4}),
+std::vector<StatusSetting> statusSettings(const presentation::StatusPair& status) {
+    using enum StatusSetting::Cut;
+    const int alone = status.secondary ? 1 : 2;
+    return {
+        {3, 2, 1, never},        {2, 1, tightest, never},   {1, 2, tightest, never},
+        {2, 2, tightest, never}, {2, 1, tightest, allowed}, {alone, 1, tightest, allowed},
     };
-    if (status.secondary) rows.push_back(footnote(*status.secondary).padding({.top = 4}));
+}
+
+std::vector<StatusSetting> statusSettings(const presentation::StatusPair& status, StatusSetting::Cut cut) {
+    std::vector<StatusSetting> settings = statusSettings(status);
+    std::erase_if(settings, [cut](const StatusSetting& setting) { return setting.cut != cut; });
+    return settings;
+}
+
+View statusThatFits(const std::vector<StatusSetting>& settings,
+                    const std::function<View(const StatusSetting&)>& arrangement) {
+    std::vector<View> choices;
+    for (const StatusSetting& setting : settings) choices.push_back(arrangement(setting));
+    return viewThatFits(std::move(choices));
+}
+
+View fitted(const View& text, int lines, const StatusSetting& setting) {
+    const View limited = text.lineLimit(lines).minimumScaleFactor(setting.leastScale);
+    return setting.cut == StatusSetting::Cut::never ? limited.wantedWhole() : limited;
+}
+
+View primaryLine(const presentation::StatusPair& status, const StatusSetting& setting) {
+    const StyledText words{status.primary, Color::primary(), FontWeight::medium, TextStyle::subheadline};
+    return fitted(words.body(), setting.primaryLines, setting);
+}
+
+View secondaryLine(const presentation::StatusPair& status, const StatusSetting& setting) {
+    if (!status.secondary) return View();
+    return fitted(quiet(*status.secondary).body(), setting.secondaryLines, setting);
+}
+
+View statusLines(const presentation::Package& package, const StatusSetting& setting) {
+    const presentation::StatusPair status = package.statusText();
+    std::vector<View> rows = {primaryLine(status, setting).padding({.top = 4})};
+    if (status.secondary) rows.push_back(secondaryLine(status, setting).padding({.top = 4}));
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, rows)
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
-View packageRow(const presentation::Package& package, const ViewEnvironment& environment) {
-    const int lines = package.statusText().secondary ? 1 : 2;
+View packageRow(const presentation::Package& package, const ViewEnvironment& environment,
+                const StatusSetting& setting, const View& besideName) {
+    const View name = horizontalStack({.spacing = 0}, {footnote(package.shopName()), spacer(6), besideName});
     const View words = verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
-                                     {footnote(package.shopName()), statusLines(package, lines)});
+                                     {name, statusLines(package, setting)});
     return horizontalStack({.spacing = 10}, {
                                                 shopPicture(package, WidgetImageSize::medium, environment),
                                                 words,
@@ -49,11 +117,31 @@ View packageRow(const presentation::Package& package, const ViewEnvironment& env
                                             });
 }
 
+View mediumBody(const presentation::Package& package, const ViewEnvironment& environment,
+                WidgetImageSize size, const StatusSetting& setting, const View& corner) {
+    const View merchant = horizontalStack({.spacing = 10}, {
+                                                               shopPicture(package, size, environment),
+                                                               footnote(package.shopName()),
+                                                           });
+    const View header =
+        horizontalStack({.alignment = VerticalAlignment::top, .spacing = 0}, {merchant, spacer(10), corner});
+    const View status = horizontalStack({.alignment = VerticalAlignment::bottom, .spacing = 10},
+                                        {
+                                            statusLines(package, setting),
+                                            productPicture(package, size, environment),
+                                        });
+    const View bar = progressBar(package, environment.colorScheme).padding({.top = 10});
+    return verticalStack({.spacing = 0}, {header, spacer(), status, bar});
+}
+
 View footnote(const std::string& words) {
-    return StyledText{words, Color::asset("TextTertiaryColor"), std::nullopt, TextStyle::footnote}
-        .body()
-        .lineLimit(1)
-        .minimumScaleFactor(tightest);
+    return quiet(words).body().lineLimit(1).minimumScaleFactor(tightest);
+}
+
+bool showsShopPicture(const presentation::Package& package, WidgetImageSize size,
+                      const ViewEnvironment& environment) {
+    const std::optional<platform::URL> url = package.shopImage();
+    return url && environment.pictures.picture(*url, points(size));
 }
 
 View shopPicture(const presentation::Package& package, WidgetImageSize size,
@@ -65,17 +153,20 @@ View productPicture(const presentation::Package& package, WidgetImageSize size,
                     const ViewEnvironment& environment) {
     const std::optional<platform::URL> url = package.productImage();
     if (!url) return View();
-    return visible({url, points(size), initial(package.shopName()), ContentMode::fill}, environment);
+    return visible({url, points(size), "", ContentMode::fill, "Parcel"}, environment);
 }
 
-View progressBar(const presentation::Package& package, double height, const Color& color) {
+View progressBar(const presentation::Package& package, ColorScheme colorScheme, double height,
+                 const Color& color) {
     const float progress = package.progress();
-    return ProgressBar{progress, height, color}.body().padding(
-        {.leading = progress > 0 ? 0 : height, .bottom = height / 2, .trailing = height});
+    return ProgressBar{progress, height, color}
+        .body()
+        .overlay(gap(progress, height, colorScheme))
+        .padding({.leading = progress > 0 ? 0 : height, .bottom = height / 2, .trailing = height});
 }
 
-View progressBar(const presentation::Package& package) {
-    return progressBar(package, 4, Color::asset("BrandColor"));
+View progressBar(const presentation::Package& package, ColorScheme colorScheme) {
+    return progressBar(package, colorScheme, 4, Color::asset("BrandColor"));
 }
 
 }  // namespace widget

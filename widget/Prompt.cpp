@@ -24,9 +24,8 @@ View promptWords(std::string_view words, TextStyle font) {
     return StyledText{std::string(words), Color::primary(), FontWeight::medium, font}.body();
 }
 
-View prompt(ColorScheme colorScheme, const View& besideLogo, std::vector<View> rows) {
-    const View header = horizontalStack({.spacing = 0}, {appLogo(colorScheme, 24), spacer(12), besideLogo});
-    rows.insert(rows.begin(), {header, spacer(4)});
+View prompt(ColorScheme colorScheme, std::vector<View> rows) {
+    rows.insert(rows.begin(), {appLogo(colorScheme, 24), spacer(4)});
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, rows)
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }

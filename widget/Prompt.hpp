@@ -12,10 +12,8 @@
 
 namespace widget {
 
-/// The logo at the top with something at the other end of its line, the rows at the bottom, at the leading
-/// edge.
-drawing::View prompt(drawing::ColorScheme colorScheme, const drawing::View& besideLogo,
-                     std::vector<drawing::View> rows);
+/// The logo at the top, the rows at the bottom, at the leading edge.
+drawing::View prompt(drawing::ColorScheme colorScheme, std::vector<drawing::View> rows);
 
 drawing::View promptWords(std::string_view words, drawing::TextStyle font);
 

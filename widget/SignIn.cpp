@@ -11,25 +11,22 @@ using namespace drawing;
 using presentation::Wording;
 
 View SignIn::body() const {
-    const View caption = promptWords(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(1);
-    const View large = prompt(colorScheme, caption,
-                              {
-                                  promptWords(Wording::invitation, TextStyle::title),
-                                  promptWords(Wording::whySignIn, TextStyle::body).padding({.top = 12}),
-                                  promptButton(Wording::signIn, TextStyle::body).padding({.top = 12}),
-                              });
-    const View medium =
-        prompt(colorScheme, caption,
-               {
-                   promptWords(Wording::invitation, TextStyle::body),
-                   promptWords(Wording::whySignIn, TextStyle::subheadline).padding({.top = 2}),
-                   promptButton(Wording::signIn, TextStyle::subheadline),
-               });
-    const View small = prompt(colorScheme, View(),
-                              {
-                                  promptWords(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
-                                  promptButton(Wording::signIn, TextStyle::subheadline),
-                              });
+    // Each of the texts has its family: one beneath the other they say one thing three times.
+    const View large =
+        prompt(colorScheme, {
+                                promptWords(Wording::invitation, TextStyle::title),
+                                promptWords(Wording::signInToTheApp, TextStyle::body).padding({.top = 12}),
+                                promptButton(Wording::signIn, TextStyle::body).padding({.top = 12}),
+                            });
+    const View medium = prompt(colorScheme, {
+                                                promptWords(Wording::whySignIn, TextStyle::body),
+                                                promptButton(Wording::signIn, TextStyle::subheadline),
+                                            });
+    const View small =
+        prompt(colorScheme, {
+                                promptWords(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
+                                promptButton(Wording::signIn, TextStyle::subheadline),
+                            });
     switch (family) {
         case platform::WidgetFamily::systemLarge:
         case platform::WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});

@@ -13,7 +13,8 @@ constexpr double lightness(double red, double green, double blue) {
     return 0.299 * red + 0.587 * green + 0.114 * blue;
 }
 
-/// Dark strokes on nothing, as most merchants' marks are.
-bool isDrawnForLightGround(const Bitmap& bitmap);
+/// What a picture is, of strokes on nothing: most merchants' marks are dark, some are white.
+enum class Strokes { none, dark, white };
+Strokes strokes(const Bitmap& bitmap);
 
 }  // namespace drawing

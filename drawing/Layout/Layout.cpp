@@ -88,7 +88,10 @@ class LayoutPass {
         const InheritedValues& inherited;
 
         Layout answer(Size size, std::vector<PlacedLayout> children = {}) const {
-            return {view, inherited, size, std::move(children)};
+            Layout answer{view, inherited, size, std::move(children)};
+            answer.cutsText = std::any_of(answer.children.begin(), answer.children.end(),
+                                          [](const PlacedLayout& child) { return child.layout->cutsText; });
+            return answer;
         }
     };
     struct Answer {
@@ -113,6 +116,7 @@ class LayoutPass {
         Layout answer = question.answer(setting.size);
         answer.lineLimit = setting.lineLimit;
         answer.textScale = setting.scale;
+        answer.cutsText = setting.isCut;
         return answer;
     }
 
@@ -199,10 +203,10 @@ class LayoutPass {
     Layout lay(const Question& question, const element::ViewThatFits& fitting) {
         const std::optional<double> room = question.proposal.height;
         for (const View& choice : fitting.choices) {
-            if (room && &choice != &fitting.choices.back()) {
+            if (&choice != &fitting.choices.back()) {
                 const LayoutPointer ideal =
                     layout(choice, {question.proposal.width, std::nullopt}, question.inherited);
-                if (ideal->size.height > *room + tolerance) continue;
+                if (ideal->cutsText || (room && ideal->size.height > *room + tolerance)) continue;
             }
             return around(question, choice);
         }

@@ -44,6 +44,8 @@ struct Layout {
     /// Of a text: its lines' limit after its height was chosen, and the part of its size at which it is set.
     int lineLimit = 0;
     double textScale = 1;
+    /// Whether a text in it that is wanted whole is not.
+    bool cutsText = false;
 };
 
 std::shared_ptr<const Layout> layout(const View& view, Proposal proposal, const TextMeasurer& measurer,

@@ -71,6 +71,7 @@ TextSetting setText(const std::string& words, const Proposal& proposal, const In
     TextRun run{words, style, inherited.fontWeight.value_or(font.weight), setting.lineLimit};
     if (width) run.scale = scaleThatFits(run, *width, inherited.minimumScaleFactor.value_or(1), measurer);
     setting.scale = run.scale;
+    setting.isCut = inherited.isWantedWhole.value_or(false) && width && !isShownWhole(run, *width, measurer);
     std::vector<TextLine> lines = measurer.lines(run, width);
     if (width && lines.size() > 1 && isShownWhole(run, *width, measurer)) {
         lines = measurer.lines(run, balancedWidth(run, *width, lines, measurer));

@@ -19,6 +19,8 @@ struct TextSetting {
     int lineLimit = 0;
     /// A part of the style's size.
     double scale = 1;
+    /// Whether it ends in an ellipsis though it is wanted whole.
+    bool isCut = false;
 };
 
 /// A text that does not fit is set smaller, within what it inherits, where that shows all of it; the lines of

@@ -17,6 +17,7 @@ namespace {
 
 constexpr const char* family = "Inter";
 constexpr std::string_view ellipsis = "…";
+constexpr std::string_view hyphen = "‐";
 /// No line of a widget shows more; setting a text costs time that grows with its length.
 constexpr std::size_t longestText = 2048;
 constexpr std::size_t mostRemembered = 256;
@@ -93,6 +94,15 @@ std::string presentable(std::string_view text) {
     return presentable;
 }
 
+/// Where a word is broken that is written with hyphens.
+bool endsWithHyphen(const PangoLayoutLine& line) {
+    for (const GSList* next = line.runs; next; next = next->next) {
+        const PangoItem& item = *static_cast<const PangoGlyphItem*>(next->data)->item;
+        if (item.analysis.flags & PANGO_ANALYSIS_FLAG_NEED_HYPHEN) return true;
+    }
+    return false;
+}
+
 /// The text of a line as it is seen.
 std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
     const auto begin = static_cast<std::size_t>(line.start_index);
@@ -107,6 +117,7 @@ std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
         if (to < end) visible += text.substr(to, end - to);
     }
     visible.erase(visible.find_last_not_of(' ') + 1);
+    if (endsWithHyphen(line)) visible += hyphen;
     return visible;
 }
 

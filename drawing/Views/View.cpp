@@ -12,6 +12,13 @@ View viewOf(Kind kind) {
     return View(Element{std::move(kind)});
 }
 
+/// What is not there keeps no distance from the others.
+std::vector<View> present(std::vector<View> views) {
+    std::erase_if(
+        views, [](const View& view) { return std::holds_alternative<element::Empty>(view.element().kind); });
+    return views;
+}
+
 }  // namespace
 
 InheritedValues InheritedValues::over(const InheritedValues& outer) const {
@@ -20,7 +27,8 @@ InheritedValues InheritedValues::over(const InheritedValues& outer) const {
             foregroundColor ? foregroundColor : outer.foregroundColor,
             lineLimit ? lineLimit : outer.lineLimit,
             minimumScaleFactor ? minimumScaleFactor : outer.minimumScaleFactor,
-            colorScheme ? colorScheme : outer.colorScheme};
+            colorScheme ? colorScheme : outer.colorScheme,
+            isWantedWhole ? isWantedWhole : outer.isWantedWhole};
 }
 
 View::View() : View(Element{element::Empty{}}) {}
@@ -71,6 +79,9 @@ View View::lineLimit(int lines) const {
 View View::minimumScaleFactor(double factor) const {
     return viewOf(element::Inheriting{*this, {.minimumScaleFactor = factor}});
 }
+View View::wantedWhole() const {
+    return viewOf(element::Inheriting{*this, {.isWantedWhole = true}});
+}
 View View::colorScheme(ColorScheme scheme) const {
     return viewOf(element::Inheriting{*this, {.colorScheme = scheme}});
 }
@@ -105,11 +116,11 @@ View spacer(double minimumLength) {
 
 View horizontalStack(HorizontalStack stack, std::vector<View> children) {
     return viewOf(element::Stack{Axis::horizontal, Alignment{.vertical = stack.alignment}, stack.spacing,
-                                 std::move(children)});
+                                 present(std::move(children))});
 }
 View verticalStack(VerticalStack stack, std::vector<View> children) {
     return viewOf(element::Stack{Axis::vertical, Alignment{.horizontal = stack.alignment}, stack.spacing,
-                                 std::move(children)});
+                                 present(std::move(children))});
 }
 View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row) {
     return viewOf(element::RowsThatFit{std::move(rows), count, std::move(row)});

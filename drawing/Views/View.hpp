@@ -103,6 +103,8 @@ class View {
     /// A text that does not fit as it is may be set smaller, down to this part of its size, where that shows
     /// all of it. Otherwise it keeps its size and ends in an ellipsis.
     View minimumScaleFactor(double factor) const;
+    /// `viewThatFits` passes over a choice in which such a text would be cut.
+    View wantedWhole() const;
     View colorScheme(ColorScheme scheme) const;
 
     const Element& element() const { return *element_; }
@@ -137,6 +139,7 @@ View divider(Color color);
 /// Takes the room that is left over in a stack.
 View spacer(double minimumLength = 0);
 
+/// Views that are nothing take no room in a stack, nor does the spacing beside them.
 struct HorizontalStack {
     VerticalAlignment alignment = VerticalAlignment::center;
     double spacing = 8;
@@ -162,7 +165,8 @@ struct RowsThatFit {
 };
 View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row);
 
-/// The first of the choices that is no higher than the height proposed, or the last.
+/// The first of the choices that is no higher than the height proposed and shows whole what is wanted whole,
+/// or the last.
 View viewThatFits(std::vector<View> choices);
 
 /// One on top of the other, the first at the back.

@@ -175,9 +175,31 @@ void writeDrawing(const std::filesystem::path& path, const std::string& bytes) {
     }
 }
 
+namespace {
+
+/// Why nothing is drawn at that size; nothing where it holds the words of every family.
+std::optional<std::string> refusalOf(drawing::Size size, std::vector<platform::WidgetFamily> families) {
+    if (families.empty())
+        families.assign(platform::allWidgetFamilies.begin(), platform::allWidgetFamilies.end());
+    for (const platform::WidgetFamily family : families) {
+        const drawing::Size least = DrawingRequest::smallestSize(family);
+        if (size.width >= least.width && size.height >= least.height) continue;
+        return std::string(platform::description(family)) + " needs at least " +
+               std::to_string(std::lround(least.width)) + "x" + std::to_string(std::lround(least.height)) +
+               " points to show its words";
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
 int DrawingCommand::run() const {
     if (size && !DrawingRequest::isWithinBounds(*size, scale)) {
         platform::printError("vela-widget", "that size at that scale is more than 16 million pixels");
+        return 2;
+    }
+    if (const std::optional<std::string> refusal = size ? refusalOf(*size, families) : std::nullopt) {
+        platform::printError("vela-widget", *refusal);
         return 2;
     }
     if (outputKind == OutputKind::folder && output == "-") {

@@ -20,6 +20,7 @@ namespace {
 constexpr const char* shop = "sample:shop";
 constexpr const char* wide = "sample:wide";
 constexpr const char* photo = "sample:photo";
+constexpr const char* white = "sample:white";
 
 std::uint32_t opaque(int red, int green, int blue) {
     return 0xFF000000u | static_cast<std::uint32_t>(red << 16 | green << 8 | blue);
@@ -49,6 +50,17 @@ Bitmap widePicture() {
     return bitmap;
 }
 
+/// White strokes on nothing: a mark drawn for a dark ground.
+Bitmap whitePicture() {
+    Bitmap bitmap = Bitmap::transparent({120, 120});
+    for (int y = 10; y < 110; ++y) {
+        for (int x = 10; x < 110; ++x) {
+            if ((x + y) / 20 % 2 == 0) bitmap.row(y)[x] = opaque(255, 255, 255);
+        }
+    }
+    return bitmap;
+}
+
 /// Soft hills, as a photograph might have them.
 Bitmap photoPicture() {
     Bitmap bitmap = Bitmap::transparent({400, 300});
@@ -67,6 +79,7 @@ std::optional<std::string> SamplePictures::read(const platform::URL& source) {
     const std::string& name = source.absoluteString();
     if (name == shop) return encodedPNG(shopPicture());
     if (name == wide) return encodedPNG(widePicture());
+    if (name == white) return encodedPNG(whitePicture());
     if (name == photo) return encodedPNG(photoPicture());
     return std::nullopt;
 }
@@ -181,6 +194,46 @@ std::vector<SampleEntry> sampleEntries() {
                             url(wide),
                             std::nullopt,
                             {"Order placed and being prepared", std::nullopt}}})},
+        {"Single", shown({{"Northwind Books",
+                           link,
+                           0.8f,
+                           url(shop),
+                           url(photo),
+                           {"Arriving tomorrow", "Between 2 and 4 PM"}}})},
+        {"Pair", shown({
+                     {"Lantern Lighting",
+                      link,
+                      0.4f,
+                      url(white),
+                      url("sample:none"),
+                      {"Partially ready to ship", "Standard shipping"}},
+                     {"Harbour & Sons",
+                      link,
+                      1.0f,
+                      url(wide),
+                      std::nullopt,
+                      {"Delivered", "Delivered on Dec 30, 2023"}},
+                 })},
+        {"FixedWords", shown({
+                           {"Meadow Tea",
+                            link,
+                            0.6f,
+                            url(shop),
+                            url(photo),
+                            {"Customs payment due", "Arriving tomorrow between 2 and 4 PM"}},
+                           {"Lantern Lighting",
+                            link,
+                            0.0f,
+                            url(wide),
+                            url(photo),
+                            {"Delivered", "Delivered on Dec 30, 2023"}},
+                           {"Northwind Books",
+                            link,
+                            0.4f,
+                            std::nullopt,
+                            url(photo),
+                            {"Partially ready to ship", "Refunded"}},
+                       })},
         {"NotLoggedIn", entry(NotLoggedIn{})},
         {"NoPackages", entry(NoPackages{})},
     };

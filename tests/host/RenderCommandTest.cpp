@@ -243,6 +243,14 @@ TEST_F(RenderCommand, NamesTheRangeOfANumberThatIsOutside) {
         }
 }
 
+TEST_F(RenderCommand, NamesTheSmallestSizeWhereTheWordsWouldNotFit) {
+    const auto refused = widget({"render", "--entry", "placeholder", "--family", "systemSmall", "--size",
+                                 "157x158", "--output", path("x")});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(refused.errors, "vela-widget: systemSmall needs at least 158x146 points to show its words\n");
+    EXPECT_FALSE(std::filesystem::exists(path("x")));
+}
+
 TEST_F(RenderCommand, NeedsAFolderForSeveralDrawingsAndANameForOne) {
     for (const auto& several : {std::vector<std::string>{"--family", "all"}, {"--scheme", "all"}}) {
         auto run = program("vela-widget", {"render", "--entry", "placeholder", "--output", "-"});

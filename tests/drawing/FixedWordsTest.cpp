@@ -1,0 +1,220 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The widget's own words are never cut: every status, with the longest dates and times that are usual, in
+// every family and scheme, in the fonts of the bundle.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "drawing/Layout/DisplayList.hpp"
+#include "drawing/Painters/PangoTextMeasurer.hpp"
+#include "presentation/DeliveryStatusTable.hpp"
+#include "presentation/OrderStatusTable.hpp"
+#include "tests/drawing/SampleEntries.hpp"
+#include "widget/DrawingRequest.hpp"
+#include "widget/EntryDrawing.hpp"
+#include "widget/TrackingWidgetEntryView.hpp"
+
+namespace {
+
+using namespace drawing;
+using presentation::StatusPair;
+using presentation::Wording;
+
+constexpr std::array families = {platform::WidgetFamily::systemSmall, platform::WidgetFamily::systemMedium,
+                                 platform::WidgetFamily::systemLarge,
+                                 platform::WidgetFamily::accessoryRectangular,
+                                 platform::WidgetFamily::accessoryInline};
+constexpr std::array bothSchemes = {ColorScheme::light, ColorScheme::dark};
+
+const std::string longestDate = "Delivered on Sep 30, 2023";
+const std::string longestTime = "Between 10 AM and 12 PM";
+const std::string longestDay = "Arriving Wednesday";
+const std::string longestLine = "Arriving Wednesday between 2 and 4 PM";
+
+void addOrders(std::vector<StatusPair>& pairs) {
+    using enum presentation::OrderSource;
+    std::vector<std::string> deliveryWords;
+    for (const auto& row : presentation::orderDeliveryTable) deliveryWords.emplace_back(row.word);
+    for (const auto& row : presentation::orderStatusTable) {
+        std::vector<std::string> primaries;
+        for (const auto source : row.primary) {
+            if (source == word) primaries.emplace_back(row.word);
+            if (source == inStorePurchase) primaries.emplace_back(Wording::inStorePurchase);
+            if (source == futureEta) primaries.push_back(longestDay);
+            if (source == deliveryWord)
+                primaries.insert(primaries.end(), deliveryWords.begin(), deliveryWords.end());
+        }
+        std::vector<std::optional<std::string>> secondaries = {std::nullopt};
+        for (const auto source : row.secondary) {
+            if (source == word) secondaries.emplace_back(row.word);
+            if (source == futureTime) secondaries.emplace_back(longestTime);
+            if (source == etaLine) secondaries.emplace_back(longestLine);
+            if (source == pastEta) secondaries.emplace_back(longestDay);
+            if (source == deliveredDay) secondaries.emplace_back(longestDate);
+            if (source == shipping) secondaries.emplace_back("Standard shipping");
+            if (source == location) secondaries.emplace_back("Customs cleared in Rotterdam");
+        }
+        for (const auto& primary : primaries) {
+            for (const auto& secondary : secondaries) pairs.push_back({primary, secondary});
+        }
+    }
+}
+
+void addDeliveries(std::vector<StatusPair>& pairs) {
+    for (const auto& row : presentation::deliveryStatusTable) {
+        pairs.push_back({std::string(row.word), std::nullopt});
+        pairs.push_back({std::string(row.word), longestDate});
+    }
+    pairs.push_back({std::string(Wording::deliveryDelayed), longestLine});
+    pairs.push_back({longestLine, std::nullopt});
+}
+
+std::vector<StatusPair> usualStatuses() {
+    std::vector<StatusPair> pairs;
+    addOrders(pairs);
+    addDeliveries(pairs);
+    return pairs;
+}
+
+widget::SimpleEntry entry(const StatusPair& status, std::size_t count, const char* shop, bool hasProduct) {
+    std::vector<presentation::StoredPackage::Values> values;
+    for (std::size_t index = 0; index < count; ++index) {
+        values.push_back({"Hearth & Field Furniture Makers", drawing_tests::url("velaapp://order/1"), 0.6F,
+                          drawing_tests::url(shop),
+                          hasProduct ? std::optional(drawing_tests::url("sample:photo")) : std::nullopt,
+                          status});
+    }
+    return drawing_tests::entry(widget::LoggedIn{drawing_tests::packages(std::move(values))});
+}
+
+const PangoTextMeasurer& bundleFonts() {
+    static const PangoTextMeasurer fonts{std::filesystem::path(FONTS_CONFIGURATION)};
+    return fonts;
+}
+
+DisplayList shown(const widget::SimpleEntry& entry, platform::WidgetFamily family, ColorScheme scheme,
+                  std::optional<Size> size = std::nullopt) {
+    // Read once: they are the same in every drawing.
+    static drawing_tests::SamplePictures loader;
+    static widget::ScaledPictures pictures(loader, 1);
+    const bool isAccessory = widget::referenceSize(family).height < 100;
+    WidgetContainer container{family, scheme, size.value_or(widget::referenceSize(family))};
+    container.contentMargin = isAccessory ? 0 : 16;
+    container.scale = 3;
+    return displayList(widget::TrackingWidgetEntryView{entry}.body({family, scheme, pictures}), container,
+                       bundleFonts());
+}
+
+std::string withoutBlanks(std::string text) {
+    std::erase(text, ' ');
+    return text;
+}
+
+bool isWhole(const DisplayItem& item, const TextItem& text) {
+    std::string seen;
+    double height = 0;
+    for (const TextLine& line : bundleFonts().lines(text.run, item.frame.size.width)) {
+        seen += line.text;
+        height += metrics(text.run.style).lineHeight;
+    }
+    return withoutBlanks(seen) == withoutBlanks(text.run.text) && height <= item.frame.size.height + 0.5;
+}
+
+bool isInside(const Rect& frame, const Rect& room) {
+    constexpr double pixel = 0.34;
+    return frame.left() >= room.left() - pixel && frame.right() <= room.right() + pixel &&
+           frame.top() >= room.top() - pixel && frame.bottom() <= room.bottom() + pixel;
+}
+
+/// How often the words stand there, whole; -1 where they are cut.
+int timesWhole(const DisplayList& list, const std::string& words) {
+    const double margin = widget::referenceSize(list.family).height < 100 ? 0 : 16;
+    int times = 0;
+    for (const DisplayItem& item : list.items) {
+        const auto* text = std::get_if<TextItem>(&item.kind);
+        if (!text || text->run.text != words) continue;
+        if (!isWhole(item, *text) || !isInside(item.frame, list.container.frame.insetBy(margin))) return -1;
+        ++times;
+    }
+    return times;
+}
+
+TEST(FixedWords, AreNeverCutInAnyFamilyOrScheme) {
+    for (const StatusPair& status : usualStatuses()) {
+        for (const platform::WidgetFamily family : families) {
+            for (const ColorScheme scheme : bothSchemes) {
+                for (const char* shop : {"sample:shop", "sample:none"}) {
+                    const std::string what = status.primary + " / " + status.secondary.value_or("") + " in " +
+                                             std::string(description(family)) + " " + shop;
+                    const DisplayList list = shown(entry(status, 1, shop, true), family, scheme);
+                    EXPECT_GE(timesWhole(list, status.primary), 1) << what;
+                    if (status.secondary && family != platform::WidgetFamily::accessoryInline) {
+                        EXPECT_GE(timesWhole(list, *status.secondary), 1) << what;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(FixedWords, AreNeverCutAmongOtherPackages) {
+    for (const StatusPair& status : usualStatuses()) {
+        for (const std::size_t count : {std::size_t{2}, std::size_t{3}, std::size_t{4}, std::size_t{10}}) {
+            const DisplayList list = shown(entry(status, count, "sample:shop", true),
+                                           platform::WidgetFamily::systemLarge, ColorScheme::light);
+            const int least = static_cast<int>(std::min<std::size_t>(count, 2));
+            EXPECT_GE(timesWhole(list, status.primary), least) << status.primary << " of " << count;
+            if (status.secondary) {
+                EXPECT_GE(timesWhole(list, *status.secondary), least) << *status.secondary;
+            }
+        }
+    }
+}
+
+TEST(FixedWords, AreWholeInTheSmallestWidgetThatIsDrawn) {
+    for (const StatusPair& status : usualStatuses()) {
+        if (status.primary == longestLine) continue;
+        for (const platform::WidgetFamily family : families) {
+            const Size size = widget::DrawingRequest::smallestSize(family);
+            const DisplayList list = shown(entry({status.primary, std::nullopt}, 1, "sample:shop", true),
+                                           family, ColorScheme::light, size);
+            EXPECT_EQ(timesWhole(list, status.primary), 1) << status.primary << " in " << description(family);
+        }
+    }
+}
+
+TEST(Prompts, AreWholeInTheSmallestWidgetThatIsDrawn) {
+    for (const widget::WidgetState& state :
+         {widget::WidgetState(widget::NotLoggedIn{}), widget::WidgetState(widget::NoPackages{})}) {
+        for (const platform::WidgetFamily family : families) {
+            for (const bool isSmallest : {true, false}) {
+                const Size size =
+                    isSmallest ? widget::DrawingRequest::smallestSize(family) : widget::referenceSize(family);
+                const DisplayList list = shown(drawing_tests::entry(state), family, ColorScheme::light, size);
+                for (const DisplayItem& item : list.items) {
+                    const auto* text = std::get_if<TextItem>(&item.kind);
+                    if (text) {
+                        EXPECT_EQ(timesWhole(list, text->run.text), 1)
+                            << text->run.text << " in " << description(family);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(BrokenWords, EndInTheHyphenThatIsSeen) {
+    const TextRun word{"Donaudampfschifffahrtselektrizitätenhauptbetriebswerk"};
+    const std::vector<TextLine> lines = bundleFonts().lines(word, 120);
+    ASSERT_GT(lines.size(), 1U);
+    EXPECT_TRUE(lines.front().text.ends_with("‐")) << lines.front().text;
+    EXPECT_FALSE(lines.back().text.ends_with("‐"));
+}
+
+}  // namespace
