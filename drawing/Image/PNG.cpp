@@ -59,7 +59,7 @@ class PictureChunks {
 };
 
 /// Noted in a chunk of its own, before the pixels or behind them (eXIf).
-Orientation orientationIn(std::string_view file) {
+Orientation orientationOfPNG(std::string_view file) {
     constexpr std::size_t signature = 8, around = 12;
     file.remove_prefix(std::min(file.size(), signature));
     while (file.size() >= around) {
@@ -156,14 +156,14 @@ std::optional<Bitmap> decodedByRows(PNGReader& reader, PixelSize wanted) {
 std::optional<ImageHeader> pngHeader(std::string_view bytes) {
     const PNGReader reader(bytes);
     if (!reader.hasHeader() || reader.rawBytes() > mostRawBytes) return {};
-    return ImageHeader{ImageFormat::png, oriented(reader.size(), orientationIn(bytes)),
+    return ImageHeader{ImageFormat::png, oriented(reader.size(), orientationOfPNG(bytes)),
                        reader.isInterlaced() ? ImageDecoding::whole : ImageDecoding::byRows};
 }
 
 std::optional<Bitmap> pngDecoded(std::string_view bytes, PixelSize wanted) {
     PNGReader reader(bytes);
     if (!reader.hasHeader() || !reader.startRows()) return {};
-    const Orientation orientation = orientationIn(bytes);
+    const Orientation orientation = orientationOfPNG(bytes);
     const PixelSize stored = oriented(wanted, orientation);
     auto bitmap = reader.isInterlaced() ? decodedByPasses(reader, stored) : decodedByRows(reader, stored);
     if (!bitmap) return {};

@@ -93,7 +93,7 @@ std::optional<Frame> firstFrame(std::string_view file, PixelSize canvas) {
     return isAsItSays && isOnCanvas ? std::optional(frame) : std::nullopt;
 }
 
-Orientation orientationIn(std::string_view file) {
+Orientation orientationOfWebP(std::string_view file) {
     for (Chunks chunks = Chunks::ofFile(file); !chunks.isAtEnd(); chunks.pass())
         if (chunks.type() == "EXIF") return notedOrientationInChunk(chunks.contents());
     return Orientation::upright;
@@ -113,7 +113,7 @@ std::optional<Canvas> canvasOf(std::string_view bytes) {
     const auto frame = features->has_animation ? firstFrame(bytes, size)
                                                : std::optional(Frame{bytes, Chunks::ofFile(bytes), size});
     if (!frame) return {};
-    return Canvas{size, *frame, orientationIn(bytes)};
+    return Canvas{size, *frame, orientationOfWebP(bytes)};
 }
 
 /// What libwebp allocates for the transparency of a picture with loss, `chunk` being an ALPH's contents.
