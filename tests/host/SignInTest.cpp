@@ -186,6 +186,7 @@ TEST_F(SignIn, OutlivesARenewedTokenThatNoRequestCanCarry) {
     EXPECT_EQ(pair(), "bad\n next-refresh");
     widget({"timeline"});
     EXPECT_EQ(pair(), "good good-refresh");
+    const std::lock_guard lock(mutex);
     ASSERT_EQ(bodies.size(), 2u);
     EXPECT_THAT(bodies[0], HasSubstr("old-refresh"));
     EXPECT_THAT(bodies[1], HasSubstr("next-refresh"));
