@@ -95,9 +95,9 @@ TEST(ProgressBar, KeepsItsMarkersInTheMiddleOfItsTrackAtEveryScale) {
                 const Rect& track = items.at(0).frame;
                 const double thickness = pixels(track.size.height, scale);
                 EXPECT_EQ(thickness, std::floor(height * scale + 0.5));
-                for (const std::size_t bar : {0u, 2u}) {
-                    const Rect& line = items.at(bar).frame;
-                    const Rect& mark = items.at(bar + 1).frame;
+                for (const std::size_t index : {0u, 2u}) {
+                    const Rect& line = items.at(index).frame;
+                    const Rect& mark = items.at(index + 1).frame;
                     EXPECT_EQ(pixels(line.top(), scale), pixels(track.top(), scale));
                     EXPECT_EQ(pixels(line.size.height, scale), thickness);
                     EXPECT_EQ(pixels(mark.size.width, scale), pixels(mark.size.height, scale));

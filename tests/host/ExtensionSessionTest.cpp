@@ -12,6 +12,7 @@
 
 #include "host/protocol/EntryCoding.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
 #include "tests/host/Misbehaviour.hpp"
 
 namespace host {

@@ -92,7 +92,7 @@ TEST_F(ServerConnectivityWire, CarriesThemAlongARedirectWithUserInformation) {
 
 TEST_F(ServerConnectivityWire, TakesNoCredentialAlongARedirectToAnotherServer) {
     const auto expectNoneElsewhere = [this](const std::string& credential) {
-        const LoopbackServer elsewhere(httpReply(200, emptyData));
+        const LoopbackServer elsewhere(httpReply(200, emptyReply));
         const LoopbackServer server(
             httpReply(302, "", {"Location: " + elsewhere.url("/graphql").absoluteString()}));
         EXPECT_EQ(sent("", query, server).back(), (Lines{contentType, accept, credential}));
