@@ -16,12 +16,12 @@
 #include "host/protocol/EntryCoding.hpp"
 #include "host/widget/DrawingCommand.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
+#include "host/widget/JSONLine.hpp"
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/CommandLine/CommandLine.hpp"
-#include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
 
@@ -30,11 +30,8 @@ namespace {
 using host::ExtensionRequest;
 using host::Message;
 
-/// Prints as a line of JSON with sorted keys.
 void print(const boost::json::object& object) {
-    const auto text =
-        platform::JSONSerialization::dataWithJSONObject(object, platform::JSONKeyOrder::ascendingBytes);
-    host::writeToStandardOutput(host::terminalSafeJSON(text) + "\n");
+    host::writeToStandardOutput(host::jsonLine(object));
 }
 
 void printDeclaration(const Message& message) {
