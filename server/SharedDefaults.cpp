@@ -2,6 +2,7 @@
 
 #include "server/SharedDefaults.hpp"
 
+#include "platform/Bundle/AppGroup.hpp"
 #include "platform/Bundle/Bundle.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -10,7 +11,6 @@ namespace server {
 
 namespace {
 
-constexpr const char* defaultSuiteName = "group.com.tervane.pontal.shared";
 constexpr const char* defaultBaseURL = VELA_ACCOUNT_SERVER_URL;
 
 std::unique_ptr<platform::UserDefaults> openedSuite() {
@@ -39,10 +39,7 @@ std::string SharedDefaults::serverURL() const {
 }
 
 std::string suiteName(const std::optional<boost::json::object>& infoDictionary) {
-    if (!infoDictionary) return defaultSuiteName;
-    const auto* group = infoDictionary->if_contains("GROUP_IDENTIFIER");
-    if (!group || !group->is_string()) return defaultSuiteName;
-    return std::string(group->get_string());
+    return platform::appGroup(infoDictionary);
 }
 
 const std::string& suiteName() {

@@ -5,9 +5,9 @@
 #include <atomic>
 #include <utility>
 
-#include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/EmbeddedItemStore.hpp"
 #include "platform/Security/KeychainLock.hpp"
+#include "platform/Security/PersonalKeychain.hpp"
 #include "platform/Security/SecretServiceItemStore.hpp"
 
 namespace platform {
@@ -31,16 +31,16 @@ class UnavailableItemStore : public KeychainStore {
 };
 
 std::unique_ptr<SecItemStore> personalStore() {
-    const std::string kind = environmentVariable("VELA_KEYCHAIN").value_or("embedded");
-    const auto home = dataHome();
-    if (kind == "secret-service")
-        return std::make_unique<SecretServiceItemStore>(home ? std::optional(*home / "vela" / "keychain.lock")
-                                                             : std::nullopt);
+    const auto kind = personalKeychainKind();
+    const auto file = personalKeychainFile();
+    if (kind == KeychainKind::secretService)
+        return std::make_unique<SecretServiceItemStore>(
+            file ? std::optional(std::filesystem::path(*file).replace_extension(".lock")) : std::nullopt);
     // A misspelt choice must not put secrets where they were not meant to be.
-    if (kind != "embedded" && !kind.empty())
+    if (!kind)
         return std::make_unique<UnavailableItemStore>(KeychainFailure{
             errSecNotAvailable, "VELA_KEYCHAIN names no keychain: it may be embedded or secret-service"});
-    if (home) return std::make_unique<EmbeddedItemStore>(*home / "vela" / "keychain.sqlite");
+    if (file) return std::make_unique<EmbeddedItemStore>(*file);
     return std::make_unique<UnavailableItemStore>(KeychainFailure{
         errSecIO, "there is no data folder for the keychain: neither XDG_DATA_HOME nor a home is known"});
 }

@@ -23,7 +23,7 @@
 namespace platform {
 namespace {
 
-constexpr const char* fileName = "preferences.json";
+constexpr const char* fileName = FileUserDefaults::fileName;
 // One name each suffices: whoever writes them holds the folder's lock, and removes what a killed writer left.
 constexpr const char* newFileName = ".preferences.json.new";
 constexpr const char* withdrawnFileName = ".preferences.json.withdrawn";

@@ -15,6 +15,7 @@ namespace platform {
 
 class FileUserDefaults : public UserDefaults {
   public:
+    static constexpr const char* fileName = "preferences.json";
     static constexpr std::size_t maximumFileSize = std::size_t{4} << 20;
 
     /// Throws UserDefaultsError for a folder that cannot be used; one that does not exist yet can.
