@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "drawing/Image/ColorScheme.hpp"
+#include "drawing/Views/Appearance.hpp"
 #include "drawing/Views/Geometry.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
 #include "widget/SimpleEntry.hpp"
@@ -37,6 +38,8 @@ struct DrawingRequest {
     SimpleEntry entry;
     platform::WidgetFamily family;
     drawing::ColorScheme colorScheme = drawing::ColorScheme::light;
+    /// Its direction is the extension's to choose, by the person's languages.
+    drawing::Appearance appearance = {};
     /// In points; absent is the family's own size.
     std::optional<drawing::Size> size = std::nullopt;
     /// Pixels to a point, 1 to 4.

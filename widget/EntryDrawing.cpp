@@ -156,7 +156,7 @@ std::string draw(const DrawingRequest& request, PictureLoader& loader) {
     const Measurers::Loan measurer(measurers());
     const auto laidOut = [&] {
         const View view =
-            TrackingWidgetEntryView{request.entry}.body({request.family, request.colorScheme, pictures});
+            TrackingWidgetEntryView{request.entry}.body({request.family, request.colorScheme, pictures, request.appearance});
         return displayList(view, container(request), *measurer);
     };
     // Which pictures are shown is known once the rows have their places, whether or not they have come.
