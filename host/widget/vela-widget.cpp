@@ -20,7 +20,8 @@
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
-#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/CommandLine/Command.hpp"
+#include "platform/CommandLine/Words.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
@@ -67,21 +68,21 @@ struct Options {
     }
 };
 
-void addEntryCommand(CLI::App& app, Options& options, const char* name, const char* description,
-                     ExtensionRequest::Kind kind, void (*present)(const Message&)) {
-    auto* command = app.add_subcommand(name, description);
-    command->add_option("--family", options.family, "The family the entry is for")
-        ->check(CLI::IsMember(platform::familyNames()))
-        ->capture_default_str();
-    command->footer(std::string("Example:\n  vela-widget ") + name + " --family systemSmall");
-    command->callback(
+void addEntryCommand(const platform::Command& app, Options& options, const char* name,
+                     const char* description, ExtensionRequest::Kind kind, void (*present)(const Message&)) {
+    const auto command = app.subcommand(name, description);
+    command.option("--family", options.family, "The family the entry is for")
+        .oneOf(platform::familyNames())
+        .showsDefault();
+    command.footer(std::string("Example:\n  vela-widget ") + name + " --family systemSmall");
+    command.action(
         [&options, kind, present] { run({.request = options.request(kind), .present = present}); });
 }
 
-void addDeclarationCommand(CLI::App& app, const Options& options) {
-    auto* command = app.add_subcommand("declaration", "Print what the widget declares to a host, as JSON");
-    command->footer("Example:\n  vela-widget declaration");
-    command->callback([&options] {
+void addDeclarationCommand(const platform::Command& app, const Options& options) {
+    const auto command = app.subcommand("declaration", "Print what the widget declares to a host, as JSON");
+    command.footer("Example:\n  vela-widget declaration");
+    command.action([&options] {
         run({.request = options.request(ExtensionRequest::Kind::declaration), .present = printDeclaration});
     });
 }
@@ -104,20 +105,20 @@ int showImage(const Options& options, const ShowOptions& show) {
     return command.run();
 }
 
-void addShowCommand(CLI::App& app, Options& options, ShowOptions& show) {
-    auto* command = app.add_subcommand("show", "Show the latest packages in the terminal");
-    auto* image = command->add_flag(
+void addShowCommand(const platform::Command& app, Options& options, ShowOptions& show) {
+    const auto command = app.subcommand("show", "Show the latest packages in the terminal");
+    const auto image = command.flag(
         "--image", show.image, "Show the widget itself: by sixels, kitty's or iTerm2's protocol, or symbols");
-    command->add_option("--family", options.family, "With --image: the family to draw")
-        ->check(CLI::IsMember(platform::familyNames()))
-        ->needs(image)
-        ->capture_default_str();
-    command->add_option("--scheme", show.scheme, "With --image: light or dark")
-        ->check(CLI::IsMember({"light", "dark"}))
-        ->needs(image)
-        ->capture_default_str();
-    command->footer("Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge");
-    command->callback([&options, &show] {
+    command.option("--family", options.family, "With --image: the family to draw")
+        .oneOf(platform::familyNames())
+        .needs(image)
+        .showsDefault();
+    command.option("--scheme", show.scheme, "With --image: light or dark")
+        .oneOf(std::vector<std::string>{"light", "dark"})
+        .needs(image)
+        .showsDefault();
+    command.footer("Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge");
+    command.action([&options, &show] {
         if (show.image) throw platform::ExitStatus(showImage(options, show));
         run({.request = options.request(ExtensionRequest::Kind::timeline),
              .present = showEntry,
@@ -180,52 +181,48 @@ host::DrawingCommand drawingCommand(const RenderOptions& options) {
     return command;
 }
 
-void addRenderCommand(CLI::App& app, RenderOptions& options) {
-    auto* command = app.add_subcommand("render", "Draw an entry as a picture");
+void addRenderCommand(const platform::Command& app, RenderOptions& options) {
+    const auto command = app.subcommand("render", "Draw an entry as a picture");
     auto families = platform::familyNames();
     families.emplace_back("all");
-    command->add_option("--family", options.family, "The family to draw, or all that the widget offers")
-        ->check(CLI::IsMember(families))
-        ->capture_default_str();
-    command->add_option("--scheme", options.scheme, "light, dark or all")
-        ->check(CLI::IsMember({"light", "dark", "all"}))
-        ->capture_default_str();
-    command->add_option("--scale", options.scale, "Pixels to a point, 1 to 4")
-        ->check(platform::numberWithin(1, 4))
-        ->capture_default_str();
-    command->add_option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
-        ->check(CLI::Validator(checkedSize, "WIDTHxHEIGHT"));
+    command.option("--family", options.family, "The family to draw, or all that the widget offers")
+        .oneOf(families)
+        .showsDefault();
+    command.option("--scheme", options.scheme, "light, dark or all")
+        .oneOf(std::vector<std::string>{"light", "dark", "all"})
+        .showsDefault();
+    command.option("--scale", options.scale, "Pixels to a point, 1 to 4").within(1.0, 4.0).showsDefault();
+    command.option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
+        .checked(checkedSize, "WIDTHxHEIGHT");
     command
-        ->add_option("--entry", options.entry,
-                     "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
-                     "a fresh snapshot where it is not given")
-        ->check(CLI::Validator(checkedEntry, ""));
-    command->add_option("--format", options.format, "png, svg, or tree: what is displayed, as JSON")
-        ->check(CLI::IsMember({"png", "svg", "tree"}))
-        ->capture_default_str();
+        .option("--entry", options.entry,
+                "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
+                "a fresh snapshot where it is not given")
+        .checked(checkedEntry, "");
+    command.option("--format", options.format, "png, svg, or tree: what is displayed, as JSON")
+        .oneOf(std::vector<std::string>{"png", "svg", "tree"})
+        .showsDefault();
+    command.option("--tint", options.tint, "The lock screen's colour for the accessory families, #RRGGBB")
+        .checked(checkedTint, "#RRGGBB");
     command
-        ->add_option("--tint", options.tint, "The lock screen's colour for the accessory families, #RRGGBB")
-        ->check(CLI::Validator(checkedTint, "#RRGGBB"));
+        .option("--picture-budget", options.pictureBudget,
+                "Seconds to wait for pictures, all drawings together; a placeholder stands for each that "
+                "has not come by then. 0.1 to 120: the command has 150 in all")
+        .within(0.1, 120.0)
+        .showsDefault();
     command
-        ->add_option(
-            "--picture-budget", options.pictureBudget,
-            "Seconds to wait for pictures, all drawings together; a placeholder stands for each that "
-            "has not come by then. 0.1 to 120: the command has 150 in all")
-        ->check(platform::numberWithin(0.1, 120))
-        ->capture_default_str();
-    command
-        ->add_option("--output", options.output,
-                     "The file to write, - for standard output; a folder where several are drawn")
-        ->check(CLI::Validator(checkedOutput, ""))
-        ->required();
-    command->footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
-    command->callback([&options] { throw platform::ExitStatus(drawingCommand(options).run()); });
+        .option("--output", options.output,
+                "The file to write, - for standard output; a folder where several are drawn")
+        .checked(checkedOutput, "")
+        .required();
+    command.footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
+    command.action([&options] { throw platform::ExitStatus(drawingCommand(options).run()); });
 }
 
 int runProgram(int count, const char* const* arguments) {
-    CLI::App app("Your latest parcels and orders, on every surface you look at.", "vela-widget");
-    app.set_version_flag("--version", VELA_VERSION);
-    app.require_subcommand(1);
+    platform::CommandLine app("vela-widget", "Your latest parcels and orders, on every surface you look at.",
+                              VELA_VERSION);
+    app.requireSubcommand();
     app.footer("Example:\n  vela-widget show");
 
     Options options;
@@ -240,11 +237,7 @@ int runProgram(int count, const char* const* arguments) {
     addShowCommand(app, options, showOptions);
     RenderOptions renderOptions;
     addRenderCommand(app, renderOptions);
-    const int status = platform::runCommandLine(app, count, arguments);
-    // What CLI11 prints, help and version, goes through the stream.
-    if (!std::cout.flush())
-        throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
-    return status;
+    return app.run(count, arguments);
 }
 
 }  // namespace

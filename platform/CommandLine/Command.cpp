@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/CommandLine/Command.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <iostream>
-#include <iterator>
-#include <numeric>
-#include <optional>
 #include <sstream>
 
+#include "platform/CommandLine/Words.hpp"
 #include "platform/Log/StandardError.hpp"
 
 namespace platform {
@@ -114,48 +113,6 @@ std::string complaint(const CLI::App& app, const CLI::ParseError& error,
     return app.get_name() + ": " + error.what();
 }
 
-/// The number of letters to add, remove, replace or swap with their neighbour (optimal string alignment).
-std::size_t distance(std::string_view first, std::string_view second) {
-    const std::size_t width = second.size() + 1;
-    std::vector<std::size_t> beforeLast(width), last(width), current(width);
-    std::iota(last.begin(), last.end(), 0);
-    for (std::size_t i = 1; i <= first.size(); ++i) {
-        current[0] = i;
-        for (std::size_t j = 1; j < width; ++j) {
-            const bool isSame = first[i - 1] == second[j - 1];
-            current[j] = std::min({last[j] + 1, current[j - 1] + 1, last[j - 1] + (isSame ? 0 : 1)});
-            const bool isSwapped =
-                i > 1 && j > 1 && first[i - 1] == second[j - 2] && first[i - 2] == second[j - 1];
-            if (isSwapped) current[j] = std::min(current[j], beforeLast[j - 2] + 1);
-        }
-        std::swap(beforeLast, last);
-        std::swap(last, current);
-    }
-    return last.back();
-}
-
-}  // namespace
-
-std::vector<std::string> familyNames() {
-    std::vector<std::string> names;
-    for (const auto family : allWidgetFamilies)
-        if (family != WidgetFamily::other) names.emplace_back(description(family));
-    return names;
-}
-
-std::optional<std::string> nearestWord(const std::string& word, const std::vector<std::string>& words) {
-    // A third of the letters wrong is a slip; more is another word.
-    std::size_t least = word.size() / 3 + 1;
-    std::optional<std::string> nearest;
-    for (const auto& candidate : words) {
-        const auto found = distance(word, candidate);
-        if (found >= least) continue;
-        least = found;
-        nearest = candidate;
-    }
-    return nearest;
-}
-
 CLI::Validator numberWithin(double least, double most) {
     // As CLI11 itself would write them, and people too.
     std::ostringstream range;
@@ -171,8 +128,6 @@ CLI::Validator numberWithin(double least, double most) {
     return {check, range.str()};
 }
 
-namespace {
-
 /// What was written must have been taken, help included.
 int statusOfOutput(const CLI::App& app) {
     if (std::cout.flush()) return 0;
@@ -182,23 +137,149 @@ int statusOfOutput(const CLI::App& app) {
 
 }  // namespace
 
-int runCommandLine(CLI::App& app, int count, const char* const* arguments,
-                   const std::string& confidentialCommand) {
+Option Option::required() const {
+    option_->required();
+    return *this;
+}
+Option Option::needs(const Option& other) const {
+    option_->needs(other.option_);
+    return *this;
+}
+Option Option::showsDefault() const {
+    option_->capture_default_str();
+    return *this;
+}
+Option Option::named(const std::string& value) const {
+    option_->type_name(value);
+    return *this;
+}
+Option Option::inGroup(const std::string& heading) const {
+    option_->group(heading);
+    return *this;
+}
+Option Option::oneOf(const std::vector<std::string>& words) const {
+    option_->check(CLI::IsMember(words));
+    return *this;
+}
+Option Option::oneOf(const std::vector<int>& numbers) const {
+    option_->check(CLI::IsMember(numbers));
+    return *this;
+}
+Option Option::within(double least, double most) const {
+    option_->check(numberWithin(least, most));
+    return *this;
+}
+Option Option::within(int least, int most) const {
+    option_->check(CLI::Range(least, most));
+    return *this;
+}
+Option Option::notNegative() const {
+    option_->check(CLI::NonNegativeNumber);
+    return *this;
+}
+Option Option::positive() const {
+    option_->check(CLI::PositiveNumber);
+    return *this;
+}
+Option Option::checked(Check check, const std::string& form) const {
+    const auto complaint = [check = std::move(check)](std::string& text) { return check(text); };
+    option_->check(CLI::Validator(complaint, form));
+    return *this;
+}
+
+Command Command::subcommand(const std::string& name, const std::string& description) const {
+    return Command(app_->add_subcommand(name, description));
+}
+void Command::requireSubcommand() const {
+    app_->require_subcommand(1);
+}
+void Command::footer(const std::string& text) const {
+    app_->footer(text);
+}
+void Command::action(std::function<void()> act) const {
+    app_->callback(std::move(act));
+}
+Option Command::option(const std::string& name, std::string& value, const std::string& description) const {
+    return Option(app_->add_option(name, value, description));
+}
+Option Command::option(const std::string& name, std::optional<std::string>& value,
+                       const std::string& description) const {
+    return Option(app_->add_option(name, value, description));
+}
+Option Command::option(const std::string& name, std::vector<std::string>& values,
+                       const std::string& description) const {
+    return Option(app_->add_option(name, values, description));
+}
+Option Command::option(const std::string& name, double& value, const std::string& description) const {
+    return Option(app_->add_option(name, value, description));
+}
+Option Command::option(const std::string& name, int& value, const std::string& description) const {
+    return Option(app_->add_option(name, value, description));
+}
+Option Command::option(const std::string& name, std::uint16_t& value, const std::string& description) const {
+    return Option(app_->add_option(name, value, description));
+}
+Option Command::option(const std::string& name, std::optional<int>& value,
+                       const std::string& description) const {
+    return Option(app_->add_option(name, value, description));
+}
+Option Command::flag(const std::string& name, bool& value, const std::string& description) const {
+    return Option(app_->add_flag(name, value, description));
+}
+Option Command::flag(const std::string& name, std::function<void()> given,
+                     const std::string& description) const {
+    return Option(app_->add_flag_callback(name, std::move(given), description));
+}
+Option Command::chosen(const std::string& name, const std::vector<std::string>& words,
+                       std::function<void(std::size_t)> choose, const std::string& description) const {
+    const auto place = [words](const std::string& word) {
+        return static_cast<std::size_t>(std::find(words.begin(), words.end(), word) - words.begin());
+    };
+    const auto take = [place, choose = std::move(choose)](const std::string& word) { choose(place(word)); };
+    std::string form;
+    for (const std::string& word : words) form += (form.empty() ? "" : "|") + word;
+    const auto complaint = [words, place, form](std::string& word) {
+        return place(word) < words.size() ? std::string() : "must be one of " + form;
+    };
+    return Option(app_->add_option_function<std::string>(name, take, description)
+                      ->type_name("ENUM")
+                      ->check(CLI::Validator(complaint, form)));
+}
+
+CommandLine::CommandLine(const std::string& program, const std::string& description,
+                         const std::string& version)
+    : CommandLine(std::make_unique<CLI::App>(description, program)) {
+    owned_->set_version_flag("--version", version);
+}
+CommandLine::CommandLine(std::unique_ptr<CLI::App> owned) : Command(owned.get()), owned_(std::move(owned)) {}
+CommandLine::~CommandLine() = default;
+
+void CommandLine::actionWithoutSubcommand(std::function<void()> act) {
+    owned_->final_callback([this, act = std::move(act)] {
+        if (owned_->get_subcommands().empty()) act();
+    });
+}
+
+int CommandLine::run(int count, const char* const* arguments, const std::string& confidentialCommand) {
     try {
-        app.parse(count, arguments);
-        return statusOfOutput(app);
+        owned_->parse(count, arguments);
+        return statusOfOutput(*owned_);
     } catch (const ExitStatus& status) {
         return status.value();
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
-            app.exit(error);
-            return statusOfOutput(app);
+            owned_->exit(error);
+            return statusOfOutput(*owned_);
         }
         const std::vector<std::string> words(arguments, arguments + count);
-        writeLineToStandardError(complaint(app, error, words, confidentialCommand));
+        writeLineToStandardError(complaint(*owned_, error, words, confidentialCommand));
         writeLineToStandardError("Run with --help for more information.");
         return 2;
     }
+}
+
+void refuseArgument(const std::string& name, const std::string& complaint) {
+    throw CLI::ValidationError(name, complaint);
 }
 
 }  // namespace platform
