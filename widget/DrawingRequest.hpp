@@ -32,6 +32,8 @@ struct DrawingRequest {
     static constexpr double mostPixels = 16e6;
     /// Whether a drawing of that size, in points, at that scale stays within the bounds.
     static bool isWithinBounds(drawing::Size size, double scale);
+    /// Whether it is "#RRGGBB".
+    static bool isTint(std::string_view text);
     /// In points: what holds the widget's own words whole, as a host that chooses sizes should grant.
     static drawing::Size smallestSize(platform::WidgetFamily family);
 

@@ -53,7 +53,8 @@ double scaleIn(const json::object& object) {
 
 std::optional<drawing::Size> sizeIn(const json::object& object, double scale) {
     const auto* member = object.if_contains("size");
-    if (!member || !member->is_object()) return std::nullopt;
+    if (!member) return std::nullopt;
+    if (!member->is_object()) throw ProtocolError("size must be an object");
     const auto& given = member->get_object();
     const drawing::Size size = {memberNumber(given, "width", 0), memberNumber(given, "height", 0)};
     if (!DrawingRequest::isWithinBounds(size, scale)) throw ProtocolError("size is out of bounds");
@@ -79,7 +80,9 @@ drawing::Appearance appearanceIn(const json::object& object) {
 
 std::optional<std::string> tintIn(const json::object& object) {
     if (!object.contains("tint")) return std::nullopt;
-    return std::string(memberText(object, "tint", ""));
+    const auto text = memberText(object, "tint", "");
+    if (!DrawingRequest::isTint(text)) throw ProtocolError("tint must be #RRGGBB");
+    return std::string(text);
 }
 
 }  // namespace

@@ -157,9 +157,7 @@ std::string checkedEntry(const std::string& text) {
 }
 
 std::string checkedTint(const std::string& text) {
-    const bool isTint = text.size() == 7 && text[0] == '#' &&
-                        text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
-    return isTint ? "" : "a tint is #RRGGBB";
+    return widget::DrawingRequest::isTint(text) ? "" : "a tint is #RRGGBB";
 }
 
 host::DrawingCommand drawingCommand(const RenderOptions& options) {

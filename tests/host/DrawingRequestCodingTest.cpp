@@ -57,4 +57,35 @@ TEST(DrawingRequestCoding, RefusesAnAppearanceThatIsNotKnown) {
     }
 }
 
+TEST(DrawingRequestCoding, RefusesAScaleThatNoScreenHas) {
+    for (const double scale : {0.0, 0.99, 4.01, -1.0}) {
+        auto object = host::drawingRequestObject(anyRequest());
+        object["scale"] = scale;
+        EXPECT_THROW(host::drawingRequestFromObject(object), host::ProtocolError) << scale;
+    }
+    for (const double scale : {1.0, 4.0}) {
+        auto object = host::drawingRequestObject(anyRequest());
+        object["scale"] = scale;
+        EXPECT_EQ(host::drawingRequestFromObject(object).scale, scale);
+    }
+}
+
+TEST(DrawingRequestCoding, RefusesASizeThatIsNone) {
+    for (const boost::json::value& size :
+         {boost::json::value("338x158"), boost::json::value(7), boost::json::value(boost::json::object()),
+          boost::json::value({{"width", 338}, {"height", 1e9}})}) {
+        auto object = host::drawingRequestObject(anyRequest());
+        object["size"] = size;
+        EXPECT_THROW(host::drawingRequestFromObject(object), host::ProtocolError) << size;
+    }
+}
+
+TEST(DrawingRequestCoding, RefusesATintThatIsNoColour) {
+    for (const auto* tint : {"", "red", "#12345", "#GGGGGG", "#1234567"}) {
+        auto object = host::drawingRequestObject(anyRequest());
+        object["tint"] = tint;
+        EXPECT_THROW(host::drawingRequestFromObject(object), host::ProtocolError) << tint;
+    }
+}
+
 }  // namespace
