@@ -4,9 +4,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <iostream>
 #include <sstream>
+#include <system_error>
 
 #include "platform/CommandLine/Words.hpp"
 #include "platform/Log/StandardError.hpp"
@@ -131,7 +133,8 @@ CLI::Validator numberWithin(double least, double most) {
 /// What was written must have been taken, help included.
 int statusOfOutput(const CLI::App& app) {
     if (std::cout.flush()) return 0;
-    writeLineToStandardError(app.get_name() + ": cannot write to standard output");
+    const std::string why = std::generic_category().message(errno);
+    writeLineToStandardError(app.get_name() + ": cannot write to standard output: " + why);
     return 1;
 }
 
