@@ -43,6 +43,11 @@ drawing::Size DrawingRequest::smallestSize(platform::WidgetFamily family) {
     return {};
 }
 
+bool DrawingRequest::isTint(std::string_view text) {
+    return text.size() == 7 && text.front() == '#' &&
+           text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string_view::npos;
+}
+
 bool DrawingRequest::isWithinBounds(drawing::Size size, double scale) {
     const auto isUsable = [](double side) { return side >= 1 && side <= longestSide; };
     return isUsable(size.width) && isUsable(size.height) &&
