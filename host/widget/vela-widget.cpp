@@ -14,18 +14,22 @@
 #include <system_error>
 
 #include "host/protocol/EntryCoding.hpp"
+#include "host/widget/Bar/BarCommand.hpp"
 #include "host/widget/DrawingCommand.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/Live/RunCommand.hpp"
 #include "host/widget/OneShotHost.hpp"
+#include "host/widget/Readers/LinkOpener.hpp"
 #include "host/widget/Readers/ShowLive.hpp"
+#include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/CommandLine/Words.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/LinuxSystemEvents.hpp"
@@ -92,6 +96,7 @@ void addDeclarationCommand(const platform::Command& app, const Options& options)
 struct ShowOptions {
     bool image = false;
     bool live = false;
+    bool follow = false;
     std::string scheme = "dark";
 };
 
@@ -121,11 +126,15 @@ void addShowCommand(const platform::Command& app, Options& options, ShowOptions&
         .needs(image)
         .showsDefault();
     command.flag("--live", show.live, "Show what the live host has, and start it where none runs");
+    command.flag("--follow", show.follow,
+                 "Show it until you quit, kept current in place; without a terminal, at every change");
     command.footer(
         "Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge\n  vela-widget show "
-        "--live");
+        "--follow");
     command.action([&options, &show] {
         if (show.live && show.image) platform::refuseArgument("--live", "excludes --image");
+        if (show.follow && show.image) platform::refuseArgument("--follow", "excludes --image");
+        if (show.follow) throw platform::ExitStatus(host::showFollow());
         if (show.live)
             throw platform::ExitStatus(host::showLive(host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
         if (show.image) throw platform::ExitStatus(showImage(options, show));
@@ -283,9 +292,51 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
         .option("--idle-exit", options.idleExit,
                 "End after so many seconds without readers, 1 to 86400; without it, never")
         .within(1.0, 86'400.0);
-    command.footer(
-        "Example:\n  vela-widget run --output ~/.cache/widget --family systemMedium --scheme all");
+    command.footer("Example:\n  vela-widget run --output ~/.cache/widget --family systemMedium --scheme all");
     command.action([&options] { throw platform::ExitStatus(runCommand(options).run()); });
+}
+
+struct BarOptions {
+    host::BarStyle style;
+    int columns = static_cast<int>(host::BarStyle().columns);
+    bool follow = false;
+    bool next = false;
+    bool previous = false;
+    bool open = false;
+};
+
+host::BarCommand barCommand(const BarOptions& options) {
+    using Action = host::BarCommand::Action;
+    if (options.follow + options.next + options.previous + options.open > 1)
+        platform::refuseArgument("bar", "does one of --follow, --next, --previous and --open at a time");
+    if (options.style.isJSON && options.style.format != host::BarFormat::i3blocks)
+        platform::refuseArgument("--json", "is for --format i3blocks");
+    host::BarCommand command = {.style = options.style};
+    const auto programs = platform::executablePath().parent_path();
+    command.style.columns = static_cast<std::size_t>(options.columns);
+    command.style.companion = host::companionProgram().string();
+    command.style.widget = (programs / "vela-widget").string();
+    if (options.follow) command.action = Action::follow;
+    if (options.next) command.action = Action::next;
+    if (options.previous) command.action = Action::previous;
+    if (options.open) command.action = Action::open;
+    return command;
+}
+
+void addBarCommand(const platform::Command& app, BarOptions& options) {
+    const auto command = app.subcommand("bar", "Print what the live host has for a status bar");
+    command.choice("--format", options.style.format, host::barFormats,
+                   "Which bar reads it; plain by default");
+    command.flag("--json", options.style.isJSON, "With --format i3blocks: for a block of format=json");
+    command.option("--max-length", options.columns, "Columns of the text, 4 to 1000")
+        .within(4, 1000)
+        .showsDefault();
+    command.flag("--follow", options.follow, "A line at every change, until nobody reads on");
+    command.flag("--next", options.next, "For the wheel: put the next package into the bars");
+    command.flag("--previous", options.previous, "The one before");
+    command.flag("--open", options.open, "For a click: open the package in the bars");
+    command.footer("Example:\n  vela-widget bar --format waybar --follow\n  vela-widget bar --next");
+    command.action([&options] { throw platform::ExitStatus(barCommand(options).run()); });
 }
 
 void addReloadCommand(const platform::Command& app) {
@@ -315,6 +366,8 @@ int runProgram(int count, const char* const* arguments) {
     RunOptions runOptions;
     addRunCommand(app, runOptions);
     addReloadCommand(app);
+    BarOptions barOptions;
+    addBarCommand(app, barOptions);
     return app.run(count, arguments);
 }
 

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// Starts programs that live on without whoever started them: in a session of their own, without a terminal,
+// and with nothing else of their starter's but the environment.
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// `arguments` begin with the program's name. A child of this process, which has to wait for it. Throws
+/// std::system_error.
+pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments);
+
+}  // namespace host
