@@ -22,6 +22,7 @@
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Readers/LinkOpener.hpp"
 #include "host/widget/Readers/ShowLive.hpp"
+#include "host/widget/SignedOutReason.hpp"
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalText.hpp"
@@ -57,9 +58,10 @@ void printTimeline(const Message& message) {
 }
 
 void showEntry(const Message& message) {
-    const auto timeline = host::timelineIn(message);
-    host::writeToStandardOutput(
-        host::terminalView(timeline.entries.front(), host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
+    const auto entry = host::timelineIn(message).entries.front();
+    host::writeToStandardOutput(host::terminalView(entry, host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
+    const auto reason = host::whySignedOut(entry, host::outcomeIn(message));
+    if (!reason.empty()) platform::printError("vela-widget", reason);
 }
 
 [[noreturn]] void run(const host::OneShotRequest& request) {

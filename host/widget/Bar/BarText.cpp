@@ -6,8 +6,8 @@
 #include <array>
 #include <utility>
 
+#include "host/widget/Readers/PackageLine.hpp"
 #include "host/widget/TerminalText.hpp"
-#include "platform/Text/Text.hpp"
 #include "presentation/Wording.hpp"
 
 namespace host {
@@ -111,17 +111,13 @@ std::string shortBarText(const BarContent& content, std::size_t columns) {
 }
 
 std::string barText(const BarContent& content, std::size_t columns, BarDirections directions) {
-    constexpr std::string_view between = ": ";
-    constexpr std::size_t shortestName = 4;
     const auto fence = [&](const std::string& text) {
         return directions == BarDirections::isolated ? isolated(text) : text;
     };
-    const auto status = shortBarText(content, columns);
     const auto* package = content.shownPackage();
-    const auto taken = platform::terminalColumns(status) + between.size();
-    if (!package || package->name.empty() || package->primary.empty() || taken + shortestName > columns)
-        return fence(status);
-    return fence(fittedToColumns(package->name, columns - taken)).append(between).append(fence(status));
+    const auto line = package ? packageLine(package->name, package->primary, columns) : PackageLine();
+    if (line.name.empty()) return fence(shortBarText(content, columns));
+    return fence(line.name).append(PackageLine::between).append(fence(line.status));
 }
 
 std::string barTooltip(const BarContent& content) {

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "host/widget/Readers/LiveTerminalView.hpp"
+#include "host/widget/Readers/PackageLine.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/Text/Text.hpp"
@@ -67,10 +68,12 @@ struct PackageLines {
     }
 
     std::string line(const presentation::Package& package, bool isChosen) const {
-        const auto text = package.shopName() + ": " + package.statusText().primary;
-        const auto fitted =
-            fittedToColumns(std::string(marker(isChosen)) + terminalSafe(text), style.columns);
-        return isChosen ? styledAs("1", fitted, style) : fitted;
+        const auto room = style.columns - std::min(style.columns, marker(isChosen).size());
+        const auto line =
+            packageLine(terminalSafe(package.shopName()), terminalSafe(package.statusText().primary), room);
+        const auto name = line.name.empty() ? line.name : line.name + std::string(PackageLine::between);
+        const auto text = std::string(marker(isChosen)) + name + line.status;
+        return isChosen ? styledAs("1", text, style) : text;
     }
 };
 
