@@ -42,7 +42,7 @@ View single(const presentation::Package& package, const ViewEnvironment& environ
                              cover,
                              name.padding({.top = 12}),
                              statusLines(package, setting),
-                             progressBar(package, environment.colorScheme).padding({.top = 10}),
+                             progressBar(package, environment).padding({.top = 10}),
                          })
         .link(package.deepLinkingUrl());
 }
@@ -79,7 +79,7 @@ View rows(const presentation::PackageList& packages, const ViewEnvironment& envi
         const View icon = index == 0 ? appIcon(environment.colorScheme) : View();
         const auto body = [&](const StatusSetting& setting) {
             return verticalStack({.spacing = 8}, {packageRow(package, environment, setting, icon),
-                                                  progressBar(package, environment.colorScheme)});
+                                                  progressBar(package, environment)});
         };
         return statusThatFits(rowSettings(package.statusText()), body).link(package.deepLinkingUrl());
     };

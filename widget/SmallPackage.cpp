@@ -53,7 +53,7 @@ View SmallPackage::body(const ViewEnvironment& environment) const {
         rows.push_back(primaryLine(status, setting));
         if (arrangement.secondary == Secondary::shown) rows.push_back(secondaryLine(status, setting));
         rows.push_back(
-            progressBar(package, environment.colorScheme).padding({.top = arrangement.air.belowWords}));
+            progressBar(package, environment).padding({.top = arrangement.air.belowWords}));
         choices.push_back(
             verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, std::move(rows)));
     };

@@ -4,6 +4,7 @@
 
 #include "widget/AccessoryInlinePackage.hpp"
 #include "widget/AccessoryRectangularPackage.hpp"
+#include "widget/Ground.hpp"
 #include "widget/LargePackage.hpp"
 #include "widget/MediumPackage.hpp"
 #include "widget/NoPackage.hpp"
@@ -17,12 +18,8 @@ using namespace drawing;
 namespace {
 
 View background(ColorScheme colorScheme) {
-    switch (colorScheme) {
-        case ColorScheme::dark: return linearGradient({Color::sRGB(33, 33, 34), Color::sRGB(20, 20, 20)});
-        case ColorScheme::light:
-            return linearGradient({Color::sRGB(255, 255, 255), Color::sRGB(255, 255, 255)});
-    }
-    return View();
+    const Ground behind = ground(colorScheme);
+    return linearGradient({Color::sRGB(behind.top), Color::sRGB(behind.bottom)});
 }
 
 View layout(const LoggedIn& state, const ViewEnvironment& environment) {

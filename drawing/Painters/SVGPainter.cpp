@@ -215,7 +215,7 @@ class SVGPainter {
         if (!isHarmless(link.url)) return;
         body_ += "<a" + attribute("href", link.url.absoluteString()) +
                  attribute("aria-label", wordsWithin(list_, link.frame)) + "><rect" +
-                 frameAttributes(link.frame) + " fill-opacity=\"0\"/></a>\n";
+                 frameAttributes(link.frame) + " fill=\"none\" pointer-events=\"all\"/></a>\n";
     }
 
     void drawAsOne(std::span<const DisplayItem> shapes) {
@@ -235,7 +235,7 @@ class SVGPainter {
         const std::string name = newName("gradient");
         std::string stops;
         for (std::size_t index = 0; index < gradient.stops.size(); ++index) {
-            const std::optional<RGBA> color = ink_.color(gradient.stops[index], item.colorScheme);
+            const std::optional<RGBA> color = ink_.gradientStop(gradient.stops[index], item.colorScheme);
             if (!color) return;
             const double place = static_cast<double>(index) /
                                  static_cast<double>(std::max<std::size_t>(1, gradient.stops.size() - 1));
@@ -288,7 +288,7 @@ class SVGPainter {
 
     void draw(const DisplayItem& item, const AssetItem& asset) {
         const Rect& frame = item.frame;
-        const VectorImage* drawing = ink_.catalogue.vector(asset.name);
+        const VectorImage* drawing = ink_.vector(asset.name);
         if (!drawing) return;
         const double factor =
             std::min(frame.size.width / drawing->width, frame.size.height / drawing->height);
