@@ -16,6 +16,7 @@
 #include "drawing/Painters/DisplayListJSON.hpp"
 #include "drawing/Painters/Ink.hpp"
 #include "drawing/Painters/PangoTextMeasurer.hpp"
+#include "drawing/Painters/Redaction.hpp"
 #include "drawing/Painters/SVGPainter.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
 #include "platform/Bundle/Bundle.hpp"
@@ -93,6 +94,11 @@ bool readsWell(const Ink& ink, ColorScheme colorScheme) {
     });
 }
 
+bool showsPictures(const DrawingRequest& request) {
+    return request.format != DrawingFormat::text && request.appearance.redaction == Redaction::none &&
+           namesPictures(request.entry);
+}
+
 /// Every picture is its placeholder.
 class NoPictures final : public PictureLoader {
   public:
@@ -153,6 +159,12 @@ Measurers& measurers() {
     return *measurers;
 }
 
+std::string spokenLines(const DisplayList& list) {
+    std::string lines;
+    for (const SpokenPart& part : list.spoken) lines += part.words + '\n';
+    return lines;
+}
+
 /// A widget is never opaque: its corners are cut, or it has no ground. A band at a time, since the whole
 /// would be several megabytes.
 std::string paintedPNG(const DisplayList& list, double scale, const Ink& ink,
@@ -195,21 +207,28 @@ DisplayList displayList(const DrawingRequest& request, ScaledPictures& pictures,
                         const TextMeasurer& measurer) {
     const View view = TrackingWidgetEntryView{request.entry}.body(
         {request.family, request.colorScheme, pictures, request.appearance});
-    return drawing::displayList(view, container(request), measurer);
+    DisplayList list = drawing::displayList(view, container(request), measurer);
+    switch (request.appearance.redaction) {
+        case Redaction::none: return list;
+        case Redaction::placeholder: return redacted(std::move(list), request.scale, measurer);
+    }
+    return list;
 }
 
 std::string draw(const DrawingRequest& request, PictureLoader& loader) {
-    ScaledPictures pictures(loader, request.scale);
+    NoPictures none;
+    ScaledPictures pictures(showsPictures(request) ? loader : none, request.scale);
     const Measurers::Loan measurer(measurers());
     const auto laidOut = [&] { return displayList(request, pictures, *measurer); };
     // Which pictures are shown is known once the rows have their places, whether or not they have come.
-    if (namesPictures(request.entry)) pictures.readTogether(laidOut);
+    if (showsPictures(request)) pictures.readTogether(laidOut);
     const DisplayList list = laidOut();
     switch (request.format) {
         case DrawingFormat::png: return paintedPNG(list, request.scale, ink(request), *measurer);
         case DrawingFormat::svg:
             return paintedSVG(list, std::string(presentation::Wording::widgetName), ink(request), *measurer);
         case DrawingFormat::tree: return displayListJSON(list);
+        case DrawingFormat::text: return spokenLines(list);
     }
     return {};
 }

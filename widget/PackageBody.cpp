@@ -3,6 +3,7 @@
 #include "widget/PackageBody.hpp"
 
 #include "drawing/Image/Lightness.hpp"
+#include "drawing/Painters/Redaction.hpp"
 #include "widget/Ground.hpp"
 #include "widget/NetworkImage.hpp"
 #include "widget/ProgressBar.hpp"
@@ -28,7 +29,17 @@ std::optional<Color> plate(const Bitmap& bitmap, ColorScheme colorScheme) {
     return std::nullopt;
 }
 
+bool isRedacted(const ViewEnvironment& environment) {
+    return environment.appearance.redaction == Redaction::placeholder;
+}
+
+View block(double cornerRadius) {
+    return roundedRectangle(cornerRadius, Color::asset(redactedColorName));
+}
+
 View visible(const NetworkImage& image, const ViewEnvironment& environment) {
+    if (isRedacted(environment))
+        return block(NetworkImage::cornerRadius).frame({.width = image.imageSize, .height = image.imageSize});
     const View picture = image.body(environment.pictures);
     const auto bitmap = image.url ? environment.pictures.picture(*image.url, image.imageSize) : nullptr;
     const std::optional<Color> behind = bitmap ? plate(*bitmap, environment.colorScheme) : std::nullopt;
@@ -167,6 +178,11 @@ View productPicture(const presentation::Package& package, WidgetImageSize size,
 
 View progressBar(const presentation::Package& package, const ViewEnvironment& environment, double height,
                  const Color& color) {
+    if (isRedacted(environment)) {
+        return block(height / 2)
+            .frame({.height = height})
+            .padding({.bottom = height / 2, .trailing = height});
+    }
     const float progress = package.progress();
     return ProgressBar{progress, height, color}
         .body()

@@ -2,6 +2,8 @@
 
 #include "widget/TrackingWidgetEntryView.hpp"
 
+#include "presentation/SpokenPackage.hpp"
+#include "presentation/Wording.hpp"
 #include "widget/AccessoryInlinePackage.hpp"
 #include "widget/AccessoryRectangularPackage.hpp"
 #include "widget/Ground.hpp"
@@ -14,6 +16,9 @@
 namespace widget {
 
 using namespace drawing;
+using presentation::areSamples;
+using presentation::spoken;
+using presentation::Wording;
 
 namespace {
 
@@ -22,21 +27,29 @@ View background(ColorScheme colorScheme) {
     return linearGradient({Color::sRGB(behind.top), Color::sRGB(behind.bottom)});
 }
 
-View layout(const LoggedIn& state, const ViewEnvironment& environment) {
-    if (state.packages.empty()) return View();
+View packageLayout(const LoggedIn& state, const ViewEnvironment& environment) {
     const presentation::Package& first = *state.packages.front();
     switch (environment.widgetFamily) {
-        case platform::WidgetFamily::systemMedium: return MediumPackage{first}.body(environment);
+        case platform::WidgetFamily::systemMedium:
+            return MediumPackage{first}.body(environment).spoken(spoken(first));
         case platform::WidgetFamily::systemLarge: return LargePackage{state.packages}.body(environment);
         case platform::WidgetFamily::accessoryRectangular:
-            return AccessoryRectangularPackage{first}.body(environment);
-        case platform::WidgetFamily::accessoryInline: return AccessoryInlinePackage{first}.body();
+            return AccessoryRectangularPackage{first}.body(environment).spoken(spoken(first));
+        case platform::WidgetFamily::accessoryInline:
+            return AccessoryInlinePackage{first}.body().spoken(spoken(first));
         case platform::WidgetFamily::systemSmall:
         case platform::WidgetFamily::systemExtraLarge:
         case platform::WidgetFamily::accessoryCircular:
-        case platform::WidgetFamily::other: return SmallPackage{first}.body(environment);
+        case platform::WidgetFamily::other:
+            return SmallPackage{first}.body(environment).spoken(spoken(first));
     }
     return View();
+}
+
+View layout(const LoggedIn& state, const ViewEnvironment& environment) {
+    if (state.packages.empty()) return View().spoken(std::string(Wording::nothingToTrack));
+    const View shown = packageLayout(state, environment);
+    return areSamples(state.packages) ? shown.spoken(std::string(Wording::notYetKnown)) : shown;
 }
 View layout(const NotLoggedIn&, const ViewEnvironment& environment) {
     return SignIn{environment.widgetFamily, environment.colorScheme}.body();
@@ -50,7 +63,12 @@ View layout(const NoPackages&, const ViewEnvironment& environment) {
 View TrackingWidgetEntryView::body(const ViewEnvironment& environment) const {
     const View chosen =
         std::visit([&](const auto& state) { return layout(state, environment); }, entry.widgetState);
-    return horizontalStack({}, {chosen}).containerBackground(background(environment.colorScheme));
+    const View shown = horizontalStack({}, {chosen}).containerBackground(background(environment.colorScheme));
+    switch (environment.appearance.redaction) {
+        case Redaction::none: return shown;
+        case Redaction::placeholder: return shown.spoken(std::string(Wording::notYetKnown));
+    }
+    return shown;
 }
 
 }  // namespace widget

@@ -22,6 +22,7 @@ std::string_view beginning(widget::DrawingFormat format) {
         case widget::DrawingFormat::png: return "\x89PNG\r\n\x1a\n";
         case widget::DrawingFormat::svg: return "<";
         case widget::DrawingFormat::tree: return "{";
+        case widget::DrawingFormat::text: return "";
     }
     return "";
 }
