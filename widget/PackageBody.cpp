@@ -179,9 +179,7 @@ View productPicture(const presentation::Package& package, WidgetImageSize size,
 View progressBar(const presentation::Package& package, const ViewEnvironment& environment, double height,
                  const Color& color) {
     if (isRedacted(environment)) {
-        return block(height / 2)
-            .frame({.height = height})
-            .padding({.bottom = height / 2, .trailing = height});
+        return block(height / 2).frame({.height = height}).padding({.bottom = height / 2});
     }
     const float progress = package.progress();
     return ProgressBar{progress, height, color}

@@ -10,10 +10,13 @@
 namespace drawing {
 namespace {
 
-/// How much of the tint a colour gets, by its lightness of 0 to 1. What reads as plain text gets all of it.
+/// How much of the tint a colour gets, by its lightness of 0 to 1. What reads as plain text gets all of it,
+/// and so do quiet words where more contrast is asked for: what is behind them is anybody's guess.
 double distanceFromGround(double light, ColorScheme scheme, Contrast contrast) {
-    const double ofPrimaryText = contrast == Contrast::increased ? 1 : 0.89;
+    constexpr double ofPrimaryText = 0.89;
+    constexpr double ofQuietWords = 0.6;
     const double distance = scheme == ColorScheme::dark ? light : 1 - light;
+    if (contrast == Contrast::increased) return distance < ofQuietWords ? distance : 1;
     return std::clamp(distance / ofPrimaryText, 0.0, 1.0);
 }
 

@@ -209,6 +209,15 @@ TEST(RedactedDrawing, LooksTheSameHoweverFarAPackageIs) {
     EXPECT_NE(drawn(0, Redaction::none), drawn(0.7F, Redaction::none));
 }
 
+TEST(RedactedDrawing, ShowsButtonsAsBlocks) {
+    const std::string drawn =
+        answer(drawing_tests::sampleEntry("NotLoggedIn"), platform::WidgetFamily::systemMedium,
+               DrawingFormat::tree, Redaction::placeholder);
+    EXPECT_EQ(drawn.find("BrandColor"), std::string::npos);
+    EXPECT_EQ(drawn.find("\"white\""), std::string::npos);
+    EXPECT_NE(drawn.find("RedactedColor"), std::string::npos);
+}
+
 TEST(RedactedDrawing, HasABarForEachLineOfAText) {
     drawing_tests::SamplePictures loader;
     widget::ScaledPictures pictures(loader, 3);
