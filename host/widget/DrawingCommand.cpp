@@ -47,16 +47,6 @@ widget::SimpleEntry savedEntry(const std::string& source, const platform::Deadli
     }
 }
 
-std::string terminalSafeLines(std::string_view text) {
-    std::string safe;
-    while (!text.empty()) {
-        const auto end = std::min(text.find('\n'), text.size());
-        safe.append(terminalSafe(text.substr(0, end))).append("\n");
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return safe;
-}
-
 /// Draws what the command asks for, within its time.
 class Drawer {
   public:
