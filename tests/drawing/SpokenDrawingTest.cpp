@@ -19,6 +19,7 @@ namespace {
 using namespace drawing;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using widget::draw;
 using widget::DrawingFormat;
 using widget::DrawingRequest;
 
