@@ -10,7 +10,8 @@
 namespace drawing {
 
 /// Bars in place of texts, as long as their lines and as high as their small letters; blocks in place of
-/// pictures and of what white text stands on, as buttons are; and no links. The catalogue's drawings stay. `scale` in pixels to a point.
+/// pictures and of what white text stands on, as buttons are; and no links. The catalogue's drawings stay.
+/// `scale` in pixels to a point.
 DisplayList redacted(DisplayList list, double scale, const TextMeasurer& measurer);
 
 /// What bars and blocks are filled with.

@@ -133,8 +133,8 @@ struct Element {
                  element::RoundedRectangle, element::LinearGradient, element::Divider, element::Spacer,
                  element::Stack, element::RowsThatFit, element::ViewThatFits, element::LayeredStack,
                  element::GeometryReader, element::Framed, element::Padded, element::Offset, element::Layered,
-                 element::Clipped, element::AlignedToPixels, element::Linked, element::Spoken, element::OnContainer,
-                 element::Inheriting>
+                 element::Clipped, element::AlignedToPixels, element::Linked, element::Spoken,
+                 element::OnContainer, element::Inheriting>
         kind;
 };
 
