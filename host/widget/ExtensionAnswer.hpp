@@ -16,7 +16,7 @@ Declaration declarationIn(const Message& answer);
 widget::SimpleEntry entryIn(const Message& answer);
 /// Of one entry at least.
 platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer);
-/// The bytes of a drawing, which begin as that format does.
+/// The bytes of a drawing, which begin and end as that format does.
 std::string drawingIn(Message answer, widget::DrawingFormat format);
 
 }  // namespace host
