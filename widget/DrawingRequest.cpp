@@ -9,6 +9,7 @@ std::string_view name(DrawingFormat format) {
         case DrawingFormat::png: return "png";
         case DrawingFormat::svg: return "svg";
         case DrawingFormat::tree: return "tree";
+        case DrawingFormat::text: return "text";
     }
     return "";
 }

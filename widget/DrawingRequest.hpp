@@ -18,7 +18,8 @@
 
 namespace widget {
 
-enum class DrawingFormat { png, svg, tree };
+/// `text` says what is drawn: a line for each package or text, in the order in which they are seen.
+enum class DrawingFormat { png, svg, tree, text };
 std::string_view name(DrawingFormat format);
 std::string_view name(drawing::ColorScheme colorScheme);
 

@@ -7,6 +7,8 @@
 #include <array>
 #include <string_view>
 
+#include "drawing/Image/Contrast.hpp"
+
 namespace drawing {
 
 /// The platform's twelve steps; `large` is the one that designs are made for.
@@ -25,7 +27,6 @@ enum class TextSize {
     accessibility5,
 };
 
-enum class Contrast { standard, increased };
 enum class Transparency { standard, reduced };
 
 /// Whether texts and pictures are shown, or blocks in their places, for who knows nothing yet.

@@ -25,7 +25,8 @@ using widget::PictureReading;
 
 namespace {
 
-constexpr std::array formats = {DrawingFormat::png, DrawingFormat::svg, DrawingFormat::tree};
+constexpr std::array formats = {DrawingFormat::png, DrawingFormat::svg, DrawingFormat::tree,
+                                DrawingFormat::text};
 constexpr std::array colorSchemes = {ColorScheme::light, ColorScheme::dark};
 constexpr std::array pictureReadings = {PictureReading::allowed, PictureReading::placeholdersOnly};
 

@@ -116,6 +116,7 @@ class Drawer {
             case DrawingFormat::png: return bytes;
             case DrawingFormat::svg: return terminalSafeXML(bytes);
             case DrawingFormat::tree: return terminalSafeJSON(bytes);
+            case DrawingFormat::text: return terminalSafeLines(bytes);
         }
         return bytes;
     }

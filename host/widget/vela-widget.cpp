@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
@@ -95,11 +96,51 @@ void addDeclarationCommand(const platform::Command& app, const Options& options)
     });
 }
 
+template <typename Values>
+auto valueNamed(const std::string& text, const Values& values) {
+    return *std::ranges::find_if(values, [&](const auto value) { return name(value) == text; });
+}
+
+/// How a person has drawings, as the command line has it.
+struct AppearanceOptions {
+    std::string contrast = "standard";
+    std::string transparency = "standard";
+    bool redacted = false;
+
+    drawing::Appearance appearance() const {
+        return {.contrast = valueNamed(contrast, drawing::allContrasts),
+                .transparency = valueNamed(transparency, drawing::allTransparencies),
+                .redaction = redacted ? drawing::Redaction::placeholder : drawing::Redaction::none};
+    }
+};
+
+template <typename Values>
+std::vector<std::string> namesOf(const Values& values) {
+    std::vector<std::string> names;
+    for (const auto value : values) names.emplace_back(name(value));
+    return names;
+}
+
+/// `prefix` begins what the help says of each.
+std::vector<platform::Option> addAppearanceOptions(const platform::Command& command,
+                                                   AppearanceOptions& options,
+                                                   const std::string& prefix = "") {
+    const auto add = [&](const char* option, std::string& value, const std::string& description,
+                         const auto& values) {
+        return command.option(option, value, prefix + description).oneOf(namesOf(values)).showsDefault();
+    };
+    return {add("--contrast", options.contrast, "standard, or increased: everything stands out more",
+                drawing::allContrasts),
+            add("--transparency", options.transparency,
+                "standard, or reduced: nothing behind the widget shows through", drawing::allTransparencies)};
+}
+
 struct ShowOptions {
     bool image = false;
     bool live = false;
     bool follow = false;
     std::string scheme = "dark";
+    AppearanceOptions appearance = {};
 };
 
 /// Draws into a picture in memory and shows it.
@@ -107,6 +148,7 @@ int showImage(const Options& options, const ShowOptions& show) {
     host::DrawingCommand command;
     command.families = {*platform::widgetFamily(options.family)};
     command.colorSchemes = {show.scheme == "dark" ? drawing::ColorScheme::dark : drawing::ColorScheme::light};
+    command.appearance = show.appearance.appearance();
     command.scale = 2;
     command.deliver = [](const std::filesystem::path&, const std::string& png) {
         host::writeToStandardOutput(
@@ -127,6 +169,8 @@ void addShowCommand(const platform::Command& app, Options& options, ShowOptions&
         .oneOf(std::vector<std::string>{"light", "dark"})
         .needs(image)
         .showsDefault();
+    for (const auto& option : addAppearanceOptions(command, show.appearance, "With --image: "))
+        option.needs(image);
     command.flag("--live", show.live, "Show what the live host has, and start it where none runs");
     command.flag("--follow", show.follow,
                  "Show it until you quit, kept current in place; without a terminal, at every change");
@@ -149,6 +193,7 @@ void addShowCommand(const platform::Command& app, Options& options, ShowOptions&
 struct RenderOptions {
     std::string family = "systemMedium";
     std::string scheme = "light";
+    AppearanceOptions appearance = {};
     double scale = 3;
     std::string size;
     std::string entry;
@@ -160,6 +205,7 @@ struct RenderOptions {
 
 const std::map<std::string, widget::DrawingFormat> drawingFormats = {{"png", widget::DrawingFormat::png},
                                                                      {"svg", widget::DrawingFormat::svg},
+                                                                     {"text", widget::DrawingFormat::text},
                                                                      {"tree", widget::DrawingFormat::tree}};
 
 std::string checkedSize(const std::string& text) {
@@ -189,6 +235,7 @@ host::DrawingCommand drawingCommand(const RenderOptions& options) {
     const bool hasSeveral = options.family == "all" || options.scheme == "all";
     using OutputKind = host::DrawingCommand::OutputKind;
     command.outputKind = hasSeveral ? OutputKind::folder : OutputKind::file;
+    command.appearance = options.appearance.appearance();
     command.entry = options.entry;
     if (!options.size.empty()) command.size = host::sizeFromText(options.size);
     command.scale = options.scale;
@@ -209,6 +256,9 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
     command.option("--scheme", options.scheme, "light, dark or all")
         .oneOf(std::vector<std::string>{"light", "dark", "all"})
         .showsDefault();
+    addAppearanceOptions(command, options.appearance);
+    command.flag("--redacted", options.appearance.redacted,
+                 "Bars for texts and blocks for pictures: what a host shows that has nothing yet");
     command.option("--scale", options.scale, "Pixels to a point, 1 to 4").within(1.0, 4.0).showsDefault();
     command.option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
         .checked(checkedSize, "WIDTHxHEIGHT");
@@ -217,8 +267,11 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
                 "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
                 "a fresh snapshot where it is not given")
         .checked(checkedEntry, "");
-    command.option("--format", options.format, "png, svg, or tree: what is displayed, as JSON")
-        .oneOf(std::vector<std::string>{"png", "svg", "tree"})
+    command
+        .option("--format", options.format,
+                "png; svg; text: a sentence for each package that is drawn; or tree: what is "
+                "displayed, as JSON")
+        .oneOf(std::vector<std::string>{"png", "svg", "text", "tree"})
         .showsDefault();
     command.option("--tint", options.tint, "The lock screen's colour for the accessory families, #RRGGBB")
         .checked(checkedTint, "#RRGGBB");

@@ -8,7 +8,7 @@
 #include <future>
 
 #include "drawing/Image/AssetCatalogue.hpp"
-#include "tests/drawing/Contrast.hpp"
+#include "drawing/Image/ContrastRatio.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "tests/support/TemporaryFolder.hpp"

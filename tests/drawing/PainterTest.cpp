@@ -340,7 +340,7 @@ TEST(SVGPainter, MakesOnePathOfShapesOfOneColour) {
 TEST(SVGPainter, SpeaksForThePicture) {
     const std::string document = svg(verticalStack({}, {text("One"), text("Two")}));
     EXPECT_THAT(document, HasSubstr(">Tracking Widget</title>"));
-    EXPECT_THAT(document, HasSubstr(">One, Two</desc>"));
+    EXPECT_THAT(document, HasSubstr(">One. Two</desc>"));
 }
 
 TEST(SVGPainter, LinksWhatIsALink) {
