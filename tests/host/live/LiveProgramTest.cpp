@@ -100,6 +100,35 @@ class LiveProgram : public Person {
         return found;
     }
 
+    /// How often the live host's memory holds it.
+    int timesInMemory(const std::string& word) {
+        const auto process = "/proc/" + std::to_string(host().processIdentifier());
+        std::ifstream maps(process + "/maps");
+        std::ifstream memory(process + "/mem", std::ios::binary);
+        std::string line;
+        int count = 0;
+        while (std::getline(maps, line)) {
+            if (line.find(" rw") == std::string::npos) continue;
+            const auto dash = line.find('-');
+            const auto begin = std::stoull(line.substr(0, dash), nullptr, 16);
+            const auto end = std::stoull(line.substr(dash + 1), nullptr, 16);
+            std::string bytes(end - begin, '\0');
+            memory.clear();
+            memory.seekg(static_cast<std::streamoff>(begin));
+            memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+            for (auto found = bytes.find(word); found != std::string::npos;
+                 found = bytes.find(word, found + 1))
+                ++count;
+        }
+        return count;
+    }
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    static constexpr bool isSanitized = true;
+#else
+    static constexpr bool isSanitized = false;
+#endif
+
     static constexpr const char* someShop = "Fathom";
 
   private:
@@ -317,22 +346,25 @@ TEST_F(LiveProgram, KnowsNoToken) {
     signIn();
     startHost();
     ASSERT_TRUE(comesToHold("entry.json", "state"));
-    const auto process = "/proc/" + std::to_string(host().processIdentifier());
-    std::ifstream maps(process + "/maps");
-    std::ifstream memory(process + "/mem", std::ios::binary);
-    std::string line;
-    while (std::getline(maps, line)) {
-        if (line.find(" rw") == std::string::npos) continue;
-        const auto dash = line.find('-');
-        const auto begin = std::stoull(line.substr(0, dash), nullptr, 16);
-        const auto end = std::stoull(line.substr(dash + 1), nullptr, 16);
-        std::string bytes(end - begin, '\0');
-        memory.clear();
-        memory.seekg(static_cast<std::streamoff>(begin));
-        memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-        EXPECT_EQ(bytes.find(accessToken), std::string::npos) << line;
-        EXPECT_EQ(bytes.find(refreshToken), std::string::npos) << line;
+    EXPECT_EQ(timesInMemory(accessToken), 0);
+    EXPECT_EQ(timesInMemory(refreshToken), 0);
+}
+
+TEST_F(LiveProgram, HasNothingInMemoryOfOneWhoHasSignedOut) {
+    if (isSanitized) GTEST_SKIP() << "a sanitizer keeps what is freed";
+    startSandbox();
+    signInAtSandbox();
+    startHost({"--family", "systemSmall"});
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    for (int count = 0; count < 3; ++count) {
+        EXPECT_EQ(widget({"show", "--live"}).status, 0);
+        EXPECT_EQ(widget({"reload"}).status, 0);
     }
+    EXPECT_GT(timesInMemory(someShop), 0);
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    ASSERT_TRUE(comesToHold("widget.txt", "Sign in"));
+    for (const char* word : {someShop, "velaapp://order/5501", "Birthday present"})
+        EXPECT_TRUE(eventually([&] { return timesInMemory(word) == 0; })) << word << timesInMemory(word);
 }
 
 }  // namespace
