@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 class WatchedFile {
   public:
     explicit WatchedFile(const fs::path& file)
-        : watcher_(loop_.executor(), {file, marker_.path() / "marker"},
+        : watcher_(loop_.executor(), {file, marker_.write("marker", "there from the beginning")},
                    [this](std::size_t index) { ++counts_.at(index); }) {}
 
     /// How often the file is told of for what `work` does.
