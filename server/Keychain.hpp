@@ -67,6 +67,8 @@ class Keychain {
 
     /// The value under `key`. Any failure, absence included, is logged and yields nothing.
     std::optional<platform::Data> dataForKey(std::string_view key) const;
+    /// The same in silence: what fails is thrown, a KeychainError.
+    std::optional<platform::Data> fetchedData(std::string_view key) const;
     /// Stores `value` under `key`; absent deletes. An empty key does nothing. Failures are logged.
     void setData(const std::optional<platform::Data>& value, std::string_view key) const;
 
@@ -85,7 +87,6 @@ class Keychain {
     platform::SecAttributes baseQuery(bool returningData) const;
     platform::SecAttributes itemQuery(std::string_view key) const;
     platform::SecAttributes fetchQuery(std::string_view key) const;
-    std::optional<platform::Data> fetchedData(std::string_view key) const;
 };
 
 }  // namespace server

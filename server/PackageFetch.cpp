@@ -9,6 +9,7 @@
 #include "platform/ProcessInfo/ExpiringActivity.hpp"
 #include "presentation/DeliveryPackage.hpp"
 #include "presentation/OrderPackage.hpp"
+#include "server/StoredCredentials.hpp"
 #include "server/TokenKeychain.hpp"
 
 namespace server {
@@ -83,9 +84,84 @@ std::shared_ptr<PackageFetch> PackageFetch::shared() {
     return fetch;
 }
 
-boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::fetchPackages() {
+/// What a fetch meets on its way.
+struct PackageFetch::Course {
+    ServerContact server = ServerContact::failed;
+    bool hasRenewed = false;
+    /// The query was refused, and so is its renewal.
+    bool isOver = false;
+
+    void noteQuery(const std::exception_ptr& failure) { server = contactIn(failure); }
+
+    void noteRenewal(const std::exception_ptr& failure) {
+        const bool isRefused = refusesRenewal(failure);
+        isOver = isRefused && server == ServerContact::refused;
+        // What the query met counts, unless the renewal met worse.
+        if (!isRefused && server == ServerContact::refused) server = contactIn(failure);
+    }
+
+  private:
+    static ServerContact contactIn(const std::exception_ptr& failure) {
+        try {
+            std::rethrow_exception(failure);
+        } catch (const UnauthorizedError&) {
+            return ServerContact::refused;
+        } catch (const platform::URLError&) {
+            return ServerContact::unreachable;
+        } catch (...) {
+            return ServerContact::failed;
+        }
+    }
+
+    static bool refusesRenewal(const std::exception_ptr& failure) {
+        try {
+            std::rethrow_exception(failure);
+        } catch (const RefreshTokenError& error) {
+            return error.value() != RefreshTokenError::unknown;
+        } catch (const UnauthorizedError&) {
+            return true;
+        } catch (...) {
+            return false;
+        }
+    }
+};
+
+boost::asio::awaitable<FetchReport> PackageFetching::fetch() {
+    FetchReport report;
     try {
-        co_return co_await fetchedPackages();
+        report.packages = co_await fetchPackages();
+        report.outcome.server = ServerContact::answered;
+    } catch (...) {
+        report.failure = std::current_exception();
+    }
+    co_return report;
+}
+
+boost::asio::awaitable<FetchReport> PackageFetch::fetch() {
+    const auto course = std::make_shared<Course>();
+    FetchReport report;
+    report.outcome.credentials = storedCredentials(connectivity_->defaults());
+    try {
+        report.packages = co_await packagesBy(course);
+    } catch (...) {
+        report.failure = std::current_exception();
+    }
+    if (report.failure) report.outcome.credentials = storedCredentials(connectivity_->defaults());
+    if (course->isOver && report.outcome.credentials.state == CredentialState::stored)
+        report.outcome.credentials.state = CredentialState::expired;
+    report.outcome.server = course->server;
+    report.outcome.hasRenewed = course->hasRenewed;
+    co_return report;
+}
+
+boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::fetchPackages() {
+    co_return co_await packagesBy(std::make_shared<Course>());
+}
+
+boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::packagesBy(
+    std::shared_ptr<Course> course) {
+    try {
+        co_return co_await fetchedPackages(std::move(course));
     } catch (const FetchPackagesError&) {
         throw;
     } catch (...) {
@@ -94,12 +170,14 @@ boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::f
     }
 }
 
-boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::fetchedPackages() {
+boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::fetchedPackages(
+    std::shared_ptr<Course> course) {
     bool hasRetried = false;
     while (true) {
-        if (auto list = co_await queriedPackages()) co_return list;
+        if (auto list = co_await queriedPackages(course)) co_return list;
         if (hasRetried) throw FetchPackagesError(FetchPackagesError::unauthorized);
-        if (!co_await renewsAccessToken()) throw FetchPackagesError(FetchPackagesError::refreshTokenError);
+        if (!co_await renewsAccessToken(course))
+            throw FetchPackagesError(FetchPackagesError::refreshTokenError);
         hasRetried = true;
         // The flag is set before it is looked at, so the query never goes out again: the host asks in an
         // hour, and the renewed token serves it then.
@@ -107,21 +185,27 @@ boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::f
     }
 }
 
-boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::queriedPackages() {
+boost::asio::awaitable<std::optional<presentation::PackageList>> PackageFetch::queriedPackages(
+    std::shared_ptr<Course> course) {
     try {
         const VelaApi::TrackingWidgetQuery query(maxImageSize);
         auto response = co_await connectivity_->perform(query);
-        co_return packages(std::move(response));
+        auto list = packages(std::move(response));
+        course->server = ServerContact::answered;
+        co_return list;
     } catch (...) {
+        course->noteQuery(std::current_exception());
         co_return std::nullopt;
     }
 }
 
-boost::asio::awaitable<bool> PackageFetch::renewsAccessToken() {
+boost::asio::awaitable<bool> PackageFetch::renewsAccessToken(std::shared_ptr<Course> course) {
     try {
-        co_await refreshAccessToken();
+        co_await renewPair();
+        course->hasRenewed = true;
         co_return true;
     } catch (...) {
+        course->noteRenewal(std::current_exception());
         co_return false;
     }
 }

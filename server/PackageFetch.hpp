@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "presentation/Package.hpp"
+#include "server/FetchOutcome.hpp"
 #include "server/TokenKeychain.hpp"
 #include "server/VelaServerConnectivity.hpp"
 
@@ -55,6 +56,14 @@ class RefreshTokenError : public std::exception {
     Case value_;
 };
 
+/// What a fetch gave, and how it went.
+struct FetchReport {
+    /// The packages in the server's order, possibly none; where there is no usable answer, what was thrown.
+    std::optional<presentation::PackageList> packages = std::nullopt;
+    std::exception_ptr failure = nullptr;
+    FetchOutcome outcome = {};
+};
+
 /// What the timeline provider needs of this room. A seam.
 class PackageFetching {
   public:
@@ -62,6 +71,9 @@ class PackageFetching {
 
     /// The packages in the server's order, possibly none; throws when there is no usable answer.
     virtual boost::asio::awaitable<std::optional<presentation::PackageList>> fetchPackages() = 0;
+
+    /// The same, once, with how it went as far as that is known. Throws nothing.
+    virtual boost::asio::awaitable<FetchReport> fetch();
 };
 
 class PackageFetch final : public PackageFetching {
@@ -76,15 +88,22 @@ class PackageFetch final : public PackageFetching {
 
     /// Throws FetchPackagesError alone, also when it is cancelled.
     boost::asio::awaitable<std::optional<presentation::PackageList>> fetchPackages() override;
+    boost::asio::awaitable<FetchReport> fetch() override;
 
     /// Renews the token pair with the stored refresh token. Throws RefreshTokenError alone:
     /// `missingRefreshToken` or `unknown`.
     boost::asio::awaitable<void> refreshAccessToken();
 
   private:
-    boost::asio::awaitable<std::optional<presentation::PackageList>> fetchedPackages();
-    boost::asio::awaitable<std::optional<presentation::PackageList>> queriedPackages();
-    boost::asio::awaitable<bool> renewsAccessToken();
+    struct Course;
+
+    boost::asio::awaitable<std::optional<presentation::PackageList>> packagesBy(
+        std::shared_ptr<Course> course);
+    boost::asio::awaitable<std::optional<presentation::PackageList>> fetchedPackages(
+        std::shared_ptr<Course> course);
+    boost::asio::awaitable<std::optional<presentation::PackageList>> queriedPackages(
+        std::shared_ptr<Course> course);
+    boost::asio::awaitable<bool> renewsAccessToken(std::shared_ptr<Course> course);
     boost::asio::awaitable<void> renewPair();
     boost::asio::awaitable<void> exchangeRefreshToken(std::string refreshToken);
 

@@ -78,6 +78,8 @@ class VelaServerConnectivity {
     boost::asio::awaitable<VelaApi::RefreshAccessTokenResponse> perform(
         VelaApi::RefreshAccessTokenMutation mutation);
 
+    const SharedDefaults& defaults() const { return defaults_; }
+
     /// All that a renewal's request may take. Whoever signs in or out waits for it, a little longer.
     static constexpr std::chrono::seconds longestRenewal{60};
 

@@ -6,6 +6,7 @@
 #include "platform/Calendar/Calendar.hpp"
 #include "platform/Log/Logger.hpp"
 #include "presentation/Wording.hpp"
+#include "server/StoredCredentials.hpp"
 #include "widget/TrackingWidget.hpp"
 #include "widget/WidgetIdentifier.hpp"
 
@@ -18,6 +19,20 @@ platform::Date oneHourAfter(platform::Date date) {
         platform::Calendar::current().dateByAdding(platform::CalendarComponent::hour, 1, date);
     if (!reload) platform::fatalError("The calendar cannot tell what is an hour from now.");
     return *reload;
+}
+
+boost::asio::awaitable<server::FetchReport> fetched(ProviderSources sources) {
+    try {
+        co_return co_await sources.packageFetch()->fetch();
+    } catch (...) {
+        co_return server::FetchReport{.failure = std::current_exception()};
+    }
+}
+
+WidgetState stateOf(server::FetchReport report) {
+    if (report.failure) return NotLoggedIn{};
+    if (!report.packages || report.packages->empty()) return NoPackages{};
+    return LoggedIn{std::move(*report.packages)};
 }
 
 }  // namespace
@@ -33,30 +48,32 @@ SimpleEntry Provider::placeholder(Context) const {
 }
 
 boost::asio::awaitable<SimpleEntry> Provider::snapshot(ConfigurationAppIntent, Context) const {
-    auto state = co_await fetchedState();
-    co_return SimpleEntry{platform::Date::now(), std::move(state)};
+    auto report = co_await fetched(sources_);
+    co_return SimpleEntry{platform::Date::now(), stateOf(std::move(report))};
 }
 
-boost::asio::awaitable<platform::Timeline<SimpleEntry>> Provider::timeline(ConfigurationAppIntent,
+boost::asio::awaitable<platform::Timeline<SimpleEntry>> Provider::timeline(ConfigurationAppIntent intent,
                                                                            Context context) const {
+    auto report = co_await timelineReport(intent, context);
+    co_return std::move(report.timeline);
+}
+
+boost::asio::awaitable<TimelineReport> Provider::timelineReport(ConfigurationAppIntent,
+                                                                Context context) const {
     const auto requested = platform::Date::now();
     const auto reload = oneHourAfter(requested);
-    auto state = co_await fetchedState();
+    auto fetch = co_await fetched(sources_);
+    const auto outcome = fetch.outcome;
+    auto state = stateOf(std::move(fetch));
     const auto date = platform::Date::now();
     sendWidgetInteractionEvent(context.family, state);
-    platform::Timeline<SimpleEntry> timeline = {.entries = {}, .policy = {.after = reload}};
-    timeline.entries.push_back(SimpleEntry{date, std::move(state)});
-    co_return timeline;
+    TimelineReport report = {.timeline = {.entries = {}, .policy = {.after = reload}}, .outcome = outcome};
+    report.timeline.entries.push_back(SimpleEntry{date, std::move(state)});
+    co_return report;
 }
 
-boost::asio::awaitable<WidgetState> Provider::fetchedState() const {
-    try {
-        auto packages = co_await sources_.packageFetch()->fetchPackages();
-        if (!packages || packages->empty()) co_return NoPackages{};
-        co_return LoggedIn{std::move(*packages)};
-    } catch (...) {
-        co_return NotLoggedIn{};
-    }
+CredentialReport Provider::credentials() const {
+    return server::storedCredentials(sources_.sharedDefaults());
 }
 
 void Provider::sendWidgetInteractionEvent(platform::WidgetFamily family, const WidgetState& state) const {

@@ -17,9 +17,16 @@
 #include "server/SharedDefaults.hpp"
 #include "widget/ConfigurationAppIntent.hpp"
 #include "widget/EventThrottle.hpp"
+#include "widget/FetchOutcome.hpp"
 #include "widget/SimpleEntry.hpp"
 
 namespace widget {
+
+/// A timeline, and how the fetch for it went.
+struct TimelineReport {
+    platform::Timeline<SimpleEntry> timeline;
+    FetchOutcome outcome;
+};
 
 /// Where a provider gets packages and settings from. Asked on each request and not before, so that a
 /// placeholder costs no input or output.
@@ -53,9 +60,13 @@ class Provider {
     /// timeline: a fetch that fails shows the signed-out state until then.
     boost::asio::awaitable<platform::Timeline<SimpleEntry>> timeline(ConfigurationAppIntent intent,
                                                                      Context context) const;
+    boost::asio::awaitable<TimelineReport> timelineReport(ConfigurationAppIntent intent,
+                                                          Context context) const;
+
+    /// What is stored of a sign-in, at this moment; nothing is fetched.
+    CredentialReport credentials() const;
 
   private:
-    boost::asio::awaitable<WidgetState> fetchedState() const;
     void sendWidgetInteractionEvent(platform::WidgetFamily family, const WidgetState& state) const;
 
     std::shared_ptr<const analytics::Relaybox> relaybox_;

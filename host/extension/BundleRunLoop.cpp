@@ -21,6 +21,7 @@
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/ExtensionRequest.hpp"
 #include "host/protocol/MessageChannel.hpp"
+#include "host/protocol/OutcomeCoding.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/ExpiringActivity.hpp"
 
@@ -88,11 +89,8 @@ class BundleService {
             case ExtensionRequest::Kind::placeholder: co_return entryMessage(provider.placeholder(context));
             case ExtensionRequest::Kind::snapshot:
                 co_return entryMessage(co_await provider.snapshot(widget::ConfigurationAppIntent{}, context));
-            case ExtensionRequest::Kind::timeline: {
-                const auto timeline = co_await provider.timeline(widget::ConfigurationAppIntent{}, context);
-                Message reply = {.body = {{"timeline", timelineObject(timeline)}}};
-                co_return reply;
-            }
+            case ExtensionRequest::Kind::timeline: co_return co_await timeline(context);
+            case ExtensionRequest::Kind::credentials: co_return credentials();
             case ExtensionRequest::Kind::render: break;
             case ExtensionRequest::Kind::finishUploads: co_return co_await uploadsFinished(request.limit);
         }
@@ -101,6 +99,18 @@ class BundleService {
 
     static Message entryMessage(const widget::SimpleEntry& entry) {
         return {.body = {{"entry", entryObject(entry)}}};
+    }
+
+    asio::awaitable<Message> timeline(widget::Provider::Context context) const {
+        const auto report =
+            co_await configuration_.provider.timelineReport(widget::ConfigurationAppIntent{}, context);
+        Message reply = {.body = {{"timeline", timelineObject(report.timeline)},
+                                  {"outcome", outcomeObject(report.outcome)}}};
+        co_return reply;
+    }
+
+    Message credentials() const {
+        return {.body = {{"credentials", credentialsObject(configuration_.provider.credentials())}}};
     }
 
     Message declaration() const {

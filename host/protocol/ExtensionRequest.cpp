@@ -27,6 +27,7 @@ constexpr std::array kindTable = {
     KindRow{ExtensionRequest::Kind::placeholder, "placeholder"},
     KindRow{ExtensionRequest::Kind::snapshot, "snapshot"},
     KindRow{ExtensionRequest::Kind::timeline, "timeline"},
+    KindRow{ExtensionRequest::Kind::credentials, "credentials"},
     KindRow{ExtensionRequest::Kind::render, "render"},
     KindRow{ExtensionRequest::Kind::finishUploads, "finishUploads"},
 };

@@ -2,8 +2,10 @@
 
 #pragma once
 
-// What a live host shows: the one answer to all of its readers. A plain value.
+// What a live host shows: the one answer to all of its readers. A plain value; its functions are pure and
+// safe from any thread.
 
+#include <array>
 #include <optional>
 #include <string_view>
 
@@ -15,16 +17,28 @@ namespace host {
 /// Why what is shown is not what the server has.
 enum class LiveTrouble {
     serverUnreachable,
+    /// It was reached, and gave no answer that can be used.
+    serverFailing,
     signInExpired,
     keychainLocked,
     keychainUnreadable,
     extensionFailed,
 };
+inline constexpr std::array allLiveTroubles = {
+    LiveTrouble::serverUnreachable, LiveTrouble::serverFailing,      LiveTrouble::signInExpired,
+    LiveTrouble::keychainLocked,    LiveTrouble::keychainUnreadable, LiveTrouble::extensionFailed,
+};
+/// The case's name, as in "serverUnreachable".
 std::string_view name(LiveTrouble trouble);
+std::optional<LiveTrouble> liveTrouble(std::string_view name);
+/// For a person, without capital and full stop: "the server cannot be reached".
+std::string_view sentence(LiveTrouble trouble);
 
 struct LiveState {
+    /// A sign-in view only where nothing is stored that could be used: no tokens, or expired ones. The
+    /// failures that leave hope keep the last good entry, for a day at most.
     widget::SimpleEntry entry;
-    /// Nothing is known yet: the entry is the placeholder, to be drawn redacted.
+    /// Nothing is known: the entry is the placeholder, to be drawn redacted. Beside a trouble it may stay.
     bool isPlaceholder = false;
     /// When the entry was true, where it is kept through a failure.
     std::optional<platform::Date> asOf = std::nullopt;

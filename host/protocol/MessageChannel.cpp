@@ -44,24 +44,36 @@ std::string frame(const Message& message) {
 
 }  // namespace
 
-MessageChannel::MessageChannel(const asio::any_io_executor& executor, int socket)
+MessageChannel::MessageChannel(const asio::any_io_executor& executor, int socket, Limits limits)
     : socket_(executor, asio::local::stream_protocol(), socket),
-      written_(executor, asio::steady_timer::time_point::max()) {
-    queue_.push_back(frame({.body = {{"protocol", protocolVersion}}}));
+      written_(executor, asio::steady_timer::time_point::max()),
+      limits_(limits) {
+    queue(frame({.body = {{"protocol", protocolVersion}}}));
 }
 
 std::shared_ptr<MessageChannel> MessageChannel::over(const asio::any_io_executor& executor, int socket) {
-    const std::shared_ptr<MessageChannel> channel(new MessageChannel(executor, socket));
+    return over(executor, socket, Limits());
+}
+
+std::shared_ptr<MessageChannel> MessageChannel::over(const asio::any_io_executor& executor, int socket,
+                                                     Limits limits) {
+    const std::shared_ptr<MessageChannel> channel(new MessageChannel(executor, socket, limits));
     channel->writeNext();
     return channel;
+}
+
+void MessageChannel::queue(std::string frame) {
+    queuedBytes_ += frame.size();
+    queue_.push_back(std::move(frame));
 }
 
 asio::awaitable<Message> MessageChannel::receive() {
     if (!hasGreeted_) {
         const auto greeting = co_await receiveFrame();
         const auto* version = greeting.body.if_contains("protocol");
-        if (!version || *version != protocolVersion)
-            throw ProtocolError("the other side speaks another version of the protocol");
+        const auto* number = version ? version->if_int64() : nullptr;
+        if (!number || *number != protocolVersion)
+            throw VersionError(number ? std::optional(*number) : std::nullopt);
         hasGreeted_ = true;
     }
     co_return co_await receiveFrame();
@@ -72,7 +84,7 @@ asio::awaitable<Message> MessageChannel::receiveFrame() {
     co_await asio::async_read(socket_, asio::buffer(prefix), asio::use_awaitable);
     const auto bodySize = bigEndian(prefix.data());
     const auto attachmentSize = bigEndian(prefix.data() + 4);
-    if (bodySize > maximumBodySize || attachmentSize > maximumAttachmentSize)
+    if (bodySize > limits_.body || attachmentSize > limits_.attachment)
         throw ProtocolError("a message is longer than the protocol allows");
     Message message;
     message.text = co_await receiveBytes(bodySize);
@@ -96,7 +108,7 @@ asio::awaitable<std::string> MessageChannel::receiveBytes(std::size_t count) {
 }
 
 void MessageChannel::send(const Message& message) {
-    queue_.push_back(frame(message));
+    queue(frame(message));
     writeNext();
 }
 
@@ -116,10 +128,12 @@ void MessageChannel::writeNext() {
 asio::awaitable<void> MessageChannel::writeQueued(std::shared_ptr<MessageChannel> channel) {
     auto& queue = channel->queue_;
     boost::system::error_code error;
-    while (!queue.empty() && !error) {
+    while (!queue.empty()) {
         co_await asio::async_write(channel->socket_, asio::buffer(queue.front()),
                                    asio::redirect_error(asio::use_awaitable, error));
-        if (!error) queue.pop_front();
+        if (error) break;
+        channel->queuedBytes_ -= queue.front().size();
+        queue.pop_front();
     }
     channel->endWriting();
 }
@@ -129,6 +143,7 @@ void MessageChannel::endWriting() {
     boost::system::error_code ignored;
     if (!queue_.empty()) socket_.shutdown(asio::socket_base::shutdown_both, ignored);
     queue_.clear();
+    queuedBytes_ = 0;
     isWriting_ = false;
     written_.cancel();
 }

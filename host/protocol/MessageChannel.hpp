@@ -2,8 +2,9 @@
 
 #pragma once
 
-// Messages between the host and the extension over a connected local socket. docs/protocol.md describes the
-// frames. A channel belongs to one executor; its members may be called from that executor's thread only.
+// Messages between two of our processes over a connected local socket: host and extension, live host and
+// reader. docs/protocol.md describes the frames. A channel belongs to one executor; its members may be called
+// from that executor's thread only.
 
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
@@ -11,8 +12,11 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/json/value.hpp>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -31,14 +35,34 @@ class ProtocolError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// The other side speaks another version of the protocol than ours.
+class VersionError : public ProtocolError {
+  public:
+    /// Nothing where it named none.
+    explicit VersionError(std::optional<std::int64_t> theirs)
+        : ProtocolError("the other side speaks another version of the protocol"), theirs_(theirs) {}
+    const std::optional<std::int64_t>& theirs() const { return theirs_; }
+
+  private:
+    std::optional<std::int64_t> theirs_;
+};
+
 class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
   public:
     static constexpr int protocolVersion = 1;
     static constexpr std::size_t maximumBodySize = std::size_t{16} << 20;
     static constexpr std::size_t maximumAttachmentSize = std::size_t{256} << 20;
 
+    /// The longest that may be received, in bytes.
+    struct Limits {
+        std::size_t body = maximumBodySize;
+        std::size_t attachment = maximumAttachmentSize;
+    };
+
     /// Takes over a connected stream socket. The greeting goes out at once.
     static std::shared_ptr<MessageChannel> over(const boost::asio::any_io_executor& executor, int socket);
+    static std::shared_ptr<MessageChannel> over(const boost::asio::any_io_executor& executor, int socket,
+                                                Limits limits);
 
     /// The next message; throws boost::system::system_error when the other side has gone, ProtocolError when
     /// it speaks another protocol. One reader at a time.
@@ -46,6 +70,8 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
 
     /// Queues a message; it goes out in the order of the calls.
     void send(const Message& message);
+    /// Bytes of what has not gone out yet, the message on its way wholly included.
+    std::size_t queuedBytes() const { return queuedBytes_; }
 
     /// Waits until everything queued has gone out or the other side has gone, at most until `deadline`.
     boost::asio::awaitable<void> flush(std::chrono::steady_clock::time_point deadline);
@@ -53,7 +79,8 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
     void close();
 
   private:
-    MessageChannel(const boost::asio::any_io_executor& executor, int socket);
+    MessageChannel(const boost::asio::any_io_executor& executor, int socket, Limits limits);
+    void queue(std::string frame);
     boost::asio::awaitable<Message> receiveFrame();
     boost::asio::awaitable<std::string> receiveBytes(std::size_t count);
     void writeNext();
@@ -62,7 +89,9 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
 
     boost::asio::local::stream_protocol::socket socket_;
     boost::asio::steady_timer written_;
+    Limits limits_;
     std::deque<std::string> queue_;
+    std::size_t queuedBytes_ = 0;
     bool isWriting_ = false;
     bool hasGreeted_ = false;
 };

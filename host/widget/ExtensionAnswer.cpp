@@ -14,6 +14,8 @@ auto readMember(const Message& answer, std::string_view name, Read read) {
         return read(*value);
     } catch (const EntryCodingError& error) {
         throw ExtensionError(std::string("the extension's answer cannot be used: ") + error.what());
+    } catch (const ProtocolError& error) {
+        throw ExtensionError(std::string("the extension's answer cannot be used: ") + error.what());
     }
 }
 
@@ -40,6 +42,14 @@ platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer) {
     auto timeline = readMember(answer, "timeline", timelineFromValue);
     if (timeline.entries.empty()) throw ExtensionError("the extension's timeline has no entry");
     return timeline;
+}
+
+widget::FetchOutcome outcomeIn(const Message& answer) {
+    return readMember(answer, "outcome", outcomeFromValue);
+}
+
+widget::CredentialReport credentialsIn(const Message& answer) {
+    return readMember(answer, "credentials", credentialsFromValue);
 }
 
 std::string drawingIn(Message answer, widget::DrawingFormat format) {

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "host/protocol/EntryCoding.hpp"
+#include "host/protocol/OutcomeCoding.hpp"
 #include "host/widget/ExtensionProcess.hpp"
 
 namespace host {
@@ -16,6 +17,10 @@ Declaration declarationIn(const Message& answer);
 widget::SimpleEntry entryIn(const Message& answer);
 /// Of one entry at least.
 platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer);
+/// How the fetch for a timeline went.
+widget::FetchOutcome outcomeIn(const Message& answer);
+/// What is stored of a sign-in.
+widget::CredentialReport credentialsIn(const Message& answer);
 /// The bytes of a drawing, which begin as that format does.
 std::string drawingIn(Message answer, widget::DrawingFormat format);
 

@@ -16,25 +16,26 @@
 #include "host/protocol/EntryCoding.hpp"
 #include "host/widget/DrawingCommand.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
+#include "host/widget/JSONLine.hpp"
+#include "host/widget/Live/RunCommand.hpp"
 #include "host/widget/OneShotHost.hpp"
+#include "host/widget/Readers/ShowLive.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/CommandLine/CommandLine.hpp"
-#include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
+#include "platform/SystemEvents/LinuxSystemEvents.hpp"
+#include "platform/SystemEvents/RealTimeClock.hpp"
 
 namespace {
 
 using host::ExtensionRequest;
 using host::Message;
 
-/// Prints as a line of JSON with sorted keys.
 void print(const boost::json::object& object) {
-    const auto text =
-        platform::JSONSerialization::dataWithJSONObject(object, platform::JSONKeyOrder::ascendingBytes);
-    host::writeToStandardOutput(host::terminalSafeJSON(text) + "\n");
+    host::writeToStandardOutput(host::jsonLine(object));
 }
 
 void printDeclaration(const Message& message) {
@@ -88,6 +89,7 @@ void addDeclarationCommand(CLI::App& app, const Options& options) {
 
 struct ShowOptions {
     bool image = false;
+    bool live = false;
     std::string scheme = "dark";
 };
 
@@ -116,8 +118,14 @@ void addShowCommand(CLI::App& app, Options& options, ShowOptions& show) {
         ->check(CLI::IsMember({"light", "dark"}))
         ->needs(image)
         ->capture_default_str();
-    command->footer("Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge");
+    command->add_flag("--live", show.live, "Show what the live host has, and start it where none runs")
+        ->excludes(image);
+    command->footer(
+        "Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge\n  vela-widget show "
+        "--live");
     command->callback([&options, &show] {
+        if (show.live)
+            throw platform::ExitStatus(host::showLive(host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
         if (show.image) throw platform::ExitStatus(showImage(options, show));
         run({.request = options.request(ExtensionRequest::Kind::timeline),
              .present = showEntry,
@@ -222,6 +230,77 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
     command->callback([&options] { throw platform::ExitStatus(drawingCommand(options).run()); });
 }
 
+struct RunOptions {
+    std::string output;
+    std::vector<std::string> families;
+    std::string scheme = "dark";
+    double scale = 2;
+    double idleExit = 0;
+};
+
+/// Of those that were asked for; beside a folder, the widget as it is drawn by default.
+std::vector<host::PictureFile> pictures(const RunOptions& options) {
+    using drawing::ColorScheme;
+    auto families = options.families;
+    if (families.empty() && !options.output.empty()) families = {"systemMedium"};
+    std::vector<host::PictureFile> files;
+    for (const auto& family : families)
+        for (const auto scheme : {ColorScheme::light, ColorScheme::dark})
+            if (options.scheme == "all" || options.scheme == widget::name(scheme))
+                files.push_back({.family = *platform::widgetFamily(family),
+                                 .colorScheme = scheme,
+                                 .scale = options.scale});
+    return files;
+}
+
+host::RunCommand runCommand(const RunOptions& options) {
+    host::RunCommand command = {
+        .makeClock = [](const auto& executor) { return std::make_unique<platform::RealTimeClock>(executor); },
+        .makeEvents =
+            [](const auto& executor) {
+                return std::make_unique<platform::LinuxSystemEvents>(executor,
+                                                                     platform::WatchedStores::ofPerson());
+            },
+        .version = VELA_VERSION};
+    if (!options.output.empty()) command.output = options.output;
+    command.pictures = pictures(options);
+    if (options.idleExit > 0) command.idleLimit = std::chrono::seconds(std::lround(options.idleExit));
+    return command;
+}
+
+void addRunCommand(CLI::App& app, RunOptions& options) {
+    auto* command = app.add_subcommand("run", "Keep the widget current for every surface that reads it");
+    command
+        ->add_option("--output", options.output,
+                     "A folder that holds the entry, its text and pictures as files, each written when it "
+                     "changes; beside $XDG_RUNTIME_DIR/vela-widget, which always does")
+        ->check(CLI::Validator(checkedOutput, ""));
+    command
+        ->add_option("--family", options.families,
+                     "A family to keep a picture of, as FAMILY-SCHEME@SCALEx.png; may be given several times")
+        ->check(CLI::IsMember(platform::familyNames()))
+        ->delimiter(',');
+    command->add_option("--scheme", options.scheme, "light, dark or all")
+        ->check(CLI::IsMember({"light", "dark", "all"}))
+        ->capture_default_str();
+    command->add_option("--scale", options.scale, "Pixels to a point, 1 to 4")
+        ->check(platform::numberWithin(1, 4))
+        ->capture_default_str();
+    command
+        ->add_option("--idle-exit", options.idleExit,
+                     "End after so many seconds without readers, 1 to 86400; without it, never")
+        ->check(platform::numberWithin(1, 86'400));
+    command->footer(
+        "Example:\n  vela-widget run --output ~/.cache/widget --family systemMedium --scheme all");
+    command->callback([&options] { throw platform::ExitStatus(runCommand(options).run()); });
+}
+
+void addReloadCommand(CLI::App& app) {
+    auto* command = app.add_subcommand("reload", "Have the live host ask the server now");
+    command->footer("Example:\n  vela-widget reload");
+    command->callback([] { throw platform::ExitStatus(host::runReload()); });
+}
+
 int runProgram(int count, const char* const* arguments) {
     CLI::App app("Your latest parcels and orders, on every surface you look at.", "vela-widget");
     app.set_version_flag("--version", VELA_VERSION);
@@ -240,6 +319,9 @@ int runProgram(int count, const char* const* arguments) {
     addShowCommand(app, options, showOptions);
     RenderOptions renderOptions;
     addRenderCommand(app, renderOptions);
+    RunOptions runOptions;
+    addRunCommand(app, runOptions);
+    addReloadCommand(app);
     const int status = platform::runCommandLine(app, count, arguments);
     // What CLI11 prints, help and version, goes through the stream.
     if (!std::cout.flush())

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/protocol/LiveState.hpp"
+
+namespace host {
+
+namespace {
+
+struct TroubleRow {
+    LiveTrouble trouble;
+    std::string_view name;
+    std::string_view sentence;
+};
+
+constexpr std::array troubleTable = {
+    TroubleRow{LiveTrouble::serverUnreachable, "serverUnreachable", "the server cannot be reached"},
+    TroubleRow{LiveTrouble::serverFailing, "serverFailing", "the server gives no usable answer"},
+    TroubleRow{LiveTrouble::signInExpired, "signInExpired", "the sign-in has expired; sign in again"},
+    TroubleRow{LiveTrouble::keychainLocked, "keychainLocked", "the keyring is locked"},
+    TroubleRow{LiveTrouble::keychainUnreadable, "keychainUnreadable", "the keychain cannot be read"},
+    TroubleRow{LiveTrouble::extensionFailed, "extensionFailed", "the widget's extension fails"},
+};
+static_assert(troubleTable.size() == allLiveTroubles.size());
+
+}  // namespace
+
+std::string_view name(LiveTrouble trouble) {
+    return troubleTable[static_cast<std::size_t>(trouble)].name;
+}
+
+std::optional<LiveTrouble> liveTrouble(std::string_view name) {
+    for (const auto& row : troubleTable)
+        if (row.name == name) return row.trouble;
+    return std::nullopt;
+}
+
+std::string_view sentence(LiveTrouble trouble) {
+    return troubleTable[static_cast<std::size_t>(trouble)].sentence;
+}
+
+}  // namespace host

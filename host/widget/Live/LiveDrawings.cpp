@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Live/LiveDrawings.hpp"
+
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <exception>
+#include <utility>
+
+#include "host/protocol/DrawingRequestCoding.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+
+namespace host {
+
+namespace asio = boost::asio;
+
+namespace {
+
+/// The same for requests that are drawn alike.
+std::string keyOf(const widget::DrawingRequest& request) {
+    auto object = drawingRequestObject(request);
+    object.erase("entry");
+    object["family"] = platform::description(request.family);
+    return platform::JSONSerialization::dataWithJSONObject(object);
+}
+
+}  // namespace
+
+struct LiveDrawings::Drawing {
+    explicit Drawing(const asio::any_io_executor& executor, std::uint64_t shown)
+        : ready(executor, asio::steady_timer::time_point::max()), version(shown) {}
+
+    asio::steady_timer ready;
+    std::uint64_t version;
+    bool isReady = false;
+    std::string bytes;
+    std::exception_ptr failure;
+};
+
+LiveDrawings::LiveDrawings(const asio::any_io_executor& executor, LiveHost& host, LiveExtension& extension)
+    : executor_(executor), host_(host), extension_(extension) {
+    observation_ = host_.observe([this](const LiveState&, LiveHost::Change) { drawings_.clear(); });
+}
+
+std::shared_ptr<LiveDrawings::Drawing> LiveDrawings::kept(const std::string& key) const {
+    const auto found = drawings_.find(key);
+    return found == drawings_.end() ? nullptr : found->second;
+}
+
+asio::awaitable<std::string> LiveDrawings::drawn(widget::DrawingRequest request) {
+    const auto key = keyOf(request);
+    while (true) {
+        auto drawing = kept(key);
+        if (drawing && !drawing->isReady) {
+            boost::system::error_code ignored;
+            co_await drawing->ready.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+        } else if (!drawing) {
+            drawing = std::make_shared<Drawing>(executor_, host_.version());
+            drawings_[key] = drawing;
+            co_await make(drawing, request);
+            keep(key, drawing);
+        }
+        // What was shown when it was begun may be somebody else's by now.
+        if (drawing->version != host_.version()) continue;
+        if (drawing->failure) std::rethrow_exception(drawing->failure);
+        co_return drawing->bytes;
+    }
+}
+
+asio::awaitable<void> LiveDrawings::make(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request) {
+    request.entry = host_.state().entry;
+    try {
+        drawing->bytes = co_await extension_.draw(std::move(request));
+    } catch (const ExtensionError&) {
+        drawing->failure = std::current_exception();
+    }
+    drawing->isReady = true;
+    drawing->ready.cancel();
+}
+
+/// A failure is told to who waits for it, and the next to ask may have more luck.
+void LiveDrawings::keep(const std::string& key, const std::shared_ptr<Drawing>& drawing) {
+    if (kept(key) != drawing) return;
+    std::size_t held = 0;
+    for (const auto& [name, other] : drawings_) held += other->bytes.size();
+    if (drawing->failure || drawing->bytes.size() > mostKept) {
+        drawings_.erase(key);
+    } else if (held > mostKept) {
+        std::erase_if(drawings_, [&](const auto& each) { return each.second->isReady; });
+        drawings_[key] = drawing;
+    }
+}
+
+}  // namespace host

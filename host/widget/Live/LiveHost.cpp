@@ -1,0 +1,324 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Live/LiveHost.hpp"
+
+#include <algorithm>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <utility>
+
+#include "host/protocol/LiveCoding.hpp"
+#include "host/widget/Live/Midnight.hpp"
+#include "platform/Asio/Coroutines.hpp"
+#include "platform/Asio/Pause.hpp"
+#include "platform/Date/SystemZone.hpp"
+#include "presentation/Wording.hpp"
+
+namespace host {
+
+namespace asio = boost::asio;
+using platform::Date;
+using platform::SystemEvent;
+using widget::CredentialReport;
+using widget::CredentialState;
+using widget::ServerContact;
+
+namespace {
+
+/// A sign-in changes several files; all of them are one change.
+constexpr std::chrono::milliseconds settling(50);
+
+/// The same tokens are one person's, and so are renewed ones of one account. Without a user id to go by,
+/// other tokens are taken for another's: what is shown must not be somebody else's.
+bool isSamePerson(const CredentialReport& one, const CredentialReport& other) {
+    return one.tokens == other.tokens || (one.account && one.account == other.account);
+}
+
+LiveTrouble troubleIn(const widget::FetchOutcome& outcome) {
+    switch (outcome.credentials.state) {
+        case CredentialState::locked: return LiveTrouble::keychainLocked;
+        case CredentialState::unreadable: return LiveTrouble::keychainUnreadable;
+        case CredentialState::expired: return LiveTrouble::signInExpired;
+        case CredentialState::none:
+        case CredentialState::stored: break;
+    }
+    const bool isReached = outcome.server != ServerContact::unreachable;
+    return isReached ? LiveTrouble::serverFailing : LiveTrouble::serverUnreachable;
+}
+
+bool isGood(const widget::SimpleEntry& entry) {
+    return !std::holds_alternative<widget::NotLoggedIn>(entry.widgetState);
+}
+
+}  // namespace
+
+LiveHost::LiveHost(const asio::any_io_executor& executor, Surroundings surroundings)
+    : executor_(executor),
+      surroundings_(std::move(surroundings)),
+      policy_(surroundings_.random, surroundings_.clock.now()),
+      state_(placeholder()),
+      midnight_(midnightAfter(surroundings_.clock.now())),
+      fetched_(executor, asio::steady_timer::time_point::max()) {}
+
+asio::awaitable<void> LiveHost::run() {
+    midnight_ = midnightAfter(surroundings_.clock.now());
+    surroundings_.events.listen([this](SystemEvent event) { take(event); });
+    while (!isStopped_) {
+        const auto now = surroundings_.clock.now();
+        grow(now);
+        if (policy_.next(now) <= now)
+            co_await fetch();
+        else
+            co_await surroundings_.clock.waitUntil(nextTurn(now));
+    }
+}
+
+void LiveHost::stop() {
+    isStopped_ = true;
+    surroundings_.extension.leave();
+    wake();
+}
+
+void LiveHost::leaveExtension() {
+    ++conversation_;
+    surroundings_.extension.leave();
+}
+
+void LiveHost::wake() {
+    surroundings_.clock.interrupt();
+}
+
+/// What time alone does.
+void LiveHost::grow(Date now) {
+    if (now >= midnight_) {
+        midnight_ = midnightAfter(now);
+        policy_.noted(ReloadCause::midnight, now);
+    }
+    if (!good_) return;
+    if (now >= good_->date.addingTimeInterval(longestKept)) {
+        good_.reset();
+        auto successor = placeholder();
+        successor.trouble = state_.trouble;
+        show(std::move(successor));
+    } else if (now >= good_->date.addingTimeInterval(oldAfter) && !state_.asOf) {
+        auto aged = state_;
+        aged.asOf = good_->date;
+        show(std::move(aged));
+    }
+}
+
+Date LiveHost::nextTurn(Date now) {
+    auto turn = std::min(policy_.next(now), midnight_);
+    if (!good_) return turn;
+    const double age = state_.asOf ? longestKept : oldAfter;
+    return std::min(turn, good_->date.addingTimeInterval(age));
+}
+
+Date LiveHost::nextFetch() {
+    return policy_.next(surroundings_.clock.now());
+}
+
+void LiveHost::take(SystemEvent event) {
+    const auto now = surroundings_.clock.now();
+    switch (event) {
+        case SystemEvent::secretsChanged: startCheck(); break;
+        case SystemEvent::defaultsChanged:
+            startCheck();
+            policy_.noted(ReloadCause::defaults, now);
+            break;
+        case SystemEvent::networkReturned: policy_.noted(ReloadCause::network, now); break;
+        case SystemEvent::resumed: policy_.noted(ReloadCause::resume, now); break;
+        case SystemEvent::clockSet:
+            midnight_ = midnightAfter(now);
+            policy_.noted(ReloadCause::clock, now);
+            break;
+        case SystemEvent::zoneChanged:
+            platform::SystemZone::refresh();
+            midnight_ = midnightAfter(now);
+            // One that runs would notice within a minute.
+            leaveExtension();
+            policy_.noted(ReloadCause::zone, now);
+            break;
+    }
+    wake();
+}
+
+void LiveHost::startCheck() {
+    isCheckDue_ = true;
+    if (std::exchange(isChecking_, true)) return;
+    platform::spawn(executor_, check(), [this](const std::exception_ptr&) { isChecking_ = false; });
+}
+
+asio::awaitable<void> LiveHost::check() {
+    while (isCheckDue_ && !isStopped_) {
+        co_await platform::pause(settling);
+        isCheckDue_ = false;
+        try {
+            takeCredentials(co_await surroundings_.extension.credentials());
+        } catch (const ExtensionError&) {
+            // Whether somebody signed out is found out all the same, by the next timeline.
+            if (!isStopped_) policy_.noted(ReloadCause::defaults, surroundings_.clock.now());
+        }
+        wake();
+    }
+    isChecking_ = false;
+}
+
+void LiveHost::takeCredentials(const CredentialReport& report) {
+    // What cannot be read now may be what it was.
+    if (report.state != CredentialState::none && report.state != CredentialState::stored) return;
+    const auto before = std::exchange(known_, report);
+    if (report.state == CredentialState::none) {
+        const bool isShown = isGood(state_.entry) || state_.trouble;
+        if (isShown) forget(signedOut(std::nullopt));
+    } else if (!before || before->state != report.state) {
+        policy_.signedIn(surroundings_.clock.now());
+    } else if (before->tokens != report.tokens) {
+        takeOtherTokens(report, *before);
+    }
+}
+
+void LiveHost::takeOtherTokens(const CredentialReport& report, const CredentialReport& before) {
+    policy_.signedIn(surroundings_.clock.now());
+    if (isSamePerson(report, before)) {
+        if (good_) good_->owner = report;
+    } else if (fetchesBegun_ != fetchesEnded_) {
+        unsettled_ = report;
+    } else {
+        forget(placeholder());
+    }
+}
+
+asio::awaitable<void> LiveHost::fetch() {
+    policy_.began(surroundings_.clock.now());
+    ++fetchesBegun_;
+    const auto conversation = conversation_;
+    std::optional<LiveExtension::Answer> answer;
+    try {
+        answer = co_await surroundings_.extension.timeline(surroundings_.family);
+    } catch (const ExtensionError&) {
+    }
+    ++fetchesEnded_;
+    // A zone that changed is in force within a minute.
+    const auto now = surroundings_.clock.now();
+    if (now < midnight_) midnight_ = midnightAfter(now);
+    if (conversation == conversation_ && !isStopped_) takeAnswer(std::move(answer));
+    unsettled_.reset();
+    fetched_.cancel();
+}
+
+void LiveHost::takeAnswer(std::optional<LiveExtension::Answer> answer) {
+    const auto now = surroundings_.clock.now();
+    if (!answer) {
+        policy_.failed(now, std::nullopt);
+        return keepThrough(LiveTrouble::extensionFailed);
+    }
+    lastFetch_ = now;
+    if (isOfAnother(answer->outcome)) {
+        policy_.signedIn(now);
+        return forget(placeholder());
+    }
+    if (isGood(answer->timeline.entries.front()))
+        takeEntry(*std::move(answer));
+    else
+        takeFailure(*answer);
+}
+
+/// Whether the tokens became somebody else's while they were used, or since the last good entry.
+bool LiveHost::isOfAnother(const widget::FetchOutcome& outcome) const {
+    const auto& report = outcome.credentials;
+    if (unsettled_ && !(outcome.hasRenewed && report.tokens == unsettled_->tokens)) return true;
+    if (outcome.server == ServerContact::answered || outcome.hasRenewed || !good_) return false;
+    return report.state == CredentialState::stored && !isSamePerson(report, good_->owner);
+}
+
+void LiveHost::takeEntry(LiveExtension::Answer answer) {
+    const auto now = surroundings_.clock.now();
+    auto& entry = answer.timeline.entries.front();
+    known_ = answer.outcome.credentials;
+    good_ = {.entry = entry, .date = now, .owner = answer.outcome.credentials};
+    policy_.answered(now, answer.timeline.policy.after);
+    show({.entry = std::move(entry)});
+}
+
+void LiveHost::takeFailure(const LiveExtension::Answer& answer) {
+    const auto now = surroundings_.clock.now();
+    const auto& outcome = answer.outcome;
+    const auto after = answer.timeline.policy.after;
+    const auto state = outcome.credentials.state;
+    if (state == CredentialState::none || state == CredentialState::stored) known_ = outcome.credentials;
+    if (state == CredentialState::none || state == CredentialState::expired) {
+        policy_.answered(now, after);
+        const bool isOver = state == CredentialState::expired;
+        auto successor = signedOut(isOver ? std::optional(LiveTrouble::signInExpired) : std::nullopt);
+        if (isGood(state_.entry) || successor.trouble != state_.trouble) return forget(std::move(successor));
+        return show(std::move(successor));
+    }
+    if (!outcome.hasRenewed) {
+        policy_.failed(now, after);
+        return keepThrough(troubleIn(outcome));
+    }
+    // Nothing is wrong yet: the next answer is a moment away.
+    if (good_) good_->owner = outcome.credentials;
+    policy_.renewed(now, after);
+    if (policy_.next(now) > now) keepThrough(LiveTrouble::serverFailing);
+}
+
+void LiveHost::keepThrough(LiveTrouble trouble) {
+    auto state = good_ ? LiveState{.entry = good_->entry} : placeholder();
+    // A placeholder from before stays as it is.
+    if (!good_ && state_.isPlaceholder) state.entry = state_.entry;
+    if (good_) state.asOf = good_->date;
+    state.trouble = trouble;
+    show(std::move(state));
+}
+
+void LiveHost::forget(LiveState successor) {
+    good_.reset();
+    // It remembers pictures, and what it is doing is for one who is gone.
+    leaveExtension();
+    show(std::move(successor), Change::forgotten);
+}
+
+LiveState LiveHost::placeholder() const {
+    return {.entry = widget::placeholderEntry(surroundings_.clock.now(),
+                                              std::string(presentation::Wording::sampleShopName)),
+            .isPlaceholder = true};
+}
+
+LiveState LiveHost::signedOut(std::optional<LiveTrouble> trouble) const {
+    return {.entry = {.date = surroundings_.clock.now(), .widgetState = widget::NotLoggedIn()},
+            .trouble = trouble};
+}
+
+void LiveHost::show(LiveState state, Change change) {
+    if (change == Change::replaced && liveStateObject(state) == liveStateObject(state_)) return;
+    state_ = std::move(state);
+    ++version_;
+    std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
+    const auto observers = observers_;
+    for (const auto& each : observers)
+        if (const auto observer = each.lock()) (*observer)(state_, change);
+}
+
+LiveHost::Observation LiveHost::observe(Observer observer) {
+    const auto observation = std::make_shared<const Observer>(std::move(observer));
+    observers_.push_back(observation);
+    return observation;
+}
+
+void LiveHost::askNow() {
+    policy_.asked(surroundings_.clock.now());
+    wake();
+}
+
+asio::awaitable<LiveState> LiveHost::reload() {
+    askNow();
+    const auto awaited = fetchesBegun_ + 1;
+    boost::system::error_code ignored;
+    while (fetchesEnded_ < awaited && !isStopped_)
+        co_await fetched_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    co_return state_;
+}
+
+}  // namespace host

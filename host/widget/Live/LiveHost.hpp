@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// What a person's surfaces show, kept current for weeks: asks the extension when it is due, listens to the
+// machine in between, and decides what a failure means. Belongs to one executor; its members may be called
+// from that executor's thread only, and it has to outlive `run` and what was asked of it.
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "host/protocol/LiveState.hpp"
+#include "host/widget/Live/LiveExtension.hpp"
+#include "host/widget/Live/ReloadPolicy.hpp"
+#include "platform/SystemEvents/SystemEvents.hpp"
+#include "platform/SystemEvents/WallClock.hpp"
+
+namespace host {
+
+class LiveHost {
+  public:
+    /// What became of what was shown before.
+    enum class Change {
+        replaced,
+        /// It was somebody's who has signed out, or gives way to another: nothing of it may stay anywhere.
+        forgotten,
+    };
+    using Observer = std::function<void(const LiveState& state, Change change)>;
+
+    struct Surroundings {
+        platform::WallClock& clock;
+        platform::SystemEvents& events;
+        LiveExtension& extension;
+        ReloadPolicy::Random random;
+        /// Whose timeline is asked for, on behalf of all surfaces.
+        platform::WidgetFamily family = platform::WidgetFamily::systemMedium;
+    };
+
+    /// Seconds for which the last good entry is kept, and after which one that was not followed by another is
+    /// marked as old.
+    static constexpr double longestKept = 24 * 3600;
+    static constexpr double oldAfter = 2 * 3600;
+
+    LiveHost(const boost::asio::any_io_executor& executor, Surroundings surroundings);
+
+    /// Keeps the state current until `stop`. Called once.
+    boost::asio::awaitable<void> run();
+    /// Also ends what was asked of the extension.
+    void stop();
+
+    const LiveState& state() const { return state_; }
+    /// Another number for another state.
+    std::uint64_t version() const { return version_; }
+    /// Called at every change from now on, for as long as what this gives is kept.
+    using Observation = std::shared_ptr<const Observer>;
+    [[nodiscard]] Observation observe(Observer observer);
+
+    /// Has the server asked at once.
+    void askNow();
+    /// The same, and gives what came of it.
+    boost::asio::awaitable<LiveState> reload();
+
+    const std::optional<platform::Date>& lastFetch() const { return lastFetch_; }
+    platform::Date nextFetch();
+
+  private:
+    struct Good {
+        widget::SimpleEntry entry;
+        platform::Date date;
+        widget::CredentialReport owner;
+    };
+
+    void take(platform::SystemEvent event);
+    void startCheck();
+    boost::asio::awaitable<void> check();
+    void takeCredentials(const widget::CredentialReport& report);
+    void takeOtherTokens(const widget::CredentialReport& report, const widget::CredentialReport& before);
+
+    boost::asio::awaitable<void> fetch();
+    void takeAnswer(std::optional<LiveExtension::Answer> answer);
+    void takeEntry(LiveExtension::Answer answer);
+    void takeFailure(const LiveExtension::Answer& answer);
+    bool isOfAnother(const widget::FetchOutcome& outcome) const;
+
+    void grow(platform::Date now);
+    platform::Date nextTurn(platform::Date now);
+    void keepThrough(LiveTrouble trouble);
+    void forget(LiveState successor);
+    LiveState placeholder() const;
+    LiveState signedOut(std::optional<LiveTrouble> trouble) const;
+    void show(LiveState state, Change change = Change::replaced);
+    void leaveExtension();
+    void wake();
+
+    boost::asio::any_io_executor executor_;
+    Surroundings surroundings_;
+    ReloadPolicy policy_;
+    LiveState state_;
+    std::vector<std::weak_ptr<const Observer>> observers_;
+    std::optional<Good> good_;
+    /// What was stored when it was last looked at.
+    std::optional<widget::CredentialReport> known_;
+    /// Tokens that came while a fetch was under way that may itself have brought them.
+    std::optional<widget::CredentialReport> unsettled_;
+    std::optional<platform::Date> lastFetch_;
+    platform::Date midnight_;
+    std::uint64_t version_ = 0;
+    /// Another number once the extension was left: what it still answers is nobody's.
+    std::uint64_t conversation_ = 0;
+    std::uint64_t fetchesBegun_ = 0;
+    std::uint64_t fetchesEnded_ = 0;
+    boost::asio::steady_timer fetched_;
+    bool isChecking_ = false;
+    bool isCheckDue_ = false;
+    bool isStopped_ = false;
+};
+
+}  // namespace host

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// A live host's state as files, for whoever can show a file: the entry, the state, the terminal's view, and
+// the pictures that somebody wants. Belongs to one executor, and has to outlive its work.
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/protocol/PictureFile.hpp"
+#include "host/widget/Live/LiveDrawings.hpp"
+#include "host/widget/Live/LiveHost.hpp"
+#include "host/widget/Live/RuntimeFolder.hpp"
+
+namespace host {
+
+class PublishedFiles {
+  public:
+    /// Whoever wants pictures, by an address of its own.
+    using Reader = const void*;
+
+    /// `always` are wanted by nobody in particular. The state as it is, is written at once.
+    PublishedFiles(boost::asio::any_io_executor executor, LiveHost& host, LiveDrawings& drawings,
+                   std::vector<RuntimeFolder> folders, std::vector<PictureFile> always);
+
+    /// In place of what it wanted before.
+    void want(Reader reader, std::vector<PictureFile> pictures);
+    void release(Reader reader);
+
+  private:
+    std::set<PictureFile> wanted() const;
+    void take(LiveHost::Change change);
+    void writeTexts(LiveHost::Change change);
+    void write(const std::string& name, std::string_view bytes, LiveHost::Change change);
+    void removeUnwanted();
+    void startDrawing();
+    boost::asio::awaitable<void> drawAll();
+
+    boost::asio::any_io_executor executor_;
+    LiveHost& host_;
+    LiveDrawings& drawings_;
+    std::vector<RuntimeFolder> folders_;
+    std::map<Reader, std::vector<PictureFile>> wants_;
+    bool isDrawing_ = false;
+    bool isDrawingDue_ = false;
+    LiveHost::Observation observation_;
+};
+
+}  // namespace host

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Live/ReloadPolicy.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace host {
+
+using platform::Date;
+
+namespace {
+
+constexpr double minute = 60;
+constexpr double hour = 60 * minute;
+constexpr double day = 24 * hour;
+
+double secondsBetween(Date from, Date to) {
+    return to.timeIntervalSinceReferenceDate() - from.timeIntervalSinceReferenceDate();
+}
+
+}  // namespace
+
+ReloadPolicy::ReloadPolicy(Random random, Date now)
+    : random_(std::move(random)), latest_(now), planned_(now), lastFailure_(now) {}
+
+/// By a clock that was set back all would wait for as long as it was set back by.
+void ReloadPolicy::observe(Date now) {
+    const double jump = secondsBetween(latest_, now);
+    latest_ = now;
+    if (jump >= 0) return;
+    planned_ = planned_.addingTimeInterval(jump);
+    lastFailure_ = lastFailure_.addingTimeInterval(jump);
+    if (early_) early_ = early_->addingTimeInterval(jump);
+    for (auto& request : requests_) request.begun = request.begun.addingTimeInterval(jump);
+}
+
+void ReloadPolicy::dueBy(Date date) {
+    early_ = early_ ? std::min(*early_, date) : date;
+}
+
+void ReloadPolicy::began(Date now) {
+    observe(now);
+    requests_.push_back({.begun = now, .isEarly = now < planned_ && !isAsked_});
+    while (secondsBetween(requests_.front().begun, now) >= day) requests_.pop_front();
+    early_.reset();
+    isAsked_ = false;
+    isCauseGone_ = false;
+    // What does not answer at all is not asked all the time.
+    plan(now, std::nullopt);
+}
+
+void ReloadPolicy::plan(Date now, std::optional<Date> after) {
+    const auto date = std::clamp(after.value_or(now.addingTimeInterval(hour)), now.addingTimeInterval(minute),
+                                 now.addingTimeInterval(day));
+    planned_ = date.addingTimeInterval(random_() * longestJitter);
+}
+
+void ReloadPolicy::answered(Date now, Date after) {
+    observe(now);
+    plan(now, after);
+    failuresInARow_ = 0;
+    hasRenewed_ = false;
+}
+
+void ReloadPolicy::renewed(Date now, Date after) {
+    if (std::exchange(hasRenewed_, true)) return failed(now, after);
+    observe(now);
+    plan(now, after);
+    failuresInARow_ = 0;
+    dueBy(now);
+}
+
+void ReloadPolicy::failed(Date now, std::optional<Date> after) {
+    observe(now);
+    plan(now, after);
+    ++failuresInARow_;
+    lastFailure_ = now;
+    dueBy(now);
+}
+
+void ReloadPolicy::noted(ReloadCause cause, Date now) {
+    observe(now);
+    // Midnight comes to all of a zone at once.
+    const double delay = cause == ReloadCause::midnight ? random_() * longestJitter : coalescing;
+    dueBy(now.addingTimeInterval(delay));
+    if (cause == ReloadCause::network || cause == ReloadCause::resume) isCauseGone_ = true;
+}
+
+void ReloadPolicy::signedIn(Date now) {
+    observe(now);
+    failuresInARow_ = 0;
+    hasRenewed_ = false;
+    dueBy(now);
+}
+
+void ReloadPolicy::asked(Date now) {
+    observe(now);
+    isAsked_ = true;
+}
+
+Date ReloadPolicy::endOfPause() const {
+    if (failuresInARow_ == 0) return lastFailure_;
+    const double pause = pauses[std::min(failuresInARow_, pauses.size()) - 1];
+    return lastFailure_.addingTimeInterval(isCauseGone_ ? std::min(pause, pauseAfterReturn) : pause);
+}
+
+/// `due`, or when the day before it has seen one request less than it may.
+Date ReloadPolicy::withinBudget(Date due, std::size_t budget, bool isEarlyOnly) const {
+    std::size_t counted = 0;
+    for (auto request = requests_.rbegin(); request != requests_.rend(); ++request) {
+        if (isEarlyOnly && !request->isEarly) continue;
+        if (++counted == budget) return std::max(due, request->begun.addingTimeInterval(day));
+    }
+    return due;
+}
+
+Date ReloadPolicy::next(Date now) {
+    observe(now);
+    if (isAsked_) return now;
+    auto due = planned_;
+    if (early_)
+        due = std::min(due, withinBudget(std::max(*early_, endOfPause()), mostADay - keptForDates, true));
+    return withinBudget(due, mostADay, false);
+}
+
+}  // namespace host

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Live/RunCommand.hpp"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/this_coro.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <random>
+#include <string_view>
+#include <utility>
+
+#include "host/widget/Live/HostPlace.hpp"
+#include "host/widget/Live/HostSocket.hpp"
+#include "host/widget/Live/LiveDrawings.hpp"
+#include "host/widget/Live/LiveExtension.hpp"
+#include "host/widget/Live/LiveHost.hpp"
+#include "host/widget/Live/PublishedFiles.hpp"
+#include "host/widget/OneShotHost.hpp"
+#include "host/widget/Readers/LiveHostClient.hpp"
+#include "platform/Asio/Coroutines.hpp"
+#include "platform/Streams/Streams.hpp"
+
+namespace host {
+
+namespace asio = boost::asio;
+using boost::system::error_code;
+
+namespace {
+
+void giveNotice(std::string_view notice) {
+    platform::printError("vela-widget", notice);
+}
+
+ReloadPolicy::Random randomNumbers() {
+    return [engine = std::mt19937_64(std::random_device()())]() mutable {
+        return std::uniform_real_distribution<double>(0, 1)(engine);
+    };
+}
+
+ExtensionSession::Options sessionOptions(const RunCommand& command) {
+    ExtensionSession::Options options;
+    options.extension = command.extension;
+    options.restarts = RestartPolicy::patient();
+    options.onOutputLine = printExtensionLine;
+    options.onNotice = giveNotice;
+    return options;
+}
+
+std::vector<RuntimeFolder> folders(const RunCommand& command, const HostPlace& place) {
+    std::vector<RuntimeFolder> all;
+    const int own = ::fcntl(place.folderDescriptor(), F_DUPFD_CLOEXEC, 0);
+    all.emplace_back(place.folder(), platform::Descriptor(own), giveNotice);
+    if (command.output) all.push_back(RuntimeFolder::make(*command.output, giveNotice));
+    return all;
+}
+
+/// All the parts of a live host, and what holds them together.
+class Household {
+  public:
+    Household(const asio::any_io_executor& executor, const RunCommand& command, const HostPlace& place)
+        : executor_(executor),
+          clock_(command.makeClock(executor)),
+          events_(command.makeEvents(executor)),
+          extension_(executor, sessionOptions(command), command.extensionRest),
+          host_(executor, {.clock = *clock_,
+                           .events = *events_,
+                           .extension = extension_,
+                           .random = randomNumbers(),
+                           .family = command.pictures.empty() ? platform::WidgetFamily::systemMedium
+                                                              : command.pictures.front().family}),
+          drawings_(executor, host_, extension_),
+          files_(executor, host_, drawings_, folders(command, place), command.pictures),
+          socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
+                  socketOptions(command)),
+          signals_(executor, SIGINT, SIGTERM, SIGHUP),
+          reloads_(executor, SIGUSR1),
+          end_(executor, asio::steady_timer::time_point::max()) {}
+
+    asio::awaitable<void> run() {
+        const auto endWith = [this](const std::exception_ptr& failure) {
+            failure_ = failure;
+            end_.cancel();
+        };
+        platform::spawn(executor_, host_.run(), endWith);
+        platform::spawn(executor_, socket_.accept(), endWith);
+        platform::spawn(executor_, reloadOnSignals(), endWith);
+        signals_.async_wait([this](const error_code&, int) { end_.cancel(); });
+        error_code ignored;
+        co_await end_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+        socket_.close();
+        host_.stop();
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+  private:
+    HostSocket::Options socketOptions(const RunCommand& command) {
+        HostSocket::Options options = {.version = command.version, .started = clock_->now()};
+        if (command.idleLimit) options.idleLimit = *command.idleLimit;
+        options.onIdle = [this] { end_.cancel(); };
+        return options;
+    }
+
+    asio::awaitable<void> reloadOnSignals() {
+        while (true) {
+            co_await reloads_.async_wait(asio::use_awaitable);
+            host_.askNow();
+        }
+    }
+
+    asio::any_io_executor executor_;
+    std::unique_ptr<platform::WallClock> clock_;
+    std::unique_ptr<platform::SystemEvents> events_;
+    SessionExtension extension_;
+    LiveHost host_;
+    LiveDrawings drawings_;
+    PublishedFiles files_;
+    HostSocket socket_;
+    asio::signal_set signals_;
+    asio::signal_set reloads_;
+    asio::steady_timer end_;
+    std::exception_ptr failure_;
+};
+
+asio::awaitable<int> keepHouse(const RunCommand& command, const HostPlace& place) {
+    Household household(co_await asio::this_coro::executor, command, place);
+    co_await household.run();
+    co_return 0;
+}
+
+asio::awaitable<int> reloadAndReport() {
+    LiveHostClient::Options options;
+    options.ifMissing = LiveHostClient::IfMissing::leave;
+    LiveHostClient client(co_await asio::this_coro::executor, std::move(options));
+    const auto state = co_await client.reload();
+    if (!state.trouble) co_return 0;
+    platform::printError("vela-widget", sentence(*state.trouble));
+    co_return 1;
+}
+
+}  // namespace
+
+int RunCommand::run() const {
+    try {
+        auto listening = HostPlace::handedDownSocket();
+        const auto place = HostPlace::claim(HostAddress::ofPerson(), std::move(listening));
+        return platform::runToEnd(keepHouse(*this, place));
+    } catch (const std::exception& failure) {
+        platform::printFailure("vela-widget", failure);
+        return 1;
+    }
+}
+
+int runReload() {
+    try {
+        return platform::runToEnd(reloadAndReport());
+    } catch (const std::exception& failure) {
+        platform::printFailure("vela-widget", failure);
+        return 1;
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// A folder in which a live host shows its state as files: each replaced in one step, and only when it holds
+// something else. Belongs to one thread.
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "platform/Files/Descriptor.hpp"
+
+namespace host {
+
+class RuntimeFolder {
+  public:
+    /// Receives, in words for a person, that files cannot be written: once, until one can be again.
+    using Notice = std::function<void(std::string_view)>;
+
+    static constexpr const char* entryName = "entry.json";
+    static constexpr const char* stateName = "state.json";
+    static constexpr const char* textName = "widget.txt";
+
+    /// An open folder; files of ours that it has from before are taken for unknown.
+    RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice);
+    /// Makes it where it is missing. Throws std::system_error.
+    static RuntimeFolder make(const std::filesystem::path& path, Notice onNotice);
+    /// Removes what it has written.
+    ~RuntimeFolder();
+    RuntimeFolder(RuntimeFolder&& other) noexcept = default;
+    RuntimeFolder& operator=(RuntimeFolder&&) = delete;
+
+    /// False where it cannot be written; the old file stays.
+    bool write(const std::string& name, std::string_view bytes);
+    void remove(const std::string& name);
+    /// Every picture but those of these names.
+    template <typename Keep>
+    void removePictures(Keep keep) {
+        for (auto file = written_.begin(); file != written_.end();) {
+            const auto next = std::next(file);
+            if (file->first.ends_with(pictureEnding) && !keep(file->first)) remove(std::string(file->first));
+            file = next;
+        }
+    }
+
+    /// Files of such names that a live host which was killed has left.
+    static void removeLeftovers(const platform::Descriptor& folder);
+
+  private:
+    static constexpr std::string_view pictureEnding = ".png";
+
+    struct Content {
+        std::size_t size;
+        std::size_t hash;
+        bool operator==(const Content&) const = default;
+    };
+
+    std::filesystem::path path_;
+    platform::Descriptor folder_;
+    Notice onNotice_;
+    std::map<std::string, Content, std::less<>> written_;
+    bool isFailing_ = false;
+};
+
+}  // namespace host

@@ -1,0 +1,345 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Readers/LiveHostClient.hpp"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <system_error>
+#include <utility>
+
+#include "host/protocol/DrawingRequestCoding.hpp"
+#include "host/protocol/EntryCoding.hpp"
+#include "host/protocol/HostAddress.hpp"
+#include "host/widget/Readers/HostStart.hpp"
+#include "host/widget/TerminalText.hpp"
+#include "platform/Asio/Coroutines.hpp"
+#include "platform/Asio/Pause.hpp"
+#include "platform/Files/Descriptor.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+
+namespace host {
+
+namespace asio = boost::asio;
+namespace json = boost::json;
+using boost::system::error_code;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+namespace {
+
+constexpr milliseconds lookAgain(20);
+
+/// The descriptor, or minus the error.
+int tryToConnect(const std::filesystem::path& path) {
+    platform::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!socket.isOpen()) return -errno;
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    const auto& name = path.native();
+    if (name.size() >= sizeof address.sun_path) return -ENAMETOOLONG;
+    std::memcpy(address.sun_path, name.data(), name.size());
+    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return -errno;
+    ucred peer = {};
+    socklen_t length = sizeof peer;
+    if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) return -errno;
+    return peer.uid == ::geteuid() ? socket.release() : -EACCES;
+}
+
+bool isMissing(int result) {
+    return result == -ENOENT || result == -ECONNREFUSED;
+}
+
+std::string versionInWords(const VersionError& error) {
+    return "the live host speaks " +
+           (error.theirs() ? "version " + std::to_string(*error.theirs()) + " of the protocol"
+                           : std::string("another version of the protocol")) +
+           " and this program version " + std::to_string(MessageChannel::protocolVersion) +
+           ": end the live host, so that one of this program's version can begin";
+}
+
+std::string quotedError(const json::value& error) {
+    if (!error.is_string()) return "the live host refused";
+    constexpr std::size_t longest = 400;
+    return fittedToColumns(terminalSafe(std::string_view(error.get_string()).substr(0, 4 * longest)),
+                           longest);
+}
+
+json::object asking(LiveRequest request) {
+    return {{"request", name(request)}};
+}
+
+const json::value& memberOf(const Message& message, std::string_view key) {
+    const auto* value = message.body.if_contains(key);
+    if (!value) throw LiveHostError("the live host's answer has no " + std::string(key));
+    return *value;
+}
+
+LiveState stateIn(const Message& message) {
+    try {
+        return liveStateFromValue(memberOf(message, "state"));
+    } catch (const EntryCodingError& error) {
+        throw LiveHostError(std::string("the live host's answer cannot be used: ") + error.what());
+    } catch (const ProtocolError& error) {
+        throw LiveHostError(std::string("the live host's answer cannot be used: ") + error.what());
+    }
+}
+
+}  // namespace
+
+/// One conversation with one live host.
+class LiveHostClient::Connection : public std::enable_shared_from_this<Connection> {
+  public:
+    Connection(const asio::any_io_executor& executor, int socket)
+        : ended_(executor, asio::steady_timer::time_point::max()),
+          channel_(MessageChannel::over(executor, socket)) {}
+
+    static std::shared_ptr<Connection> over(const asio::any_io_executor& executor, int socket) {
+        const auto connection = std::make_shared<Connection>(executor, socket);
+        platform::spawn(executor, converse(connection), [connection](const std::exception_ptr&) {
+            connection->conclude("it could not be listened to");
+        });
+        return connection;
+    }
+
+    bool hasEnded() const { return ending_.has_value(); }
+    void listen(StateHandler onState) { onState_ = std::move(onState); }
+
+    asio::awaitable<Message> ask(json::object request) {
+        throwIfEnded();
+        const auto reply = std::make_shared<PendingReply>(ended_.get_executor());
+        const auto identifier = ++lastIdentifier_;
+        request["id"] = identifier;
+        channel_->send({.body = std::move(request)});
+        pending_[identifier] = reply;
+        error_code ignored;
+        co_await reply->arrived.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+        pending_.erase(identifier);
+        if (!reply->message) throwIfEnded();
+        if (!reply->message) throw LiveHostEnded("the live host gave no answer");
+        if (const auto* error = reply->message->body.if_contains("error"))
+            throw LiveHostError(quotedError(*error));
+        co_return std::move(*reply->message);
+    }
+
+    /// Throws what ended it.
+    asio::awaitable<void> untilEnd() {
+        error_code ignored;
+        while (!ending_) co_await ended_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+        throwIfEnded();
+    }
+
+    void hangUp() { conclude("it was hung up on"); }
+
+  private:
+    struct PendingReply {
+        explicit PendingReply(const asio::any_io_executor& executor)
+            : arrived(executor, asio::steady_timer::time_point::max()) {}
+        asio::steady_timer arrived;
+        std::optional<Message> message;
+    };
+
+    void throwIfEnded() const {
+        if (isOfAnotherVersion_) throw LiveHostError(*ending_);
+        if (ending_) throw LiveHostEnded(*ending_);
+    }
+
+    static asio::awaitable<void> converse(std::shared_ptr<Connection> connection) {
+        std::string ending = "the live host has ended";
+        try {
+            while (true) connection->take(co_await connection->channel_->receive());
+        } catch (const VersionError& error) {
+            connection->isOfAnotherVersion_ = true;
+            ending = versionInWords(error);
+        } catch (const boost::system::system_error&) {
+            // It has gone.
+        } catch (const std::exception& error) {
+            ending = error.what();
+        }
+        connection->conclude(std::move(ending));
+    }
+
+    void take(Message message) {
+        const auto* identifier = message.body.if_contains("id");
+        if (!identifier) return takePush(message);
+        const auto found = identifier->is_int64() ? pending_.find(identifier->get_int64()) : pending_.end();
+        if (found == pending_.end()) return;
+        found->second->message = std::move(message);
+        found->second->arrived.cancel();
+    }
+
+    void takePush(const Message& message) {
+        if (const auto* error = message.body.if_contains("error")) throw LiveHostEnded(quotedError(*error));
+        if (onState_) onState_(stateIn(message));
+    }
+
+    void conclude(std::string ending) {
+        if (ending_) return;
+        ending_ = std::move(ending);
+        onState_ = nullptr;
+        channel_->close();
+        for (const auto& [identifier, reply] : pending_) reply->arrived.cancel();
+        ended_.cancel();
+    }
+
+    asio::steady_timer ended_;
+    std::shared_ptr<MessageChannel> channel_;
+    std::map<std::int64_t, std::shared_ptr<PendingReply>> pending_;
+    StateHandler onState_;
+    std::int64_t lastIdentifier_ = 0;
+    std::optional<std::string> ending_;
+    bool isOfAnotherVersion_ = false;
+};
+
+LiveHostClient::LiveHostClient(asio::any_io_executor executor, Options options)
+    : executor_(std::move(executor)), options_(std::move(options)), pause_(executor_) {}
+
+LiveHostClient::LiveHostClient(asio::any_io_executor executor)
+    : LiveHostClient(std::move(executor), Options()) {}
+
+LiveHostClient::~LiveHostClient() {
+    close();
+}
+
+asio::awaitable<int> LiveHostClient::connectedSocket() {
+    const auto path = [] {
+        try {
+            return HostAddress::ofPerson().socket();
+        } catch (const HostAddressError& error) {
+            throw LiveHostError(error.what());
+        }
+    }();
+    const auto deadline = steady_clock::now() + options_.patience;
+    // The one that was started before and has ended.
+    if (started_ && ::waitpid(*started_, nullptr, WNOHANG) != 0) started_.reset();
+    bool hasStarted = false;
+    while (true) {
+        const int result = tryToConnect(path);
+        if (result >= 0) co_return result;
+        if (!isMissing(result))
+            throw LiveHostEnded("the live host cannot be reached at " + path.string() + ": " +
+                                std::generic_category().message(-result));
+        if (options_.ifMissing == IfMissing::leave) throw LiveHostEnded("no live host is running");
+        if (!std::exchange(hasStarted, true) && !started_) started_ = startLiveHost(options_.program);
+        if (steady_clock::now() >= deadline)
+            throw LiveHostEnded(
+                "the live host that was started does not listen; see what vela-widget run says");
+        co_await platform::pause(lookAgain);
+    }
+}
+
+asio::awaitable<std::shared_ptr<LiveHostClient::Connection>> LiveHostClient::connected() {
+    if (isClosed_) throw LiveHostEnded("the live host was hung up on");
+    if (!connection_ || connection_->hasEnded()) {
+        const int socket = co_await connectedSocket();
+        // Another that was waiting may have connected meanwhile.
+        if (connection_ && !connection_->hasEnded())
+            ::close(socket);
+        else
+            connection_ = Connection::over(executor_, socket);
+    }
+    co_return connection_;
+}
+
+asio::awaitable<Message> LiveHostClient::ask(json::object request) {
+    const auto connection = co_await connected();
+    co_return co_await connection->ask(std::move(request));
+}
+
+asio::awaitable<void> LiveHostClient::followOnce(StateHandler onState) {
+    const auto connection = co_await connected();
+    connection->listen(onState);
+    auto answer = co_await connection->ask(asking(LiveRequest::follow));
+    onState(stateIn(answer));
+    co_await connection->untilEnd();
+}
+
+asio::awaitable<void> LiveHostClient::rest(std::size_t failures) {
+    const auto& pauses = options_.pauses;
+    if (pauses.empty()) co_return;
+    error_code ignored;
+    pause_.expires_after(pauses[std::min(failures, pauses.size() - 1)]);
+    co_await pause_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+}
+
+asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&)> onState,
+                                             std::function<void(std::string_view)> onGap) {
+    std::size_t failures = 0;
+    while (!isClosed_) {
+        try {
+            co_await followOnce([&](const LiveState& state) {
+                failures = 0;
+                onState(state);
+            });
+        } catch (const LiveHostEnded& ended) {
+            if (!isClosed_) onGap(ended.what());
+        }
+        if (!isClosed_) co_await rest(failures++);
+    }
+}
+
+asio::awaitable<LiveState> LiveHostClient::state() {
+    auto answer = co_await ask(asking(LiveRequest::follow));
+    co_return stateIn(answer);
+}
+
+asio::awaitable<LiveState> LiveHostClient::settledState(milliseconds limit) {
+    const auto deadline = steady_clock::now() + limit;
+    const auto latest = std::make_shared<std::optional<LiveState>>();
+    const auto connection = co_await connected();
+    connection->listen([latest](const LiveState& state) { *latest = state; });
+    auto answer = co_await connection->ask(asking(LiveRequest::follow));
+    if (!*latest) *latest = stateIn(answer);
+    while ((*latest)->isPlaceholder && !(*latest)->trouble && steady_clock::now() < deadline &&
+           !connection->hasEnded())
+        co_await platform::pause(lookAgain);
+    connection->listen(nullptr);
+    co_return **latest;
+}
+
+asio::awaitable<std::string> LiveHostClient::draw(widget::DrawingRequest drawing) {
+    const auto family = drawing.family;
+    auto request = drawingRequestObject(drawing);
+    request.erase("entry");
+    request["request"] = name(LiveRequest::draw);
+    request["family"] = platform::description(family);
+    auto answer = co_await ask(std::move(request));
+    co_return std::move(answer.attachment);
+}
+
+asio::awaitable<LiveState> LiveHostClient::reload() {
+    auto answer = co_await ask(asking(LiveRequest::reload));
+    co_return stateIn(answer);
+}
+
+asio::awaitable<LiveHostStatus> LiveHostClient::status() {
+    auto answer = co_await ask(asking(LiveRequest::status));
+    try {
+        co_return liveHostStatusFromValue(memberOf(answer, "status"));
+    } catch (const ProtocolError& error) {
+        throw LiveHostError(std::string("the live host's answer cannot be used: ") + error.what());
+    }
+}
+
+asio::awaitable<void> LiveHostClient::keepPictures(std::vector<PictureFile> files) {
+    auto request = asking(LiveRequest::pictures);
+    request["pictures"] = pictureFileArray(files);
+    co_await ask(std::move(request));
+}
+
+void LiveHostClient::close() {
+    isClosed_ = true;
+    if (connection_) connection_->hangUp();
+    pause_.cancel();
+}
+
+}  // namespace host

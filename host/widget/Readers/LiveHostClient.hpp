@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// A reader's end of the live host: finds it, starts it where none runs, asks it, and finds it again after it
+// ended. What is shown stays with the reader meanwhile. Belongs to one executor; its members may be called
+// from that executor's thread only, and it has to outlive what was asked of it.
+
+#include <sys/types.h>
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/protocol/LiveCoding.hpp"
+#include "host/protocol/LiveState.hpp"
+#include "host/protocol/MessageChannel.hpp"
+#include "widget/DrawingRequest.hpp"
+
+namespace host {
+
+/// There is no live host and none could be started, or it refused, or it speaks another version; `what()`
+/// says so to a person.
+class LiveHostError : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// It ended, or hung up, or none is to be had for now.
+class LiveHostEnded : public LiveHostError {
+    using LiveHostError::LiveHostError;
+};
+
+class LiveHostClient {
+  public:
+    enum class IfMissing { start, leave };
+
+    struct Options {
+        IfMissing ifMissing = IfMissing::start;
+        /// Whose `run` is the live host.
+        std::filesystem::path program = "/proc/self/exe";
+        /// How long a host that was started may take until it listens.
+        std::chrono::milliseconds patience = std::chrono::seconds(5);
+        /// Before a host that ended is looked for again, the first time, the second and so on; the last
+        /// stands for all further ones. A state that arrives begins the row anew.
+        std::vector<std::chrono::milliseconds> pauses = {std::chrono::milliseconds(100),
+                                                         std::chrono::seconds(1), std::chrono::seconds(5),
+                                                         std::chrono::seconds(30), std::chrono::minutes(1)};
+    };
+
+    LiveHostClient(boost::asio::any_io_executor executor, Options options);
+    /// As `Options` has them.
+    explicit LiveHostClient(boost::asio::any_io_executor executor);
+    /// Hangs up.
+    ~LiveHostClient();
+    LiveHostClient(const LiveHostClient&) = delete;
+    LiveHostClient& operator=(const LiveHostClient&) = delete;
+
+    /// Gives `onState` the state now and at every change, through the ends of live hosts, until `close`.
+    /// Throws LiveHostError where going on is of no use: no place for a host, one of another version. `onGap`
+    /// is told, in words, each time a host cannot be had; what was shown stays true as of then.
+    boost::asio::awaitable<void> follow(
+        std::function<void(const LiveState&)> onState,
+        std::function<void(std::string_view)> onGap = [](std::string_view) {});
+
+    /// The state now.
+    boost::asio::awaitable<LiveState> state();
+    /// The first state that is more than the placeholder of a host that has just begun; after `limit` the
+    /// state as it is.
+    boost::asio::awaitable<LiveState> settledState(std::chrono::milliseconds limit);
+    /// The bytes of a drawing of the host's own entry; the request's is not looked at.
+    boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing);
+    /// Has the server asked now, and gives what came of it.
+    boost::asio::awaitable<LiveState> reload();
+    boost::asio::awaitable<LiveHostStatus> status();
+    /// Has the host keep those pictures in its folder for as long as this reader is connected.
+    boost::asio::awaitable<void> keepPictures(std::vector<PictureFile> files);
+
+    /// Hangs up; what was asked fails with LiveHostEnded, and `follow` returns.
+    void close();
+
+  private:
+    class Connection;
+    using StateHandler = std::function<void(const LiveState&)>;
+
+    boost::asio::awaitable<std::shared_ptr<Connection>> connected();
+    boost::asio::awaitable<int> connectedSocket();
+    boost::asio::awaitable<Message> ask(boost::json::object request);
+    boost::asio::awaitable<void> followOnce(StateHandler onState);
+    boost::asio::awaitable<void> rest(std::size_t failures);
+
+    boost::asio::any_io_executor executor_;
+    Options options_;
+    std::shared_ptr<Connection> connection_;
+    boost::asio::steady_timer pause_;
+    /// The host that this reader started, until it is waited for.
+    std::optional<pid_t> started_;
+    bool isClosed_ = false;
+};
+
+}  // namespace host
