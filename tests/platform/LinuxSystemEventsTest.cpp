@@ -74,6 +74,18 @@ TEST_F(LinuxSystemEventsTest, ABurstIsOneEventOfAKind) {
     EXPECT_THAT(heard_, ElementsAre(SystemEvent::secretsChanged, SystemEvent::defaultsChanged));
 }
 
+TEST_F(LinuxSystemEventsTest, WhatComesOneAfterTheOtherIsToldTogether) {
+    folder_.write("vela/keychain.sqlite", "items");
+    listen();
+    constexpr std::size_t rounds = 50;
+    for (std::size_t round = 0; round < rounds; ++round) {
+        folder_.write("vela/keychain.sqlite", std::to_string(round));
+        loop_.runReady();
+    }
+    settle();
+    EXPECT_LT(heard_.size(), rounds / 2);
+}
+
 TEST_F(LinuxSystemEventsTest, TheMachineWakesWhenLogindSaysSoAndNotWhenItGoesToSleep) {
     listen();
     ScriptedService logind(bus_.address(), "org.freedesktop.login1");

@@ -9,6 +9,7 @@
 
 #include <optional>
 
+#include "platform/Asio/DescriptorWatch.hpp"
 #include "platform/Files/Descriptor.hpp"
 #include "tests/support/EventLoop.hpp"
 #include "tests/support/PrivateBus.hpp"

@@ -74,7 +74,7 @@ HostSocket::HostSocket(const asio::any_io_executor& executor, int socket, Served
       served_(served),
       options_(std::move(options)),
       idle_(executor) {
-    served_.host.observe([this](const LiveState& state, LiveHost::Change) { tell(state); });
+    observation_ = served_.host.observe([this](const LiveState& state, LiveHost::Change) { tell(state); });
     awaitReaders();
 }
 

@@ -83,6 +83,7 @@ class HostSocket {
     Options options_;
     std::set<std::shared_ptr<Reader>> readers_;
     boost::asio::steady_timer idle_;
+    LiveHost::Observation observation_;
 };
 
 }  // namespace host

@@ -40,7 +40,7 @@ struct LiveDrawings::Drawing {
 
 LiveDrawings::LiveDrawings(const asio::any_io_executor& executor, LiveHost& host, LiveExtension& extension)
     : executor_(executor), host_(host), extension_(extension) {
-    host_.observe([this](const LiveState&, LiveHost::Change) { drawings_.clear(); });
+    observation_ = host_.observe([this](const LiveState&, LiveHost::Change) { drawings_.clear(); });
 }
 
 std::shared_ptr<LiveDrawings::Drawing> LiveDrawings::kept(const std::string& key) const {

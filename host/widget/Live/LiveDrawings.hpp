@@ -40,6 +40,7 @@ class LiveDrawings {
     LiveHost& host_;
     LiveExtension& extension_;
     std::map<std::string, std::shared_ptr<Drawing>> drawings_;
+    LiveHost::Observation observation_;
 };
 
 }  // namespace host

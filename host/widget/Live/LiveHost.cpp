@@ -11,6 +11,7 @@
 #include "host/widget/Live/Midnight.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
+#include "platform/Date/SystemZone.hpp"
 #include "presentation/Wording.hpp"
 
 namespace host {
@@ -48,6 +49,7 @@ LiveHost::LiveHost(const asio::any_io_executor& executor, Surroundings surroundi
       fetched_(executor, asio::steady_timer::time_point::max()) {}
 
 asio::awaitable<void> LiveHost::run() {
+    midnight_ = midnightAfter(surroundings_.clock.now());
     surroundings_.events.listen([this](SystemEvent event) { take(event); });
     while (!isStopped_) {
         const auto now = surroundings_.clock.now();
@@ -119,6 +121,7 @@ void LiveHost::take(SystemEvent event) {
             policy_.noted(ReloadCause::clock, now);
             break;
         case SystemEvent::zoneChanged:
+            platform::SystemZone::refresh();
             midnight_ = midnightAfter(now);
             // One that runs would notice within a minute.
             leaveExtension();
@@ -184,6 +187,9 @@ asio::awaitable<void> LiveHost::fetch() {
     } catch (const ExtensionError&) {
     }
     ++fetchesEnded_;
+    // A zone that changed is in force within a minute.
+    const auto now = surroundings_.clock.now();
+    if (now < midnight_) midnight_ = midnightAfter(now);
     if (conversation == conversation_ && !isStopped_) takeAnswer(std::move(answer));
     unsettled_.reset();
     fetched_.cancel();
@@ -277,7 +283,16 @@ void LiveHost::show(LiveState state, Change change) {
     if (change == Change::replaced && liveStateObject(state) == liveStateObject(state_)) return;
     state_ = std::move(state);
     ++version_;
-    for (const auto& observer : observers_) observer(state_, change);
+    std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
+    const auto observers = observers_;
+    for (const auto& each : observers)
+        if (const auto observer = each.lock()) (*observer)(state_, change);
+}
+
+LiveHost::Observation LiveHost::observe(Observer observer) {
+    const auto observation = std::make_shared<const Observer>(std::move(observer));
+    observers_.push_back(observation);
+    return observation;
 }
 
 void LiveHost::askNow() {

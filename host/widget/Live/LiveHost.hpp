@@ -11,6 +11,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -56,8 +57,9 @@ class LiveHost {
     const LiveState& state() const { return state_; }
     /// Another number for another state.
     std::uint64_t version() const { return version_; }
-    /// Called at every change from now on, for as long as this is there.
-    void observe(Observer observer) { observers_.push_back(std::move(observer)); }
+    /// Called at every change from now on, for as long as what this gives is kept.
+    using Observation = std::shared_ptr<const Observer>;
+    [[nodiscard]] Observation observe(Observer observer);
 
     /// Has the server asked at once.
     void askNow();
@@ -100,7 +102,7 @@ class LiveHost {
     Surroundings surroundings_;
     ReloadPolicy policy_;
     LiveState state_;
-    std::vector<Observer> observers_;
+    std::vector<std::weak_ptr<const Observer>> observers_;
     std::optional<Good> good_;
     /// What was stored when it was last looked at.
     std::optional<widget::CredentialReport> known_;

@@ -37,7 +37,7 @@ PublishedFiles::PublishedFiles(asio::any_io_executor executor, LiveHost& host, L
                                std::vector<RuntimeFolder> folders, std::vector<PictureFile> always)
     : executor_(std::move(executor)), host_(host), drawings_(drawings), folders_(std::move(folders)) {
     wants_[nullptr] = std::move(always);
-    host_.observe([this](const LiveState&, LiveHost::Change change) { take(change); });
+    observation_ = host_.observe([this](const LiveState&, LiveHost::Change change) { take(change); });
     take(LiveHost::Change::replaced);
 }
 

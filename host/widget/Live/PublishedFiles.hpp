@@ -49,6 +49,7 @@ class PublishedFiles {
     std::map<Reader, std::vector<PictureFile>> wants_;
     bool isDrawing_ = false;
     bool isDrawingDue_ = false;
+    LiveHost::Observation observation_;
 };
 
 }  // namespace host

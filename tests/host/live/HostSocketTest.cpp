@@ -1,0 +1,333 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Live/HostSocket.hpp"
+
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include "tests/host/live/ReaderWorld.hpp"
+
+namespace host {
+namespace {
+
+using platform::SystemEvent;
+using ::testing::Each;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using HostSocketTest = ReaderWorld;
+
+const std::string greeting = R"({"protocol":1})";
+
+boost::asio::awaitable<std::string> drawn(LiveHostClient& reader, platform::WidgetFamily family) {
+    widget::DrawingRequest request = {.entry = {.date = platform::Date::now(), .widgetState = {}},
+                                      .family = family};
+    co_return co_await reader.draw(std::move(request));
+}
+
+boost::asio::awaitable<std::string> reloaded(LiveHostClient& reader) {
+    const auto state = co_await reader.reload();
+    co_return shopNameIn(state.entry);
+}
+
+boost::asio::awaitable<std::string> statusOf(LiveHostClient& reader) {
+    const auto status = co_await reader.status();
+    co_return status.version + " " + std::to_string(status.readers) + (status.pid == ::getpid() ? "" : "?") +
+        (status.lastFetch ? " fetched" : " not fetched") + (status.nextFetch ? "" : "?");
+}
+
+TEST_F(HostSocketTest, ShowsEveryReaderTheStateNowAndAtEveryChange) {
+    open();
+    const auto early = follow(client());
+    until([&] { return early->size() == 1; });
+    start();
+    const auto late = follow(client());
+    until([&] { return early->size() == 2 && late->size() == 1; });
+    extension.shopName = "Ada's, later";
+    host.askNow();
+    until([&] { return early->size() == 3 && late->size() == 2; });
+    EXPECT_THAT(*early, ElementsAre("Shop Name", "Ada's", "Ada's, later"));
+    EXPECT_THAT(*late, ElementsAre("Ada's", "Ada's, later"));
+}
+
+TEST_F(HostSocketTest, AsksOnceForAnyNumberOfReaders) {
+    open();
+    start();
+    std::vector<Views> all;
+    for (int count = 0; count < 20; ++count) all.push_back(follow(client()));
+    EXPECT_TRUE(until([&] {
+        return std::all_of(all.begin(), all.end(), [](const auto& views) { return !views->empty(); });
+    }));
+    EXPECT_EQ(extension.timelines, 1);
+}
+
+TEST_F(HostSocketTest, LastsAWeekWithTwentyReaders) {
+    open();
+    start();
+    std::vector<Views> all;
+    for (int count = 0; count < 20; ++count) all.push_back(follow(client()));
+    until([&] {
+        return std::all_of(all.begin(), all.end(), [](const auto& views) { return !views->empty(); });
+    });
+    for (int hours = 0; hours < 7 * 24; ++hours) {
+        // A laptop that sleeps at night, and a network that is gone for a while each day.
+        if (hours % 24 == 0) clock.jump(8 * hour), events.happens(SystemEvent::resumed);
+        const bool isOffline = hours % 24 == 12;
+        extension.outcome.server = isOffline ? ServerContact::unreachable : ServerContact::answered;
+        if (hours % 24 == 13) events.happens(SystemEvent::networkReturned);
+        clock.advance(hour);
+        EXPECT_EQ(shown(), "Ada's");
+    }
+    EXPECT_LE(extension.timelines, 9 * 70);
+    EXPECT_GE(extension.timelines, 7 * 24);
+    const auto latest = host.version();
+    EXPECT_TRUE(until([&] {
+        return std::all_of(all.begin(), all.end(),
+                           [&](const auto& views) { return views->size() >= latest; });
+    }));
+    EXPECT_EQ(door->readerCount(), 20u);
+    EXPECT_EQ(forgotten, 0);
+    EXPECT_THAT(failures, IsEmpty());
+}
+
+TEST_F(HostSocketTest, DrawsOnceForAllWhoAskForTheSame) {
+    open();
+    start();
+    std::vector<std::shared_ptr<LiveHostClient>> readers;
+    for (int count = 0; count < 7; ++count) {
+        readers.push_back(client());
+        EXPECT_EQ(answer([&] { return drawn(*readers.back(), platform::WidgetFamily::systemSmall); }),
+                  "picture of Ada's");
+    }
+    EXPECT_EQ(extension.drawings, 1);
+    EXPECT_EQ(answer([&] { return drawn(*readers[0], platform::WidgetFamily::systemLarge); }),
+              "picture of Ada's");
+    EXPECT_EQ(extension.drawings, 2);
+    extension.shopName = "Ada's, later";
+    host.askNow();
+    clock.settle();
+    EXPECT_EQ(answer([&] { return drawn(*readers[0], platform::WidgetFamily::systemSmall); }),
+              "picture of Ada's, later");
+}
+
+TEST_F(HostSocketTest, GivesNobodyADrawingOfOneWhoHasSignedOutMeanwhile) {
+    open();
+    start();
+    const auto reader = client();
+    extension.isDrawingHeld = true;
+    std::optional<std::string> bytes;
+    spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+        result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
+    }(*reader, bytes));
+    ASSERT_TRUE(until([&] { return extension.drawings == 1; }));
+    extension.stored = {};
+    extension.isDrawingHeld = false;
+    happens(SystemEvent::secretsChanged);
+    until([&] { return bytes.has_value(); });
+    EXPECT_EQ(bytes, "picture of notLoggedIn");
+}
+
+TEST_F(HostSocketTest, TellsAReaderWhyItCannotDraw) {
+    open();
+    start();
+    const auto reader = client();
+    extension.isFailing = true;
+    EXPECT_EQ(answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall); }),
+              "failed: the extension ended while drawing");
+    extension.isFailing = false;
+    EXPECT_EQ(answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall); }),
+              "picture of Ada's");
+}
+
+TEST_F(HostSocketTest, ReloadsAndSaysHowItIs) {
+    open();
+    start();
+    const auto reader = client();
+    extension.shopName = "Ada's, later";
+    EXPECT_EQ(answer([&] { return reloaded(*reader); }), "Ada's, later");
+    EXPECT_EQ(extension.timelines, 2);
+    EXPECT_EQ(answer([&] { return statusOf(*reader); }), "9.8.7 0 fetched");
+    const auto views = follow(client());
+    until([&] { return !views->empty(); });
+    EXPECT_EQ(answer([&] { return statusOf(*reader); }), "9.8.7 1 fetched");
+}
+
+TEST_F(HostSocketTest, ShowsASignOutToEveryReader) {
+    open();
+    start();
+    std::vector<Views> all;
+    for (int count = 0; count < 20; ++count) all.push_back(follow(client()));
+    until([&] {
+        return std::all_of(all.begin(), all.end(), [](const auto& views) { return !views->empty(); });
+    });
+    extension.answerWith(CredentialState::none, ServerContact::refused);
+    happens(SystemEvent::secretsChanged);
+    EXPECT_TRUE(until([&] {
+        return std::all_of(all.begin(), all.end(),
+                           [](const auto& views) { return views->back() == "notLoggedIn"; });
+    }));
+}
+
+TEST_F(HostSocketTest, TellsAReaderOfAnotherVersionSoInWords) {
+    open();
+    for (const std::string version : {"2", "0", "\"one\""}) {
+        const int socket = rawReader();
+        say(socket, frameOf(R"({"protocol":)" + version + "}"));
+        const auto told = everythingFrom(socket);
+        EXPECT_THAT(told, HasSubstr(greeting));
+        EXPECT_THAT(told, HasSubstr("the live host (process " + std::to_string(::getpid()) + ") version 1"));
+        ::close(socket);
+    }
+    EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
+}
+
+TEST_F(HostSocketTest, DropsAReaderThatTalksNonsenseAndNoOther) {
+    open();
+    start();
+    const auto views = follow(client());
+    until([&] { return !views->empty(); });
+    const std::string tooLong = frameOf(std::string(HostSocket::longestQuestion + 1, ' '));
+    for (const auto& nonsense :
+         {std::string(64, '\xff'), frameOf("no json"), frameOf(greeting) + frameOf("[1]"),
+          frameOf(greeting) + frameOf("{}", 1), frameOf(greeting) + tooLong.substr(0, 8)}) {
+        const int socket = rawReader();
+        say(socket, nonsense);
+        everythingFrom(socket);
+        ::close(socket);
+        EXPECT_TRUE(until([&] { return door->readerCount() == 1; })) << nonsense.substr(0, 40);
+    }
+    extension.shopName = "Ada's, later";
+    host.askNow();
+    EXPECT_TRUE(until([&] { return views->size() == 2; }));
+}
+
+TEST_F(HostSocketTest, AnswersWhatItDoesNotUnderstandWithWords) {
+    open();
+    const int socket = rawReader();
+    say(socket, frameOf(greeting) + frameOf(R"({"id":1,"request":"dance"})") +
+                    frameOf(R"({"id":2,"request":"pictures","pictures":[{"family":"none"}]})") +
+                    frameOf(R"({"id":3,"request":"draw","scale":"big"})"));
+    ::shutdown(socket, SHUT_WR);
+    const auto told = everythingFrom(socket);
+    EXPECT_THAT(told, HasSubstr(R"("unknown request")"));
+    EXPECT_THAT(told, HasSubstr("family must be a family of the widget's"));
+    EXPECT_THAT(told, HasSubstr("scale must be a number"));
+    ::close(socket);
+}
+
+TEST_F(HostSocketTest, DropsAReaderThatNeverReadsAndNoOther) {
+    open();
+    start();
+    const int socket = rawReader();
+    say(socket, frameOf(greeting) + frameOf(R"({"id":1,"request":"follow"})"));
+    const auto views = follow(client());
+    until([&] { return !views->empty() && door->readerCount() == 2; });
+    // A state of some 100 kB, and as many as the system's own buffers and ours hold.
+    std::size_t told = 1;
+    for (int count = 0; count < 40 && door->readerCount() == 2; ++count) {
+        extension.shopName = std::string(100'000, static_cast<char>('a' + count % 26));
+        host.askNow();
+        clock.settle();
+        ++told;
+        until([&] { return views->size() >= told; });
+    }
+    EXPECT_EQ(door->readerCount(), 1u);
+    EXPECT_LT(told, 40u);
+    EXPECT_EQ(views->size(), told);
+    ::close(socket);
+}
+
+TEST_F(HostSocketTest, DropsAReaderThatAsksAndNeverReads) {
+    HostSocket::Options options = {.version = "1", .started = platform::Date::now()};
+    options.answerPatience = std::chrono::milliseconds(50);
+    open(options);
+    start();
+    extension.shopName = std::string(400'000, 'x');
+    host.askNow();
+    clock.settle();
+    const int socket = rawReader();
+    const auto question = frameOf(R"({"id":1,"request":"follow"})");
+    say(socket, frameOf(greeting));
+    for (int count = 0; count < 20; ++count) say(socket, question);
+    until([&] { return door->readerCount() == 1; });
+    EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
+    ::close(socket);
+}
+
+TEST_F(HostSocketTest, OutlivesAHundredReadersThatComeAndGo) {
+    open();
+    start();
+    for (int count = 0; count < 100; ++count) {
+        const int socket = rawReader();
+        ASSERT_GE(socket, 0);
+        const auto all = frameOf(greeting) + frameOf(R"({"id":1,"request":"follow"})");
+        // Some go in the middle of a word.
+        say(socket, all.substr(0, all.size() - static_cast<std::size_t>(count % 30)));
+        if (count % 3 == 0) clock.settle();
+        ::close(socket);
+    }
+    const auto views = follow(client());
+    EXPECT_TRUE(until([&] { return !views->empty() && door->readerCount() == 1; }));
+}
+
+TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
+    open();
+    std::vector<int> sockets;
+    for (std::size_t count = 0; count < HostSocket::mostReaders; ++count) {
+        sockets.push_back(rawReader());
+        until([&] { return door->readerCount() == sockets.size(); });
+    }
+    const int last = rawReader();
+    say(last, frameOf(greeting));
+    EXPECT_THAT(everythingFrom(last), HasSubstr("the live host has 256 readers already"));
+    ::close(last);
+    for (const int socket : sockets) ::close(socket);
+    EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
+}
+
+TEST_F(HostSocketTest, SaysWhenNobodyHasReadForAWhile) {
+    int idle = 0;
+    HostSocket::Options options = {.version = "1", .started = platform::Date::now()};
+    options.idleLimit = std::chrono::milliseconds(60);
+    options.onIdle = [&] { ++idle; };
+    open(options);
+    const auto reader = client();
+    const auto views = follow(reader);
+    until([&] { return !views->empty(); });
+    EXPECT_FALSE(until([&] { return idle > 0; }, std::chrono::seconds(1)));
+    reader->close();
+    EXPECT_TRUE(until([&] { return idle == 1; }));
+}
+
+TEST_F(HostSocketTest, IsFoundAgainAfterItEnded) {
+    open();
+    start();
+    const auto reader = client();
+    const auto views = follow(reader);
+    until([&] { return !views->empty(); });
+    close();
+    EXPECT_EQ(answer([&] { return reloaded(*reader); }), "failed: no live host is running");
+    extension.shopName = "Ada's, later";
+    host.askNow();
+    clock.settle();
+    open();
+    EXPECT_TRUE(until([&] { return views->back() == "Ada's, later"; }));
+}
+
+TEST_F(HostSocketTest, KeepsPicturesForAReaderAsLongAsItIsThere) {
+    open();
+    start();
+    const auto reader = client();
+    const PictureFile small = {.family = platform::WidgetFamily::systemSmall};
+    spawn([](LiveHostClient& asked, PictureFile file) -> boost::asio::awaitable<void> {
+        std::vector<PictureFile> wanted = {file};
+        co_await asked.keepPictures(std::move(wanted));
+    }(*reader, small));
+    const auto path = place->folder() / "systemSmall-dark@2x.png";
+    EXPECT_TRUE(until([&] { return std::filesystem::exists(path); }));
+    reader->close();
+    EXPECT_TRUE(until([&] { return !std::filesystem::exists(path); }));
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// An extension that answers what a test tells it, and what a live host is told of it.
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "host/widget/Live/LiveExtension.hpp"
+#include "presentation/StoredPackage.hpp"
+#include "tests/support/SteppedWallClock.hpp"
+
+namespace host {
+
+inline widget::SimpleEntry entryOf(platform::Date date, const std::string& shopName) {
+    return {date, widget::LoggedIn{
+                      {std::make_shared<presentation::StoredPackage>(presentation::StoredPackage::Values{
+                          .shopName = shopName,
+                          .deepLinkingUrl = *platform::URL::parse("velaapp://order/1"),
+                          .progress = 0.5F,
+                          .statusText = {.primary = "In transit"},
+                      })}}};
+}
+
+inline std::string shopNameIn(const widget::SimpleEntry& entry) {
+    const auto* shown = std::get_if<widget::LoggedIn>(&entry.widgetState);
+    if (!shown) return std::string(widget::analyticsName(entry.widgetState));
+    return shown->packages.empty() ? "nobody" : shown->packages.front()->shopName();
+}
+
+class ScriptedExtension final : public LiveExtension {
+  public:
+    ScriptedExtension(boost::asio::io_context& context, platform::testing::SteppedWallClock& clock)
+        : clock_(clock), released_(context, boost::asio::steady_timer::time_point::max()) {}
+
+    boost::asio::awaitable<Answer> timeline(platform::WidgetFamily) override {
+        ++timelines;
+        auto answer = nextAnswer();
+        co_await pass();
+        if (isFailing) throw ExtensionEnded("the extension ended before it answered");
+        co_return answer;
+    }
+
+    boost::asio::awaitable<widget::CredentialReport> credentials() override {
+        ++checks;
+        if (isFailing) throw ExtensionEnded("the extension ended before it answered");
+        co_return stored;
+    }
+
+    boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing) override {
+        ++drawings;
+        const auto bytes = "picture of " + shopNameIn(drawing.entry);
+        if (isDrawingHeld) co_await pass();
+        if (isFailing) throw ExtensionEnded("the extension ended while drawing");
+        co_return bytes;
+    }
+
+    void leave() override {
+        ++leaves;
+        ++conversation_;
+        released_.cancel();
+    }
+
+    /// Lets go what is held.
+    void release() {
+        isHeld = isDrawingHeld = false;
+        released_.cancel();
+    }
+
+    void answerWith(widget::CredentialState state, widget::ServerContact server) {
+        stored.state = state == widget::CredentialState::expired ? widget::CredentialState::stored : state;
+        if (state == widget::CredentialState::none) stored = {};
+        outcome = {.credentials = stored, .server = server};
+        outcome.credentials.state = state;
+    }
+
+    void signIn(std::uint64_t tokens, std::optional<std::uint64_t> account, std::string shop) {
+        stored = {.state = widget::CredentialState::stored, .tokens = tokens, .account = account};
+        outcome = {.credentials = stored, .server = widget::ServerContact::answered};
+        shopName = std::move(shop);
+    }
+
+    /// As the widget's rules have it, for what is told to happen.
+    std::string shopName = "Ada's";
+    widget::CredentialReport stored = {.state = widget::CredentialState::stored, .tokens = 1, .account = 11};
+    widget::FetchOutcome outcome = {.credentials = stored, .server = widget::ServerContact::answered};
+    bool isFailing = false;
+    /// A timeline, a drawing, does not end before it is released or left.
+    bool isHeld = false;
+    bool isDrawingHeld = false;
+
+    int timelines = 0;
+    int checks = 0;
+    int drawings = 0;
+    int leaves = 0;
+
+  private:
+    Answer nextAnswer() {
+        const auto now = clock_.now();
+        const bool isGood = outcome.server == widget::ServerContact::answered;
+        Answer answer = {.timeline = {.entries = {}, .policy = {.after = now.addingTimeInterval(3600)}},
+                         .outcome = outcome};
+        answer.timeline.entries.push_back(isGood ? entryOf(now, shopName)
+                                                 : widget::SimpleEntry{now, widget::NotLoggedIn()});
+        // One pair is renewed once.
+        if (std::exchange(outcome.hasRenewed, false) && isRenewalOfUse)
+            outcome.server = widget::ServerContact::answered;
+        return answer;
+    }
+
+    boost::asio::awaitable<void> pass() {
+        const auto conversation = conversation_;
+        boost::system::error_code ignored;
+        while ((isHeld || isDrawingHeld) && conversation == conversation_)
+            co_await released_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
+        if (conversation != conversation_) throw ExtensionEnded("the extension was left");
+    }
+
+    platform::testing::SteppedWallClock& clock_;
+    boost::asio::steady_timer released_;
+    int conversation_ = 0;
+
+  public:
+    bool isRenewalOfUse = true;
+};
+
+}  // namespace host
