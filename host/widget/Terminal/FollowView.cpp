@@ -105,10 +105,9 @@ void addPackages(FollowScreen& screen, const presentation::PackageList& packages
     }
 }
 
-Lines wordsOf(const LiveState& state, const FollowView& view, const TerminalStyle& style) {
-    if (state.isPlaceholder) return {"  Looking for your packages"};
-    if (!view.showsHelp) return linesOf(terminalView(state.entry, style));
-    return {};
+Lines wordsOf(const LiveState& state, const TerminalStyle& style) {
+    if (state.isPlaceholder) return {fittedToColumns("  Looking for your packages", style.columns)};
+    return linesOf(terminalView(state.entry, style));
 }
 
 std::string bottomLine(const LiveState& state, const FollowView& view, const TerminalStyle& style,
@@ -144,7 +143,7 @@ FollowScreen followScreen(const LiveState& state, const FollowView& view, const 
     else if (!packages.empty())
         addPackages(screen, packages, view, style, body);
     else
-        screen.lines = wordsOf(state, view, style);
+        screen.lines = wordsOf(state, style);
     screen.lines.resize(body);
     screen.lines.push_back(bottomLine(state, view, style, now));
     return screen;

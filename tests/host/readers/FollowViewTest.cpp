@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Terminal/FollowView.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/Text/Text.hpp"
+#include "tests/host/readers/LiveStates.hpp"
+#include "tests/support/ZoneInForce.hpp"
+
+namespace host {
+namespace {
+
+using ::testing::Contains;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+std::vector<PackageWords> tenPackages() {
+    std::vector<PackageWords> packages;
+    for (int count = 0; count < 10; ++count)
+        packages.push_back({.name = "Shop " + std::to_string(count), .secondary = "Standard"});
+    return packages;
+}
+
+FollowScreen screenOf(const LiveState& state, const FollowView& view, std::size_t columns, std::size_t rows) {
+    return followScreen(state, view, {.columns = columns, .links = TerminalLinks::hyperlinks}, rows,
+                        someNoon);
+}
+
+/// As a terminal shows it.
+std::string visible(const std::string& line) {
+    std::string text;
+    for (std::size_t index = 0; index < line.size(); ++index) {
+        if (line[index] != '\x1b') {
+            text += line[index];
+        } else if (line[index + 1] == ']') {
+            index = line.find("\x1b\\", index) + 1;
+        } else {
+            index = line.find_first_of("mK", index);
+        }
+    }
+    return text;
+}
+
+TEST(FollowScreen, ShowsPackagesWithTheChosenOneMarked) {
+    const auto screen = screenOf(stateWith({{.name = "Tea"}, {.name = "Books"}}), {.chosen = 1}, 40, 12);
+    std::vector<std::string> lines;
+    for (const auto& line : screen.lines) lines.push_back(visible(line));
+    EXPECT_EQ(lines,
+              (std::vector<std::string>{"  Tea", "  In transit", "  █████████████████████▋░░░░░░░░░░░░░░", "",
+                                        "> Books", "  In transit", "  █████████████████████▋░░░░░░░░░░░░░░",
+                                        "", "", "", "", "  Enter opens, r reloads, ? shows…  2/2"}));
+}
+
+TEST(FollowScreen, HasALineForEachPackageWhereThereIsLittleRoom) {
+    const auto screen = screenOf(stateWith(tenPackages()), {.chosen = 6}, 20, 5);
+    EXPECT_EQ(screen.lines.size(), 5u);
+    EXPECT_EQ(screen.lines[3], "> Shop 6: In transit");
+    EXPECT_THAT(screen.lines[4], HasSubstr("7/10"));
+}
+
+TEST(FollowScreen, FitsEveryScreenAndShowsTheChosenPackage) {
+    auto packages = tenPackages();
+    for (const auto& name : hostileNames())
+        packages.push_back({.name = name, .primary = name, .secondary = name});
+    for (const std::size_t columns : {1, 2, 5, 10, 20, 39, 80, 300})
+        for (const std::size_t rows : {1, 2, 5, 8, 9, 24, 100})
+            for (std::size_t chosen = 0; chosen < packages.size(); chosen += 3) {
+                const auto screen = screenOf(stateWith(packages), {.chosen = chosen}, columns, rows);
+                ASSERT_EQ(screen.lines.size(), rows);
+                std::size_t marked = 0;
+                for (const auto& line : screen.lines) {
+                    // Of a narrower one the terminal cuts what is too much.
+                    EXPECT_TRUE(columns < 10 || platform::terminalColumns(visible(line)) <= columns) << line;
+                    if (line.starts_with("> ")) ++marked;
+                }
+                EXPECT_EQ(marked, rows > 1 ? 1u : 0u)
+                    << columns << " columns, " << rows << " rows, chosen " << chosen;
+            }
+}
+
+TEST(FollowScreen, MovesNoMoreThanItHasTo) {
+    const auto state = stateWith(tenPackages());
+    const auto down = screenOf(state, {.chosen = 5, .top = 0}, 60, 20);
+    EXPECT_EQ(down.top, 2u);
+    EXPECT_EQ(screenOf(state, {.chosen = 3, .top = down.top}, 60, 20).top, 2u) << "still on the screen";
+    EXPECT_EQ(screenOf(state, {.chosen = 1, .top = down.top}, 60, 20).top, 1u);
+}
+
+TEST(FollowScreen, SaysWhatIsWrongAndSinceWhen) {
+    const platform::testing::ZoneInForce zone("UTC");
+    auto state = stateWith({{.name = "Tea"}});
+    state.asOf = someNoon;
+    state.trouble = LiveTrouble::serverUnreachable;
+    EXPECT_THAT(screenOf(state, {}, 80, 24).lines.back(),
+                HasSubstr("as of 12:00: the server cannot be reached"));
+    EXPECT_THAT(screenOf(state, {.note = "Copied"}, 80, 24).lines.back(), HasSubstr("Copied"));
+}
+
+TEST(FollowScreen, ShowsStatesWithoutPackages) {
+    EXPECT_THAT(screenOf(signedOutState(), {}, 80, 24).lines, Contains(HasSubstr("Sign in to Vela")));
+    EXPECT_THAT(screenOf(emptyState(), {}, 80, 24).lines,
+                Contains(HasSubstr("You have no new orders to track")));
+    EXPECT_THAT(screenOf(unknownState(), {}, 80, 24).lines, Contains(HasSubstr("Looking for your packages")));
+}
+
+TEST(FollowScreen, ListsItsKeys) {
+    EXPECT_THAT(screenOf(stateWith({{.name = "Tea"}}), {.showsHelp = true}, 80, 24).lines,
+                Contains(StartsWith("  y, c")));
+}
+
+TEST(ClipboardSequence, IsTheTextInBase64) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"", ""},        {"f", "Zg=="},          {"fo", "Zm8="},
+        {"foo", "Zm9v"}, {"foobar", "Zm9vYmFy"}, {"\xff\xfe?", "//4/"}};
+    for (const auto& [text, encoded] : rows)
+        EXPECT_EQ(clipboardSequence(text), std::string("\x1b]52;c;") + encoded + "\x1b\\");
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,59 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Readers/ShownState.hpp"
+
+#include <gtest/gtest.h>
+
+#include "tests/host/readers/LiveStates.hpp"
+
+namespace host {
+namespace {
+
+std::size_t packageCount(const ShownState& shown) {
+    const auto* state = std::get_if<widget::LoggedIn>(&shown.state().entry.widgetState);
+    return state && !shown.state().isPlaceholder ? state->packages.size() : 0;
+}
+
+TEST(ShownState, IsThePlaceholderBeforeAnythingIsKnown) {
+    ShownState shown;
+    EXPECT_TRUE(shown.state().isPlaceholder);
+    shown.lose(someNoon);
+    EXPECT_FALSE(shown.state().asOf);
+}
+
+TEST(ShownState, StaysThroughTheEndOfAHostMarkedAsOld) {
+    ShownState shown;
+    shown.take(stateWith({{.name = "Tea"}}));
+    shown.lose(someNoon);
+    shown.lose(someNoon.addingTimeInterval(60));
+    EXPECT_EQ(shown.state().asOf, someNoon);
+    shown.take(unknownState());
+    EXPECT_EQ(packageCount(shown), 1u) << "the next host knows nothing yet";
+    shown.take(stateWith({{.name = "Tea"}, {.name = "Books"}}));
+    EXPECT_EQ(packageCount(shown), 2u);
+    EXPECT_FALSE(shown.state().asOf);
+}
+
+TEST(ShownState, GivesWayToASignOutAndToTrouble) {
+    ShownState shown;
+    shown.take(stateWith({{.name = "Tea"}}));
+    shown.lose(someNoon);
+    shown.take(signedOutState());
+    EXPECT_EQ(packageCount(shown), 0u);
+    shown.take(stateWith({{.name = "Tea"}}));
+    shown.lose(someNoon);
+    auto unknown = unknownState();
+    unknown.trouble = LiveTrouble::keychainLocked;
+    shown.take(unknown);
+    EXPECT_EQ(packageCount(shown), 0u) << "whose they are cannot be told any more";
+}
+
+TEST(ShownState, GivesWayToThePlaceholderOfAHostThatForgets) {
+    ShownState shown;
+    shown.take(stateWith({{.name = "Tea"}}));
+    shown.take(unknownState());
+    EXPECT_EQ(packageCount(shown), 0u);
+}
+
+}  // namespace
+}  // namespace host
