@@ -20,6 +20,7 @@
 #include "host/widget/Readers/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/Streams.hpp"
 
 namespace host {
@@ -74,6 +75,7 @@ asio::awaitable<int> followed(BarStyle style) {
 int BarCommand::run() const {
     try {
         if (action != Action::follow) return platform::runToEnd(oneShot(style, action));
+        platform::wipeFreedMemory();
         ::signal(SIGPIPE, SIG_IGN);
         return platform::runToEnd(followed(style));
     } catch (const std::exception& failure) {

@@ -135,6 +135,8 @@ void FollowTerminal::take(const LiveState& state) {
     const auto link = chosenLink();
     shown_.take(state);
     const auto packages = packagesShown(shown_.state());
+    // It may tell of a package that is gone.
+    if (packages.empty()) view_.note.clear();
     const auto same = std::find_if(packages.begin(), packages.end(), [&](const auto& package) {
         return link && package->deepLinkingUrl().absoluteString() == *link;
     });

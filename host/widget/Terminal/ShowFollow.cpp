@@ -14,6 +14,7 @@
 #include "host/widget/Readers/LiveTerminalView.hpp"
 #include "host/widget/Terminal/FollowTerminal.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/Streams.hpp"
 
 namespace host {
@@ -41,6 +42,7 @@ asio::awaitable<int> printedChanges() {
 
 int showFollow() {
     try {
+        platform::wipeFreedMemory();
         ::signal(SIGPIPE, SIG_IGN);
         return platform::runToEnd(RawTerminal::isAvailable() ? filledTerminal() : printedChanges());
     } catch (const std::exception& failure) {

@@ -139,6 +139,15 @@ TEST_F(BarProgram, EndsQuietlyOnceNobodyReads) {
     EXPECT_EQ(printed(), "status 0\n");
 }
 
+TEST_F(BarProgram, EndsQuietlyWhereNobodyHasEverRead) {
+    startSandbox();
+    const auto reader = shell(
+        "{ sleep 0.3; \"$0\" bar --format i3bar --follow 2> \"$1\"; echo \"status $?\" >> \"$1\"; } "
+        "< /dev/null | true");
+    EXPECT_TRUE(comesToPrint("status 0\n"));
+    EXPECT_EQ(printed(), "status 0\n");
+}
+
 TEST_F(BarProgram, HasWordsForEveryStateAndExitsWithZero) {
     const auto signedOut = bar();
     EXPECT_EQ(signedOut.status, 0);
