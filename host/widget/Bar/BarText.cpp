@@ -14,6 +14,7 @@ namespace host {
 
 namespace {
 
+constexpr std::string_view leftToRightMark = "\u200E";
 constexpr std::string_view firstStrongIsolate = "\u2068";
 constexpr std::string_view popIsolate = "\u2069";
 constexpr std::size_t tooltipColumns = 60;
@@ -99,7 +100,8 @@ bool hasRightToLeft(std::string_view text) {
 
 std::string isolated(std::string_view text) {
     if (!hasRightToLeft(text)) return std::string(text);
-    return std::string(firstStrongIsolate).append(text).append(popIsolate);
+    // Without the mark Pango takes the direction of the line from what is isolated.
+    return std::string(leftToRightMark).append(firstStrongIsolate).append(text).append(popIsolate);
 }
 
 std::string shortBarText(const BarContent& content, std::size_t columns) {

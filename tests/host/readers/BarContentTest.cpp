@@ -124,7 +124,7 @@ TEST(BarText, FitsWholeCharactersIntoTheColumnsOfAnyName) {
 
 TEST(BarText, KeepsNamesOfTheOtherDirectionTogether) {
     const auto state = stateWith({{.name = "שוק"}});
-    EXPECT_EQ(barText(contentOf(state), 60, BarDirections::isolated), "\u2068שוק\u2069: In transit");
+    EXPECT_EQ(barText(contentOf(state), 60, BarDirections::isolated), "\u200E\u2068שוק\u2069: In transit");
     EXPECT_EQ(barText(contentOf(state), 60, BarDirections::left), "שוק: In transit");
 }
 
