@@ -3,15 +3,11 @@
 #include "host/widget/Bar/BarCommand.hpp"
 
 #include <signal.h>
-#include <unistd.h>
 
-#include <boost/asio/redirect_error.hpp>
 #include <boost/asio/this_coro.hpp>
-#include <boost/asio/use_awaitable.hpp>
-#include <cerrno>
 #include <chrono>
-#include <optional>
-#include <string>
+#include <string_view>
+#include <utility>
 
 #include "host/widget/Bar/BarFollower.hpp"
 #include "host/widget/Bar/BarPosition.hpp"

@@ -12,6 +12,7 @@
 
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Files/Writing.hpp"
+#include "platform/Streams/Streams.hpp"
 
 namespace host {
 
@@ -39,9 +40,11 @@ asio::awaitable<void> LineFollower::follow() {
             shown_.take(state);
             print();
         },
-        [this](std::string_view) {
+        [this](std::string_view why) {
             shown_.lose(platform::Date::now());
             print();
+            if (why != complaint_) platform::printError("vela-widget", why);
+            complaint_ = why;
         });
 }
 

@@ -24,7 +24,8 @@ class LineFollower {
 
     LineFollower(const boost::asio::any_io_executor& executor, Form form);
 
-    /// Until nobody reads standard output any more; SIGPIPE has to be ignored. `opening` comes first. Throws
+    /// Until nobody reads standard output any more. Where a host cannot be had, standard error says why, once
+    /// for each reason. SIGPIPE has to be ignored. `opening` comes first. Throws
     /// LiveHostError, and std::system_error where it cannot be written.
     boost::asio::awaitable<void> run(std::string opening = {});
 
@@ -44,6 +45,7 @@ class LineFollower {
     ShownState shown_;
     StreamWatch outputEnd_;
     std::string printed_;
+    std::string complaint_;
 };
 
 }  // namespace host

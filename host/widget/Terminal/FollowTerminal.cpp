@@ -9,6 +9,7 @@
 #include <array>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <cerrno>
 #include <chrono>
 #include <utility>
 
@@ -50,10 +51,7 @@ asio::awaitable<void> FollowTerminal::run() {
 
 asio::awaitable<void> FollowTerminal::follow() {
     co_await client_.follow([this](const LiveState& state) { take(state); },
-                            [this](std::string_view) {
-                                shown_.lose(platform::Date::now());
-                                draw();
-                            });
+                            [this](std::string_view why) { lose(why); });
 }
 
 void FollowTerminal::awaitSignal() {
@@ -135,12 +133,18 @@ void FollowTerminal::take(const LiveState& state) {
     const auto link = chosenLink();
     shown_.take(state);
     const auto packages = packagesShown(shown_.state());
-    // It may tell of a package that is gone.
-    if (packages.empty()) view_.note.clear();
+    // It may tell of a package that is gone, or of the lack of a host.
+    if (packages.empty() || !link) view_.note.clear();
     const auto same = std::find_if(packages.begin(), packages.end(), [&](const auto& package) {
         return link && package->deepLinkingUrl().absoluteString() == *link;
     });
     choose(same == packages.end() ? view_.chosen : static_cast<std::size_t>(same - packages.begin()));
+    draw();
+}
+
+void FollowTerminal::lose(std::string_view why) {
+    shown_.lose(platform::Date::now());
+    if (shown_.state().isPlaceholder) view_.note = why;
     draw();
 }
 

@@ -12,6 +12,7 @@
 #include <exception>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "host/widget/Readers/LinkOpener.hpp"
 #include "host/widget/Readers/LiveHostClient.hpp"
@@ -41,6 +42,7 @@ class FollowTerminal {
     void press(Key key);
     void choose(std::size_t index);
     void take(const LiveState& state);
+    void lose(std::string_view why);
     void say(std::string note);
     void draw();
     std::optional<std::string> chosenLink() const;

@@ -6,9 +6,6 @@
 #include <unistd.h>
 
 #include <boost/asio/this_coro.hpp>
-#include <cerrno>
-#include <system_error>
-#include <utility>
 
 #include "host/widget/Readers/LineFollower.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
