@@ -72,7 +72,7 @@ asio::awaitable<void> LiveDrawings::make(std::shared_ptr<Drawing> drawing, widge
     request.entry = host_.state().entry;
     try {
         drawing->bytes = co_await extension_.draw(std::move(request));
-    } catch (const ExtensionError&) {
+    } catch (...) {
         drawing->failure = std::current_exception();
     }
     drawing->isReady = true;

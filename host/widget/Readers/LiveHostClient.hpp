@@ -50,6 +50,8 @@ class LiveHostClient {
         std::filesystem::path program = "/proc/self/exe";
         /// How long a host that was started may take until it listens.
         std::chrono::milliseconds patience = std::chrono::seconds(5);
+        /// How long an answer may take: a reload waits for the extension, and that for the server.
+        std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
         /// Before a host that ended is looked for again, the first time, the second and so on; the last
         /// stands for all further ones. A state that arrives begins the row anew.
         std::vector<std::chrono::milliseconds> pauses = {std::chrono::milliseconds(100),

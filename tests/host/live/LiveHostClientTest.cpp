@@ -107,6 +107,16 @@ TEST_F(LiveHostClientTest, TakesNothingOnTrust) {
     EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":7,)" + noPackages)), "the live host has ended");
 }
 
+TEST_F(LiveHostClientTest, WaitsForNoAnswerForEver) {
+    listen();
+    LiveHostClient::Options options;
+    options.ifMissing = LiveHostClient::IfMissing::leave;
+    options.answerLimit = std::chrono::milliseconds(100);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    EXPECT_EQ(answer([&] { return stateOf(reader); }),
+              "failed: the live host has not answered within 100 ms");
+}
+
 TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     listen();
     const auto reader = client();

@@ -305,9 +305,11 @@ TEST_F(LiveProgram, IsReplacedAfterItWasKilledInAnyPhase) {
 TEST_F(LiveProgram, EndsCleanlyOnASignal) {
     startSandbox({"--delay", "500"});
     signInAtSandbox();
-    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+    fs::create_directory(folder.path() / "out");
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGTERM, SIGTERM, SIGTERM}) {
         startHost({"--family", "systemSmall", "--output", (folder.path() / "out").string()});
-        ASSERT_TRUE(eventually([&] { return fs::exists(folder.path() / "out/state.json"); }));
+        // As early as there is anything to be left behind.
+        ASSERT_TRUE(eventually([&] { return fs::exists(path("host.lock")); }));
         host().sendSignal(signal);
         EXPECT_EQ(host().waitForEnd(std::chrono::seconds(30)), 0);
         EXPECT_FALSE(fs::exists(path("")));
