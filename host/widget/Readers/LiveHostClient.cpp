@@ -287,12 +287,14 @@ asio::awaitable<void> LiveHostClient::rest(std::size_t failures) {
 asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&)> onState,
                                              std::function<void(std::string_view)> onGap) {
     std::size_t failures = 0;
+    // Named, as g++ 12 destroys twice what is made within what is awaited.
+    const StateHandler passOn = [&](const LiveState& state) {
+        failures = 0;
+        onState(state);
+    };
     while (!isClosed_) {
         try {
-            co_await followOnce([&](const LiveState& state) {
-                failures = 0;
-                onState(state);
-            });
+            co_await followOnce(passOn);
         } catch (const LiveHostEnded& ended) {
             if (!isClosed_) onGap(ended.what());
         }

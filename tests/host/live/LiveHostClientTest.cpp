@@ -124,8 +124,13 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     std::vector<std::string> views;
     spawn([](std::shared_ptr<LiveHostClient> asked, std::vector<std::string>& seen,
              std::vector<std::string>& missing) -> boost::asio::awaitable<void> {
-        co_await asked->follow([&](const LiveState& state) { seen.push_back(shopNameIn(state.entry)); },
-                               [&](std::string_view gap) { missing.emplace_back(gap); });
+        const std::function<void(const LiveState&)> note = [&](const LiveState& state) {
+            seen.push_back(shopNameIn(state.entry));
+        };
+        const std::function<void(std::string_view)> noteGap = [&](std::string_view gap) {
+            missing.emplace_back(gap);
+        };
+        co_await asked->follow(note, noteGap);
     }(reader, views, gaps));
     for (std::size_t count = 1; count <= 3; ++count) {
         tell(greeting + frameOf(R"({"id":1,)" + noPackages) + frameOf("{" + noPackages));

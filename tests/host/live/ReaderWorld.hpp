@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -156,8 +157,10 @@ class ReaderWorld : public LiveWorld {
 
   private:
     static boost::asio::awaitable<void> following(std::shared_ptr<LiveHostClient> reader, Views views) {
-        co_await reader->follow(
-            [views](const LiveState& state) { views->push_back(shopNameIn(state.entry)); });
+        const std::function<void(const LiveState&)> note = [views](const LiveState& state) {
+            views->push_back(shopNameIn(state.entry));
+        };
+        co_await reader->follow(note, [](std::string_view) {});
     }
 
     static boost::asio::awaitable<void> told(boost::asio::awaitable<std::string> ask,
