@@ -87,7 +87,7 @@ TEST_F(HostSocketTest, LastsAWeekWithTwentyReaders) {
     }));
     EXPECT_EQ(door->readerCount(), 20u);
     EXPECT_EQ(forgotten, 0);
-    EXPECT_THAT(failures, IsEmpty());
+    EXPECT_THAT(failures(), IsEmpty());
 }
 
 TEST_F(HostSocketTest, DrawsOnceForAllWhoAskForTheSame) {

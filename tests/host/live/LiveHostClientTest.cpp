@@ -88,8 +88,8 @@ TEST_F(LiveHostClientTest, DoesNotLookAgainForAHostOfAnotherVersion) {
     listen();
     const auto views = follow(client());
     tell(frameOf(R"({"protocol":2})"));
-    EXPECT_TRUE(until([&] { return !failures.empty(); }));
-    EXPECT_THAT(failures, ElementsAre(StartsWith("the live host speaks version 2")));
+    EXPECT_TRUE(until([&] { return !failures().empty(); }));
+    EXPECT_THAT(failures(), ElementsAre(StartsWith("the live host speaks version 2")));
 }
 
 TEST_F(LiveHostClientTest, PassesOnWhatTheHostRefuses) {

@@ -64,11 +64,11 @@ class ReaderWorld : public LiveWorld {
     }
 
     void spawn(boost::asio::awaitable<void> work) {
-        platform::spawn(context, std::move(work), [this](const std::exception_ptr& failure) {
+        platform::spawn(context, std::move(work), [heard = heard_](const std::exception_ptr& failure) {
             try {
                 std::rethrow_exception(failure);
             } catch (const std::exception& error) {
-                failures.emplace_back(error.what());
+                heard->emplace_back(error.what());
             }
         });
     }
@@ -145,17 +145,22 @@ class ReaderWorld : public LiveWorld {
         return text;
     }
 
+    /// How what was spawned failed.
+    const std::vector<std::string>& failures() const { return *heard_; }
+
     platform::testing::TemporaryFolder folder;
     platform::testing::ScopedEnvironment environment{{{"XDG_RUNTIME_DIR", folder.path().string()}}};
     std::vector<PictureFile> pictures;
     std::vector<std::string> notices;
-    std::vector<std::string> failures;
     LiveDrawings drawings{context.get_executor(), host, extension};
     std::optional<HostPlace> place;
     std::optional<PublishedFiles> files;
     std::optional<HostSocket> door;
 
   private:
+    /// Some end when the context does.
+    std::shared_ptr<std::vector<std::string>> heard_ = std::make_shared<std::vector<std::string>>();
+
     static boost::asio::awaitable<void> following(std::shared_ptr<LiveHostClient> reader, Views views) {
         const std::function<void(const LiveState&)> note = [views](const LiveState& state) {
             views->push_back(shopNameIn(state.entry));
