@@ -9,6 +9,7 @@
 #include <cmath>
 #include <memory>
 
+#include "drawing/Painters/Emboldening.hpp"
 #include "drawing/Painters/JoinedShapes.hpp"
 #include "drawing/Painters/Path.hpp"
 #include "drawing/Painters/TextPlacement.hpp"
@@ -173,9 +174,34 @@ class CairoPainter {
         const GSList* next = pango_layout_get_lines_readonly(measurer_.typeset(text.run, frame.size.width));
         for (std::size_t index = 0; index < lines.size() && next; ++index, next = next->next) {
             const Point origin = lineOrigin(text, frame, lines[index], index);
-            cairo_move_to(context_.get(), origin.x, std::round(origin.y * scale_) / scale_);
-            pango_cairo_show_layout_line(context_.get(), static_cast<PangoLayoutLine*>(next->data));
+            show(*static_cast<PangoLayoutLine*>(next->data),
+                 {origin.x, std::round(origin.y * scale_) / scale_}, text.run.weight);
         }
+    }
+
+    void show(const PangoLayoutLine& line, Point origin, FontWeight weight) {
+        double x = origin.x;
+        for (const GSList* next = line.runs; next; next = next->next) {
+            const auto& run = *static_cast<const PangoGlyphItem*>(next->data);
+            show(run, {x, origin.y}, emboldeningStroke(*run.item->analysis.font, weight));
+            x += static_cast<double>(pango_glyph_string_get_width(run.glyphs)) / PANGO_SCALE;
+        }
+    }
+
+    void show(const PangoGlyphItem& run, Point origin, double stroke) {
+        PangoFont* font = run.item->analysis.font;
+        cairo_move_to(context_.get(), origin.x, origin.y);
+        if (stroke <= 0) return pango_cairo_show_glyph_string(context_.get(), font, run.glyphs);
+        // Together, so that a translucent colour is laid on once.
+        cairo_push_group_with_content(context_.get(), CAIRO_CONTENT_ALPHA);
+        cairo_move_to(context_.get(), origin.x, origin.y);
+        pango_cairo_glyph_string_path(context_.get(), font, run.glyphs);
+        cairo_fill_preserve(context_.get());
+        cairo_set_line_width(context_.get(), stroke);
+        cairo_set_line_join(context_.get(), CAIRO_LINE_JOIN_ROUND);
+        cairo_stroke(context_.get());
+        const std::unique_ptr<cairo_pattern_t, ReleasesPattern> letters(cairo_pop_group(context_.get()));
+        cairo_mask(context_.get(), letters.get());
     }
 
     void draw(const DisplayItem& item, const AssetItem& asset) {
