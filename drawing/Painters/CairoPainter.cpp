@@ -48,11 +48,13 @@ class Saved {
 /// Paints the part of a list that begins with the pixel row `top` and fills the bitmap.
 class CairoPainter {
   public:
-    CairoPainter(Bitmap& bitmap, int top, double scale, const Ink& ink, const PangoTextMeasurer& measurer)
+    CairoPainter(Bitmap& bitmap, int top, LayoutDirection layoutDirection, double scale, const Ink& ink,
+                 const PangoTextMeasurer& measurer)
         : surface_(surface(bitmap.pixels.data(), bitmap.size, bitmap.stride())),
           context_(cairo_create(surface_.get())),
           top_(top / scale),
           bottom_((top + bitmap.height()) / scale),
+          layoutDirection_(layoutDirection),
           scale_(scale),
           ink_(ink),
           measurer_(measurer) {
@@ -173,7 +175,7 @@ class CairoPainter {
         const std::vector<TextLine> lines = measurer_.lines(text.run, frame.size.width);
         const GSList* next = pango_layout_get_lines_readonly(measurer_.typeset(text.run, frame.size.width));
         for (std::size_t index = 0; index < lines.size() && next; ++index, next = next->next) {
-            const Point origin = lineOrigin(text, frame, lines[index], index);
+            const Point origin = lineOrigin(text, frame, layoutDirection_, lines[index], index);
             show(*static_cast<PangoLayoutLine*>(next->data),
                  {origin.x, std::round(origin.y * scale_) / scale_}, text.run.weight);
         }
@@ -241,6 +243,7 @@ class CairoPainter {
     std::unique_ptr<cairo_t, ReleasesContext> context_;
     double top_;
     double bottom_;
+    LayoutDirection layoutDirection_;
     double scale_;
     const Ink& ink_;
     const PangoTextMeasurer& measurer_;
@@ -248,7 +251,7 @@ class CairoPainter {
 
 void paintPart(Bitmap& part, int top, const DisplayList& list, double scale, const Ink& ink,
                const PangoTextMeasurer& measurer) {
-    CairoPainter painter(part, top, scale, ink, measurer);
+    CairoPainter painter(part, top, list.layoutDirection, scale, ink, measurer);
     forEachJoined(list.items, [&](std::span<const DisplayItem> joined) { painter.paint(joined); });
     painter.cut(list.container);
 }

@@ -164,6 +164,23 @@ std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
     return visible;
 }
 
+/// Pango gives an ellipsis all the width that is left over: its line would not end where it is seen to.
+void narrowEllipses(PangoLayout& layout) {
+    for (const GSList* line = pango_layout_get_lines(&layout); line; line = line->next) {
+        for (const GSList* next = static_cast<const PangoLayoutLine*>(line->data)->runs; next;
+             next = next->next) {
+            const auto& run = *static_cast<const PangoGlyphItem*>(next->data);
+            if (!(run.item->analysis.flags & PANGO_ANALYSIS_FLAG_IS_ELLIPSIS)) continue;
+            for (int index = 0; index < run.glyphs->num_glyphs; ++index) {
+                PangoGlyphInfo& glyph = run.glyphs->glyphs[index];
+                PangoRectangle logical;
+                pango_font_get_glyph_extents(run.item->analysis.font, glyph.glyph, nullptr, &logical);
+                glyph.geometry.width = logical.width;
+            }
+        }
+    }
+}
+
 bool breaksWord(PangoLayout& layout, const PangoLayoutLine& line, std::string_view text) {
     const char* end = text.data() + line.start_index + line.length;
     int count = 0;
@@ -226,6 +243,7 @@ class PangoTextMeasurer::Typesetter {
         const std::string text = presentable(run.text);
         pango_layout_set_text(layout.get(), text.c_str(), -1);
         pango_layout_set_attributes(layout.get(), attributes(text).get());
+        if (pango_layout_is_ellipsized(layout.get())) narrowEllipses(*layout);
         return layout;
     }
 

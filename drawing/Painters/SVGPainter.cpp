@@ -275,7 +275,7 @@ class SVGPainter {
         for (std::size_t index = 0; index < lines.size(); ++index) {
             const TextLine& line = lines[index];
             if (line.text.empty()) continue;
-            const Point origin = lineOrigin(text, item.frame, line, index);
+            const Point origin = lineOrigin(text, item.frame, list_.layoutDirection, line, index);
             const bool isRightToLeft = line.direction == TextDirection::rightToLeft;
             // The length holds a viewer with other fonts to the room that there is.
             body_ += "<text" + attribute("x", isRightToLeft ? origin.x + line.width : origin.x) +
