@@ -280,6 +280,7 @@ class SVGPainter {
             // The length holds a viewer with other fonts to the room that there is.
             body_ += "<text" + attribute("x", isRightToLeft ? origin.x + line.width : origin.x) +
                      attribute("y", origin.y) + (isRightToLeft ? attribute("direction", "rtl") : "") +
+                     (line.language.empty() ? "" : attribute("xml:lang", line.language)) +
                      attribute("textLength", line.width) + attribute("lengthAdjust", "spacingAndGlyphs") +
                      ">" + escaped(line.text) + "</text>";
         }

@@ -316,6 +316,19 @@ TEST(SVGPainter, WritesTextAsTextAndEscapesIt) {
     EXPECT_THAT(document, Not(HasSubstr("<b>")));
 }
 
+/// A viewer chooses the shapes of Chinese characters by it.
+TEST(SVGPainter, SaysInWhichLanguageALineIs) {
+    const auto svg = [](const char* words) {
+        const View view = text(words).font(TextStyle::footnote);
+        const DisplayList list = displayList(
+            view, {platform::WidgetFamily::systemSmall, ColorScheme::light, {150, 40}}, measurer());
+        return paintedSVG(list, "Title", Ink{catalogue()}, measurer());
+    };
+    EXPECT_THAT(svg("直営です"), HasSubstr("xml:lang=\"ja\""));
+    EXPECT_THAT(svg("No. 7 北京图书"), HasSubstr("xml:lang=\"zh-cn\""));
+    EXPECT_THAT(svg("Northwind 7"), Not(HasSubstr("xml:lang")));
+}
+
 TEST(SVGPainter, LeavesOutCharactersThatXMLHasNoPlaceFor) {
     const std::string document = svg(text("a\xEF\xBF\xBE"
                                           "b\xEF\xBF\xBF\x02")
