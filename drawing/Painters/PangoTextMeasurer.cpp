@@ -98,13 +98,23 @@ void insert(PangoAttrList& attributes, std::size_t begin, std::size_t end, Pango
     pango_attr_list_insert(&attributes, attribute);
 }
 
-/// ASCII's digits and signs are Inter's within every script.
-bool isCommon(char byte) {
+bool isASCII(char byte) {
+    return static_cast<unsigned char>(byte) < 0x80;
+}
+/// Its digits and signs are Inter's within every script.
+bool isVisibleASCII(char byte) {
     return byte > ' ' && byte < 0x7F;
 }
 
+/// Inter has all of ASCII: no list of families, which takes longer to match, need be made for that alone.
+void insertLatin(PangoAttrList& attributes, const ScriptRun& run, std::string_view text) {
+    const std::string_view part = text.substr(run.begin, run.end - run.begin);
+    if (std::all_of(part.begin(), part.end(), isASCII)) return;
+    insert(attributes, run.begin, run.end, pango_attr_family_new(families(textFont.family).c_str()));
+}
+
 /// The script's font first, so that no other need be looked into.
-void insert(PangoAttrList& attributes, const ScriptRun& run, std::string_view text) {
+void insertOther(PangoAttrList& attributes, const ScriptRun& run, std::string_view text) {
     const std::string_view own = family(run.script);
     const std::string names = families(own.empty() ? std::string(textFont.family)
                                                    : std::string(own).append(",").append(textFont.family));
@@ -113,8 +123,8 @@ void insert(PangoAttrList& attributes, const ScriptRun& run, std::string_view te
     const auto end = text.begin() + static_cast<std::ptrdiff_t>(run.end);
     auto next = text.begin() + static_cast<std::ptrdiff_t>(run.begin);
     while (next != end) {
-        const auto begin = std::find_if_not(next, end, isCommon);
-        next = std::find_if(begin, end, isCommon);
+        const auto begin = std::find_if_not(next, end, isVisibleASCII);
+        next = std::find_if(begin, end, isVisibleASCII);
         if (begin == next) continue;
         insert(attributes, place(begin), place(next), pango_attr_language_new(language));
         insert(attributes, place(begin), place(next), pango_attr_family_new(names.c_str()));
@@ -205,8 +215,7 @@ class PangoTextMeasurer::Typesetter {
     Typesetter(const std::filesystem::path& fontsConfiguration, ScriptRuns scripts)
         : fonts_(fontMap(fontsConfiguration)),
           context_(pango_font_map_create_context(fonts_.get())),
-          scripts_(std::move(scripts)),
-          families_(families(textFont.family)) {
+          scripts_(std::move(scripts)) {
         // Shapes and advances as they were drawn: text is as long at every scale, and never shifts.
         const std::unique_ptr<cairo_font_options_t, decltype(&cairo_font_options_destroy)> options(
             cairo_font_options_create(), cairo_font_options_destroy);
@@ -233,7 +242,7 @@ class PangoTextMeasurer::Typesetter {
     ObjectPointer<PangoLayout> make(const TextRun& run, std::optional<double> width) const {
         ObjectPointer<PangoLayout> layout(pango_layout_new(context_.get()));
         const std::unique_ptr<PangoFontDescription, ReleasesFont> font(pango_font_description_new());
-        pango_font_description_set_family_static(font.get(), families_.c_str());
+        pango_font_description_set_family_static(font.get(), textFont.family.data());
         pango_font_description_set_weight(font.get(), static_cast<PangoWeight>(number(run.weight)));
         pango_font_description_set_absolute_size(font.get(),
                                                  metrics(run.style).pointSize * run.scale * PANGO_SCALE);
@@ -261,7 +270,7 @@ class PangoTextMeasurer::Typesetter {
     AttributesPointer attributes(const std::string& text) const {
         AttributesPointer attributes(pango_attr_list_new());
         for (const ScriptRun& run : scripts_.of(text)) {
-            if (run.script != "Latn") insert(*attributes, run, text);
+            (run.script == "Latn" ? insertLatin : insertOther)(*attributes, run, text);
         }
         return attributes;
     }
@@ -269,7 +278,6 @@ class PangoTextMeasurer::Typesetter {
     ObjectPointer<PangoFontMap> fonts_;
     ObjectPointer<PangoContext> context_;
     ScriptRuns scripts_;
-    std::string families_;
     std::map<Key, ObjectPointer<PangoLayout>> remembered_;
 };
 

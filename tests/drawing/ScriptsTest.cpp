@@ -136,6 +136,14 @@ TEST(Scripts, AreAsMuchHeavierAsInterWhereTheDesignIs) {
     }
 }
 
+TEST(Scripts, LookForRareLettersAndSignsInTheFontsNamedForThem) {
+    const auto families = [](const char* text) { return setting(measurerFor(), run(text)).families; };
+    EXPECT_THAT(families("Café “7” … — €"), testing::ElementsAre("Inter"));
+    EXPECT_THAT(families("ꜵ"), testing::ElementsAre("Noto Sans"));
+    EXPECT_THAT(families("⛟ 7"), testing::ElementsAre("Inter", "Noto Sans Symbols2"));
+    EXPECT_THAT(families("🚚"), testing::ElementsAre("Noto Color Emoji"));
+}
+
 TEST(Scripts, LeaveEmojiAsTheyAre) {
     EXPECT_EQ(ink(run("🌷🚚", FontWeight::medium)), ink(run("🌷🚚")));
 }
