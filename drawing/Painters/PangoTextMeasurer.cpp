@@ -156,15 +156,6 @@ bool endsWithHyphen(const PangoLayoutLine& line) {
     return false;
 }
 
-/// The first that is not the one of Latin letters.
-std::string languageBeside(PangoLanguage* latin, const PangoLayoutLine& line) {
-    for (const GSList* next = line.runs; next; next = next->next) {
-        PangoLanguage* language = static_cast<const PangoGlyphItem*>(next->data)->item->analysis.language;
-        if (language && language != latin) return pango_language_to_string(language);
-    }
-    return {};
-}
-
 /// The text of a line as it is seen.
 std::string visibleText(const PangoLayoutLine& line, std::string_view text) {
     const auto begin = static_cast<std::size_t>(line.start_index);
@@ -236,6 +227,17 @@ class PangoTextMeasurer::Typesetter {
         return remembered_.emplace(key, make(run, width)).first->second.get();
     }
 
+    /// The first on the line that is not in Latin letters.
+    std::string language(std::string_view text, const PangoLayoutLine& line) const {
+        const auto begin = static_cast<std::size_t>(line.start_index);
+        const auto end = begin + static_cast<std::size_t>(line.length);
+        if (std::all_of(text.begin(), text.end(), isASCII)) return {};
+        for (const ScriptRun& run : scripts_.of(text)) {
+            if (run.script != "Latn" && run.begin < end && run.end > begin) return run.language;
+        }
+        return {};
+    }
+
   private:
     using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, double>;
 
@@ -300,7 +302,6 @@ PangoLayout* PangoTextMeasurer::typeset(const TextRun& run, std::optional<double
 std::vector<TextLine> PangoTextMeasurer::lines(const TextRun& run, std::optional<double> width) const {
     PangoLayout* layout = typeset(run, width);
     const std::string_view text = pango_layout_get_text(layout);
-    PangoLanguage* latin = pango_context_get_language(pango_layout_get_context(layout));
     std::vector<TextLine> lines;
     for (const GSList* next = pango_layout_get_lines_readonly(layout); next; next = next->next) {
         auto* line = static_cast<PangoLayoutLine*>(next->data);
@@ -310,7 +311,7 @@ std::vector<TextLine> PangoTextMeasurer::lines(const TextRun& run, std::optional
                          pango_layout_line_get_resolved_direction(line) == PANGO_DIRECTION_RTL
                              ? TextDirection::rightToLeft
                              : TextDirection::leftToRight,
-                         next->next && breaksWord(*layout, *line, text), languageBeside(latin, *line)});
+                         next->next && breaksWord(*layout, *line, text), typesetter().language(text, *line)});
     }
     return lines;
 }

@@ -6,11 +6,15 @@
 
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <set>
 
 #include "drawing/Painters/CairoPainter.hpp"
 #include "drawing/Painters/PangoTextMeasurer.hpp"
 #include "drawing/Views/ScriptFonts.hpp"
+#include "tests/drawing/SampleEntries.hpp"
+#include "tests/support/FixedAmbient.hpp"
+#include "widget/EntryDrawing.hpp"
 
 namespace {
 
@@ -158,6 +162,26 @@ TEST(Scripts, HaveTheFormsOfTheirLanguage) {
     EXPECT_THAT(families("直", {"en-GB", "ko-KR"}), testing::ElementsAre("Noto Sans CJK KR"));
     EXPECT_THAT(families("直", {"zh-TW"}), testing::ElementsAre("Noto Sans CJK TC"));
     EXPECT_THAT(families("直", {"en-GB"}), testing::ElementsAre("Noto Sans CJK SC"));
+}
+
+TEST(EntryDrawing, AsksForThePersonsLanguagesEveryTime) {
+    const auto entry = drawing_tests::entry(
+        widget::LoggedIn{drawing_tests::packages({{"直営",
+                                                   drawing_tests::url("velaapp://order/1"),
+                                                   0.5f,
+                                                   std::nullopt,
+                                                   std::nullopt,
+                                                   {"直", std::nullopt}}})});
+    drawing_tests::SamplePictures loader;
+    for (const auto& [language, written] : std::map<std::string, std::string>{
+             {"ja-JP", "ja"}, {"ko-KR", "ko"}, {"zh-Hant-TW", "zh-tw"}, {"en-GB", "zh-cn"}}) {
+        const platform::testing::FixedAmbient surroundings({.languages = {language}});
+        const std::string svg = widget::draw({.entry = entry,
+                                              .family = platform::WidgetFamily::systemSmall,
+                                              .format = widget::DrawingFormat::svg},
+                                             loader);
+        EXPECT_THAT(svg, testing::HasSubstr("xml:lang=\"" + written + "\"")) << language;
+    }
 }
 
 TEST(ScriptFonts, AreInThePackagesThatAreInstalledWithTheWidget) {
