@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string>
 
+#include "drawing/Layout/PixelGrid.hpp"
 #include "drawing/Painters/DisplayListJSON.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
@@ -197,6 +198,12 @@ TEST(PixelGrid, NeverRoundsATextDown) {
     const View text = words("abc").frame({.maxWidth = infinity, .alignment = Alignment::leading});
     EXPECT_THAT(lines(displayed(text, {100, 18}, 1)), ElementsAre("text abc 0 0 20 18"));
     EXPECT_THAT(lines(displayed(text, {100, 18}, 2)), ElementsAre("text abc 0 0 19.5 18"));
+}
+
+TEST(PixelGrid, EndsTextsReadFromTheRightAtOnePixel) {
+    const Rect snapped = PixelGrid(2).snappedTextOnRight({{10.3, 0}, {20.4, 18}});
+    EXPECT_EQ(snapped.right(), 30.5);
+    EXPECT_EQ(snapped.size.width, 20.5);
 }
 
 TEST(ContainerBackground, CoversTheWholeContainerAndOnlyWhereItIsShown) {

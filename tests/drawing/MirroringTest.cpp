@@ -63,14 +63,25 @@ TEST(Mirroring, IsUndoneByMirroring) {
             EXPECT_NE(lines(once), lines(list)) << description(family);
             EXPECT_EQ(lines(twice), lines(list)) << description(family) << scale;
             EXPECT_EQ(twice.layoutDirection, list.layoutDirection);
-            for (std::size_t item = 0; item < list.items.size(); ++item) {
-                ASSERT_EQ(twice.items[item].clips.size(), list.items[item].clips.size());
-                for (std::size_t clip = 0; clip < list.items[item].clips.size(); ++clip)
-                    EXPECT_NEAR(twice.items[item].clips[clip].frame.left(),
-                                list.items[item].clips[clip].frame.left(), 1e-9);
+        }
+    }
+}
+
+TEST(Mirroring, TakesClipsAlong) {
+    std::size_t clips = 0;
+    for (const platform::WidgetFamily family : declaredFamilies) {
+        const DisplayList list = displayed("Latin", family, 2);
+        const DisplayList once = mirrored(list, 2);
+        const double width = list.container.frame.size.width;
+        for (std::size_t item = 0; item < list.items.size(); ++item) {
+            ASSERT_EQ(once.items[item].clips.size(), list.items[item].clips.size());
+            for (std::size_t clip = 0; clip < list.items[item].clips.size(); ++clip, ++clips) {
+                EXPECT_NEAR(once.items[item].clips[clip].frame.left(),
+                            width - list.items[item].clips[clip].frame.right(), 1e-9);
             }
         }
     }
+    EXPECT_GT(clips, 0u);
 }
 
 TEST(Mirroring, KeepsEdgesOnPixels) {
