@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 #include <memory>
-#include <optional>
 
 #include "platform/Text/ASCII.hpp"
 
@@ -28,7 +28,8 @@ std::string isoName(GUnicodeScript script) {
 
 template <class Predicate>
 bool anyCharacter(std::string_view text, Predicate predicate) {
-    for (const char* next = text.data(); next < text.data() + text.size(); next = g_utf8_next_char(next)) {
+    for (const char* next = text.data(); next < text.data() + text.size();
+         next += g_utf8_skip[static_cast<unsigned char>(*next)]) {
         if (predicate(g_utf8_get_char(next))) return true;
     }
     return false;
