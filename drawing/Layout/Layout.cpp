@@ -60,6 +60,12 @@ double priority(const View& view) {
     return std::holds_alternative<element::Spacer>(view.element().kind) ? -infinity : 0;
 }
 
+/// Of a text with its modifiers.
+bool isReadFromRight(const Layout& layout) {
+    if (layout.children.size() == 1) return isReadFromRight(*layout.children.front().layout);
+    return layout.textDirection == TextDirection::rightToLeft;
+}
+
 /// One run of the layout. A stack asks its children several times over; what was answered once is remembered,
 /// so that the cost of a tree grows with its size and not with its depth.
 class LayoutPass {
@@ -116,6 +122,7 @@ class LayoutPass {
         Layout answer = question.answer(setting.size);
         answer.lineLimit = setting.lineLimit;
         answer.textScale = setting.scale;
+        answer.textDirection = setting.direction;
         answer.cutsText = setting.isCut;
         return answer;
     }
@@ -294,6 +301,15 @@ class LayoutPass {
 
     Layout lay(const Question& question, const element::Clipped& clipped) {
         return around(question, clipped.content);
+    }
+    Layout lay(const Question& question, const element::Paragraph& paragraph) {
+        const LayoutPointer child = inside(question, paragraph.content);
+        const bool runsFromRight = question.inherited.layoutDirection == LayoutDirection::rightToLeft;
+        Size size = child->size;
+        if (isReadFromRight(*child) && !runsFromRight)
+            size.width = std::max(size.width, question.proposal.width.value_or(size.width));
+        const double room = std::isfinite(size.width) ? size.width - child->size.width : 0;
+        return question.answer(size, {{{room, 0}, child}});
     }
     Layout lay(const Question& question, const element::AlignedToPixels& aligned) {
         return around(question, aligned.content);

@@ -31,6 +31,8 @@ struct TextLine {
     TextDirection direction = TextDirection::leftToRight;
     /// No word, nor what a script without blanks breaks instead, ends with the line.
     bool breaksWord = false;
+    /// Of what is not in Latin letters: it decides about the shapes of characters. Empty where all is.
+    std::string language = {};
     bool operator==(const TextLine&) const = default;
 };
 

@@ -73,6 +73,7 @@ TextSetting setText(const std::string& words, const Proposal& proposal, const In
     setting.scale = run.scale;
     setting.isCut = inherited.isWantedWhole.value_or(false) && width && !isShownWhole(run, *width, measurer);
     std::vector<TextLine> lines = measurer.lines(run, width);
+    setting.direction = lines.front().direction;
     if (width && lines.size() > 1 && isShownWhole(run, *width, measurer)) {
         lines = measurer.lines(run, balancedWidth(run, *width, lines, measurer));
     }

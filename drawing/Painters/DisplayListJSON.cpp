@@ -97,16 +97,16 @@ std::string displayListJSON(const DisplayList& list) {
         links.push_back(boost::json::object{{"frame", json(link.frame)}, {"url", link.url.absoluteString()}});
     }
     const Size size = list.container.frame.size;
-    return platform::JSONSerialization::dataWithJSONObject(
-        boost::json::object{
-            {"colorScheme", name(list.colorScheme)},
-            {"family", description(list.family)},
-            {"items", std::move(items)},
-            {"links", std::move(links)},
-            {"size",
-             boost::json::object{{"width", numberValue(size.width)}, {"height", numberValue(size.height)}}},
-        },
-        platform::JSONKeyOrder::ascendingBytes);
+    boost::json::object object{
+        {"colorScheme", name(list.colorScheme)},
+        {"family", description(list.family)},
+        {"items", std::move(items)},
+        {"links", std::move(links)},
+        {"size",
+         boost::json::object{{"width", numberValue(size.width)}, {"height", numberValue(size.height)}}},
+    };
+    if (list.layoutDirection == LayoutDirection::rightToLeft) object["layoutDirection"] = "rightToLeft";
+    return platform::JSONSerialization::dataWithJSONObject(object, platform::JSONKeyOrder::ascendingBytes);
 }
 
 }  // namespace drawing

@@ -303,11 +303,12 @@ class SVGPainter {
         for (std::size_t index = 0; index < lines.size(); ++index) {
             const TextLine& line = lines[index];
             if (line.text.empty()) continue;
-            const Point origin = lineOrigin(text, item.frame, line, index);
+            const Point origin = lineOrigin(text, item.frame, list_.layoutDirection, line, index);
             const bool isRightToLeft = line.direction == TextDirection::rightToLeft;
             // The length holds a viewer with other fonts to the room that there is.
             body_ += "<text" + attribute("x", isRightToLeft ? origin.x + line.width : origin.x) +
                      attribute("y", origin.y) + (isRightToLeft ? attribute("direction", "rtl") : "") +
+                     (line.language.empty() ? "" : attribute("xml:lang", line.language)) +
                      attribute("textLength", line.width) + attribute("lengthAdjust", "spacingAndGlyphs") +
                      ">" + escaped(line.text) + "</text>";
         }

@@ -28,7 +28,8 @@ InheritedValues InheritedValues::over(const InheritedValues& outer) const {
             lineLimit ? lineLimit : outer.lineLimit,
             minimumScaleFactor ? minimumScaleFactor : outer.minimumScaleFactor,
             colorScheme ? colorScheme : outer.colorScheme,
-            isWantedWhole ? isWantedWhole : outer.isWantedWhole};
+            isWantedWhole ? isWantedWhole : outer.isWantedWhole,
+            layoutDirection ? layoutDirection : outer.layoutDirection};
 }
 
 View::View() : View(Element{element::Empty{}}) {}
@@ -69,6 +70,9 @@ View View::font(TextStyle style) const {
 }
 View View::fontWeight(FontWeight weight) const {
     return viewOf(element::Inheriting{*this, {.fontWeight = weight}});
+}
+View View::paragraph() const {
+    return viewOf(element::Paragraph{*this});
 }
 View View::alignedToPixels() const {
     return viewOf(element::AlignedToPixels{*this});

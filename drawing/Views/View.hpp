@@ -108,6 +108,9 @@ class View {
     View minimumScaleFactor(double factor) const;
     /// `viewThatFits` passes over a choice in which such a text would be cut.
     View wantedWhole() const;
+    /// A text among others: where it is read from the right in a layout that runs from the left, it hangs on
+    /// the right edge of the room that it is offered, and takes all of its width.
+    View paragraph() const;
     View colorScheme(ColorScheme scheme) const;
 
     const Element& element() const { return *element_; }

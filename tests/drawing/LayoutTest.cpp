@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string>
 
+#include "drawing/Layout/PixelGrid.hpp"
 #include "drawing/Painters/DisplayListJSON.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
@@ -104,6 +105,14 @@ const std::vector<Picture> pictures = {
     {"what a broken text leaves goes to the others",
      horizontalStack({.spacing = 0}, {words("twenty characters!!!").lineLimit(1), rectangle(Color::white())}),
      {"text twenty characters!!! 0 41 45.5 18", "rectangle white 45.5 0 54.5 100"}},
+    {"a text read from the right is as wide as its words", words("אב"), {"text אב 37 41 26 18"}},
+    {"a paragraph read from the right hangs on the right",
+     verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
+                   {words("אבג").lineLimit(1).paragraph(), words("left").paragraph()}),
+     {"text אבג 61 32 39 18", "text left 0 50 26 18"}},
+    {"a paragraph read from the right goes as far as it can",
+     horizontalStack({.spacing = 0}, {words("אב").paragraph(), spacer(4), box(16, 16)}),
+     {"text אב 54 41 26 18", "rectangle white 84 42 16 16"}},
     {"nothing takes no room", View(), {}},
     {"an empty text is not listed", words(""), {}},
 };
@@ -189,6 +198,12 @@ TEST(PixelGrid, NeverRoundsATextDown) {
     const View text = words("abc").frame({.maxWidth = infinity, .alignment = Alignment::leading});
     EXPECT_THAT(lines(displayed(text, {100, 18}, 1)), ElementsAre("text abc 0 0 20 18"));
     EXPECT_THAT(lines(displayed(text, {100, 18}, 2)), ElementsAre("text abc 0 0 19.5 18"));
+}
+
+TEST(PixelGrid, EndsTextsReadFromTheRightAtOnePixel) {
+    const Rect snapped = PixelGrid(2).snappedTextOnRight({{10.3, 0}, {20.4, 18}});
+    EXPECT_EQ(snapped.right(), 30.5);
+    EXPECT_EQ(snapped.size.width, 20.5);
 }
 
 TEST(ContainerBackground, CoversTheWholeContainerAndOnlyWhereItIsShown) {
