@@ -155,8 +155,8 @@ std::string draw(const DrawingRequest& request, PictureLoader& loader) {
     ScaledPictures pictures(loader, request.scale);
     const Measurers::Loan measurer(measurers());
     const auto laidOut = [&] {
-        const View view =
-            TrackingWidgetEntryView{request.entry}.body({request.family, request.colorScheme, pictures, request.appearance});
+        const View view = TrackingWidgetEntryView{request.entry}.body(
+            {request.family, request.colorScheme, pictures, request.appearance});
         return displayList(view, container(request), *measurer);
     };
     // Which pictures are shown is known once the rows have their places, whether or not they have come.

@@ -345,7 +345,7 @@ TEST(LargePackage, FillsItsHeightWithAnyNumberOfPackages) {
 std::string tree(const SimpleEntry& entry, platform::WidgetFamily family,
                  ColorScheme scheme = ColorScheme::light) {
     drawing_tests::SamplePictures loader;
-    return draw({entry, family, scheme, std::nullopt, 3, DrawingFormat::tree}, loader);
+    return draw({entry, family, scheme, {}, std::nullopt, 3, DrawingFormat::tree}, loader);
 }
 
 TEST(EntryDrawing, DrawsNoBackgroundOnALockScreen) {
@@ -386,8 +386,13 @@ TEST(EntryDrawing, ShowsThePlaceholderForWhatIsNoPictureFile) {
                                                                            url(source),
                                                                            std::nullopt,
                                                                            {"primary", std::nullopt}}})});
-        const std::string drawn = draw({entry, platform::WidgetFamily::systemSmall, ColorScheme::light,
-                                        std::nullopt, 3, DrawingFormat::tree});
+        const std::string drawn = draw({entry,
+                                        platform::WidgetFamily::systemSmall,
+                                        ColorScheme::light,
+                                        {},
+                                        std::nullopt,
+                                        3,
+                                        DrawingFormat::tree});
         EXPECT_THAT(drawn, ::testing::HasSubstr(R"("text":"S")")) << source;
         EXPECT_THAT(drawn, Not(::testing::HasSubstr(R"("url":"file)"))) << source;
     }

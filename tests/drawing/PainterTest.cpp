@@ -266,7 +266,7 @@ TEST(CairoPainter, FillsTheFrameOfEveryFamilyAtEveryScale) {
     for (const platform::WidgetFamily family : platform::allWidgetFamilies) {
         for (const double scale : {1.0, 2.0, 3.0, 4.0}) {
             const std::string png = widget::draw(
-                {drawing_tests::sampleEntry("Latin"), family, ColorScheme::light, std::nullopt, scale},
+                {drawing_tests::sampleEntry("Latin"), family, ColorScheme::light, {}, std::nullopt, scale},
                 loader);
             const auto header = imageHeader(png);
             ASSERT_TRUE(header);
