@@ -29,6 +29,17 @@ View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const
         return rowsThatFit({.alignment = Alignment::leading, .spacing = 2}, rows.size(),
                            [rows](std::size_t index) { return rows[index]; });
     };
+    if (isEnlarged(environment.appearance.textSize)) {
+        constexpr StatusSetting whole{2, 2, 1};
+        const View first = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 6},
+                                           {icon, fitted(primary, 2, whole)});
+        std::vector<View> choices;
+        for (const double spacing : {2.0, 0.0}) {
+            choices.push_back(verticalStack({.alignment = HorizontalAlignment::leading, .spacing = spacing},
+                                            {first, secondaryLine(status, whole), bar}));
+        }
+        return viewThatFits(std::move(choices)).widgetURL(package.deepLinkingUrl());
+    }
     return statusThatFits(statusSettings(status), arrangement).widgetURL(package.deepLinkingUrl());
 }
 

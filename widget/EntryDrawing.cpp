@@ -17,9 +17,9 @@
 #include "drawing/Writers/PNGWriter.hpp"
 #include "platform/Bundle/Bundle.hpp"
 #include "presentation/Wording.hpp"
+#include "widget/EntryLayout.hpp"
 #include "widget/NetworkPictures.hpp"
 #include "widget/PictureMemory.hpp"
-#include "widget/TrackingWidgetEntryView.hpp"
 
 namespace widget {
 
@@ -154,14 +154,11 @@ Size referenceSize(platform::WidgetFamily family) {
 std::string draw(const DrawingRequest& request, PictureLoader& loader) {
     ScaledPictures pictures(loader, request.scale);
     const Measurers::Loan measurer(measurers());
-    const auto laidOut = [&] {
-        const View view = TrackingWidgetEntryView{request.entry}.body(
-            {request.family, request.colorScheme, pictures, request.appearance});
-        return displayList(view, container(request), *measurer);
-    };
+    const ViewEnvironment environment{request.family, request.colorScheme, pictures, request.appearance};
+    const auto placed = [&] { return laidOut(request.entry, environment, container(request), *measurer); };
     // Which pictures are shown is known once the rows have their places, whether or not they have come.
-    if (namesPictures(request.entry)) pictures.readTogether(laidOut);
-    const DisplayList list = laidOut();
+    if (namesPictures(request.entry)) pictures.readTogether(placed);
+    const DisplayList list = placed();
     const Ink ink{AssetCatalogue::main(), tint(request)};
     switch (request.format) {
         case DrawingFormat::png: return paintedPNG(list, request.scale, ink, *measurer);

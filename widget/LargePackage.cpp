@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "widget/AppIcon.hpp"
+#include "widget/EnlargedPackage.hpp"
 #include "widget/NetworkImage.hpp"
 #include "widget/PackageBody.hpp"
 
@@ -88,9 +89,35 @@ View rows(const presentation::PackageList& packages, const ViewEnvironment& envi
                        row);
 }
 
+/// Two packages or more where two stand whole, else the first alone in all of the height.
+View enlarged(const presentation::PackageList& packages, const ViewEnvironment& environment) {
+    const auto row = [packages, environment](std::size_t index) {
+        const presentation::Package& package = *packages[index];
+        const View icon = index == 0 ? appIcon(environment.colorScheme) : View();
+        return viewThatFits(enlargedRows(package, environment, icon)).link(package.deepLinkingUrl());
+    };
+    std::vector<View> choices;
+    if (packages.size() == 1) choices.push_back(single(*packages.front(), environment, unshrunk));
+    if (packages.size() == 2) {
+        for (const WidgetImageSize size : pictureSizes)
+            choices.push_back(pair(packages, environment, size, unshrunk));
+    }
+    if (packages.size() > 1) {
+        choices.push_back(
+            rowsThatFit({.spacing = 10, .widestSpacing = infinity, .divider = dividingLine(), .fewest = 2},
+                        packages.size(), row));
+    }
+    const presentation::Package& first = *packages.front();
+    const View icon = appIcon(environment.colorScheme);
+    for (const View& body : enlargedBodies(first, environment, WidgetImageSize::extraLarge, icon))
+        choices.push_back(body.link(first.deepLinkingUrl()));
+    return viewThatFits(std::move(choices));
+}
+
 }  // namespace
 
 View LargePackage::body(const ViewEnvironment& environment) const {
+    if (isEnlarged(environment.appearance.textSize)) return enlarged(packages, environment);
     std::vector<View> choices;
     if (packages.size() == 1) {
         const presentation::Package& package = *packages.front();

@@ -21,7 +21,7 @@ View iconAndWords(const View& icon, double spacing, std::string_view words, int 
 }  // namespace
 
 View promptWords(std::string_view words, TextStyle font) {
-    return StyledText{std::string(words), Color::primary(), FontWeight::medium, font}.body();
+    return StyledText{std::string(words), Color::primary(), FontWeight::medium, font}.body().wantedWhole();
 }
 
 View prompt(ColorScheme colorScheme, std::vector<View> rows) {
@@ -34,10 +34,19 @@ View promptButton(std::string_view title, TextStyle font) {
     return StyledText{std::string(title), Color::white(), FontWeight::medium, font}
         .body()
         .lineLimit(1)
+        .wantedWhole()
         .padding({8, 4, 8, 4})
         .frame({.maxWidth = infinity})
         .background(roundedRectangle(12, Color::asset("BrandColor")))
         .padding({.top = 12});
+}
+
+View lowPrompt(ColorScheme colorScheme, const View& words, const View& button) {
+    return verticalStack(
+               {.alignment = HorizontalAlignment::leading, .spacing = 0},
+               {words, spacer(),
+                horizontalStack({.spacing = 16}, {appLogo(colorScheme, 24).padding({.top = 12}), button})})
+        .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
 View accessoryPrompt(ColorScheme colorScheme, std::string_view words) {

@@ -33,7 +33,7 @@ View layout(const LoggedIn& state, const ViewEnvironment& environment) {
         case platform::WidgetFamily::systemLarge: return LargePackage{state.packages}.body(environment);
         case platform::WidgetFamily::accessoryRectangular:
             return AccessoryRectangularPackage{first}.body(environment);
-        case platform::WidgetFamily::accessoryInline: return AccessoryInlinePackage{first}.body();
+        case platform::WidgetFamily::accessoryInline: return AccessoryInlinePackage{first}.body(environment);
         case platform::WidgetFamily::systemSmall:
         case platform::WidgetFamily::systemExtraLarge:
         case platform::WidgetFamily::accessoryCircular:
@@ -42,10 +42,11 @@ View layout(const LoggedIn& state, const ViewEnvironment& environment) {
     return View();
 }
 View layout(const NotLoggedIn&, const ViewEnvironment& environment) {
-    return SignIn{environment.widgetFamily, environment.colorScheme}.body();
+    return SignIn{environment.widgetFamily, environment.colorScheme, environment.appearance.textSize}.body();
 }
 View layout(const NoPackages&, const ViewEnvironment& environment) {
-    return NoPackage{environment.widgetFamily, environment.colorScheme}.body();
+    return NoPackage{environment.widgetFamily, environment.colorScheme, environment.appearance.textSize}
+        .body();
 }
 
 }  // namespace
@@ -53,7 +54,9 @@ View layout(const NoPackages&, const ViewEnvironment& environment) {
 View TrackingWidgetEntryView::body(const ViewEnvironment& environment) const {
     const View chosen =
         std::visit([&](const auto& state) { return layout(state, environment); }, entry.widgetState);
-    return horizontalStack({}, {chosen}).containerBackground(background(environment.colorScheme));
+    return horizontalStack({}, {chosen})
+        .containerBackground(background(environment.colorScheme))
+        .textSize(environment.appearance.textSize);
 }
 
 }  // namespace widget

@@ -40,7 +40,8 @@ class Flattening {
         const TextStyle style = inherited.font.value_or(TextStyle::body);
         const FontWeight weight = inherited.fontWeight.value_or(metrics(style).weight);
         item(layout, grid_.snappedText(frame),
-             TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale},
+             TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale,
+                       inherited.textSize.value_or(TextSize::large)},
                       inherited.foregroundColor.value_or(Color::primary())});
     }
     void visit(const Layout& layout, Rect frame, const element::AssetImage& image) {
@@ -146,6 +147,9 @@ DisplayList displayList(const View& view, const WidgetContainer& container, cons
     const Rect room = list.container.frame.insetBy(container.contentMargin);
     const auto content =
         layout(view, {std::max(0.0, room.size.width), std::max(0.0, room.size.height)}, measurer);
+
+    list.isWhole = !content->cutsText && content->size.width <= room.size.width + tolerance &&
+                   content->size.height <= room.size.height + tolerance;
 
     const View* background = containerBackground(*content);
     if (background && container.background == WidgetContainer::Background::shown) {

@@ -74,6 +74,8 @@ struct DisplayList {
     Shape container;
     std::vector<DisplayItem> items = {};
     std::vector<DisplayLink> links = {};
+    /// Whether the container holds the view within its margins, with all that is wanted whole.
+    bool isWhole = true;
 };
 
 /// The place that a host has for a widget.

@@ -44,7 +44,7 @@ struct Layout {
     /// Of a text: its lines' limit after its height was chosen, and the part of its size at which it is set.
     int lineLimit = 0;
     double textScale = 1;
-    /// Whether a text in it that is wanted whole is not.
+    /// Whether a text in it that is wanted whole is not, or a row stands out of the height for all rows.
     bool cutsText = false;
 };
 

@@ -163,7 +163,7 @@ class CairoPainter {
         if (!choose(text.color, item.colorScheme)) return;
         const Rect& frame = item.frame;
         // Marks piled up above and below a line end before they reach its neighbours.
-        const double overhang = metrics(text.run.style).lineHeight / 4;
+        const double overhang = metrics(text.run).lineHeight / 4;
         trace({{frame.left() - overhang, frame.top() - overhang},
                {frame.size.width + 2 * overhang, frame.size.height + 2 * overhang}},
               0);

@@ -147,14 +147,15 @@ class PangoTextMeasurer::Typesetter {
     }
 
     PangoLayout* layout(const TextRun& run, std::optional<double> width) {
-        const Key key{run.text, run.style, run.weight, run.lineLimit, run.scale, width.value_or(-1)};
+        const Key key{run.text,  run.style,    run.weight,        run.lineLimit,
+                      run.scale, run.textSize, width.value_or(-1)};
         if (const auto found = remembered_.find(key); found != remembered_.end()) return found->second.get();
         if (remembered_.size() >= mostRemembered) remembered_.clear();
         return remembered_.emplace(key, make(run, width)).first->second.get();
     }
 
   private:
-    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, double>;
+    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, TextSize, double>;
 
     ObjectPointer<PangoLayout> make(const TextRun& run, std::optional<double> width) const {
         ObjectPointer<PangoLayout> layout(pango_layout_new(context_.get()));
@@ -162,7 +163,7 @@ class PangoTextMeasurer::Typesetter {
         pango_font_description_set_family_static(font.get(), family);
         pango_font_description_set_weight(font.get(), static_cast<PangoWeight>(number(run.weight)));
         pango_font_description_set_absolute_size(font.get(),
-                                                 metrics(run.style).pointSize * run.scale * PANGO_SCALE);
+                                                 metrics(run).pointSize * run.scale * PANGO_SCALE);
         pango_layout_set_font_description(layout.get(), font.get());
         if (width) {
             // A width that was measured is a whole number of units, and must be wide enough when it comes

@@ -15,9 +15,8 @@ namespace drawing {
 inline Point lineOrigin(const TextItem& text, const Rect& frame, const TextLine& line, std::size_t index) {
     const bool beginsAtTheRight = line.direction == TextDirection::rightToLeft;
     const double x = beginsAtTheRight ? frame.size.width - line.width : 0;
-    const TextStyle style = text.run.style;
-    return {frame.left() + x,
-            frame.top() + static_cast<double>(index) * metrics(style).lineHeight + baseline(style)};
+    const FontMetrics font = metrics(text.run);
+    return {frame.left() + x, frame.top() + static_cast<double>(index) * font.lineHeight + baseline(font)};
 }
 
 }  // namespace drawing

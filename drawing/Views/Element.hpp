@@ -19,6 +19,7 @@ struct InheritedValues {
     std::optional<double> minimumScaleFactor = std::nullopt;
     std::optional<ColorScheme> colorScheme = std::nullopt;
     std::optional<bool> isWantedWhole = std::nullopt;
+    std::optional<TextSize> textSize = std::nullopt;
 
     /// These values where they are present, else those of `outer`.
     InheritedValues over(const InheritedValues& outer) const;

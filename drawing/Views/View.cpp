@@ -28,7 +28,8 @@ InheritedValues InheritedValues::over(const InheritedValues& outer) const {
             lineLimit ? lineLimit : outer.lineLimit,
             minimumScaleFactor ? minimumScaleFactor : outer.minimumScaleFactor,
             colorScheme ? colorScheme : outer.colorScheme,
-            isWantedWhole ? isWantedWhole : outer.isWantedWhole};
+            isWantedWhole ? isWantedWhole : outer.isWantedWhole,
+            textSize ? textSize : outer.textSize};
 }
 
 View::View() : View(Element{element::Empty{}}) {}
@@ -81,6 +82,9 @@ View View::minimumScaleFactor(double factor) const {
 }
 View View::wantedWhole() const {
     return viewOf(element::Inheriting{*this, {.isWantedWhole = true}});
+}
+View View::textSize(TextSize size) const {
+    return viewOf(element::Inheriting{*this, {.textSize = size}});
 }
 View View::colorScheme(ColorScheme scheme) const {
     return viewOf(element::Inheriting{*this, {.colorScheme = scheme}});

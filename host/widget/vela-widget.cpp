@@ -86,9 +86,24 @@ void addDeclarationCommand(CLI::App& app, const Options& options) {
     });
 }
 
+const std::map<std::string, drawing::TextSize> textSizes = [] {
+    std::map<std::string, drawing::TextSize> sizes;
+    for (const drawing::TextSize size : drawing::allTextSizes) sizes.emplace(name(size), size);
+    return sizes;
+}();
+
+CLI::Option* addTextSizeOption(CLI::App& command, std::string& textSize, const std::string& description) {
+    std::vector<std::string> names;
+    for (const drawing::TextSize size : drawing::allTextSizes) names.emplace_back(name(size));
+    return command.add_option("--text-size", textSize, description)
+        ->check(CLI::IsMember(names))
+        ->capture_default_str();
+}
+
 struct ShowOptions {
     bool image = false;
     std::string scheme = "dark";
+    std::string textSize = "large";
 };
 
 /// Draws into a picture in memory and shows it.
@@ -96,6 +111,7 @@ int showImage(const Options& options, const ShowOptions& show) {
     host::DrawingCommand command;
     command.families = {*platform::widgetFamily(options.family)};
     command.colorSchemes = {show.scheme == "dark" ? drawing::ColorScheme::dark : drawing::ColorScheme::light};
+    command.appearance.textSize = textSizes.at(show.textSize);
     command.scale = 2;
     command.deliver = [](const std::filesystem::path&, const std::string& png) {
         host::writeToStandardOutput(
@@ -116,6 +132,8 @@ void addShowCommand(CLI::App& app, Options& options, ShowOptions& show) {
         ->check(CLI::IsMember({"light", "dark"}))
         ->needs(image)
         ->capture_default_str();
+    addTextSizeOption(*command, show.textSize, "With --image: how large texts are, where all of them fit")
+        ->needs(image);
     command->footer("Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge");
     command->callback([&options, &show] {
         if (show.image) throw platform::ExitStatus(showImage(options, show));
@@ -129,6 +147,7 @@ struct RenderOptions {
     std::string family = "systemMedium";
     std::string scheme = "light";
     double scale = 3;
+    std::string textSize = "large";
     std::string size;
     std::string entry;
     std::string format = "png";
@@ -170,6 +189,7 @@ host::DrawingCommand drawingCommand(const RenderOptions& options) {
     const bool hasSeveral = options.family == "all" || options.scheme == "all";
     using OutputKind = host::DrawingCommand::OutputKind;
     command.outputKind = hasSeveral ? OutputKind::folder : OutputKind::file;
+    command.appearance.textSize = textSizes.at(options.textSize);
     command.entry = options.entry;
     if (!options.size.empty()) command.size = host::sizeFromText(options.size);
     command.scale = options.scale;
@@ -195,6 +215,9 @@ void addRenderCommand(CLI::App& app, RenderOptions& options) {
         ->capture_default_str();
     command->add_option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
         ->check(CLI::Validator(checkedSize, "WIDTHxHEIGHT"));
+    addTextSizeOption(*command, options.textSize,
+                      "How large texts are; each family is drawn at the largest size up to that at which its "
+                      "words stand whole");
     command
         ->add_option("--entry", options.entry,
                      "A file with an entry as snapshot prints it, - for standard input, or placeholder; "

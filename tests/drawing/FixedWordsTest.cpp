@@ -131,7 +131,7 @@ bool isWhole(const DisplayItem& item, const TextItem& text) {
     double height = 0;
     for (const TextLine& line : bundleFonts().lines(text.run, item.frame.size.width)) {
         seen += line.text;
-        height += metrics(text.run.style).lineHeight;
+        height += metrics(text.run).lineHeight;
     }
     return withoutBlanks(seen) == withoutBlanks(text.run.text) && height <= item.frame.size.height + 0.5;
 }
