@@ -16,7 +16,7 @@ constexpr std::array headerPictures = {WidgetImageSize::extraLarge, WidgetImageS
 
 /// Between the words and the bar.
 constexpr double ampleAboveBar = 10;
-constexpr double scantAboveBar = 4;
+constexpr double scantAboveBar = 3;
 
 /// The merchant's name, which needs to be no larger than that to be found.
 View merchantName(const presentation::Package& package, const ViewEnvironment& environment, TextSize most) {

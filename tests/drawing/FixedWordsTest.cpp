@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <map>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -19,7 +21,7 @@
 #include "tests/support/MemoryLimit.hpp"
 #include "widget/DrawingRequest.hpp"
 #include "widget/EntryDrawing.hpp"
-#include "widget/TrackingWidgetEntryView.hpp"
+#include "widget/EntryLayout.hpp"
 
 namespace {
 
@@ -109,7 +111,7 @@ const PangoTextMeasurer& bundleFonts() {
 }
 
 DisplayList shown(const widget::SimpleEntry& entry, platform::WidgetFamily family, ColorScheme scheme,
-                  std::optional<Size> size = std::nullopt) {
+                  std::optional<Size> size = std::nullopt, TextSize textSize = TextSize::large) {
     // Read once: they are the same in every drawing.
     static drawing_tests::SamplePictures loader;
     static widget::ScaledPictures pictures(loader, 1);
@@ -117,8 +119,8 @@ DisplayList shown(const widget::SimpleEntry& entry, platform::WidgetFamily famil
     WidgetContainer container{family, scheme, size.value_or(widget::referenceSize(family))};
     container.contentMargin = isAccessory ? 0 : 16;
     container.scale = 3;
-    return displayList(widget::TrackingWidgetEntryView{entry}.body({family, scheme, pictures}), container,
-                       bundleFonts());
+    return widget::laidOut(entry, {family, scheme, pictures, {.textSize = textSize}}, container,
+                           bundleFonts());
 }
 
 std::string withoutBlanks(std::string text) {
@@ -130,6 +132,7 @@ bool isWhole(const DisplayItem& item, const TextItem& text) {
     std::string seen;
     double height = 0;
     for (const TextLine& line : bundleFonts().lines(text.run, item.frame.size.width)) {
+        if (line.breaksWord && isEnlarged(text.run.textSize)) return false;
         seen += line.text;
         height += metrics(text.run).lineHeight;
     }
@@ -185,6 +188,50 @@ TEST(FixedWords, AreNeverCutAmongOtherPackages) {
             }
         }
     }
+}
+
+/// The largest at which any of the words stand.
+TextSize textSizeOf(const DisplayList& list, const StatusPair& status) {
+    TextSize largest = TextSize::xSmall;
+    for (const DisplayItem& item : list.items) {
+        const auto* text = std::get_if<TextItem>(&item.kind);
+        if (text && (text->run.text == status.primary || text->run.text == status.secondary))
+            largest = std::max(largest, text->run.textSize);
+    }
+    return largest;
+}
+
+void expectWhole(const DisplayList& list, const StatusPair& status, const std::string& what) {
+    EXPECT_GE(timesWhole(list, status.primary), 1) << what;
+    if (!status.secondary || list.family == platform::WidgetFamily::accessoryInline) return;
+    EXPECT_GE(timesWhole(list, *status.secondary), 1) << what;
+}
+
+TEST(FixedWords, AreNeverCutAtAnyTextSize) {
+    std::map<std::pair<std::string,TextSize>, int> histogram;
+    for (const StatusPair& status : usualStatuses()) {
+        for (const platform::WidgetFamily family : families) {
+            for (const char* shop : {"sample:shop", "sample:none"}) {
+              for (const std::size_t count : {1U,2U,5U}) {
+                if (count>1 && family!=platform::WidgetFamily::systemLarge) continue;
+                const widget::SimpleEntry drawn = entry(status, count, shop, true);
+                std::optional<TextSize> last;
+                for (auto size = allTextSizes.rbegin(); size != allTextSizes.rend(); ++size) {
+                    // What is asked for in vain is drawn as the size below.
+                    if (last && *last < *size) continue;
+                    const DisplayList list = shown(drawn, family, ColorScheme::light, std::nullopt, *size);
+                    last = textSizeOf(list, status);
+                    if (size==allTextSizes.rbegin()) { histogram[{std::string(description(family))+std::to_string(count)+shop, *last}]++; if (*last<TextSize::accessibility1 && (family==platform::WidgetFamily::systemMedium||family==platform::WidgetFamily::systemLarge)) std::cout << description(family) <<count<< shop << ": " << status.primary << " / " << status.secondary.value_or("") << " " << name(*last) << "\n"; }
+                    expectWhole(list, status,
+                                status.primary + " / " + status.secondary.value_or("") + " in " +
+                                    std::string(description(family)) + " " + shop + " at " +
+                                    std::string(name(*size)));
+                }
+              }
+            }
+        }
+    }
+    for (auto& [k,n]: histogram) std::cout << k.first << " " << name(k.second) << " " << n << "\n";
 }
 
 TEST(FixedWords, AreWholeInTheSmallestWidgetThatIsDrawn) {
