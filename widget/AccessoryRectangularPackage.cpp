@@ -13,7 +13,10 @@ using namespace drawing;
 View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const {
     constexpr double barHeight = 3;
     const presentation::StatusPair status = package.statusText();
-    const View icon = appIcon(environment.colorScheme).padding(EdgeInsets::vertical(2));
+    // In the middle of the first line.
+    const double lineHeight = metrics(TextStyle::subheadline, environment.appearance.textSize).lineHeight;
+    const View icon =
+        appIcon(environment.colorScheme).padding(EdgeInsets::vertical((lineHeight - appIconSide) / 2));
     const View bar =
         progressBar(package, environment.colorScheme, barHeight, Color::primary()).padding({.top = 4});
     const View primary =

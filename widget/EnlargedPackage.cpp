@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 
+#include "widget/AppIcon.hpp"
+
 namespace widget {
 
 using namespace drawing;
@@ -17,11 +19,6 @@ constexpr std::array headerPictures = {WidgetImageSize::extraLarge, WidgetImageS
 /// Between the words and the bar.
 constexpr double ampleAboveBar = 10;
 constexpr double scantAboveBar = 3;
-
-/// The merchant's name, which needs to be no larger than that to be found.
-View merchantName(const presentation::Package& package, const ViewEnvironment& environment, TextSize most) {
-    return footnote(package.shopName()).textSize(std::min(environment.appearance.textSize, most));
-}
 
 View headerOf(const View& leading, const View& corner) {
     return horizontalStack({.alignment = VerticalAlignment::top, .spacing = 0},
@@ -44,26 +41,42 @@ View picturedHeader(const presentation::Package& package, const ViewEnvironment&
     return headerOf(horizontalStack({.spacing = 10}, {shop, other}), corner);
 }
 
-/// The words beside the merchant's picture.
-View besidePicture(const presentation::Package& package, const ViewEnvironment& environment,
-                   const View& corner) {
-    return horizontalStack(
-        {.alignment = VerticalAlignment::top, .spacing = 10},
-        {shopPicture(package, WidgetImageSize::medium, environment), statusLines(package, unshrunk), corner});
+/// The words beside the merchant's picture, with its name above them or without.
+View besidePicture(const presentation::Package& package, const ViewEnvironment& environment, RowName name,
+                   int lines, const View& product, const std::optional<View>& corner) {
+    const View status = statusLines(package, {lines, lines, 1});
+    const View icon = corner.value_or(View());
+    View words = status;
+    if (name == RowName::shown) {
+        const View first =
+            horizontalStack({.spacing = 0}, {merchantName(package, environment), spacer(6), icon});
+        words = verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, {first, status});
+    } else if (corner) {
+        const FontMetrics font = metrics(TextStyle::subheadline, environment.appearance.textSize);
+        const View onFirstLine = icon.padding({.top = 4 + (font.lineHeight - appIconSide) / 2});
+        words = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 10}, {status, onFirstLine});
+    }
+    return horizontalStack({.spacing = 10},
+                           {shopPicture(package, WidgetImageSize::medium, environment), words, product});
 }
 
 }  // namespace
 
+View merchantName(const presentation::Package& package, const ViewEnvironment& environment, TextSize most) {
+    return footnote(package.shopName()).textSize(std::min(environment.appearance.textSize, most));
+}
+
 std::vector<View> enlargedBodies(const presentation::Package& package, const ViewEnvironment& environment,
                                  WidgetImageSize largest, const View& corner) {
     std::vector<View> bodies;
-    for (const WidgetImageSize size : headerPictures) {
-        if (size > largest) continue;
-        if (size > WidgetImageSize::small)
-            bodies.push_back(mediumBody(package, environment, size, unshrunk, corner));
-        const View pictures = picturedHeader(package, environment, size, corner);
-        for (const double air : {ampleAboveBar, scantAboveBar})
-            bodies.push_back(overBar(pictures, package, environment, air));
+    for (const double air : {ampleAboveBar, scantAboveBar}) {
+        for (const WidgetImageSize size : headerPictures) {
+            if (size > largest) continue;
+            if (air == ampleAboveBar && !isAccessibilitySize(environment.appearance.textSize))
+                bodies.push_back(mediumBody(package, environment, size, unshrunk, corner));
+            bodies.push_back(
+                overBar(picturedHeader(package, environment, size, corner), package, environment, air));
+        }
     }
     for (const TextSize most : {TextSize::accessibility1, TextSize::large, TextSize::small}) {
         const View named = headerOf(merchantName(package, environment, most), corner);
@@ -72,20 +85,24 @@ std::vector<View> enlargedBodies(const presentation::Package& package, const Vie
     return bodies;
 }
 
-std::vector<View> enlargedRows(const presentation::Package& package, const ViewEnvironment& environment,
-                               const View& corner) {
+View enlargedRow(const presentation::Package& package, const ViewEnvironment& environment, RowName name,
+                 const std::optional<View>& corner) {
+    const bool isKnownByPicture = showsShopPicture(package, WidgetImageSize::medium, environment);
+    const RowName shown = isKnownByPicture ? name : RowName::shown;
+    const View product = productPicture(package, WidgetImageSize::medium, environment);
+    const View header =
+        headerOf(horizontalStack({.spacing = 10}, {shopPicture(package, WidgetImageSize::small, environment),
+                                                   merchantName(package, environment)}),
+                 corner.value_or(View()));
     const View bar = progressBar(package, environment.colorScheme);
-    std::vector<View> rows;
-    for (const int lines : {1, 2}) {
-        const StatusSetting setting{lines, lines, 1};
-        rows.push_back(
-            verticalStack({.spacing = 8}, {packageRow(package, environment, setting, corner), bar}));
-    }
-    if (showsShopPicture(package, WidgetImageSize::medium, environment))
-        rows.push_back(verticalStack({.spacing = 8}, {besidePicture(package, environment, corner), bar}));
-    const View named = headerOf(merchantName(package, environment, TextSize::accessibility1), corner);
-    rows.push_back(overBar(named, package, environment, ampleAboveBar));
-    return rows;
+    std::vector<View> forms = {
+        besidePicture(package, environment, shown, 1, product, corner),
+        besidePicture(package, environment, shown, 1, View(), corner),
+        besidePicture(package, environment, shown, 2, View(), corner),
+        verticalStack({.spacing = 0}, {header, statusLines(package, unshrunk)}),
+    };
+    for (View& form : forms) form = verticalStack({.spacing = 8}, {form, bar});
+    return viewThatFits(std::move(forms));
 }
 
 }  // namespace widget

@@ -37,7 +37,7 @@ View single(const presentation::Package& package, const ViewEnvironment& environ
             .background(linearGradient({Color::asset("CoverTopColor"), Color::asset("CoverBottomColor")})
                             .clipped(12));
     const View name = horizontalStack(
-        {.spacing = 0}, {footnote(package.shopName()), spacer(10), appIcon(environment.colorScheme)});
+        {.spacing = 0}, {merchantName(package, environment), spacer(10), appIcon(environment.colorScheme)});
     return verticalStack({.spacing = 0},
                          {
                              cover,
@@ -89,25 +89,50 @@ View rows(const presentation::PackageList& packages, const ViewEnvironment& envi
                        row);
 }
 
-/// Two packages or more where two stand whole, else the first alone in all of the height.
-View enlarged(const presentation::PackageList& packages, const ViewEnvironment& environment) {
-    const auto row = [packages, environment](std::size_t index) {
+View enlargedRows(const presentation::PackageList& packages, const ViewEnvironment& environment, RowName name,
+                  std::size_t fewest) {
+    const auto row = [packages, environment, name](std::size_t index) {
         const presentation::Package& package = *packages[index];
-        const View icon = index == 0 ? appIcon(environment.colorScheme) : View();
-        return viewThatFits(enlargedRows(package, environment, icon)).link(package.deepLinkingUrl());
+        const auto icon = index == 0 ? std::optional(appIcon(environment.colorScheme)) : std::nullopt;
+        return enlargedRow(package, environment, name, icon).link(package.deepLinkingUrl());
     };
+    return rowsThatFit(
+        {.spacing = 10, .widestSpacing = infinity, .divider = dividingLine(), .fewest = fewest},
+        packages.size(), row);
+}
+
+/// Each of two in half of the height, both in the same form.
+std::vector<View> enlargedPairs(const presentation::PackageList& packages,
+                                const ViewEnvironment& environment) {
+    const auto bodies = [&](const presentation::Package& package, const View& corner) {
+        return enlargedBodies(package, environment, WidgetImageSize::extraLarge, corner);
+    };
+    const std::vector<View> firsts = bodies(*packages[0], appIcon(environment.colorScheme));
+    const std::vector<View> seconds = bodies(*packages[1], View());
+    std::vector<View> pairs;
+    for (std::size_t form = 0; form < firsts.size(); ++form) {
+        pairs.push_back(
+            verticalStack({.spacing = 14}, {firsts[form].link(packages[0]->deepLinkingUrl()), dividingLine(),
+                                            seconds[form].link(packages[1]->deepLinkingUrl())}));
+    }
+    return pairs;
+}
+
+/// As many packages as there is room for: three or more in rows, two in half of the height each or in rows,
+/// or the first alone.
+View enlarged(const presentation::PackageList& packages, const ViewEnvironment& environment) {
     std::vector<View> choices;
-    if (packages.size() == 1) choices.push_back(single(*packages.front(), environment, unshrunk));
-    if (packages.size() == 2) {
-        for (const WidgetImageSize size : pictureSizes)
-            choices.push_back(pair(packages, environment, size, unshrunk));
+    if (packages.size() > 2) {
+        for (const RowName name : {RowName::shown, RowName::yielding})
+            choices.push_back(enlargedRows(packages, environment, name, 3));
     }
     if (packages.size() > 1) {
-        choices.push_back(
-            rowsThatFit({.spacing = 10, .widestSpacing = infinity, .divider = dividingLine(), .fewest = 2},
-                        packages.size(), row));
+        const std::vector<View> pairs = enlargedPairs(packages, environment);
+        choices.insert(choices.end(), pairs.begin(), pairs.end());
+        choices.push_back(enlargedRows(packages, environment, RowName::yielding, 2));
     }
     const presentation::Package& first = *packages.front();
+    choices.push_back(single(first, environment, unshrunk));
     const View icon = appIcon(environment.colorScheme);
     for (const View& body : enlargedBodies(first, environment, WidgetImageSize::extraLarge, icon))
         choices.push_back(body.link(first.deepLinkingUrl()));

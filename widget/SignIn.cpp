@@ -31,7 +31,8 @@ View SignIn::body() const {
                                promptButton(Wording::signIn, TextStyle::subheadline));
     switch (family) {
         case platform::WidgetFamily::systemLarge:
-        case platform::WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
+        case platform::WidgetFamily::systemExtraLarge:
+            return isEnlarged(textSize) ? large : viewThatFits({large, medium, small});
         case platform::WidgetFamily::systemMedium:
             if (isEnlarged(textSize)) return viewThatFits({medium, low, small});
             return viewThatFits({medium, small});

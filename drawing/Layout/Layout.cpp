@@ -212,6 +212,8 @@ class LayoutPass {
                 const LayoutPointer ideal =
                     layout(choice, {question.proposal.width, std::nullopt}, question.inherited);
                 if (ideal->cutsText || (room && ideal->size.height > *room + tolerance)) continue;
+                // A stack may share out less to one of its children than that would take.
+                if (inside(question, choice)->cutsText) continue;
             }
             return around(question, choice);
         }

@@ -129,6 +129,10 @@ constexpr TextSize textSizeNearest(double scaling) {
 constexpr bool isEnlarged(TextSize size) {
     return size > TextSize::large;
 }
+/// So large that few words stand beside anything.
+constexpr bool isAccessibilitySize(TextSize size) {
+    return size >= TextSize::accessibility1;
+}
 
 struct Appearance {
     TextSize textSize = TextSize::large;

@@ -11,6 +11,7 @@
 #include <map>
 #include <iostream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "drawing/Layout/DisplayList.hpp"
@@ -105,8 +106,26 @@ widget::SimpleEntry entry(const StatusPair& status, std::size_t count, const cha
     return drawing_tests::entry(widget::LoggedIn{drawing_tests::packages(std::move(values))});
 }
 
-const PangoTextMeasurer& bundleFonts() {
-    static const PangoTextMeasurer fonts{std::filesystem::path(FONTS_CONFIGURATION)};
+/// The bundle's fonts. Most statuses share their words with others: what was measured once is remembered.
+class RememberedFonts final : public TextMeasurer {
+  public:
+    std::vector<TextLine> lines(const TextRun& run, std::optional<double> width) const override {
+        const Key key{run.text, run.style, run.weight, run.lineLimit, run.scale, run.textSize, width};
+        const auto known = remembered_.find(key);
+        if (known != remembered_.end()) return known->second;
+        return remembered_.emplace(key, fonts_.lines(run, width)).first->second;
+    }
+
+  private:
+    using Key =
+        std::tuple<std::string, TextStyle, FontWeight, int, double, TextSize, std::optional<double>>;
+
+    PangoTextMeasurer fonts_{std::filesystem::path(FONTS_CONFIGURATION)};
+    mutable std::map<Key, std::vector<TextLine>> remembered_;
+};
+
+const TextMeasurer& bundleFonts() {
+    static const RememberedFonts fonts;
     return fonts;
 }
 
