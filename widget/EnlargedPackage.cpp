@@ -69,14 +69,14 @@ View merchantName(const presentation::Package& package, const ViewEnvironment& e
 std::vector<View> enlargedBodies(const presentation::Package& package, const ViewEnvironment& environment,
                                  WidgetImageSize largest, const View& corner) {
     std::vector<View> bodies;
-    for (const double air : {ampleAboveBar, scantAboveBar}) {
-        for (const WidgetImageSize size : headerPictures) {
-            if (size > largest) continue;
-            if (air == ampleAboveBar && !isAccessibilitySize(environment.appearance.textSize))
-                bodies.push_back(mediumBody(package, environment, size, unshrunk, corner));
-            bodies.push_back(
-                overBar(picturedHeader(package, environment, size, corner), package, environment, air));
-        }
+    for (const WidgetImageSize size : headerPictures) {
+        if (size > largest) continue;
+        if (!isAccessibilitySize(environment.appearance.textSize))
+            bodies.push_back(mediumBody(package, environment, size, unshrunk, corner));
+        const View pictures = picturedHeader(package, environment, size, corner);
+        bodies.push_back(overBar(pictures, package, environment, ampleAboveBar));
+        if (size == WidgetImageSize::small)
+            bodies.push_back(overBar(pictures, package, environment, scantAboveBar));
     }
     for (const TextSize most : {TextSize::accessibility1, TextSize::large, TextSize::small}) {
         const View named = headerOf(merchantName(package, environment, most), corner);

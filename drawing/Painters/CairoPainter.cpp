@@ -169,11 +169,14 @@ class CairoPainter {
               0);
         cairo_clip(context_.get());
 
+        const double enlarged = factor(text.run.textSize);
+        cairo_scale(context_.get(), enlarged, enlarged);
         const std::vector<TextLine> lines = measurer_.lines(text.run, frame.size.width);
         const GSList* next = pango_layout_get_lines_readonly(measurer_.typeset(text.run, frame.size.width));
         for (std::size_t index = 0; index < lines.size() && next; ++index, next = next->next) {
             const Point origin = lineOrigin(text, frame, lines[index], index);
-            cairo_move_to(context_.get(), origin.x, std::round(origin.y * scale_) / scale_);
+            const double baseline = std::round(origin.y * scale_) / scale_;
+            cairo_move_to(context_.get(), origin.x / enlarged, baseline / enlarged);
             pango_cairo_show_layout_line(context_.get(), static_cast<PangoLayoutLine*>(next->data));
         }
     }

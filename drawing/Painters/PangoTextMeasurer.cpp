@@ -20,7 +20,7 @@ constexpr std::string_view ellipsis = "…";
 constexpr std::string_view hyphen = "‐";
 /// No line of a widget shows more; setting a text costs time that grows with its length.
 constexpr std::size_t longestText = 2048;
-constexpr std::size_t mostRemembered = 256;
+constexpr std::size_t mostRemembered = 512;
 
 /// Emoji are bitmaps of one size: they are drawn at the size that is asked for.
 constexpr const char* bitmapFontRules = R"(<fontconfig>
@@ -146,16 +146,16 @@ class PangoTextMeasurer::Typesetter {
         pango_context_set_base_dir(context_.get(), PANGO_DIRECTION_LTR);
     }
 
+    /// At the design's text size, whatever the run's is.
     PangoLayout* layout(const TextRun& run, std::optional<double> width) {
-        const Key key{run.text,  run.style,    run.weight,        run.lineLimit,
-                      run.scale, run.textSize, width.value_or(-1)};
+        const Key key{run.text, run.style, run.weight, run.lineLimit, run.scale, width.value_or(-1)};
         if (const auto found = remembered_.find(key); found != remembered_.end()) return found->second.get();
         if (remembered_.size() >= mostRemembered) remembered_.clear();
         return remembered_.emplace(key, make(run, width)).first->second.get();
     }
 
   private:
-    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, TextSize, double>;
+    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, double>;
 
     ObjectPointer<PangoLayout> make(const TextRun& run, std::optional<double> width) const {
         ObjectPointer<PangoLayout> layout(pango_layout_new(context_.get()));
@@ -163,7 +163,7 @@ class PangoTextMeasurer::Typesetter {
         pango_font_description_set_family_static(font.get(), family);
         pango_font_description_set_weight(font.get(), static_cast<PangoWeight>(number(run.weight)));
         pango_font_description_set_absolute_size(font.get(),
-                                                 metrics(run).pointSize * run.scale * PANGO_SCALE);
+                                                 metrics(run.style).pointSize * run.scale * PANGO_SCALE);
         pango_layout_set_font_description(layout.get(), font.get());
         if (width) {
             // A width that was measured is a whole number of units, and must be wide enough when it comes
@@ -195,6 +195,8 @@ PangoTextMeasurer::Typesetter& PangoTextMeasurer::typesetter() const {
 }
 
 PangoLayout* PangoTextMeasurer::typeset(const TextRun& run, std::optional<double> width) const {
+    // To find a font at one size more takes longer than to set all texts of a widget.
+    if (width) *width /= factor(run.textSize);
     return typesetter().layout(run, width);
 }
 
@@ -206,7 +208,8 @@ std::vector<TextLine> PangoTextMeasurer::lines(const TextRun& run, std::optional
         auto* line = static_cast<PangoLayoutLine*>(next->data);
         PangoRectangle logical;
         pango_layout_line_get_extents(line, nullptr, &logical);
-        lines.push_back({visibleText(*line, text), static_cast<double>(logical.width) / PANGO_SCALE,
+        const double length = static_cast<double>(logical.width) / PANGO_SCALE * factor(run.textSize);
+        lines.push_back({visibleText(*line, text), length,
                          pango_layout_line_get_resolved_direction(line) == PANGO_DIRECTION_RTL
                              ? TextDirection::rightToLeft
                              : TextDirection::leftToRight,
