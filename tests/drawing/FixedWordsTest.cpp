@@ -9,7 +9,6 @@
 #include <array>
 #include <filesystem>
 #include <map>
-#include <iostream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -18,6 +17,7 @@
 #include "drawing/Painters/PangoTextMeasurer.hpp"
 #include "presentation/DeliveryStatusTable.hpp"
 #include "presentation/OrderStatusTable.hpp"
+#include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "tests/support/MemoryLimit.hpp"
 #include "widget/DrawingRequest.hpp"
@@ -82,17 +82,26 @@ void addDeliveries(std::vector<StatusPair>& pairs) {
 #ifdef VELA_SANITIZER_ALLOCATES
 // A hundred times as slow, and what a sanitizer looks for a few show as well.
 constexpr std::size_t statusStep = 9;
+constexpr std::size_t textSizeStep = 4;
 #else
 constexpr std::size_t statusStep = 1;
+constexpr std::size_t textSizeStep = 1;
 #endif
 
+/// Each once.
 std::vector<StatusPair> usualStatuses() {
     std::vector<StatusPair> all;
     addOrders(all);
     addDeliveries(all);
     std::vector<StatusPair> pairs;
-    for (std::size_t index = 0; index < all.size(); index += statusStep) pairs.push_back(all[index]);
+    for (std::size_t index = 0; index < all.size(); index += statusStep) {
+        if (std::find(pairs.begin(), pairs.end(), all[index]) == pairs.end()) pairs.push_back(all[index]);
+    }
     return pairs;
+}
+
+bool isWide(platform::WidgetFamily family) {
+    return family == platform::WidgetFamily::systemMedium || family == platform::WidgetFamily::systemLarge;
 }
 
 widget::SimpleEntry entry(const StatusPair& status, std::size_t count, const char* shop, bool hasProduct) {
@@ -117,8 +126,7 @@ class RememberedFonts final : public TextMeasurer {
     }
 
   private:
-    using Key =
-        std::tuple<std::string, TextStyle, FontWeight, int, double, TextSize, std::optional<double>>;
+    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, TextSize, std::optional<double>>;
 
     PangoTextMeasurer fonts_{std::filesystem::path(FONTS_CONFIGURATION)};
     mutable std::map<Key, std::vector<TextLine>> remembered_;
@@ -209,15 +217,45 @@ TEST(FixedWords, AreNeverCutAmongOtherPackages) {
     }
 }
 
-/// The largest at which any of the words stand.
-TextSize textSizeOf(const DisplayList& list, const StatusPair& status) {
-    TextSize largest = TextSize::xSmall;
+/// What is drawn of a family at every text size.
+struct Shown {
+    platform::WidgetFamily family;
+    std::size_t packages;
+    const char* shop;
+    TextSize least;
+};
+constexpr std::array shownAtEveryTextSize = {
+    Shown{platform::WidgetFamily::systemSmall, 1, "sample:shop", TextSize::large},
+    Shown{platform::WidgetFamily::systemSmall, 1, "sample:none", TextSize::large},
+    Shown{platform::WidgetFamily::systemMedium, 1, "sample:shop", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemMedium, 1, "sample:none", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 1, "sample:shop", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::accessoryRectangular, 1, "sample:shop", TextSize::large},
+    Shown{platform::WidgetFamily::accessoryInline, 1, "sample:shop", TextSize::large},
+};
+constexpr std::array shownNowAndThen = {
+    Shown{platform::WidgetFamily::systemLarge, 1, "sample:none", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 2, "sample:shop", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 3, "sample:none", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 10, "sample:shop", TextSize::accessibility1},
+};
+
+struct Words {
+    TextSize textSize;
+    /// Of the style's size in the design.
+    double part;
+};
+
+/// How the words stand that are the smallest in proportion to their style; nothing where none of them does.
+std::optional<Words> smallest(const DisplayList& list, const StatusPair& status) {
+    std::optional<Words> smallest;
     for (const DisplayItem& item : list.items) {
         const auto* text = std::get_if<TextItem>(&item.kind);
-        if (text && (text->run.text == status.primary || text->run.text == status.secondary))
-            largest = std::max(largest, text->run.textSize);
+        if (!text || (text->run.text != status.primary && text->run.text != status.secondary)) continue;
+        const double part = factor(text->run.textSize) * text->run.scale;
+        if (!smallest || part < smallest->part) smallest = Words{text->run.textSize, part};
     }
-    return largest;
+    return smallest;
 }
 
 void expectWhole(const DisplayList& list, const StatusPair& status, const std::string& what) {
@@ -226,31 +264,56 @@ void expectWhole(const DisplayList& list, const StatusPair& status, const std::s
     EXPECT_GE(timesWhole(list, *status.secondary), 1) << what;
 }
 
+/// From the largest text size on. A size that is asked for in vain is drawn as the one that fits, so that it
+/// need not be looked at by itself.
+void expectWholeAtEveryTextSize(const StatusPair& status, const Shown& shown) {
+    const widget::SimpleEntry drawn = entry(status, shown.packages, shown.shop, true);
+    std::optional<Words> larger;
+    for (auto size = allTextSizes.rbegin(); size != allTextSizes.rend(); ++size) {
+        if (larger && larger->textSize < *size) continue;
+        const std::string what = status.primary + " / " + status.secondary.value_or("") + " in " +
+                                 std::string(description(shown.family)) + " " + shown.shop + " of " +
+                                 std::to_string(shown.packages) + " at " + std::string(name(*size));
+        const DisplayList list = ::shown(drawn, shown.family, ColorScheme::light, std::nullopt, *size);
+        expectWhole(list, status, what);
+        const std::optional<Words> words = smallest(list, status);
+        ASSERT_TRUE(words) << what;
+        EXPECT_LE(words->textSize, *size) << what;
+        EXPECT_GE(words->textSize, std::min(*size, shown.least)) << what;
+        if (isEnlarged(words->textSize)) {
+            EXPECT_EQ(words->part, factor(words->textSize)) << what;
+        }
+        // Where texts are small, they may be on one line in one size and on two in the next.
+        if (*size >= TextSize::large) {
+            EXPECT_LE(words->part, larger.value_or(*words).part) << what;
+        }
+        larger = words;
+    }
+}
+
 TEST(FixedWords, AreNeverCutAtAnyTextSize) {
-    std::map<std::pair<std::string,TextSize>, int> histogram;
-    for (const StatusPair& status : usualStatuses()) {
-        for (const platform::WidgetFamily family : families) {
-            for (const char* shop : {"sample:shop", "sample:none"}) {
-              for (const std::size_t count : {1U,2U,5U}) {
-                if (count>1 && family!=platform::WidgetFamily::systemLarge) continue;
-                const widget::SimpleEntry drawn = entry(status, count, shop, true);
-                std::optional<TextSize> last;
-                for (auto size = allTextSizes.rbegin(); size != allTextSizes.rend(); ++size) {
-                    // What is asked for in vain is drawn as the size below.
-                    if (last && *last < *size) continue;
-                    const DisplayList list = shown(drawn, family, ColorScheme::light, std::nullopt, *size);
-                    last = textSizeOf(list, status);
-                    if (size==allTextSizes.rbegin()) { histogram[{std::string(description(family))+std::to_string(count)+shop, *last}]++; if (*last<TextSize::accessibility1 && (family==platform::WidgetFamily::systemMedium||family==platform::WidgetFamily::systemLarge)) std::cout << description(family) <<count<< shop << ": " << status.primary << " / " << status.secondary.value_or("") << " " << name(*last) << "\n"; }
-                    expectWhole(list, status,
-                                status.primary + " / " + status.secondary.value_or("") + " in " +
-                                    std::string(description(family)) + " " + shop + " at " +
-                                    std::string(name(*size)));
-                }
-              }
-            }
+    const std::vector<StatusPair> statuses = usualStatuses();
+    for (std::size_t index = 0; index < statuses.size(); index += textSizeStep) {
+        for (const Shown& shown : shownAtEveryTextSize) expectWholeAtEveryTextSize(statuses[index], shown);
+        if (index % 12 != 0) continue;
+        for (const Shown& shown : shownNowAndThen) expectWholeAtEveryTextSize(statuses[index], shown);
+    }
+}
+
+TEST(TextSizes, AreDrawnAsTheLargestThatFits) {
+    const StatusPair status{"Partially ready to ship", longestDate};
+    for (const platform::WidgetFamily family : families) {
+        const widget::SimpleEntry drawn = entry(status, 1, "sample:shop", true);
+        const auto at = [&](TextSize size) {
+            return shown(drawn, family, ColorScheme::light, std::nullopt, size);
+        };
+        const std::vector<std::string> largest = drawing_tests::lines(at(TextSize::accessibility5));
+        const TextSize fitting = smallest(at(TextSize::accessibility5), status)->textSize;
+        for (const TextSize size : allTextSizes) {
+            EXPECT_EQ(drawing_tests::lines(at(size)) == largest, size >= fitting)
+                << name(size) << " in " << description(family);
         }
     }
-    for (auto& [k,n]: histogram) std::cout << k.first << " " << name(k.second) << " " << n << "\n";
 }
 
 TEST(FixedWords, AreWholeInTheSmallestWidgetThatIsDrawn) {
@@ -280,6 +343,32 @@ TEST(Prompts, AreWholeInTheSmallestWidgetThatIsDrawn) {
                             << text->run.text << " in " << description(family);
                     }
                 }
+            }
+        }
+    }
+}
+
+TEST(Prompts, AreWholeAtEveryTextSizeAndNeverShrinkAsItGrows) {
+    for (const widget::WidgetState& state :
+         {widget::WidgetState(widget::NotLoggedIn{}), widget::WidgetState(widget::NoPackages{})}) {
+        for (const platform::WidgetFamily family : families) {
+            double before = 0;
+            for (const TextSize size : allTextSizes) {
+                const std::string what = std::string(name(size)) + " in " + std::string(description(family));
+                const DisplayList list =
+                    shown(drawing_tests::entry(state), family, ColorScheme::light, std::nullopt, size);
+                double largest = 0;
+                for (const DisplayItem& item : list.items) {
+                    const auto* text = std::get_if<TextItem>(&item.kind);
+                    if (!text) continue;
+                    EXPECT_EQ(timesWhole(list, text->run.text), 1) << text->run.text << " at " << what;
+                    largest = std::max(largest, metrics(text->run).pointSize);
+                    if (size == TextSize::accessibility1 && isWide(family)) {
+                        EXPECT_EQ(text->run.textSize, size) << what;
+                    }
+                }
+                EXPECT_GE(largest, before) << what;
+                before = largest;
             }
         }
     }
