@@ -119,14 +119,15 @@ widget::SimpleEntry entry(const StatusPair& status, std::size_t count, const cha
 class RememberedFonts final : public TextMeasurer {
   public:
     std::vector<TextLine> lines(const TextRun& run, std::optional<double> width) const override {
-        const Key key{run.text, run.style, run.weight, run.lineLimit, run.scale, run.textSize, width};
+        const Key key{width, run.textSize, run.lineLimit, run.scale, run.style, run.weight, run.text};
         const auto known = remembered_.find(key);
         if (known != remembered_.end()) return known->second;
         return remembered_.emplace(key, fonts_.lines(run, width)).first->second;
     }
 
   private:
-    using Key = std::tuple<std::string, TextStyle, FontWeight, int, double, TextSize, std::optional<double>>;
+    /// What is soon compared first.
+    using Key = std::tuple<std::optional<double>, TextSize, int, double, TextStyle, FontWeight, std::string>;
 
     PangoTextMeasurer fonts_{std::filesystem::path(FONTS_CONFIGURATION)};
     mutable std::map<Key, std::vector<TextLine>> remembered_;
@@ -228,12 +229,12 @@ constexpr std::array shownAtEveryTextSize = {
     Shown{platform::WidgetFamily::systemSmall, 1, "sample:shop", TextSize::large},
     Shown{platform::WidgetFamily::systemSmall, 1, "sample:none", TextSize::large},
     Shown{platform::WidgetFamily::systemMedium, 1, "sample:shop", TextSize::accessibility1},
-    Shown{platform::WidgetFamily::systemMedium, 1, "sample:none", TextSize::accessibility1},
     Shown{platform::WidgetFamily::systemLarge, 1, "sample:shop", TextSize::accessibility1},
     Shown{platform::WidgetFamily::accessoryRectangular, 1, "sample:shop", TextSize::large},
     Shown{platform::WidgetFamily::accessoryInline, 1, "sample:shop", TextSize::large},
 };
 constexpr std::array shownNowAndThen = {
+    Shown{platform::WidgetFamily::systemMedium, 1, "sample:none", TextSize::accessibility1},
     Shown{platform::WidgetFamily::systemLarge, 1, "sample:none", TextSize::accessibility1},
     Shown{platform::WidgetFamily::systemLarge, 2, "sample:shop", TextSize::accessibility1},
     Shown{platform::WidgetFamily::systemLarge, 3, "sample:none", TextSize::accessibility1},
@@ -372,6 +373,16 @@ TEST(Prompts, AreWholeAtEveryTextSizeAndNeverShrinkAsItGrows) {
             }
         }
     }
+}
+
+TEST(BrokenWords, CountAsCutWhereTextIsLargerThanDesigned) {
+    const auto isWhole = [](TextSize size) {
+        const View view = text("Wednesday").font(TextStyle::footnote).wantedWhole().textSize(size);
+        const WidgetContainer container{platform::WidgetFamily::systemSmall, ColorScheme::light, {76, 400}};
+        return displayList(view, container, bundleFonts()).isWhole;
+    };
+    EXPECT_TRUE(isWhole(TextSize::large));
+    EXPECT_FALSE(isWhole(TextSize::accessibility5));
 }
 
 TEST(BrokenWords, EndInTheHyphenThatIsSeen) {
