@@ -35,9 +35,10 @@ View overBar(const View& header, const presentation::Package& package, const Vie
 View picturedHeader(const presentation::Package& package, const ViewEnvironment& environment,
                     WidgetImageSize size, const View& corner) {
     const View shop = shopPicture(package, size, environment);
+    // Asked for even before it is known whether the merchant's has come, so that both are read together.
+    const View product = package.shopImage() ? productPicture(package, size, environment) : View();
     const bool hasBoth = package.productImage() && showsShopPicture(package, size, environment);
-    const View other = hasBoth ? productPicture(package, size, environment)
-                               : merchantName(package, environment, TextSize::accessibility1);
+    const View other = hasBoth ? product : merchantName(package, environment);
     return headerOf(horizontalStack({.spacing = 10}, {shop, other}), corner);
 }
 
