@@ -22,11 +22,11 @@
 #include "platform/Bundle/Bundle.hpp"
 #include "platform/Date/Ambient.hpp"
 #include "presentation/Wording.hpp"
+#include "widget/EntryLayout.hpp"
 #include "widget/Ground.hpp"
 #include "widget/NetworkPictures.hpp"
 #include "widget/PictureMemory.hpp"
 #include "widget/ReadingDirection.hpp"
-#include "widget/TrackingWidgetEntryView.hpp"
 
 namespace widget {
 
@@ -210,9 +210,8 @@ Ink ink(const DrawingRequest& request) {
 
 DisplayList displayList(const DrawingRequest& request, ScaledPictures& pictures,
                         const TextMeasurer& measurer) {
-    const View view = TrackingWidgetEntryView{request.entry}.body(
-        {request.family, request.colorScheme, pictures, request.appearance});
-    DisplayList list = drawing::displayList(view, container(request), measurer);
+    const ViewEnvironment environment{request.family, request.colorScheme, pictures, request.appearance};
+    DisplayList list = laidOut(request.entry, environment, container(request), measurer);
     switch (request.appearance.redaction) {
         case Redaction::none: return list;
         case Redaction::placeholder: return redacted(std::move(list), request.scale, measurer);
@@ -227,10 +226,10 @@ std::string draw(const DrawingRequest& request, PictureLoader& loader) {
     const Measurers::Loan measurer(measurers(), languages);
     DrawingRequest directed = request;
     directed.appearance.layoutDirection = layoutDirection(languages);
-    const auto laidOut = [&] { return displayList(directed, pictures, *measurer); };
+    const auto placed = [&] { return displayList(directed, pictures, *measurer); };
     // Which pictures are shown is known once the rows have their places, whether or not they have come.
-    if (showsPictures(request)) pictures.readTogether(laidOut);
-    const DisplayList list = laidOut();
+    if (showsPictures(request)) pictures.readTogether(placed);
+    const DisplayList list = placed();
     switch (request.format) {
         case DrawingFormat::png: return paintedPNG(list, request.scale, ink(request), *measurer);
         case DrawingFormat::svg:

@@ -44,7 +44,8 @@ class Flattening {
         const bool hangsOnRight =
             layout.textDirection == TextDirection::rightToLeft && !runsFromRight(inherited);
         item(layout, hangsOnRight ? grid_.snappedTextOnRight(frame) : grid_.snappedText(frame),
-             TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale},
+             TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale,
+                       inherited.textSize.value_or(TextSize::large)},
                       inherited.foregroundColor.value_or(Color::primary())});
     }
     static bool runsFromRight(const InheritedValues& inherited) {
@@ -164,6 +165,9 @@ DisplayList displayList(const View& view, const WidgetContainer& container, cons
     const Rect room = list.container.frame.insetBy(container.contentMargin);
     const auto content = layout(view, {std::max(0.0, room.size.width), std::max(0.0, room.size.height)},
                                 measurer, {.layoutDirection = container.layoutDirection});
+
+    list.isWhole = !content->cutsText && content->size.width <= room.size.width + tolerance &&
+                   content->size.height <= room.size.height + tolerance;
 
     const View* background = containerBackground(*content);
     if (background && container.background == WidgetContainer::Background::shown) {

@@ -85,6 +85,8 @@ struct DisplayList {
     std::vector<SpokenPart> spoken = {};
     /// Where it runs from the right, lines of text begin at the right of their frames.
     LayoutDirection layoutDirection = LayoutDirection::leftToRight;
+    /// Whether the container holds the view within its margins, with all that is wanted whole.
+    bool isWhole = true;
 };
 
 /// The place that a host has for a widget.

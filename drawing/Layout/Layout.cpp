@@ -168,7 +168,9 @@ class LayoutPass {
 
         std::vector<LayoutPointer> shown;
         Size content;
-        for (std::size_t index = 0; index < rows.count; ++index) {
+        const std::size_t most =
+            room ? rows.count : std::min(rows.count, arrangement.fewest.value_or(rows.count));
+        for (std::size_t index = 0; index < most; ++index) {
             const View& view = row(rows, index);
             const double gap = index == 0 ? 0 : spacingsInGap * arrangement.spacing + thickness;
             LayoutPointer next = layout(view, {question.proposal.width, std::nullopt}, question.inherited);
@@ -176,6 +178,7 @@ class LayoutPass {
                 if (index > 0) break;
                 next = inside(question, view);
             }
+            if (room && index > 0 && next->cutsText) break;
             shown.push_back(next);
             content = {std::max(content.width, next->size.width), content.height + gap + next->size.height};
         }
@@ -204,7 +207,9 @@ class LayoutPass {
             placed.push_back({{across(child), top}, child});
             top += child->size.height;
         }
-        return question.answer(size, std::move(placed));
+        Layout answer = question.answer(size, std::move(placed));
+        if (room && content.height > *room + tolerance) answer.cutsText = true;
+        return answer;
     }
 
     Layout lay(const Question& question, const element::ViewThatFits& fitting) {
@@ -214,6 +219,8 @@ class LayoutPass {
                 const LayoutPointer ideal =
                     layout(choice, {question.proposal.width, std::nullopt}, question.inherited);
                 if (ideal->cutsText || (room && ideal->size.height > *room + tolerance)) continue;
+                // A stack may share out less to one of its children than that would take.
+                if (inside(question, choice)->cutsText) continue;
             }
             return around(question, choice);
         }

@@ -46,7 +46,7 @@ struct Layout {
     int lineLimit = 0;
     double textScale = 1;
     TextDirection textDirection = TextDirection::leftToRight;
-    /// Whether a text in it that is wanted whole is not.
+    /// Whether a text in it that is wanted whole is not, or a row stands out of the height for all rows.
     bool cutsText = false;
 };
 

@@ -166,18 +166,21 @@ class CairoPainter {
         if (!choose(text.color, item.colorScheme)) return;
         const Rect& frame = item.frame;
         // Marks piled up above and below a line end before they reach its neighbours.
-        const double overhang = metrics(text.run.style).lineHeight / 4;
+        const double overhang = metrics(text.run).lineHeight / 4;
         trace({{frame.left() - overhang, frame.top() - overhang},
                {frame.size.width + 2 * overhang, frame.size.height + 2 * overhang}},
               0);
         cairo_clip(context_.get());
 
+        const double enlarged = factor(text.run.textSize);
+        cairo_scale(context_.get(), enlarged, enlarged);
         const std::vector<TextLine> lines = measurer_.lines(text.run, frame.size.width);
         const GSList* next = pango_layout_get_lines_readonly(measurer_.typeset(text.run, frame.size.width));
         for (std::size_t index = 0; index < lines.size() && next; ++index, next = next->next) {
             const Point origin = lineOrigin(text, frame, layoutDirection_, lines[index], index);
-            show(*static_cast<PangoLayoutLine*>(next->data),
-                 {origin.x, std::round(origin.y * scale_) / scale_}, text.run.weight);
+            const double baseline = std::round(origin.y * scale_) / scale_;
+            show(*static_cast<PangoLayoutLine*>(next->data), {origin.x / enlarged, baseline / enlarged},
+                 text.run.weight);
         }
     }
 

@@ -67,6 +67,7 @@ void write(boost::json::object& object, const TextItem& text) {
     object["text"] = text.run.text;
     object["textStyle"] = metrics(text.run.style).name;
     object["weight"] = name(text.run.weight);
+    if (text.run.textSize != TextSize::large) object["textSize"] = drawing::name(text.run.textSize);
     if (text.run.lineLimit > 0) object["lineLimit"] = text.run.lineLimit;
     if (text.run.scale != 1) object["scale"] = numberValue(text.run.scale);
     write(object, text.color);

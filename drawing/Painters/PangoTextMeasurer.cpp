@@ -23,7 +23,7 @@ constexpr std::string_view ellipsis = "…";
 constexpr std::string_view hyphen = "‐";
 /// No line of a widget shows more; setting a text costs time that grows with its length.
 constexpr std::size_t longestText = 2048;
-constexpr std::size_t mostRemembered = 256;
+constexpr std::size_t mostRemembered = 512;
 
 /// Emoji are bitmaps of one size: they are drawn at the size that is asked for.
 constexpr const char* bitmapFontRules = R"(<fontconfig>
@@ -220,6 +220,7 @@ class PangoTextMeasurer::Typesetter {
                                    pango_language_from_string(scripts_.of("a").front().language.c_str()));
     }
 
+    /// At the design's text size, whatever the run's is.
     PangoLayout* layout(const TextRun& run, std::optional<double> width) {
         const Key key{run.text, run.style, run.weight, run.lineLimit, run.scale, width.value_or(-1)};
         if (const auto found = remembered_.find(key); found != remembered_.end()) return found->second.get();
@@ -296,6 +297,8 @@ PangoTextMeasurer::Typesetter& PangoTextMeasurer::typesetter() const {
 }
 
 PangoLayout* PangoTextMeasurer::typeset(const TextRun& run, std::optional<double> width) const {
+    // To find a font at one size more takes longer than to set all texts of a widget.
+    if (width) *width /= factor(run.textSize);
     return typesetter().layout(run, width);
 }
 
@@ -307,7 +310,8 @@ std::vector<TextLine> PangoTextMeasurer::lines(const TextRun& run, std::optional
         auto* line = static_cast<PangoLayoutLine*>(next->data);
         PangoRectangle logical;
         pango_layout_line_get_extents(line, nullptr, &logical);
-        lines.push_back({visibleText(*line, text), static_cast<double>(logical.width) / PANGO_SCALE,
+        const double length = static_cast<double>(logical.width) / PANGO_SCALE * factor(run.textSize);
+        lines.push_back({visibleText(*line, text), length,
                          pango_layout_line_get_resolved_direction(line) == PANGO_DIRECTION_RTL
                              ? TextDirection::rightToLeft
                              : TextDirection::leftToRight,

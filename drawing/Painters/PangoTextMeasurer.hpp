@@ -30,7 +30,8 @@ class PangoTextMeasurer final : public TextMeasurer {
 
     const std::vector<std::string>& preferredLanguages() const { return preferredLanguages_; }
 
-    /// For painters: a layout whose lines are those of `lines`, in units of points.
+    /// For painters: a layout whose lines are those of `lines`, at the design's text size: it is to be
+    /// enlarged by the factor of the run's.
     PangoLayout* typeset(const TextRun& run, std::optional<double> width) const;
 
   private:

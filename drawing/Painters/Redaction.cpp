@@ -38,7 +38,7 @@ RoundedRectangleItem* shapeBehind(const Rect& frame, std::vector<DisplayItem>& i
 
 std::vector<DisplayItem> bars(const DisplayItem& item, const TextItem& text, const PixelGrid& grid,
                               LayoutDirection direction, const TextMeasurer& measurer) {
-    const double height = metrics(text.run.style).pointSize * text.run.scale * heightOfSmallLetters;
+    const double height = metrics(text.run).pointSize * text.run.scale * heightOfSmallLetters;
     const std::vector<TextLine> lines = measurer.lines(text.run, item.frame.size.width);
     std::vector<DisplayItem> bars;
     for (std::size_t index = 0; index < lines.size(); ++index) {

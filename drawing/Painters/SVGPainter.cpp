@@ -297,7 +297,7 @@ class SVGPainter {
         if (!color) return;
         const std::vector<TextLine> lines = measurer_.lines(text.run, item.frame.size.width);
         body_ += "<g" + attribute("font-family", fontFamily) +
-                 attribute("font-size", metrics(text.run.style).pointSize * text.run.scale) +
+                 attribute("font-size", metrics(text.run).pointSize * text.run.scale) +
                  attribute("font-weight", drawing::number(text.run.weight)) +
                  paintAttributes("fill", *color) + ">";
         for (std::size_t index = 0; index < lines.size(); ++index) {

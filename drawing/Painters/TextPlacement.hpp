@@ -17,9 +17,8 @@ inline Point lineOrigin(const TextItem& text, const Rect& frame, LayoutDirection
     const bool beginsAtTheRight =
         layoutDirection == LayoutDirection::rightToLeft || line.direction == TextDirection::rightToLeft;
     const double x = beginsAtTheRight ? frame.size.width - line.width : 0;
-    const TextStyle style = text.run.style;
-    return {frame.left() + x,
-            frame.top() + static_cast<double>(index) * metrics(style).lineHeight + baseline(style)};
+    const FontMetrics font = metrics(text.run);
+    return {frame.left() + x, frame.top() + static_cast<double>(index) * font.lineHeight + baseline(font)};
 }
 
 }  // namespace drawing

@@ -22,6 +22,7 @@ struct InheritedValues {
     std::optional<bool> isWantedWhole = std::nullopt;
     /// Of the whole layout: no view changes it.
     std::optional<LayoutDirection> layoutDirection = std::nullopt;
+    std::optional<TextSize> textSize = std::nullopt;
 
     /// These values where they are present, else those of `outer`.
     InheritedValues over(const InheritedValues& outer) const;

@@ -29,7 +29,8 @@ InheritedValues InheritedValues::over(const InheritedValues& outer) const {
             minimumScaleFactor ? minimumScaleFactor : outer.minimumScaleFactor,
             colorScheme ? colorScheme : outer.colorScheme,
             isWantedWhole ? isWantedWhole : outer.isWantedWhole,
-            layoutDirection ? layoutDirection : outer.layoutDirection};
+            layoutDirection ? layoutDirection : outer.layoutDirection,
+            textSize ? textSize : outer.textSize};
 }
 
 View::View() : View(Element{element::Empty{}}) {}
@@ -88,6 +89,9 @@ View View::minimumScaleFactor(double factor) const {
 }
 View View::wantedWhole() const {
     return viewOf(element::Inheriting{*this, {.isWantedWhole = true}});
+}
+View View::textSize(TextSize size) const {
+    return viewOf(element::Inheriting{*this, {.textSize = size}});
 }
 View View::colorScheme(ColorScheme scheme) const {
     return viewOf(element::Inheriting{*this, {.colorScheme = scheme}});

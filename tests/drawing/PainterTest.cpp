@@ -220,6 +220,36 @@ TEST(CairoPainter, PaintsBackToFront) {
     EXPECT_EQ(bitmap.row(2)[2], 0xFF0000FFu);
 }
 
+/// How many pixels across and down anything is painted.
+PixelSize inked(const Bitmap& bitmap) {
+    int left = bitmap.width(), right = -1, top = bitmap.height(), bottom = -1;
+    for (int y = 0; y < bitmap.height(); ++y) {
+        for (int x = 0; x < bitmap.width(); ++x) {
+            if (bitmap.row(y)[x] >> 24 < 128) continue;
+            left = std::min(left, x);
+            right = std::max(right, x);
+            top = std::min(top, y);
+            bottom = std::max(bottom, y);
+        }
+    }
+    return {right - left + 1, bottom - top + 1};
+}
+
+TEST(CairoPainter, EnlargesTypeAndLinesAlike) {
+    const auto inkAt = [](TextSize size) {
+        const View twoLines = text("Hill Hill").font(TextStyle::footnote).textSize(size);
+        const WidgetContainer container{
+            platform::WidgetFamily::systemSmall, ColorScheme::light, {26 * factor(size), 150}};
+        return inked(painted(displayList(twoLines, container, measurer()), 4, {catalogue()}, measurer()));
+    };
+    const PixelSize design = inkAt(TextSize::large);
+    EXPECT_GT(design.height, 4 * metrics(TextStyle::footnote).lineHeight);
+    for (const TextSize size : allTextSizes) {
+        EXPECT_NEAR(inkAt(size).width, design.width * factor(size), 4) << name(size);
+        EXPECT_NEAR(inkAt(size).height, design.height * factor(size), 4) << name(size);
+    }
+}
+
 TEST(CairoPainter, LeavesTheCornersOfTheContainerTransparent) {
     DisplayList list = displayed(rectangle(Color::white()), {100, 100}, 1);
     list.container.cornerRadius = 22;
