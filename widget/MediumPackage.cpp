@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "widget/AppIcon.hpp"
+#include "widget/EnlargedPackage.hpp"
 #include "widget/PackageBody.hpp"
 
 namespace widget {
@@ -13,13 +14,17 @@ using namespace drawing;
 
 View MediumPackage::body(const ViewEnvironment& environment) const {
     const View icon = appIcon(environment.colorScheme);
+    if (isEnlarged(environment.appearance.textSize)) {
+        return viewThatFits(enlargedBodies(package, environment, WidgetImageSize::medium, icon))
+            .widgetURL(package.deepLinkingUrl());
+    }
     const auto high = [&](const StatusSetting& setting) {
         return mediumBody(package, environment, WidgetImageSize::medium, setting, icon);
     };
     const auto low = [&](const StatusSetting& setting) {
         const View row = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 10},
                                          {packageRow(package, environment, setting), icon});
-        const View bar = progressBar(package, environment.colorScheme).padding({.top = 10});
+        const View bar = progressBar(package, environment).padding({.top = 10});
         return verticalStack({.spacing = 0}, {row, spacer(), bar});
     };
 

@@ -52,11 +52,19 @@ View SmallPackage::body(const ViewEnvironment& environment) const {
         if (arrangement.name == Name::shown) rows.push_back(footnote(package.shopName()));
         rows.push_back(primaryLine(status, setting));
         if (arrangement.secondary == Secondary::shown) rows.push_back(secondaryLine(status, setting));
-        rows.push_back(
-            progressBar(package, environment.colorScheme).padding({.top = arrangement.air.belowWords}));
+        rows.push_back(progressBar(package, environment).padding({.top = arrangement.air.belowWords}));
         choices.push_back(
             verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, std::move(rows)));
     };
+
+    if (isEnlarged(environment.appearance.textSize)) {
+        constexpr StatusSetting whole{3, 3, 1};
+        offer({Name::shown, Secondary::shown, ample}, whole);
+        offer({Name::shown, Secondary::shown, scant}, whole);
+        offer({Name::left, Secondary::shown, ample}, whole);
+        offer({Name::left, Secondary::shown, least}, whole);
+        return viewThatFits(std::move(choices)).widgetURL(package.deepLinkingUrl());
+    }
 
     // The merchant's picture says who it is; where there is none, the name alone does.
     const bool isKnownByPicture = showsShopPicture(package, WidgetImageSize::large, environment);

@@ -21,7 +21,7 @@ platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer);
 widget::FetchOutcome outcomeIn(const Message& answer);
 /// What is stored of a sign-in.
 widget::CredentialReport credentialsIn(const Message& answer);
-/// The bytes of a drawing, which begin as that format does.
+/// The bytes of a drawing, which begin and end as that format does.
 std::string drawingIn(Message answer, widget::DrawingFormat format);
 
 }  // namespace host

@@ -8,7 +8,7 @@
 #include <future>
 
 #include "drawing/Image/AssetCatalogue.hpp"
-#include "tests/drawing/Contrast.hpp"
+#include "drawing/Image/ContrastRatio.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -345,7 +345,37 @@ TEST(LargePackage, FillsItsHeightWithAnyNumberOfPackages) {
 std::string tree(const SimpleEntry& entry, platform::WidgetFamily family,
                  ColorScheme scheme = ColorScheme::light) {
     drawing_tests::SamplePictures loader;
-    return draw({entry, family, scheme, std::nullopt, 3, DrawingFormat::tree}, loader);
+    return draw({.entry = entry, .family = family, .colorScheme = scheme, .format = DrawingFormat::tree},
+                loader);
+}
+
+/// Says what was asked for by itself, and not with the others.
+class PicturesReadAlone final : public PictureLoader {
+  public:
+    std::optional<std::string> read(const platform::URL& url) override {
+        alone.push_back(url.absoluteString());
+        return samples_.read(url);
+    }
+    void readAll(const std::vector<platform::URL>& urls, const Receiver& receive) override {
+        for (std::size_t place = 0; place < urls.size(); ++place) receive(place, samples_.read(urls[place]));
+    }
+    std::vector<std::string> alone;
+
+  private:
+    drawing_tests::SamplePictures samples_;
+};
+
+TEST(EntryDrawing, ReadsPicturesTogetherAtEveryTextSize) {
+    for (const platform::WidgetFamily family : platform::allWidgetFamilies) {
+        for (const TextSize size : allTextSizes) {
+            PicturesReadAlone loader;
+            DrawingRequest request{.entry = drawing_tests::sampleEntry("Single"), .family = family};
+            request.appearance.textSize = size;
+            request.format = DrawingFormat::tree;
+            draw(request, loader);
+            EXPECT_THAT(loader.alone, IsEmpty()) << description(family) << " at " << name(size);
+        }
+    }
 }
 
 TEST(EntryDrawing, DrawsNoBackgroundOnALockScreen) {
@@ -386,8 +416,8 @@ TEST(EntryDrawing, ShowsThePlaceholderForWhatIsNoPictureFile) {
                                                                            url(source),
                                                                            std::nullopt,
                                                                            {"primary", std::nullopt}}})});
-        const std::string drawn = draw({entry, platform::WidgetFamily::systemSmall, ColorScheme::light,
-                                        std::nullopt, 3, DrawingFormat::tree});
+        const std::string drawn = draw(
+            {.entry = entry, .family = platform::WidgetFamily::systemSmall, .format = DrawingFormat::tree});
         EXPECT_THAT(drawn, ::testing::HasSubstr(R"("text":"S")")) << source;
         EXPECT_THAT(drawn, Not(::testing::HasSubstr(R"("url":"file)"))) << source;
     }

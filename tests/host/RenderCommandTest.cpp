@@ -119,12 +119,77 @@ TEST_F(RenderCommand, DrawsAFreshSnapshotWhereNoEntryIsGiven) {
     EXPECT_NE(result.errors.find("Failed to fetch item accessToken"), std::string::npos);
 }
 
+TEST_F(RenderCommand, DrawsTextAtTheSizeThatIsAskedFor) {
+    folder.write("entry.json", entry("file:///nowhere.png"));
+    const auto heightOfName = [&](const std::string& size) {
+        const auto result = widget({"render", "--entry", path("entry.json"), "--text-size", size, "--format",
+                                    "tree", "--output", "-"});
+        EXPECT_EQ(result.status, 0) << result.errors;
+        const auto tree = platform::JSONSerialization::JSONObjectWithData(result.output);
+        for (const auto& item : tree.at("items").as_array()) {
+            const auto* text = item.as_object().if_contains("text");
+            if (text && *text == "Tea House") return item.at("frame").at("height").to_number<double>();
+        }
+        return 0.0;
+    };
+    EXPECT_NEAR(heightOfName("xSmall"), 18 * 0.82, 0.34);
+    EXPECT_NEAR(heightOfName("large"), 18, 0.34);
+    EXPECT_NEAR(heightOfName("accessibility1"), 18 * 1.65, 0.34);
+}
+
 TEST_F(RenderCommand, WritesSVGWithWordsAndLinks) {
     folder.write("entry.json", entry("file:///nowhere.png"));
     const auto result = widget({"render", "--entry", path("entry.json"), "--format", "svg", "--output", "-"});
     EXPECT_EQ(result.status, 0);
     for (const auto* part : {"<svg", "<title ", "<desc ", "<text", "Tea House", "velaapp://order/1"})
         EXPECT_NE(result.output.find(part), std::string::npos) << part;
+}
+
+TEST_F(RenderCommand, SaysInWordsWhatIsDrawn) {
+    auto saved = entry("file:///nowhere.png");
+    saved.replace(saved.find("Tea House"), 9, "Tea\u202e\u009b2J");
+    folder.write("entry.json", saved);
+    const auto result =
+        widget({"render", "--entry", path("entry.json"), "--format", "text", "--output", "-"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output, "Tea 2J: in transit; 60 percent of the way\n");
+
+    const auto placeholder = widget({"render", "--entry", "placeholder", "--family", "all", "--scheme", "all",
+                                     "--format", "text", "--output", path("words")});
+    EXPECT_EQ(placeholder.status, 0) << placeholder.errors;
+    EXPECT_EQ(contents("words/systemLarge-dark.text"), "Not yet known\n");
+}
+
+TEST_F(RenderCommand, DrawsAsAPersonHasThingsShown) {
+    folder.write("entry.json", entry("file:///nowhere.png"));
+    const auto drawn = [&](std::vector<std::string> options) {
+        std::vector<std::string> words = {
+            "render",   "--entry", path("entry.json"), "--family", "accessoryRectangular",
+            "--format", "svg",     "--output",         "-"};
+        words.insert(words.end(), options.begin(), options.end());
+        const auto result = widget(words);
+        EXPECT_EQ(result.status, 0) << result.errors;
+        return result.output;
+    };
+    const std::string usual = drawn({});
+    EXPECT_EQ(drawn({"--contrast", "standard", "--transparency", "standard"}), usual);
+    EXPECT_NE(drawn({"--contrast", "increased"}), usual);
+    EXPECT_EQ(usual.find("linearGradient id"), std::string::npos);
+    EXPECT_NE(drawn({"--transparency", "reduced"}).find("linearGradient id"), std::string::npos);
+    const std::string redacted = drawn({"--redacted"});
+    for (const auto* secret : {"<text", "velaapp", "transit", "Tea House"})
+        EXPECT_EQ(redacted.find(secret), std::string::npos) << secret;
+    EXPECT_NE(redacted.find(">Not yet known</desc>"), std::string::npos);
+}
+
+TEST_F(RenderCommand, RefusesAnAppearanceThatIsNotKnown) {
+    for (const auto& [option, value] : {std::pair("--contrast", "high"), {"--transparency", "none"}}) {
+        const auto result =
+            widget({"render", "--entry", "placeholder", option, value, "--output", path("no.png")});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_NE(result.errors.find(option), std::string::npos) << result.errors;
+    }
+    EXPECT_EQ(widget({"show", "--contrast", "increased"}).status, 2) << "without --image";
 }
 
 TEST_F(RenderCommand, GivesPlaceholdersForPicturesThatNeverCome) {
@@ -201,6 +266,8 @@ TEST_F(RenderCommand, ExitsWithTwoOnWrongUsage) {
              {"render", "--output", "x", "--tint", "red"},
              {"render", "--output", "x", "--family", "huge"},
              {"render", "--output", "x", "--entry", ""},
+             {"render", "--output", "x", "--text-size", "huge"},
+             {"show", "--text-size", "large"},
              {"show", "--family", "systemSmall"}})
         EXPECT_EQ(widget(arguments).status, 2);
 }

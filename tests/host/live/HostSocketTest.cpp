@@ -110,6 +110,16 @@ TEST_F(HostSocketTest, DrawsOnceForAllWhoAskForTheSame) {
               "picture of Ada's, later");
 }
 
+TEST_F(HostSocketTest, DrawsAPlaceholderAsBars) {
+    open();
+    const auto reader = client();
+    EXPECT_EQ(answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall); }),
+              "bars of Shop Name");
+    start();
+    EXPECT_EQ(answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall); }),
+              "picture of Ada's");
+}
+
 TEST_F(HostSocketTest, GivesNobodyADrawingOfOneWhoHasSignedOutMeanwhile) {
     open();
     start();

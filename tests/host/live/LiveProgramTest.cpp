@@ -264,7 +264,7 @@ TEST_F(LiveProgram, ShowsTheSignInViewWhereTheSignInHasExpired) {
 TEST_F(LiveProgram, HealsAfterItsExtensionIsKilledInAnyPhase) {
     startSandbox({"--delay", "300"});
     signInAtSandbox();
-    startHost({"--family", "systemSmall,systemLarge", "--scheme", "all"});
+    startHost({"--family", "systemSmall", "--family", "systemLarge", "--scheme", "all"});
     const pid_t process = host().processIdentifier();
     // While the first answer is awaited.
     ::kill(extensionOf(process), SIGKILL);
