@@ -141,14 +141,20 @@ class Household {
     std::exception_ptr failure_;
 };
 
+/// In the order in which they are needed: signals come before anything that one would leave behind.
+struct House {
+    House(const asio::any_io_executor& executor, const RunCommand& command)
+        : signals(executor),
+          place(HostPlace::claim(HostAddress::ofPerson(), HostPlace::handedDownSocket())),
+          household(executor, command, place, signals) {}
+    Signals signals;
+    HostPlace place;
+    Household household;
+};
+
 asio::awaitable<int> keepHouse(const RunCommand& command) {
-    const auto executor = co_await asio::this_coro::executor;
-    // Before there is anything that a signal would leave behind.
-    Signals signals(executor);
-    auto listening = HostPlace::handedDownSocket();
-    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::move(listening));
-    Household household(executor, command, place, signals);
-    co_await household.run();
+    const auto house = std::make_unique<House>(co_await asio::this_coro::executor, command);
+    co_await house->household.run();
     co_return 0;
 }
 
