@@ -69,8 +69,9 @@ class LiveHostClient {
 
     /// Gives `onState` the state now and at every change, through the ends of live hosts, until `close`.
     /// Throws LiveHostError where going on is of no use: no place for a host, one of another version. `onGap`
-    /// is told, in words, each time a host cannot be had; what was shown stays true as of then. Give it handlers that have
-    /// a name: g++ 12 destroys twice what a lambda holds that is made within an awaited expression.
+    /// is told, in words, each time a host cannot be had; what was shown stays true as of then. Give it
+    /// handlers that have a name: g++ 12 destroys twice what a lambda holds that is made within an awaited
+    /// expression.
     boost::asio::awaitable<void> follow(
         std::function<void(const LiveState&)> onState,
         std::function<void(std::string_view)> onGap = [](std::string_view) {});

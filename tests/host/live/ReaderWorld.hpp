@@ -8,7 +8,9 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <boost/asio/awaitable.hpp>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
