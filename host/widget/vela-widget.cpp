@@ -30,7 +30,6 @@
 #include "host/widget/TerminalView.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/CommandLine/Words.hpp"
-#include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
@@ -103,12 +102,14 @@ auto valueNamed(const std::string& text, const Values& values) {
 
 /// How a person has drawings, as the command line has it.
 struct AppearanceOptions {
+    std::string textSize = "large";
     std::string contrast = "standard";
     std::string transparency = "standard";
     bool redacted = false;
 
     drawing::Appearance appearance() const {
-        return {.contrast = valueNamed(contrast, drawing::allContrasts),
+        return {.textSize = valueNamed(textSize, drawing::allTextSizes),
+                .contrast = valueNamed(contrast, drawing::allContrasts),
                 .transparency = valueNamed(transparency, drawing::allTransparencies),
                 .redaction = redacted ? drawing::Redaction::placeholder : drawing::Redaction::none};
     }
@@ -129,7 +130,12 @@ std::vector<platform::Option> addAppearanceOptions(const platform::Command& comm
                          const auto& values) {
         return command.option(option, value, prefix + description).oneOf(namesOf(values)).showsDefault();
     };
-    return {add("--contrast", options.contrast, "standard, or increased: everything stands out more",
+    return {add("--text-size", options.textSize,
+                "How large texts are: each family is drawn at the largest size up to that at which its words "
+                "stand "
+                "whole",
+                drawing::allTextSizes),
+            add("--contrast", options.contrast, "standard, or increased: everything stands out more",
                 drawing::allContrasts),
             add("--transparency", options.transparency,
                 "standard, or reduced: nothing behind the widget shows through", drawing::allTransparencies)};
@@ -178,8 +184,8 @@ void addShowCommand(const platform::Command& app, Options& options, ShowOptions&
         "Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge\n  vela-widget show "
         "--follow");
     command.action([&options, &show] {
-        if (show.live && show.image) platform::refuseArgument("--live", "excludes --image");
-        if (show.follow && show.image) platform::refuseArgument("--follow", "excludes --image");
+        if (show.live && show.image) platform::refuseArgument("--live", "shows text; --image asks by itself");
+        if (show.follow && show.image) platform::refuseArgument("--follow", "shows text; --image asks by itself");
         if (show.follow) throw platform::ExitStatus(host::showFollow());
         if (show.live)
             throw platform::ExitStatus(host::showLive(host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));

@@ -11,8 +11,10 @@
 
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
@@ -34,7 +36,7 @@ class HostPlaceTest : public testing::Test {
 
     /// "claimed", or why not.
     std::string claim(const std::optional<std::string>& runtime) const {
-        const ScopedEnvironment scope({{"XDG_RUNTIME_DIR", runtime}});
+        const ScopedEnvironment other({{"XDG_RUNTIME_DIR", runtime}});
         try {
             const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
             return "claimed";
@@ -192,12 +194,13 @@ TEST_F(HostPlaceTest, TakesNothingForHandedDownThatIsNotMeantForIt) {
              Case{"self", "1", "what is handed down to the live host is no local socket that listens"},
          }) {
         const auto expected = outcome;
-        const auto forSelf = std::string(process) == "self";
+        const std::string named = process;
+        const std::string counted = count;
         const int status = runInChild([&] {
             const Descriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
             ::dup2(nothing, 3);
-            ::setenv("LISTEN_PID", forSelf ? std::to_string(::getpid()).c_str() : process, 1);
-            ::setenv("LISTEN_FDS", count, 1);
+            ::setenv("LISTEN_PID", (named == "self" ? std::to_string(::getpid()) : named).c_str(), 1);
+            ::setenv("LISTEN_FDS", counted.c_str(), 1);
             try {
                 return HostPlace::handedDownSocket() ? 1 : expected == "none" ? 7 : 2;
             } catch (const HostPlaceError& error) {
