@@ -185,7 +185,8 @@ void addShowCommand(const platform::Command& app, Options& options, ShowOptions&
         "--follow");
     command.action([&options, &show] {
         if (show.live && show.image) platform::refuseArgument("--live", "shows text; --image asks by itself");
-        if (show.follow && show.image) platform::refuseArgument("--follow", "shows text; --image asks by itself");
+        if (show.follow && show.image)
+            platform::refuseArgument("--follow", "shows text; --image asks by itself");
         if (show.follow) throw platform::ExitStatus(host::showFollow());
         if (show.live)
             throw platform::ExitStatus(host::showLive(host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
