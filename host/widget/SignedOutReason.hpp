@@ -2,8 +2,8 @@
 
 #pragma once
 
-// Why somebody who has signed in is shown the sign-in view. The widget shows no errors; a person at a terminal
-// is told. A pure function, safe from any thread.
+// Why somebody who has signed in is shown the sign-in view. The widget shows no errors; a person at a
+// terminal is told. A pure function, safe from any thread.
 
 #include <string_view>
 
