@@ -1,0 +1,69 @@
+# SPDX-License-Identifier: Apache-2.0
+
+"""Displays without a screen: an X server and a Wayland compositor, and pictures of what they show."""
+
+import os
+import subprocess
+from pathlib import Path
+
+from PIL import Image, ImageGrab
+
+from person import PICTURES, eventually
+
+
+class XDisplay:
+    """An X server of the person's own, on a number that is free."""
+
+    def __init__(self, person, size=(1280, 400)):
+        self.person = person
+        reading, writing = os.pipe()
+        person.start("Xvfb", "-displayfd", writing, "-screen", "0", f"{size[0]}x{size[1]}x24", "-nolisten", "tcp",
+                     pass_fds=[writing])
+        os.close(writing)
+        with os.fdopen(reading) as answer:
+            self.name = f":{answer.readline().strip()}"
+        person.environment["DISPLAY"] = self.name
+
+    def picture(self):
+        return ImageGrab.grab(xdisplay=self.name).convert("RGB")
+
+    def click(self, x, y, button=1):
+        self.person.run("xdotool", "mousemove", x, y, "click", button)
+
+
+class WaylandDisplay:
+    """A compositor that draws into memory."""
+
+    def __init__(self, person, configuration, size=(1280, 400)):
+        self.person = person
+        runtime = Path(person.environment["XDG_RUNTIME_DIR"])
+        file = person.folder / "sway.config"
+        file.write_text(f"output HEADLESS-1 resolution {size[0]}x{size[1]} position 0 0 bg #202020 solid_color\n"
+                        "xwayland disable\n" + configuration)
+        person.environment |= {"WLR_BACKENDS": "headless", "WLR_RENDERER": "pixman", "WLR_LIBINPUT_NO_DEVICES": "1"}
+        person.start("sway", "--config", file)
+        socket = eventually(lambda: next((path for path in runtime.glob("wayland-*") if path.suffix != ".lock"), None),
+                            "the compositor's socket")
+        person.environment["WAYLAND_DISPLAY"] = socket.name
+
+    def picture(self):
+        done = subprocess.run(["grim", "-t", "ppm", "-"], env=self.person.environment, capture_output=True, timeout=20)
+        if done.returncode != 0:
+            return None
+        file = self.person.folder / "screen.ppm"
+        file.write_bytes(done.stdout)
+        return Image.open(file).convert("RGB")
+
+
+def pixels(picture, color, tolerance=60):
+    """How many pixels are about of that colour."""
+    if picture is None:
+        return 0
+    return sum(count for count, found in picture.getcolors(picture.width * picture.height)
+               if all(abs(a - b) <= tolerance for a, b in zip(found, color)))
+
+
+def keep(picture, name):
+    """For the eye."""
+    PICTURES.mkdir(parents=True, exist_ok=True)
+    picture.save(PICTURES / f"{name}.png")

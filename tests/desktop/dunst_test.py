@@ -1,0 +1,71 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
+"""A desktop's notification daemon shows what a person gets up for, once."""
+
+import json
+import unittest
+
+from displays import XDisplay, keep
+from person import PROGRAMS, Person, eventually
+
+
+class Dunst(unittest.TestCase):
+    def start(self, person):
+        address = eventually(lambda: self.bus(person), "the bus")
+        person.environment["DBUS_SESSION_BUS_ADDRESS"] = address
+        display = XDisplay(person)
+        person.start("dunst", "-conf", "/dev/null")
+        eventually(lambda: person.run("dunstctl", "count", status=None).strip(), "the daemon")
+        self.display = display
+        return display
+
+    def bus(self, person):
+        path = person.folder / "bus"
+        if not path.exists():
+            person.start("dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address=unix:path={path}")
+            eventually(path.exists, "the bus's socket")
+        return f"unix:path={path}"
+
+    def told(self, person):
+        history = json.loads(person.run("dunstctl", "history"))["data"][0]
+        shown = int(person.run("dunstctl", "count", "displayed"))
+        return len(history) + shown
+
+    def test_tells_nothing_at_the_first_look(self):
+        with Person() as person:
+            self.start(person)
+            person.start("vela-widget", "run", "--notify")
+            eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
+            self.assertEqual(self.told(person), 0)
+
+    def test_tells_once_of_a_parcel_that_arrived(self):
+        with Person(scenario="one") as person:
+            self.start(person)
+            person.start("vela-widget", "run", "--notify")
+            eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
+            person.change(self.arrived(person))
+            person.run("vela-widget", "reload")
+            eventually(lambda: self.told(person) == 1, "the notification")
+            self.assertIn("Orchard Lane", person.run("dunstctl", "history") + self.shown(person))
+            keep(self.display.picture(), "dunst")
+            person.run("vela-widget", "reload")
+            self.assertEqual(self.told(person), 1)
+
+    @staticmethod
+    def arrived(person):
+        scenario = json.loads((PROGRAMS.parent / "share/vela-widget/sandbox/scenarios/one.json").read_text())
+        scenario["items"][0] |= {"displayStatus": "delivered", "deliveryStatus": "delivered"}
+        file = person.folder / "arrived.json"
+        file.write_text(json.dumps(scenario))
+        return file
+
+    @staticmethod
+    def shown(person):
+        """What is on the screen goes into the history once it is closed."""
+        person.run("dunstctl", "close-all")
+        return person.run("dunstctl", "history")
+
+
+if __name__ == "__main__":
+    unittest.main()
