@@ -163,6 +163,25 @@ TEST_F(HostPlaceTest, IsHadByExactlyOneOfManyThatBeginAtOnce) {
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
+TEST_F(HostPlaceTest, IsHeldByOneHoweverOftenItIsGivenUp) {
+    const auto mark = (folder.path() / "held").string();
+    std::vector<std::unique_ptr<ChildProcess>> all;
+    for (int count = 0; count < 4; ++count)
+        all.push_back(std::make_unique<ChildProcess>([&] {
+            int claimed = 0;
+            for (int round = 0; round < 300; ++round) try {
+                    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+                    const Descriptor held(::open(mark.c_str(), O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+                    if (!held.isOpen()) return 1;
+                    ::unlink(mark.c_str());
+                    ++claimed;
+                } catch (const HostPlaceError&) {
+                }
+            return claimed > 0 ? 7 : 2;
+        }));
+    for (const auto& each : all) EXPECT_EQ(each->wait(), 7);
+}
+
 TEST_F(HostPlaceTest, ServesOnTheSocketThatAServiceManagerHandsDown) {
     fs::create_directory(folder.path() / "vela-widget");
     const auto path = inside("host.socket");
