@@ -235,6 +235,7 @@ struct RunOptions {
     std::vector<std::string> families;
     std::string scheme = "dark";
     double scale = 2;
+    bool notifies = false;
     double idleExit = 0;
 };
 
@@ -264,6 +265,7 @@ host::RunCommand runCommand(const RunOptions& options) {
         .version = VELA_VERSION};
     if (!options.output.empty()) command.output = options.output;
     command.pictures = pictures(options);
+    command.notifies = options.notifies;
     if (options.idleExit > 0) command.idleLimit = std::chrono::seconds(std::lround(options.idleExit));
     return command;
 }
@@ -290,6 +292,10 @@ void addRunCommand(CLI::App& app, RunOptions& options) {
         ->add_option("--idle-exit", options.idleExit,
                      "End after so many seconds without readers, 1 to 86400; without it, never")
         ->check(platform::numberWithin(1, 86'400));
+    command->add_flag(
+        "--notify", options.notifies,
+        "Show a desktop notification when a package comes near, arrives or needs you; without it, "
+        "where the shared default \"notifications\" says so");
     command->footer(
         "Example:\n  vela-widget run --output ~/.cache/widget --family systemMedium --scheme all");
     command->callback([&options] { throw platform::ExitStatus(runCommand(options).run()); });

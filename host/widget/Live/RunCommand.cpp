@@ -21,6 +21,7 @@
 #include "host/widget/Live/LiveExtension.hpp"
 #include "host/widget/Live/LiveHost.hpp"
 #include "host/widget/Live/PublishedFiles.hpp"
+#include "host/widget/Notifications/Notifications.hpp"
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Readers/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
@@ -78,9 +79,13 @@ class Household {
           files_(executor, host_, drawings_, folders(command, place), command.pictures),
           socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
                   socketOptions(command)),
+          notifications_(executor, place.folder(), wantsNotifications(command)),
           signals_(executor, SIGINT, SIGTERM, SIGHUP),
           reloads_(executor, SIGUSR1),
-          end_(executor, asio::steady_timer::time_point::max()) {}
+          end_(executor, asio::steady_timer::time_point::max()) {
+        observation_ = host_.observe(
+            [this](const LiveState& state, LiveHost::Change change) { notifications_.take(state, change); });
+    }
 
     asio::awaitable<void> run() {
         const auto endWith = [this](const std::exception_ptr& failure) {
@@ -106,6 +111,13 @@ class Household {
         return options;
     }
 
+    Notifications::IsWanted wantsNotifications(const RunCommand& command) {
+        return [this, notifies = command.notifies]() -> asio::awaitable<bool> {
+            if (notifies) co_return true;
+            co_return co_await extension_.wantsNotifications();
+        };
+    }
+
     asio::awaitable<void> reloadOnSignals() {
         while (true) {
             co_await reloads_.async_wait(asio::use_awaitable);
@@ -121,6 +133,8 @@ class Household {
     LiveDrawings drawings_;
     PublishedFiles files_;
     HostSocket socket_;
+    Notifications notifications_;
+    LiveHost::Observation observation_;
     asio::signal_set signals_;
     asio::signal_set reloads_;
     asio::steady_timer end_;
