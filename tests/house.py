@@ -26,6 +26,9 @@ MAY_USE["host/companion"] = {"host/companion", "server", "presentation", "platfo
 # Of the drawing room the sandbox needs what writes pictures, and no more.
 MAY_USE["sandbox"] = {"sandbox", "platform", "drawing/Writers"}
 
+# Within a room: a reader finds the live host by its socket, and the host knows no surface.
+KEPT_APART = [("host/widget/Readers/", "host/widget/Live/")]
+
 BETWEEN = set(CHAIN[1:])
 LIBRARY_HEADERS_BETWEEN = {"boost/json/value.hpp", "boost/asio/awaitable.hpp", "cxxabi.h"}
 
@@ -51,6 +54,9 @@ def problems(path):
     for own, library in INCLUDE.findall(path.read_text()):
         if own and not is_allowed(room, own):
             yield f'{path} includes "{own}": {room} may not use {room_of(own)}'
+        for one, other in KEPT_APART:
+            if path.as_posix().startswith(one) and own.startswith(other):
+                yield f'{path} includes "{own}": a reader asks the live host over its socket'
         # A header of the standard library has no folder and no ending.
         if library and room in BETWEEN and re.search(r"[/.]", library) and library not in LIBRARY_HEADERS_BETWEEN:
             yield f"{path} includes <{library}>: only platform's own sources see libraries"

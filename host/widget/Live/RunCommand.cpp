@@ -25,6 +25,7 @@
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Readers/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/Streams.hpp"
 
 namespace host {
@@ -160,6 +161,8 @@ asio::awaitable<int> reloadAndReport() {
 }  // namespace
 
 int RunCommand::run() const {
+    // What somebody who signs out leaves behind is overwritten with the last use of it.
+    platform::wipeFreedMemory();
     try {
         auto listening = HostPlace::handedDownSocket();
         const auto place = HostPlace::claim(HostAddress::ofPerson(), std::move(listening));

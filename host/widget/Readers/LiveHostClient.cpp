@@ -229,11 +229,19 @@ asio::awaitable<int> LiveHostClient::connectedSocket() {
             throw LiveHostEnded("the live host cannot be reached at " + path.string() + ": " +
                                 std::generic_category().message(-result));
         if (options_.ifMissing == IfMissing::leave) throw LiveHostEnded("no live host is running");
-        if (!std::exchange(hasStarted, true) && !started_) started_ = startLiveHost(options_.program);
+        if (!std::exchange(hasStarted, true) && !started_) start();
         if (steady_clock::now() >= deadline)
             throw LiveHostEnded(
                 "the live host that was started does not listen; see what vela-widget run says");
         co_await platform::pause(lookAgain);
+    }
+}
+
+void LiveHostClient::start() {
+    try {
+        started_ = startLiveHost(options_.program);
+    } catch (const std::system_error& error) {
+        throw LiveHostEnded(error.what());
     }
 }
 

@@ -94,6 +94,7 @@ class LiveHostClient {
 
     boost::asio::awaitable<std::shared_ptr<Connection>> connected();
     boost::asio::awaitable<int> connectedSocket();
+    void start();
     boost::asio::awaitable<Message> ask(boost::json::object request);
     boost::asio::awaitable<void> followOnce(StateHandler onState);
     boost::asio::awaitable<void> rest(std::size_t failures);

@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Live/HostPlace.hpp"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "tests/support/ChildProcess.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Descriptor;
+using platform::testing::ChildProcess;
+using platform::testing::runInChild;
+using platform::testing::ScopedEnvironment;
+using ::testing::HasSubstr;
+
+class HostPlaceTest : public testing::Test {
+  protected:
+    HostPlaceTest() { fs::permissions(folder.path(), fs::perms::owner_all); }
+
+    /// "claimed", or why not.
+    std::string claim(const std::optional<std::string>& runtime) const {
+        const ScopedEnvironment scope({{"XDG_RUNTIME_DIR", runtime}});
+        try {
+            const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+            return "claimed";
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+    }
+    std::string claim() const { return claim(folder.path().string()); }
+
+    fs::path inside(const char* name) const { return folder.path() / "vela-widget" / name; }
+
+    Descriptor listening(const fs::path& path) const {
+        Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path, path.c_str(), path.native().size());
+        EXPECT_EQ(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        EXPECT_EQ(::listen(socket, 1), 0);
+        return socket;
+    }
+
+    platform::testing::TemporaryFolder folder;
+    const ScopedEnvironment scope{{{"XDG_RUNTIME_DIR", folder.path().string()}}};
+};
+
+TEST_F(HostPlaceTest, SaysWhatIsWrongWithTheFolderThatItIsToLieIn) {
+    const auto own = folder.path().string();
+    EXPECT_THAT(claim(std::nullopt), HasSubstr("XDG_RUNTIME_DIR is not set"));
+    EXPECT_THAT(claim(""), HasSubstr("XDG_RUNTIME_DIR is not set"));
+    EXPECT_THAT(claim("run/here"), HasSubstr("is not an absolute path"));
+    EXPECT_THAT(claim(own + "/nowhere"), HasSubstr("cannot be used: No such file or directory"));
+    folder.write("file", "");
+    EXPECT_THAT(claim(own + "/file"), HasSubstr("is no folder"));
+    const auto longPath = own + "/" + std::string(100, 'x');
+    fs::create_directory(longPath);
+    EXPECT_THAT(claim(longPath), HasSubstr("is too long for a socket (107 bytes at most)"));
+    fs::permissions(own, fs::perms::all);
+    EXPECT_THAT(claim(), HasSubstr("can be changed by other users; mend it with: chmod 700 " + own));
+    fs::permissions(own, fs::perms::owner_all);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(own.c_str(), 1234, 1234), 0);
+        EXPECT_THAT(claim(), HasSubstr("belongs to another user (uid 1234)"));
+    }
+}
+
+TEST_F(HostPlaceTest, SaysWhatIsWrongWithAFolderThatIsThereAlready) {
+    fs::create_directory_symlink("/tmp", folder.path() / "vela-widget");
+    EXPECT_THAT(claim(), HasSubstr("it is a symbolic link"));
+    fs::remove(folder.path() / "vela-widget");
+    folder.write("vela-widget", "");
+    EXPECT_THAT(claim(), HasSubstr("Not a directory"));
+    fs::remove(folder.path() / "vela-widget");
+    fs::create_directory(folder.path() / "vela-widget");
+    fs::permissions(folder.path() / "vela-widget", fs::perms::all);
+    EXPECT_THAT(claim(), HasSubstr("other users can change it"));
+    if (::geteuid() == 0) {
+        fs::permissions(folder.path() / "vela-widget", fs::perms::owner_all);
+        ASSERT_EQ(::chown((folder.path() / "vela-widget").c_str(), 1234, 1234), 0);
+        EXPECT_THAT(claim(), HasSubstr("it belongs to another user (uid 1234)"));
+    }
+}
+
+TEST_F(HostPlaceTest, ClosesItsFolderToOthers) {
+    fs::create_directory(folder.path() / "vela-widget");
+    fs::permissions(folder.path() / "vela-widget",
+                    fs::perms::owner_all | fs::perms::group_read | fs::perms::others_read);
+    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+    EXPECT_EQ(fs::status(folder.path() / "vela-widget").permissions(), fs::perms::owner_all);
+}
+
+TEST_F(HostPlaceTest, IsHeldByOneAndSaysByWhom) {
+    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+    const auto refusal = claim();
+    EXPECT_THAT(refusal, HasSubstr("a live host is running already, process " + std::to_string(::getpid())));
+}
+
+TEST_F(HostPlaceTest, LeavesNothingBehind) {
+    EXPECT_EQ(claim(), "claimed");
+    EXPECT_TRUE(fs::is_empty(folder.path()));
+    EXPECT_EQ(claim(), "claimed");
+}
+
+TEST_F(HostPlaceTest, TakesOverFromAHostThatWasKilled) {
+    ChildProcess killed([] {
+        const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+        ::pause();
+        return 0;
+    });
+    while (!fs::exists(inside("host.socket"))) platform::testing::runInChild([] { return 0; });
+    killed.kill();
+    killed.wait();
+    folder.write("vela-widget/entry.json", "somebody's");
+    folder.write("vela-widget/.systemSmall-dark@2x.png.tmp", "somebody's");
+    folder.write("vela-widget/notes", "the person's own");
+    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+    EXPECT_FALSE(fs::exists(inside("entry.json")));
+    EXPECT_FALSE(fs::exists(inside(".systemSmall-dark@2x.png.tmp")));
+    EXPECT_TRUE(fs::exists(inside("notes")));
+}
+
+TEST_F(HostPlaceTest, LeavesASocketThatSomebodyListensOn) {
+    fs::create_directory(folder.path() / "vela-widget");
+    fs::permissions(folder.path() / "vela-widget", fs::perms::owner_all);
+    const auto other = listening(inside("host.socket"));
+    EXPECT_THAT(claim(), HasSubstr("is listened on already"));
+    EXPECT_TRUE(fs::exists(inside("host.socket")));
+}
+
+TEST_F(HostPlaceTest, IsHadByExactlyOneOfManyThatBeginAtOnce) {
+    int claimed = 0;
+    std::vector<std::unique_ptr<ChildProcess>> all;
+    for (int count = 0; count < 12; ++count)
+        all.push_back(std::make_unique<ChildProcess>([] {
+            try {
+                const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+                ::usleep(1'500'000);
+                return 7;
+            } catch (const HostPlaceError&) {
+                return 1;
+            }
+        }));
+    for (const auto& each : all) claimed += each->wait() == 7 ? 1 : 0;
+    EXPECT_EQ(claimed, 1);
+    EXPECT_TRUE(fs::is_empty(folder.path()));
+}
+
+TEST_F(HostPlaceTest, ServesOnTheSocketThatAServiceManagerHandsDown) {
+    fs::create_directory(folder.path() / "vela-widget");
+    const auto path = inside("host.socket");
+    const auto theirs = listening(path);
+    const int status = runInChild([&] {
+        if (::dup2(theirs, 3) != 3) return 1;
+        ::setenv("LISTEN_PID", std::to_string(::getpid()).c_str(), 1);
+        ::setenv("LISTEN_FDS", "1", 1);
+        {
+            const auto place = HostPlace::claim(HostAddress::ofPerson(), HostPlace::handedDownSocket());
+            if (place.socket() != 3 || ::getenv("LISTEN_FDS")) return 2;
+        }
+        return 7;
+    });
+    EXPECT_EQ(status, 7);
+    EXPECT_TRUE(fs::exists(path)) << "it is not the host's to remove";
+    EXPECT_FALSE(fs::exists(inside("host.lock")));
+}
+
+TEST_F(HostPlaceTest, TakesNothingForHandedDownThatIsNotMeantForIt) {
+    struct Case {
+        const char* process;
+        const char* count;
+        std::string outcome;
+    };
+    for (const auto& [process, count, outcome] : {
+             Case{"1", "1", "none"},
+             Case{"self", "2", "one socket is handed down to a live host, not 2"},
+             Case{"self", "1", "what is handed down to the live host is no local socket that listens"},
+         }) {
+        const auto expected = outcome;
+        const auto forSelf = std::string(process) == "self";
+        const int status = runInChild([&] {
+            const Descriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+            ::dup2(nothing, 3);
+            ::setenv("LISTEN_PID", forSelf ? std::to_string(::getpid()).c_str() : process, 1);
+            ::setenv("LISTEN_FDS", count, 1);
+            try {
+                return HostPlace::handedDownSocket() ? 1 : expected == "none" ? 7 : 2;
+            } catch (const HostPlaceError& error) {
+                return error.what() == expected ? 7 : 3;
+            }
+        });
+        EXPECT_EQ(status, 7) << outcome;
+    }
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Readers/LiveHostClient.hpp"
+
+#include <gmock/gmock.h>
+
+#include "tests/host/live/ReaderWorld.hpp"
+
+namespace host {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+/// A live host that says what a test wants.
+class LiveHostClientTest : public ReaderWorld {
+  protected:
+    LiveHostClientTest() {
+        std::filesystem::create_directory(HostAddress::ofPerson().folder);
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        const auto path = HostAddress::ofPerson().socket().string();
+        std::memcpy(address.sun_path, path.data(), path.size());
+        EXPECT_EQ(::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+    ~LiveHostClientTest() override {
+        for (const int each : {socket_, peer_})
+            if (each >= 0) ::close(each);
+    }
+
+    void listen() const { EXPECT_EQ(::listen(socket_, 8), 0); }
+
+    /// What the next reader is told.
+    void tell(const std::string& bytes) {
+        until([&] { return (peer_ = ::accept4(socket_, nullptr, nullptr, SOCK_NONBLOCK)) >= 0; });
+        say(peer_, bytes);
+    }
+    void hangUp() { ::close(std::exchange(peer_, -1)); }
+
+    static boost::asio::awaitable<std::string> stateOf(std::shared_ptr<LiveHostClient> reader) {
+        const auto state = co_await reader->state();
+        co_return shopNameIn(state.entry);
+    }
+
+    /// What a reader makes of a host that says that.
+    std::string madeOf(const std::string& bytes) {
+        listen();
+        std::optional<std::string> text;
+        const auto reader = client();
+        spawn([](std::shared_ptr<LiveHostClient> asked,
+                 std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+            try {
+                result = co_await stateOf(asked);
+            } catch (const LiveHostError& error) {
+                result = error.what();
+            }
+        }(reader, text));
+        tell(bytes);
+        until([&] { return text.has_value(); }, std::chrono::seconds(2));
+        hangUp();
+        until([&] { return text.has_value(); });
+        return text.value_or("nothing");
+    }
+
+    const std::string greeting = frameOf(R"({"protocol":1})");
+    const std::string noPackages =
+        R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"}}})";
+
+  private:
+    int socket_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    int peer_ = -1;
+};
+
+TEST_F(LiveHostClientTest, UnderstandsALiveHost) {
+    EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":1,)" + noPackages)), "noPackages");
+}
+
+TEST_F(LiveHostClientTest, SaysThatTheLiveHostSpeaksAnotherVersion) {
+    EXPECT_EQ(madeOf(frameOf(R"({"protocol":2})")),
+              "the live host speaks version 2 of the protocol and this program version 1: end the live host, "
+              "so that one of this program's version can begin");
+    EXPECT_THAT(madeOf(frameOf(R"({"hello":"there"})")), StartsWith("the live host speaks another version"));
+}
+
+TEST_F(LiveHostClientTest, DoesNotLookAgainForAHostOfAnotherVersion) {
+    listen();
+    const auto views = follow(client());
+    tell(frameOf(R"({"protocol":2})"));
+    EXPECT_TRUE(until([&] { return !failures.empty(); }));
+    EXPECT_THAT(failures, ElementsAre(StartsWith("the live host speaks version 2")));
+}
+
+TEST_F(LiveHostClientTest, PassesOnWhatTheHostRefuses) {
+    EXPECT_EQ(madeOf(greeting + frameOf(R"({"error":"the live host has 256 readers already"})")),
+              "the live host has 256 readers already");
+    EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":1,"error":"no \u001b[2J"})")), "no  [2J");
+}
+
+TEST_F(LiveHostClientTest, TakesNothingOnTrust) {
+    EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":1})")), "the live host's answer has no state");
+    EXPECT_THAT(madeOf(greeting + frameOf(R"({"id":1,"state":{"entry":{"date":"noon"}}})")),
+                StartsWith("the live host's answer cannot be used: "));
+    EXPECT_THAT(madeOf(greeting + frameOf("no json")), HasSubstr("JSON"));
+    EXPECT_EQ(madeOf(greeting), "the live host has ended");
+    EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":7,)" + noPackages)), "the live host has ended");
+}
+
+TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
+    listen();
+    const auto reader = client();
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn([](std::shared_ptr<LiveHostClient> asked, std::vector<std::string>& seen,
+             std::vector<std::string>& missing) -> boost::asio::awaitable<void> {
+        co_await asked->follow([&](const LiveState& state) { seen.push_back(shopNameIn(state.entry)); },
+                               [&](std::string_view gap) { missing.emplace_back(gap); });
+    }(reader, views, gaps));
+    for (std::size_t count = 1; count <= 3; ++count) {
+        tell(greeting + frameOf(R"({"id":1,)" + noPackages) + frameOf("{" + noPackages));
+        EXPECT_TRUE(until([&] { return views.size() == 2 * count; }));
+        hangUp();
+        EXPECT_TRUE(until([&] { return gaps.size() >= count; }));
+    }
+    EXPECT_THAT(gaps, Contains("the live host has ended"));
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, SaysThatNoHostCouldBeStarted) {
+    for (const auto& [program, words] : std::vector<std::pair<std::string, std::string>>{
+             {"/nowhere/vela-widget", "cannot start /nowhere/vela-widget: No such file or directory"},
+             {"/bin/false",
+              "the live host that was started does not listen; see what vela-widget run says"}}) {
+        LiveHostClient::Options options;
+        options.program = program;
+        options.patience = std::chrono::milliseconds(100);
+        const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+        EXPECT_EQ(answer([&] { return stateOf(reader); }), "failed: " + words);
+    }
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Live/PublishedFiles.hpp"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "host/protocol/EntryCoding.hpp"
+#include "host/widget/JSONLine.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+#include "tests/host/live/ReaderWorld.hpp"
+#include "tests/support/SmallDisk.hpp"
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::SystemEvent;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+class PublishedFilesTest : public ReaderWorld {
+  protected:
+    fs::path path(const std::string& name) const { return folder.path() / "vela-widget" / name; }
+    std::string text(const std::string& name) const { return folder.read("vela-widget/" + name); }
+    std::vector<std::string> names() const {
+        std::vector<std::string> all;
+        for (const auto& each : fs::directory_iterator(folder.path() / "vela-widget"))
+            if (!each.path().filename().string().starts_with("host.")) all.push_back(each.path().filename());
+        return all;
+    }
+    /// Of the file and not of its name.
+    ino_t identity(const std::string& name) const {
+        struct stat found = {};
+        EXPECT_EQ(::stat(path(name).c_str(), &found), 0);
+        return found.st_ino;
+    }
+};
+
+constexpr const char* picture = "systemSmall-dark@2x.png";
+
+TEST_F(PublishedFilesTest, ShowNoSamplesAsParcels) {
+    open();
+    EXPECT_THAT(names(), UnorderedElementsAre("state.json", "widget.txt"));
+    EXPECT_EQ(text("state.json"), "{\"asOf\":null,\"isPlaceholder\":true,\"trouble\":null}\n");
+    EXPECT_EQ(text("widget.txt"), "  Looking for your packages\n");
+}
+
+TEST_F(PublishedFilesTest, HoldTheEntryAsSnapshotPrintsItAndWhatATerminalShows) {
+    open();
+    start();
+    EXPECT_EQ(text("entry.json"), jsonLine(entryObject(host.state().entry)));
+    EXPECT_EQ(text("state.json"), "{\"asOf\":null,\"isPlaceholder\":false,\"trouble\":null}\n");
+    EXPECT_THAT(text("widget.txt"), HasSubstr("Ada's\n  In transit\n"));
+    struct stat found = {};
+    ASSERT_EQ(::stat(path("entry.json").c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 0777, 0600u);
+}
+
+TEST_F(PublishedFilesTest, SayWhatTheEntryIsAsOfAndWhy) {
+    open();
+    start();
+    extension.answerWith(CredentialState::stored, ServerContact::unreachable);
+    clock.advance(hour);
+    EXPECT_THAT(text("state.json"), HasSubstr(R"("trouble":"serverUnreachable")"));
+    EXPECT_THAT(text("state.json"), HasSubstr(R"("asOf":"2026-01-31T10:00:00.000Z")"));
+    EXPECT_THAT(text("widget.txt"), HasSubstr("10:00: the server cannot be reached\n"));
+    EXPECT_THAT(text("entry.json"), HasSubstr("Ada's"));
+}
+
+TEST_F(PublishedFilesTest, AreReplacedWhenTheyHoldSomethingElseAndThenOnly) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall}};
+    open();
+    start();
+    until([&] { return fs::exists(path(picture)) && text(picture) == "picture of Ada's"; });
+    const auto drawing = identity(picture);
+    const auto words = identity("widget.txt");
+    const auto entry = identity("entry.json");
+    const int drawings = extension.drawings;
+    clock.advance(hour);
+    until([&] { return extension.drawings > drawings; });
+    clock.settle();
+    EXPECT_NE(identity("entry.json"), entry) << "its date is another";
+    EXPECT_EQ(identity("widget.txt"), words);
+    EXPECT_EQ(identity(picture), drawing);
+    extension.shopName = "Ada's, later";
+    clock.advance(hour);
+    EXPECT_TRUE(until([&] { return text(picture) == "picture of Ada's, later"; }));
+    EXPECT_NE(identity("widget.txt"), words);
+}
+
+TEST_F(PublishedFilesTest, HoldNothingOfAPersonWhoHasSignedOut) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall}};
+    open();
+    start();
+    until([&] { return fs::exists(path(picture)) && text(picture) == "picture of Ada's"; });
+    extension.answerWith(CredentialState::none, ServerContact::refused);
+    extension.isDrawingHeld = true;
+    happens(SystemEvent::secretsChanged);
+    EXPECT_FALSE(fs::exists(path(picture))) << "before another is drawn";
+    for (const auto& name : names()) EXPECT_EQ(text(name).find("Ada"), std::string::npos) << name;
+    extension.release();
+    EXPECT_TRUE(until([&] { return fs::exists(path(picture)); }));
+    EXPECT_EQ(text(picture), "picture of notLoggedIn");
+    EXPECT_THAT(text("entry.json"), HasSubstr("notLoggedIn"));
+}
+
+TEST_F(PublishedFilesTest, KeepThePictureFromBeforeWhereTheExtensionFails) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall}};
+    open();
+    start();
+    until([&] { return fs::exists(path(picture)) && text(picture) == "picture of Ada's"; });
+    extension.isFailing = true;
+    clock.advance(hour);
+    clock.settle();
+    EXPECT_EQ(text(picture), "picture of Ada's");
+}
+
+TEST_F(PublishedFilesTest, AreGoneWithTheHost) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall}};
+    open();
+    start();
+    until([&] { return fs::exists(path(picture)); });
+    close();
+    EXPECT_FALSE(fs::exists(folder.path() / "vela-widget"));
+}
+
+TEST(RuntimeFolder, LeavesTheOldFileOnAFullDiskAndSaysSoOnce) {
+    const platform::testing::TemporaryFolder disk;
+    const int status = platform::testing::withSmallDisk(disk.path(), "64k", [&] {
+        std::vector<std::string> notices;
+        auto folder =
+            RuntimeFolder::make(disk.path(), [&](std::string_view notice) { notices.emplace_back(notice); });
+        if (!folder.write("entry.json", "old")) return 1;
+        platform::testing::fillUp(disk.path());
+        const std::string large(32'000, 'x');
+        if (folder.write("entry.json", large) || folder.write("widget.txt", large)) return 2;
+        if (disk.read("entry.json") != "old" || fs::exists(disk.path() / ".entry.json.tmp")) return 3;
+        if (notices.size() != 1 || notices[0].find("entry.json cannot be written: ") == std::string::npos)
+            return 4;
+        return 7;
+    });
+    if (status == platform::testing::cannotMount) GTEST_SKIP() << "no disk may be mounted here";
+    EXPECT_EQ(status, 7);
+}
+
+TEST(RuntimeFolder, RemovesWhatIsOfAnotherWhereNothingCanTakeItsPlace) {
+    const platform::testing::TemporaryFolder disk;
+    auto folder = RuntimeFolder::make(disk.path() / "new", [](std::string_view) {});
+    EXPECT_TRUE(folder.write("a.png", "one"));
+    EXPECT_TRUE(folder.write("b.png", "two"));
+    EXPECT_TRUE(folder.write("c.txt", "three"));
+    folder.removePictures([](const std::string& name) { return name == "b.png"; });
+    EXPECT_FALSE(fs::exists(disk.path() / "new/a.png"));
+    EXPECT_TRUE(fs::exists(disk.path() / "new/b.png"));
+    EXPECT_TRUE(fs::exists(disk.path() / "new/c.txt"));
+}
+
+TEST(PictureFile, IsNamedAfterWhatItShows) {
+    EXPECT_EQ(PictureFile().name(), "systemMedium-dark@2x.png");
+    EXPECT_EQ((PictureFile{.family = platform::WidgetFamily::accessoryInline,
+                           .colorScheme = drawing::ColorScheme::light,
+                           .scale = 1.5})
+                  .name(),
+              "accessoryInline-light@1.5x.png");
+}
+
+}  // namespace
+}  // namespace host
