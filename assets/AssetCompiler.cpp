@@ -6,12 +6,15 @@
 // The file: "VelaAssets1\n"; a 32-bit length and that many bytes of JSON, the index; the rasters, 32 bits to
 // a pixel as in a bitmap. Numbers are in the byte order of the machine it is built for. The index:
 //
-//   {"colors": {NAME: {"light": "#RRGGBBAA", "dark": ...}},
+//   {"colors": {NAME: {"light": "#RRGGBBAA", "dark": ..., "highContrast": {"light", "dark"}}},    optional
 //    "images": {NAME: {"width", "height",                       points
 //                      "paths": [{"fill", "data"}],
-//                      "rasters": [{"width", "height", "offset"}]}}}    pixels, by growing size; bytes into
-//                      the rasters
+//                      "rasters": [{"width", "height", "offset"}],      pixels, by growing size; bytes into
+//                                                                       the rasters
+//                      "solidRasters"}}}                                with every path opaque; absent where
+//                                                                       they all are
 
+#include <algorithm>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <boost/json/value.hpp>
@@ -63,11 +66,14 @@ std::set<int> pixelHeights(const json::value& pointHeights, const json::value& s
     return heights;
 }
 
-json::value compiledImage(const assets::Drawing& drawing, const std::set<int>& heights,
-                          std::string& rasters) {
-    json::array paths, sizes;
-    for (const auto& each : drawing.paths)
-        paths.push_back({{"fill", each.fill}, {"data", assets::pathData(each.steps)}});
+assets::Drawing inOneTone(assets::Drawing drawing) {
+    for (assets::Path& path : drawing.paths) path.fill.replace(path.fill.size() - 2, 2, "FF");
+    return drawing;
+}
+
+json::array compiledRasters(const assets::Drawing& drawing, const std::set<int>& heights,
+                            std::string& rasters) {
+    json::array sizes;
     for (const int height : heights) {
         const int width = int(std::lround(height * drawing.width / drawing.height));
         const auto bitmap = assets::rasterised(drawing, {width, height});
@@ -75,7 +81,20 @@ json::value compiledImage(const assets::Drawing& drawing, const std::set<int>& h
         rasters.append(reinterpret_cast<const char*>(bitmap.pixels.data()),
                        bitmap.pixels.size() * sizeof bitmap.pixels[0]);
     }
-    return {{"width", drawing.width}, {"height", drawing.height}, {"paths", paths}, {"rasters", sizes}};
+    return sizes;
+}
+
+json::value compiledImage(const assets::Drawing& drawing, const std::set<int>& heights,
+                          std::string& rasters) {
+    json::array paths;
+    for (const auto& each : drawing.paths)
+        paths.push_back({{"fill", each.fill}, {"data", assets::pathData(each.steps)}});
+    json::object image = {{"width", drawing.width}, {"height", drawing.height}, {"paths", paths}};
+    image["rasters"] = compiledRasters(drawing, heights, rasters);
+    const auto isOpaque = [](const assets::Path& path) { return path.fill.ends_with("FF"); };
+    if (!std::all_of(drawing.paths.begin(), drawing.paths.end(), isOpaque))
+        image["solidRasters"] = compiledRasters(inOneTone(drawing), heights, rasters);
+    return image;
 }
 
 std::string compiled(const path& sources) {

@@ -9,6 +9,12 @@ function(vela_together target)
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
 endfunction()
 
+# vela_at(TARGET LEVEL): its sources are optimised at that level where everything else is at the release's own. For what
+# waits, talks or reads a command line: its time is the others', and compiling it takes a third less.
+function(vela_at target level)
+    target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O${level}>)
+endfunction()
+
 # vela_room(NAME [USES room...] [LINKS private-library...] SOURCES file...)
 # One folder, one target. USES names the rooms below that this room may include; LINKS the libraries that only
 # its sources see.
@@ -26,8 +32,8 @@ function(vela_program name)
     add_executable(${name} ${PROGRAM_SOURCES})
     target_sources(${name} PRIVATE ${VELA_SANITIZER_SOURCES})
     target_compile_definitions(${name} PRIVATE VELA_VERSION="${PROJECT_VERSION}")
-    # A program's own file reads the command line, once: what is worth optimising stands in the rooms.
-    target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
+    # What is worth optimising stands in the rooms.
+    vela_at(${name} 0)
     target_link_libraries(${name} PRIVATE vela_warnings ${PROGRAM_USES} ${PROGRAM_LINKS})
     install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()

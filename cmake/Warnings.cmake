@@ -7,6 +7,8 @@ target_compile_options(vela_warnings INTERFACE
     -Werror -Werror=switch -Werror=missing-field-initializers
     # g++ 12 sees overlapping copies inside std::string's own operator+ (GCC bug 105651).
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    # Nor does it see that a coroutine's frame is freed as it was allocated where only one of both is inlined.
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-mismatched-new-delete>
     # Compiled together, what is local to one file is seen by the next, and stands in an included one.
     $<$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>:-Wno-shadow>
     $<$<AND:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>,$<CXX_COMPILER_ID:GNU>>:-Wno-subobject-linkage>)

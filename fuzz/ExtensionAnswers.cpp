@@ -94,8 +94,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
         readMember(message, readEntry);
         readMember(message, readTimeline);
         readMember(message, readDeclaration);
-        for (const auto format :
-             {widget::DrawingFormat::png, widget::DrawingFormat::svg, widget::DrawingFormat::tree})
+        for (const auto format : {widget::DrawingFormat::png, widget::DrawingFormat::svg,
+                                  widget::DrawingFormat::tree, widget::DrawingFormat::text})
             readMember(message, [format](const host::Message& given) { host::drawingIn(given, format); });
     }
     return 0;

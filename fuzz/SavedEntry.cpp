@@ -30,7 +30,8 @@ class OwnPictures final : public PictureLoader {
 };
 
 widget::DrawingRequest requestFor(widget::SimpleEntry entry, const std::uint8_t* choice) {
-    constexpr std::array formats = {DrawingFormat::svg, DrawingFormat::png, DrawingFormat::tree};
+    constexpr std::array formats = {DrawingFormat::svg, DrawingFormat::png, DrawingFormat::tree,
+                                    DrawingFormat::text};
     constexpr std::array<double, 4> scales = {1, 1.5, 2, 4};
     widget::DrawingRequest result = {
         .entry = std::move(entry),
@@ -38,6 +39,9 @@ widget::DrawingRequest requestFor(widget::SimpleEntry entry, const std::uint8_t*
     result.format = formats[choice[1] % formats.size()];
     result.colorScheme = choice[2] & 1 ? ColorScheme::dark : ColorScheme::light;
     result.scale = scales[choice[2] >> 1 & 3];
+    if (choice[2] & 8) result.appearance.contrast = Contrast::increased;
+    if (choice[2] & 16) result.appearance.transparency = Transparency::reduced;
+    if (choice[2] & 32) result.appearance.redaction = Redaction::placeholder;
     if (choice[2] & 64) result.tint = "#3366CC";
     if (choice[3] > 0) result.size = Size{1.0 + choice[3], 256.0 - choice[3]};
     return result;
@@ -56,6 +60,10 @@ void look(const std::string& picture, DrawingFormat format) {
                 require(static_cast<unsigned char>(c) >= 0x20 || c == '\n' || c == '\t', "an SVG is XML");
             break;
         case DrawingFormat::tree: platform::JSONSerialization::JSONObjectWithData(picture); break;
+        case DrawingFormat::text:
+            require(platform::isValidUTF8(picture), "a text is UTF-8");
+            require(picture.ends_with('\n'), "a text is whole");
+            break;
     }
 }
 

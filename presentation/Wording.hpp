@@ -58,6 +58,8 @@ struct Wording {
     static constexpr std::string_view sampleShopName = "Shop Name";
     static constexpr std::string_view samplePrimary = "primary";
     static constexpr std::string_view sampleSecondary = "secondary";
+    /// Said of it, and of whatever is redacted.
+    static constexpr std::string_view notYetKnown = "Not yet known";
 };
 
 }  // namespace presentation

@@ -4,16 +4,15 @@
 
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <sstream>
 
 #include "platform/Bundle/Bundle.hpp"
-#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/CommandLine/Command.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "sandbox/Error.hpp"
 #include "sandbox/EventLogReader.hpp"
@@ -155,61 +154,49 @@ void orFail(Action action) {
     }
 }
 
-const std::map<std::string, Refusal> refusals = {{"401", Refusal::status401},
-                                                 {"error", Refusal::graphQLError}};
-const std::map<std::string, FaultScope> scopes = {{"graphql", FaultScope::graphql},
-                                                  {"produce", FaultScope::produce},
-                                                  {"pictures", FaultScope::pictures},
-                                                  {"all", FaultScope::all}};
-const std::map<std::string, Redirection> redirections = {
-    {"loop", Redirection::loop}, {"once", Redirection::once}, {"cross-origin", Redirection::crossOrigin}};
+template <typename Value, std::size_t count>
+using Choices = std::array<std::pair<const char*, Value>, count>;
 
-/// Shows the names alone in the help, without what stands for them.
-template <typename Value>
-CLI::Validator oneOf(const std::map<std::string, Value>& values) {
-    std::string names;
-    for (const auto& [name, value] : values) names += (names.empty() ? "" : "|") + name;
-    return CLI::CheckedTransformer(values).description(names);
-}
+constexpr Choices<Refusal, 2> refusals = {{{"401", Refusal::status401}, {"error", Refusal::graphQLError}}};
+constexpr Choices<FaultScope, 4> scopes = {{{"all", FaultScope::all},
+                                            {"graphql", FaultScope::graphql},
+                                            {"pictures", FaultScope::pictures},
+                                            {"produce", FaultScope::produce}}};
+constexpr Choices<Redirection, 3> redirections = {
+    {{"cross-origin", Redirection::crossOrigin}, {"loop", Redirection::loop}, {"once", Redirection::once}}};
 
-void addFaults(CLI::App& app, Options& options) {
+void addFaults(const platform::Command& app, Options& options) {
     sandbox::Faults& faults = options.sandbox.faults;
     const std::string group = "Faults";
-    app.add_option("--faults-on", faults.scope,
-                   "Whose replies the faults touch: graphql (default), produce, "
-                   "pictures or all")
-        ->transform(oneOf(scopes))
-        ->group(group);
-    app.add_option("--faults-first", faults.count, "Touch only the first N requests")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("N")
-        ->group(group);
-    app.add_option("--delay", options.delay, "Wait before each reply")
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("MS")
-        ->group(group);
-    app.add_option("--status", faults.status, "Reply with this status; the body stays")
-        ->check(CLI::Range(200, 599))
-        ->type_name("CODE")
-        ->group(group);
-    app.add_option("--redirect", faults.redirection, "Redirect: loop, once, or cross-origin")
-        ->transform(oneOf(redirections))
-        ->group(group);
-    app.add_option("--redirect-status", faults.redirectionStatus, "302 (default), 301, 303, 307 or 308")
-        ->check(CLI::IsMember({301, 302, 303, 307, 308}))
-        ->group(group);
-    app.add_flag("--gzip", options.compresses, "Compress what is sent to clients that accept it")
-        ->group(group);
-    app.add_option("--pad", options.padding, "Put so many MiB of blanks behind each body")
-        ->check(CLI::Range(0, 1024))
-        ->type_name("MIB")
-        ->group(group);
-    app.add_flag("--close-between", options.closesUnannounced, "Close after each reply without saying so")
-        ->group(group);
+    app.choice("--faults-on", faults.scope, scopes,
+               "Whose replies the faults touch: graphql (default), produce, "
+               "pictures or all")
+        .inGroup(group);
+    app.option("--faults-first", faults.count, "Touch only the first N requests")
+        .notNegative()
+        .named("N")
+        .inGroup(group);
+    app.option("--delay", options.delay, "Wait before each reply").notNegative().named("MS").inGroup(group);
+    app.option("--status", faults.status, "Reply with this status; the body stays")
+        .within(200, 599)
+        .named("CODE")
+        .inGroup(group);
+    app.choice("--redirect", faults.redirection, redirections, "Redirect: loop, once, or cross-origin")
+        .inGroup(group);
+    app.option("--redirect-status", faults.redirectionStatus, "302 (default), 301, 303, 307 or 308")
+        .oneOf(std::vector<int>{301, 302, 303, 307, 308})
+        .inGroup(group);
+    app.flag("--gzip", options.compresses, "Compress what is sent to clients that accept it").inGroup(group);
+    app.option("--pad", options.padding, "Put so many MiB of blanks behind each body")
+        .within(0, 1024)
+        .named("MIB")
+        .inGroup(group);
+    app.flag("--close-between", options.closesUnannounced, "Close after each reply without saying so")
+        .inGroup(group);
     const auto addManner = [&](const char* name, Manner manner, const char* description) {
-        app.add_flag_callback(
+        app.flag(
                name, [&faults, manner] { faults.manner = manner; }, description)
-            ->group(group);
+            .inGroup(group);
     };
     addManner("--drop", Manner::dropped, "Close in the middle of each body");
     addManner("--truncate", Manner::truncated, "Send half of each body as if it were all");
@@ -218,41 +205,38 @@ void addFaults(CLI::App& app, Options& options) {
     addManner("--reset", Manner::reset, "Reset the connection instead of answering");
 }
 
-void addServing(CLI::App& app, Options& options) {
-    app.add_option("--bundle", options.bundleFolder,
-                   "Where to write a bundle whose event collector is this sandbox, for VELA_BUNDLE");
-    app.add_option("--port", options.sandbox.port, "Port on 127.0.0.1; 0 (default) takes a free one");
-    app.add_option("--scenario", options.sandbox.scenario, "Scenario: a name or a file (default: everyday)");
-    app.add_option("--ready-file", options.readyFile, "Where to write the base URL once it is served");
-    app.add_option("--unauthorized", options.sandbox.refusal,
-                   "How a bad credential is refused: with status 401 (default) or a GraphQL error")
-        ->transform(oneOf(refusals));
-    app.add_flag("--tls", options.usesTLS, "Serve https, with a certificate made for this run");
-    app.add_option("--ca-file", options.caFile, "Where to write what an https client must trust");
-    app.add_option("--ca-folder", options.caFolder, "The same, as a folder of trusted certificates");
-    app.add_option("--stop-after", options.longestLife, "End by itself")
-        ->check(CLI::PositiveNumber)
-        ->type_name("SECONDS");
-    app.add_flag("--stop-with-parent", options.sandbox.endsWithParent,
-                 "End when the process that started it ends");
-    app.add_flag("--print-credentials", options.printsCredentials,
-                 "Print what a sample person signs in with, and end");
+void addServing(const platform::Command& app, Options& options) {
+    app.option("--bundle", options.bundleFolder,
+               "Where to write a bundle whose event collector is this sandbox, for VELA_BUNDLE");
+    app.option("--port", options.sandbox.port, "Port on 127.0.0.1; 0 (default) takes a free one");
+    app.option("--scenario", options.sandbox.scenario, "Scenario: a name or a file (default: everyday)");
+    app.option("--ready-file", options.readyFile, "Where to write the base URL once it is served");
+    app.choice("--unauthorized", options.sandbox.refusal, refusals,
+               "How a bad credential is refused: with status 401 (default) or a GraphQL error");
+    app.flag("--tls", options.usesTLS, "Serve https, with a certificate made for this run");
+    app.option("--ca-file", options.caFile, "Where to write what an https client must trust");
+    app.option("--ca-folder", options.caFolder, "The same, as a folder of trusted certificates");
+    app.option("--stop-after", options.longestLife, "End by itself").positive().named("SECONDS");
+    app.flag("--stop-with-parent", options.sandbox.endsWithParent,
+             "End when the process that started it ends");
+    app.flag("--print-credentials", options.printsCredentials,
+             "Print what a sample person signs in with, and end");
 }
 
-void addEvents(CLI::App& app, Options& options) {
-    auto* command = app.add_subcommand("events", "Print the log of a running sandbox as JSON");
-    command->add_option("--url", options.url, "Its base URL (default: that of --ready-file, else BASE_URL)");
-    command->add_option("--ready-file", options.readyFile, "The file that holds its base URL");
-    command->add_option("--ca-file", options.caFile, "What to trust, if it serves https");
-    command->footer("Example:\n  vela-sandbox events --ready-file ready");
-    command->callback([&options] { orFail([&options] { printEvents(options); }); });
+void addEvents(const platform::Command& app, Options& options) {
+    const auto command = app.subcommand("events", "Print the log of a running sandbox as JSON");
+    command.option("--url", options.url, "Its base URL (default: that of --ready-file, else BASE_URL)");
+    command.option("--ready-file", options.readyFile, "The file that holds its base URL");
+    command.option("--ca-file", options.caFile, "What to trust, if it serves https");
+    command.footer("Example:\n  vela-sandbox events --ready-file ready");
+    command.action([&options] { orFail([&options] { printEvents(options); }); });
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
-    CLI::App app("A local account server and event collector with sample people.", "vela-sandbox");
-    app.set_version_flag("--version", VELA_VERSION);
+    platform::CommandLine app("vela-sandbox",
+                              "A local account server and event collector with sample people.", VELA_VERSION);
     app.footer(
         "Example:\n"
         "  vela-sandbox --scenario everyday --ready-file ready &\n"
@@ -262,10 +246,9 @@ int main(int count, char** arguments) {
     addServing(app, options);
     addFaults(app, options);
     addEvents(app, options);
-    app.final_callback([&] {
-        if (!app.get_subcommands().empty()) return;
+    app.actionWithoutSubcommand([&] {
         if (options.printsCredentials) return printCredentials();
         orFail([&options] { serve(options); });
     });
-    return platform::runCommandLine(app, count, arguments);
+    return app.run(count, arguments);
 }

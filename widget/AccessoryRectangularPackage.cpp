@@ -14,8 +14,7 @@ View AccessoryRectangularPackage::body(const ViewEnvironment& environment) const
     constexpr double barHeight = 3;
     const presentation::StatusPair status = package.statusText();
     const View icon = appIcon(environment.colorScheme).padding(EdgeInsets::vertical(2));
-    const View bar =
-        progressBar(package, environment.colorScheme, barHeight, Color::primary()).padding({.top = 4});
+    const View bar = progressBar(package, environment, barHeight, Color::primary()).padding({.top = 4});
     const View primary =
         StyledText{status.primary, Color::primary(), std::nullopt, TextStyle::subheadline}.body();
 

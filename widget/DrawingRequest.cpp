@@ -9,6 +9,7 @@ std::string_view name(DrawingFormat format) {
         case DrawingFormat::png: return "png";
         case DrawingFormat::svg: return "svg";
         case DrawingFormat::tree: return "tree";
+        case DrawingFormat::text: return "text";
     }
     return "";
 }
@@ -41,6 +42,11 @@ drawing::Size DrawingRequest::smallestSize(platform::WidgetFamily family) {
         case platform::WidgetFamily::other: return {158, 146};
     }
     return {};
+}
+
+bool DrawingRequest::isTint(std::string_view text) {
+    return text.size() == 7 && text.front() == '#' &&
+           text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string_view::npos;
 }
 
 bool DrawingRequest::isWithinBounds(drawing::Size size, double scale) {

@@ -11,13 +11,15 @@
 #include <string_view>
 
 #include "drawing/Image/ColorScheme.hpp"
+#include "drawing/Views/Appearance.hpp"
 #include "drawing/Views/Geometry.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
 #include "widget/SimpleEntry.hpp"
 
 namespace widget {
 
-enum class DrawingFormat { png, svg, tree };
+/// `text` says what is drawn: a line for each package or text, in the order in which they are seen.
+enum class DrawingFormat { png, svg, tree, text };
 std::string_view name(DrawingFormat format);
 std::string_view name(drawing::ColorScheme colorScheme);
 
@@ -31,12 +33,16 @@ struct DrawingRequest {
     static constexpr double mostPixels = 16e6;
     /// Whether a drawing of that size, in points, at that scale stays within the bounds.
     static bool isWithinBounds(drawing::Size size, double scale);
+    /// Whether it is "#RRGGBB".
+    static bool isTint(std::string_view text);
     /// In points: what holds the widget's own words whole, as a host that chooses sizes should grant.
     static drawing::Size smallestSize(platform::WidgetFamily family);
 
     SimpleEntry entry;
     platform::WidgetFamily family;
     drawing::ColorScheme colorScheme = drawing::ColorScheme::light;
+    /// Its direction is the extension's to choose, by the person's languages.
+    drawing::Appearance appearance = {};
     /// In points; absent is the family's own size.
     std::optional<drawing::Size> size = std::nullopt;
     /// Pixels to a point, 1 to 4.

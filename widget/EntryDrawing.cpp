@@ -2,21 +2,26 @@
 
 #include "widget/EntryDrawing.hpp"
 
+#include <algorithm>
+#include <array>
 #include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
 
 #include "drawing/Image/AssetCatalogue.hpp"
+#include "drawing/Image/ContrastRatio.hpp"
 #include "drawing/Layout/DisplayList.hpp"
 #include "drawing/Painters/CairoPainter.hpp"
 #include "drawing/Painters/DisplayListJSON.hpp"
 #include "drawing/Painters/Ink.hpp"
 #include "drawing/Painters/PangoTextMeasurer.hpp"
+#include "drawing/Painters/Redaction.hpp"
 #include "drawing/Painters/SVGPainter.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
 #include "platform/Bundle/Bundle.hpp"
 #include "presentation/Wording.hpp"
+#include "widget/Ground.hpp"
 #include "widget/NetworkPictures.hpp"
 #include "widget/PictureMemory.hpp"
 #include "widget/TrackingWidgetEntryView.hpp"
@@ -46,6 +51,13 @@ Surface surface(platform::WidgetFamily family) {
     return Surface::homeScreen;
 }
 
+/// On a ground of its own, as far as the words keep the room that they need.
+double marginOnLockScreen(platform::WidgetFamily family, Size size) {
+    const double wanted = family == platform::WidgetFamily::accessoryInline ? 3 : 6;
+    const Size least = DrawingRequest::smallestSize(family);
+    return std::clamp(std::min(size.width - least.width, size.height - least.height) / 2, 0.0, wanted);
+}
+
 WidgetContainer container(const DrawingRequest& request) {
     WidgetContainer container{request.family, request.colorScheme,
                               request.size.value_or(referenceSize(request.family))};
@@ -55,15 +67,36 @@ WidgetContainer container(const DrawingRequest& request) {
             container.cornerRadius = 22;
             container.contentMargin = 16;
             break;
-        case Surface::lockScreen: container.background = WidgetContainer::Background::removed; break;
+        case Surface::lockScreen:
+            if (request.appearance.transparency == Transparency::reduced) {
+                container.cornerRadius = 10;
+                container.contentMargin = marginOnLockScreen(request.family, container.size);
+            } else {
+                container.background = WidgetContainer::Background::removed;
+            }
+            break;
     }
     return container;
 }
 
-std::optional<RGBA> tint(const DrawingRequest& request) {
-    if (surface(request.family) == Surface::homeScreen) return std::nullopt;
-    const std::optional<RGBA> given = request.tint ? colorWithHexadecimal(*request.tint) : std::nullopt;
-    return given ? given : Color::primary().resolved(request.colorScheme, AssetCatalogue::main());
+/// Whether even the quiet words read well on a ground of their own, and what is done on its track, as
+/// WCAG 2.2 counts in its criteria 1.4.3, 1.4.6 and 1.4.11.
+bool readsWell(const Ink& ink, ColorScheme colorScheme) {
+    const bool isIncreased = ink.contrast == Contrast::increased;
+    const std::optional<RGBA> words = ink.color(Color::asset("TextTertiaryColor"), colorScheme);
+    const std::optional<RGBA> track = ink.color(Color::asset("ProgressBarBackgroundColor"), colorScheme);
+    const std::optional<RGBA> done = ink.color(Color::primary(), colorScheme);
+    if (!words || !track || !done || (isIncreased && contrastRatio(*done, *track) < 3)) return false;
+    const Ground behind = ground(colorScheme);
+    return std::ranges::all_of(std::array{behind.top, behind.bottom}, [&](RGBA color) {
+        return contrastRatio(*words, color) >= (isIncreased ? 7 : 4.5) &&
+               contrastRatio(*track, color) >= (isIncreased ? 4.5 : 3);
+    });
+}
+
+bool showsPictures(const DrawingRequest& request) {
+    return request.format != DrawingFormat::text && request.appearance.redaction == Redaction::none &&
+           namesPictures(request.entry);
 }
 
 /// Every picture is its placeholder.
@@ -126,6 +159,12 @@ Measurers& measurers() {
     return *measurers;
 }
 
+std::string spokenLines(const DisplayList& list) {
+    std::string lines;
+    for (const SpokenPart& part : list.spoken) lines += part.words + '\n';
+    return lines;
+}
+
 /// A widget is never opaque: its corners are cut, or it has no ground. A band at a time, since the whole
 /// would be several megabytes.
 std::string paintedPNG(const DisplayList& list, double scale, const Ink& ink,
@@ -151,23 +190,45 @@ Size referenceSize(platform::WidgetFamily family) {
     return {};
 }
 
+Ink ink(const DrawingRequest& request) {
+    Ink ink{AssetCatalogue::main()};
+    ink.contrast = request.appearance.contrast;
+    if (request.appearance.transparency == Transparency::reduced)
+        ink.ground = ground(request.colorScheme).middle;
+    if (surface(request.family) == Surface::homeScreen) return ink;
+    if (request.tint) ink.tint = colorWithHexadecimal(*request.tint);
+    // A tint is the host's, for what is behind the widget there.
+    if (!ink.tint || (ink.ground && !readsWell(ink, request.colorScheme)))
+        ink.tint = Color::primary().resolved(request.colorScheme, ink.catalogue, ink.contrast);
+    return ink;
+}
+
+DisplayList displayList(const DrawingRequest& request, ScaledPictures& pictures,
+                        const TextMeasurer& measurer) {
+    const View view = TrackingWidgetEntryView{request.entry}.body(
+        {request.family, request.colorScheme, pictures, request.appearance});
+    DisplayList list = drawing::displayList(view, container(request), measurer);
+    switch (request.appearance.redaction) {
+        case Redaction::none: return list;
+        case Redaction::placeholder: return redacted(std::move(list), request.scale, measurer);
+    }
+    return list;
+}
+
 std::string draw(const DrawingRequest& request, PictureLoader& loader) {
-    ScaledPictures pictures(loader, request.scale);
+    NoPictures none;
+    ScaledPictures pictures(showsPictures(request) ? loader : none, request.scale);
     const Measurers::Loan measurer(measurers());
-    const auto laidOut = [&] {
-        const View view =
-            TrackingWidgetEntryView{request.entry}.body({request.family, request.colorScheme, pictures});
-        return displayList(view, container(request), *measurer);
-    };
+    const auto laidOut = [&] { return displayList(request, pictures, *measurer); };
     // Which pictures are shown is known once the rows have their places, whether or not they have come.
-    if (namesPictures(request.entry)) pictures.readTogether(laidOut);
+    if (showsPictures(request)) pictures.readTogether(laidOut);
     const DisplayList list = laidOut();
-    const Ink ink{AssetCatalogue::main(), tint(request)};
     switch (request.format) {
-        case DrawingFormat::png: return paintedPNG(list, request.scale, ink, *measurer);
+        case DrawingFormat::png: return paintedPNG(list, request.scale, ink(request), *measurer);
         case DrawingFormat::svg:
-            return paintedSVG(list, std::string(presentation::Wording::widgetName), ink, *measurer);
+            return paintedSVG(list, std::string(presentation::Wording::widgetName), ink(request), *measurer);
         case DrawingFormat::tree: return displayListJSON(list);
+        case DrawingFormat::text: return spokenLines(list);
     }
     return {};
 }

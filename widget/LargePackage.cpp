@@ -5,6 +5,7 @@
 #include <array>
 #include <vector>
 
+#include "presentation/SpokenPackage.hpp"
 #include "widget/AppIcon.hpp"
 #include "widget/NetworkImage.hpp"
 #include "widget/PackageBody.hpp"
@@ -42,9 +43,10 @@ View single(const presentation::Package& package, const ViewEnvironment& environ
                              cover,
                              name.padding({.top = 12}),
                              statusLines(package, setting),
-                             progressBar(package, environment.colorScheme).padding({.top = 10}),
+                             progressBar(package, environment).padding({.top = 10}),
                          })
-        .link(package.deepLinkingUrl());
+        .link(package.deepLinkingUrl())
+        .spoken(presentation::spoken(package));
 }
 
 /// Each as in a widget of its own, of half the height.
@@ -55,9 +57,12 @@ View pair(const presentation::PackageList& packages, const ViewEnvironment& envi
     return verticalStack({.spacing = 14},
                          {
                              mediumBody(first, environment, size, setting, appIcon(environment.colorScheme))
-                                 .link(first.deepLinkingUrl()),
+                                 .link(first.deepLinkingUrl())
+                                 .spoken(presentation::spoken(first)),
                              dividingLine(),
-                             mediumBody(second, environment, size, setting).link(second.deepLinkingUrl()),
+                             mediumBody(second, environment, size, setting)
+                                 .link(second.deepLinkingUrl())
+                                 .spoken(presentation::spoken(second)),
                          });
 }
 
@@ -79,9 +84,11 @@ View rows(const presentation::PackageList& packages, const ViewEnvironment& envi
         const View icon = index == 0 ? appIcon(environment.colorScheme) : View();
         const auto body = [&](const StatusSetting& setting) {
             return verticalStack({.spacing = 8}, {packageRow(package, environment, setting, icon),
-                                                  progressBar(package, environment.colorScheme)});
+                                                  progressBar(package, environment)});
         };
-        return statusThatFits(rowSettings(package.statusText()), body).link(package.deepLinkingUrl());
+        return statusThatFits(rowSettings(package.statusText()), body)
+            .link(package.deepLinkingUrl())
+            .spoken(presentation::spoken(package));
     };
     // Close enough for four packages of one status line each; down to the lower margin in any case.
     return rowsThatFit({.spacing = 10, .widestSpacing = infinity, .divider = dividingLine()}, packages.size(),

@@ -19,7 +19,7 @@ View MediumPackage::body(const ViewEnvironment& environment) const {
     const auto low = [&](const StatusSetting& setting) {
         const View row = horizontalStack({.alignment = VerticalAlignment::top, .spacing = 10},
                                          {packageRow(package, environment, setting), icon});
-        const View bar = progressBar(package, environment.colorScheme).padding({.top = 10});
+        const View bar = progressBar(package, environment).padding({.top = 10});
         return verticalStack({.spacing = 0}, {row, spacer(), bar});
     };
 

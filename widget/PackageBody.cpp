@@ -3,6 +3,8 @@
 #include "widget/PackageBody.hpp"
 
 #include "drawing/Image/Lightness.hpp"
+#include "drawing/Painters/Redaction.hpp"
+#include "widget/Ground.hpp"
 #include "widget/NetworkImage.hpp"
 #include "widget/ProgressBar.hpp"
 #include "widget/StyledText.hpp"
@@ -27,7 +29,17 @@ std::optional<Color> plate(const Bitmap& bitmap, ColorScheme colorScheme) {
     return std::nullopt;
 }
 
+bool isRedacted(const ViewEnvironment& environment) {
+    return environment.appearance.redaction == Redaction::placeholder;
+}
+
+View block(double cornerRadius) {
+    return roundedRectangle(cornerRadius, Color::asset(redactedColorName));
+}
+
 View visible(const NetworkImage& image, const ViewEnvironment& environment) {
+    if (isRedacted(environment))
+        return block(NetworkImage::cornerRadius).frame({.width = image.imageSize, .height = image.imageSize});
     const View picture = image.body(environment.pictures);
     const auto bitmap = image.url ? environment.pictures.picture(*image.url, image.imageSize) : nullptr;
     const std::optional<Color> behind = bitmap ? plate(*bitmap, environment.colorScheme) : std::nullopt;
@@ -40,12 +52,18 @@ StyledText quiet(const std::string& words) {
 }
 
 /// The ground itself, in the middle of its gradient.
-Color ground(ColorScheme colorScheme) {
-    switch (colorScheme) {
-        case ColorScheme::dark: return Color::sRGB(26, 26, 27);
-        case ColorScheme::light: return Color::white();
+Color groundColor(ColorScheme colorScheme) {
+    return colorScheme == ColorScheme::dark ? Color::sRGB(ground(colorScheme).middle) : Color::white();
+}
+
+/// White text on the brand's colour keeps that too dark to stand out from the track, where more contrast is
+/// asked for.
+Color doneColor(const ViewEnvironment& environment) {
+    switch (environment.appearance.contrast) {
+        case Contrast::standard: return Color::asset("BrandColor");
+        case Contrast::increased: return Color::primary();
     }
-    return Color::white();
+    return Color::primary();
 }
 
 /// Between the mark on the end of what is done and the rest of the track.
@@ -54,7 +72,9 @@ View gap(double fraction, double height, ColorScheme colorScheme) {
     return geometryReader([=](Size offered) {
         const double begin = offered.width * fraction + height;
         if (begin + width > offered.width - height) return View();
-        return rectangle(ground(colorScheme)).frame({.width = width, .height = height}).offset({begin, 0});
+        return rectangle(groundColor(colorScheme))
+            .frame({.width = width, .height = height})
+            .offset({begin, 0});
     });
 }
 
@@ -130,7 +150,7 @@ View mediumBody(const presentation::Package& package, const ViewEnvironment& env
                                             statusLines(package, setting),
                                             productPicture(package, size, environment),
                                         });
-    const View bar = progressBar(package, environment.colorScheme).padding({.top = 10});
+    const View bar = progressBar(package, environment).padding({.top = 10});
     return verticalStack({.spacing = 0}, {header, spacer(), status, bar});
 }
 
@@ -156,17 +176,20 @@ View productPicture(const presentation::Package& package, WidgetImageSize size,
     return visible({url, points(size), "", ContentMode::fill, "Parcel"}, environment);
 }
 
-View progressBar(const presentation::Package& package, ColorScheme colorScheme, double height,
+View progressBar(const presentation::Package& package, const ViewEnvironment& environment, double height,
                  const Color& color) {
+    if (isRedacted(environment)) {
+        return block(height / 2).frame({.height = height}).padding({.bottom = height / 2});
+    }
     const float progress = package.progress();
     return ProgressBar{progress, height, color}
         .body()
-        .overlay(gap(progress, height, colorScheme))
+        .overlay(gap(progress, height, environment.colorScheme))
         .padding({.leading = progress > 0 ? 0 : height, .bottom = height / 2, .trailing = height});
 }
 
-View progressBar(const presentation::Package& package, ColorScheme colorScheme) {
-    return progressBar(package, colorScheme, 4, Color::asset("BrandColor"));
+View progressBar(const presentation::Package& package, const ViewEnvironment& environment) {
+    return progressBar(package, environment, 4, doneColor(environment));
 }
 
 }  // namespace widget

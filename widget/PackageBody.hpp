@@ -72,8 +72,8 @@ drawing::View productPicture(const presentation::Package& package, WidgetImageSi
 
 /// Flush with the margins: its markers, which reach out from the ends of the bar, stay within. A gap parts
 /// what is done from what is left: both read well on the ground (3:1), as they could not on each other.
-drawing::View progressBar(const presentation::Package& package, drawing::ColorScheme colorScheme);
-drawing::View progressBar(const presentation::Package& package, drawing::ColorScheme colorScheme,
+drawing::View progressBar(const presentation::Package& package, const ViewEnvironment& environment);
+drawing::View progressBar(const presentation::Package& package, const ViewEnvironment& environment,
                           double height, const drawing::Color& color);
 
 }  // namespace widget

@@ -52,8 +52,7 @@ View SmallPackage::body(const ViewEnvironment& environment) const {
         if (arrangement.name == Name::shown) rows.push_back(footnote(package.shopName()));
         rows.push_back(primaryLine(status, setting));
         if (arrangement.secondary == Secondary::shown) rows.push_back(secondaryLine(status, setting));
-        rows.push_back(
-            progressBar(package, environment.colorScheme).padding({.top = arrangement.air.belowWords}));
+        rows.push_back(progressBar(package, environment).padding({.top = arrangement.air.belowWords}));
         choices.push_back(
             verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, std::move(rows)));
     };

@@ -5,6 +5,7 @@
 // What views read from where they are shown. A plain value; the pictures must outlive it.
 
 #include "drawing/Image/ColorScheme.hpp"
+#include "drawing/Views/Appearance.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
 #include "widget/ScaledPictures.hpp"
 
@@ -14,6 +15,7 @@ struct ViewEnvironment {
     platform::WidgetFamily widgetFamily;
     drawing::ColorScheme colorScheme;
     ScaledPictures& pictures;
+    drawing::Appearance appearance = {};
 };
 
 }  // namespace widget

@@ -62,6 +62,11 @@ VectorImage vectorFrom(const json::value& value) {
     return image;
 }
 
+VectorImage inOneTone(VectorImage image) {
+    for (FilledPath& path : image.paths) path.fill.alpha = 255;
+    return image;
+}
+
 }  // namespace
 
 const AssetCatalogue& AssetCatalogue::main() {
@@ -93,40 +98,53 @@ void AssetCatalogue::open() {
     rastersBegin_ = sizeof begin + sizeof length + length;
 
     const json::value catalogue = json::parse(index);
-    for (const auto& [name, value] : catalogue.at("colors").as_object())
-        colors_[name] = {colorFrom(text(value.at("light"))), colorFrom(text(value.at("dark")))};
+    const auto schemesFrom = [](const json::value& value) {
+        return Schemes{colorFrom(text(value.at("light"))), colorFrom(text(value.at("dark")))};
+    };
+    for (const auto& [name, value] : catalogue.at("colors").as_object()) {
+        const json::value* increased = value.as_object().if_contains("highContrast");
+        colors_[name] = {schemesFrom(value), schemesFrom(increased ? *increased : value)};
+    }
     for (const auto& [name, value] : catalogue.at("images").as_object()) {
-        Image& image = images_[name];
-        image.vector = vectorFrom(value);
-        for (const auto& raster : value.at("rasters").as_array())
-            image.rasters.push_back({pixelSizeFrom(raster), raster.at("offset").to_number<std::uint64_t>()});
-        if (image.rasters.empty()) throw std::invalid_argument("a drawing without rasters");
+        const auto rastersFrom = [](const json::value& rasters) {
+            std::vector<Raster> list;
+            for (const auto& raster : rasters.as_array())
+                list.push_back({pixelSizeFrom(raster), raster.at("offset").to_number<std::uint64_t>()});
+            if (list.empty()) throw std::invalid_argument("a drawing without rasters");
+            return list;
+        };
+        const json::value* solid = value.as_object().if_contains("solidRasters");
+        const Variant asDrawn = {vectorFrom(value), rastersFrom(value.at("rasters"))};
+        images_[name] = {asDrawn, {inOneTone(asDrawn.vector), solid ? rastersFrom(*solid) : asDrawn.rasters}};
     }
 }
 
-std::optional<RGBA> AssetCatalogue::color(std::string_view name, ColorScheme scheme) const {
+std::optional<RGBA> AssetCatalogue::color(std::string_view name, ColorScheme scheme,
+                                          Contrast contrast) const {
     const auto found = colors_.find(name);
     if (found == colors_.end()) {
         noteMissing("colour", name);
         return {};
     }
-    return scheme == ColorScheme::dark ? found->second.dark : found->second.light;
+    const Schemes& schemes =
+        contrast == Contrast::increased ? found->second.increased : found->second.standard;
+    return scheme == ColorScheme::dark ? schemes.dark : schemes.light;
 }
 
-const VectorImage* AssetCatalogue::vector(std::string_view name) const {
-    const Image* image = find(name);
+const VectorImage* AssetCatalogue::vector(std::string_view name, Tones tones) const {
+    const Variant* image = find(name, tones);
     return image ? &image->vector : nullptr;
 }
 
 std::optional<Bitmap> AssetCatalogue::image(std::string_view name, int scale) const {
-    const Image* image = find(name);
+    const Variant* image = find(name, Tones::asDrawn);
     if (!image) return {};
     if (scale < 1 || scale > ImageBounds::wantedSide) return {};
     return this->image(name, PixelSize{int(image->vector.width * scale), int(image->vector.height * scale)});
 }
 
-std::optional<Bitmap> AssetCatalogue::image(std::string_view name, PixelSize wanted) const {
-    const Image* image = find(name);
+std::optional<Bitmap> AssetCatalogue::image(std::string_view name, PixelSize wanted, Tones tones) const {
+    const Variant* image = find(name, tones);
     if (!image || std::min(wanted.width, wanted.height) < 1 ||
         std::max(wanted.width, wanted.height) > ImageBounds::wantedSide)
         return {};
@@ -142,9 +160,9 @@ std::optional<Bitmap> AssetCatalogue::image(std::string_view name, PixelSize wan
     return bitmap->size == wanted ? std::move(bitmap) : resized(*bitmap, wanted);
 }
 
-const AssetCatalogue::Image* AssetCatalogue::find(std::string_view name) const {
+const AssetCatalogue::Variant* AssetCatalogue::find(std::string_view name, Tones tones) const {
     const auto found = images_.find(name);
-    if (found != images_.end()) return &found->second;
+    if (found != images_.end()) return tones == Tones::solid ? &found->second.solid : &found->second.asDrawn;
     noteMissing("image", name);
     return nullptr;
 }

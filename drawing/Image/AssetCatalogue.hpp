@@ -19,6 +19,7 @@
 
 #include "drawing/Image/Bitmap.hpp"
 #include "drawing/Image/ColorScheme.hpp"
+#include "drawing/Image/Contrast.hpp"
 
 namespace drawing {
 
@@ -48,6 +49,9 @@ struct VectorImage {
     friend bool operator==(const VectorImage&, const VectorImage&) = default;
 };
 
+/// Whether the parts of a drawing that let the ground through do so, or are as opaque as the others.
+enum class Tones { asDrawn, solid };
+
 class AssetCatalogue {
   public:
     static constexpr std::string_view fileName = "Assets.catalogue";
@@ -58,35 +62,45 @@ class AssetCatalogue {
 
     /// White text over "TextTertiaryColor" reads well (4.5:1) over its light value alone, and
     /// "TextTertiaryColor" text on the dark ground over its dark value alone: what fills with it beneath
-    /// white text asks for the light value in both schemes, as a view with its appearance pinned does.
-    std::optional<RGBA> color(std::string_view name, ColorScheme scheme) const;
+    /// white text asks for the light value in both schemes, as a view with its appearance pinned does. A
+    /// colour without values of its own for increased contrast has its usual ones.
+    std::optional<RGBA> color(std::string_view name, ColorScheme scheme,
+                              Contrast contrast = Contrast::standard) const;
 
     /// The drawing itself, for painters that keep vectors; lives as long as the catalogue.
-    const VectorImage* vector(std::string_view name) const;
+    const VectorImage* vector(std::string_view name, Tones tones = Tones::asDrawn) const;
 
     /// The drawing at its natural size in points, for a display of `scale` pixels to a point.
     std::optional<Bitmap> image(std::string_view name, int scale) const;
 
     /// The drawing at `wanted` pixels: a compiled raster of just that size, else the next larger one reduced,
     /// else the largest one enlarged. Sizes beyond `ImageBounds::wantedSide` give nothing.
-    std::optional<Bitmap> image(std::string_view name, PixelSize wanted) const;
+    std::optional<Bitmap> image(std::string_view name, PixelSize wanted, Tones tones = Tones::asDrawn) const;
 
   private:
-    struct Color {
+    struct Schemes {
         RGBA light;
         RGBA dark;
+    };
+    struct Color {
+        Schemes standard;
+        Schemes increased;
     };
     struct Raster {
         PixelSize size;
         std::uint64_t offset;  // from the first one's beginning
     };
-    struct Image {
+    struct Variant {
         VectorImage vector;
         std::vector<Raster> rasters;  // by growing width
     };
+    struct Image {
+        Variant asDrawn;
+        Variant solid;
+    };
 
     void open();
-    const Image* find(std::string_view name) const;
+    const Variant* find(std::string_view name, Tones tones) const;
     std::optional<Bitmap> read(const Raster& raster) const;
     void noteMissing(std::string_view kind, std::string_view name) const;
 

@@ -36,6 +36,7 @@ class Flattening {
 
     void visit(const Layout& layout, Rect frame, const element::Text& text) {
         if (text.words.empty()) return;
+        if (!isSpokenFor_) list_.spoken.push_back({grid_.snappedText(frame), text.words});
         const InheritedValues& inherited = layout.inherited;
         const TextStyle style = inherited.font.value_or(TextStyle::body);
         const FontWeight weight = inherited.fontWeight.value_or(metrics(style).weight);
@@ -76,6 +77,13 @@ class Flattening {
         children(layout, frame.origin);
         const bool isWhole = linked.reach == element::Reach::widget;
         list_.links.push_back({isWhole ? list_.container.frame : grid_.snapped(frame), linked.url});
+    }
+
+    void visit(const Layout& layout, Rect frame, const element::Spoken& spoken) {
+        const bool isOutermost = !std::exchange(isSpokenFor_, true);
+        if (isOutermost) list_.spoken.push_back({grid_.snapped(frame), spoken.words});
+        children(layout, frame.origin);
+        isSpokenFor_ = !isOutermost;
     }
 
     // These draw nothing of their own; their children stand where layout has placed them.
@@ -124,6 +132,7 @@ class Flattening {
     PixelGrid grid_;
     std::optional<Bar> bar_;
     std::vector<Shape> clips_;
+    bool isSpokenFor_ = false;
 };
 
 /// The background that a view or one around which it is wrapped has declared; nothing when none has.

@@ -67,6 +67,12 @@ struct DisplayLink {
     platform::URL url;
 };
 
+/// What is said of a part of the picture.
+struct SpokenPart {
+    Rect frame;
+    std::string words;
+};
+
 struct DisplayList {
     platform::WidgetFamily family;
     ColorScheme colorScheme;
@@ -74,6 +80,8 @@ struct DisplayList {
     Shape container;
     std::vector<DisplayItem> items = {};
     std::vector<DisplayLink> links = {};
+    /// In the order in which they are seen.
+    std::vector<SpokenPart> spoken = {};
 };
 
 /// The place that a host has for a widget.

@@ -301,6 +301,9 @@ class LayoutPass {
     Layout lay(const Question& question, const element::Linked& linked) {
         return around(question, linked.content);
     }
+    Layout lay(const Question& question, const element::Spoken& spoken) {
+        return around(question, spoken.content);
+    }
     Layout lay(const Question& question, const element::OnContainer& container) {
         return around(question, container.content);
     }

@@ -131,7 +131,7 @@ class CairoPainter {
         const std::unique_ptr<cairo_pattern_t, ReleasesPattern> pattern(
             cairo_pattern_create_linear(0, frame.top(), 0, frame.bottom()));
         for (std::size_t index = 0; index < gradient.stops.size(); ++index) {
-            const std::optional<RGBA> ink = ink_.color(gradient.stops[index], item.colorScheme);
+            const std::optional<RGBA> ink = ink_.gradientStop(gradient.stops[index], item.colorScheme);
             if (!ink) return;
             const double place =
                 gradient.stops.size() > 1

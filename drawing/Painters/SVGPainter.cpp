@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 #include <vector>
 
 #include "drawing/Painters/JoinedShapes.hpp"
@@ -111,16 +112,24 @@ bool holdsMiddle(const Rect& outer, const Rect& inner) {
     return x >= outer.left() && x <= outer.right() && y >= outer.top() && y <= outer.bottom();
 }
 
-/// Everything written within a part of the picture, as it would be read out.
-std::string wordsWithin(const DisplayList& list, const Rect& part) {
+/// Everything that is said of these parts of a picture, a sentence each.
+std::string sentences(const std::vector<SpokenPart>& parts) {
     std::string words;
-    for (const DisplayItem& item : list.items) {
-        const auto* text = std::get_if<TextItem>(&item.kind);
-        if (!text || !holdsMiddle(part, item.frame)) continue;
-        if (!words.empty()) words += ", ";
-        words += text->run.text;
+    for (const SpokenPart& part : parts) {
+        if (part.words.empty()) continue;
+        if (!words.empty()) words += words.ends_with('.') ? " " : ". ";
+        words += part.words;
     }
     return words;
+}
+
+/// What is said of the picture within a frame, else of a part around it.
+std::vector<SpokenPart> spokenOf(const std::vector<SpokenPart>& parts, const Rect& frame) {
+    std::vector<SpokenPart> found;
+    const auto add = [&](auto concerns) { std::ranges::copy_if(parts, std::back_inserter(found), concerns); };
+    add([&](const SpokenPart& part) { return holdsMiddle(frame, part.frame); });
+    if (found.empty()) add([&](const SpokenPart& part) { return holdsMiddle(part.frame, frame); });
+    return found;
 }
 
 /// What a browser would run or open as a page of its own making.
@@ -167,23 +176,32 @@ class SVGPainter {
 
     std::string document(std::string_view title) {
         forEachJoined(list_.items, [&](std::span<const DisplayItem> joined) { paint(joined); });
-        for (const DisplayLink& link : list_.links) paint(link);
+        std::vector<DisplayLink> links = list_.links;
+        std::erase_if(links, [](const DisplayLink& link) { return !isHarmless(link.url); });
 
         const Rect& frame = list_.container.frame;
         const std::string titleName = nameMark + std::string("title");
         const std::string descriptionName = nameMark + std::string("description");
         std::string container = "<g>";
         if (list_.container.cornerRadius > 0) container = "<g" + clipAttribute(list_.container) + ">";
+        // What can be opened is hidden within an image; the words of a group are those of its parts.
+        const bool isGroup = !links.empty();
+        std::string spoken;
+        for (const SpokenPart& part : list_.spoken) {
+            if (isGroup && isSpokenByNone(links, part)) spoken += spokenGroup(part);
+        }
+        for (const DisplayLink& link : links) spoken += linkOver(link);
+        const std::string_view described = isGroup ? "" : " ";
         return named(
             "<svg xmlns=\"http://www.w3.org/2000/svg\"" + attribute("width", frame.size.width) +
             attribute("height", frame.size.height) +
             attribute("viewBox", "0 0 " + number(frame.size.width) + " " + number(frame.size.height)) +
-            attribute("role", "group") + nameAttribute("aria-labelledby", titleName, " ", descriptionName) +
-            ">\n" + "<title" + nameAttribute("id", "", titleName, "") + ">" + escaped(title) +
-            "</title>\n" +  //
-            "<desc" + nameAttribute("id", "", descriptionName, "") + ">" +
-            escaped(wordsWithin(list_, frame)) + "</desc>\n" + "<defs>\n" + definitions_ + "</defs>\n" +
-            container + "\n" + body_ + "</g>\n</svg>\n");
+            attribute("role", isGroup ? "group" : "img") +
+            nameAttribute("aria-labelledby", titleName, described, isGroup ? "" : descriptionName) + ">\n" +
+            "<title" + nameAttribute("id", "", titleName, "") + ">" + escaped(title) + "</title>\n" +  //
+            "<desc" + nameAttribute("id", "", descriptionName, "") + ">" + escaped(sentences(list_.spoken)) +
+            "</desc>\n" + "<defs>\n" + definitions_ + "</defs>\n" + container +
+            "\n<g aria-hidden=\"true\">\n" + body_ + "</g>\n" + spoken + "</g>\n</svg>\n");
     }
 
   private:
@@ -211,11 +229,21 @@ class SVGPainter {
     }
 
     /// A link covers its frame, unseen.
-    void paint(const DisplayLink& link) {
-        if (!isHarmless(link.url)) return;
-        body_ += "<a" + attribute("href", link.url.absoluteString()) +
-                 attribute("aria-label", wordsWithin(list_, link.frame)) + "><rect" +
-                 frameAttributes(link.frame) + " fill-opacity=\"0\"/></a>\n";
+    std::string linkOver(const DisplayLink& link) const {
+        return "<a" + attribute("href", link.url.absoluteString()) +
+               attribute("aria-label", sentences(spokenOf(list_.spoken, link.frame))) + "><rect" +
+               frameAttributes(link.frame) + " fill=\"none\" pointer-events=\"all\"/></a>\n";
+    }
+
+    static bool isSpokenByNone(const std::vector<DisplayLink>& links, const SpokenPart& part) {
+        return std::ranges::none_of(links, [&](const DisplayLink& link) {
+            return holdsMiddle(link.frame, part.frame) || holdsMiddle(part.frame, link.frame);
+        });
+    }
+
+    static std::string spokenGroup(const SpokenPart& part) {
+        return "<g role=\"img\"" + attribute("aria-label", part.words) + "><rect" +
+               frameAttributes(part.frame) + " fill=\"none\"/></g>\n";
     }
 
     void drawAsOne(std::span<const DisplayItem> shapes) {
@@ -235,7 +263,7 @@ class SVGPainter {
         const std::string name = newName("gradient");
         std::string stops;
         for (std::size_t index = 0; index < gradient.stops.size(); ++index) {
-            const std::optional<RGBA> color = ink_.color(gradient.stops[index], item.colorScheme);
+            const std::optional<RGBA> color = ink_.gradientStop(gradient.stops[index], item.colorScheme);
             if (!color) return;
             const double place = static_cast<double>(index) /
                                  static_cast<double>(std::max<std::size_t>(1, gradient.stops.size() - 1));
@@ -288,7 +316,7 @@ class SVGPainter {
 
     void draw(const DisplayItem& item, const AssetItem& asset) {
         const Rect& frame = item.frame;
-        const VectorImage* drawing = ink_.catalogue.vector(asset.name);
+        const VectorImage* drawing = ink_.vector(asset.name);
         if (!drawing) return;
         const double factor =
             std::min(frame.size.width / drawing->width, frame.size.height / drawing->height);

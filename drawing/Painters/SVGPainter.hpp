@@ -2,8 +2,8 @@
 
 #pragma once
 
-// A display list as an SVG document: text stays text, links are links, and a title and a description speak
-// for the picture where it cannot be seen. A pure function of its arguments.
+// A display list as an SVG document: text stays text, links are links, and where the picture cannot be seen a
+// title and what is said of its parts speak for it, each part once. A pure function of its arguments.
 
 #include <string>
 #include <string_view>

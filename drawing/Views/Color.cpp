@@ -11,7 +11,13 @@ namespace drawing {
 namespace {
 
 constexpr RGBA primaryOnLight{28, 28, 30};
+constexpr RGBA primaryOnLightInFullContrast{0, 0, 0};
 constexpr RGBA primaryOnDark{255, 255, 255};
+
+RGBA primaryText(ColorScheme scheme, Contrast contrast) {
+    if (scheme == ColorScheme::dark) return primaryOnDark;
+    return contrast == Contrast::increased ? primaryOnLightInFullContrast : primaryOnLight;
+}
 
 }  // namespace
 
@@ -25,11 +31,13 @@ std::string Color::name() const {
     return {};
 }
 
-std::optional<RGBA> Color::resolved(ColorScheme scheme, const AssetCatalogue& catalogue) const {
-    if (const Asset* asset = std::get_if<Asset>(&source_)) return catalogue.color(asset->name, scheme);
+std::optional<RGBA> Color::resolved(ColorScheme scheme, const AssetCatalogue& catalogue,
+                                    Contrast contrast) const {
+    if (const Asset* asset = std::get_if<Asset>(&source_))
+        return catalogue.color(asset->name, scheme, contrast);
     if (const RGBA* components = std::get_if<RGBA>(&source_)) return *components;
     switch (std::get<Role>(source_)) {
-        case Role::primary: return scheme == ColorScheme::dark ? primaryOnDark : primaryOnLight;
+        case Role::primary: return primaryText(scheme, contrast);
         case Role::white: return RGBA{255, 255, 255};
     }
     return std::nullopt;

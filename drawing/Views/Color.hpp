@@ -13,6 +13,7 @@
 
 #include "drawing/Image/AssetCatalogue.hpp"
 #include "drawing/Image/ColorScheme.hpp"
+#include "drawing/Image/Contrast.hpp"
 
 namespace drawing {
 
@@ -24,14 +25,16 @@ class Color {
     static Color primary() { return Color(Role::primary); }
     static Color white() { return Color(Role::white); }
     static Color sRGB(std::uint8_t red, std::uint8_t green, std::uint8_t blue) {
-        return Color(RGBA{red, green, blue});
+        return sRGB(RGBA{red, green, blue});
     }
+    static Color sRGB(RGBA components) { return Color(components); }
 
     /// The asset's name, "primary", "white" or "#RRGGBB".
     std::string name() const;
 
     /// Nothing when the catalogue does not have the asset.
-    std::optional<RGBA> resolved(ColorScheme scheme, const AssetCatalogue& catalogue) const;
+    std::optional<RGBA> resolved(ColorScheme scheme, const AssetCatalogue& catalogue,
+                                 Contrast contrast = Contrast::standard) const;
 
     bool operator==(const Color&) const = default;
 

@@ -113,6 +113,10 @@ struct Linked {
     platform::URL url;
     Reach reach;
 };
+struct Spoken {
+    View content;
+    std::string words;
+};
 struct OnContainer {
     View content;
     View background;
@@ -129,8 +133,8 @@ struct Element {
                  element::RoundedRectangle, element::LinearGradient, element::Divider, element::Spacer,
                  element::Stack, element::RowsThatFit, element::ViewThatFits, element::LayeredStack,
                  element::GeometryReader, element::Framed, element::Padded, element::Offset, element::Layered,
-                 element::Clipped, element::AlignedToPixels, element::Linked, element::OnContainer,
-                 element::Inheriting>
+                 element::Clipped, element::AlignedToPixels, element::Linked, element::Spoken,
+                 element::OnContainer, element::Inheriting>
         kind;
 };
 

@@ -61,6 +61,9 @@ View View::widgetURL(platform::URL url) const {
 View View::containerBackground(View background) const {
     return viewOf(element::OnContainer{*this, std::move(background)});
 }
+View View::spoken(std::string words) const {
+    return viewOf(element::Spoken{*this, std::move(words)});
+}
 View View::font(TextStyle style) const {
     return viewOf(element::Inheriting{*this, {.font = style}});
 }

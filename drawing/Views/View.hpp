@@ -95,6 +95,9 @@ class View {
     /// What stands behind the whole widget where its host shows backgrounds.
     View containerBackground(View background) const;
 
+    /// What is said of this view and everything in it to who does not see it; a text says itself otherwise.
+    View spoken(std::string words) const;
+
     // What everything inside inherits until it says otherwise itself.
     View font(TextStyle style) const;
     View fontWeight(FontWeight weight) const;

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/companion/Companion.hpp"
-#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/CommandLine/Command.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/Log/StandardError.hpp"
@@ -105,14 +105,14 @@ struct Options {
     std::string link;
 };
 
-void addSignIn(CLI::App& app, Options& options) {
-    auto* command = app.add_subcommand("sign-in", "Store the token pair that standard input holds");
-    command->add_flag("--legacy", options.legacy, "Store it where older versions kept it");
-    command->add_option("--user-id", options.userId, "The signed-in person's id");
-    command->footer(
+void addSignIn(const platform::Command& app, Options& options) {
+    const auto command = app.subcommand("sign-in", "Store the token pair that standard input holds");
+    command.flag("--legacy", options.legacy, "Store it where older versions kept it");
+    command.option("--user-id", options.userId, "The signed-in person's id");
+    command.footer(
         "Standard input: {\"accessToken\": \"...\", \"refreshToken\": \"...\"}\n\n"
         "Example:\n  vela-sandbox --print-credentials | vela-companion sign-in --user-id 12345");
-    command->callback([&options] {
+    command.action([&options] {
         run([&options] {
             const auto location = options.legacy ? host::TokenLocation::legacy : host::TokenLocation::current;
             host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId, say);
@@ -120,16 +120,16 @@ void addSignIn(CLI::App& app, Options& options) {
     });
 }
 
-void addSignOut(CLI::App& app) {
-    auto* command = app.add_subcommand("sign-out", "Remove tokens, session and user id");
-    command->footer("Example:\n  vela-companion sign-out");
-    command->callback([] { run([] { host::signOut(say); }); });
+void addSignOut(const platform::Command& app) {
+    const auto command = app.subcommand("sign-out", "Remove tokens, session and user id");
+    command.footer("Example:\n  vela-companion sign-out");
+    command.action([] { run([] { host::signOut(say); }); });
 }
 
-void addStatus(CLI::App& app) {
-    auto* command = app.add_subcommand("status", "Say what is stored; never prints a token");
-    command->footer("Example:\n  vela-companion status");
-    command->callback([] {
+void addStatus(const platform::Command& app) {
+    const auto command = app.subcommand("status", "Say what is stored; never prints a token");
+    command.footer("Example:\n  vela-companion status");
+    command.action([] {
         runTelling([](Complaints& complaints) {
             const auto status = host::signInStatus();
             results().write(status.lines);
@@ -139,15 +139,15 @@ void addStatus(CLI::App& app) {
     });
 }
 
-void addDefaults(CLI::App& app, Options& options) {
-    auto* defaults = app.add_subcommand("defaults", "Read and write the shared defaults");
-    defaults->require_subcommand(1);
-    defaults->footer("Example:\n  vela-companion defaults write PONTAL_URL http://127.0.0.1:8080");
+void addDefaults(const platform::Command& app, Options& options) {
+    const auto defaults = app.subcommand("defaults", "Read and write the shared defaults");
+    defaults.requireSubcommand();
+    defaults.footer("Example:\n  vela-companion defaults write PONTAL_URL http://127.0.0.1:8080");
 
-    auto* read = defaults->add_subcommand("read", "Print a value; exits 1 when there is none");
-    read->add_option("KEY", options.key, "The value's key")->required();
-    read->footer("Example:\n  vela-companion defaults read PONTAL_URL");
-    read->callback([&options] {
+    const auto read = defaults.subcommand("read", "Print a value; exits 1 when there is none");
+    read.option("KEY", options.key, "The value's key").required();
+    read.footer("Example:\n  vela-companion defaults read PONTAL_URL");
+    read.action([&options] {
         run([&] {
             const auto text = host::defaultsText(options.key);
             if (!text) throw host::CompanionError("there is no value under " + options.key);
@@ -155,33 +155,32 @@ void addDefaults(CLI::App& app, Options& options) {
         });
     });
 
-    auto* write = defaults->add_subcommand("write", "Store a value");
-    write->add_option("KEY", options.key, "The value's key")->required();
-    write->add_option("VALUE", options.value, "The value; one that begins with a dash follows --")
-        ->required();
-    write->add_flag("--integer", options.integer, "Store a number, not a text");
-    write->footer(
+    const auto write = defaults.subcommand("write", "Store a value");
+    write.option("KEY", options.key, "The value's key").required();
+    write.option("VALUE", options.value, "The value; one that begins with a dash follows --").required();
+    write.flag("--integer", options.integer, "Store a number, not a text");
+    write.footer(
         "Example:\n  vela-companion defaults write userId 12345\n"
         "  vela-companion defaults write --integer count -- -7");
-    write->callback([&options] {
+    write.action([&options] {
         const auto value =
             options.integer ? host::integerValue(options.value) : boost::json::value(options.value);
-        if (!value) throw CLI::ValidationError("VALUE", "is not a 64-bit integer");
+        if (!value) platform::refuseArgument("VALUE", "is not a 64-bit integer");
         run([&] { host::writeDefaults(options.key, *value); });
     });
 
-    auto* remove = defaults->add_subcommand("delete", "Remove a value");
-    remove->add_option("KEY", options.key, "The value's key")->required();
-    remove->footer("Example:\n  vela-companion defaults delete PONTAL_URL");
-    remove->callback([&options] { run([&options] { host::deleteDefaults(options.key); }); });
+    const auto remove = defaults.subcommand("delete", "Remove a value");
+    remove.option("KEY", options.key, "The value's key").required();
+    remove.footer("Example:\n  vela-companion defaults delete PONTAL_URL");
+    remove.action([&options] { run([&options] { host::deleteDefaults(options.key); }); });
 }
 
-void addOpen(CLI::App& app, Options& options) {
-    auto* command = app.add_subcommand("open", "Open a link of the widget's in the browser");
-    command->add_option("URL", options.link, "The link")->required();
-    command->add_flag("--print", options.printOnly, "Print the page's address instead of opening it");
-    command->footer("Example:\n  vela-companion open velaapp://order/1234");
-    command->callback([&options] {
+void addOpen(const platform::Command& app, Options& options) {
+    const auto command = app.subcommand("open", "Open a link of the widget's in the browser");
+    command.option("URL", options.link, "The link").required();
+    command.flag("--print", options.printOnly, "Print the page's address instead of opening it");
+    command.footer("Example:\n  vela-companion open velaapp://order/1234");
+    command.action([&options] {
         run([&] {
             const auto link = platform::URL::parse(options.link);
             if (!link) throw host::CompanionError("this is no URL");
@@ -195,10 +194,10 @@ void addOpen(CLI::App& app, Options& options) {
 }
 
 int runProgram(int count, const char* const* arguments) {
-    CLI::App app("The companion's part for the widget: signing in and out, and its settings.",
-                 "vela-companion");
-    app.set_version_flag("--version", VELA_VERSION);
-    app.require_subcommand(1);
+    platform::CommandLine app("vela-companion",
+                              "The companion's part for the widget: signing in and out, and its settings.",
+                              VELA_VERSION);
+    app.requireSubcommand();
     app.footer("Example:\n  vela-sandbox --print-credentials | vela-companion sign-in");
 
     Options options;
@@ -207,7 +206,7 @@ int runProgram(int count, const char* const* arguments) {
     addStatus(app);
     addDefaults(app, options);
     addOpen(app, options);
-    return platform::runCommandLine(app, count, arguments, "sign-in");
+    return app.run(count, arguments, "sign-in");
 }
 
 }  // namespace

@@ -25,15 +25,16 @@ using widget::PictureReading;
 
 namespace {
 
-constexpr std::array formats = {DrawingFormat::png, DrawingFormat::svg, DrawingFormat::tree};
+constexpr std::array formats = {DrawingFormat::png, DrawingFormat::svg, DrawingFormat::tree,
+                                DrawingFormat::text};
 constexpr std::array colorSchemes = {ColorScheme::light, ColorScheme::dark};
 constexpr std::array pictureReadings = {PictureReading::allowed, PictureReading::placeholdersOnly};
 
-/// The one of `values` whose name stands under `key`, the first of them where there is none.
+/// The one of `values` whose name stands under `key`; `fallback` where there is none.
 template <typename Enumeration, std::size_t count>
 Enumeration named(const json::object& object, std::string_view key,
-                  const std::array<Enumeration, count>& values) {
-    const auto wanted = memberText(object, key, name(values.front()));
+                  const std::array<Enumeration, count>& values, Enumeration fallback = {}) {
+    const auto wanted = memberText(object, key, name(fallback));
     for (const auto value : values)
         if (name(value) == wanted) return value;
     throw ProtocolError(std::string(key) + " has a value that is not known");
@@ -53,7 +54,8 @@ double scaleIn(const json::object& object) {
 
 std::optional<drawing::Size> sizeIn(const json::object& object, double scale) {
     const auto* member = object.if_contains("size");
-    if (!member || !member->is_object()) return std::nullopt;
+    if (!member) return std::nullopt;
+    if (!member->is_object()) throw ProtocolError("size must be an object");
     const auto& given = member->get_object();
     const drawing::Size size = {memberNumber(given, "width", 0), memberNumber(given, "height", 0)};
     if (!DrawingRequest::isWithinBounds(size, scale)) throw ProtocolError("size is out of bounds");
@@ -69,9 +71,19 @@ std::optional<std::chrono::milliseconds> pictureBudgetIn(const json::object& obj
         static_cast<std::int64_t>(std::clamp(budget, 0.0, static_cast<double>(longest.count()))));
 }
 
+drawing::Appearance appearanceIn(const json::object& object) {
+    const drawing::Appearance usual;
+    return {.textSize = named(object, "textSize", drawing::allTextSizes, usual.textSize),
+            .contrast = named(object, "contrast", drawing::allContrasts, usual.contrast),
+            .transparency = named(object, "transparency", drawing::allTransparencies, usual.transparency),
+            .redaction = named(object, "redaction", drawing::allRedactions, usual.redaction)};
+}
+
 std::optional<std::string> tintIn(const json::object& object) {
     if (!object.contains("tint")) return std::nullopt;
-    return std::string(memberText(object, "tint", ""));
+    const auto text = memberText(object, "tint", "");
+    if (!DrawingRequest::isTint(text)) throw ProtocolError("tint must be #RRGGBB");
+    return std::string(text);
 }
 
 }  // namespace
@@ -83,6 +95,10 @@ json::object drawingRequestObject(const DrawingRequest& request) {
         {"scale", request.scale},
         {"format", name(request.format)},
         {"pictures", name(request.pictures)},
+        {"textSize", name(request.appearance.textSize)},
+        {"contrast", name(request.appearance.contrast)},
+        {"transparency", name(request.appearance.transparency)},
+        {"redaction", name(request.appearance.redaction)},
     };
     if (request.size) object["size"] = {{"width", request.size->width}, {"height", request.size->height}};
     if (request.tint) object["tint"] = *request.tint;
@@ -93,6 +109,7 @@ json::object drawingRequestObject(const DrawingRequest& request) {
 DrawingRequest drawingRequestFromObject(const json::object& object) {
     const auto& entry = entryIn(object);
     const auto colorScheme = named(object, "colorScheme", colorSchemes);
+    const auto appearance = appearanceIn(object);
     const auto format = named(object, "format", formats);
     const auto pictures = named(object, "pictures", pictureReadings);
     const auto scale = scaleIn(object);
@@ -103,6 +120,7 @@ DrawingRequest drawingRequestFromObject(const json::object& object) {
     return {.entry = entryFromValue(entry),
             .family = memberFamily(object),
             .colorScheme = colorScheme,
+            .appearance = appearance,
             .size = size,
             .scale = scale,
             .format = format,

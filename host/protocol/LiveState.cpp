@@ -34,6 +34,18 @@ std::optional<LiveTrouble> liveTrouble(std::string_view name) {
     return std::nullopt;
 }
 
+LiveTrouble troubleIn(const widget::FetchOutcome& outcome) {
+    switch (outcome.credentials.state) {
+        case widget::CredentialState::locked: return LiveTrouble::keychainLocked;
+        case widget::CredentialState::unreadable: return LiveTrouble::keychainUnreadable;
+        case widget::CredentialState::expired: return LiveTrouble::signInExpired;
+        case widget::CredentialState::none:
+        case widget::CredentialState::stored: break;
+    }
+    const bool isReached = outcome.server != widget::ServerContact::unreachable;
+    return isReached ? LiveTrouble::serverFailing : LiveTrouble::serverUnreachable;
+}
+
 std::string_view sentence(LiveTrouble trouble) {
     return troubleTable[static_cast<std::size_t>(trouble)].sentence;
 }

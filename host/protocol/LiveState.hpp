@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "platform/Date/Date.hpp"
+#include "widget/FetchOutcome.hpp"
 #include "widget/SimpleEntry.hpp"
 
 namespace host {
@@ -33,6 +34,8 @@ std::string_view name(LiveTrouble trouble);
 std::optional<LiveTrouble> liveTrouble(std::string_view name);
 /// For a person, without capital and full stop: "the server cannot be reached".
 std::string_view sentence(LiveTrouble trouble);
+/// What is wrong where a fetch gave no packages although something is stored to sign in with.
+LiveTrouble troubleIn(const widget::FetchOutcome& outcome);
 
 struct LiveState {
     /// A sign-in view only where nothing is stored that could be used: no tokens, or expired ones. The

@@ -23,8 +23,6 @@
 namespace host {
 
 namespace asio = boost::asio;
-using std::chrono::milliseconds;
-using std::chrono::steady_clock;
 using widget::DrawingFormat;
 using widget::DrawingRequest;
 
@@ -104,6 +102,7 @@ class Drawer {
                            drawing::ColorScheme colorScheme) const {
         DrawingRequest drawing = {.entry = entry, .family = family};
         drawing.colorScheme = colorScheme;
+        drawing.appearance = command_.appearance;
         drawing.size = command_.size;
         drawing.scale = command_.scale;
         drawing.format = command_.format;
@@ -117,6 +116,7 @@ class Drawer {
             case DrawingFormat::png: return bytes;
             case DrawingFormat::svg: return terminalSafeXML(bytes);
             case DrawingFormat::tree: return terminalSafeJSON(bytes);
+            case DrawingFormat::text: return terminalSafeLines(bytes);
         }
         return bytes;
     }

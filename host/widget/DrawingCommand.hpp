@@ -13,6 +13,7 @@
 
 #include "host/protocol/ExtensionRequest.hpp"
 #include "host/widget/ExtensionProcess.hpp"
+#include "widget/DrawingRequest.hpp"
 
 namespace host {
 
@@ -23,6 +24,7 @@ struct DrawingCommand {
     /// Empty: every family that the widget offers.
     std::vector<platform::WidgetFamily> families;
     std::vector<drawing::ColorScheme> colorSchemes;
+    drawing::Appearance appearance = {};
     /// A file with an entry, "-" for standard input, "placeholder", or nothing for a fresh snapshot.
     std::string entry = {};
     std::optional<drawing::Size> size = std::nullopt;

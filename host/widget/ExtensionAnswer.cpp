@@ -24,8 +24,14 @@ std::string_view beginning(widget::DrawingFormat format) {
         case widget::DrawingFormat::png: return "\x89PNG\r\n\x1a\n";
         case widget::DrawingFormat::svg: return "<";
         case widget::DrawingFormat::tree: return "{";
+        case widget::DrawingFormat::text: return "";
     }
     return "";
+}
+
+/// A text may begin in any way, and is of whole lines.
+std::string_view end(widget::DrawingFormat format) {
+    return format == widget::DrawingFormat::text ? "\n" : "";
 }
 
 }  // namespace
@@ -66,7 +72,7 @@ widget::Diagnosis diagnosisIn(const Message& answer) {
 }
 
 std::string drawingIn(Message answer, widget::DrawingFormat format) {
-    if (!answer.attachment.starts_with(beginning(format)))
+    if (!answer.attachment.starts_with(beginning(format)) || !answer.attachment.ends_with(end(format)))
         throw ExtensionError("the extension sent no drawing of the format asked for");
     return std::move(answer.attachment);
 }

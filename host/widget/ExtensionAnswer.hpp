@@ -25,7 +25,7 @@ widget::CredentialReport credentialsIn(const Message& answer);
 /// Whether the person wants to be told what happens.
 bool wantsNotificationsIn(const Message& answer);
 widget::Diagnosis diagnosisIn(const Message& answer);
-/// The bytes of a drawing, which begin as that format does.
+/// The bytes of a drawing, which begin and end as that format does.
 std::string drawingIn(Message answer, widget::DrawingFormat format);
 
 }  // namespace host

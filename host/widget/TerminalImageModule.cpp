@@ -110,11 +110,11 @@ PixelSize cellSize(const TerminalGeometry& geometry) {
             .height = std::max(geometry.pixelHeight / geometry.rows, 1)};
 }
 
-/// The cells that a picture takes, as large as the terminal has room for and no larger than it is.
+/// The cells that a picture takes: as many as the terminal has room for, and a widget should have.
 PixelSize cells(PixelSize picture, const TerminalGeometry& geometry, PixelSize cell) {
     const double widest = std::clamp(geometry.columns - 2 * margin, 1, mostColumns) * cell.width;
     const double highest = std::max(geometry.rows - margin, 1) * cell.height;
-    const double factor = std::min({widest / picture.width, highest / picture.height});
+    const double factor = std::min(widest / picture.width, highest / picture.height);
     return {.width = std::max(static_cast<int>(std::lround(picture.width * factor / cell.width)), 1),
             .height = std::max(static_cast<int>(std::lround(picture.height * factor / cell.height)), 1)};
 }

@@ -92,6 +92,16 @@ std::string terminalSafe(std::string_view text) {
     return safe;
 }
 
+std::string terminalSafeLines(std::string_view text) {
+    std::string safe;
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        safe.append(terminalSafe(text.substr(0, end))).append("\n");
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return safe;
+}
+
 std::string terminalSafeJSON(std::string_view json) {
     return withControlsEscaped(json, "\\u", "");
 }

@@ -14,6 +14,9 @@ namespace host {
 /// bidirectional overrides and isolates vanish, ill-formed UTF-8 becomes U+FFFD.
 std::string terminalSafe(std::string_view text);
 
+/// The same, of each line of a text.
+std::string terminalSafeLines(std::string_view text);
+
 /// JSON and XML that say the same with everything of that kind escaped: both let DEL, the C1 controls and
 /// bidirectional controls stand.
 std::string terminalSafeJSON(std::string_view json);

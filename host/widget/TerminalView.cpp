@@ -127,4 +127,10 @@ std::string terminalView(const widget::SimpleEntry& entry, const TerminalStyle& 
     return std::move(page).text();
 }
 
+std::string terminalView(const Package& package, const TerminalStyle& style) {
+    Page page(style);
+    StateWriter{page, style}.write(package);
+    return std::move(page).text();
+}
+
 }  // namespace host

@@ -14,6 +14,8 @@
 namespace host {
 
 std::string terminalView(const widget::SimpleEntry& entry, const TerminalStyle& style);
+/// One package's lines.
+std::string terminalView(const presentation::Package& package, const TerminalStyle& style);
 
 /// `fraction` (0 to 1) of `cells` columns, in eighths of a block.
 std::string blockProgressBar(float fraction, std::size_t cells, const TerminalStyle& style);

@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cmath>
@@ -14,16 +15,23 @@
 #include <system_error>
 
 #include "host/protocol/EntryCoding.hpp"
+#include "host/widget/Bar/BarCommand.hpp"
 #include "host/widget/DrawingCommand.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/Live/RunCommand.hpp"
 #include "host/widget/OneShotHost.hpp"
+#include "host/widget/Readers/LinkOpener.hpp"
 #include "host/widget/Readers/ShowLive.hpp"
+#include "host/widget/SignedOutReason.hpp"
+#include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
-#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/CommandLine/Command.hpp"
+#include "platform/CommandLine/Words.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/LinuxSystemEvents.hpp"
@@ -51,9 +59,10 @@ void printTimeline(const Message& message) {
 }
 
 void showEntry(const Message& message) {
-    const auto timeline = host::timelineIn(message);
-    host::writeToStandardOutput(
-        host::terminalView(timeline.entries.front(), host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
+    const auto entry = host::timelineIn(message).entries.front();
+    host::writeToStandardOutput(host::terminalView(entry, host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
+    const auto reason = host::whySignedOut(entry, host::outcomeIn(message));
+    if (!reason.empty()) platform::printError("vela-widget", reason);
 }
 
 [[noreturn]] void run(const host::OneShotRequest& request) {
@@ -68,29 +77,70 @@ struct Options {
     }
 };
 
-void addEntryCommand(CLI::App& app, Options& options, const char* name, const char* description,
-                     ExtensionRequest::Kind kind, void (*present)(const Message&)) {
-    auto* command = app.add_subcommand(name, description);
-    command->add_option("--family", options.family, "The family the entry is for")
-        ->check(CLI::IsMember(platform::familyNames()))
-        ->capture_default_str();
-    command->footer(std::string("Example:\n  vela-widget ") + name + " --family systemSmall");
-    command->callback(
+void addEntryCommand(const platform::Command& app, Options& options, const char* name,
+                     const char* description, ExtensionRequest::Kind kind, void (*present)(const Message&)) {
+    const auto command = app.subcommand(name, description);
+    command.option("--family", options.family, "The family the entry is for")
+        .oneOf(platform::familyNames())
+        .showsDefault();
+    command.footer(std::string("Example:\n  vela-widget ") + name + " --family systemSmall");
+    command.action(
         [&options, kind, present] { run({.request = options.request(kind), .present = present}); });
 }
 
-void addDeclarationCommand(CLI::App& app, const Options& options) {
-    auto* command = app.add_subcommand("declaration", "Print what the widget declares to a host, as JSON");
-    command->footer("Example:\n  vela-widget declaration");
-    command->callback([&options] {
+void addDeclarationCommand(const platform::Command& app, const Options& options) {
+    const auto command = app.subcommand("declaration", "Print what the widget declares to a host, as JSON");
+    command.footer("Example:\n  vela-widget declaration");
+    command.action([&options] {
         run({.request = options.request(ExtensionRequest::Kind::declaration), .present = printDeclaration});
     });
+}
+
+template <typename Values>
+auto valueNamed(const std::string& text, const Values& values) {
+    return *std::ranges::find_if(values, [&](const auto value) { return name(value) == text; });
+}
+
+/// How a person has drawings, as the command line has it.
+struct AppearanceOptions {
+    std::string contrast = "standard";
+    std::string transparency = "standard";
+    bool redacted = false;
+
+    drawing::Appearance appearance() const {
+        return {.contrast = valueNamed(contrast, drawing::allContrasts),
+                .transparency = valueNamed(transparency, drawing::allTransparencies),
+                .redaction = redacted ? drawing::Redaction::placeholder : drawing::Redaction::none};
+    }
+};
+
+template <typename Values>
+std::vector<std::string> namesOf(const Values& values) {
+    std::vector<std::string> names;
+    for (const auto value : values) names.emplace_back(name(value));
+    return names;
+}
+
+/// `prefix` begins what the help says of each.
+std::vector<platform::Option> addAppearanceOptions(const platform::Command& command,
+                                                   AppearanceOptions& options,
+                                                   const std::string& prefix = "") {
+    const auto add = [&](const char* option, std::string& value, const std::string& description,
+                         const auto& values) {
+        return command.option(option, value, prefix + description).oneOf(namesOf(values)).showsDefault();
+    };
+    return {add("--contrast", options.contrast, "standard, or increased: everything stands out more",
+                drawing::allContrasts),
+            add("--transparency", options.transparency,
+                "standard, or reduced: nothing behind the widget shows through", drawing::allTransparencies)};
 }
 
 struct ShowOptions {
     bool image = false;
     bool live = false;
+    bool follow = false;
     std::string scheme = "dark";
+    AppearanceOptions appearance = {};
 };
 
 /// Draws into a picture in memory and shows it.
@@ -98,6 +148,7 @@ int showImage(const Options& options, const ShowOptions& show) {
     host::DrawingCommand command;
     command.families = {*platform::widgetFamily(options.family)};
     command.colorSchemes = {show.scheme == "dark" ? drawing::ColorScheme::dark : drawing::ColorScheme::light};
+    command.appearance = show.appearance.appearance();
     command.scale = 2;
     command.deliver = [](const std::filesystem::path&, const std::string& png) {
         host::writeToStandardOutput(
@@ -106,24 +157,30 @@ int showImage(const Options& options, const ShowOptions& show) {
     return command.run();
 }
 
-void addShowCommand(CLI::App& app, Options& options, ShowOptions& show) {
-    auto* command = app.add_subcommand("show", "Show the latest packages in the terminal");
-    auto* image = command->add_flag(
+void addShowCommand(const platform::Command& app, Options& options, ShowOptions& show) {
+    const auto command = app.subcommand("show", "Show the latest packages in the terminal");
+    const auto image = command.flag(
         "--image", show.image, "Show the widget itself: by sixels, kitty's or iTerm2's protocol, or symbols");
-    command->add_option("--family", options.family, "With --image: the family to draw")
-        ->check(CLI::IsMember(platform::familyNames()))
-        ->needs(image)
-        ->capture_default_str();
-    command->add_option("--scheme", show.scheme, "With --image: light or dark")
-        ->check(CLI::IsMember({"light", "dark"}))
-        ->needs(image)
-        ->capture_default_str();
-    command->add_flag("--live", show.live, "Show what the live host has, and start it where none runs")
-        ->excludes(image);
-    command->footer(
+    command.option("--family", options.family, "With --image: the family to draw")
+        .oneOf(platform::familyNames())
+        .needs(image)
+        .showsDefault();
+    command.option("--scheme", show.scheme, "With --image: light or dark")
+        .oneOf(std::vector<std::string>{"light", "dark"})
+        .needs(image)
+        .showsDefault();
+    for (const auto& option : addAppearanceOptions(command, show.appearance, "With --image: "))
+        option.needs(image);
+    command.flag("--live", show.live, "Show what the live host has, and start it where none runs");
+    command.flag("--follow", show.follow,
+                 "Show it until you quit, kept current in place; without a terminal, at every change");
+    command.footer(
         "Example:\n  vela-widget show\n  vela-widget show --image --family systemLarge\n  vela-widget show "
-        "--live");
-    command->callback([&options, &show] {
+        "--follow");
+    command.action([&options, &show] {
+        if (show.live && show.image) platform::refuseArgument("--live", "excludes --image");
+        if (show.follow && show.image) platform::refuseArgument("--follow", "excludes --image");
+        if (show.follow) throw platform::ExitStatus(host::showFollow());
         if (show.live)
             throw platform::ExitStatus(host::showLive(host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
         if (show.image) throw platform::ExitStatus(showImage(options, show));
@@ -136,6 +193,7 @@ void addShowCommand(CLI::App& app, Options& options, ShowOptions& show) {
 struct RenderOptions {
     std::string family = "systemMedium";
     std::string scheme = "light";
+    AppearanceOptions appearance = {};
     double scale = 3;
     std::string size;
     std::string entry;
@@ -147,6 +205,7 @@ struct RenderOptions {
 
 const std::map<std::string, widget::DrawingFormat> drawingFormats = {{"png", widget::DrawingFormat::png},
                                                                      {"svg", widget::DrawingFormat::svg},
+                                                                     {"text", widget::DrawingFormat::text},
                                                                      {"tree", widget::DrawingFormat::tree}};
 
 std::string checkedSize(const std::string& text) {
@@ -164,9 +223,7 @@ std::string checkedEntry(const std::string& text) {
 }
 
 std::string checkedTint(const std::string& text) {
-    const bool isTint = text.size() == 7 && text[0] == '#' &&
-                        text.find_first_not_of("0123456789abcdefABCDEF", 1) == std::string::npos;
-    return isTint ? "" : "a tint is #RRGGBB";
+    return widget::DrawingRequest::isTint(text) ? "" : "a tint is #RRGGBB";
 }
 
 host::DrawingCommand drawingCommand(const RenderOptions& options) {
@@ -178,6 +235,7 @@ host::DrawingCommand drawingCommand(const RenderOptions& options) {
     const bool hasSeveral = options.family == "all" || options.scheme == "all";
     using OutputKind = host::DrawingCommand::OutputKind;
     command.outputKind = hasSeveral ? OutputKind::folder : OutputKind::file;
+    command.appearance = options.appearance.appearance();
     command.entry = options.entry;
     if (!options.size.empty()) command.size = host::sizeFromText(options.size);
     command.scale = options.scale;
@@ -188,46 +246,48 @@ host::DrawingCommand drawingCommand(const RenderOptions& options) {
     return command;
 }
 
-void addRenderCommand(CLI::App& app, RenderOptions& options) {
-    auto* command = app.add_subcommand("render", "Draw an entry as a picture");
+void addRenderCommand(const platform::Command& app, RenderOptions& options) {
+    const auto command = app.subcommand("render", "Draw an entry as a picture");
     auto families = platform::familyNames();
     families.emplace_back("all");
-    command->add_option("--family", options.family, "The family to draw, or all that the widget offers")
-        ->check(CLI::IsMember(families))
-        ->capture_default_str();
-    command->add_option("--scheme", options.scheme, "light, dark or all")
-        ->check(CLI::IsMember({"light", "dark", "all"}))
-        ->capture_default_str();
-    command->add_option("--scale", options.scale, "Pixels to a point, 1 to 4")
-        ->check(platform::numberWithin(1, 4))
-        ->capture_default_str();
-    command->add_option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
-        ->check(CLI::Validator(checkedSize, "WIDTHxHEIGHT"));
+    command.option("--family", options.family, "The family to draw, or all that the widget offers")
+        .oneOf(families)
+        .showsDefault();
+    command.option("--scheme", options.scheme, "light, dark or all")
+        .oneOf(std::vector<std::string>{"light", "dark", "all"})
+        .showsDefault();
+    addAppearanceOptions(command, options.appearance);
+    command.flag("--redacted", options.appearance.redacted,
+                 "Bars for texts and blocks for pictures: what a host shows that has nothing yet");
+    command.option("--scale", options.scale, "Pixels to a point, 1 to 4").within(1.0, 4.0).showsDefault();
+    command.option("--size", options.size, "WIDTHxHEIGHT in points, in place of the family's own size")
+        .checked(checkedSize, "WIDTHxHEIGHT");
     command
-        ->add_option("--entry", options.entry,
-                     "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
-                     "a fresh snapshot where it is not given")
-        ->check(CLI::Validator(checkedEntry, ""));
-    command->add_option("--format", options.format, "png, svg, or tree: what is displayed, as JSON")
-        ->check(CLI::IsMember({"png", "svg", "tree"}))
-        ->capture_default_str();
+        .option("--entry", options.entry,
+                "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
+                "a fresh snapshot where it is not given")
+        .checked(checkedEntry, "");
     command
-        ->add_option("--tint", options.tint, "The lock screen's colour for the accessory families, #RRGGBB")
-        ->check(CLI::Validator(checkedTint, "#RRGGBB"));
+        .option("--format", options.format,
+                "png; svg; text: a sentence for each package that is drawn; or tree: what is "
+                "displayed, as JSON")
+        .oneOf(std::vector<std::string>{"png", "svg", "text", "tree"})
+        .showsDefault();
+    command.option("--tint", options.tint, "The lock screen's colour for the accessory families, #RRGGBB")
+        .checked(checkedTint, "#RRGGBB");
     command
-        ->add_option(
-            "--picture-budget", options.pictureBudget,
-            "Seconds to wait for pictures, all drawings together; a placeholder stands for each that "
-            "has not come by then. 0.1 to 120: the command has 150 in all")
-        ->check(platform::numberWithin(0.1, 120))
-        ->capture_default_str();
+        .option("--picture-budget", options.pictureBudget,
+                "Seconds to wait for pictures, all drawings together; a placeholder stands for each that "
+                "has not come by then. 0.1 to 120: the command has 150 in all")
+        .within(0.1, 120.0)
+        .showsDefault();
     command
-        ->add_option("--output", options.output,
-                     "The file to write, - for standard output; a folder where several are drawn")
-        ->check(CLI::Validator(checkedOutput, ""))
-        ->required();
-    command->footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
-    command->callback([&options] { throw platform::ExitStatus(drawingCommand(options).run()); });
+        .option("--output", options.output,
+                "The file to write, - for standard output; a folder where several are drawn")
+        .checked(checkedOutput, "")
+        .required();
+    command.footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
+    command.action([&options] { throw platform::ExitStatus(drawingCommand(options).run()); });
 }
 
 struct RunOptions {
@@ -270,47 +330,85 @@ host::RunCommand runCommand(const RunOptions& options) {
     return command;
 }
 
-void addRunCommand(CLI::App& app, RunOptions& options) {
-    auto* command = app.add_subcommand("run", "Keep the widget current for every surface that reads it");
+void addRunCommand(const platform::Command& app, RunOptions& options) {
+    const auto command = app.subcommand("run", "Keep the widget current for every surface that reads it");
     command
-        ->add_option("--output", options.output,
-                     "A folder that holds the entry, its text and pictures as files, each written when it "
-                     "changes; beside $XDG_RUNTIME_DIR/vela-widget, which always does")
-        ->check(CLI::Validator(checkedOutput, ""));
+        .option("--output", options.output,
+                "A folder that holds the entry, its text and pictures as files, each written when it "
+                "changes; beside $XDG_RUNTIME_DIR/vela-widget, which always does")
+        .checked(checkedOutput, "");
     command
-        ->add_option("--family", options.families,
-                     "A family to keep a picture of, as FAMILY-SCHEME@SCALEx.png; may be given several times")
-        ->check(CLI::IsMember(platform::familyNames()))
-        ->delimiter(',');
-    command->add_option("--scheme", options.scheme, "light, dark or all")
-        ->check(CLI::IsMember({"light", "dark", "all"}))
-        ->capture_default_str();
-    command->add_option("--scale", options.scale, "Pixels to a point, 1 to 4")
-        ->check(platform::numberWithin(1, 4))
-        ->capture_default_str();
+        .option("--family", options.families,
+                "A family to keep a picture of, as FAMILY-SCHEME@SCALEx.png; may be given several times")
+        .oneOf(platform::familyNames());
+    command.option("--scheme", options.scheme, "light, dark or all")
+        .oneOf(std::vector<std::string>{"light", "dark", "all"})
+        .showsDefault();
+    command.option("--scale", options.scale, "Pixels to a point, 1 to 4").within(1.0, 4.0).showsDefault();
     command
-        ->add_option("--idle-exit", options.idleExit,
-                     "End after so many seconds without readers, 1 to 86400; without it, never")
-        ->check(platform::numberWithin(1, 86'400));
-    command->add_flag(
-        "--notify", options.notifies,
-        "Show a desktop notification when a package comes near, arrives or needs you; without it, "
-        "where the shared default \"notifications\" says so");
-    command->footer(
-        "Example:\n  vela-widget run --output ~/.cache/widget --family systemMedium --scheme all");
-    command->callback([&options] { throw platform::ExitStatus(runCommand(options).run()); });
+        .option("--idle-exit", options.idleExit,
+                "End after so many seconds without readers, 1 to 86400; without it, never")
+        .within(1.0, 86'400.0);
+    command.flag("--notify", options.notifies,
+                 "Show a desktop notification when a package comes near, arrives or needs you; without it, "
+                 "where the shared default \"notifications\" says so");
+    command.footer("Example:\n  vela-widget run --output ~/.cache/widget --family systemMedium --scheme all");
+    command.action([&options] { throw platform::ExitStatus(runCommand(options).run()); });
 }
 
-void addReloadCommand(CLI::App& app) {
-    auto* command = app.add_subcommand("reload", "Have the live host ask the server now");
-    command->footer("Example:\n  vela-widget reload");
-    command->callback([] { throw platform::ExitStatus(host::runReload()); });
+struct BarOptions {
+    host::BarStyle style;
+    int columns = static_cast<int>(host::BarStyle().columns);
+    bool follow = false;
+    bool next = false;
+    bool previous = false;
+    bool open = false;
+};
+
+host::BarCommand barCommand(const BarOptions& options) {
+    using Action = host::BarCommand::Action;
+    if (options.follow + options.next + options.previous + options.open > 1)
+        platform::refuseArgument("bar", "does one of --follow, --next, --previous and --open at a time");
+    if (options.style.isJSON && options.style.format != host::BarFormat::i3blocks)
+        platform::refuseArgument("--json", "is for --format i3blocks");
+    host::BarCommand command = {.style = options.style};
+    const auto programs = platform::executablePath().parent_path();
+    command.style.columns = static_cast<std::size_t>(options.columns);
+    command.style.companion = host::companionProgram().string();
+    command.style.widget = (programs / "vela-widget").string();
+    if (options.follow) command.action = Action::follow;
+    if (options.next) command.action = Action::next;
+    if (options.previous) command.action = Action::previous;
+    if (options.open) command.action = Action::open;
+    return command;
+}
+
+void addBarCommand(const platform::Command& app, BarOptions& options) {
+    const auto command = app.subcommand("bar", "Print what the live host has for a status bar");
+    command.choice("--format", options.style.format, host::barFormats,
+                   "Which bar reads it; plain by default");
+    command.flag("--json", options.style.isJSON, "With --format i3blocks: for a block of format=json");
+    command.option("--max-length", options.columns, "Columns of the text, 4 to 1000")
+        .within(4, 1000)
+        .showsDefault();
+    command.flag("--follow", options.follow, "A line at every change, until nobody reads on");
+    command.flag("--next", options.next, "For the wheel: put the next package into the bars");
+    command.flag("--previous", options.previous, "The one before");
+    command.flag("--open", options.open, "For a click: open the package in the bars");
+    command.footer("Example:\n  vela-widget bar --format waybar --follow\n  vela-widget bar --next");
+    command.action([&options] { throw platform::ExitStatus(barCommand(options).run()); });
+}
+
+void addReloadCommand(const platform::Command& app) {
+    const auto command = app.subcommand("reload", "Have the live host ask the server now");
+    command.footer("Example:\n  vela-widget reload");
+    command.action([] { throw platform::ExitStatus(host::runReload()); });
 }
 
 int runProgram(int count, const char* const* arguments) {
-    CLI::App app("Your latest parcels and orders, on every surface you look at.", "vela-widget");
-    app.set_version_flag("--version", VELA_VERSION);
-    app.require_subcommand(1);
+    platform::CommandLine app("vela-widget", "Your latest parcels and orders, on every surface you look at.",
+                              VELA_VERSION);
+    app.requireSubcommand();
     app.footer("Example:\n  vela-widget show");
 
     Options options;
@@ -328,11 +426,9 @@ int runProgram(int count, const char* const* arguments) {
     RunOptions runOptions;
     addRunCommand(app, runOptions);
     addReloadCommand(app);
-    const int status = platform::runCommandLine(app, count, arguments);
-    // What CLI11 prints, help and version, goes through the stream.
-    if (!std::cout.flush())
-        throw std::system_error(errno, std::generic_category(), "cannot write to standard output");
-    return status;
+    BarOptions barOptions;
+    addBarCommand(app, barOptions);
+    return app.run(count, arguments);
 }
 
 }  // namespace

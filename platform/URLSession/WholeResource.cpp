@@ -4,14 +4,14 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <array>
-#include <cerrno>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include "platform/Files/Descriptor.hpp"
+#include "platform/Files/Reading.hpp"
 #include "platform/URLSession/DataURL.hpp"
 #include "platform/URLSession/Transfer.hpp"
 #include "platform/URLSession/TransferLoop.hpp"
@@ -26,44 +26,19 @@ namespace {
     throw URLError(URLErrorCode::dataLengthExceedsMaximum, "the resource is too long");
 }
 
-class FileDescriptor {
-  public:
-    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
-    ~FileDescriptor() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    operator int() const { return descriptor_; }  // NOLINT(google-explicit-constructor)
-
-  private:
-    int descriptor_;
-};
-
 // Opening a device can do something and opening a pipe can wait, so what it is is asked first, and once more
 // of what was opened.
 std::string readFile(const std::string& path, std::size_t maximumSize) {
     struct stat found = {};
     if (::stat(path.c_str(), &found) != 0) failToRead("the file cannot be found");
     if (!S_ISREG(found.st_mode)) failToRead("not a regular file");
-    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (file < 0 || ::fstat(file, &found) != 0 || !S_ISREG(found.st_mode))
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!file.isOpen() || ::fstat(file, &found) != 0 || !S_ISREG(found.st_mode))
         failToRead("the file cannot be opened");
-    if (static_cast<std::size_t>(found.st_size) > maximumSize) failAsTooLong();
-
-    // Some files (/proc) do not know their size, and a file may grow while it is read.
-    std::string bytes;
-    bytes.reserve(static_cast<std::size_t>(found.st_size));
-    std::array<char, std::size_t{64} << 10> part;
-    for (;;) {
-        const ssize_t count = ::read(file, part.data(), part.size());
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) failToRead("the file cannot be read");
-        if (count == 0) return bytes;
-        bytes.append(part.data(), static_cast<std::size_t>(count));
-        if (bytes.size() > maximumSize) failAsTooLong();
-    }
+    std::optional<std::string> bytes = readUpTo(file, maximumSize);
+    if (!bytes) failToRead("the file cannot be read");
+    if (bytes->size() > maximumSize) failAsTooLong();
+    return *std::move(bytes);
 }
 
 std::string readFileURL(const URL& url, std::size_t maximumSize) {

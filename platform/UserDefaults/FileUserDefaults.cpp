@@ -4,7 +4,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,6 +15,7 @@
 
 #include "platform/Files/FileReplacement.hpp"
 #include "platform/Files/Patience.hpp"
+#include "platform/Files/Reading.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Log/Logger.hpp"
@@ -35,22 +35,11 @@ constexpr Patience patience = {.inAll = std::chrono::seconds(2), .pause = std::c
 }
 
 std::string contents(const Descriptor& descriptor) {
-    struct stat found = {};
-    if (::fstat(descriptor, &found) != 0) fail("the preferences cannot be read", errno);
-    if (static_cast<std::size_t>(found.st_size) > FileUserDefaults::maximumFileSize) {
+    std::optional<std::string> text = readUpTo(descriptor, FileUserDefaults::maximumFileSize);
+    if (!text) fail("the preferences cannot be read", errno);
+    if (text->size() > FileUserDefaults::maximumFileSize)
         throw UserDefaultsError("the preferences are larger than 4 MiB");
-    }
-    std::string text(static_cast<std::size_t>(found.st_size), '\0');
-    std::size_t size = 0;
-    while (size < text.size()) {
-        const ssize_t count = ::read(descriptor, text.data() + size, text.size() - size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail("the preferences cannot be read", errno);
-        if (count == 0) break;
-        size += static_cast<std::size_t>(count);
-    }
-    text.resize(size);
-    return text;
+    return *std::move(text);
 }
 
 // Never quotes the text: it may hold what is nobody else's business.

@@ -9,7 +9,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "tests/drawing/Contrast.hpp"
+#include "drawing/Image/ContrastRatio.hpp"
 #include "tests/support/Program.hpp"
 #include "tests/support/RecordingLogSink.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -21,6 +21,7 @@ using drawing::Bitmap;
 using drawing::ColorScheme;
 using drawing::PixelSize;
 using drawing::RGBA;
+using drawing::Tones;
 using platform::testing::RecordingLogSink;
 using platform::testing::TemporaryFolder;
 
@@ -112,6 +113,22 @@ TEST(AssetImages, DifferByTheSchemeInColourAndNotInShape) {
     }
 }
 
+TEST(AssetImages, LetNothingThroughWhereTheyAreSolid) {
+    for (const char* name : imageNames) {
+        for (const auto& path : ours().vector(name, Tones::solid)->paths) EXPECT_EQ(path.fill.alpha, 255);
+        const PixelSize size = {ours().image(name, 3)->size};
+        const Bitmap asDrawn = *ours().image(name, size), solid = *ours().image(name, size, Tones::solid);
+        const auto covered = [](const Bitmap& bitmap) {
+            return std::count_if(bitmap.pixels.begin(), bitmap.pixels.end(),
+                                 [](auto pixel) { return pixel >> 24 == 255; });
+        };
+        EXPECT_GT(covered(solid), covered(asDrawn)) << name;
+        EXPECT_TRUE(std::equal(solid.pixels.begin(), solid.pixels.end(), asDrawn.pixels.begin(),
+                               [](auto one, auto other) { return (one == 0) == (other == 0); }))
+            << name << " has another shape";
+    }
+}
+
 TEST(AssetImages, AreClosedPathsOfAbsoluteCommands) {
     for (const char* name : imageNames)
         for (const auto& path : ours().vector(name)->paths) {
@@ -150,7 +167,7 @@ TEST(AssetCatalogue, SurvivesAFileThatIsBroken) {
     const RecordingLogSink log;
     for (std::size_t length = 0; length < bytes.size(); length += length < 64 ? 1 : length / 3) {
         const AssetCatalogue catalogue(folder.write("cut", bytes.substr(0, length)));
-        EXPECT_FALSE(catalogue.image("VelaLogoDark", 3)) << length;
+        EXPECT_FALSE(catalogue.image("VelaLogoDark", {264, 84}, Tones::solid)) << length;
     }
     for (std::size_t at = 0; at < 2000; at += 7) {
         std::string wrong = bytes.substr(0, 20'000);

@@ -84,8 +84,11 @@ int main(int argc, char** argv) {
             std::fill(sheet.pixels.begin(), sheet.pixels.end(), isDark ? 0xFF3A4658u : 0xFFC9D3E0u);
             for (std::size_t index = begin; index < end; ++index) {
                 for (const auto& [family, origin] : cells) {
-                    const std::string png =
-                        widget::draw({samples[index].entry, family, scheme, std::nullopt, scale}, pictures);
+                    const std::string png = widget::draw({.entry = samples[index].entry,
+                                                          .family = family,
+                                                          .colorScheme = scheme,
+                                                          .scale = scale},
+                                                         pictures);
                     const std::string name = samples[index].name + "-" + std::string(description(family));
                     write(folder / (name + "-" + schemeName + ".png"), png);
                     place(sheet, *decodedImage(png, imageHeader(png)->size), pixels(origin.x),

@@ -8,7 +8,7 @@
 #include <future>
 
 #include "drawing/Image/AssetCatalogue.hpp"
-#include "tests/drawing/Contrast.hpp"
+#include "drawing/Image/ContrastRatio.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -345,7 +345,8 @@ TEST(LargePackage, FillsItsHeightWithAnyNumberOfPackages) {
 std::string tree(const SimpleEntry& entry, platform::WidgetFamily family,
                  ColorScheme scheme = ColorScheme::light) {
     drawing_tests::SamplePictures loader;
-    return draw({entry, family, scheme, std::nullopt, 3, DrawingFormat::tree}, loader);
+    return draw({.entry = entry, .family = family, .colorScheme = scheme, .format = DrawingFormat::tree},
+                loader);
 }
 
 TEST(EntryDrawing, DrawsNoBackgroundOnALockScreen) {
@@ -386,8 +387,8 @@ TEST(EntryDrawing, ShowsThePlaceholderForWhatIsNoPictureFile) {
                                                                            url(source),
                                                                            std::nullopt,
                                                                            {"primary", std::nullopt}}})});
-        const std::string drawn = draw({entry, platform::WidgetFamily::systemSmall, ColorScheme::light,
-                                        std::nullopt, 3, DrawingFormat::tree});
+        const std::string drawn = draw(
+            {.entry = entry, .family = platform::WidgetFamily::systemSmall, .format = DrawingFormat::tree});
         EXPECT_THAT(drawn, ::testing::HasSubstr(R"("text":"S")")) << source;
         EXPECT_THAT(drawn, Not(::testing::HasSubstr(R"("url":"file)"))) << source;
     }

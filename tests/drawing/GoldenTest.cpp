@@ -66,8 +66,10 @@ double difference(const Bitmap& first, const Bitmap& second) {
 TEST_P(Goldens, LookAsTheyDidWhenTheyWereLookedAt) {
     const std::filesystem::path file = std::filesystem::path(GOLDENS_FOLDER) / (name(GetParam()) + ".png");
     drawing_tests::SamplePictures loader;
-    const std::string png = widget::draw({drawing_tests::sampleEntry(GetParam().sample), GetParam().family,
-                                          GetParam().scheme, std::nullopt, 2},
+    const std::string png = widget::draw({.entry = drawing_tests::sampleEntry(GetParam().sample),
+                                          .family = GetParam().family,
+                                          .colorScheme = GetParam().scheme,
+                                          .scale = 2},
                                          loader);
     if (std::getenv("VELA_RENEW_GOLDENS")) {
         std::ofstream(file, std::ios::binary) << png;

@@ -266,8 +266,7 @@ TEST(CairoPainter, FillsTheFrameOfEveryFamilyAtEveryScale) {
     for (const platform::WidgetFamily family : platform::allWidgetFamilies) {
         for (const double scale : {1.0, 2.0, 3.0, 4.0}) {
             const std::string png = widget::draw(
-                {drawing_tests::sampleEntry("Latin"), family, ColorScheme::light, std::nullopt, scale},
-                loader);
+                {.entry = drawing_tests::sampleEntry("Latin"), .family = family, .scale = scale}, loader);
             const auto header = imageHeader(png);
             ASSERT_TRUE(header);
             const Size size = widget::referenceSize(family);
@@ -341,7 +340,7 @@ TEST(SVGPainter, MakesOnePathOfShapesOfOneColour) {
 TEST(SVGPainter, SpeaksForThePicture) {
     const std::string document = svg(verticalStack({}, {text("One"), text("Two")}));
     EXPECT_THAT(document, HasSubstr(">Tracking Widget</title>"));
-    EXPECT_THAT(document, HasSubstr(">One, Two</desc>"));
+    EXPECT_THAT(document, HasSubstr(">One. Two</desc>"));
 }
 
 TEST(SVGPainter, LinksWhatIsALink) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "platform/CommandLine/CommandLine.hpp"
+#include "platform/CommandLine/Words.hpp"
 
 #include <gmock/gmock.h>
 

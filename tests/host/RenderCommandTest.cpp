@@ -127,6 +127,53 @@ TEST_F(RenderCommand, WritesSVGWithWordsAndLinks) {
         EXPECT_NE(result.output.find(part), std::string::npos) << part;
 }
 
+TEST_F(RenderCommand, SaysInWordsWhatIsDrawn) {
+    auto saved = entry("file:///nowhere.png");
+    saved.replace(saved.find("Tea House"), 9, "Tea\u202e\u009b2J");
+    folder.write("entry.json", saved);
+    const auto result =
+        widget({"render", "--entry", path("entry.json"), "--format", "text", "--output", "-"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output, "Tea 2J: in transit; 60 percent of the way\n");
+
+    const auto placeholder = widget({"render", "--entry", "placeholder", "--family", "all", "--scheme", "all",
+                                     "--format", "text", "--output", path("words")});
+    EXPECT_EQ(placeholder.status, 0) << placeholder.errors;
+    EXPECT_EQ(contents("words/systemLarge-dark.text"), "Not yet known\n");
+}
+
+TEST_F(RenderCommand, DrawsAsAPersonHasThingsShown) {
+    folder.write("entry.json", entry("file:///nowhere.png"));
+    const auto drawn = [&](std::vector<std::string> options) {
+        std::vector<std::string> words = {
+            "render",   "--entry", path("entry.json"), "--family", "accessoryRectangular",
+            "--format", "svg",     "--output",         "-"};
+        words.insert(words.end(), options.begin(), options.end());
+        const auto result = widget(words);
+        EXPECT_EQ(result.status, 0) << result.errors;
+        return result.output;
+    };
+    const std::string usual = drawn({});
+    EXPECT_EQ(drawn({"--contrast", "standard", "--transparency", "standard"}), usual);
+    EXPECT_NE(drawn({"--contrast", "increased"}), usual);
+    EXPECT_EQ(usual.find("linearGradient id"), std::string::npos);
+    EXPECT_NE(drawn({"--transparency", "reduced"}).find("linearGradient id"), std::string::npos);
+    const std::string redacted = drawn({"--redacted"});
+    for (const auto* secret : {"<text", "velaapp", "transit", "Tea House"})
+        EXPECT_EQ(redacted.find(secret), std::string::npos) << secret;
+    EXPECT_NE(redacted.find(">Not yet known</desc>"), std::string::npos);
+}
+
+TEST_F(RenderCommand, RefusesAnAppearanceThatIsNotKnown) {
+    for (const auto& [option, value] : {std::pair("--contrast", "high"), {"--transparency", "none"}}) {
+        const auto result =
+            widget({"render", "--entry", "placeholder", option, value, "--output", path("no.png")});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_NE(result.errors.find(option), std::string::npos) << result.errors;
+    }
+    EXPECT_EQ(widget({"show", "--contrast", "increased"}).status, 2) << "without --image";
+}
+
 TEST_F(RenderCommand, GivesPlaceholdersForPicturesThatNeverCome) {
     const LoopbackServer server([](const ReceivedRequest& request, LoopbackServer::Peer& peer) {
         if (request.target() == "/never.png") peer.stall();

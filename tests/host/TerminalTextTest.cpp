@@ -49,6 +49,12 @@ TEST(TerminalSafe, KeepsNulCharactersOut) {
     EXPECT_EQ(terminalSafe(std::string_view("a\0b", 3)), "a b");
 }
 
+TEST(TerminalSafeLines, KeepsLinesAndTakesAwayWhatElseATerminalWouldObey) {
+    EXPECT_EQ(terminalSafeLines("Tea\u202e\u009b2J\none\x1b[2J\n"), "Tea 2J\none [2J\n");
+    EXPECT_EQ(terminalSafeLines("\n\nlast"), "\n\nlast\n");
+    EXPECT_EQ(terminalSafeLines(""), "");
+}
+
 TEST(TerminalSafeJSON, EscapesWhatATerminalObeysAndSaysTheSame) {
     const std::pair<std::string_view, std::string_view> rows[] = {
         {R"("Tea")", R"("Tea")"},

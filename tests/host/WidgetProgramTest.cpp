@@ -182,6 +182,7 @@ TEST_F(WidgetProgram, DrawsOnATerminalNothingThatItWouldObey) {
     };
     EXPECT_EQ(drawn("{\"a\":\"\u009b2J\"}", "tree"), R"({"a":"\u009b2J"})");
     EXPECT_EQ(drawn("<svg>\u009b2J</svg>", "svg"), "<svg>&#x009b;2J</svg>");
+    EXPECT_NE(drawn("no whole line", "text").find("no drawing of the format asked for"), std::string::npos);
     EXPECT_NE(drawn("\x89PNG\r\\n\x1a\\n", "png").find("a terminal cannot show a PNG file"),
               std::string::npos);
 }

@@ -34,18 +34,6 @@ bool isSamePerson(const CredentialReport& one, const CredentialReport& other) {
     return one.tokens == other.tokens || (one.account && one.account == other.account);
 }
 
-LiveTrouble troubleIn(const widget::FetchOutcome& outcome) {
-    switch (outcome.credentials.state) {
-        case CredentialState::locked: return LiveTrouble::keychainLocked;
-        case CredentialState::unreadable: return LiveTrouble::keychainUnreadable;
-        case CredentialState::expired: return LiveTrouble::signInExpired;
-        case CredentialState::none:
-        case CredentialState::stored: break;
-    }
-    const bool isReached = outcome.server != ServerContact::unreachable;
-    return isReached ? LiveTrouble::serverFailing : LiveTrouble::serverUnreachable;
-}
-
 bool isGood(const widget::SimpleEntry& entry) {
     return !std::holds_alternative<widget::NotLoggedIn>(entry.widgetState);
 }

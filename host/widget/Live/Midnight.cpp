@@ -12,12 +12,12 @@ using platform::Date;
 
 namespace {
 
-constexpr double secondsInADay = 86'400;
+constexpr double lengthOfDay = 86'400;
 
 /// Days since 1970 as the person counts them.
 double localDay(Date date) {
     const int offset = platform::Ambient::current().secondsFromGMT(date);
-    return std::floor((date.timeIntervalSince1970() + offset) / secondsInADay);
+    return std::floor((date.timeIntervalSince1970() + offset) / lengthOfDay);
 }
 
 }  // namespace
@@ -26,7 +26,7 @@ Date midnightAfter(Date date) {
     const double today = localDay(date);
     double before = std::floor(date.timeIntervalSince1970());
     // No day is longer than this, whatever the zone does in it.
-    double after = before + 2 * secondsInADay;
+    double after = before + 2 * lengthOfDay;
     while (after - before > 1) {
         const double middle = std::floor((before + after) / 2);
         (localDay(Date::since1970(middle)) > today ? after : before) = middle;

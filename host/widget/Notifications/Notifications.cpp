@@ -38,11 +38,16 @@ void complain(const std::exception& failure) {
                                      {{failure.what()}});
 }
 
+void noteEnd(bool isOpen) {
+    if (!isOpen)
+        platform::Logger::standard().log(platform::LogLevel::error, "a notification's link cannot be opened", {});
+}
+
 }  // namespace
 
 Notifications::Notifications(const boost::asio::any_io_executor& executor, std::filesystem::path folder,
                              IsWanted isWanted)
-    : executor_(executor), folder_(std::move(folder)), isWanted_(std::move(isWanted)), launcher_(executor) {
+    : executor_(executor), folder_(std::move(folder)), isWanted_(std::move(isWanted)), opener_(executor, noteEnd) {
     load();
 }
 
@@ -63,7 +68,7 @@ boost::asio::awaitable<void> Notifications::tell(std::vector<Notice> notices) {
     if (!notifier_)
         notifier_ = std::make_unique<DesktopNotifier>(
             executor_,
-            [this](const std::string& link, const std::string& token) { launcher_.open(link, token); });
+            [this](const std::string& link, const std::string& token) { opener_.open(link, token); });
     for (const auto& notice : notices) notifier_->show(notice);
 }
 

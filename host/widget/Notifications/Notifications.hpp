@@ -14,8 +14,8 @@
 
 #include "host/widget/Live/LiveHost.hpp"
 #include "host/widget/Notifications/DesktopNotifier.hpp"
-#include "host/widget/Notifications/LinkLauncher.hpp"
 #include "host/widget/Notifications/NotificationRules.hpp"
+#include "host/widget/Readers/LinkOpener.hpp"
 
 namespace host {
 
@@ -42,7 +42,7 @@ class Notifications {
     std::filesystem::path folder_;
     IsWanted isWanted_;
     NotificationRules rules_;
-    LinkLauncher launcher_;
+    LinkOpener opener_;
     std::unique_ptr<DesktopNotifier> notifier_;
     /// Another one after everything was forgotten; none after the end.
     std::shared_ptr<const int> life_ = std::make_shared<const int>(0);

@@ -2,7 +2,7 @@
 
 #include "host/widget/Readers/HostStart.hpp"
 
-#include "host/widget/DetachedProcess.hpp"
+#include "host/widget/Readers/DetachedProgram.hpp"
 
 namespace host {
 

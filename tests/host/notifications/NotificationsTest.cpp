@@ -130,28 +130,5 @@ TEST_F(NotificationsTest, WhereNothingCanBeRememberedItIsToldAllTheSame) {
     EXPECT_FALSE(log_.messages().empty());
 }
 
-TEST(LinkLauncher, HasTheCompanionOpenTheLinkWithTheDesktopsLeave) {
-    TemporaryFolder folder;
-    const auto companion = folder.write("companion", "#!/bin/sh\necho \"$@ $XDG_ACTIVATION_TOKEN\" >" +
-                                                         (folder.path() / "new").string() + "\nmv " +
-                                                         (folder.path() / "new").string() + " " +
-                                                         (folder.path() / "said").string() + "\n");
-    ::chmod(companion.c_str(), 0700);
-    EventLoop loop;
-    LinkLauncher launcher(loop.executor(), companion);
-    launcher.open("velaapp://delivery/1", "token");
-    ASSERT_TRUE(loop.runUntil([&] { return fs::exists(folder.path() / "said"); }));
-    EXPECT_EQ(folder.read("said"), "open -- velaapp://delivery/1 token\n");
-}
-
-TEST(LinkLauncher, SaysInTheLogThatThereIsNoCompanion) {
-    platform::testing::RecordingLogSink log;
-    EventLoop loop;
-    LinkLauncher launcher(loop.executor(), "/nowhere/vela-companion");
-    launcher.open("velaapp://delivery/1", "");
-    ASSERT_EQ(log.messages().size(), 1U);
-    EXPECT_NE(log.messages()[0].find("/nowhere/vela-companion"), std::string::npos);
-}
-
 }  // namespace
 }  // namespace host

@@ -2,8 +2,8 @@
 
 #pragma once
 
-// Starts a program that has nothing of ours: a session of its own, no streams, no descriptors, signals as
-// they are by default.
+// Starts programs that live on without whoever started them: in a session of their own, without a terminal,
+// and with nothing else of their starter's but the environment.
 
 #include <sys/types.h>
 
@@ -14,8 +14,8 @@
 
 namespace host {
 
-/// `arguments` begin with the program's name; `variables` are added to this process's environment. Who starts
-/// it has to wait for it. Throws std::system_error.
+/// `arguments` begin with the program's name; `variables` are added to this process's environment. A child of this process, which has to wait for it. Throws
+/// std::system_error.
 pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments,
                     const std::map<std::string, std::string>& variables = {});
 

@@ -2,7 +2,7 @@
 
 #pragma once
 
-// How well one opaque colour reads on another.
+// How well one opaque colour reads on another. Pure functions, safe from any thread.
 
 #include <algorithm>
 #include <cmath>

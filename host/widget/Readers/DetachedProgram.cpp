@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/DetachedProcess.hpp"
+#include "host/widget/Readers/DetachedProgram.hpp"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -15,17 +15,17 @@ namespace host {
 
 namespace {
 
-class SilentStreams {
+class FileActions {
   public:
-    SilentStreams() {
+    FileActions() {
         ::posix_spawn_file_actions_init(&actions_);
         for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             ::posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_RDWR, 0);
         ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
     }
-    ~SilentStreams() { ::posix_spawn_file_actions_destroy(&actions_); }
-    SilentStreams(const SilentStreams&) = delete;
-    SilentStreams& operator=(const SilentStreams&) = delete;
+    ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+    FileActions(const FileActions&) = delete;
+    FileActions& operator=(const FileActions&) = delete;
 
     const posix_spawn_file_actions_t* get() const { return &actions_; }
 
@@ -33,9 +33,9 @@ class SilentStreams {
     posix_spawn_file_actions_t actions_ = {};
 };
 
-class OwnSession {
+class Attributes {
   public:
-    OwnSession() {
+    Attributes() {
         ::posix_spawnattr_init(&attributes_);
         sigset_t signals;
         ::sigemptyset(&signals);
@@ -45,9 +45,9 @@ class OwnSession {
         ::posix_spawnattr_setflags(&attributes_,
                                    POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     }
-    ~OwnSession() { ::posix_spawnattr_destroy(&attributes_); }
-    OwnSession(const OwnSession&) = delete;
-    OwnSession& operator=(const OwnSession&) = delete;
+    ~Attributes() { ::posix_spawnattr_destroy(&attributes_); }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
 
     const posix_spawnattr_t* get() const { return &attributes_; }
 
@@ -75,11 +75,11 @@ std::vector<std::string> environmentWith(const std::map<std::string, std::string
 
 pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments,
                     const std::map<std::string, std::string>& variables) {
-    const SilentStreams streams;
-    const OwnSession session;
+    const FileActions actions;
+    const Attributes attributes;
     auto environment = environmentWith(variables);
     pid_t process = 0;
-    const int error = ::posix_spawn(&process, program.c_str(), streams.get(), session.get(),
+    const int error = ::posix_spawn(&process, program.c_str(), actions.get(), attributes.get(),
                                     pointersTo(arguments).data(), pointersTo(environment).data());
     if (error != 0)
         throw std::system_error(error, std::generic_category(), "cannot start " + program.string());

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// Prints a bar's line at every change, and does what its clicks ask for. Belongs to one executor.
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <optional>
+
+#include "host/widget/Bar/BarFormat.hpp"
+#include "host/widget/Bar/BarPosition.hpp"
+#include "host/widget/Bar/ClickReader.hpp"
+#include "host/widget/Readers/LineFollower.hpp"
+#include "host/widget/Readers/LinkOpener.hpp"
+#include "host/widget/Readers/StreamWatch.hpp"
+#include "platform/SystemEvents/FileWatcher.hpp"
+
+namespace host {
+
+class BarFollower {
+  public:
+    /// Throws HostAddressError.
+    BarFollower(const boost::asio::any_io_executor& executor, BarStyle style);
+
+    /// As LineFollower has it.
+    boost::asio::awaitable<void> run();
+
+  private:
+    BarContent content(const LiveState& state) const;
+    void readClicks();
+    void click(int button);
+
+    BarStyle style_;
+    BarPosition position_;
+    LineFollower lines_;
+    platform::FileWatcher positionWatch_;
+    LinkOpener opener_;
+    ClickReader clickReader_;
+    std::optional<StreamWatch> clicks_;
+};
+
+}  // namespace host

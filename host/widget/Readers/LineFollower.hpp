@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// Prints a live host's state on standard output at every change, in a form of its owner's. Belongs to one
+// executor.
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <exception>
+#include <functional>
+#include <string>
+
+#include "host/widget/Readers/LiveHostClient.hpp"
+#include "host/widget/Readers/ShownState.hpp"
+#include "host/widget/Readers/StreamWatch.hpp"
+
+namespace host {
+
+class LineFollower {
+  public:
+    using Form = std::function<std::string(const LiveState&)>;
+
+    LineFollower(const boost::asio::any_io_executor& executor, Form form);
+
+    /// Until nobody reads standard output any more; SIGPIPE has to be ignored. `opening` comes first. Throws
+    /// LiveHostError, and std::system_error where it cannot be written.
+    boost::asio::awaitable<void> run(std::string opening = {});
+
+    const LiveState& state() const { return shown_.state(); }
+    /// Once more, where something else than the state has changed what is printed.
+    void print();
+
+  private:
+    boost::asio::awaitable<void> follow();
+    void write(const std::string& text);
+    void end(std::exception_ptr failure = nullptr);
+
+    Form form_;
+    boost::asio::steady_timer end_;
+    std::exception_ptr failure_;
+    LiveHostClient client_;
+    ShownState shown_;
+    StreamWatch outputEnd_;
+    std::string printed_;
+};
+
+}  // namespace host

@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Readers/ShownState.hpp"
+
+#include <utility>
+
+namespace host {
+
+void ShownState::take(LiveState state) {
+    const bool knowsNothingYet = state.isPlaceholder && !state.trouble;
+    if (isLost_ && knowsNothingYet && !state_.isPlaceholder) return;
+    state_ = std::move(state);
+    isLost_ = false;
+}
+
+void ShownState::lose(platform::Date now) {
+    if (!std::exchange(isLost_, true) && !state_.isPlaceholder && !state_.asOf) state_.asOf = now;
+}
+
+}  // namespace host

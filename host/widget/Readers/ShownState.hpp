@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// What a reader shows while live hosts come and go: a host that has just begun knows nothing yet, and that is
+// no reason to show less than before. A plain value.
+
+#include <optional>
+
+#include "host/protocol/LiveState.hpp"
+
+namespace host {
+
+class ShownState {
+  public:
+    void take(LiveState state);
+    /// There is no host: what is shown was true until now.
+    void lose(platform::Date now);
+
+    /// A placeholder before anything is known.
+    const LiveState& state() const { return state_; }
+
+  private:
+    LiveState state_ = {.entry = widget::placeholderEntry(platform::Date::now(), ""), .isPlaceholder = true};
+    bool isLost_ = false;
+};
+
+}  // namespace host

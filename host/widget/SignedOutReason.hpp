@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// Why somebody who has signed in is shown the sign-in view. The widget shows no errors; a person at a terminal
+// is told. A pure function, safe from any thread.
+
+#include <string_view>
+
+#include "widget/FetchOutcome.hpp"
+#include "widget/SimpleEntry.hpp"
+
+namespace host {
+
+/// Without capital and full stop; empty where the entry is no sign-in view, or nothing is stored to sign in
+/// with.
+std::string_view whySignedOut(const widget::SimpleEntry& entry, const widget::FetchOutcome& outcome);
+
+}  // namespace host
