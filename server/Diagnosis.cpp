@@ -14,37 +14,39 @@ namespace {
 
 constexpr std::chrono::milliseconds serverPatience = std::chrono::seconds(10);
 
-boost::asio::awaitable<void> lookAtServer(Diagnosis& diagnosis, std::string address,
-                                          std::shared_ptr<platform::URLSession> session) {
-    const auto url = platform::URL::parse(address);
-    if (!url) {
-        diagnosis.serverFault = "it is no address";
-        co_return;
-    }
-    try {
-        const auto reply = co_await session->data(
-            {.url = *url, .timeoutInterval = serverPatience, .timeoutIntervalForResource = serverPatience});
-        diagnosis.serverStatus = reply.response.statusCode;
-    } catch (const platform::URLError& error) {
-        diagnosis.serverFault = error.what();
-        diagnosis.isConnectionInsecure = error.code() == platform::URLErrorCode::secureConnectionFailed;
-    }
+/// Without credentials.
+platform::URLRequest knock(const platform::URL& url) {
+    return {.url = url, .timeoutInterval = serverPatience, .timeoutIntervalForResource = serverPatience};
+}
+
+Diagnosis withoutServer(const SharedDefaults& defaults) {
+    const auto& bundle = platform::Bundle::main();
+    const auto keychain = platform::environmentVariable("VELA_KEYCHAIN").value_or("");
+    return {.credentials = storedCredentials(defaults),
+            .keychain = keychain.empty() ? "embedded" : keychain,
+            .serverAddress = platform::addressForDisplay(defaults.serverURL()),
+            .bundle = bundle.resourceFolder().string(),
+            .isBundleWhole = bundle.infoDictionary().has_value(),
+            .suite = suiteName()};
 }
 
 }  // namespace
 
 boost::asio::awaitable<Diagnosis> diagnosis(const SharedDefaults& defaults,
                                             std::shared_ptr<platform::URLSession> session) {
-    const auto& bundle = platform::Bundle::main();
-    const auto keychain = platform::environmentVariable("VELA_KEYCHAIN").value_or("");
-    const std::string address = defaults.serverURL();
-    Diagnosis diagnosis = {.credentials = storedCredentials(defaults),
-                           .keychain = keychain.empty() ? "embedded" : keychain,
-                           .serverAddress = platform::addressForDisplay(address),
-                           .bundle = bundle.resourceFolder().string(),
-                           .isBundleWhole = bundle.infoDictionary().has_value(),
-                           .suite = suiteName()};
-    co_await lookAtServer(diagnosis, address, std::move(session));
+    Diagnosis diagnosis = withoutServer(defaults);
+    const auto url = platform::URL::parse(defaults.serverURL());
+    if (!url) {
+        diagnosis.serverFault = "it is no address";
+        co_return diagnosis;
+    }
+    try {
+        const auto reply = co_await session->data(knock(*url));
+        diagnosis.serverStatus = reply.response.statusCode;
+    } catch (const platform::URLError& error) {
+        diagnosis.serverFault = error.what();
+        diagnosis.isConnectionInsecure = error.code() == platform::URLErrorCode::secureConnectionFailed;
+    }
     co_return diagnosis;
 }
 

@@ -40,14 +40,18 @@ void complain(const std::exception& failure) {
 
 void noteEnd(bool isOpen) {
     if (!isOpen)
-        platform::Logger::standard().log(platform::LogLevel::error, "a notification's link cannot be opened", {});
+        platform::Logger::standard().log(platform::LogLevel::error, "a notification's link cannot be opened",
+                                         {});
 }
 
 }  // namespace
 
 Notifications::Notifications(const boost::asio::any_io_executor& executor, std::filesystem::path folder,
                              IsWanted isWanted)
-    : executor_(executor), folder_(std::move(folder)), isWanted_(std::move(isWanted)), opener_(executor, noteEnd) {
+    : executor_(executor),
+      folder_(std::move(folder)),
+      isWanted_(std::move(isWanted)),
+      opener_(executor, noteEnd) {
     load();
 }
 

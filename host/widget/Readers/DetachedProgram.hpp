@@ -14,8 +14,8 @@
 
 namespace host {
 
-/// `arguments` begin with the program's name; `variables` are added to this process's environment. A child of this process, which has to wait for it. Throws
-/// std::system_error.
+/// `arguments` begin with the program's name; `variables` are added to this process's environment. A child of
+/// this process, which has to wait for it. Throws std::system_error.
 pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments,
                     const std::map<std::string, std::string>& variables = {});
 

@@ -37,8 +37,8 @@ class LinkOpener {
     LinkOpener(const LinkOpener&) = delete;
     LinkOpener& operator=(const LinkOpener&) = delete;
 
-    /// `onEnd` is told, later, whether the companion could open it. The token is the desktop's leave to come to
-    /// the front.
+    /// `onEnd` is told, later, whether the companion could open it. The token is the desktop's leave to come
+    /// to the front.
     void open(const std::string& link, const std::string& activationToken = {});
 
   private:
