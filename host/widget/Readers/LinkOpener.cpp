@@ -18,11 +18,9 @@ namespace host {
 namespace {
 
 pid_t startCompanion(const std::string& link, const std::string& activationToken = {}) {
-    std::map<std::string, std::string> variables;
-    // For Wayland, and for X.
-    if (!activationToken.empty())
-        variables = {{"XDG_ACTIVATION_TOKEN", activationToken}, {"DESKTOP_STARTUP_ID", activationToken}};
-    return startDetached(companionProgram(), {"vela-companion", "open", link}, variables);
+    const auto isConfined = platform::environmentVariable("VELA_CONFINED") == "yes";
+    const auto opening = linkOpening(link, activationToken, isConfined ? Confinement::ofService : Confinement::none);
+    return startDetached(opening.program, opening.arguments, opening.variables);
 }
 
 /// Not in every C library.
@@ -34,6 +32,21 @@ int descriptorOfProcess(pid_t process) {
 
 std::filesystem::path companionProgram() {
     return platform::executablePath().parent_path() / "vela-companion";
+}
+
+LinkOpening linkOpening(const std::string& link, const std::string& activationToken, Confinement confinement) {
+    std::map<std::string, std::string> variables;
+    // For Wayland, and for X.
+    if (!activationToken.empty())
+        variables = {{"XDG_ACTIVATION_TOKEN", activationToken}, {"DESKTOP_STARTUP_ID", activationToken}};
+    if (confinement == Confinement::none)
+        return {.program = companionProgram(),
+                .arguments = {"vela-companion", "open", link},
+                .variables = std::move(variables)};
+    std::vector<std::string> arguments = {"systemd-run", "--user", "--collect", "--quiet"};
+    for (const auto& [name, value] : variables) arguments.push_back("--setenv=" + name + "=" + value);
+    for (const auto& word : {companionProgram().string(), std::string("open"), link}) arguments.push_back(word);
+    return {.program = "/usr/bin/systemd-run", .arguments = std::move(arguments)};
 }
 
 void openLink(const std::string& link) {

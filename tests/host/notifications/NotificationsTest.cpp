@@ -130,5 +130,22 @@ TEST_F(NotificationsTest, WhereNothingCanBeRememberedItIsToldAllTheSame) {
     EXPECT_FALSE(log_.messages().empty());
 }
 
+TEST(LinkOpening, HasTheCompanionOpenTheLinkWithTheDesktopsLeave) {
+    const auto opening = linkOpening("velaapp://delivery/1", "token", Confinement::none);
+    EXPECT_EQ(opening.program, companionProgram());
+    EXPECT_THAT(opening.arguments, ::testing::ElementsAre("vela-companion", "open", "velaapp://delivery/1"));
+    EXPECT_EQ(opening.variables.at("XDG_ACTIVATION_TOKEN"), "token");
+    EXPECT_TRUE(linkOpening("velaapp://delivery/1", "", Confinement::none).variables.empty());
+}
+
+TEST(LinkOpening, OfAServiceIsTheServiceManagers) {
+    const auto opening = linkOpening("velaapp://delivery/1", "token", Confinement::ofService);
+    EXPECT_EQ(opening.program, "/usr/bin/systemd-run");
+    EXPECT_THAT(opening.arguments,
+                ::testing::ElementsAre("systemd-run", "--user", "--collect", "--quiet",
+                                       "--setenv=DESKTOP_STARTUP_ID=token", "--setenv=XDG_ACTIVATION_TOKEN=token",
+                                       companionProgram().string(), "open", "velaapp://delivery/1"));
+}
+
 }  // namespace
 }  // namespace host
