@@ -12,7 +12,7 @@ import subprocess
 import sys
 import tempfile
 
-WORST_RATING = 2.4
+WORST_RATING = 2.5
 
 
 def rating(service, environment):
