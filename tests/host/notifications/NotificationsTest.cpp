@@ -141,10 +141,11 @@ TEST(LinkOpening, HasTheCompanionOpenTheLinkWithTheDesktopsLeave) {
 TEST(LinkOpening, OfAServiceIsTheServiceManagers) {
     const auto opening = linkOpening("velaapp://delivery/1", "token", Confinement::ofService);
     EXPECT_EQ(opening.program, "/usr/bin/systemd-run");
-    EXPECT_THAT(opening.arguments,
-                ::testing::ElementsAre("systemd-run", "--user", "--collect", "--quiet",
-                                       "--setenv=DESKTOP_STARTUP_ID=token", "--setenv=XDG_ACTIVATION_TOKEN=token",
-                                       companionProgram().string(), "open", "velaapp://delivery/1"));
+    EXPECT_THAT(
+        opening.arguments,
+        ::testing::ElementsAre("systemd-run", "--user", "--collect", "--quiet",
+                               "--setenv=DESKTOP_STARTUP_ID=token", "--setenv=XDG_ACTIVATION_TOKEN=token",
+                               companionProgram().string(), "open", "velaapp://delivery/1"));
 }
 
 }  // namespace
