@@ -21,6 +21,8 @@ struct SharedDefaultsKey {
     static constexpr const char* serverURL = "PONTAL_URL";
     static constexpr const char* userId = "userId";
     static constexpr const char* installDeviceId = "installDeviceId";
+    /// Ours beside the app's: whether a live host tells what happens.
+    static constexpr const char* notifications = "notifications";
 };
 
 class SharedDefaults {

@@ -76,6 +76,16 @@ CredentialReport Provider::credentials() const {
     return server::storedCredentials(sources_.sharedDefaults());
 }
 
+boost::asio::awaitable<Diagnosis> Provider::diagnosis() const {
+    co_return co_await server::diagnosis(
+        sources_.sharedDefaults(),
+        platform::URLSession::session(platform::URLSessionConfiguration::defaultSessionConfiguration()));
+}
+
+bool Provider::wantsNotifications() const {
+    return server::wantsNotifications(sources_.sharedDefaults());
+}
+
 void Provider::sendWidgetInteractionEvent(platform::WidgetFamily family, const WidgetState& state) const {
     if (!sources_.throttle.admitsEvent(platform::Date::now(), minimumTimeBetweenEvents_)) return;
     const WidgetIdentifier identifier = {.family = family, .widgetKind = TrackingWidget::kind};

@@ -16,6 +16,7 @@
 #include "server/PackageFetch.hpp"
 #include "server/SharedDefaults.hpp"
 #include "widget/ConfigurationAppIntent.hpp"
+#include "widget/Diagnosis.hpp"
 #include "widget/EventThrottle.hpp"
 #include "widget/FetchOutcome.hpp"
 #include "widget/SimpleEntry.hpp"
@@ -65,6 +66,9 @@ class Provider {
 
     /// What is stored of a sign-in, at this moment; nothing is fetched.
     CredentialReport credentials() const;
+    /// How all stands that it needs; the server is asked whether it is there, without credentials.
+    boost::asio::awaitable<Diagnosis> diagnosis() const;
+    bool wantsNotifications() const;
 
   private:
     void sendWidgetInteractionEvent(platform::WidgetFamily family, const WidgetState& state) const;

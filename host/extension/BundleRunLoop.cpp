@@ -18,6 +18,7 @@
 #include <string>
 
 #include "host/extension/EntryDrawer.hpp"
+#include "host/protocol/DiagnosisCoding.hpp"
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/ExtensionRequest.hpp"
 #include "host/protocol/MessageChannel.hpp"
@@ -91,6 +92,8 @@ class BundleService {
                 co_return entryMessage(co_await provider.snapshot(widget::ConfigurationAppIntent{}, context));
             case ExtensionRequest::Kind::timeline: co_return co_await timeline(context);
             case ExtensionRequest::Kind::credentials: co_return credentials();
+            case ExtensionRequest::Kind::settings: co_return settings();
+            case ExtensionRequest::Kind::diagnosis: co_return co_await diagnosis();
             case ExtensionRequest::Kind::render: break;
             case ExtensionRequest::Kind::finishUploads: co_return co_await uploadsFinished(request.limit);
         }
@@ -111,6 +114,17 @@ class BundleService {
 
     Message credentials() const {
         return {.body = {{"credentials", credentialsObject(configuration_.provider.credentials())}}};
+    }
+
+    Message settings() const {
+        const json::object settings = {{"notifications", configuration_.provider.wantsNotifications()}};
+        return {.body = {{"settings", settings}}};
+    }
+
+    asio::awaitable<Message> diagnosis() const {
+        const auto diagnosis = co_await configuration_.provider.diagnosis();
+        Message reply = {.body = {{"diagnosis", diagnosisObject(diagnosis)}}};
+        co_return reply;
     }
 
     Message declaration() const {

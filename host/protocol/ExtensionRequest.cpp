@@ -28,6 +28,8 @@ constexpr std::array kindTable = {
     KindRow{ExtensionRequest::Kind::snapshot, "snapshot"},
     KindRow{ExtensionRequest::Kind::timeline, "timeline"},
     KindRow{ExtensionRequest::Kind::credentials, "credentials"},
+    KindRow{ExtensionRequest::Kind::settings, "settings"},
+    KindRow{ExtensionRequest::Kind::diagnosis, "diagnosis"},
     KindRow{ExtensionRequest::Kind::render, "render"},
     KindRow{ExtensionRequest::Kind::finishUploads, "finishUploads"},
 };

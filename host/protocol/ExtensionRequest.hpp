@@ -15,7 +15,17 @@
 namespace host {
 
 struct ExtensionRequest {
-    enum class Kind { declaration, placeholder, snapshot, timeline, credentials, render, finishUploads };
+    enum class Kind {
+        declaration,
+        placeholder,
+        snapshot,
+        timeline,
+        credentials,
+        settings,
+        diagnosis,
+        render,
+        finishUploads
+    };
 
     /// No transfer takes longer, so no wait for one needs to.
     static constexpr std::chrono::milliseconds longestLimit = std::chrono::seconds(120);

@@ -58,6 +58,19 @@ widget::CredentialReport credentialsIn(const Message& answer) {
     return readMember(answer, "credentials", credentialsFromValue);
 }
 
+bool wantsNotificationsIn(const Message& answer) {
+    return readMember(answer, "settings", [](const boost::json::value& settings) {
+        const auto* wants =
+            settings.is_object() ? settings.get_object().if_contains("notifications") : nullptr;
+        if (!wants || !wants->is_bool()) throw ProtocolError("notifications must be true or false");
+        return wants->get_bool();
+    });
+}
+
+widget::Diagnosis diagnosisIn(const Message& answer) {
+    return readMember(answer, "diagnosis", diagnosisFromValue);
+}
+
 std::string drawingIn(Message answer, widget::DrawingFormat format) {
     if (!answer.attachment.starts_with(beginning(format)) || !answer.attachment.ends_with(end(format)))
         throw ExtensionError("the extension sent no drawing of the format asked for");

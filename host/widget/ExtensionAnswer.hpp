@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "host/protocol/DiagnosisCoding.hpp"
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/OutcomeCoding.hpp"
 #include "host/widget/ExtensionProcess.hpp"
@@ -21,6 +22,9 @@ platform::Timeline<widget::SimpleEntry> timelineIn(const Message& answer);
 widget::FetchOutcome outcomeIn(const Message& answer);
 /// What is stored of a sign-in.
 widget::CredentialReport credentialsIn(const Message& answer);
+/// Whether the person wants to be told what happens.
+bool wantsNotificationsIn(const Message& answer);
+widget::Diagnosis diagnosisIn(const Message& answer);
 /// The bytes of a drawing, which begin and end as that format does.
 std::string drawingIn(Message answer, widget::DrawingFormat format);
 

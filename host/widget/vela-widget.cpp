@@ -16,6 +16,7 @@
 
 #include "host/protocol/EntryCoding.hpp"
 #include "host/widget/Bar/BarCommand.hpp"
+#include "host/widget/Doctor/DoctorCommand.hpp"
 #include "host/widget/DrawingCommand.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
 #include "host/widget/JSONLine.hpp"
@@ -23,6 +24,7 @@
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Readers/LinkOpener.hpp"
 #include "host/widget/Readers/ShowLive.hpp"
+#include "host/widget/Setup/SetupSnippet.hpp"
 #include "host/widget/SignedOutReason.hpp"
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
@@ -302,6 +304,7 @@ struct RunOptions {
     std::vector<std::string> families;
     std::string scheme = "dark";
     double scale = 2;
+    bool notifies = false;
     double idleExit = 0;
 };
 
@@ -331,6 +334,7 @@ host::RunCommand runCommand(const RunOptions& options) {
         .version = VELA_VERSION};
     if (!options.output.empty()) command.output = options.output;
     command.pictures = pictures(options);
+    command.notifies = options.notifies;
     if (options.idleExit > 0) command.idleLimit = std::chrono::seconds(std::lround(options.idleExit));
     return command;
 }
@@ -354,6 +358,9 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
         .option("--idle-exit", options.idleExit,
                 "End after so many seconds without readers, 1 to 86400; without it, never")
         .within(1.0, 86'400.0);
+    command.flag("--notify", options.notifies,
+                 "Show a desktop notification when a package comes near, arrives or needs you; without it, "
+                 "where the shared default \"notifications\" says so");
     command.footer("Example:\n  vela-widget run --output ~/.cache/widget --family systemMedium --scheme all");
     command.action([&options] { throw platform::ExitStatus(runCommand(options).run()); });
 }
@@ -407,6 +414,26 @@ void addReloadCommand(const platform::Command& app) {
     command.action([] { throw platform::ExitStatus(host::runReload()); });
 }
 
+void addSetupCommand(const platform::Command& app, host::SetupTarget& target) {
+    const auto command = app.subcommand("setup", "Print what to paste into a bar, a lock screen or a shell");
+    command.choice("HOST", target, host::setupTargets, "What is to show the widget").required();
+    command.footer("Example:\n  vela-widget setup waybar");
+    command.action([&target] {
+        const auto search = platform::environmentVariable("PATH").value_or("");
+        const auto program = host::shellCall(platform::executablePath().string(), search);
+        host::writeToStandardOutput(host::setupSnippet(target, program));
+    });
+}
+
+void addDoctorCommand(const platform::Command& app, host::DoctorCommand& doctor) {
+    const auto command = app.subcommand("doctor", "Look at all that the widget needs, and say what to mend");
+    command.flag(
+        "--json", [&doctor] { doctor.output = host::DoctorCommand::Output::json; },
+        "The same as a line of JSON");
+    command.footer("Example:\n  vela-widget doctor");
+    command.action([&doctor] { throw platform::ExitStatus(doctor.run()); });
+}
+
 int runProgram(int count, const char* const* arguments) {
     platform::CommandLine app("vela-widget", "Your latest parcels and orders, on every surface you look at.",
                               VELA_VERSION);
@@ -430,6 +457,10 @@ int runProgram(int count, const char* const* arguments) {
     addReloadCommand(app);
     BarOptions barOptions;
     addBarCommand(app, barOptions);
+    host::SetupTarget setupTarget = {};
+    addSetupCommand(app, setupTarget);
+    host::DoctorCommand doctor;
+    addDoctorCommand(app, doctor);
     return app.run(count, arguments);
 }
 

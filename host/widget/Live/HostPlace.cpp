@@ -60,11 +60,11 @@ Descriptor openedFolder(const HostAddress& address) {
     }
 }
 
-/// A lock on a file that was removed meanwhile excludes nobody.
-bool isStillThere(const Descriptor& folder, const Descriptor& lock) {
+/// A lock on a file that was removed meanwhile excludes nobody. `name` is one in the folder, or absolute.
+bool isStillThere(const Descriptor& folder, const char* name, const Descriptor& lock) {
     struct stat opened = {};
     struct stat found = {};
-    return ::fstat(lock, &opened) == 0 && ::fstatat(folder, lockName, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+    return ::fstat(lock, &opened) == 0 && ::fstatat(folder, name, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
            opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
 }
 
@@ -85,7 +85,7 @@ std::optional<Descriptor> tryToLock(const Descriptor& folder) {
         if (errno == EWOULDBLOCK) return std::nullopt;
         fail("the live host's lock cannot be had", errno);
     }
-    if (!isStillThere(folder, lock)) return std::nullopt;
+    if (!isStillThere(folder, lockName, lock)) return std::nullopt;
     return lock;
 }
 
@@ -163,6 +163,14 @@ HostPlace HostPlace::claim(const HostAddress& address, std::optional<Descriptor>
     return place;
 }
 
+bool HostPlace::isHeld() const {
+    return isStillThere(folder_, lockFile().c_str(), lock_);
+}
+
+std::filesystem::path HostPlace::lockFile() const {
+    return address_.folder / lockName;
+}
+
 void HostPlace::removeLeftovers() const {
     RuntimeFolder::removeLeftovers(folder_);
 }
@@ -187,7 +195,8 @@ void HostPlace::listen() {
 }
 
 HostPlace::~HostPlace() {
-    if (!lock_.isOpen()) return;
+    // What lies in a place that was lost is another's.
+    if (!lock_.isOpen() || !isHeld()) return;
     removeLeftovers();
     if (!isHandedDown_ && socket_.isOpen()) ::unlinkat(folder_, socketName, 0);
     ::unlinkat(folder_, lockName, 0);

@@ -35,6 +35,10 @@ class HostPlace {
     HostPlace(HostPlace&& other) noexcept = default;
     HostPlace& operator=(HostPlace&&) = delete;
 
+    /// Whether it is still this process's: not where somebody removed the folder or the lock.
+    bool isHeld() const;
+    /// What changes when it is not.
+    std::filesystem::path lockFile() const;
     const std::filesystem::path& folder() const { return address_.folder; }
     const platform::Descriptor& folderDescriptor() const { return folder_; }
     /// Where readers connect; belongs to the place.

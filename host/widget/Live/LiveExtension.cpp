@@ -78,6 +78,13 @@ asio::awaitable<widget::CredentialReport> SessionExtension::credentials() {
     co_return credentialsIn(answer);
 }
 
+asio::awaitable<bool> SessionExtension::wantsNotifications() {
+    const Use use(*this);
+    const ExtensionRequest request = {.kind = ExtensionRequest::Kind::settings};
+    const auto answer = co_await session_.ask(request);
+    co_return wantsNotificationsIn(answer);
+}
+
 asio::awaitable<std::string> SessionExtension::draw(widget::DrawingRequest drawing) {
     const Use use(*this);
     co_return co_await session_.draw(std::move(drawing));

@@ -48,6 +48,9 @@ class SessionExtension final : public LiveExtension {
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing) override;
     void leave() override;
 
+    /// Whether the person wants to be told what happens. Throws ExtensionError.
+    boost::asio::awaitable<bool> wantsNotifications();
+
     /// Ends it once its uploads are through, for two seconds at most.
     boost::asio::awaitable<void> end();
 

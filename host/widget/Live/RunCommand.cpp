@@ -21,11 +21,13 @@
 #include "host/widget/Live/LiveExtension.hpp"
 #include "host/widget/Live/LiveHost.hpp"
 #include "host/widget/Live/PublishedFiles.hpp"
+#include "host/widget/Notifications/Notifications.hpp"
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Readers/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/Streams.hpp"
+#include "platform/SystemEvents/FileWatcher.hpp"
 
 namespace host {
 
@@ -88,8 +90,14 @@ class Household {
           files_(executor, host_, drawings_, folders(command, place), command.pictures),
           socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
                   socketOptions(command)),
+          notifications_(executor, place.folder(), wantsNotifications(command)),
           signals_(signals),
-          end_(executor, asio::steady_timer::time_point::max()) {}
+          end_(executor, asio::steady_timer::time_point::max()),
+          place_(place),
+          guard_(executor, {place.lockFile()}, [this](std::size_t) { endWithoutPlace(); }) {
+        observation_ = host_.observe(
+            [this](const LiveState& state, LiveHost::Change change) { notifications_.take(state, change); });
+    }
 
     asio::awaitable<void> run() {
         const auto endWith = [this](const std::exception_ptr& failure) {
@@ -100,6 +108,8 @@ class Household {
         platform::spawn(executor_, socket_.accept(), endWith);
         platform::spawn(executor_, reloadOnSignals(), endWith);
         signals_.end.async_wait([this](const error_code&, int) { end(); });
+        // It may have been lost before it was guarded.
+        endWithoutPlace();
         error_code ignored;
         while (!isOver_) co_await end_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
         socket_.close();
@@ -113,6 +123,17 @@ class Household {
         if (command.idleLimit) options.idleLimit = *command.idleLimit;
         options.onIdle = [this] { end(); };
         return options;
+    }
+
+    Notifications::IsWanted wantsNotifications(const RunCommand& command) {
+        return [this, notifies = command.notifies]() -> asio::awaitable<bool> {
+            if (notifies) co_return true;
+            co_return co_await extension_.wantsNotifications();
+        };
+    }
+
+    void endWithoutPlace() {
+        if (!place_.isHeld()) end();
     }
 
     void end() {
@@ -135,8 +156,13 @@ class Household {
     LiveDrawings drawings_;
     PublishedFiles files_;
     HostSocket socket_;
+    Notifications notifications_;
+    LiveHost::Observation observation_;
     Signals& signals_;
     asio::steady_timer end_;
+    const HostPlace& place_;
+    /// Without its place no reader finds it, and another may begin.
+    platform::FileWatcher guard_;
     bool isOver_ = false;
     std::exception_ptr failure_;
 };

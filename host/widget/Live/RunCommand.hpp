@@ -29,6 +29,8 @@ struct RunCommand {
     std::optional<std::filesystem::path> output = std::nullopt;
     /// The pictures that are kept whether or not a reader wants them.
     std::vector<PictureFile> pictures = {};
+    /// Tell what happens whatever the person's setting says.
+    bool notifies = false;
     /// Without readers for that long it ends.
     std::optional<std::chrono::seconds> idleLimit = std::nullopt;
     ExtensionSettings extension = {};

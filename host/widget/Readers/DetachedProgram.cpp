@@ -9,6 +9,8 @@
 
 #include <system_error>
 
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+
 namespace host {
 
 namespace {
@@ -53,17 +55,32 @@ class Attributes {
     posix_spawnattr_t attributes_ = {};
 };
 
+/// As the system wants it: pointers to texts that stay, and none at the end.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+    std::vector<char*> pointers;
+    for (std::string& text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+std::vector<std::string> environmentWith(const std::map<std::string, std::string>& variables) {
+    auto all = platform::processEnvironment();
+    for (const auto& [name, value] : variables) all[name] = value;
+    std::vector<std::string> lines;
+    for (const auto& [name, value] : all) lines.push_back(name + "=" + value);
+    return lines;
+}
+
 }  // namespace
 
-pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments) {
+pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments,
+                    const std::map<std::string, std::string>& variables) {
     const FileActions actions;
     const Attributes attributes;
-    std::vector<char*> words;
-    for (auto& argument : arguments) words.push_back(argument.data());
-    words.push_back(nullptr);
+    auto environment = environmentWith(variables);
     pid_t process = 0;
-    const int error =
-        ::posix_spawn(&process, program.c_str(), actions.get(), attributes.get(), words.data(), environ);
+    const int error = ::posix_spawn(&process, program.c_str(), actions.get(), attributes.get(),
+                                    pointersTo(arguments).data(), pointersTo(environment).data());
     if (error != 0)
         throw std::system_error(error, std::generic_category(), "cannot start " + program.string());
     return process;

@@ -8,13 +8,15 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
 namespace host {
 
-/// `arguments` begin with the program's name. A child of this process, which has to wait for it. Throws
-/// std::system_error.
-pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments);
+/// `arguments` begin with the program's name; `variables` are added to this process's environment. A child of
+/// this process, which has to wait for it. Throws std::system_error.
+pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments,
+                    const std::map<std::string, std::string>& variables = {});
 
 }  // namespace host

@@ -17,8 +17,10 @@ namespace host {
 
 namespace {
 
-pid_t startCompanion(const std::string& link) {
-    return startDetached(companionProgram(), {"vela-companion", "open", link});
+pid_t startCompanion(const std::string& link, const std::string& activationToken = {}) {
+    const auto isConfined = platform::environmentVariable("VELA_CONFINED") == "yes";
+    const auto opening = linkOpening(link, activationToken, isConfined ? Confinement::ofService : Confinement::none);
+    return startDetached(opening.program, opening.arguments, opening.variables);
 }
 
 /// Not in every C library.
@@ -32,6 +34,21 @@ std::filesystem::path companionProgram() {
     return platform::executablePath().parent_path() / "vela-companion";
 }
 
+LinkOpening linkOpening(const std::string& link, const std::string& activationToken, Confinement confinement) {
+    std::map<std::string, std::string> variables;
+    // For Wayland, and for X.
+    if (!activationToken.empty())
+        variables = {{"XDG_ACTIVATION_TOKEN", activationToken}, {"DESKTOP_STARTUP_ID", activationToken}};
+    if (confinement == Confinement::none)
+        return {.program = companionProgram(),
+                .arguments = {"vela-companion", "open", link},
+                .variables = std::move(variables)};
+    std::vector<std::string> arguments = {"systemd-run", "--user", "--collect", "--quiet"};
+    for (const auto& [name, value] : variables) arguments.push_back("--setenv=" + name + "=" + value);
+    for (const auto& word : {companionProgram().string(), std::string("open"), link}) arguments.push_back(word);
+    return {.program = "/usr/bin/systemd-run", .arguments = std::move(arguments)};
+}
+
 void openLink(const std::string& link) {
     startCompanion(link);
 }
@@ -41,10 +58,10 @@ LinkOpener::LinkOpener(boost::asio::any_io_executor executor, EndHandler onEnd)
 
 LinkOpener::~LinkOpener() = default;
 
-void LinkOpener::open(const std::string& link) {
+void LinkOpener::open(const std::string& link, const std::string& activationToken) {
     pid_t id = 0;
     try {
-        id = startCompanion(link);
+        id = startCompanion(link, activationToken);
     } catch (const std::system_error&) {
         return onEnd_(false);
     }

@@ -13,6 +13,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace platform {
 class DescriptorWatch;
@@ -22,6 +23,22 @@ namespace host {
 
 /// The companion that stands beside this program.
 std::filesystem::path companionProgram();
+
+enum class Confinement {
+    none,
+    /// This process is a service that may do little and have little memory, and a browser that it started would be
+    /// a part of it: the service manager starts the companion in its place.
+    ofService,
+};
+
+struct LinkOpening {
+    std::filesystem::path program;
+    std::vector<std::string> arguments;
+    std::map<std::string, std::string> variables = {};
+};
+
+/// What is started for a link. The token is the desktop's leave to come to the front; it may be empty.
+LinkOpening linkOpening(const std::string& link, const std::string& activationToken, Confinement confinement);
 
 /// Opens a link and does not wait for it. Throws std::system_error.
 void openLink(const std::string& link);
@@ -37,8 +54,9 @@ class LinkOpener {
     LinkOpener(const LinkOpener&) = delete;
     LinkOpener& operator=(const LinkOpener&) = delete;
 
-    /// `onEnd` is told, later, whether the companion could open it.
-    void open(const std::string& link);
+    /// `onEnd` is told, later, whether the companion could open it. The token is the desktop's leave to come
+    /// to the front.
+    void open(const std::string& link, const std::string& activationToken = {});
 
   private:
     void take(pid_t id);

@@ -11,6 +11,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -117,6 +118,31 @@ TEST_F(HostPlaceTest, LeavesNothingBehind) {
     EXPECT_EQ(claim(), "claimed");
     EXPECT_TRUE(fs::is_empty(folder.path()));
     EXPECT_EQ(claim(), "claimed");
+}
+
+TEST_F(HostPlaceTest, IsLostWithItsLockAndItsFolder) {
+    using Loss = std::function<void()>;
+    const Loss losses[] = {
+        [&] { fs::remove(inside("host.lock")); },
+        [&] { fs::remove_all(inside("")); },
+        [&] { fs::rename(inside(""), folder.path() / "elsewhere"); },
+    };
+    for (const auto& lose : losses) {
+        const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+        EXPECT_TRUE(place.isHeld());
+        lose();
+        EXPECT_FALSE(place.isHeld());
+        fs::remove_all(inside(""));
+    }
+}
+
+TEST_F(HostPlaceTest, LeavesToItsSuccessorWhatIsTheSuccessors) {
+    std::optional<HostPlace> lost(HostPlace::claim(HostAddress::ofPerson(), std::nullopt));
+    fs::remove_all(inside(""));
+    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+    lost.reset();
+    EXPECT_TRUE(place.isHeld());
+    EXPECT_TRUE(fs::exists(inside("host.socket")));
 }
 
 TEST_F(HostPlaceTest, TakesOverFromAHostThatWasKilled) {

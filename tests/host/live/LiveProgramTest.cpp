@@ -322,6 +322,18 @@ TEST_F(LiveProgram, EndsCleanlyOnASignal) {
     }
 }
 
+TEST_F(LiveProgram, EndsWhereItsPlaceIsGone) {
+    startSandbox();
+    signInAtSandbox();
+    for (const char* gone : {"host.lock", ""}) {
+        startHost();
+        ASSERT_TRUE(comesToHold("host.lock", "\n"));
+        fs::remove_all(path(gone));
+        EXPECT_EQ(host().waitForEnd(std::chrono::seconds(30)), 0) << gone;
+        fs::remove_all(path(""));
+    }
+}
+
 TEST_F(LiveProgram, WritesItsFilesWhereThePersonSays) {
     startSandbox();
     signInAtSandbox();

@@ -1,0 +1,183 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Doctor/DoctorCommand.hpp"
+
+#include <unistd.h>
+
+#include <array>
+#include <boost/asio/redirect_error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/this_coro.hpp>
+#include <boost/asio/use_awaitable.hpp>
+#include <chrono>
+#include <fstream>
+#include <system_error>
+
+#include "host/widget/Doctor/Findings.hpp"
+#include "host/widget/ExtensionAnswer.hpp"
+#include "host/widget/ExtensionSession.hpp"
+#include "host/widget/JSONLine.hpp"
+#include "host/widget/OneShotHost.hpp"
+#include "host/widget/Readers/LinkOpener.hpp"
+#include "host/widget/Readers/LiveHostClient.hpp"
+#include "host/widget/Setup/SetupSnippet.hpp"
+#include "platform/Asio/Coroutines.hpp"
+#include "platform/MessageBus/MessageBus.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Streams/Streams.hpp"
+#include "platform/SystemEvents/LinuxSystemEvents.hpp"
+
+namespace host {
+
+namespace asio = boost::asio;
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::chrono::seconds serviceManagerPatience{3};
+constexpr const char* serviceManager = "org.freedesktop.systemd1";
+
+struct FontPackage {
+    const char* package;
+    /// What the names of its files begin with.
+    std::string_view beginning;
+};
+// Each package's most used file; in the order of their weight.
+constexpr std::array fontPackages = {
+    FontPackage{"fonts-inter", "Inter"},
+    FontPackage{"fonts-noto-core", "NotoSansArabic"},
+    FontPackage{"fonts-noto-cjk", "NotoSansCJK"},
+    FontPackage{"fonts-noto-color-emoji", "NotoColorEmoji"},
+};
+
+/// As the bundle's fonts.conf has them.
+std::vector<fs::path> fontFolders() {
+    std::vector<fs::path> folders = {"/usr/share/fonts", "/usr/local/share/fonts"};
+    if (const auto home = platform::dataHome()) folders.push_back(*home / "fonts");
+    if (const auto home = platform::environmentVariable("HOME"))
+        folders.push_back(fs::path(*home) / ".fonts");
+    return folders;
+}
+
+asio::awaitable<void> lookAtExtension(Evidence& evidence, ExtensionSettings settings) {
+    auto options = ExtensionSession::Options::forCommand(settings);
+    options.onOutputLine = printExtensionLine;
+    ExtensionSession session(co_await asio::this_coro::executor, std::move(options));
+    try {
+        const ExtensionRequest request = {.kind = ExtensionRequest::Kind::diagnosis};
+        const auto answer = co_await session.ask(request);
+        evidence.extension = diagnosisIn(answer);
+    } catch (const std::exception& failure) {
+        evidence.extensionFault = failure.what();
+    }
+    co_await session.end();
+}
+
+asio::awaitable<void> lookAtLiveHost(Evidence& evidence) {
+    LiveHostClient::Options options;
+    options.ifMissing = LiveHostClient::IfMissing::leave;
+    LiveHostClient client(co_await asio::this_coro::executor, std::move(options));
+    try {
+        evidence.liveHost = co_await client.status();
+    } catch (const LiveHostError& failure) {
+        evidence.liveHostFault = failure.what();
+    }
+}
+
+platform::BusCall askingForSocketUnit() {
+    return {.destination = serviceManager,
+            .path = "/org/freedesktop/systemd1",
+            .interface = "org.freedesktop.systemd1.Manager",
+            .member = "GetUnitFileState",
+            .arguments = {std::string("vela-widget.socket")}};
+}
+
+void takeUnitState(Evidence& evidence, const platform::BusMessage& answer) {
+    const auto* state = answer.argument<std::string>(0);
+    const bool isKnown = answer.error.empty() && state;
+    // That it knows no such unit is an answer too.
+    evidence.hasServiceManager =
+        isKnown || answer.error.ends_with(".FileNotFound") || answer.error.ends_with(".NoSuchUnit");
+    if (isKnown) evidence.socketUnit = *state;
+}
+
+asio::awaitable<void> lookAtUnits(Evidence& evidence) {
+    const auto executor = co_await asio::this_coro::executor;
+    asio::steady_timer answered(executor, asio::steady_timer::time_point::max());
+    platform::MessageBus bus(executor, platform::MessageBus::Kind::session);
+    bus.connect([] {});
+    bus.call(askingForSocketUnit(), serviceManagerPatience, [&](const platform::BusMessage& answer) {
+        takeUnitState(evidence, answer);
+        answered.cancel();
+    });
+    boost::system::error_code ignored;
+    co_await answered.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+}
+
+void lookAtMachine(Evidence& evidence) {
+    const auto search = platform::environmentVariable("PATH").value_or("");
+    evidence.missingFonts = missingFontPackages(fontFolders());
+    if (const auto zone = platform::WatchedStores::ofPerson().zone) {
+        evidence.zoneFile = zone->string();
+        evidence.isZoneReadable = isZoneFile(*zone);
+    }
+    evidence.hasCompanion = ::access(companionProgram().c_str(), X_OK) == 0;
+    evidence.hasPageOpener = !foundInPath(search, "xdg-open").empty();
+}
+
+asio::awaitable<Evidence> gathered(const DoctorCommand& command) {
+    Evidence evidence;
+    lookAtMachine(evidence);
+    co_await lookAtExtension(evidence, command.extension);
+    co_await lookAtUnits(evidence);
+    co_await lookAtLiveHost(evidence);
+    co_return evidence;
+}
+
+int report(const DoctorCommand& command) {
+    const auto all = findings(platform::runToEnd(gathered(command)));
+    const bool isJSON = command.output == DoctorCommand::Output::json;
+    writeToStandardOutput(isJSON ? jsonLine(findingsObject(all)) : findingsText(all));
+    for (const auto& finding : all)
+        if (finding.verdict == Verdict::problem) return 1;
+    return 0;
+}
+
+}  // namespace
+
+std::vector<std::string> missingFontPackages(const std::vector<fs::path>& folders) {
+    std::array<bool, fontPackages.size()> areThere = {};
+    for (const auto& folder : folders) {
+        std::error_code error;
+        fs::recursive_directory_iterator file(folder, fs::directory_options::skip_permission_denied, error);
+        for (; !error && file != fs::recursive_directory_iterator(); file.increment(error)) {
+            const std::string name = file->path().filename().string();
+            for (std::size_t i = 0; i < fontPackages.size(); ++i)
+                if (name.starts_with(fontPackages[i].beginning) && file->is_regular_file(error))
+                    areThere[i] = true;
+        }
+    }
+    std::vector<std::string> missing;
+    for (std::size_t i = 0; i < fontPackages.size(); ++i)
+        if (!areThere[i]) missing.emplace_back(fontPackages[i].package);
+    return missing;
+}
+
+bool isZoneFile(const fs::path& file) {
+    std::array<char, 4> beginning = {};
+    std::ifstream stream(file, std::ios::binary);
+    stream.read(beginning.data(), beginning.size());
+    // RFC 8536, section 3.1.
+    return stream && std::string_view(beginning.data(), beginning.size()) == "TZif";
+}
+
+int DoctorCommand::run() const {
+    try {
+        return report(*this);
+    } catch (const std::exception& failure) {
+        platform::printFailure("vela-widget", failure);
+        return 1;
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// What stands well with an installation and what does not, each in a sentence that says what to do. Pure;
+// safe from any thread.
+
+#include <boost/json/value.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/protocol/LiveCoding.hpp"
+#include "widget/Diagnosis.hpp"
+
+namespace host {
+
+/// All that was looked at.
+struct Evidence {
+    /// What the extension says; nothing where it says nothing, for `extensionFault`.
+    std::optional<widget::Diagnosis> extension = std::nullopt;
+    std::string extensionFault = {};
+    /// Packages of fonts that are not there.
+    std::vector<std::string> missingFonts = {};
+    /// The file that the zone is read from, where there is one, and whether it is a zone file.
+    std::optional<std::string> zoneFile = std::nullopt;
+    bool isZoneReadable = false;
+    bool hasCompanion = false;
+    bool hasPageOpener = false;
+    /// As the service manager has it ("enabled", "disabled" …); empty where there is none, or no such unit.
+    std::string socketUnit = {};
+    bool hasServiceManager = false;
+    std::optional<LiveHostStatus> liveHost = std::nullopt;
+    std::string liveHostFault = {};
+};
+
+enum class Verdict { good, advice, problem };
+std::string_view name(Verdict verdict);
+
+struct Finding {
+    std::string check;
+    Verdict verdict = Verdict::good;
+    std::string sentence;
+    bool operator==(const Finding&) const = default;
+};
+
+/// In the order in which they are to be mended.
+std::vector<Finding> findings(const Evidence& evidence);
+
+/// {"findings": [{"check", "sentence", "verdict"}]}.
+boost::json::object findingsObject(const std::vector<Finding>& findings);
+/// A line each, for a person.
+std::string findingsText(const std::vector<Finding>& findings);
+
+}  // namespace host

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Notifications/DesktopNotifier.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+#include <vector>
+
+#include "host/widget/TerminalText.hpp"
+#include "platform/Log/Logger.hpp"
+
+namespace host {
+
+using platform::BusCall;
+using platform::BusMessage;
+
+namespace {
+
+constexpr const char* notificationService = "org.freedesktop.Notifications";
+constexpr const char* notificationPath = "/org/freedesktop/Notifications";
+constexpr std::chrono::seconds servicePatience{10};
+constexpr std::uint8_t lowUrgency = 0;
+constexpr std::uint8_t normalUrgency = 1;
+constexpr std::int32_t asLongAsTheServiceLikes = -1;
+
+BusCall calling(const char* member, std::vector<platform::BusValue> arguments = {}) {
+    return {.destination = notificationService,
+            .path = notificationPath,
+            .interface = notificationService,
+            .member = member,
+            .arguments = std::move(arguments),
+            .ifAbsent = BusCall::IfAbsent::start};
+}
+
+}  // namespace
+
+std::string escapedForMarkup(std::string_view text) {
+    std::string escaped;
+    for (const char character : text) {
+        switch (character) {
+            case '&': escaped += "&amp;"; break;
+            case '<': escaped += "&lt;"; break;
+            case '>': escaped += "&gt;"; break;
+            case '"': escaped += "&quot;"; break;
+            case '\'': escaped += "&apos;"; break;
+            default: escaped += character;
+        }
+    }
+    return escaped;
+}
+
+DesktopNotifier::DesktopNotifier(const boost::asio::any_io_executor& executor, Open open)
+    : open_(std::move(open)), bus_(executor, platform::MessageBus::Kind::session) {
+    const auto listen = [this](const char* member, void (DesktopNotifier::*take)(const BusMessage&)) {
+        bus_.listen({.sender = notificationService,
+                     .interface = notificationService,
+                     .member = member,
+                     .path = notificationPath},
+                    [this, take](const BusMessage& signal) { (this->*take)(signal); });
+    };
+    listen("ActivationToken", &DesktopNotifier::noteToken);
+    listen("ActionInvoked", &DesktopNotifier::noteAction);
+    listen("NotificationClosed", &DesktopNotifier::noteClosing);
+    // Another service counts anew.
+    bus_.listen({.sender = "org.freedesktop.DBus",
+                 .interface = "org.freedesktop.DBus",
+                 .member = "NameOwnerChanged",
+                 .firstArgument = notificationService},
+                [this](const BusMessage&) {
+                    for (auto& [link, shown] : shown_) shown.number = 0;
+                });
+    bus_.connect([] {});
+}
+
+void DesktopNotifier::show(const Notice& notice) {
+    const auto [shown, isNew] = shown_.try_emplace(notice.link);
+    if (!isNew && shown->second.isOnItsWay) {
+        shown->second.next = notice;
+        return;
+    }
+    shown->second.isOnItsWay = true;
+    ask(notice);
+}
+
+void DesktopNotifier::ask(const Notice& notice) {
+    const Errand errand = {.notice = notice, .generation = generation_};
+    bus_.call(calling("GetCapabilities"), servicePatience, [this, errand](const BusMessage& answer) {
+        const auto* capabilities = answer.argument<std::vector<std::string>>(0);
+        if (!capabilities) return arrive(errand, answer);
+        const auto can = [&](const char* capability) {
+            return std::find(capabilities->begin(), capabilities->end(), capability) != capabilities->end();
+        };
+        askForQuiet(errand, {.hasMarkup = can("body-markup"), .hasActions = can("actions")});
+    });
+}
+
+void DesktopNotifier::askForQuiet(const Errand& errand, Service service) {
+    auto asking = calling("Get", {std::string(notificationService), std::string("Inhibited")});
+    asking.interface = "org.freedesktop.DBus.Properties";
+    bus_.call(asking, servicePatience, [this, errand, service](const BusMessage& answer) {
+        // Most services have no such property.
+        const auto* isInhibited = answer.argument<bool>(0);
+        Service asked = service;
+        asked.isQuiet = isInhibited && *isInhibited;
+        send(errand, asked);
+    });
+}
+
+void DesktopNotifier::send(const Errand& errand, const Service& service) {
+    if (errand.generation != generation_) return;
+    const Notice& notice = errand.notice;
+    // The names are a stranger's.
+    std::string text = terminalSafe(notice.status);
+    if (!notice.detail.empty()) text += "\n" + terminalSafe(notice.detail);
+    platform::BusVariants hints = {{"urgency", service.isQuiet ? lowUrgency : normalUrgency}};
+    if (service.isQuiet) hints["suppress-sound"] = true;
+    using Texts = std::vector<std::string>;
+    const auto call = calling(
+        "Notify", {std::string("Vela"), shown_[notice.link].number, std::string("package-x-generic"),
+                   terminalSafe(notice.title), service.hasMarkup ? escapedForMarkup(text) : text,
+                   service.hasActions ? Texts{"default", "Open"} : Texts(), hints, asLongAsTheServiceLikes});
+    bus_.call(call, servicePatience, [this, errand](const BusMessage& answer) { arrive(errand, answer); });
+}
+
+void DesktopNotifier::arrive(const Errand& errand, const BusMessage& answer) {
+    const auto* number = answer.argument<std::uint32_t>(0);
+    if (!number && !std::exchange(hasComplained_, true))
+        platform::Logger::standard().log(platform::LogLevel::info, "a notification cannot be shown: %s",
+                                         {{answer.error}});
+    // It is nobody's any more.
+    if (errand.generation != generation_) {
+        if (number) close(*number);
+        return;
+    }
+    Shown& shown = shown_[errand.notice.link];
+    shown.isOnItsWay = false;
+    if (number) shown.number = *number;
+    if (const auto next = std::exchange(shown.next, std::nullopt)) show(*next);
+}
+
+void DesktopNotifier::withdrawAll() {
+    ++generation_;
+    for (const auto& [link, shown] : shown_)
+        if (shown.number != 0) close(shown.number);
+    shown_.clear();
+}
+
+void DesktopNotifier::close(std::uint32_t number) {
+    auto closing = calling("CloseNotification", {number});
+    closing.ifAbsent = BusCall::IfAbsent::leave;
+    bus_.call(closing, servicePatience, [](const BusMessage&) {});
+}
+
+void DesktopNotifier::noteToken(const BusMessage& signal) {
+    const auto* token = signal.argument<std::string>(1);
+    activationToken_ = token ? *token : "";
+}
+
+void DesktopNotifier::noteAction(const BusMessage& signal) {
+    const auto* number = signal.argument<std::uint32_t>(0);
+    const auto* action = signal.argument<std::string>(1);
+    const std::string token = std::exchange(activationToken_, "");
+    if (!number || *number == 0 || !action || *action != "default") return;
+    for (const auto& [link, shown] : shown_)
+        if (shown.number == *number) return open_(std::string(link), token);
+}
+
+void DesktopNotifier::noteClosing(const BusMessage& signal) {
+    const auto* number = signal.argument<std::uint32_t>(0);
+    if (!number) return;
+    std::erase_if(shown_,
+                  [&](const auto& one) { return one.second.number == *number && !one.second.isOnItsWay; });
+    // The next of a link that is on its way is shown anew.
+    for (auto& [link, shown] : shown_)
+        if (shown.number == *number) shown.number = 0;
+}
+
+}  // namespace host

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Notifications/Notifications.hpp"
+
+#include <unistd.h>
+
+#include <array>
+#include <string>
+#include <utility>
+
+#include "platform/Asio/Coroutines.hpp"
+#include "platform/Files/FileReplacement.hpp"
+#include "platform/Files/TrustedFolder.hpp"
+#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/Log/Logger.hpp"
+
+namespace host {
+
+using platform::TrustedFolder;
+
+namespace {
+
+constexpr const char* temporaryFileName = ".notifications.json.new";
+// Ten packages with all that can be told of them take a tenth of it.
+constexpr std::size_t longestMemory = 65536;
+
+std::string contentsOf(const platform::Descriptor& file) {
+    std::string text;
+    std::array<char, 4096> buffer;
+    ssize_t count = 0;
+    while (text.size() < longestMemory && (count = ::read(file, buffer.data(), buffer.size())) > 0)
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    return text;
+}
+
+void complain(const std::exception& failure) {
+    platform::Logger::standard().log(platform::LogLevel::info, "what was told cannot be remembered: %s",
+                                     {{failure.what()}});
+}
+
+void noteEnd(bool isOpen) {
+    if (!isOpen)
+        platform::Logger::standard().log(platform::LogLevel::error, "a notification's link cannot be opened",
+                                         {});
+}
+
+}  // namespace
+
+Notifications::Notifications(const boost::asio::any_io_executor& executor, std::filesystem::path folder,
+                             IsWanted isWanted)
+    : executor_(executor),
+      folder_(std::move(folder)),
+      isWanted_(std::move(isWanted)),
+      opener_(executor, noteEnd) {
+    load();
+}
+
+void Notifications::take(const LiveState& state, LiveHost::Change change) {
+    if (change == LiveHost::Change::forgotten) forget();
+    const auto before = rules_.memory();
+    auto notices = rules_.take(state);
+    if (rules_.memory() == before) return;
+    platform::spawn(executor_, tell(std::move(notices)), [](const std::exception_ptr&) {});
+}
+
+boost::asio::awaitable<void> Notifications::tell(std::vector<Notice> notices) {
+    const auto life = std::weak_ptr(life_);
+    const bool isWanted = co_await isWanted_();
+    if (life.expired() || !isWanted) co_return;
+    save();
+    if (notices.empty()) co_return;
+    if (!notifier_)
+        notifier_ = std::make_unique<DesktopNotifier>(
+            executor_,
+            [this](const std::string& link, const std::string& token) { opener_.open(link, token); });
+    for (const auto& notice : notices) notifier_->show(notice);
+}
+
+void Notifications::forget() {
+    life_ = std::make_shared<const int>(0);
+    rules_.forget();
+    if (notifier_) notifier_->withdrawAll();
+    ::unlink((folder_ / fileName).c_str());
+}
+
+void Notifications::load() {
+    try {
+        const auto folder = TrustedFolder::open(folder_);
+        const auto file =
+            folder ? folder->openFile(fileName, TrustedFolder::Others::mayDoNothing) : std::nullopt;
+        if (file) rules_.remember(platform::JSONSerialization::JSONObjectWithData(contentsOf(*file)));
+    } catch (const platform::FileError& error) {
+        complain(error);
+    } catch (const platform::JSONError&) {
+        // One that cannot be read is none: the next look is the first.
+    }
+}
+
+void Notifications::save() const {
+    try {
+        const auto folder = TrustedFolder::make(folder_);
+        const auto text = platform::JSONSerialization::dataWithJSONObject(rules_.memory());
+        platform::FileReplacement(folder.descriptor(), folder_ / fileName, temporaryFileName, text).commit();
+    } catch (const platform::FileError& error) {
+        complain(error);
+    }
+}
+
+}  // namespace host

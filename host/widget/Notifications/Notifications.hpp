@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// Tells a person what happens to the packages of a live host, where it is wanted. What was told is remembered
+// as hashes in the host's folder, so that another host tells nothing twice. Belongs to one executor.
+
+#include <boost/asio/any_io_executor.hpp>
+#include <boost/asio/awaitable.hpp>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "host/widget/Live/LiveHost.hpp"
+#include "host/widget/Notifications/DesktopNotifier.hpp"
+#include "host/widget/Notifications/NotificationRules.hpp"
+#include "host/widget/Readers/LinkOpener.hpp"
+
+namespace host {
+
+class Notifications {
+  public:
+    static constexpr const char* fileName = "notifications.json";
+
+    /// Whether the person wants them; asked when there is something to tell. What it throws counts as no.
+    using IsWanted = std::function<boost::asio::awaitable<bool>()>;
+
+    /// `folder` is the live host's own.
+    Notifications(const boost::asio::any_io_executor& executor, std::filesystem::path folder,
+                  IsWanted isWanted);
+
+    void take(const LiveState& state, LiveHost::Change change);
+
+  private:
+    boost::asio::awaitable<void> tell(std::vector<Notice> notices);
+    void load();
+    void save() const;
+    void forget();
+
+    boost::asio::any_io_executor executor_;
+    std::filesystem::path folder_;
+    IsWanted isWanted_;
+    NotificationRules rules_;
+    LinkOpener opener_;
+    std::unique_ptr<DesktopNotifier> notifier_;
+    /// Another one after everything was forgotten; none after the end.
+    std::shared_ptr<const int> life_ = std::make_shared<const int>(0);
+};
+
+}  // namespace host

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Setup/SetupSnippet.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// PROGRAM stands for the call. Those of a JSON text or an XML stand in quotes, which a call does not have.
+constexpr std::string_view waybarSnippet =
+    R"(// ~/.config/waybar/config: add "custom/vela" to a list of modules, and this beside them.
+"custom/vela": {
+    "exec": "PROGRAM bar --format waybar --follow",
+    "return-type": "json",
+    "restart-interval": 5,
+    "on-click": "PROGRAM bar --open",
+    "on-scroll-up": "PROGRAM bar --previous",
+    "on-scroll-down": "PROGRAM bar --next"
+}
+)";
+
+constexpr std::string_view i3Snippet =
+    R"(# ~/.config/i3/config (or sway's): in place of the bar's status_command. To keep others beside it: setup i3blocks.
+bar {
+    status_command PROGRAM bar --format i3bar --follow
+}
+)";
+
+constexpr std::string_view i3blocksSnippet =
+    R"(# ~/.config/i3blocks/config
+[vela]
+command=PROGRAM bar --format i3blocks --json --follow
+interval=persist
+format=json
+markup=pango
+)";
+
+constexpr std::string_view polybarSnippet =
+    R"(; ~/.config/polybar/config.ini: add vela to a list of modules, and this below them.
+[module/vela]
+type = custom/script
+exec = PROGRAM bar --format polybar --follow
+tail = true
+)";
+
+constexpr std::string_view tmuxSnippet =
+    R"(# ~/.tmux.conf: asks what the live host has, which costs no fetch.
+set -g status-interval 15
+set -ag status-right ' #(PROGRAM bar --format tmux)'
+)";
+
+constexpr std::string_view genmonSnippet =
+    R"(# Xfce: add "Generic Monitor" to the panel, no label, a period of 15 seconds, and this as its command.
+PROGRAM bar --format genmon
+)";
+
+constexpr std::string_view swaylockSnippet =
+    R"(# In place of swaylock: the picture is the live host's, which has to run with this family
+# (PROGRAM run --family systemMedium --scheme dark --scale 2).
+swaylock --scaling center --image "$XDG_RUNTIME_DIR/vela-widget/systemMedium-dark@2x.png"
+)";
+
+constexpr std::string_view conkySnippet =
+    R"(-- ~/.config/conky/conky.conf: beside your own settings, while PROGRAM run keeps the file.
+conky.text = [[
+${execi 10 cat "$XDG_RUNTIME_DIR/vela-widget/widget.txt"}
+]]
+)";
+
+constexpr std::string_view systemdSnippet =
+    R"(# In a shell, once: the live host then starts when the first surface asks for it.
+systemctl --user daemon-reload
+systemctl --user enable --now vela-widget.socket
+# And to have it from the beginning of the session, for notifications and for files:
+systemctl --user add-wants default.target vela-widget.service
+PROGRAM doctor
+)";
+
+std::string_view templateOf(SetupTarget target) {
+    switch (target) {
+        case SetupTarget::waybar: return waybarSnippet;
+        case SetupTarget::i3: return i3Snippet;
+        case SetupTarget::i3blocks: return i3blocksSnippet;
+        case SetupTarget::polybar: return polybarSnippet;
+        case SetupTarget::tmux: return tmuxSnippet;
+        case SetupTarget::genmon: return genmonSnippet;
+        case SetupTarget::swaylock: return swaylockSnippet;
+        case SetupTarget::conky: return conkySnippet;
+        case SetupTarget::systemd: return systemdSnippet;
+    }
+    return "";
+}
+
+bool isPlain(char character) {
+    constexpr std::string_view others = "/._-+,:@%";
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           (character >= '0' && character <= '9') || others.find(character) != std::string_view::npos;
+}
+
+}  // namespace
+
+std::string setupSnippet(SetupTarget target, std::string_view program) {
+    constexpr std::string_view place = "PROGRAM";
+    std::string snippet(templateOf(target));
+    for (auto at = snippet.find(place); at != std::string::npos;
+         at = snippet.find(place, at + program.size()))
+        snippet.replace(at, place.size(), program);
+    return snippet;
+}
+
+fs::path foundInPath(std::string_view search, const fs::path& name) {
+    while (!search.empty()) {
+        const auto end = std::min(search.find(':'), search.size());
+        const fs::path candidate = fs::path(search.substr(0, end)) / name;
+        if (candidate.is_absolute() && ::access(candidate.c_str(), X_OK) == 0) return candidate;
+        search.remove_prefix(std::min(end + 1, search.size()));
+    }
+    return {};
+}
+
+std::string shellCall(const std::string& path, const std::string& search) {
+    const fs::path name = fs::path(path).filename();
+    const fs::path found = foundInPath(search, name);
+    std::error_code error;
+    if (!found.empty() && fs::equivalent(found, path, error) && !error) return name.string();
+    if (std::all_of(path.begin(), path.end(), isPlain)) return path;
+    std::string quoted = "'";
+    for (const char character : path) quoted += character == '\'' ? R"('\'')" : std::string(1, character);
+    return quoted + "'";
+}
+
+}  // namespace host

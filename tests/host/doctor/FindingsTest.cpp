@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Doctor/Findings.hpp"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "host/widget/Doctor/DoctorCommand.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+namespace host {
+namespace {
+
+using widget::CredentialState;
+
+/// All is well.
+Evidence wellEvidence() {
+    Evidence evidence;
+    evidence.extension = widget::Diagnosis{.credentials = {.state = CredentialState::stored, .tokens = 1},
+                                           .keychain = "embedded",
+                                           .serverAddress = "https://server.example",
+                                           .serverStatus = 200,
+                                           .bundle = "/bundle",
+                                           .isBundleWhole = true,
+                                           .suite = "group"};
+    evidence.zoneFile = "/etc/localtime";
+    evidence.isZoneReadable = true;
+    evidence.hasCompanion = true;
+    evidence.hasPageOpener = true;
+    evidence.hasServiceManager = true;
+    evidence.socketUnit = "enabled";
+    evidence.liveHost = LiveHostStatus{.pid = 7, .version = "1", .started = platform::Date::since1970(0)};
+    return evidence;
+}
+
+Finding findingOf(const Evidence& evidence, std::string_view check) {
+    for (const auto& finding : findings(evidence))
+        if (finding.check == check) return finding;
+    ADD_FAILURE() << "no finding of " << check;
+    return {};
+}
+
+TEST(Findings, AreAllGoodWhereAllIsWell) {
+    for (const auto& finding : findings(wellEvidence()))
+        EXPECT_EQ(finding.verdict, Verdict::good) << finding.sentence;
+    EXPECT_EQ(findings(wellEvidence()).size(), 9U);
+}
+
+struct Ailment {
+    const char* name;
+    const char* check;
+    std::function<void(Evidence&)> afflict;
+    Verdict verdict;
+    /// What the sentence tells to do.
+    const char* remedy;
+};
+
+TEST(Findings, SayOfEachAilmentWhatToDo) {
+    const std::vector<Ailment> ailments = {
+        {"an extension that ends", "extension",
+         [](Evidence& e) {
+             e.extension.reset();
+             e.extensionFault = "it ended";
+         },
+         Verdict::problem, "it ended"},
+        {"a broken bundle", "bundle", [](Evidence& e) { e.extension->isBundleWhole = false; },
+         Verdict::problem, "VELA_BUNDLE"},
+        {"nobody signed in", "keyring", [](Evidence& e) { e.extension->credentials = {}; }, Verdict::advice,
+         "vela-companion sign-in"},
+        {"a locked keyring", "keyring",
+         [](Evidence& e) { e.extension->credentials.state = CredentialState::locked; }, Verdict::problem,
+         "unlock"},
+        {"a keychain that cannot be read", "keyring",
+         [](Evidence& e) { e.extension->credentials.state = CredentialState::unreadable; }, Verdict::problem,
+         "vela-companion status"},
+        {"a desktop's keyring that is not there", "keyring",
+         [](Evidence& e) {
+             e.extension->keychain = "secret-service";
+             e.extension->credentials.state = CredentialState::unreadable;
+         },
+         Verdict::problem, "start it"},
+        {"a keychain that is none", "keyring", [](Evidence& e) { e.extension->keychain = "bogus"; },
+         Verdict::problem, "embedded or secret-service"},
+        {"a server with a failure", "server", [](Evidence& e) { e.extension->serverStatus = 503; },
+         Verdict::advice, "wait"},
+        {"a server that cannot be reached", "server",
+         [](Evidence& e) {
+             e.extension->serverStatus.reset();
+             e.extension->serverFault = "no such host";
+         },
+         Verdict::problem, "PONTAL_URL"},
+        {"a certificate that is not trusted", "server",
+         [](Evidence& e) {
+             e.extension->serverStatus.reset();
+             e.extension->isConnectionInsecure = true;
+         },
+         Verdict::problem, "ca-certificates"},
+        {"fonts for other scripts missing", "fonts", [](Evidence& e) { e.missingFonts = {"fonts-noto-cjk"}; },
+         Verdict::advice, "fonts-noto-cjk"},
+        {"the widget's own font missing", "fonts", [](Evidence& e) { e.missingFonts = {"fonts-inter"}; },
+         Verdict::problem, "fonts-inter"},
+        {"no zone", "zone", [](Evidence& e) { e.isZoneReadable = false; }, Verdict::problem, "tzdata"},
+        {"no companion", "links", [](Evidence& e) { e.hasCompanion = false; }, Verdict::problem,
+         "vela-companion"},
+        {"nothing to open pages", "links", [](Evidence& e) { e.hasPageOpener = false; }, Verdict::problem,
+         "xdg-utils"},
+        {"a unit that is not enabled", "units", [](Evidence& e) { e.socketUnit = "disabled"; },
+         Verdict::advice, "systemctl --user enable --now vela-widget.socket"},
+        {"no unit", "units", [](Evidence& e) { e.socketUnit = ""; }, Verdict::advice, "not installed"},
+        {"no live host", "live host", [](Evidence& e) { e.liveHost.reset(); }, Verdict::advice,
+         "vela-widget run"},
+    };
+    for (const auto& ailment : ailments) {
+        SCOPED_TRACE(ailment.name);
+        Evidence evidence = wellEvidence();
+        ailment.afflict(evidence);
+        const auto finding = findingOf(evidence, ailment.check);
+        EXPECT_EQ(finding.verdict, ailment.verdict);
+        EXPECT_NE(finding.sentence.find(ailment.remedy), std::string::npos) << finding.sentence;
+        EXPECT_TRUE(finding.sentence.ends_with('.')) << finding.sentence;
+    }
+}
+
+TEST(Findings, AreGoodWhereThereIsNoServiceManagerAndWhereTZSaysTheZone) {
+    Evidence evidence = wellEvidence();
+    evidence.hasServiceManager = false;
+    evidence.socketUnit = "";
+    evidence.zoneFile.reset();
+    EXPECT_EQ(findingOf(evidence, "units").verdict, Verdict::good);
+    EXPECT_EQ(findingOf(evidence, "zone").verdict, Verdict::good);
+}
+
+TEST(Findings, PrintNothingThatATerminalWouldObey) {
+    Evidence evidence = wellEvidence();
+    evidence.extension->bundle = "/a\x1b[2Jb";
+    EXPECT_EQ(findingsText(findings(evidence)).find('\x1b'), std::string::npos);
+}
+
+TEST(MissingFontPackages, AreThoseOfWhichNoFileIsThere) {
+    const platform::testing::TemporaryFolder folder;
+    using Packages = std::vector<std::string>;
+    EXPECT_EQ(missingFontPackages({folder.path(), "/nowhere"}),
+              (Packages{"fonts-inter", "fonts-noto-core", "fonts-noto-cjk", "fonts-noto-color-emoji"}));
+    folder.write("opentype/inter/Inter-Regular.otf", "font");
+    folder.write("truetype/NotoColorEmoji.ttf", "font");
+    EXPECT_EQ(missingFontPackages({folder.path()}), (Packages{"fonts-noto-core", "fonts-noto-cjk"}));
+}
+
+TEST(IsZoneFile, LooksAtItsBeginning) {
+    const platform::testing::TemporaryFolder folder;
+    EXPECT_TRUE(isZoneFile(folder.write("zone", "TZif2 and more")));
+    EXPECT_FALSE(isZoneFile(folder.write("text", "Europe/Berlin")));
+    EXPECT_FALSE(isZoneFile(folder.write("short", "TZ")));
+    EXPECT_FALSE(isZoneFile(folder.path() / "none"));
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/widget/Notifications/Notifications.hpp"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <optional>
+
+#include "tests/host/notifications/RecordingService.hpp"
+#include "tests/host/notifications/ShownPackages.hpp"
+#include "tests/support/EventLoop.hpp"
+#include "tests/support/PrivateBus.hpp"
+#include "tests/support/RecordingLogSink.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+
+namespace host {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::testing::EventLoop;
+using platform::testing::PrivateBus;
+using platform::testing::ScopedEnvironment;
+using platform::testing::TemporaryFolder;
+using Change = LiveHost::Change;
+
+class NotificationsTest : public ::testing::Test {
+  protected:
+    NotificationsTest() { begin(); }
+
+    void begin() {
+        notifications_.emplace(loop_.executor(), folder_.path() / "vela-widget",
+                               [this]() -> boost::asio::awaitable<bool> {
+                                   ++asked_;
+                                   co_return isWanted_;
+                               });
+    }
+    void take(const std::vector<ShownPackage>& packages, Change change = Change::replaced) {
+        notifications_->take(showing(packages), change);
+        loop_.runReady();
+    }
+    bool shows(std::size_t count) {
+        return loop_.runUntil([&] { return service_.shown().size() == count; });
+    }
+    fs::path memory() const { return folder_.path() / "vela-widget" / Notifications::fileName; }
+
+    PrivateBus bus_;
+    ScopedEnvironment environment_{{"DBUS_SESSION_BUS_ADDRESS", bus_.address()}};
+    platform::testing::RecordingLogSink log_;
+    TemporaryFolder folder_;
+    RecordingService service_{bus_.address(), {}};
+    EventLoop loop_;
+    bool isWanted_ = true;
+    int asked_ = 0;
+    std::optional<Notifications> notifications_;
+};
+
+TEST_F(NotificationsTest, ShowsWhatHappensWhereItIsWanted) {
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    EXPECT_TRUE(shows(1));
+}
+
+TEST_F(NotificationsTest, ShowsAndRemembersNothingWhereItIsNotWanted) {
+    isWanted_ = false;
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    EXPECT_GT(asked_, 0);
+    EXPECT_FALSE(fs::exists(memory()));
+    isWanted_ = true;
+    take({{"Shop", 1.0F, "Failure"}});
+    EXPECT_TRUE(shows(1));
+    EXPECT_EQ(service_.shown().at(0).text, "Failure\nby noon");
+}
+
+TEST_F(NotificationsTest, AsksNobodyWhileNothingHappens) {
+    take({{"Shop", 0.6F}});
+    const int asked = asked_;
+    take({{"Shop", 0.6F}});
+    EXPECT_EQ(asked_, asked);
+}
+
+TEST_F(NotificationsTest, TellsNothingTwiceThoughTheHostBeginsAnew) {
+    take({{"Shop", 0.6F}, {"Other", 0.6F}});
+    take({{"Shop", 1.0F}, {"Other", 0.6F}});
+    ASSERT_TRUE(shows(1));
+    begin();
+    take({{"Shop", 1.0F}, {"Other", 1.0F}});
+    ASSERT_TRUE(shows(2));
+    EXPECT_EQ(service_.shown().at(1).title, "Other");
+}
+
+TEST_F(NotificationsTest, RemembersForThePersonAlone) {
+    take({{"Shop", 0.6F}});
+    struct stat found = {};
+    ASSERT_EQ(::stat(memory().c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 0777U, 0600U);
+}
+
+TEST_F(NotificationsTest, ASignOutTakesEverythingAway) {
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_TRUE(shows(1));
+    // The service's number has to have come back.
+    EXPECT_TRUE(loop_.runUntil([&] {
+        notifications_->take({.entry = showing({}).entry}, Change::forgotten);
+        loop_.runReady();
+        return !service_.closed().empty();
+    }));
+    EXPECT_FALSE(fs::exists(memory()));
+}
+
+TEST_F(NotificationsTest, AMemoryThatIsBrokenIsNone) {
+    take({{"Shop", 0.6F}});
+    folder_.write(fs::path("vela-widget") / Notifications::fileName, "{\"packages\": {");
+    begin();
+    take({{"Shop", 1.0F}});
+    take({{"Shop", 1.0F, "Failure"}});
+    ASSERT_TRUE(shows(1));
+    EXPECT_EQ(service_.shown().at(0).text, "Failure\nby noon");
+}
+
+TEST_F(NotificationsTest, WhereNothingCanBeRememberedItIsToldAllTheSame) {
+    folder_.write("vela-widget", "a file where the folder should be");
+    begin();
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    EXPECT_TRUE(shows(1));
+    EXPECT_FALSE(log_.messages().empty());
+}
+
+TEST(LinkOpening, HasTheCompanionOpenTheLinkWithTheDesktopsLeave) {
+    const auto opening = linkOpening("velaapp://delivery/1", "token", Confinement::none);
+    EXPECT_EQ(opening.program, companionProgram());
+    EXPECT_THAT(opening.arguments, ::testing::ElementsAre("vela-companion", "open", "velaapp://delivery/1"));
+    EXPECT_EQ(opening.variables.at("XDG_ACTIVATION_TOKEN"), "token");
+    EXPECT_TRUE(linkOpening("velaapp://delivery/1", "", Confinement::none).variables.empty());
+}
+
+TEST(LinkOpening, OfAServiceIsTheServiceManagers) {
+    const auto opening = linkOpening("velaapp://delivery/1", "token", Confinement::ofService);
+    EXPECT_EQ(opening.program, "/usr/bin/systemd-run");
+    EXPECT_THAT(
+        opening.arguments,
+        ::testing::ElementsAre("systemd-run", "--user", "--collect", "--quiet",
+                               "--setenv=DESKTOP_STARTUP_ID=token", "--setenv=XDG_ACTIVATION_TOKEN=token",
+                               companionProgram().string(), "open", "velaapp://delivery/1"));
+}
+
+}  // namespace
+}  // namespace host

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// A notification service that writes down what it is asked to show.
+
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tests/support/ScriptedService.hpp"
+
+namespace host {
+
+using platform::testing::ScriptedService;
+
+inline constexpr const char* serviceName = "org.freedesktop.Notifications";
+inline constexpr const char* servicePath = "/org/freedesktop/Notifications";
+
+struct Notified {
+    std::uint32_t replaces = 0;
+    std::string title;
+    std::string text;
+    bool hasActions = false;
+    bool isSilent = false;
+};
+
+class RecordingService {
+  public:
+    struct Kind {
+        bool hasMarkup = true;
+        bool isInhibited = false;
+        bool hangs = false;
+    };
+
+    RecordingService(const std::string& address, Kind kind) : service_(address, serviceName) {
+        service_.answer("GetCapabilities", [kind](sd_bus_message*, sd_bus_message* answer) {
+            return kind.hasMarkup ? sd_bus_message_append(answer, "as", 3, "actions", "body", "body-markup")
+                                  : sd_bus_message_append(answer, "as", 1, "body");
+        });
+        if (kind.isInhibited)
+            service_.answer("Get", [](sd_bus_message*, sd_bus_message* answer) {
+                return sd_bus_message_append(answer, "v", "b", 1);
+            });
+        service_.answer("CloseNotification", [this](sd_bus_message* call, sd_bus_message*) {
+            std::uint32_t number = 0;
+            sd_bus_message_read(call, "u", &number);
+            const std::lock_guard lock(mutex_);
+            closed_.push_back(number);
+            return 0;
+        });
+        if (kind.hangs)
+            service_.ignore("Notify");
+        else
+            service_.answer("Notify", [this](sd_bus_message* call, sd_bus_message* answer) {
+                return take(call, answer);
+            });
+    }
+
+    std::vector<Notified> shown() const {
+        const std::lock_guard lock(mutex_);
+        return shown_;
+    }
+    std::vector<std::uint32_t> closed() const {
+        const std::lock_guard lock(mutex_);
+        return closed_;
+    }
+    int calls(const char* member) const { return service_.calls(member); }
+    template <typename... Arguments>
+    void say(const char* member, const char* types, Arguments... arguments) {
+        service_.signal(servicePath, serviceName, member, types, arguments...);
+    }
+
+  private:
+    int take(sd_bus_message* call, sd_bus_message* answer) {
+        Notified notified;
+        const char* title = nullptr;
+        const char* text = nullptr;
+        sd_bus_message_read(call, "susss", nullptr, &notified.replaces, nullptr, &title, &text);
+        notified.title = title;
+        notified.text = text;
+        char** actions = nullptr;
+        sd_bus_message_read_strv(call, &actions);
+        notified.hasActions = actions && actions[0];
+        for (char** action = actions; action && *action; ++action) ::free(*action);
+        ::free(actions);
+        sd_bus_message_enter_container(call, 'a', "{sv}");
+        while (sd_bus_message_enter_container(call, 'e', "sv") > 0) {
+            const char* key = nullptr;
+            sd_bus_message_read(call, "s", &key);
+            notified.isSilent = notified.isSilent || std::string_view(key) == "suppress-sound";
+            sd_bus_message_skip(call, "v");
+            sd_bus_message_exit_container(call);
+        }
+        const std::lock_guard lock(mutex_);
+        shown_.push_back(notified);
+        const auto number = notified.replaces != 0 ? notified.replaces : ++lastNumber_;
+        return sd_bus_message_append(answer, "u", number);
+    }
+
+    mutable std::mutex mutex_;
+    std::vector<Notified> shown_;
+    std::vector<std::uint32_t> closed_;
+    std::uint32_t lastNumber_ = 40;
+    ScriptedService service_;
+};
+
+}  // namespace host
