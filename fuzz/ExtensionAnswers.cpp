@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What the extension sends, as its host reads it: frames, entries and timelines, down to the lines of a
-// terminal.
+// What the extension sends, as its host reads it, and a live host, as its readers do: frames, entries,
+// timelines, outcomes and states, down to the lines of a terminal.
 
 #include <string>
 
@@ -9,6 +9,7 @@
 #include "fuzz/Require.hpp"
 #include "fuzz/SameValue.hpp"
 #include "host/protocol/EntryCoding.hpp"
+#include "host/protocol/LiveCoding.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
@@ -87,6 +88,30 @@ void readDeclaration(const host::Message& message) {
             "a declaration reads back as it was written");
 }
 
+void readOutcome(const host::Message& message) {
+    const auto object = host::outcomeObject(host::outcomeIn(message));
+    require(host::outcomeObject(host::outcomeFromValue(object)) == object,
+            "an outcome reads back as it was written");
+}
+
+void readCredentials(const host::Message& message) {
+    const auto object = host::credentialsObject(host::credentialsIn(message));
+    require(host::credentialsObject(host::credentialsFromValue(object)) == object,
+            "a report reads back as it was written");
+}
+
+void readState(const host::Message& message) {
+    const auto* value = message.body.if_contains("state");
+    if (!value) return;
+    try {
+        const auto object = host::liveStateObject(host::liveStateFromValue(*value));
+        require(host::liveStateObject(host::liveStateFromValue(object)) == object,
+                "a state reads back as it was written");
+    } catch (const host::EntryCodingError&) {
+    } catch (const host::ProtocolError&) {
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size) {
@@ -94,6 +119,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t siz
         readMember(message, readEntry);
         readMember(message, readTimeline);
         readMember(message, readDeclaration);
+        readMember(message, readOutcome);
+        readMember(message, readCredentials);
+        readState(message);
         for (const auto format : {widget::DrawingFormat::png, widget::DrawingFormat::svg,
                                   widget::DrawingFormat::tree, widget::DrawingFormat::text})
             readMember(message, [format](const host::Message& given) { host::drawingIn(given, format); });

@@ -1,14 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// What a host sends, as the extension reads it: frames and requests.
+// What a host sends, as the extension reads it, and a reader, as a live host does: frames and requests.
 
 #include "fuzz/Conversation.hpp"
 #include "fuzz/Require.hpp"
 #include "host/protocol/ExtensionRequest.hpp"
+#include "host/protocol/LiveCoding.hpp"
+
+namespace {
+
+void readLiveRequest(const boost::json::object& object) {
+    try {
+        host::liveRequestIn(object);
+        const auto* pictures = object.if_contains("pictures");
+        const auto files = host::pictureFilesFromValue(pictures ? *pictures : boost::json::value());
+        require(host::pictureFilesFromValue(host::pictureFileArray(files)) == files,
+                "pictures read back as they were written");
+        for (const auto& file : files)
+            require(file.name().find('/') == std::string::npos, "a picture stays in its folder");
+    } catch (const host::ProtocolError&) {
+    }
+}
+
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* input, std::size_t size) {
     using host::ExtensionRequest;
     for (const host::Message& message : messagesIn(text(input, size))) {
+        readLiveRequest(message.body);
         try {
             const auto request = ExtensionRequest::fromObject(message.body);
             const auto object = request.object();

@@ -6,13 +6,14 @@
 
 #include "drawing/Views/View.hpp"
 #include "presentation/Package.hpp"
+#include "widget/ViewEnvironment.hpp"
 
 namespace widget {
 
 struct AccessoryInlinePackage {
     const presentation::Package& package;
 
-    drawing::View body() const;
+    drawing::View body(const ViewEnvironment& environment) const;
 };
 
 }  // namespace widget

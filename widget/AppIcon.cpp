@@ -15,7 +15,7 @@ std::string variant(const std::string& name, ColorScheme colorScheme) {
 }  // namespace
 
 View appIcon(ColorScheme colorScheme) {
-    return image(variant("VelaIcon", colorScheme)).frame({.width = 16, .height = 16});
+    return image(variant("VelaIcon", colorScheme)).frame({.width = appIconSide, .height = appIconSide});
 }
 
 View inlineIcon() {

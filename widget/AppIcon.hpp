@@ -11,6 +11,8 @@
 
 namespace widget {
 
+inline constexpr double appIconSide = 16;
+
 /// "VelaIcon", of 16 by 16 points.
 drawing::View appIcon(drawing::ColorScheme colorScheme);
 /// "VelaIcon", of 12 by 12 points, for a line of text in one colour.

@@ -20,11 +20,13 @@
 #include "drawing/Painters/SVGPainter.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
 #include "platform/Bundle/Bundle.hpp"
+#include "platform/Date/Ambient.hpp"
 #include "presentation/Wording.hpp"
+#include "widget/EntryLayout.hpp"
 #include "widget/Ground.hpp"
 #include "widget/NetworkPictures.hpp"
 #include "widget/PictureMemory.hpp"
-#include "widget/TrackingWidgetEntryView.hpp"
+#include "widget/ReadingDirection.hpp"
 
 namespace widget {
 
@@ -62,6 +64,7 @@ WidgetContainer container(const DrawingRequest& request) {
     WidgetContainer container{request.family, request.colorScheme,
                               request.size.value_or(referenceSize(request.family))};
     container.scale = request.scale;
+    container.layoutDirection = request.appearance.layoutDirection;
     switch (surface(request.family)) {
         case Surface::homeScreen:
             container.cornerRadius = 22;
@@ -120,7 +123,8 @@ class Measurers {
   public:
     class Loan {
       public:
-        explicit Loan(Measurers& owner) : owner_(owner), measurer_(owner.take()) {}
+        Loan(Measurers& owner, std::vector<std::string> languages)
+            : owner_(owner), measurer_(owner.take(std::move(languages))) {}
         ~Loan() { owner_.giveBack(std::move(measurer_)); }
         Loan(const Loan&) = delete;
         Loan& operator=(const Loan&) = delete;
@@ -135,15 +139,16 @@ class Measurers {
     /// Fonts take a few megabytes: no more than one stays for the next drawing.
     static constexpr std::size_t mostKept = 1;
 
-    std::unique_ptr<PangoTextMeasurer> take() {
+    std::unique_ptr<PangoTextMeasurer> take(std::vector<std::string> languages) {
         const std::lock_guard lock(mutex_);
-        if (idle_.empty()) {
-            return std::make_unique<PangoTextMeasurer>(platform::Bundle::main().resourceFolder() /
-                                                       fontsConfigurationFile);
+        std::unique_ptr<PangoTextMeasurer> measurer;
+        if (!idle_.empty()) {
+            measurer = std::move(idle_.back());
+            idle_.pop_back();
         }
-        std::unique_ptr<PangoTextMeasurer> measurer = std::move(idle_.back());
-        idle_.pop_back();
-        return measurer;
+        if (measurer && measurer->preferredLanguages() == languages) return measurer;
+        return std::make_unique<PangoTextMeasurer>(
+            platform::Bundle::main().resourceFolder() / fontsConfigurationFile, std::move(languages));
     }
     void giveBack(std::unique_ptr<PangoTextMeasurer> measurer) {
         const std::lock_guard lock(mutex_);
@@ -205,9 +210,8 @@ Ink ink(const DrawingRequest& request) {
 
 DisplayList displayList(const DrawingRequest& request, ScaledPictures& pictures,
                         const TextMeasurer& measurer) {
-    const View view = TrackingWidgetEntryView{request.entry}.body(
-        {request.family, request.colorScheme, pictures, request.appearance});
-    DisplayList list = drawing::displayList(view, container(request), measurer);
+    const ViewEnvironment environment{request.family, request.colorScheme, pictures, request.appearance};
+    DisplayList list = laidOut(request.entry, environment, container(request), measurer);
     switch (request.appearance.redaction) {
         case Redaction::none: return list;
         case Redaction::placeholder: return redacted(std::move(list), request.scale, measurer);
@@ -218,11 +222,14 @@ DisplayList displayList(const DrawingRequest& request, ScaledPictures& pictures,
 std::string draw(const DrawingRequest& request, PictureLoader& loader) {
     NoPictures none;
     ScaledPictures pictures(showsPictures(request) ? loader : none, request.scale);
-    const Measurers::Loan measurer(measurers());
-    const auto laidOut = [&] { return displayList(request, pictures, *measurer); };
+    const std::vector<std::string> languages = platform::Ambient::current().preferredLanguages();
+    const Measurers::Loan measurer(measurers(), languages);
+    DrawingRequest directed = request;
+    directed.appearance.layoutDirection = layoutDirection(languages);
+    const auto placed = [&] { return displayList(directed, pictures, *measurer); };
     // Which pictures are shown is known once the rows have their places, whether or not they have come.
-    if (showsPictures(request)) pictures.readTogether(laidOut);
-    const DisplayList list = laidOut();
+    if (showsPictures(request)) pictures.readTogether(placed);
+    const DisplayList list = placed();
     switch (request.format) {
         case DrawingFormat::png: return paintedPNG(list, request.scale, ink(request), *measurer);
         case DrawingFormat::svg:

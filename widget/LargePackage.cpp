@@ -7,6 +7,7 @@
 
 #include "presentation/SpokenPackage.hpp"
 #include "widget/AppIcon.hpp"
+#include "widget/EnlargedPackage.hpp"
 #include "widget/NetworkImage.hpp"
 #include "widget/PackageBody.hpp"
 
@@ -23,6 +24,11 @@ View dividingLine() {
     return divider(Color::asset("DividerColor"));
 }
 
+/// What is read and tapped as one.
+View whole(const View& body, const presentation::Package& package) {
+    return body.link(package.deepLinkingUrl()).spoken(presentation::spoken(package));
+}
+
 /// Its pictures on a ground of their own, as high as there is room, and the words below.
 View single(const presentation::Package& package, const ViewEnvironment& environment,
             const StatusSetting& setting) {
@@ -37,16 +43,15 @@ View single(const presentation::Package& package, const ViewEnvironment& environ
             .background(linearGradient({Color::asset("CoverTopColor"), Color::asset("CoverBottomColor")})
                             .clipped(12));
     const View name = horizontalStack(
-        {.spacing = 0}, {footnote(package.shopName()), spacer(10), appIcon(environment.colorScheme)});
-    return verticalStack({.spacing = 0},
-                         {
-                             cover,
-                             name.padding({.top = 12}),
-                             statusLines(package, setting),
-                             progressBar(package, environment).padding({.top = 10}),
-                         })
-        .link(package.deepLinkingUrl())
-        .spoken(presentation::spoken(package));
+        {.spacing = 0}, {merchantName(package, environment), spacer(10), appIcon(environment.colorScheme)});
+    const View body =
+        verticalStack({.spacing = 0}, {
+                                          cover,
+                                          name.padding({.top = 12}),
+                                          statusLines(package, setting),
+                                          progressBar(package, environment).padding({.top = 10}),
+                                      });
+    return whole(body, package);
 }
 
 /// Each as in a widget of its own, of half the height.
@@ -54,15 +59,12 @@ View pair(const presentation::PackageList& packages, const ViewEnvironment& envi
           const StatusSetting& setting) {
     const presentation::Package& first = *packages[0];
     const presentation::Package& second = *packages[1];
+    const View icon = appIcon(environment.colorScheme);
     return verticalStack({.spacing = 14},
                          {
-                             mediumBody(first, environment, size, setting, appIcon(environment.colorScheme))
-                                 .link(first.deepLinkingUrl())
-                                 .spoken(presentation::spoken(first)),
+                             whole(mediumBody(first, environment, size, setting, icon), first),
                              dividingLine(),
-                             mediumBody(second, environment, size, setting)
-                                 .link(second.deepLinkingUrl())
-                                 .spoken(presentation::spoken(second)),
+                             whole(mediumBody(second, environment, size, setting), second),
                          });
 }
 
@@ -86,18 +88,66 @@ View rows(const presentation::PackageList& packages, const ViewEnvironment& envi
             return verticalStack({.spacing = 8}, {packageRow(package, environment, setting, icon),
                                                   progressBar(package, environment)});
         };
-        return statusThatFits(rowSettings(package.statusText()), body)
-            .link(package.deepLinkingUrl())
-            .spoken(presentation::spoken(package));
+        return whole(statusThatFits(rowSettings(package.statusText()), body), package);
     };
     // Close enough for four packages of one status line each; down to the lower margin in any case.
     return rowsThatFit({.spacing = 10, .widestSpacing = infinity, .divider = dividingLine()}, packages.size(),
                        row);
 }
 
+View enlargedRows(const presentation::PackageList& packages, const ViewEnvironment& environment, RowName name,
+                  std::size_t fewest) {
+    const auto row = [packages, environment, name](std::size_t index) {
+        const presentation::Package& package = *packages[index];
+        const auto icon = index == 0 ? std::optional(appIcon(environment.colorScheme)) : std::nullopt;
+        return whole(enlargedRow(package, environment, name, icon), package);
+    };
+    return rowsThatFit(
+        {.spacing = 10, .widestSpacing = infinity, .divider = dividingLine(), .fewest = fewest},
+        packages.size(), row);
+}
+
+/// Each of two in half of the height, both in the same form.
+std::vector<View> enlargedPairs(const presentation::PackageList& packages,
+                                const ViewEnvironment& environment) {
+    const auto bodies = [&](const presentation::Package& package, const View& corner) {
+        return enlargedBodies(package, environment, WidgetImageSize::extraLarge, corner);
+    };
+    const std::vector<View> firsts = bodies(*packages[0], appIcon(environment.colorScheme));
+    const std::vector<View> seconds = bodies(*packages[1], View());
+    std::vector<View> pairs;
+    for (std::size_t form = 0; form < firsts.size(); ++form) {
+        pairs.push_back(verticalStack({.spacing = 14}, {whole(firsts[form], *packages[0]), dividingLine(),
+                                                        whole(seconds[form], *packages[1])}));
+    }
+    return pairs;
+}
+
+/// As many packages as there is room for: three or more in rows, two in half of the height each or in rows,
+/// or the first alone.
+View enlarged(const presentation::PackageList& packages, const ViewEnvironment& environment) {
+    std::vector<View> choices;
+    if (packages.size() > 2) {
+        for (const RowName name : {RowName::shown, RowName::yielding})
+            choices.push_back(enlargedRows(packages, environment, name, 3));
+    }
+    if (packages.size() > 1) {
+        const std::vector<View> pairs = enlargedPairs(packages, environment);
+        choices.insert(choices.end(), pairs.begin(), pairs.end());
+        choices.push_back(enlargedRows(packages, environment, RowName::yielding, 2));
+    }
+    const presentation::Package& first = *packages.front();
+    choices.push_back(single(first, environment, unshrunk));
+    const View icon = appIcon(environment.colorScheme);
+    for (const View& body : enlargedBodies(first, environment, WidgetImageSize::extraLarge, icon))
+        choices.push_back(whole(body, first));
+    return viewThatFits(std::move(choices));
+}
+
 }  // namespace
 
 View LargePackage::body(const ViewEnvironment& environment) const {
+    if (isEnlarged(environment.appearance.textSize)) return enlarged(packages, environment);
     std::vector<View> choices;
     if (packages.size() == 1) {
         const presentation::Package& package = *packages.front();

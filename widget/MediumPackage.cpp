@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "widget/AppIcon.hpp"
+#include "widget/EnlargedPackage.hpp"
 #include "widget/PackageBody.hpp"
 
 namespace widget {
@@ -13,6 +14,10 @@ using namespace drawing;
 
 View MediumPackage::body(const ViewEnvironment& environment) const {
     const View icon = appIcon(environment.colorScheme);
+    if (isEnlarged(environment.appearance.textSize)) {
+        return viewThatFits(enlargedBodies(package, environment, WidgetImageSize::medium, icon))
+            .widgetURL(package.deepLinkingUrl());
+    }
     const auto high = [&](const StatusSetting& setting) {
         return mediumBody(package, environment, WidgetImageSize::medium, setting, icon);
     };

@@ -20,7 +20,7 @@ View NetworkImage::body(ScaledPictures& pictures) const {
         .overlay(roundedRectangleStroke(cornerRadius, Color::asset("BorderImage"), 1));
 }
 
-// White reads well on the light value alone.
+// White reads well on the light value alone. The letter is a picture and stays as large as that.
 View NetworkImage::placeholder() const {
     const View ground = roundedRectangle(cornerRadius, Color::asset("TextTertiaryColor"))
                             .colorScheme(ColorScheme::light)
@@ -29,6 +29,7 @@ View NetworkImage::placeholder() const {
         return ground.overlay(image(sign).frame({.width = imageSize / 2, .height = imageSize / 2}));
     return ground.overlay(text(name)
                               .font(TextStyle::headline)
+                              .textSize(TextSize::large)
                               .foregroundColor(Color::white())
                               .lineLimit(1)
                               .padding(EdgeInsets::horizontal(4)));

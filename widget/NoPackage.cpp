@@ -31,10 +31,14 @@ View NoPackage::body() const {
                                   promptButton(Wording::addOrder, TextStyle::footnote),
                               })
                            .widgetURL(addDelivery);
+    const View low = lowPrompt(colorScheme, promptWords(Wording::nothingToTrack, TextStyle::body),
+                               promptButton(Wording::addOrder, TextStyle::footnote).link(addDelivery));
     switch (family) {
         case platform::WidgetFamily::systemLarge:
-        case platform::WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
-        case platform::WidgetFamily::systemMedium: return viewThatFits({medium, small});
+        case platform::WidgetFamily::systemExtraLarge:
+            return isEnlarged(textSize) ? large : viewThatFits({large, medium, small});
+        case platform::WidgetFamily::systemMedium:
+            return viewThatFits({medium, isEnlarged(textSize) ? low : small});
         case platform::WidgetFamily::systemSmall:
         case platform::WidgetFamily::other: return small;
         case platform::WidgetFamily::accessoryCircular:

@@ -12,6 +12,7 @@ namespace widget {
 struct NoPackage {
     platform::WidgetFamily family;
     drawing::ColorScheme colorScheme;
+    drawing::TextSize textSize = drawing::TextSize::large;
 
     drawing::View body() const;
 };

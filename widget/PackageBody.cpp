@@ -104,7 +104,7 @@ View statusThatFits(const std::vector<StatusSetting>& settings,
 
 View fitted(const View& text, int lines, const StatusSetting& setting) {
     const View limited = text.lineLimit(lines).minimumScaleFactor(setting.leastScale);
-    return setting.cut == StatusSetting::Cut::never ? limited.wantedWhole() : limited;
+    return (setting.cut == StatusSetting::Cut::never ? limited.wantedWhole() : limited).paragraph();
 }
 
 View primaryLine(const presentation::StatusPair& status, const StatusSetting& setting) {
@@ -127,7 +127,9 @@ View statusLines(const presentation::Package& package, const StatusSetting& sett
 
 View packageRow(const presentation::Package& package, const ViewEnvironment& environment,
                 const StatusSetting& setting, const View& besideName) {
-    const View name = horizontalStack({.spacing = 0}, {footnote(package.shopName()), spacer(6), besideName});
+    const View merchant =
+        footnote(package.shopName()).frame({.maxWidth = infinity, .alignment = Alignment::leading});
+    const View name = horizontalStack({.spacing = 6}, {merchant, besideName});
     const View words = verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
                                      {name, statusLines(package, setting)});
     return horizontalStack({.spacing = 10}, {
@@ -155,7 +157,7 @@ View mediumBody(const presentation::Package& package, const ViewEnvironment& env
 }
 
 View footnote(const std::string& words) {
-    return quiet(words).body().lineLimit(1).minimumScaleFactor(tightest);
+    return quiet(words).body().lineLimit(1).minimumScaleFactor(tightest).paragraph();
 }
 
 bool showsShopPicture(const presentation::Package& package, WidgetImageSize size,

@@ -13,6 +13,8 @@ using namespace drawing;
 
 namespace {
 
+constexpr double aboveButton = 12;
+
 View iconAndWords(const View& icon, double spacing, std::string_view words, int lines) {
     return horizontalStack({.spacing = spacing},
                            {icon, promptWords(words, TextStyle::subheadline).lineLimit(lines)});
@@ -21,7 +23,7 @@ View iconAndWords(const View& icon, double spacing, std::string_view words, int 
 }  // namespace
 
 View promptWords(std::string_view words, TextStyle font) {
-    return StyledText{std::string(words), Color::primary(), FontWeight::medium, font}.body();
+    return StyledText{std::string(words), Color::primary(), FontWeight::medium, font}.body().wantedWhole();
 }
 
 View prompt(ColorScheme colorScheme, std::vector<View> rows) {
@@ -34,10 +36,20 @@ View promptButton(std::string_view title, TextStyle font) {
     return StyledText{std::string(title), Color::white(), FontWeight::medium, font}
         .body()
         .lineLimit(1)
+        .wantedWhole()
         .padding({8, 4, 8, 4})
         .frame({.maxWidth = infinity})
         .background(roundedRectangle(12, Color::asset("BrandColor")))
-        .padding({.top = 12});
+        .padding({.top = aboveButton});
+}
+
+View lowPrompt(ColorScheme colorScheme, const View& words, const View& button) {
+    // The words leave room above by themselves.
+    constexpr double closer = 6;
+    const View logo = appLogo(colorScheme, 24).padding({.top = aboveButton});
+    const View last = horizontalStack({.spacing = 16}, {logo, button}).padding({.top = -closer});
+    return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, {words, spacer(), last})
+        .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
 View accessoryPrompt(ColorScheme colorScheme, std::string_view words) {

@@ -15,6 +15,10 @@ namespace widget {
 /// The logo at the top, the rows at the bottom, at the leading edge.
 drawing::View prompt(drawing::ColorScheme colorScheme, std::vector<drawing::View> rows);
 
+/// The same in less height: the words at the top, the logo beside the button at the bottom.
+drawing::View lowPrompt(drawing::ColorScheme colorScheme, const drawing::View& words,
+                        const drawing::View& button);
+
 drawing::View promptWords(std::string_view words, drawing::TextStyle font);
 
 /// White words on the brand's colour, as wide as there is room.

@@ -27,10 +27,13 @@ std::shared_ptr<const Bitmap> ScaledPictures::picture(const platform::URL& url, 
     }
     if (known == read_.end()) return read_.emplace(url, decoded(loader_.read(url), side)).first->second;
     if (!known->second) return nullptr;
-    const drawing::PixelSize fitting = drawing::scaledToFit(known->second->size, {side, side});
-    const bool isAsLarge = std::max(known->second->width(), known->second->height()) == side;
-    return isAsLarge ? known->second
-                     : std::make_shared<const Bitmap>(drawing::resized(*known->second, fitting));
+    if (std::max(known->second->width(), known->second->height()) == side) return known->second;
+    std::shared_ptr<const Bitmap>& redrawn = redrawn_[{url, side}];
+    if (!redrawn) {
+        const drawing::PixelSize fitting = drawing::scaledToFit(known->second->size, {side, side});
+        redrawn = std::make_shared<const Bitmap>(drawing::resized(*known->second, fitting));
+    }
+    return redrawn;
 }
 
 void ScaledPictures::want(const platform::URL& url, int side) {

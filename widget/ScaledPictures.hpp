@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "drawing/Image/Bitmap.hpp"
@@ -46,6 +47,8 @@ class ScaledPictures {
     drawing::PictureLoader& loader_;
     double displayScale_;
     std::map<platform::URL, std::shared_ptr<const drawing::Bitmap>> read_;
+    /// The same in other sizes, by their longest side in pixels.
+    std::map<std::pair<platform::URL, int>, std::shared_ptr<const drawing::Bitmap>> redrawn_;
     /// While it is only asked what is wanted.
     std::optional<std::vector<Wanted>> wanted_;
 };

@@ -27,10 +27,15 @@ View SignIn::body() const {
                                 promptWords(Wording::signInToTheApp, TextStyle::subheadline).lineLimit(2),
                                 promptButton(Wording::signIn, TextStyle::subheadline),
                             });
+    const View low = lowPrompt(colorScheme, promptWords(Wording::whySignIn, TextStyle::body),
+                               promptButton(Wording::signIn, TextStyle::subheadline));
     switch (family) {
         case platform::WidgetFamily::systemLarge:
-        case platform::WidgetFamily::systemExtraLarge: return viewThatFits({large, medium, small});
-        case platform::WidgetFamily::systemMedium: return viewThatFits({medium, small});
+        case platform::WidgetFamily::systemExtraLarge:
+            return isEnlarged(textSize) ? large : viewThatFits({large, medium, small});
+        case platform::WidgetFamily::systemMedium:
+            if (isEnlarged(textSize)) return viewThatFits({medium, low, small});
+            return viewThatFits({medium, small});
         case platform::WidgetFamily::systemSmall:
         case platform::WidgetFamily::other: return small;
         case platform::WidgetFamily::accessoryCircular:

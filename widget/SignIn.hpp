@@ -12,6 +12,7 @@ namespace widget {
 struct SignIn {
     platform::WidgetFamily family;
     drawing::ColorScheme colorScheme;
+    drawing::TextSize textSize = drawing::TextSize::large;
 
     drawing::View body() const;
 };

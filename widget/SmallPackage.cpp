@@ -57,6 +57,15 @@ View SmallPackage::body(const ViewEnvironment& environment) const {
             verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, std::move(rows)));
     };
 
+    if (isEnlarged(environment.appearance.textSize)) {
+        constexpr StatusSetting whole{3, 3, 1};
+        offer({Name::shown, Secondary::shown, ample}, whole);
+        offer({Name::shown, Secondary::shown, scant}, whole);
+        offer({Name::left, Secondary::shown, ample}, whole);
+        offer({Name::left, Secondary::shown, least}, whole);
+        return viewThatFits(std::move(choices)).widgetURL(package.deepLinkingUrl());
+    }
+
     // The merchant's picture says who it is; where there is none, the name alone does.
     const bool isKnownByPicture = showsShopPicture(package, WidgetImageSize::large, environment);
     const Air beside = isKnownByPicture ? ample : scant;

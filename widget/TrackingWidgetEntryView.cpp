@@ -36,7 +36,7 @@ View packageLayout(const LoggedIn& state, const ViewEnvironment& environment) {
         case platform::WidgetFamily::accessoryRectangular:
             return AccessoryRectangularPackage{first}.body(environment).spoken(spoken(first));
         case platform::WidgetFamily::accessoryInline:
-            return AccessoryInlinePackage{first}.body().spoken(spoken(first));
+            return AccessoryInlinePackage{first}.body(environment).spoken(spoken(first));
         case platform::WidgetFamily::systemSmall:
         case platform::WidgetFamily::systemExtraLarge:
         case platform::WidgetFamily::accessoryCircular:
@@ -52,10 +52,11 @@ View layout(const LoggedIn& state, const ViewEnvironment& environment) {
     return areSamples(state.packages) ? shown.spoken(std::string(Wording::notYetKnown)) : shown;
 }
 View layout(const NotLoggedIn&, const ViewEnvironment& environment) {
-    return SignIn{environment.widgetFamily, environment.colorScheme}.body();
+    return SignIn{environment.widgetFamily, environment.colorScheme, environment.appearance.textSize}.body();
 }
 View layout(const NoPackages&, const ViewEnvironment& environment) {
-    return NoPackage{environment.widgetFamily, environment.colorScheme}.body();
+    return NoPackage{environment.widgetFamily, environment.colorScheme, environment.appearance.textSize}
+        .body();
 }
 
 }  // namespace
@@ -63,7 +64,9 @@ View layout(const NoPackages&, const ViewEnvironment& environment) {
 View TrackingWidgetEntryView::body(const ViewEnvironment& environment) const {
     const View chosen =
         std::visit([&](const auto& state) { return layout(state, environment); }, entry.widgetState);
-    const View shown = horizontalStack({}, {chosen}).containerBackground(background(environment.colorScheme));
+    const View shown = horizontalStack({}, {chosen})
+                           .containerBackground(background(environment.colorScheme))
+                           .textSize(environment.appearance.textSize);
     switch (environment.appearance.redaction) {
         case Redaction::none: return shown;
         case Redaction::placeholder: return shown.spoken(std::string(Wording::notYetKnown));

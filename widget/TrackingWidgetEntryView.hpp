@@ -14,7 +14,8 @@ namespace widget {
 struct TrackingWidgetEntryView {
     const SimpleEntry& entry;
 
-    /// What the environment refers to must outlive the view.
+    /// At the environment's text size, whether or not its words stand whole then. What the environment refers
+    /// to must outlive the view.
     drawing::View body(const ViewEnvironment& environment) const;
 };
 

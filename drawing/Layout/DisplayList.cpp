@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "drawing/Layout/Layout.hpp"
+#include "drawing/Layout/Mirroring.hpp"
 #include "drawing/Layout/PixelGrid.hpp"
 
 namespace drawing {
@@ -40,9 +41,15 @@ class Flattening {
         const InheritedValues& inherited = layout.inherited;
         const TextStyle style = inherited.font.value_or(TextStyle::body);
         const FontWeight weight = inherited.fontWeight.value_or(metrics(style).weight);
-        item(layout, grid_.snappedText(frame),
-             TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale},
+        const bool hangsOnRight =
+            layout.textDirection == TextDirection::rightToLeft && !runsFromRight(inherited);
+        item(layout, hangsOnRight ? grid_.snappedTextOnRight(frame) : grid_.snappedText(frame),
+             TextItem{{text.words, style, weight, layout.lineLimit, layout.textScale,
+                       inherited.textSize.value_or(TextSize::large)},
                       inherited.foregroundColor.value_or(Color::primary())});
+    }
+    static bool runsFromRight(const InheritedValues& inherited) {
+        return inherited.layoutDirection == LayoutDirection::rightToLeft;
     }
     void visit(const Layout& layout, Rect frame, const element::AssetImage& image) {
         item(layout, grid_.snapped(frame), AssetItem{image.name});
@@ -101,6 +108,9 @@ class Flattening {
         children(layout, frame.origin);
     }
     void visit(const Layout& layout, Rect frame, const element::Framed&) { children(layout, frame.origin); }
+    void visit(const Layout& layout, Rect frame, const element::Paragraph&) {
+        children(layout, frame.origin);
+    }
     void visit(const Layout& layout, Rect frame, const element::Padded&) { children(layout, frame.origin); }
     void visit(const Layout& layout, Rect frame, const element::Offset&) { children(layout, frame.origin); }
     void visit(const Layout& layout, Rect frame, const element::Layered&) { children(layout, frame.origin); }
@@ -153,8 +163,11 @@ DisplayList displayList(const View& view, const WidgetContainer& container, cons
     Flattening flattening(list, container.scale);
 
     const Rect room = list.container.frame.insetBy(container.contentMargin);
-    const auto content =
-        layout(view, {std::max(0.0, room.size.width), std::max(0.0, room.size.height)}, measurer);
+    const auto content = layout(view, {std::max(0.0, room.size.width), std::max(0.0, room.size.height)},
+                                measurer, {.layoutDirection = container.layoutDirection});
+
+    list.isWhole = !content->cutsText && content->size.width <= room.size.width + tolerance &&
+                   content->size.height <= room.size.height + tolerance;
 
     const View* background = containerBackground(*content);
     if (background && container.background == WidgetContainer::Background::shown) {
@@ -163,6 +176,8 @@ DisplayList displayList(const View& view, const WidgetContainer& container, cons
     }
     flattening.add(*content, {room.origin.x + (room.size.width - content->size.width) / 2,
                               room.origin.y + (room.size.height - content->size.height) / 2});
+    if (container.layoutDirection == LayoutDirection::rightToLeft)
+        return mirrored(std::move(list), container.scale);
     return list;
 }
 

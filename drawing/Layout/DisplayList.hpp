@@ -14,6 +14,7 @@
 #include "drawing/Image/Bitmap.hpp"
 #include "drawing/Image/ColorScheme.hpp"
 #include "drawing/Layout/TextMeasurer.hpp"
+#include "drawing/Views/Appearance.hpp"
 #include "drawing/Views/Color.hpp"
 #include "drawing/Views/Geometry.hpp"
 #include "drawing/Views/View.hpp"
@@ -82,6 +83,10 @@ struct DisplayList {
     std::vector<DisplayLink> links = {};
     /// In the order in which they are seen.
     std::vector<SpokenPart> spoken = {};
+    /// Where it runs from the right, lines of text begin at the right of their frames.
+    LayoutDirection layoutDirection = LayoutDirection::leftToRight;
+    /// Whether the container holds the view within its margins, with all that is wanted whole.
+    bool isWhole = true;
 };
 
 /// The place that a host has for a widget.
@@ -94,6 +99,7 @@ struct WidgetContainer {
     /// Pixels to a point.
     double scale = 1;
     enum class Background { shown, removed } background = Background::shown;
+    LayoutDirection layoutDirection = LayoutDirection::leftToRight;
 };
 
 /// Lays the view out in the middle of the container, within its margins.

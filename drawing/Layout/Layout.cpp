@@ -60,6 +60,12 @@ double priority(const View& view) {
     return std::holds_alternative<element::Spacer>(view.element().kind) ? -infinity : 0;
 }
 
+/// Of a text with its modifiers.
+bool isReadFromRight(const Layout& layout) {
+    if (layout.children.size() == 1) return isReadFromRight(*layout.children.front().layout);
+    return layout.textDirection == TextDirection::rightToLeft;
+}
+
 /// One run of the layout. A stack asks its children several times over; what was answered once is remembered,
 /// so that the cost of a tree grows with its size and not with its depth.
 class LayoutPass {
@@ -116,6 +122,7 @@ class LayoutPass {
         Layout answer = question.answer(setting.size);
         answer.lineLimit = setting.lineLimit;
         answer.textScale = setting.scale;
+        answer.textDirection = setting.direction;
         answer.cutsText = setting.isCut;
         return answer;
     }
@@ -161,7 +168,9 @@ class LayoutPass {
 
         std::vector<LayoutPointer> shown;
         Size content;
-        for (std::size_t index = 0; index < rows.count; ++index) {
+        const std::size_t most =
+            room ? rows.count : std::min(rows.count, arrangement.fewest.value_or(rows.count));
+        for (std::size_t index = 0; index < most; ++index) {
             const View& view = row(rows, index);
             const double gap = index == 0 ? 0 : spacingsInGap * arrangement.spacing + thickness;
             LayoutPointer next = layout(view, {question.proposal.width, std::nullopt}, question.inherited);
@@ -169,6 +178,7 @@ class LayoutPass {
                 if (index > 0) break;
                 next = inside(question, view);
             }
+            if (room && index > 0 && next->cutsText) break;
             shown.push_back(next);
             content = {std::max(content.width, next->size.width), content.height + gap + next->size.height};
         }
@@ -197,7 +207,9 @@ class LayoutPass {
             placed.push_back({{across(child), top}, child});
             top += child->size.height;
         }
-        return question.answer(size, std::move(placed));
+        Layout answer = question.answer(size, std::move(placed));
+        if (room && content.height > *room + tolerance) answer.cutsText = true;
+        return answer;
     }
 
     Layout lay(const Question& question, const element::ViewThatFits& fitting) {
@@ -207,6 +219,8 @@ class LayoutPass {
                 const LayoutPointer ideal =
                     layout(choice, {question.proposal.width, std::nullopt}, question.inherited);
                 if (ideal->cutsText || (room && ideal->size.height > *room + tolerance)) continue;
+                // A stack may share out less to one of its children than that would take.
+                if (inside(question, choice)->cutsText) continue;
             }
             return around(question, choice);
         }
@@ -294,6 +308,15 @@ class LayoutPass {
 
     Layout lay(const Question& question, const element::Clipped& clipped) {
         return around(question, clipped.content);
+    }
+    Layout lay(const Question& question, const element::Paragraph& paragraph) {
+        const LayoutPointer child = inside(question, paragraph.content);
+        const bool runsFromRight = question.inherited.layoutDirection == LayoutDirection::rightToLeft;
+        Size size = child->size;
+        if (isReadFromRight(*child) && !runsFromRight)
+            size.width = std::max(size.width, question.proposal.width.value_or(size.width));
+        const double room = std::isfinite(size.width) ? size.width - child->size.width : 0;
+        return question.answer(size, {{{room, 0}, child}});
     }
     Layout lay(const Question& question, const element::AlignedToPixels& aligned) {
         return around(question, aligned.content);

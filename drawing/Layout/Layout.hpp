@@ -41,10 +41,12 @@ struct Layout {
     InheritedValues inherited;
     Size size;
     std::vector<PlacedLayout> children = {};
-    /// Of a text: its lines' limit after its height was chosen, and the part of its size at which it is set.
+    /// Of a text: its lines' limit after its height was chosen, the part of its size at which it is set, and
+    /// where its lines are read from.
     int lineLimit = 0;
     double textScale = 1;
-    /// Whether a text in it that is wanted whole is not.
+    TextDirection textDirection = TextDirection::leftToRight;
+    /// Whether a text in it that is wanted whole is not, or a row stands out of the height for all rows.
     bool cutsText = false;
 };
 

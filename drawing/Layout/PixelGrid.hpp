@@ -25,6 +25,11 @@ class PixelGrid {
         const Point origin{nearest(frame.left()), nearest(frame.top())};
         return {origin, {outward(frame.size.width), outward(frame.size.height)}};
     }
+    /// The same for lines that end at the right.
+    Rect snappedTextOnRight(Rect frame) const {
+        const Size size{outward(frame.size.width), outward(frame.size.height)};
+        return {{nearest(frame.right()) - size.width, nearest(frame.top())}, size};
+    }
     /// A line across, as thick wherever it stands: one pixel at least.
     Rect snappedLine(Rect frame) const {
         const Point origin{nearest(frame.left()), nearest(frame.top())};
@@ -43,6 +48,9 @@ class PixelGrid {
         const double middle = nearest(frame.left() + frame.size.width / 2);
         return {{before(middle - size.width / 2), line.top() + (line.size.height - size.height) / 2}, size};
     }
+
+    /// A length in whole pixels.
+    double snapped(double length) const { return nearest(length); }
 
   private:
     /// Sums of lengths that should meet a pixel's edge may miss it by this much of a pixel.

@@ -12,15 +12,22 @@
 
 namespace drawing {
 
-/// A text and how it is set. `lineLimit` 0 is no limit; `scale` is a part of the style's size.
+/// A text and how it is set. `lineLimit` 0 is no limit; `scale` is a part of the style's size at the person's
+/// text size, at which its lines stay as high.
 struct TextRun {
     std::string text;
     TextStyle style = TextStyle::body;
     FontWeight weight = FontWeight::regular;
     int lineLimit = 0;
     double scale = 1;
+    TextSize textSize = TextSize::large;
     bool operator==(const TextRun&) const = default;
 };
+
+/// Without its `scale`.
+inline FontMetrics metrics(const TextRun& run) {
+    return metrics(run.style, run.textSize);
+}
 
 enum class TextDirection { leftToRight, rightToLeft };
 
@@ -31,6 +38,8 @@ struct TextLine {
     TextDirection direction = TextDirection::leftToRight;
     /// No word, nor what a script without blanks breaks instead, ends with the line.
     bool breaksWord = false;
+    /// Of what is not in Latin letters: it decides about the shapes of characters. Empty where all is.
+    std::string language = {};
     bool operator==(const TextLine&) const = default;
 };
 

@@ -29,10 +29,17 @@ bool isShownWhole(const TextRun& run, double width, const TextMeasurer& measurer
 /// The largest scale, down to the least one, at which the text is shown whole; 1 where there is none.
 double scaleThatFits(TextRun run, double width, double least, const TextMeasurer& measurer) {
     constexpr double step = 0.02;
-    for (; run.scale > least - tolerance; run.scale -= step) {
-        if (least == 1 || isShownWhole(run, width, measurer)) return run.scale;
+    if (least == 1) return 1;
+    for (; run.scale > least + tolerance; run.scale -= step) {
+        if (isShownWhole(run, width, measurer)) return run.scale;
     }
-    return 1;
+    run.scale = least;
+    return isShownWhole(run, width, measurer) ? least : 1;
+}
+
+/// The inherited part is one of the design's size where the text is smaller than that.
+double leastScale(const InheritedValues& inherited, TextSize size) {
+    return std::min(1.0, inherited.minimumScaleFactor.value_or(1) / std::min(1.0, factor(size)));
 }
 
 bool breakWords(const std::vector<TextLine>& lines) {
@@ -54,12 +61,20 @@ double balancedWidth(TextRun run, double width, const std::vector<TextLine>& lin
     return width;
 }
 
+/// Whether less than the whole is seen. A text that has been enlarged must not lose its words' shape either:
+/// there are smaller sizes to try.
+bool isCut(const TextRun& run, double width, const TextMeasurer& measurer) {
+    if (!isShownWhole(run, width, measurer)) return true;
+    return isEnlarged(run.textSize) && breakWords(measurer.lines(run, width));
+}
+
 }  // namespace
 
 TextSetting setText(const std::string& words, const Proposal& proposal, const InheritedValues& inherited,
                     const TextMeasurer& measurer) {
     const TextStyle style = inherited.font.value_or(TextStyle::body);
-    const FontMetrics font = metrics(style);
+    const TextSize textSize = inherited.textSize.value_or(TextSize::large);
+    const FontMetrics font = metrics(style, textSize);
     TextSetting setting = {
         .size = {0, font.lineHeight},
         .lineLimit = linesWithin(proposal.height, inherited.lineLimit.value_or(0), font),
@@ -69,10 +84,12 @@ TextSetting setText(const std::string& words, const Proposal& proposal, const In
     const std::optional<double> width =
         proposal.width && std::isfinite(*proposal.width) ? proposal.width : std::nullopt;
     TextRun run{words, style, inherited.fontWeight.value_or(font.weight), setting.lineLimit};
-    if (width) run.scale = scaleThatFits(run, *width, inherited.minimumScaleFactor.value_or(1), measurer);
+    run.textSize = textSize;
+    if (width) run.scale = scaleThatFits(run, *width, leastScale(inherited, textSize), measurer);
     setting.scale = run.scale;
-    setting.isCut = inherited.isWantedWhole.value_or(false) && width && !isShownWhole(run, *width, measurer);
+    setting.isCut = inherited.isWantedWhole.value_or(false) && width && isCut(run, *width, measurer);
     std::vector<TextLine> lines = measurer.lines(run, width);
+    setting.direction = lines.front().direction;
     if (width && lines.size() > 1 && isShownWhole(run, *width, measurer)) {
         lines = measurer.lines(run, balancedWidth(run, *width, lines, measurer));
     }

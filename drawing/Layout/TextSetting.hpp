@@ -21,6 +21,8 @@ struct TextSetting {
     double scale = 1;
     /// Whether it ends in an ellipsis though it is wanted whole.
     bool isCut = false;
+    /// Of all its lines: that of its first letter.
+    TextDirection direction = TextDirection::leftToRight;
 };
 
 /// A text that does not fit is set smaller, within what it inherits, where that shows all of it; the lines of

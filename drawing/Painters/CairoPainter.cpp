@@ -9,6 +9,7 @@
 #include <cmath>
 #include <memory>
 
+#include "drawing/Painters/Emboldening.hpp"
 #include "drawing/Painters/JoinedShapes.hpp"
 #include "drawing/Painters/Path.hpp"
 #include "drawing/Painters/TextPlacement.hpp"
@@ -47,11 +48,13 @@ class Saved {
 /// Paints the part of a list that begins with the pixel row `top` and fills the bitmap.
 class CairoPainter {
   public:
-    CairoPainter(Bitmap& bitmap, int top, double scale, const Ink& ink, const PangoTextMeasurer& measurer)
+    CairoPainter(Bitmap& bitmap, int top, LayoutDirection layoutDirection, double scale, const Ink& ink,
+                 const PangoTextMeasurer& measurer)
         : surface_(surface(bitmap.pixels.data(), bitmap.size, bitmap.stride())),
           context_(cairo_create(surface_.get())),
           top_(top / scale),
           bottom_((top + bitmap.height()) / scale),
+          layoutDirection_(layoutDirection),
           scale_(scale),
           ink_(ink),
           measurer_(measurer) {
@@ -163,19 +166,47 @@ class CairoPainter {
         if (!choose(text.color, item.colorScheme)) return;
         const Rect& frame = item.frame;
         // Marks piled up above and below a line end before they reach its neighbours.
-        const double overhang = metrics(text.run.style).lineHeight / 4;
+        const double overhang = metrics(text.run).lineHeight / 4;
         trace({{frame.left() - overhang, frame.top() - overhang},
                {frame.size.width + 2 * overhang, frame.size.height + 2 * overhang}},
               0);
         cairo_clip(context_.get());
 
+        const double enlarged = factor(text.run.textSize);
+        cairo_scale(context_.get(), enlarged, enlarged);
         const std::vector<TextLine> lines = measurer_.lines(text.run, frame.size.width);
         const GSList* next = pango_layout_get_lines_readonly(measurer_.typeset(text.run, frame.size.width));
         for (std::size_t index = 0; index < lines.size() && next; ++index, next = next->next) {
-            const Point origin = lineOrigin(text, frame, lines[index], index);
-            cairo_move_to(context_.get(), origin.x, std::round(origin.y * scale_) / scale_);
-            pango_cairo_show_layout_line(context_.get(), static_cast<PangoLayoutLine*>(next->data));
+            const Point origin = lineOrigin(text, frame, layoutDirection_, lines[index], index);
+            const double baseline = std::round(origin.y * scale_) / scale_;
+            show(*static_cast<PangoLayoutLine*>(next->data), {origin.x / enlarged, baseline / enlarged},
+                 text.run.weight);
         }
+    }
+
+    void show(const PangoLayoutLine& line, Point origin, FontWeight weight) {
+        double x = origin.x;
+        for (const GSList* next = line.runs; next; next = next->next) {
+            const auto& run = *static_cast<const PangoGlyphItem*>(next->data);
+            show(run, {x, origin.y}, emboldeningStroke(*run.item->analysis.font, weight));
+            x += static_cast<double>(pango_glyph_string_get_width(run.glyphs)) / PANGO_SCALE;
+        }
+    }
+
+    void show(const PangoGlyphItem& run, Point origin, double stroke) {
+        PangoFont* font = run.item->analysis.font;
+        cairo_move_to(context_.get(), origin.x, origin.y);
+        if (stroke <= 0) return pango_cairo_show_glyph_string(context_.get(), font, run.glyphs);
+        // Together, so that a translucent colour is laid on once.
+        cairo_push_group_with_content(context_.get(), CAIRO_CONTENT_ALPHA);
+        cairo_move_to(context_.get(), origin.x, origin.y);
+        pango_cairo_glyph_string_path(context_.get(), font, run.glyphs);
+        cairo_fill_preserve(context_.get());
+        cairo_set_line_width(context_.get(), stroke);
+        cairo_set_line_join(context_.get(), CAIRO_LINE_JOIN_ROUND);
+        cairo_stroke(context_.get());
+        const std::unique_ptr<cairo_pattern_t, ReleasesPattern> letters(cairo_pop_group(context_.get()));
+        cairo_mask(context_.get(), letters.get());
     }
 
     void draw(const DisplayItem& item, const AssetItem& asset) {
@@ -215,6 +246,7 @@ class CairoPainter {
     std::unique_ptr<cairo_t, ReleasesContext> context_;
     double top_;
     double bottom_;
+    LayoutDirection layoutDirection_;
     double scale_;
     const Ink& ink_;
     const PangoTextMeasurer& measurer_;
@@ -222,7 +254,7 @@ class CairoPainter {
 
 void paintPart(Bitmap& part, int top, const DisplayList& list, double scale, const Ink& ink,
                const PangoTextMeasurer& measurer) {
-    CairoPainter painter(part, top, scale, ink, measurer);
+    CairoPainter painter(part, top, list.layoutDirection, scale, ink, measurer);
     forEachJoined(list.items, [&](std::span<const DisplayItem> joined) { painter.paint(joined); });
     painter.cut(list.container);
 }

@@ -67,6 +67,7 @@ void write(boost::json::object& object, const TextItem& text) {
     object["text"] = text.run.text;
     object["textStyle"] = metrics(text.run.style).name;
     object["weight"] = name(text.run.weight);
+    if (text.run.textSize != TextSize::large) object["textSize"] = drawing::name(text.run.textSize);
     if (text.run.lineLimit > 0) object["lineLimit"] = text.run.lineLimit;
     if (text.run.scale != 1) object["scale"] = numberValue(text.run.scale);
     write(object, text.color);
@@ -97,16 +98,16 @@ std::string displayListJSON(const DisplayList& list) {
         links.push_back(boost::json::object{{"frame", json(link.frame)}, {"url", link.url.absoluteString()}});
     }
     const Size size = list.container.frame.size;
-    return platform::JSONSerialization::dataWithJSONObject(
-        boost::json::object{
-            {"colorScheme", name(list.colorScheme)},
-            {"family", description(list.family)},
-            {"items", std::move(items)},
-            {"links", std::move(links)},
-            {"size",
-             boost::json::object{{"width", numberValue(size.width)}, {"height", numberValue(size.height)}}},
-        },
-        platform::JSONKeyOrder::ascendingBytes);
+    boost::json::object object{
+        {"colorScheme", name(list.colorScheme)},
+        {"family", description(list.family)},
+        {"items", std::move(items)},
+        {"links", std::move(links)},
+        {"size",
+         boost::json::object{{"width", numberValue(size.width)}, {"height", numberValue(size.height)}}},
+    };
+    if (list.layoutDirection == LayoutDirection::rightToLeft) object["layoutDirection"] = "rightToLeft";
+    return platform::JSONSerialization::dataWithJSONObject(object, platform::JSONKeyOrder::ascendingBytes);
 }
 
 }  // namespace drawing

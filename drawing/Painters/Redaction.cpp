@@ -37,12 +37,12 @@ RoundedRectangleItem* shapeBehind(const Rect& frame, std::vector<DisplayItem>& i
 }
 
 std::vector<DisplayItem> bars(const DisplayItem& item, const TextItem& text, const PixelGrid& grid,
-                              const TextMeasurer& measurer) {
-    const double height = metrics(text.run.style).pointSize * text.run.scale * heightOfSmallLetters;
+                              LayoutDirection direction, const TextMeasurer& measurer) {
+    const double height = metrics(text.run).pointSize * text.run.scale * heightOfSmallLetters;
     const std::vector<TextLine> lines = measurer.lines(text.run, item.frame.size.width);
     std::vector<DisplayItem> bars;
     for (std::size_t index = 0; index < lines.size(); ++index) {
-        const Point baseline = lineOrigin(text, item.frame, lines[index], index);
+        const Point baseline = lineOrigin(text, item.frame, direction, lines[index], index);
         const Rect frame = grid.snapped({{baseline.x, baseline.y - height}, {lines[index].width, height}});
         DisplayItem bar = item;
         bar.frame = frame;
@@ -65,7 +65,8 @@ DisplayList redacted(DisplayList list, double scale, const TextMeasurer& measure
                 shape->color = redactedColor();
                 continue;
             }
-            for (DisplayItem& bar : bars(item, *text, grid, measurer)) items.push_back(std::move(bar));
+            for (DisplayItem& bar : bars(item, *text, grid, list.layoutDirection, measurer))
+                items.push_back(std::move(bar));
             continue;
         }
         if (std::holds_alternative<PictureItem>(item.kind)) item.kind = RectangleItem{redactedColor()};

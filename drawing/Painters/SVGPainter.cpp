@@ -297,17 +297,18 @@ class SVGPainter {
         if (!color) return;
         const std::vector<TextLine> lines = measurer_.lines(text.run, item.frame.size.width);
         body_ += "<g" + attribute("font-family", fontFamily) +
-                 attribute("font-size", metrics(text.run.style).pointSize * text.run.scale) +
+                 attribute("font-size", metrics(text.run).pointSize * text.run.scale) +
                  attribute("font-weight", drawing::number(text.run.weight)) +
                  paintAttributes("fill", *color) + ">";
         for (std::size_t index = 0; index < lines.size(); ++index) {
             const TextLine& line = lines[index];
             if (line.text.empty()) continue;
-            const Point origin = lineOrigin(text, item.frame, line, index);
+            const Point origin = lineOrigin(text, item.frame, list_.layoutDirection, line, index);
             const bool isRightToLeft = line.direction == TextDirection::rightToLeft;
             // The length holds a viewer with other fonts to the room that there is.
             body_ += "<text" + attribute("x", isRightToLeft ? origin.x + line.width : origin.x) +
                      attribute("y", origin.y) + (isRightToLeft ? attribute("direction", "rtl") : "") +
+                     (line.language.empty() ? "" : attribute("xml:lang", line.language)) +
                      attribute("textLength", line.width) + attribute("lengthAdjust", "spacingAndGlyphs") +
                      ">" + escaped(line.text) + "</text>";
         }

@@ -10,14 +10,15 @@
 
 namespace drawing {
 
-/// The left end of the line's baseline. Lines begin at the leading edge; those of right-to-left text begin at
-/// the right, as they are read from there.
-inline Point lineOrigin(const TextItem& text, const Rect& frame, const TextLine& line, std::size_t index) {
-    const bool beginsAtTheRight = line.direction == TextDirection::rightToLeft;
+/// The left end of the line's baseline. Lines begin at the leading edge of the layout; those of right-to-left
+/// text begin at the right in any case, as they are read from there.
+inline Point lineOrigin(const TextItem& text, const Rect& frame, LayoutDirection layoutDirection,
+                        const TextLine& line, std::size_t index) {
+    const bool beginsAtTheRight =
+        layoutDirection == LayoutDirection::rightToLeft || line.direction == TextDirection::rightToLeft;
     const double x = beginsAtTheRight ? frame.size.width - line.width : 0;
-    const TextStyle style = text.run.style;
-    return {frame.left() + x,
-            frame.top() + static_cast<double>(index) * metrics(style).lineHeight + baseline(style)};
+    const FontMetrics font = metrics(text.run);
+    return {frame.left() + x, frame.top() + static_cast<double>(index) * font.lineHeight + baseline(font)};
 }
 
 }  // namespace drawing

@@ -111,6 +111,30 @@ constexpr double factor(TextSize size) {
     return 1;
 }
 
+/// The step whose texts come nearest to a desktop's, by ratio. `scaling` is the desktop's factor, 1 for its
+/// usual texts; what is no factor (zero, below, not a number) is taken for that.
+constexpr TextSize textSizeNearest(double scaling) {
+    if (!(scaling > 0)) return TextSize::large;
+    if (scaling < factor(allTextSizes.front())) return allTextSizes.front();
+    if (scaling > factor(allTextSizes.back())) return allTextSizes.back();
+    const auto apart = [scaling](TextSize size) {
+        return scaling > factor(size) ? scaling / factor(size) : factor(size) / scaling;
+    };
+    TextSize nearest = TextSize::large;
+    for (const TextSize size : allTextSizes) {
+        if (apart(size) < apart(nearest)) nearest = size;
+    }
+    return nearest;
+}
+
+constexpr bool isEnlarged(TextSize size) {
+    return size > TextSize::large;
+}
+/// So large that few words stand beside anything.
+constexpr bool isAccessibilitySize(TextSize size) {
+    return size >= TextSize::accessibility1;
+}
+
 struct Appearance {
     TextSize textSize = TextSize::large;
     Contrast contrast = Contrast::standard;

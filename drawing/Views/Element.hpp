@@ -6,6 +6,7 @@
 
 #include <variant>
 
+#include "drawing/Views/Appearance.hpp"
 #include "drawing/Views/View.hpp"
 
 namespace drawing {
@@ -19,6 +20,9 @@ struct InheritedValues {
     std::optional<double> minimumScaleFactor = std::nullopt;
     std::optional<ColorScheme> colorScheme = std::nullopt;
     std::optional<bool> isWantedWhole = std::nullopt;
+    /// Of the whole layout: no view changes it.
+    std::optional<LayoutDirection> layoutDirection = std::nullopt;
+    std::optional<TextSize> textSize = std::nullopt;
 
     /// These values where they are present, else those of `outer`.
     InheritedValues over(const InheritedValues& outer) const;
@@ -107,6 +111,9 @@ struct Clipped {
 struct AlignedToPixels {
     View content;
 };
+struct Paragraph {
+    View content;
+};
 enum class Reach { view, widget };
 struct Linked {
     View content;
@@ -133,8 +140,8 @@ struct Element {
                  element::RoundedRectangle, element::LinearGradient, element::Divider, element::Spacer,
                  element::Stack, element::RowsThatFit, element::ViewThatFits, element::LayeredStack,
                  element::GeometryReader, element::Framed, element::Padded, element::Offset, element::Layered,
-                 element::Clipped, element::AlignedToPixels, element::Linked, element::Spoken,
-                 element::OnContainer, element::Inheriting>
+                 element::Clipped, element::AlignedToPixels, element::Paragraph, element::Linked,
+                 element::Spoken, element::OnContainer, element::Inheriting>
         kind;
 };
 

@@ -8,6 +8,8 @@
 #include <array>
 #include <string_view>
 
+#include "drawing/Views/Appearance.hpp"
+
 namespace drawing {
 
 enum class TextStyle { title, headline, body, subheadline, footnote };
@@ -32,6 +34,14 @@ constexpr FontMetrics metrics(TextStyle style) {
     return {};
 }
 
+/// Type and lines grow alike with the person's text size.
+constexpr FontMetrics metrics(TextStyle style, TextSize size) {
+    FontMetrics font = metrics(style);
+    font.pointSize *= factor(size);
+    font.lineHeight *= factor(size);
+    return font;
+}
+
 constexpr std::string_view name(FontWeight weight) {
     switch (weight) {
         case FontWeight::regular: return "regular";
@@ -53,10 +63,9 @@ constexpr int number(FontWeight weight) {
 
 /// From the top of a line to the baseline: the type (of Inter's ascent and descent) stands in the middle of
 /// its line.
-constexpr double baseline(TextStyle style) {
+constexpr double baseline(const FontMetrics& font) {
     constexpr double ascent = 0.96875;
     constexpr double descent = 0.24121;
-    const FontMetrics font = metrics(style);
     return (font.lineHeight - (ascent + descent) * font.pointSize) / 2 + ascent * font.pointSize;
 }
 

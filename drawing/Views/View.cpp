@@ -28,7 +28,9 @@ InheritedValues InheritedValues::over(const InheritedValues& outer) const {
             lineLimit ? lineLimit : outer.lineLimit,
             minimumScaleFactor ? minimumScaleFactor : outer.minimumScaleFactor,
             colorScheme ? colorScheme : outer.colorScheme,
-            isWantedWhole ? isWantedWhole : outer.isWantedWhole};
+            isWantedWhole ? isWantedWhole : outer.isWantedWhole,
+            layoutDirection ? layoutDirection : outer.layoutDirection,
+            textSize ? textSize : outer.textSize};
 }
 
 View::View() : View(Element{element::Empty{}}) {}
@@ -70,6 +72,9 @@ View View::font(TextStyle style) const {
 View View::fontWeight(FontWeight weight) const {
     return viewOf(element::Inheriting{*this, {.fontWeight = weight}});
 }
+View View::paragraph() const {
+    return viewOf(element::Paragraph{*this});
+}
 View View::alignedToPixels() const {
     return viewOf(element::AlignedToPixels{*this});
 }
@@ -84,6 +89,9 @@ View View::minimumScaleFactor(double factor) const {
 }
 View View::wantedWhole() const {
     return viewOf(element::Inheriting{*this, {.isWantedWhole = true}});
+}
+View View::textSize(TextSize size) const {
+    return viewOf(element::Inheriting{*this, {.textSize = size}});
 }
 View View::colorScheme(ColorScheme scheme) const {
     return viewOf(element::Inheriting{*this, {.colorScheme = scheme}});

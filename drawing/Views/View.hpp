@@ -20,6 +20,7 @@
 
 #include "drawing/Image/Bitmap.hpp"
 #include "drawing/Image/ColorScheme.hpp"
+#include "drawing/Views/Appearance.hpp"
 #include "drawing/Views/Color.hpp"
 #include "drawing/Views/Font.hpp"
 #include "drawing/Views/Geometry.hpp"
@@ -104,10 +105,17 @@ class View {
     View foregroundColor(Color color) const;
     View lineLimit(int lines) const;
     /// A text that does not fit as it is may be set smaller, down to this part of its size, where that shows
-    /// all of it. Otherwise it keeps its size and ends in an ellipsis.
+    /// all of it. Otherwise it keeps its size and ends in an ellipsis. At a text size below the design's, the
+    /// part is one of the design's own size: what is small already is made no smaller.
     View minimumScaleFactor(double factor) const;
-    /// `viewThatFits` passes over a choice in which such a text would be cut.
+    /// `viewThatFits` passes over a choice in which such a text would be cut. Above the design's text size a
+    /// word that is broken counts as cut.
     View wantedWhole() const;
+    /// A text among others: where it is read from the right in a layout that runs from the left, it hangs on
+    /// the right edge of the room that it is offered, and takes all of its width.
+    View paragraph() const;
+    /// The person's: fonts and lines grow with it, pictures and distances do not.
+    View textSize(TextSize size) const;
     View colorScheme(ColorScheme scheme) const;
 
     const Element& element() const { return *element_; }
@@ -155,9 +163,9 @@ struct VerticalStack {
 };
 View verticalStack(VerticalStack stack, std::vector<View> children);
 
-/// As many rows from the first on as fit into the height proposed, each at its own height; the others are not
-/// even made. The first is there in any case. Takes all of that height; `alignment` says where the rows stand
-/// in it.
+/// As many rows from the first on as fit into the height proposed and show whole what is wanted whole, each
+/// at its own height; the others are not even made. The first is there in any case. Takes all of that height;
+/// `alignment` says where the rows stand in it.
 struct RowsThatFit {
     Alignment alignment = Alignment::topLeading;
     double spacing = 8;
@@ -165,6 +173,9 @@ struct RowsThatFit {
     double widestSpacing = spacing;
     /// Stands between two rows, with the spacing on both of its sides.
     std::optional<View> divider = std::nullopt;
+    /// How many rows it is content with where no height is proposed: `viewThatFits` passes it over where
+    /// these do not fit. Absent: all of them.
+    std::optional<std::size_t> fewest = std::nullopt;
 };
 View rowsThatFit(RowsThatFit rows, std::size_t count, std::function<View(std::size_t)> row);
 

@@ -105,12 +105,14 @@ auto valueNamed(const std::string& text, const Values& values) {
 
 /// How a person has drawings, as the command line has it.
 struct AppearanceOptions {
+    std::string textSize = "large";
     std::string contrast = "standard";
     std::string transparency = "standard";
     bool redacted = false;
 
     drawing::Appearance appearance() const {
-        return {.contrast = valueNamed(contrast, drawing::allContrasts),
+        return {.textSize = valueNamed(textSize, drawing::allTextSizes),
+                .contrast = valueNamed(contrast, drawing::allContrasts),
                 .transparency = valueNamed(transparency, drawing::allTransparencies),
                 .redaction = redacted ? drawing::Redaction::placeholder : drawing::Redaction::none};
     }
@@ -131,7 +133,12 @@ std::vector<platform::Option> addAppearanceOptions(const platform::Command& comm
                          const auto& values) {
         return command.option(option, value, prefix + description).oneOf(namesOf(values)).showsDefault();
     };
-    return {add("--contrast", options.contrast, "standard, or increased: everything stands out more",
+    return {add("--text-size", options.textSize,
+                "How large texts are: each family is drawn at the largest size up to that at which its words "
+                "stand "
+                "whole",
+                drawing::allTextSizes),
+            add("--contrast", options.contrast, "standard, or increased: everything stands out more",
                 drawing::allContrasts),
             add("--transparency", options.transparency,
                 "standard, or reduced: nothing behind the widget shows through", drawing::allTransparencies)};

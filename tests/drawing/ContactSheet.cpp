@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// vela-contact-sheet FOLDER [SCALE]: draws every sample entry in every family and scheme, for the eye. Writes
-// STATE-FAMILY-SCHEME.png and, on one sheet for each scheme, all of them side by side.
+// vela-contact-sheet FOLDER [SCALE [WAY]]: draws every sample entry in every family and scheme, for the eye,
+// in each way in which a person may have things shown: text sizes, contrast, transparency, redacted, from the
+// right. Writes WAY-SCHEME-NUMBER.png, some entries to a sheet.
 
 #include <algorithm>
 #include <array>
@@ -9,10 +10,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "drawing/Image/Image.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
 #include "tests/drawing/SampleEntries.hpp"
+#include "tests/support/FixedAmbient.hpp"
 #include "widget/EntryDrawing.hpp"
 
 using namespace drawing;
@@ -60,43 +65,82 @@ constexpr std::array cells = {
 };
 constexpr Size entrySize{158 + 338 + 338 + 4 * gap, 354 + gap};
 
+struct Way {
+    std::string name;
+    Appearance appearance = {};
+    std::string language = "en";
+};
+
+std::vector<Way> ways() {
+    std::vector<Way> ways;
+    for (const TextSize size : allTextSizes)
+        ways.push_back({.name = std::string(name(size)), .appearance = {.textSize = size}});
+    ways.push_back({.name = "contrast", .appearance = {.contrast = Contrast::increased}});
+    ways.push_back({.name = "opaque", .appearance = {.transparency = Transparency::reduced}});
+    ways.push_back({.name = "redacted", .appearance = {.redaction = Redaction::placeholder}});
+    ways.push_back({.name = "rightToLeft", .language = "ar"});
+    ways.push_back({.name = "rightToLeftEnlarged",
+                    .appearance = {.textSize = TextSize::accessibility1},
+                    .language = "ar"});
+    return ways;
+}
+
+class Sheets {
+  public:
+    Sheets(std::filesystem::path folder, double scale) : folder_(std::move(folder)), scale_(scale) {
+        std::filesystem::create_directories(folder_);
+    }
+
+    void draw(const Way& way, ColorScheme scheme) {
+        const platform::testing::FixedAmbient surroundings({.languages = {way.language}});
+        for (std::size_t begin = 0; begin < samples_.size(); begin += entriesOnSheet) {
+            const std::size_t end = std::min(samples_.size(), begin + entriesOnSheet);
+            Bitmap sheet = Bitmap::transparent(
+                {pixels(entrySize.width), pixels(entrySize.height * static_cast<double>(end - begin) + gap)});
+            const bool isDark = scheme == ColorScheme::dark;
+            std::fill(sheet.pixels.begin(), sheet.pixels.end(), isDark ? 0xFF3A4658u : 0xFFC9D3E0u);
+            for (std::size_t index = begin; index < end; ++index)
+                place(sheet, samples_[index].entry, way, scheme,
+                      entrySize.height * static_cast<double>(index - begin));
+            const std::string number = std::to_string(begin / entriesOnSheet + 1);
+            write(folder_ / (way.name + "-" + std::string(widget::name(scheme)) + "-" + number + ".png"),
+                  encodedPNG(sheet));
+        }
+    }
+
+  private:
+    int pixels(double points) const { return static_cast<int>(std::lround(points * scale_)); }
+
+    void place(Bitmap& sheet, const widget::SimpleEntry& entry, const Way& way, ColorScheme scheme,
+               double top) {
+        for (const auto& [family, origin] : cells) {
+            const std::string png = widget::draw({.entry = entry,
+                                                  .family = family,
+                                                  .colorScheme = scheme,
+                                                  .appearance = way.appearance,
+                                                  .scale = scale_},
+                                                 pictures_);
+            ::place(sheet, *decodedImage(png, imageHeader(png)->size), pixels(origin.x),
+                    pixels(origin.y + top));
+        }
+    }
+
+    std::filesystem::path folder_;
+    double scale_;
+    drawing_tests::SamplePictures pictures_;
+    std::vector<drawing_tests::SampleEntry> samples_ = drawing_tests::sampleEntries();
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::cerr << "usage: vela-contact-sheet FOLDER [SCALE]\n";
+        std::cerr << "usage: vela-contact-sheet FOLDER [SCALE [WAY]]\n";
         return 2;
     }
-    const std::filesystem::path folder = argv[1];
-    const double scale = argc > 2 ? std::stod(argv[2]) : 2;
-    const auto pixels = [&](double points) { return static_cast<int>(std::lround(points * scale)); };
-    std::filesystem::create_directories(folder);
-    drawing_tests::SamplePictures pictures;
-    const auto samples = drawing_tests::sampleEntries();
-
-    for (const ColorScheme scheme : {ColorScheme::light, ColorScheme::dark}) {
-        const bool isDark = scheme == ColorScheme::dark;
-        const std::string schemeName = isDark ? "dark" : "light";
-        for (std::size_t begin = 0; begin < samples.size(); begin += entriesOnSheet) {
-            const std::size_t end = std::min(samples.size(), begin + entriesOnSheet);
-            Bitmap sheet = Bitmap::transparent(
-                {pixels(entrySize.width), pixels(entrySize.height * static_cast<double>(end - begin) + gap)});
-            std::fill(sheet.pixels.begin(), sheet.pixels.end(), isDark ? 0xFF3A4658u : 0xFFC9D3E0u);
-            for (std::size_t index = begin; index < end; ++index) {
-                for (const auto& [family, origin] : cells) {
-                    const std::string png = widget::draw({.entry = samples[index].entry,
-                                                          .family = family,
-                                                          .colorScheme = scheme,
-                                                          .scale = scale},
-                                                         pictures);
-                    const std::string name = samples[index].name + "-" + std::string(description(family));
-                    write(folder / (name + "-" + schemeName + ".png"), png);
-                    place(sheet, *decodedImage(png, imageHeader(png)->size), pixels(origin.x),
-                          pixels(origin.y + entrySize.height * static_cast<double>(index - begin)));
-                }
-            }
-            const std::string number = std::to_string(begin / entriesOnSheet + 1);
-            write(folder / ("sheet-" + schemeName + "-" + number + ".png"), encodedPNG(sheet));
-        }
+    Sheets sheets(argv[1], argc > 2 ? std::stod(argv[2]) : 2);
+    for (const Way& way : ways()) {
+        if (argc > 3 && way.name != argv[3]) continue;
+        for (const ColorScheme scheme : {ColorScheme::light, ColorScheme::dark}) sheets.draw(way, scheme);
     }
 }

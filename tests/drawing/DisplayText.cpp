@@ -44,9 +44,11 @@ std::string named(const PictureItem& picture) {
 }  // namespace
 
 std::vector<TextLine> FixedAdvance::lines(const TextRun& run, std::optional<double> width) const {
-    const double advance = metrics(run.style).pointSize * run.scale / 2;
+    const double advance = metrics(run).pointSize * run.scale / 2;
     const std::size_t longest =
         width ? std::max<std::size_t>(1, static_cast<std::size_t>(*width / advance + 1e-6)) : run.text.size();
+    const bool isHebrew = run.text.starts_with('\xD7');
+    const auto direction = isHebrew ? TextDirection::rightToLeft : TextDirection::leftToRight;
     std::vector<TextLine> lines;
     std::string rest = run.text;
     do {
@@ -58,7 +60,7 @@ std::vector<TextLine> FixedAdvance::lines(const TextRun& run, std::optional<doub
             rest.clear();
         }
         const double length = advance * static_cast<double>(line.size());
-        lines.push_back({std::move(line), length});
+        lines.push_back({std::move(line), length, direction});
     } while (!rest.empty());
     return lines;
 }

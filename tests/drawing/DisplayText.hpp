@@ -14,7 +14,8 @@
 
 namespace drawing_tests {
 
-/// Every character is half as wide as its font is large, and lines break anywhere.
+/// Every byte is half as wide as its font is large, and lines break anywhere. What begins in Hebrew is read
+/// from the right.
 class FixedAdvance final : public drawing::TextMeasurer {
   public:
     std::vector<drawing::TextLine> lines(const drawing::TextRun& run,

@@ -38,7 +38,7 @@ TEST(DrawingMemory, IsModestWithTenPackagesOfPhotographs) {
     const drawing::StraightBitmap photograph = tests::photograph({4000, 3000});
     for (const bool progressive : {false, true}) {
         OnePicture pictures(drawing::jpegFile(photograph, {.progressive = progressive}));
-        EXPECT_TRUE(tests::succeedsWithin(30u << 20, [&] {
+        EXPECT_TRUE(tests::succeedsWithin(33u << 20, [&] {
             return !widget::draw({.entry = tenPackages(), .family = platform::WidgetFamily::systemLarge},
                                  pictures)
                         .empty();
@@ -48,7 +48,7 @@ TEST(DrawingMemory, IsModestWithTenPackagesOfPhotographs) {
 
 TEST(DrawingMemory, DoesNotGrowWithTheDrawing) {
     OnePicture none("");
-    EXPECT_TRUE(tests::succeedsWithin(28u << 20, [&] {
+    EXPECT_TRUE(tests::succeedsWithin(31u << 20, [&] {
         return !widget::draw({.entry = tenPackages(),
                               .family = platform::WidgetFamily::systemLarge,
                               .size = drawing::Size{1000, 1000},

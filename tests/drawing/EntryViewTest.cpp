@@ -349,6 +349,35 @@ std::string tree(const SimpleEntry& entry, platform::WidgetFamily family,
                 loader);
 }
 
+/// Says what was asked for by itself, and not with the others.
+class PicturesReadAlone final : public PictureLoader {
+  public:
+    std::optional<std::string> read(const platform::URL& url) override {
+        alone.push_back(url.absoluteString());
+        return samples_.read(url);
+    }
+    void readAll(const std::vector<platform::URL>& urls, const Receiver& receive) override {
+        for (std::size_t place = 0; place < urls.size(); ++place) receive(place, samples_.read(urls[place]));
+    }
+    std::vector<std::string> alone;
+
+  private:
+    drawing_tests::SamplePictures samples_;
+};
+
+TEST(EntryDrawing, ReadsPicturesTogetherAtEveryTextSize) {
+    for (const platform::WidgetFamily family : platform::allWidgetFamilies) {
+        for (const TextSize size : allTextSizes) {
+            PicturesReadAlone loader;
+            DrawingRequest request{.entry = drawing_tests::sampleEntry("Single"), .family = family};
+            request.appearance.textSize = size;
+            request.format = DrawingFormat::tree;
+            draw(request, loader);
+            EXPECT_THAT(loader.alone, IsEmpty()) << description(family) << " at " << name(size);
+        }
+    }
+}
+
 TEST(EntryDrawing, DrawsNoBackgroundOnALockScreen) {
     for (const platform::WidgetFamily family :
          {platform::WidgetFamily::accessoryCircular, platform::WidgetFamily::accessoryInline,

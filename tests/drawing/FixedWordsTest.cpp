@@ -8,18 +8,21 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "drawing/Layout/DisplayList.hpp"
 #include "drawing/Painters/PangoTextMeasurer.hpp"
 #include "presentation/DeliveryStatusTable.hpp"
 #include "presentation/OrderStatusTable.hpp"
+#include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
 #include "tests/support/MemoryLimit.hpp"
 #include "widget/DrawingRequest.hpp"
 #include "widget/EntryDrawing.hpp"
-#include "widget/TrackingWidgetEntryView.hpp"
+#include "widget/EntryLayout.hpp"
 
 namespace {
 
@@ -79,17 +82,26 @@ void addDeliveries(std::vector<StatusPair>& pairs) {
 #ifdef VELA_SANITIZER_ALLOCATES
 // A hundred times as slow, and what a sanitizer looks for a few show as well.
 constexpr std::size_t statusStep = 9;
+constexpr std::size_t textSizeStep = 4;
 #else
 constexpr std::size_t statusStep = 1;
+constexpr std::size_t textSizeStep = 1;
 #endif
 
+/// Each once.
 std::vector<StatusPair> usualStatuses() {
     std::vector<StatusPair> all;
     addOrders(all);
     addDeliveries(all);
     std::vector<StatusPair> pairs;
-    for (std::size_t index = 0; index < all.size(); index += statusStep) pairs.push_back(all[index]);
+    for (std::size_t index = 0; index < all.size(); index += statusStep) {
+        if (std::find(pairs.begin(), pairs.end(), all[index]) == pairs.end()) pairs.push_back(all[index]);
+    }
     return pairs;
+}
+
+bool isWide(platform::WidgetFamily family) {
+    return family == platform::WidgetFamily::systemMedium || family == platform::WidgetFamily::systemLarge;
 }
 
 widget::SimpleEntry entry(const StatusPair& status, std::size_t count, const char* shop, bool hasProduct) {
@@ -103,13 +115,31 @@ widget::SimpleEntry entry(const StatusPair& status, std::size_t count, const cha
     return drawing_tests::entry(widget::LoggedIn{drawing_tests::packages(std::move(values))});
 }
 
-const PangoTextMeasurer& bundleFonts() {
-    static const PangoTextMeasurer fonts{std::filesystem::path(FONTS_CONFIGURATION)};
+/// The bundle's fonts. Most statuses share their words with others: what was measured once is remembered.
+class RememberedFonts final : public TextMeasurer {
+  public:
+    std::vector<TextLine> lines(const TextRun& run, std::optional<double> width) const override {
+        const Key key{width, run.textSize, run.lineLimit, run.scale, run.style, run.weight, run.text};
+        const auto known = remembered_.find(key);
+        if (known != remembered_.end()) return known->second;
+        return remembered_.emplace(key, fonts_.lines(run, width)).first->second;
+    }
+
+  private:
+    /// What is soon compared first.
+    using Key = std::tuple<std::optional<double>, TextSize, int, double, TextStyle, FontWeight, std::string>;
+
+    PangoTextMeasurer fonts_{std::filesystem::path(FONTS_CONFIGURATION)};
+    mutable std::map<Key, std::vector<TextLine>> remembered_;
+};
+
+const TextMeasurer& bundleFonts() {
+    static const RememberedFonts fonts;
     return fonts;
 }
 
 DisplayList shown(const widget::SimpleEntry& entry, platform::WidgetFamily family, ColorScheme scheme,
-                  std::optional<Size> size = std::nullopt) {
+                  std::optional<Size> size = std::nullopt, TextSize textSize = TextSize::large) {
     // Read once: they are the same in every drawing.
     static drawing_tests::SamplePictures loader;
     static widget::ScaledPictures pictures(loader, 1);
@@ -117,8 +147,8 @@ DisplayList shown(const widget::SimpleEntry& entry, platform::WidgetFamily famil
     WidgetContainer container{family, scheme, size.value_or(widget::referenceSize(family))};
     container.contentMargin = isAccessory ? 0 : 16;
     container.scale = 3;
-    return displayList(widget::TrackingWidgetEntryView{entry}.body({family, scheme, pictures}), container,
-                       bundleFonts());
+    return widget::laidOut(entry, {family, scheme, pictures, {.textSize = textSize}}, container,
+                           bundleFonts());
 }
 
 std::string withoutBlanks(std::string text) {
@@ -130,8 +160,9 @@ bool isWhole(const DisplayItem& item, const TextItem& text) {
     std::string seen;
     double height = 0;
     for (const TextLine& line : bundleFonts().lines(text.run, item.frame.size.width)) {
+        if (line.breaksWord && isEnlarged(text.run.textSize)) return false;
         seen += line.text;
-        height += metrics(text.run.style).lineHeight;
+        height += metrics(text.run).lineHeight;
     }
     return withoutBlanks(seen) == withoutBlanks(text.run.text) && height <= item.frame.size.height + 0.5;
 }
@@ -187,6 +218,105 @@ TEST(FixedWords, AreNeverCutAmongOtherPackages) {
     }
 }
 
+/// What is drawn of a family at every text size.
+struct Shown {
+    platform::WidgetFamily family;
+    std::size_t packages;
+    const char* shop;
+    TextSize least;
+};
+constexpr std::array shownAtEveryTextSize = {
+    Shown{platform::WidgetFamily::systemSmall, 1, "sample:shop", TextSize::large},
+    Shown{platform::WidgetFamily::systemSmall, 1, "sample:none", TextSize::large},
+    Shown{platform::WidgetFamily::systemMedium, 1, "sample:shop", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 1, "sample:shop", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::accessoryRectangular, 1, "sample:shop", TextSize::large},
+    Shown{platform::WidgetFamily::accessoryInline, 1, "sample:shop", TextSize::large},
+};
+constexpr std::array shownNowAndThen = {
+    Shown{platform::WidgetFamily::systemMedium, 1, "sample:none", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 1, "sample:none", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 2, "sample:shop", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 3, "sample:none", TextSize::accessibility1},
+    Shown{platform::WidgetFamily::systemLarge, 10, "sample:shop", TextSize::accessibility1},
+};
+
+struct Words {
+    TextSize textSize;
+    /// Of the style's size in the design.
+    double part;
+};
+
+/// How the words stand that are the smallest in proportion to their style; nothing where none of them does.
+std::optional<Words> smallest(const DisplayList& list, const StatusPair& status) {
+    std::optional<Words> smallest;
+    for (const DisplayItem& item : list.items) {
+        const auto* text = std::get_if<TextItem>(&item.kind);
+        if (!text || (text->run.text != status.primary && text->run.text != status.secondary)) continue;
+        const double part = factor(text->run.textSize) * text->run.scale;
+        if (!smallest || part < smallest->part) smallest = Words{text->run.textSize, part};
+    }
+    return smallest;
+}
+
+void expectWhole(const DisplayList& list, const StatusPair& status, const std::string& what) {
+    EXPECT_GE(timesWhole(list, status.primary), 1) << what;
+    if (!status.secondary || list.family == platform::WidgetFamily::accessoryInline) return;
+    EXPECT_GE(timesWhole(list, *status.secondary), 1) << what;
+}
+
+/// From the largest text size on. A size that is asked for in vain is drawn as the one that fits, so that it
+/// need not be looked at by itself.
+void expectWholeAtEveryTextSize(const StatusPair& status, const Shown& shown) {
+    const widget::SimpleEntry drawn = entry(status, shown.packages, shown.shop, true);
+    std::optional<Words> larger;
+    for (auto size = allTextSizes.rbegin(); size != allTextSizes.rend(); ++size) {
+        if (larger && larger->textSize < *size) continue;
+        const std::string what = status.primary + " / " + status.secondary.value_or("") + " in " +
+                                 std::string(description(shown.family)) + " " + shown.shop + " of " +
+                                 std::to_string(shown.packages) + " at " + std::string(name(*size));
+        const DisplayList list = ::shown(drawn, shown.family, ColorScheme::light, std::nullopt, *size);
+        expectWhole(list, status, what);
+        const std::optional<Words> words = smallest(list, status);
+        ASSERT_TRUE(words) << what;
+        EXPECT_LE(words->textSize, *size) << what;
+        EXPECT_GE(words->textSize, std::min(*size, shown.least)) << what;
+        if (isEnlarged(words->textSize)) {
+            EXPECT_EQ(words->part, factor(words->textSize)) << what;
+        }
+        // Where texts are small, they may be on one line in one size and on two in the next.
+        if (*size >= TextSize::large) {
+            EXPECT_LE(words->part, larger.value_or(*words).part) << what;
+        }
+        larger = words;
+    }
+}
+
+TEST(FixedWords, AreNeverCutAtAnyTextSize) {
+    const std::vector<StatusPair> statuses = usualStatuses();
+    for (std::size_t index = 0; index < statuses.size(); index += textSizeStep) {
+        for (const Shown& shown : shownAtEveryTextSize) expectWholeAtEveryTextSize(statuses[index], shown);
+        if (index % 12 != 0) continue;
+        for (const Shown& shown : shownNowAndThen) expectWholeAtEveryTextSize(statuses[index], shown);
+    }
+}
+
+TEST(TextSizes, AreDrawnAsTheLargestThatFits) {
+    const StatusPair status{"Partially ready to ship", longestDate};
+    for (const platform::WidgetFamily family : families) {
+        const widget::SimpleEntry drawn = entry(status, 1, "sample:shop", true);
+        const auto at = [&](TextSize size) {
+            return shown(drawn, family, ColorScheme::light, std::nullopt, size);
+        };
+        const std::vector<std::string> largest = drawing_tests::lines(at(TextSize::accessibility5));
+        const TextSize fitting = smallest(at(TextSize::accessibility5), status)->textSize;
+        for (const TextSize size : allTextSizes) {
+            EXPECT_EQ(drawing_tests::lines(at(size)) == largest, size >= fitting)
+                << name(size) << " in " << description(family);
+        }
+    }
+}
+
 TEST(FixedWords, AreWholeInTheSmallestWidgetThatIsDrawn) {
     for (const StatusPair& status : usualStatuses()) {
         if (status.primary == longestLine) continue;
@@ -217,6 +347,42 @@ TEST(Prompts, AreWholeInTheSmallestWidgetThatIsDrawn) {
             }
         }
     }
+}
+
+TEST(Prompts, AreWholeAtEveryTextSizeAndNeverShrinkAsItGrows) {
+    for (const widget::WidgetState& state :
+         {widget::WidgetState(widget::NotLoggedIn{}), widget::WidgetState(widget::NoPackages{})}) {
+        for (const platform::WidgetFamily family : families) {
+            double before = 0;
+            for (const TextSize size : allTextSizes) {
+                const std::string what = std::string(name(size)) + " in " + std::string(description(family));
+                const DisplayList list =
+                    shown(drawing_tests::entry(state), family, ColorScheme::light, std::nullopt, size);
+                double largest = 0;
+                for (const DisplayItem& item : list.items) {
+                    const auto* text = std::get_if<TextItem>(&item.kind);
+                    if (!text) continue;
+                    EXPECT_EQ(timesWhole(list, text->run.text), 1) << text->run.text << " at " << what;
+                    largest = std::max(largest, metrics(text->run).pointSize);
+                    if (size == TextSize::accessibility1 && isWide(family)) {
+                        EXPECT_EQ(text->run.textSize, size) << what;
+                    }
+                }
+                EXPECT_GE(largest, before) << what;
+                before = largest;
+            }
+        }
+    }
+}
+
+TEST(BrokenWords, CountAsCutWhereTextIsLargerThanDesigned) {
+    const auto isWhole = [](TextSize size) {
+        const View view = text("Wednesday").font(TextStyle::footnote).wantedWhole().textSize(size);
+        const WidgetContainer container{platform::WidgetFamily::systemSmall, ColorScheme::light, {76, 400}};
+        return displayList(view, container, bundleFonts()).isWhole;
+    };
+    EXPECT_TRUE(isWhole(TextSize::large));
+    EXPECT_FALSE(isWhole(TextSize::accessibility5));
 }
 
 TEST(BrokenWords, EndInTheHyphenThatIsSeen) {

@@ -13,6 +13,7 @@
 
 #include "drawing/Image/Image.hpp"
 #include "tests/drawing/SampleEntries.hpp"
+#include "tests/support/FixedAmbient.hpp"
 #include "widget/EntryDrawing.hpp"
 
 namespace {
@@ -23,6 +24,8 @@ struct Golden {
     std::string sample;
     platform::WidgetFamily family;
     ColorScheme scheme;
+    /// The person's.
+    std::string language = "en-US";
 };
 
 /// For the names of the tests.
@@ -35,7 +38,8 @@ class Goldens : public testing::TestWithParam<Golden> {};
 
 std::string name(const Golden& golden) {
     return golden.sample + "-" + std::string(description(golden.family)) +
-           (golden.scheme == ColorScheme::dark ? "-dark" : "-light");
+           (golden.scheme == ColorScheme::dark ? "-dark" : "-light") +
+           (golden.language == "en-US" ? "" : "-" + golden.language);
 }
 
 std::optional<Bitmap> decoded(const std::string& png) {
@@ -65,6 +69,7 @@ double difference(const Bitmap& first, const Bitmap& second) {
 
 TEST_P(Goldens, LookAsTheyDidWhenTheyWereLookedAt) {
     const std::filesystem::path file = std::filesystem::path(GOLDENS_FOLDER) / (name(GetParam()) + ".png");
+    const platform::testing::FixedAmbient surroundings({.languages = {GetParam().language}});
     drawing_tests::SamplePictures loader;
     const std::string png = widget::draw({.entry = drawing_tests::sampleEntry(GetParam().sample),
                                           .family = GetParam().family,
@@ -92,6 +97,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Golden{"LongWords", platform::WidgetFamily::systemLarge, ColorScheme::dark},
                     Golden{"OneLine", platform::WidgetFamily::accessoryRectangular, ColorScheme::dark},
                     Golden{"Placeholder", platform::WidgetFamily::accessoryInline, ColorScheme::light},
+                    Golden{"Latin", platform::WidgetFamily::systemMedium, ColorScheme::light, "he"},
+                    Golden{"Indic", platform::WidgetFamily::systemLarge, ColorScheme::light},
                     Golden{"NotLoggedIn", platform::WidgetFamily::systemLarge, ColorScheme::dark},
                     Golden{"NoPackages", platform::WidgetFamily::systemSmall, ColorScheme::light}),
     [](const auto& instance) {

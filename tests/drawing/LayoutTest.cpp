@@ -5,8 +5,10 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <limits>
 #include <string>
 
+#include "drawing/Layout/PixelGrid.hpp"
 #include "drawing/Painters/DisplayListJSON.hpp"
 #include "tests/drawing/DisplayText.hpp"
 #include "tests/drawing/SampleEntries.hpp"
@@ -104,6 +106,31 @@ const std::vector<Picture> pictures = {
     {"what a broken text leaves goes to the others",
      horizontalStack({.spacing = 0}, {words("twenty characters!!!").lineLimit(1), rectangle(Color::white())}),
      {"text twenty characters!!! 0 41 45.5 18", "rectangle white 45.5 0 54.5 100"}},
+    {"a text read from the right is as wide as its words", words("אב"), {"text אב 37 41 26 18"}},
+    {"a paragraph read from the right hangs on the right",
+     verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0},
+                   {words("אבג").lineLimit(1).paragraph(), words("left").paragraph()}),
+     {"text אבג 61 32 39 18", "text left 0 50 26 18"}},
+    {"a paragraph read from the right goes as far as it can",
+     horizontalStack({.spacing = 0}, {words("אב").paragraph(), spacer(4), box(16, 16)}),
+     {"text אב 54 41 26 18", "rectangle white 84 42 16 16"}},
+    {"a larger text has larger lines",
+     words("ten chars!").textSize(TextSize::xxLarge),
+     {"text ten chars! 9.7 38.84 80.6 22.32"}},
+    {"a larger text breaks sooner, and distances stay",
+     verticalStack({.spacing = 5}, {words("ten chars!").textSize(TextSize::accessibility1), box(10, 10)}),
+     {"text ten chars! 23.19 12.8 53.63 59.4", "rectangle white 45 77.2 10 10"}},
+    {"a smaller text is made no smaller than the design's may be",
+     words("sixteen letters! and").lineLimit(1).minimumScaleFactor(0.76).textSize(TextSize::xSmall),
+     {"text sixteen letters! and 0.6 42.62 98.8 14.76"}},
+    {"a view keeps the text size that it names itself",
+     words("ten chars!").textSize(TextSize::large).textSize(TextSize::accessibility5),
+     {"text ten chars! 17.5 41 65 18"}},
+    {"no choice in which a stack's sharing would cut a text",
+     viewThatFits({verticalStack({.spacing = 0}, {words("twenty characters!!!").wantedWhole(), box(10, 40),
+                                                  rectangle(Color::primary())}),
+                   box(10, 10)}),
+     {"rectangle white 45 45 10 10"}},
     {"nothing takes no room", View(), {}},
     {"an empty text is not listed", words(""), {}},
 };
@@ -135,6 +162,59 @@ TEST(RowsThatFit, ShowsWholeRowsOnlyAndMakesNoOthers) {
 TEST(RowsThatFit, ShowsTheFirstRowInAnyCase) {
     const View rows = rowsThatFit({}, 2, [](std::size_t) { return box(20, 300); });
     EXPECT_THAT(lines(displayed(rows, {100, 100})), ElementsAre("rectangle white 0 0 20 300"));
+}
+
+TEST(RowsThatFit, LeavesOutFromTheFirstRowOnThatCutsWhatIsWantedWhole) {
+    const auto row = [](std::size_t index) {
+        const char* text = index == 1 ? "sixteen letters!" : "ten chars!";
+        return words(text).lineLimit(1).wantedWhole();
+    };
+    EXPECT_THAT(lines(displayed(rowsThatFit({.spacing = 0}, 3, row), {100, 100})),
+                ElementsAre("text ten chars! 0 0 65 18"));
+}
+
+TEST(RowsThatFit, IsPassedOverWhereTheFewestRowsDoNotFit) {
+    const auto row = [](std::size_t) { return box(10, 40); };
+    const auto shown = [&](std::optional<std::size_t> fewest) {
+        return lines(displayed(
+            viewThatFits({rowsThatFit({.spacing = 0, .fewest = fewest}, 10, row), box(20, 20)}), {100, 100}));
+    };
+    EXPECT_THAT(shown(2), ElementsAre("rectangle white 0 0 10 40", "rectangle white 0 40 10 40"));
+    EXPECT_THAT(shown(3), ElementsAre("rectangle white 40 40 20 20"));
+    EXPECT_THAT(shown(std::nullopt), ElementsAre("rectangle white 40 40 20 20"));
+}
+
+TEST(DisplayList, IsWholeWhereTheContainerHoldsAllThatIsWanted) {
+    const auto isWhole = [](const View& view) { return displayed(view, {100, 100}).isWhole; };
+    const View tooLong = words("sixteen letters!").lineLimit(1);
+    EXPECT_TRUE(isWhole(box(100, 100)));
+    EXPECT_FALSE(isWhole(box(101, 100)));
+    EXPECT_FALSE(isWhole(box(100, 101)));
+    EXPECT_TRUE(isWhole(tooLong));
+    EXPECT_FALSE(isWhole(tooLong.wantedWhole()));
+    EXPECT_FALSE(isWhole(rowsThatFit({}, 1, [](std::size_t) { return box(10, 101); })));
+}
+
+TEST(DesktopTextScaling, IsTheNearestTextSize) {
+    constexpr auto infinite = std::numeric_limits<double>::infinity();
+    const std::pair<double, TextSize> rows[] = {
+        {1, TextSize::large},
+        {1.25, TextSize::xxLarge},
+        {1.5, TextSize::accessibility1},
+        {1.75, TextSize::accessibility1},
+        {2, TextSize::accessibility2},
+        {3, TextSize::accessibility5},
+        {100, TextSize::accessibility5},
+        {infinite, TextSize::accessibility5},
+        {0.9, TextSize::small},
+        {0.5, TextSize::xSmall},
+        {1e-300, TextSize::xSmall},
+        {0, TextSize::large},
+        {-1, TextSize::large},
+        {std::nan(""), TextSize::large},
+    };
+    for (const auto& [scaling, size] : rows) EXPECT_EQ(textSizeNearest(scaling), size) << scaling;
+    for (const TextSize size : allTextSizes) EXPECT_EQ(textSizeNearest(factor(size)), size) << name(size);
 }
 
 TEST(Inheritance, EndsWhereAViewSaysOtherwiseItself) {
@@ -191,6 +271,12 @@ TEST(PixelGrid, NeverRoundsATextDown) {
     EXPECT_THAT(lines(displayed(text, {100, 18}, 2)), ElementsAre("text abc 0 0 19.5 18"));
 }
 
+TEST(PixelGrid, EndsTextsReadFromTheRightAtOnePixel) {
+    const Rect snapped = PixelGrid(2).snappedTextOnRight({{10.3, 0}, {20.4, 18}});
+    EXPECT_EQ(snapped.right(), 30.5);
+    EXPECT_EQ(snapped.size.width, 20.5);
+}
+
 TEST(ContainerBackground, CoversTheWholeContainerAndOnlyWhereItIsShown) {
     const View view = box(20, 10).containerBackground(rectangle(Color::primary()));
     WidgetContainer container{platform::WidgetFamily::systemSmall, ColorScheme::light, {100, 100}};
@@ -208,6 +294,15 @@ TEST(Links, StandWhereTheirViewStandsOrCoverTheWholeWidget) {
                 ElementsAre("rectangle white 40 45 20 10", "link velaapp://order/1 40 45 20 10"));
     EXPECT_THAT(lines(displayed(box(20, 10).widgetURL(url), {100, 100})),
                 ElementsAre("rectangle white 40 45 20 10", "link velaapp://order/1 0 0 100 100"));
+}
+
+TEST(DisplayListJSON, NamesATextSizeThatIsNotTheDesigns) {
+    const auto json = [](TextSize size) {
+        return displayListJSON(displayed(words("Hi").textSize(size), {100, 100}));
+    };
+    EXPECT_THAT(json(TextSize::accessibility2),
+                testing::HasSubstr(R"("textSize":"accessibility2","textStyle")"));
+    EXPECT_THAT(json(TextSize::large), testing::Not(testing::HasSubstr("textSize")));
 }
 
 TEST(DisplayListJSON, ListsItemsBackToFrontWithSortedKeys) {

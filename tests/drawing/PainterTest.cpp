@@ -133,6 +133,33 @@ TEST(PangoText, ReadsEachScriptInItsDirection) {
     EXPECT_EQ(direction("書店"), TextDirection::leftToRight);
 }
 
+/// A paragraph has one direction, that of its first letter, whatever its other lines begin with.
+TEST(PangoText, ReadsAllLinesOfAParagraphInItsDirection) {
+    const auto directions = [](const char* text) {
+        std::vector<TextDirection> directions;
+        for (const TextLine& line : measurer().lines(footnote(text, 0), 60))
+            directions.push_back(line.direction);
+        return directions;
+    };
+    const auto fromRight = directions("مكتبة Northwind Books الكبرى");
+    EXPECT_GT(fromRight.size(), 2u);
+    EXPECT_THAT(fromRight, Each(TextDirection::rightToLeft));
+    const auto fromLeft = directions("7: Northwind مكتبة الشروق الكبرى");
+    EXPECT_GT(fromLeft.size(), 2u);
+    EXPECT_THAT(fromLeft, Each(TextDirection::leftToRight));
+}
+
+TEST(PangoText, EndsWhereItsEllipsisIsSeenToEnd) {
+    const double dots = measurer().lines(footnote("…"), std::nullopt).at(0).width;
+    for (const double width : {80.0, 84.0, 88.0, 92.0}) {
+        const TextLine line = measurer().lines(footnote("A second attempt will be made"), width).at(0);
+        std::string shown = line.text;
+        shown.erase(shown.find("…"));
+        const double letters = measurer().lines(footnote(shown), std::nullopt).at(0).width;
+        EXPECT_NEAR(line.width, letters + dots, 1) << line.text;
+    }
+}
+
 TEST(PangoText, CutsRightToLeftTextAtItsEnd) {
     const auto lines = measurer().lines(footnote("متجر ذو اسم طويل جدا لا يتسع له السطر"), 80);
     ASSERT_THAT(lines, SizeIs(1));
@@ -191,6 +218,36 @@ TEST(CairoPainter, PaintsBackToFront) {
                     {4, 4});
     EXPECT_EQ(bitmap.row(0)[0], 0xFFFF0000u);
     EXPECT_EQ(bitmap.row(2)[2], 0xFF0000FFu);
+}
+
+/// How many pixels across and down anything is painted.
+PixelSize inked(const Bitmap& bitmap) {
+    int left = bitmap.width(), right = -1, top = bitmap.height(), bottom = -1;
+    for (int y = 0; y < bitmap.height(); ++y) {
+        for (int x = 0; x < bitmap.width(); ++x) {
+            if (bitmap.row(y)[x] >> 24 < 128) continue;
+            left = std::min(left, x);
+            right = std::max(right, x);
+            top = std::min(top, y);
+            bottom = std::max(bottom, y);
+        }
+    }
+    return {right - left + 1, bottom - top + 1};
+}
+
+TEST(CairoPainter, EnlargesTypeAndLinesAlike) {
+    const auto inkAt = [](TextSize size) {
+        const View twoLines = text("Hill Hill").font(TextStyle::footnote).textSize(size);
+        const WidgetContainer container{
+            platform::WidgetFamily::systemSmall, ColorScheme::light, {26 * factor(size), 150}};
+        return inked(painted(displayList(twoLines, container, measurer()), 4, {catalogue()}, measurer()));
+    };
+    const PixelSize design = inkAt(TextSize::large);
+    EXPECT_GT(design.height, 4 * metrics(TextStyle::footnote).lineHeight);
+    for (const TextSize size : allTextSizes) {
+        EXPECT_NEAR(inkAt(size).width, design.width * factor(size), 4) << name(size);
+        EXPECT_NEAR(inkAt(size).height, design.height * factor(size), 4) << name(size);
+    }
 }
 
 TEST(CairoPainter, LeavesTheCornersOfTheContainerTransparent) {
@@ -287,6 +344,19 @@ TEST(SVGPainter, WritesTextAsTextAndEscapesIt) {
     const std::string document = svg(text("<b> & \"c\"'\x01").font(TextStyle::footnote));
     EXPECT_THAT(document, HasSubstr(">&lt;b&gt; &amp; &quot;c&quot;&#39; </text>"));
     EXPECT_THAT(document, Not(HasSubstr("<b>")));
+}
+
+/// A viewer chooses the shapes of Chinese characters by it.
+TEST(SVGPainter, SaysInWhichLanguageALineIs) {
+    const auto svg = [](const char* words) {
+        const View view = text(words).font(TextStyle::footnote);
+        const DisplayList list = displayList(
+            view, {platform::WidgetFamily::systemSmall, ColorScheme::light, {150, 40}}, measurer());
+        return paintedSVG(list, "Title", Ink{catalogue()}, measurer());
+    };
+    EXPECT_THAT(svg("直営です"), HasSubstr("xml:lang=\"ja\""));
+    EXPECT_THAT(svg("No. 7 北京图书"), HasSubstr("xml:lang=\"zh-cn\""));
+    EXPECT_THAT(svg("Northwind 7"), Not(HasSubstr("xml:lang")));
 }
 
 TEST(SVGPainter, LeavesOutCharactersThatXMLHasNoPlaceFor) {

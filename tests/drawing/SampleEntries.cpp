@@ -188,6 +188,18 @@ std::vector<SampleEntry> sampleEntries() {
               std::nullopt,
               {"Σε διανομή 🚚", "Σήμερα"}},
          })},
+        {"Indic",
+         shown({
+             {"புத்தகக் கடை", link, 0.6f, std::nullopt, url(photo), {"விநியோகத்திற்கு வெளியே", "இன்று 18:00"}},
+             {"किताबों की दुकान", link, 0.4f, url(shop), std::nullopt, {"डिलीवरी के लिए निकला", "आज"}},
+             {"বইয়ের দোকান", link, 0.9f, std::nullopt, std::nullopt, {"ডেলিভারির জন্য বেরিয়েছে", "আজ"}},
+         })},
+        {"Caucasian",
+         shown({
+             {"წიგნის მაღაზია", link, 0.6f, std::nullopt, url(photo), {"მიწოდებაზე გასული", "დღეს 18:00"}},
+             {"Գրախանութ Երևան", link, 0.4f, url(shop), std::nullopt, {"Առաքման ճանապարհին", "Այսօր"}},
+             {"የመጻሕፍት መደብር", link, 0.9f, std::nullopt, std::nullopt, {"ለማድረስ ወጥቷል", "ዛሬ"}},
+         })},
         {"OneLine", shown({{"Meadow Tea",
                             link,
                             0.2f,

@@ -257,6 +257,14 @@ TEST(NetworkImage, WritesThePlaceholdersNameInWhiteHeadlineOnTheColourThatCarrie
     EXPECT_EQ(text.run.weight, FontWeight::semibold);
 }
 
+TEST(NetworkImage, KeepsThePlaceholdersNameAsLargeAsItsPicture) {
+    GivenBytes loader({});
+    ScaledPictures pictures(loader, 3);
+    const View image = NetworkImage{std::nullopt, 44, "S"}.body(pictures);
+    EXPECT_EQ(lines(displayed(image.textSize(TextSize::accessibility5), {44, 44})),
+              lines(displayed(image, {44, 44})));
+}
+
 TEST(ScaledPictures, ReadsEachPictureOnceWhateverComesOfIt) {
     GivenBytes loader({{"https://example.com/a", png(60, 60)}});
     ScaledPictures pictures(loader, 2);

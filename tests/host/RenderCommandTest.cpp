@@ -119,6 +119,24 @@ TEST_F(RenderCommand, DrawsAFreshSnapshotWhereNoEntryIsGiven) {
     EXPECT_NE(result.errors.find("Failed to fetch item accessToken"), std::string::npos);
 }
 
+TEST_F(RenderCommand, DrawsTextAtTheSizeThatIsAskedFor) {
+    folder.write("entry.json", entry("file:///nowhere.png"));
+    const auto heightOfName = [&](const std::string& size) {
+        const auto result = widget({"render", "--entry", path("entry.json"), "--text-size", size, "--format",
+                                    "tree", "--output", "-"});
+        EXPECT_EQ(result.status, 0) << result.errors;
+        const auto tree = platform::JSONSerialization::JSONObjectWithData(result.output);
+        for (const auto& item : tree.at("items").as_array()) {
+            const auto* text = item.as_object().if_contains("text");
+            if (text && *text == "Tea House") return item.at("frame").at("height").to_number<double>();
+        }
+        return 0.0;
+    };
+    EXPECT_NEAR(heightOfName("xSmall"), 18 * 0.82, 0.34);
+    EXPECT_NEAR(heightOfName("large"), 18, 0.34);
+    EXPECT_NEAR(heightOfName("accessibility1"), 18 * 1.65, 0.34);
+}
+
 TEST_F(RenderCommand, WritesSVGWithWordsAndLinks) {
     folder.write("entry.json", entry("file:///nowhere.png"));
     const auto result = widget({"render", "--entry", path("entry.json"), "--format", "svg", "--output", "-"});
@@ -248,6 +266,8 @@ TEST_F(RenderCommand, ExitsWithTwoOnWrongUsage) {
              {"render", "--output", "x", "--tint", "red"},
              {"render", "--output", "x", "--family", "huge"},
              {"render", "--output", "x", "--entry", ""},
+             {"render", "--output", "x", "--text-size", "huge"},
+             {"show", "--text-size", "large"},
              {"show", "--family", "systemSmall"}})
         EXPECT_EQ(widget(arguments).status, 2);
 }

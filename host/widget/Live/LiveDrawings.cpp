@@ -70,9 +70,11 @@ asio::awaitable<std::string> LiveDrawings::drawn(widget::DrawingRequest request)
 
 asio::awaitable<void> LiveDrawings::make(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request) {
     request.entry = host_.state().entry;
+    // Samples are not to be taken for parcels.
+    if (host_.state().isPlaceholder) request.appearance.redaction = drawing::Redaction::placeholder;
     try {
         drawing->bytes = co_await extension_.draw(std::move(request));
-    } catch (const ExtensionError&) {
+    } catch (...) {
         drawing->failure = std::current_exception();
     }
     drawing->isReady = true;

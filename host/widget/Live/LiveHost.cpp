@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <exception>
+#include <string>
 #include <utility>
 
 #include "host/protocol/LiveCoding.hpp"
@@ -143,7 +145,7 @@ asio::awaitable<void> LiveHost::check() {
         isCheckDue_ = false;
         try {
             takeCredentials(co_await surroundings_.extension.credentials());
-        } catch (const ExtensionError&) {
+        } catch (const std::exception&) {
             // Whether somebody signed out is found out all the same, by the next timeline.
             if (!isStopped_) policy_.noted(ReloadCause::defaults, surroundings_.clock.now());
         }
@@ -184,7 +186,8 @@ asio::awaitable<void> LiveHost::fetch() {
     std::optional<LiveExtension::Answer> answer;
     try {
         answer = co_await surroundings_.extension.timeline(surroundings_.family);
-    } catch (const ExtensionError&) {
+    } catch (const std::exception&) {
+        // Whatever kept it from answering, nothing that is shown is less true by it.
     }
     ++fetchesEnded_;
     // A zone that changed is in force within a minute.

@@ -102,7 +102,7 @@ asio::awaitable<void> PublishedFiles::drawAll() {
                 auto bytes = co_await drawings_.drawn(drawingFor(picture, host_.state()));
                 if (!wanted().contains(picture)) continue;
                 for (auto& folder : folders_) folder.write(picture.name(), bytes);
-            } catch (const ExtensionError&) {
+            } catch (const std::exception&) {
                 // The picture from before stays.
             }
             if (isDrawingDue_) break;

@@ -62,10 +62,19 @@ std::vector<RuntimeFolder> folders(const RunCommand& command, const HostPlace& p
     return all;
 }
 
+/// From its making on, signals wait to be asked for.
+struct Signals {
+    explicit Signals(const asio::any_io_executor& executor)
+        : end(executor, SIGINT, SIGTERM, SIGHUP), reload(executor, SIGUSR1) {}
+    asio::signal_set end;
+    asio::signal_set reload;
+};
+
 /// All the parts of a live host, and what holds them together.
 class Household {
   public:
-    Household(const asio::any_io_executor& executor, const RunCommand& command, const HostPlace& place)
+    Household(const asio::any_io_executor& executor, const RunCommand& command, const HostPlace& place,
+              Signals& signals)
         : executor_(executor),
           clock_(command.makeClock(executor)),
           events_(command.makeEvents(executor)),
@@ -81,8 +90,7 @@ class Household {
           socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
                   socketOptions(command)),
           notifications_(executor, place.folder(), wantsNotifications(command)),
-          signals_(executor, SIGINT, SIGTERM, SIGHUP),
-          reloads_(executor, SIGUSR1),
+          signals_(signals),
           end_(executor, asio::steady_timer::time_point::max()) {
         observation_ = host_.observe(
             [this](const LiveState& state, LiveHost::Change change) { notifications_.take(state, change); });
@@ -91,14 +99,14 @@ class Household {
     asio::awaitable<void> run() {
         const auto endWith = [this](const std::exception_ptr& failure) {
             failure_ = failure;
-            end_.cancel();
+            end();
         };
         platform::spawn(executor_, host_.run(), endWith);
         platform::spawn(executor_, socket_.accept(), endWith);
         platform::spawn(executor_, reloadOnSignals(), endWith);
-        signals_.async_wait([this](const error_code&, int) { end_.cancel(); });
+        signals_.end.async_wait([this](const error_code&, int) { end(); });
         error_code ignored;
-        co_await end_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+        while (!isOver_) co_await end_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
         socket_.close();
         host_.stop();
         if (failure_) std::rethrow_exception(failure_);
@@ -108,7 +116,7 @@ class Household {
     HostSocket::Options socketOptions(const RunCommand& command) {
         HostSocket::Options options = {.version = command.version, .started = clock_->now()};
         if (command.idleLimit) options.idleLimit = *command.idleLimit;
-        options.onIdle = [this] { end_.cancel(); };
+        options.onIdle = [this] { end(); };
         return options;
     }
 
@@ -119,9 +127,14 @@ class Household {
         };
     }
 
+    void end() {
+        isOver_ = true;
+        end_.cancel();
+    }
+
     asio::awaitable<void> reloadOnSignals() {
         while (true) {
-            co_await reloads_.async_wait(asio::use_awaitable);
+            co_await signals_.reload.async_wait(asio::use_awaitable);
             host_.askNow();
         }
     }
@@ -136,15 +149,26 @@ class Household {
     HostSocket socket_;
     Notifications notifications_;
     LiveHost::Observation observation_;
-    asio::signal_set signals_;
-    asio::signal_set reloads_;
+    Signals& signals_;
     asio::steady_timer end_;
+    bool isOver_ = false;
     std::exception_ptr failure_;
 };
 
-asio::awaitable<int> keepHouse(const RunCommand& command, const HostPlace& place) {
-    Household household(co_await asio::this_coro::executor, command, place);
-    co_await household.run();
+/// In the order in which they are needed: signals come before anything that one would leave behind.
+struct House {
+    House(const asio::any_io_executor& executor, const RunCommand& command)
+        : signals(executor),
+          place(HostPlace::claim(HostAddress::ofPerson(), HostPlace::handedDownSocket())),
+          household(executor, command, place, signals) {}
+    Signals signals;
+    HostPlace place;
+    Household household;
+};
+
+asio::awaitable<int> keepHouse(const RunCommand& command) {
+    const auto house = std::make_unique<House>(co_await asio::this_coro::executor, command);
+    co_await house->household.run();
     co_return 0;
 }
 
@@ -164,9 +188,7 @@ int RunCommand::run() const {
     // What somebody who signs out leaves behind is overwritten with the last use of it.
     platform::wipeFreedMemory();
     try {
-        auto listening = HostPlace::handedDownSocket();
-        const auto place = HostPlace::claim(HostAddress::ofPerson(), std::move(listening));
-        return platform::runToEnd(keepHouse(*this, place));
+        return platform::runToEnd(keepHouse(*this));
     } catch (const std::exception& failure) {
         platform::printFailure("vela-widget", failure);
         return 1;

@@ -25,7 +25,7 @@
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
 #include "platform/Files/Descriptor.hpp"
-#include "platform/JSON/JSONSerialization.hpp"
+#include "platform/Streams/Deadline.hpp"
 
 namespace host {
 
@@ -99,12 +99,14 @@ LiveState stateIn(const Message& message) {
 /// One conversation with one live host.
 class LiveHostClient::Connection : public std::enable_shared_from_this<Connection> {
   public:
-    Connection(const asio::any_io_executor& executor, int socket)
-        : ended_(executor, asio::steady_timer::time_point::max()),
+    Connection(const asio::any_io_executor& executor, int socket, milliseconds answerLimit)
+        : answerLimit_(answerLimit),
+          ended_(executor, asio::steady_timer::time_point::max()),
           channel_(MessageChannel::over(executor, socket)) {}
 
-    static std::shared_ptr<Connection> over(const asio::any_io_executor& executor, int socket) {
-        const auto connection = std::make_shared<Connection>(executor, socket);
+    static std::shared_ptr<Connection> over(const asio::any_io_executor& executor, int socket,
+                                            milliseconds answerLimit) {
+        const auto connection = std::make_shared<Connection>(executor, socket, answerLimit);
         platform::spawn(executor, converse(connection), [connection](const std::exception_ptr&) {
             connection->conclude("it could not be listened to");
         });
@@ -116,7 +118,8 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
 
     asio::awaitable<Message> ask(json::object request) {
         throwIfEnded();
-        const auto reply = std::make_shared<PendingReply>(ended_.get_executor());
+        const platform::Deadline deadline(answerLimit_);
+        const auto reply = std::make_shared<PendingReply>(ended_.get_executor(), deadline);
         const auto identifier = ++lastIdentifier_;
         request["id"] = identifier;
         channel_->send({.body = std::move(request)});
@@ -125,7 +128,8 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
         co_await reply->arrived.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
         pending_.erase(identifier);
         if (!reply->message) throwIfEnded();
-        if (!reply->message) throw LiveHostEnded("the live host gave no answer");
+        if (!reply->message)
+            throw LiveHostEnded("the live host has not answered within " + deadline.limitInWords());
         if (const auto* error = reply->message->body.if_contains("error"))
             throw LiveHostError(quotedError(*error));
         co_return std::move(*reply->message);
@@ -142,8 +146,8 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
 
   private:
     struct PendingReply {
-        explicit PendingReply(const asio::any_io_executor& executor)
-            : arrived(executor, asio::steady_timer::time_point::max()) {}
+        PendingReply(const asio::any_io_executor& executor, const platform::Deadline& deadline)
+            : arrived(executor, deadline.end()) {}
         asio::steady_timer arrived;
         std::optional<Message> message;
     };
@@ -191,6 +195,7 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
         ended_.cancel();
     }
 
+    milliseconds answerLimit_;
     asio::steady_timer ended_;
     std::shared_ptr<MessageChannel> channel_;
     std::map<std::int64_t, std::shared_ptr<PendingReply>> pending_;
@@ -253,7 +258,7 @@ asio::awaitable<std::shared_ptr<LiveHostClient::Connection>> LiveHostClient::con
         if (connection_ && !connection_->hasEnded())
             ::close(socket);
         else
-            connection_ = Connection::over(executor_, socket);
+            connection_ = Connection::over(executor_, socket, options_.answerLimit);
     }
     co_return connection_;
 }
@@ -282,12 +287,14 @@ asio::awaitable<void> LiveHostClient::rest(std::size_t failures) {
 asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&)> onState,
                                              std::function<void(std::string_view)> onGap) {
     std::size_t failures = 0;
+    // Named, as g++ 12 destroys twice what is made within what is awaited.
+    const StateHandler passOn = [&](const LiveState& state) {
+        failures = 0;
+        onState(state);
+    };
     while (!isClosed_) {
         try {
-            co_await followOnce([&](const LiveState& state) {
-                failures = 0;
-                onState(state);
-            });
+            co_await followOnce(passOn);
         } catch (const LiveHostEnded& ended) {
             if (!isClosed_) onGap(ended.what());
         }

@@ -50,6 +50,8 @@ class LiveHostClient {
         std::filesystem::path program = "/proc/self/exe";
         /// How long a host that was started may take until it listens.
         std::chrono::milliseconds patience = std::chrono::seconds(5);
+        /// How long an answer may take: a reload waits for the extension, and that for the server.
+        std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
         /// Before a host that ended is looked for again, the first time, the second and so on; the last
         /// stands for all further ones. A state that arrives begins the row anew.
         std::vector<std::chrono::milliseconds> pauses = {std::chrono::milliseconds(100),
@@ -67,7 +69,9 @@ class LiveHostClient {
 
     /// Gives `onState` the state now and at every change, through the ends of live hosts, until `close`.
     /// Throws LiveHostError where going on is of no use: no place for a host, one of another version. `onGap`
-    /// is told, in words, each time a host cannot be had; what was shown stays true as of then.
+    /// is told, in words, each time a host cannot be had; what was shown stays true as of then. Give it
+    /// handlers that have a name: g++ 12 destroys twice what a lambda holds that is made within an awaited
+    /// expression.
     boost::asio::awaitable<void> follow(
         std::function<void(const LiveState&)> onState,
         std::function<void(std::string_view)> onGap = [](std::string_view) {});

@@ -11,8 +11,10 @@
 
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
@@ -34,7 +36,7 @@ class HostPlaceTest : public testing::Test {
 
     /// "claimed", or why not.
     std::string claim(const std::optional<std::string>& runtime) const {
-        const ScopedEnvironment scope({{"XDG_RUNTIME_DIR", runtime}});
+        const ScopedEnvironment other({{"XDG_RUNTIME_DIR", runtime}});
         try {
             const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
             return "claimed";
@@ -161,6 +163,25 @@ TEST_F(HostPlaceTest, IsHadByExactlyOneOfManyThatBeginAtOnce) {
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 
+TEST_F(HostPlaceTest, IsHeldByOneHoweverOftenItIsGivenUp) {
+    const auto mark = (folder.path() / "held").string();
+    std::vector<std::unique_ptr<ChildProcess>> all;
+    for (int count = 0; count < 4; ++count)
+        all.push_back(std::make_unique<ChildProcess>([&] {
+            int claimed = 0;
+            for (int round = 0; round < 300; ++round) try {
+                    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+                    const Descriptor held(::open(mark.c_str(), O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+                    if (!held.isOpen()) return 1;
+                    ::unlink(mark.c_str());
+                    ++claimed;
+                } catch (const HostPlaceError&) {
+                }
+            return claimed > 0 ? 7 : 2;
+        }));
+    for (const auto& each : all) EXPECT_EQ(each->wait(), 7);
+}
+
 TEST_F(HostPlaceTest, ServesOnTheSocketThatAServiceManagerHandsDown) {
     fs::create_directory(folder.path() / "vela-widget");
     const auto path = inside("host.socket");
@@ -192,12 +213,13 @@ TEST_F(HostPlaceTest, TakesNothingForHandedDownThatIsNotMeantForIt) {
              Case{"self", "1", "what is handed down to the live host is no local socket that listens"},
          }) {
         const auto expected = outcome;
-        const auto forSelf = std::string(process) == "self";
+        const std::string named = process;
+        const std::string counted = count;
         const int status = runInChild([&] {
             const Descriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
             ::dup2(nothing, 3);
-            ::setenv("LISTEN_PID", forSelf ? std::to_string(::getpid()).c_str() : process, 1);
-            ::setenv("LISTEN_FDS", count, 1);
+            ::setenv("LISTEN_PID", (named == "self" ? std::to_string(::getpid()) : named).c_str(), 1);
+            ::setenv("LISTEN_FDS", counted.c_str(), 1);
             try {
                 return HostPlace::handedDownSocket() ? 1 : expected == "none" ? 7 : 2;
             } catch (const HostPlaceError& error) {

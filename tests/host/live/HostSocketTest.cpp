@@ -87,7 +87,7 @@ TEST_F(HostSocketTest, LastsAWeekWithTwentyReaders) {
     }));
     EXPECT_EQ(door->readerCount(), 20u);
     EXPECT_EQ(forgotten, 0);
-    EXPECT_THAT(failures, IsEmpty());
+    EXPECT_THAT(failures(), IsEmpty());
 }
 
 TEST_F(HostSocketTest, DrawsOnceForAllWhoAskForTheSame) {
@@ -108,6 +108,16 @@ TEST_F(HostSocketTest, DrawsOnceForAllWhoAskForTheSame) {
     clock.settle();
     EXPECT_EQ(answer([&] { return drawn(*readers[0], platform::WidgetFamily::systemSmall); }),
               "picture of Ada's, later");
+}
+
+TEST_F(HostSocketTest, DrawsAPlaceholderAsBars) {
+    open();
+    const auto reader = client();
+    EXPECT_EQ(answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall); }),
+              "bars of Shop Name");
+    start();
+    EXPECT_EQ(answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall); }),
+              "picture of Ada's");
 }
 
 TEST_F(HostSocketTest, GivesNobodyADrawingOfOneWhoHasSignedOutMeanwhile) {

@@ -88,8 +88,8 @@ TEST_F(LiveHostClientTest, DoesNotLookAgainForAHostOfAnotherVersion) {
     listen();
     const auto views = follow(client());
     tell(frameOf(R"({"protocol":2})"));
-    EXPECT_TRUE(until([&] { return !failures.empty(); }));
-    EXPECT_THAT(failures, ElementsAre(StartsWith("the live host speaks version 2")));
+    EXPECT_TRUE(until([&] { return !failures().empty(); }));
+    EXPECT_THAT(failures(), ElementsAre(StartsWith("the live host speaks version 2")));
 }
 
 TEST_F(LiveHostClientTest, PassesOnWhatTheHostRefuses) {
@@ -107,6 +107,16 @@ TEST_F(LiveHostClientTest, TakesNothingOnTrust) {
     EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":7,)" + noPackages)), "the live host has ended");
 }
 
+TEST_F(LiveHostClientTest, WaitsForNoAnswerForEver) {
+    listen();
+    LiveHostClient::Options options;
+    options.ifMissing = LiveHostClient::IfMissing::leave;
+    options.answerLimit = std::chrono::milliseconds(100);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    EXPECT_EQ(answer([&] { return stateOf(reader); }),
+              "failed: the live host has not answered within 100 ms");
+}
+
 TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     listen();
     const auto reader = client();
@@ -114,8 +124,13 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     std::vector<std::string> views;
     spawn([](std::shared_ptr<LiveHostClient> asked, std::vector<std::string>& seen,
              std::vector<std::string>& missing) -> boost::asio::awaitable<void> {
-        co_await asked->follow([&](const LiveState& state) { seen.push_back(shopNameIn(state.entry)); },
-                               [&](std::string_view gap) { missing.emplace_back(gap); });
+        const std::function<void(const LiveState&)> note = [&](const LiveState& state) {
+            seen.push_back(shopNameIn(state.entry));
+        };
+        const std::function<void(std::string_view)> noteGap = [&](std::string_view gap) {
+            missing.emplace_back(gap);
+        };
+        co_await asked->follow(note, noteGap);
     }(reader, views, gaps));
     for (std::size_t count = 1; count <= 3; ++count) {
         tell(greeting + frameOf(R"({"id":1,)" + noPackages) + frameOf("{" + noPackages));

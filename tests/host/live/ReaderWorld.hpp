@@ -8,10 +8,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <array>
 #include <boost/asio/awaitable.hpp>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -63,11 +66,11 @@ class ReaderWorld : public LiveWorld {
     }
 
     void spawn(boost::asio::awaitable<void> work) {
-        platform::spawn(context, std::move(work), [this](const std::exception_ptr& failure) {
+        platform::spawn(context, std::move(work), [heard = heard_](const std::exception_ptr& failure) {
             try {
                 std::rethrow_exception(failure);
             } catch (const std::exception& error) {
-                failures.emplace_back(error.what());
+                heard->emplace_back(error.what());
             }
         });
     }
@@ -144,20 +147,27 @@ class ReaderWorld : public LiveWorld {
         return text;
     }
 
+    /// How what was spawned failed.
+    const std::vector<std::string>& failures() const { return *heard_; }
+
     platform::testing::TemporaryFolder folder;
     platform::testing::ScopedEnvironment environment{{{"XDG_RUNTIME_DIR", folder.path().string()}}};
     std::vector<PictureFile> pictures;
     std::vector<std::string> notices;
-    std::vector<std::string> failures;
     LiveDrawings drawings{context.get_executor(), host, extension};
     std::optional<HostPlace> place;
     std::optional<PublishedFiles> files;
     std::optional<HostSocket> door;
 
   private:
+    /// Some end when the context does.
+    std::shared_ptr<std::vector<std::string>> heard_ = std::make_shared<std::vector<std::string>>();
+
     static boost::asio::awaitable<void> following(std::shared_ptr<LiveHostClient> reader, Views views) {
-        co_await reader->follow(
-            [views](const LiveState& state) { views->push_back(shopNameIn(state.entry)); });
+        const std::function<void(const LiveState&)> note = [views](const LiveState& state) {
+            views->push_back(shopNameIn(state.entry));
+        };
+        co_await reader->follow(note, [](std::string_view) {});
     }
 
     static boost::asio::awaitable<void> told(boost::asio::awaitable<std::string> ask,

@@ -55,7 +55,8 @@ class ScriptedExtension final : public LiveExtension {
 
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing) override {
         ++drawings;
-        const auto bytes = "picture of " + shopNameIn(drawing.entry);
+        const bool isRedacted = drawing.appearance.redaction == drawing::Redaction::placeholder;
+        const auto bytes = (isRedacted ? "bars of " : "picture of ") + shopNameIn(drawing.entry);
         if (isDrawingHeld) co_await pass();
         if (isFailing) throw ExtensionEnded("the extension ended while drawing");
         co_return bytes;
