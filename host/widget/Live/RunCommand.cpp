@@ -100,6 +100,8 @@ class Household {
     }
 
     asio::awaitable<void> run() {
+        // It may have been lost before it was guarded.
+        if (!place_.isHeld()) co_return;
         const auto endWith = [this](const std::exception_ptr& failure) {
             failure_ = failure;
             end();
@@ -108,8 +110,6 @@ class Household {
         platform::spawn(executor_, socket_.accept(), endWith);
         platform::spawn(executor_, reloadOnSignals(), endWith);
         signals_.end.async_wait([this](const error_code&, int) { end(); });
-        // It may have been lost before it was guarded.
-        endWithoutPlace();
         error_code ignored;
         while (!isOver_) co_await end_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
         socket_.close();

@@ -59,16 +59,24 @@ void Notifications::take(const LiveState& state, LiveHost::Change change) {
     if (change == LiveHost::Change::forgotten) forget();
     const auto before = rules_.memory();
     auto notices = rules_.take(state);
-    if (rules_.memory() == before) return;
+    // Nobody is asked while there is nothing to tell.
+    if (notices.empty()) {
+        if (isRemembering_ && rules_.memory() != before) save();
+        return;
+    }
     platform::spawn(executor_, tell(std::move(notices)), [](const std::exception_ptr&) {});
 }
 
 boost::asio::awaitable<void> Notifications::tell(std::vector<Notice> notices) {
     const auto life = std::weak_ptr(life_);
     const bool isWanted = co_await isWanted_();
-    if (life.expired() || !isWanted) co_return;
+    if (life.expired()) co_return;
+    isRemembering_ = isWanted;
+    if (!isWanted) {
+        ::unlink((folder_ / fileName).c_str());
+        co_return;
+    }
     save();
-    if (notices.empty()) co_return;
     if (!notifier_)
         notifier_ = std::make_unique<DesktopNotifier>(
             executor_,
@@ -80,6 +88,7 @@ void Notifications::forget() {
     life_ = std::make_shared<const int>(0);
     rules_.forget();
     if (notifier_) notifier_->withdrawAll();
+    isRemembering_ = false;
     ::unlink((folder_ / fileName).c_str());
 }
 
@@ -88,6 +97,7 @@ void Notifications::load() {
         const auto folder = TrustedFolder::open(folder_);
         const auto file =
             folder ? folder->openFile(fileName, TrustedFolder::Others::mayDoNothing) : std::nullopt;
+        isRemembering_ = file.has_value();
         if (file) rules_.remember(platform::JSONSerialization::JSONObjectWithData(contentsOf(*file)));
     } catch (const platform::FileError& error) {
         complain(error);

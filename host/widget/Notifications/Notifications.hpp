@@ -42,6 +42,8 @@ class Notifications {
     std::filesystem::path folder_;
     IsWanted isWanted_;
     NotificationRules rules_;
+    /// Something was told, and is known to the next host.
+    bool isRemembering_ = false;
     LinkOpener opener_;
     std::unique_ptr<DesktopNotifier> notifier_;
     /// Another one after everything was forgotten; none after the end.

@@ -97,6 +97,8 @@ class LiveProgram : public Person {
             if (!children.empty()) found = children.front();
             return found > 0;
         });
+        // A signal to process 0 would be one to the test and all that it belongs to.
+        if (found <= 0) throw std::runtime_error("the live host has no extension");
         return found;
     }
 
