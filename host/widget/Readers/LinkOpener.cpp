@@ -19,7 +19,8 @@ namespace {
 
 pid_t startCompanion(const std::string& link, const std::string& activationToken = {}) {
     const auto isConfined = platform::environmentVariable("VELA_CONFINED") == "yes";
-    const auto opening = linkOpening(link, activationToken, isConfined ? Confinement::ofService : Confinement::none);
+    const auto opening =
+        linkOpening(link, activationToken, isConfined ? Confinement::ofService : Confinement::none);
     return startDetached(opening.program, opening.arguments, opening.variables);
 }
 
@@ -34,7 +35,8 @@ std::filesystem::path companionProgram() {
     return platform::executablePath().parent_path() / "vela-companion";
 }
 
-LinkOpening linkOpening(const std::string& link, const std::string& activationToken, Confinement confinement) {
+LinkOpening linkOpening(const std::string& link, const std::string& activationToken,
+                        Confinement confinement) {
     std::map<std::string, std::string> variables;
     // For Wayland, and for X.
     if (!activationToken.empty())
@@ -45,7 +47,8 @@ LinkOpening linkOpening(const std::string& link, const std::string& activationTo
                 .variables = std::move(variables)};
     std::vector<std::string> arguments = {"systemd-run", "--user", "--collect", "--quiet"};
     for (const auto& [name, value] : variables) arguments.push_back("--setenv=" + name + "=" + value);
-    for (const auto& word : {companionProgram().string(), std::string("open"), link}) arguments.push_back(word);
+    for (const auto& word : {companionProgram().string(), std::string("open"), link})
+        arguments.push_back(word);
     return {.program = "/usr/bin/systemd-run", .arguments = std::move(arguments)};
 }
 

@@ -26,8 +26,8 @@ std::filesystem::path companionProgram();
 
 enum class Confinement {
     none,
-    /// This process is a service that may do little and have little memory, and a browser that it started would be
-    /// a part of it: the service manager starts the companion in its place.
+    /// This process is a service that may do little and have little memory, and a browser that it started
+    /// would be a part of it: the service manager starts the companion in its place.
     ofService,
 };
 
