@@ -3,7 +3,6 @@
 
 """i3's own bar shows the package, and a click on it opens the package's link; i3blocks shows it too."""
 
-import json
 import unittest
 
 from displays import XDisplay, keep, pixels
@@ -13,6 +12,11 @@ GREEN = (0, 255, 0)
 
 
 class I3(unittest.TestCase):
+    @staticmethod
+    def status_command(person):
+        line = next(line for line in person.setup("i3").splitlines() if line.strip().startswith("status_command"))
+        return line.split("status_command", 1)[1].strip()
+
     def start(self, person, status_command):
         display = XDisplay(person)
         file = person.folder / "i3.config"
@@ -28,7 +32,7 @@ class I3(unittest.TestCase):
 
     def test_bar_shows_the_package_and_a_click_opens_its_link(self):
         with Person() as person:
-            display = self.start(person, "vela-widget bar --format i3bar --follow")
+            display = self.start(person, self.status_command(person))
             eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
             picture = eventually(lambda: pixels(display.picture(), GREEN) > 250 and display.picture(), "the package")
             keep(picture, "i3bar")
@@ -42,7 +46,7 @@ class I3(unittest.TestCase):
     def test_i3blocks_shows_the_package(self):
         with Person() as person:
             blocks = person.folder / "i3blocks.conf"
-            blocks.write_text("[vela]\ncommand=vela-widget bar --format i3blocks\ninterval=1\n")
+            blocks.write_text(person.setup("i3blocks"))
             display = self.start(person, f"i3blocks -c {blocks}")
             keep(self.shown(display), "i3blocks")
             eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "i3blocks"), "the package")

@@ -125,6 +125,10 @@ class Person:
             raise AssertionError(f"{command} ended with {done.returncode}: {done.stderr}")
         return done.stdout
 
+    def setup(self, host):
+        """What the widget tells people to paste into that host's configuration."""
+        return self.run(PROGRAMS / "vela-widget", "setup", host)
+
     def sign_in(self):
         credentials = self.run(PROGRAMS / "vela-sandbox", "--print-credentials")
         self.run(PROGRAMS / "vela-companion", "sign-in", text=credentials)

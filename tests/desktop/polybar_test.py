@@ -16,11 +16,6 @@ background = #101010
 foreground = #00ff00
 font-0 = Inter:size=11
 modules-left = vela
-
-[module/vela]
-type = custom/script
-exec = vela-widget bar --format polybar --follow
-tail = true
 """
 
 
@@ -29,7 +24,7 @@ class Polybar(unittest.TestCase):
         with Person() as person:
             display = XDisplay(person)
             file = person.folder / "polybar.ini"
-            file.write_text(CONFIGURATION)
+            file.write_text(CONFIGURATION + person.setup("polybar"))
             person.start("polybar", "--config=" + str(file), "top")
             eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
             shown = eventually(lambda: pixels(display.picture(), (0, 255, 0)) > 250 and display.picture(),

@@ -22,9 +22,12 @@ class Tmux(unittest.TestCase):
         with Person() as person:
             self.start(person)
             try:
+                self.tmux(person, "set", "-g", "status-right-length", "100")
+                self.tmux(person, "set", "-g", "status-right", "")
+                snippet = person.folder / "tmux.conf"
+                snippet.write_text(person.setup("tmux"))
+                self.tmux(person, "source-file", snippet)
                 self.tmux(person, "set", "-g", "status-interval", "1")
-                self.tmux(person, "set", "-g", "status-right-length", "60")
-                self.tmux(person, "set", "-g", "status-right", "#(vela-widget bar --format tmux)")
                 # A status line is drawn for a client alone: one that is attached within another session.
                 attach = f"env -u TMUX tmux -S {person.folder / 'tmux.socket'} attach -t inner"
                 self.tmux(person, "new-session", "-d", "-s", "outer", "-x", "100", "-y", "30", attach)

@@ -10,11 +10,6 @@ from displays import WaylandDisplay, keep, pixels
 from person import Person, eventually
 
 GREEN = (0, 255, 0)
-MODULE = {
-    "layer": "top",
-    "modules-left": ["custom/vela"],
-    "custom/vela": {"exec": "vela-widget bar --format waybar --follow", "return-type": "json", "tooltip": True},
-}
 STYLE = "* { font-family: Inter; font-size: 14px; } #waybar { background: #101010; } #custom-vela { color: #00ff00; }"
 
 
@@ -22,7 +17,8 @@ class Waybar(unittest.TestCase):
     def start(self, person):
         folder = person.folder / "config" / "waybar"
         folder.mkdir()
-        (folder / "config").write_text(json.dumps(MODULE))
+        (folder / "config").write_text('{"layer": "top", "modules-left": ["custom/vela"],\n'
+                                       + person.setup("waybar") + "}")
         (folder / "style.css").write_text(STYLE)
         display = WaylandDisplay(person, "")
         person.start("waybar")
