@@ -16,6 +16,12 @@ using ::testing::StartsWith;
 
 /// A live host that says what a test wants.
 class LiveHostClientTest : public ReaderWorld {
+  public:
+    ~LiveHostClientTest() override {
+        for (const int each : {socket_, peer_})
+            if (each >= 0) ::close(each);
+    }
+
   protected:
     LiveHostClientTest() {
         std::filesystem::create_directory(HostAddress::ofPerson().folder);
@@ -24,10 +30,6 @@ class LiveHostClientTest : public ReaderWorld {
         const auto path = HostAddress::ofPerson().socket().string();
         std::memcpy(address.sun_path, path.data(), path.size());
         EXPECT_EQ(::bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    }
-    ~LiveHostClientTest() override {
-        for (const int each : {socket_, peer_})
-            if (each >= 0) ::close(each);
     }
 
     void listen() const { EXPECT_EQ(::listen(socket_, 8), 0); }

@@ -25,18 +25,20 @@ using ::testing::Not;
 namespace fs = std::filesystem;
 
 class LiveProgram : public Person {
-  protected:
-    LiveProgram() {
-        fs::create_directory(folder.path() / "run");
-        fs::permissions(folder.path() / "run", fs::perms::owner_all);
-        environment["XDG_RUNTIME_DIR"] = (folder.path() / "run").string();
-    }
+  public:
     ~LiveProgram() override {
         // One that a reader has started.
         const pid_t left = hostProcess();
         if (left > 0 && !host_) {
             ::kill(left, SIGTERM);
             eventually([&] { return !isAlive(left); });
+        }
+
+      protected:
+        LiveProgram() {
+            fs::create_directory(folder.path() / "run");
+            fs::permissions(folder.path() / "run", fs::perms::owner_all);
+            environment["XDG_RUNTIME_DIR"] = (folder.path() / "run").string();
         }
     }
 

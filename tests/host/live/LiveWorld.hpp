@@ -21,6 +21,12 @@
 namespace host {
 
 class LiveWorld : public testing::Test {
+  public:
+    ~LiveWorld() override {
+        host.stop();
+        clock.settle();
+    }
+
   protected:
     using Change = LiveHost::Change;
     using CredentialState = widget::CredentialState;
@@ -33,10 +39,6 @@ class LiveWorld : public testing::Test {
             seen.push_back(shopNameIn(state.entry));
             forgotten += change == Change::forgotten ? 1 : 0;
         });
-    }
-    ~LiveWorld() override {
-        host.stop();
-        clock.settle();
     }
 
     void start() {

@@ -33,13 +33,14 @@
 namespace host {
 
 class ReaderWorld : public LiveWorld {
-  protected:
-    ReaderWorld() { std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all); }
-
+  public:
     ~ReaderWorld() override {
         host.stop();
         close();
     }
+
+  protected:
+    ReaderWorld() { std::filesystem::permissions(folder.path(), std::filesystem::perms::owner_all); }
 
     /// Lets nobody in any more.
     void close() {

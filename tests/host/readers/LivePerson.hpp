@@ -17,6 +17,9 @@
 namespace host {
 
 class LivePerson : public Person {
+  public:
+    ~LivePerson() override { endHost(SIGTERM); }
+
   protected:
     LivePerson() {
         namespace fs = std::filesystem;
@@ -29,7 +32,6 @@ class LivePerson : public Person {
         fs::permissions(browser, fs::perms::owner_all);
         environment["PATH"] = (folder.path() / "bin").string() + ":/usr/bin:/bin";
     }
-    ~LivePerson() override { endHost(SIGTERM); }
 
     void startSandbox(std::vector<std::string> options = {}) {
         const auto ready = folder.path() / "ready";
