@@ -33,13 +33,13 @@ class LiveProgram : public Person {
             ::kill(left, SIGTERM);
             eventually([&] { return !isAlive(left); });
         }
+    }
 
-      protected:
-        LiveProgram() {
-            fs::create_directory(folder.path() / "run");
-            fs::permissions(folder.path() / "run", fs::perms::owner_all);
-            environment["XDG_RUNTIME_DIR"] = (folder.path() / "run").string();
-        }
+  protected:
+    LiveProgram() {
+        fs::create_directory(folder.path() / "run");
+        fs::permissions(folder.path() / "run", fs::perms::owner_all);
+        environment["XDG_RUNTIME_DIR"] = (folder.path() / "run").string();
     }
 
     void startSandbox(std::vector<std::string> options = {}) {
