@@ -10,6 +10,7 @@
 #include <string>
 #include <system_error>
 
+#include "platform/Files/ShellWord.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace host {
@@ -32,7 +33,8 @@ void requireOwnFolder(const fs::path& folder) {
     if (found.st_uid != ::geteuid())
         refuse(named + "belongs to another user (uid " + std::to_string(found.st_uid) + ")");
     if ((found.st_mode & (S_IWGRP | S_IWOTH)) != 0)
-        refuse(named + "can be changed by other users; mend it with: chmod 700 " + folder.string());
+        refuse(named + "can be changed by other users; mend it with: chmod 700 " +
+               platform::shellWord(folder.string()));
 }
 
 }  // namespace

@@ -133,7 +133,8 @@ asio::awaitable<void> ExtensionProcess::converse(std::shared_ptr<ExtensionProces
     } catch (const std::exception& error) {
         ending = std::string("broke the protocol (") + error.what() + ")";
     }
-    if (ending.empty() && !extension->hasHungUp_) ending = co_await extension->lastWords();
+    if (ending.empty() && extension->hasHungUp_) ending = "was hung up on";
+    if (ending.empty()) ending = co_await extension->lastWords();
     extension->conclude(std::move(ending));
 }
 

@@ -17,6 +17,12 @@ using widget::PictureReading;
 
 namespace {
 
+milliseconds budgetOf(ExtensionRequest::Kind kind, const ExtensionSession::Options& options) {
+    const bool isLocal =
+        kind == ExtensionRequest::Kind::credentials || kind == ExtensionRequest::Kind::settings;
+    return isLocal ? std::min(options.localBudget, options.answerBudget) : options.answerBudget;
+}
+
 /// The n-th pause, from 0; the last stands for all further ones.
 milliseconds pauseAt(const std::vector<milliseconds>& pauses, std::size_t index) {
     return pauses.empty() ? milliseconds(0) : pauses[std::min(index, pauses.size() - 1)];
@@ -93,8 +99,8 @@ asio::awaitable<Message> ExtensionSession::askBy(ExtensionRequest request,
                                                  std::optional<platform::Deadline> deadline) {
     const auto process = co_await running();
     try {
-        auto answer = co_await process->ask(std::move(request),
-                                            deadline ? *deadline : deadlineWithin(options_.answerBudget));
+        const auto limit = deadline ? *deadline : deadlineWithin(budgetOf(request.kind, options_));
+        auto answer = co_await process->ask(std::move(request), limit);
         failuresInARow_ = 0;
         co_return answer;
     } catch (const ExtensionTimeout&) {
@@ -111,11 +117,14 @@ asio::awaitable<Message> ExtensionSession::ask(ExtensionRequest request) {
 }
 
 asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawing) {
+    const auto departures = departures_;
     co_await running();
     const auto deadline = deadlineWithin(options_.drawingBudget);
     const auto format = drawing.format;
     const bool mayBePictures = namesPictures(drawing.entry);
     while (true) {
+        co_await running();
+        throwIfLeftSince(departures);
         const auto hanging = hangingDeadline(deadline, mayBePictures ? picturesLeft_ : milliseconds(0));
         drawing.pictures = pictures_;
         drawing.pictureBudget = std::min(picturesLeft_, hanging.rest() * 4 / 5);
@@ -134,11 +143,16 @@ asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawi
                                               ? ", perhaps because of its pictures; drawing without them"
                                               : "; starting it again"));
         } catch (const ExtensionEnded& ended) {
+            throwIfLeftSince(departures);
             if (options_.restarts.most && restarts_ >= *options_.restarts.most) throw;
             ++restarts_;
             options_.onNotice(std::string(ended.what()) + "; starting it again");
         }
     }
+}
+
+void ExtensionSession::throwIfLeftSince(std::uint64_t departures) const {
+    if (departures != departures_) throw ExtensionEnded("the extension was hung up on while drawing");
 }
 
 asio::awaitable<void> ExtensionSession::finishUploads(milliseconds limit) {
@@ -158,6 +172,7 @@ asio::awaitable<void> ExtensionSession::end() {
 }
 
 void ExtensionSession::leave() {
+    ++departures_;
     for (auto* process : {&process_, &failed_})
         if (const auto left = std::exchange(*process, nullptr)) left->leave();
 }

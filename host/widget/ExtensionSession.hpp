@@ -10,6 +10,7 @@
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -47,6 +48,10 @@ class ExtensionSession {
         /// How long an answer other than a drawing may take. A transfer ends after 120 seconds; the rest is
         /// for all that is not one.
         std::chrono::milliseconds answerBudget = std::chrono::seconds(150);
+        /// How long it may take for which nothing beyond this machine is asked, such as what is stored of a
+        /// sign-in. A keyring that does not answer is given up after 3 seconds, and the costliest picture
+        /// takes as long; the rest is for a machine that is busy.
+        std::chrono::milliseconds localBudget = std::chrono::seconds(10);
         /// How long a drawing may take, a second extension included.
         std::chrono::milliseconds drawingBudget = std::chrono::seconds(40);
         /// How long a drawing may wait for its pictures; a placeholder stands for each that has not come by
@@ -78,7 +83,8 @@ class ExtensionSession {
 
     /// The bytes of a drawing. An extension that ends over it is replaced and asked again, as far as the
     /// policy goes; of one that goes on for longer than its pictures and its work may take, the successor is
-    /// asked without pictures, and so for the rest of the session.
+    /// asked without pictures, and so for the rest of the session. Once it is left, no other is asked: whose
+    /// entry that was may have signed out.
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing);
 
     /// Waits until no upload is in flight, for at most `limit`. That one fails or takes longer is no failure.
@@ -95,6 +101,7 @@ class ExtensionSession {
     boost::asio::awaitable<std::shared_ptr<ExtensionProcess>> running();
     boost::asio::awaitable<Message> askBy(ExtensionRequest request,
                                           std::optional<platform::Deadline> deadline);
+    void throwIfLeftSince(std::uint64_t departures) const;
     platform::Deadline deadlineWithin(std::chrono::milliseconds budget) const;
     platform::Deadline hangingDeadline(const platform::Deadline& drawing,
                                        std::chrono::milliseconds pictures) const;
@@ -110,6 +117,7 @@ class ExtensionSession {
     widget::PictureReading pictures_ = widget::PictureReading::allowed;
     std::chrono::milliseconds picturesLeft_;
     int restarts_ = 0;
+    std::uint64_t departures_ = 0;
     /// Since the last answer.
     std::size_t failuresInARow_ = 0;
     std::chrono::steady_clock::time_point lastFailure_;

@@ -9,8 +9,9 @@
 #include <climits>
 #include <deque>
 #include <fstream>
-#include <string_view>
 #include <system_error>
+
+#include "platform/Files/ShellWord.hpp"
 
 namespace platform {
 namespace {
@@ -21,20 +22,6 @@ enum class IfMissing { leave, make };
 
 // As the kernel's own limit on a path.
 constexpr int mostLinks = 40;
-
-std::string shellWord(const std::string& text) {
-    constexpr std::string_view plain =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+:@,";
-    if (text.find_first_not_of(plain) == std::string::npos) return text;
-    std::string word = "'";
-    for (const char character : text) {
-        if (character == '\'')
-            word += "'\\''";
-        else
-            word += character;
-    }
-    return word + "'";
-}
 
 [[noreturn]] void distrust(const fs::path& path, const std::string& fault) {
     throw FileError(path.string() + " is not trusted: " + fault);

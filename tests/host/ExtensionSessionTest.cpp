@@ -12,6 +12,7 @@
 
 #include "host/protocol/EntryCoding.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/Asio/Pause.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "tests/host/Misbehaviour.hpp"
 
@@ -134,6 +135,19 @@ TEST_F(ExtensionSessionTest, IsServedAgainAfterItsExtensionHung) {
     EXPECT_TRUE(isNothingLeft());
 }
 
+TEST_F(ExtensionSessionTest, WaitsLessForWhatNeedsNoServer) {
+    auto limited = options();
+    limited.localBudget = milliseconds(400);
+    limited.extension.farewellLimit = milliseconds(100);
+    with("greet\nreceive\n" + once("mark", "raise 19") + "\nanswer {}", limited,
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             EXPECT_EQ(co_await outcome(session, Kind::credentials),
+                       "the extension has not answered within 400 ms");
+             EXPECT_EQ(co_await outcome(session, Kind::credentials), "answer");
+             co_await session.end();
+         });
+}
+
 TEST_F(ExtensionSessionTest, PausesForLongerAfterEachFailureInARow) {
     auto paused = options();
     paused.restarts.pauses = {milliseconds(0), milliseconds(200), milliseconds(400)};
@@ -192,6 +206,21 @@ TEST_F(ExtensionSessionTest, DrawsWithAnotherExtensionWhereOneEnds) {
          });
     EXPECT_THAT(notices,
                 ElementsAre("the extension ended by signal SIGSEGV while drawing; starting it again"));
+}
+
+TEST_F(ExtensionSessionTest, GivesADrawingToNoOtherExtensionOnceItIsLeft) {
+    with("print started\ngreet\nreceive\n" + once("mark", "sleep 3600000") + "\ndraw {}", options(),
+         [this](ExtensionSession& session) -> asio::awaitable<void> {
+             const auto leaveIt = [](ExtensionSession& left, std::string mark) -> asio::awaitable<void> {
+                 while (!std::filesystem::exists(mark)) co_await platform::pause(milliseconds(5));
+                 left.leave();
+             };
+             const auto executor = co_await asio::this_coro::executor;
+             platform::spawn(executor, leaveIt(session, path("mark")), [](const std::exception_ptr&) {});
+             EXPECT_EQ(co_await drawing(session), "the extension was hung up on while drawing");
+         });
+    EXPECT_THAT(notices, IsEmpty());
+    EXPECT_THAT(lines, ::testing::SizeIs(::testing::Le(1)));
 }
 
 TEST_F(ExtensionSessionTest, StartsNoOftenerThanItsPolicyAllows) {

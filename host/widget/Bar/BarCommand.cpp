@@ -25,7 +25,7 @@ namespace asio = boost::asio;
 
 namespace {
 
-/// For the first answer of a host that has just begun.
+/// For a host to answer, and for the first answer of the extension's to one that has just begun.
 constexpr std::chrono::milliseconds patienceWithNewHost = std::chrono::seconds(10);
 
 using Action = BarCommand::Action;
@@ -44,7 +44,9 @@ void act(Action action, const BarContent& content, const BarPosition& position) 
 }
 
 asio::awaitable<int> oneShot(BarStyle style, Action action) {
-    LiveHostClient client(co_await asio::this_coro::executor);
+    LiveHostClient::Options options;
+    options.answerLimit = patienceWithNewHost;
+    LiveHostClient client(co_await asio::this_coro::executor, std::move(options));
     const auto position = BarPosition::ofPerson();
     const auto state = co_await client.settledState(patienceWithNewHost);
     const auto now = platform::Date::now();

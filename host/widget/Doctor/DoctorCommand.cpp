@@ -35,6 +35,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::chrono::seconds serviceManagerPatience{3};
+/// It has what it is asked at hand.
+constexpr std::chrono::seconds liveHostPatience{5};
 constexpr const char* serviceManager = "org.freedesktop.systemd1";
 
 struct FontPackage {
@@ -76,9 +78,11 @@ asio::awaitable<void> lookAtExtension(Evidence& evidence, ExtensionSettings sett
 asio::awaitable<void> lookAtLiveHost(Evidence& evidence) {
     LiveHostClient::Options options;
     options.ifMissing = LiveHostClient::IfMissing::leave;
+    options.answerLimit = liveHostPatience;
     LiveHostClient client(co_await asio::this_coro::executor, std::move(options));
     try {
         evidence.liveHost = co_await client.status();
+    } catch (const LiveHostMissing&) {
     } catch (const LiveHostError& failure) {
         evidence.liveHostFault = failure.what();
     }

@@ -118,11 +118,12 @@ Finding unitsFinding(const Evidence& evidence) {
 }
 
 Finding liveHostFinding(const Evidence& evidence) {
-    if (!evidence.liveHost)
-        return advice("live host", "None runs (" + evidence.liveHostFault +
-                                       "): the first surface starts one, as does vela-widget run.");
-    return good("live host", "Process " + std::to_string(evidence.liveHost->pid) + " serves " +
-                                 std::to_string(evidence.liveHost->readers) + " readers.");
+    if (evidence.liveHost)
+        return good("live host", "Process " + std::to_string(evidence.liveHost->pid) + " serves " +
+                                     std::to_string(evidence.liveHost->readers) + " readers.");
+    if (!evidence.liveHostFault.empty())
+        return problem("live host", "No surface is served: " + evidence.liveHostFault + ".");
+    return advice("live host", "None runs: the first surface starts one, as does vela-widget run.");
 }
 
 }  // namespace

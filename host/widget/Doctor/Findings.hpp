@@ -33,6 +33,7 @@ struct Evidence {
     std::string socketUnit = {};
     bool hasServiceManager = false;
     std::optional<LiveHostStatus> liveHost = std::nullopt;
+    /// Why there is none to be had, or does not serve; empty where simply none runs.
     std::string liveHostFault = {};
 };
 

@@ -143,15 +143,26 @@ asio::awaitable<void> LiveHost::check() {
     while (isCheckDue_ && !isStopped_) {
         co_await platform::pause(settling);
         isCheckDue_ = false;
-        try {
-            takeCredentials(co_await surroundings_.extension.credentials());
-        } catch (const std::exception&) {
+        const auto report = co_await storedCredentials();
+        if (report)
+            takeCredentials(*report);
+        else if (!isStopped_)
             // Whether somebody signed out is found out all the same, by the next timeline.
-            if (!isStopped_) policy_.noted(ReloadCause::defaults, surroundings_.clock.now());
-        }
+            policy_.noted(ReloadCause::defaults, surroundings_.clock.now());
         wake();
     }
     isChecking_ = false;
+}
+
+/// Where one extension ends or hangs, another may know. Nothing where two do not say.
+asio::awaitable<std::optional<CredentialReport>> LiveHost::storedCredentials() {
+    for (int attempt = 0; attempt < 2 && !isStopped_; ++attempt) {
+        try {
+            co_return co_await surroundings_.extension.credentials();
+        } catch (const std::exception&) {
+        }
+    }
+    co_return std::nullopt;
 }
 
 void LiveHost::takeCredentials(const CredentialReport& report) {

@@ -79,6 +79,7 @@ class LiveHost {
     void take(platform::SystemEvent event);
     void startCheck();
     boost::asio::awaitable<void> check();
+    boost::asio::awaitable<std::optional<widget::CredentialReport>> storedCredentials();
     void takeCredentials(const widget::CredentialReport& report);
     void takeOtherTokens(const widget::CredentialReport& report, const widget::CredentialReport& before);
 

@@ -27,10 +27,19 @@ std::string temporaryName(const std::string& name) {
     return "." + name + std::string(temporaryEnding);
 }
 
+/// As PictureFile names them: a person's own pictures may lie beside them.
 bool isPictureName(std::string_view name) {
+    constexpr std::string_view ending = "x.png";
+    if (!name.ends_with(ending)) return false;
+    name.remove_suffix(ending.size());
     for (const auto family : platform::allWidgetFamilies)
-        if (name.starts_with(std::string(platform::description(family)) + "-") && name.ends_with("x.png"))
-            return true;
+        for (const auto scheme : {drawing::ColorScheme::light, drawing::ColorScheme::dark}) {
+            const auto beginning =
+                std::string(platform::description(family)) + "-" + std::string(widget::name(scheme)) + "@";
+            if (name.starts_with(beginning) && name.size() > beginning.size() &&
+                name.find_first_not_of("0123456789.", beginning.size()) == std::string_view::npos)
+                return true;
+        }
     return false;
 }
 
@@ -53,6 +62,7 @@ RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNo
     if (!folder.isOpen())
         throw std::system_error(error ? error.value() : errno, std::generic_category(),
                                 "cannot use the folder " + path.string());
+    removeLeftovers(folder);
     return {path, std::move(folder), std::move(onNotice)};
 }
 

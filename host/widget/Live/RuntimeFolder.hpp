@@ -27,7 +27,8 @@ class RuntimeFolder {
 
     /// An open folder; files of ours that it has from before are taken for unknown.
     RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice);
-    /// Makes it where it is missing. Throws std::system_error.
+    /// Makes it where it is missing, and removes what a host that was killed has left in it. Throws
+    /// std::system_error.
     static RuntimeFolder make(const std::filesystem::path& path, Notice onNotice);
     /// Removes what it has written.
     ~RuntimeFolder();

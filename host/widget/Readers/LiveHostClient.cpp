@@ -233,7 +233,7 @@ asio::awaitable<int> LiveHostClient::connectedSocket() {
         if (!isMissing(result))
             throw LiveHostEnded("the live host cannot be reached at " + path.string() + ": " +
                                 std::generic_category().message(-result));
-        if (options_.ifMissing == IfMissing::leave) throw LiveHostEnded("no live host is running");
+        if (options_.ifMissing == IfMissing::leave) throw LiveHostMissing("no live host is running");
         if (!std::exchange(hasStarted, true) && !started_) start();
         if (steady_clock::now() >= deadline)
             throw LiveHostEnded(

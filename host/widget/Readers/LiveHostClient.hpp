@@ -40,6 +40,11 @@ class LiveHostEnded : public LiveHostError {
     using LiveHostError::LiveHostError;
 };
 
+/// None runs, and none was to be started.
+class LiveHostMissing : public LiveHostEnded {
+    using LiveHostEnded::LiveHostEnded;
+};
+
 class LiveHostClient {
   public:
     enum class IfMissing { start, leave };

@@ -4,6 +4,7 @@
 
 #include <boost/asio/this_coro.hpp>
 #include <chrono>
+#include <utility>
 
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Readers/LiveHostClient.hpp"
@@ -20,7 +21,9 @@ namespace {
 constexpr std::chrono::milliseconds patienceForFirstAnswer = std::chrono::seconds(20);
 
 asio::awaitable<int> shownLive(TerminalStyle style) {
-    LiveHostClient client(co_await asio::this_coro::executor);
+    LiveHostClient::Options options;
+    options.answerLimit = patienceForFirstAnswer;
+    LiveHostClient client(co_await asio::this_coro::executor, std::move(options));
     const auto state = co_await client.settledState(patienceForFirstAnswer);
     writeToStandardOutput(liveTerminalView(state, style, platform::Date::now()));
     co_return 0;

@@ -111,6 +111,12 @@ TEST(Findings, SayOfEachAilmentWhatToDo) {
         {"no unit", "units", [](Evidence& e) { e.socketUnit = ""; }, Verdict::advice, "not installed"},
         {"no live host", "live host", [](Evidence& e) { e.liveHost.reset(); }, Verdict::advice,
          "vela-widget run"},
+        {"no place for a live host", "live host",
+         [](Evidence& e) {
+             e.liveHost.reset();
+             e.liveHostFault = "XDG_RUNTIME_DIR is not set";
+         },
+         Verdict::problem, "No surface is served: XDG_RUNTIME_DIR is not set"},
     };
     for (const auto& ailment : ailments) {
         SCOPED_TRACE(ailment.name);

@@ -74,6 +74,10 @@ TEST_F(HostPlaceTest, SaysWhatIsWrongWithTheFolderThatItIsToLieIn) {
     const auto longPath = own + "/" + std::string(100, 'x');
     fs::create_directory(longPath);
     EXPECT_THAT(claim(longPath), HasSubstr("is too long for a socket (107 bytes at most)"));
+    const auto withBlank = own + "/a folder";
+    fs::create_directory(withBlank);
+    fs::permissions(withBlank, fs::perms::all);
+    EXPECT_THAT(claim(withBlank), HasSubstr("mend it with: chmod 700 '" + withBlank + "'"));
     fs::permissions(own, fs::perms::all);
     EXPECT_THAT(claim(), HasSubstr("can be changed by other users; mend it with: chmod 700 " + own));
     fs::permissions(own, fs::perms::owner_all);

@@ -163,6 +163,16 @@ TEST_F(LiveHostTest, ForgetsAtASignOutWhileAnAnswerIsAwaited) {
     EXPECT_EQ(shown(), "notLoggedIn");
 }
 
+TEST_F(LiveHostTest, ForgetsAtASignOutThatAnExtensionWhichHangsDoesNotTellOf) {
+    start();
+    ASSERT_EQ(seen.back(), "Ada's");
+    extension.answerWith(CredentialState::none, ServerContact::refused);
+    extension.isFailingOnce = true;
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(seen.back(), "notLoggedIn");
+    EXPECT_EQ(extension.timelines, 1) << "it is not left to the next timeline";
+}
+
 TEST_F(LiveHostTest, TakesALockedKeyringForNoSignOut) {
     start();
     extension.stored = {.state = CredentialState::locked};

@@ -158,6 +158,23 @@ TEST(RuntimeFolder, RemovesWhatIsOfAnotherWhereNothingCanTakeItsPlace) {
     EXPECT_TRUE(fs::exists(disk.path() / "new/c.txt"));
 }
 
+TEST(RuntimeFolder, RemovesWhatAHostThatWasKilledHasLeftAndNothingElse) {
+    const platform::testing::TemporaryFolder folder;
+    const std::vector<std::string> left = {"entry.json",
+                                           "state.json",
+                                           "widget.txt",
+                                           ".entry.json.tmp",
+                                           "systemLarge-dark@2x.png",
+                                           "accessoryInline-light@1.5x.png"};
+    const std::vector<std::string> others = {"systemLarge-dark.png", "systemLarge-at the lake, relax.png",
+                                             "systemLarge-dark@x.png", "notes.json"};
+    for (const auto& names : {left, others})
+        for (const auto& name : names) folder.write(name, "Ada's");
+    const auto opened = RuntimeFolder::make(folder.path(), [](std::string_view) {});
+    for (const auto& name : left) EXPECT_FALSE(fs::exists(folder.path() / name)) << name;
+    for (const auto& name : others) EXPECT_TRUE(fs::exists(folder.path() / name)) << name;
+}
+
 TEST(PictureFile, IsNamedAfterWhatItShows) {
     EXPECT_EQ(PictureFile().name(), "systemMedium-dark@2x.png");
     EXPECT_EQ((PictureFile{.family = platform::WidgetFamily::accessoryInline,

@@ -49,7 +49,8 @@ class ScriptedExtension final : public LiveExtension {
 
     boost::asio::awaitable<widget::CredentialReport> credentials() override {
         ++checks;
-        if (isFailing) throw ExtensionEnded("the extension ended before it answered");
+        if (isFailing || std::exchange(isFailingOnce, false))
+            throw ExtensionEnded("the extension ended before it answered");
         co_return stored;
     }
 
@@ -92,6 +93,8 @@ class ScriptedExtension final : public LiveExtension {
     widget::CredentialReport stored = {.state = widget::CredentialState::stored, .tokens = 1, .account = 11};
     widget::FetchOutcome outcome = {.credentials = stored, .server = widget::ServerContact::answered};
     bool isFailing = false;
+    /// At the next look at what is stored.
+    bool isFailingOnce = false;
     /// A timeline, a drawing, does not end before it is released or left.
     bool isHeld = false;
     bool isDrawingHeld = false;

@@ -170,6 +170,18 @@ TEST_F(BarProgram, SaysWhyThereIsNoPlaceForALiveHost) {
     EXPECT_THAT(result.errors, HasSubstr("XDG_RUNTIME_DIR is not set"));
 }
 
+TEST_F(BarProgram, SaysThatTheLiveHostHangs) {
+    startSandbox();
+    ASSERT_EQ(widget({"bar"}).status, 0);
+    const pid_t process = hostProcess();
+    ASSERT_GT(process, 0);
+    ::kill(process, SIGSTOP);
+    const auto bar = widget({"bar"});
+    ::kill(process, SIGCONT);
+    EXPECT_EQ(bar.status, 1);
+    EXPECT_EQ(bar.errors, "vela-widget: the live host has not answered within 10 s\n");
+}
+
 TEST_F(BarProgram, IsUsedWronglyInWords) {
     EXPECT_EQ(bar({"--format", "xmobar"}).status, 2);
     EXPECT_EQ(bar({"--next", "--follow"}).status, 2);
