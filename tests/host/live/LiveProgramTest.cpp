@@ -6,9 +6,11 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <fstream>
 #include <memory>
 #include <sstream>
+#include <thread>
 
 #include "tests/host/Person.hpp"
 
@@ -27,11 +29,12 @@ namespace fs = std::filesystem;
 class LiveProgram : public Person {
   public:
     ~LiveProgram() override {
-        // One that a reader has started.
-        const pid_t left = hostProcess();
-        if (left > 0 && !host_) {
+        // Those that readers have started; one of several that began at once may still take the place.
+        constexpr std::chrono::milliseconds patienceWithHost(400);
+        for (pid_t left = hostProcess(); left > 0 && !host_; left = hostProcess()) {
             ::kill(left, SIGTERM);
             eventually([&] { return !isAlive(left); });
+            std::this_thread::sleep_for(patienceWithHost);
         }
     }
 
