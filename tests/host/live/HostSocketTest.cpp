@@ -280,6 +280,23 @@ TEST_F(HostSocketTest, OutlivesAHundredReadersThatComeAndGo) {
     EXPECT_TRUE(until([&] { return !views->empty() && door->readerCount() == 1; }));
 }
 
+TEST_F(HostSocketTest, AnswersNobodyElsesReader) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can be two users";
+    open();
+    start();
+    // As if the folder kept nobody out.
+    const auto path = HostAddress::ofPerson().socket();
+    for (const auto& each : {path, path.parent_path(), folder.path()})
+        std::filesystem::permissions(each, std::filesystem::perms::all);
+    ASSERT_EQ(::seteuid(65534), 0);
+    const int socket = rawReader(path);
+    ASSERT_EQ(::seteuid(0), 0);
+    ASSERT_GE(socket, 0);
+    say(socket, frameOf(greeting) + frameOf(R"({"id":1,"request":"follow"})"));
+    EXPECT_EQ(everythingFrom(socket), "");
+    ::close(socket);
+}
+
 TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     open();
     std::vector<int> sockets;

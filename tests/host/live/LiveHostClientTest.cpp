@@ -124,10 +124,10 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     const auto reader = client();
     std::vector<std::string> gaps;
     std::vector<std::string> views;
-    spawn([](std::shared_ptr<LiveHostClient> asked, std::vector<std::string>& seen,
+    spawn([](std::shared_ptr<LiveHostClient> asked, std::vector<std::string>& names,
              std::vector<std::string>& missing) -> boost::asio::awaitable<void> {
         const std::function<void(const LiveState&)> note = [&](const LiveState& state) {
-            seen.push_back(shopNameIn(state.entry));
+            names.push_back(shopNameIn(state.entry));
         };
         const std::function<void(std::string_view)> noteGap = [&](std::string_view gap) {
             missing.emplace_back(gap);

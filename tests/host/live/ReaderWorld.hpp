@@ -113,12 +113,12 @@ class ReaderWorld : public LiveWorld {
     }
 
     /// A reader who says what a test wants; the descriptor is the test's.
-    int rawReader() const {
+    int rawReader() const { return rawReader(HostAddress::ofPerson().socket()); }
+    static int rawReader(const std::filesystem::path& path) {
         const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        const auto path = HostAddress::ofPerson().socket().string();
-        std::memcpy(address.sun_path, path.data(), path.size());
+        std::memcpy(address.sun_path, path.c_str(), path.native().size());
         if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return -1;
         return socket;
     }
