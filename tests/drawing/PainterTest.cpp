@@ -136,10 +136,9 @@ TEST(PangoText, ReadsEachScriptInItsDirection) {
 /// A paragraph has one direction, that of its first letter, whatever its other lines begin with.
 TEST(PangoText, ReadsAllLinesOfAParagraphInItsDirection) {
     const auto directions = [](const char* text) {
-        std::vector<TextDirection> directions;
-        for (const TextLine& line : measurer().lines(footnote(text, 0), 60))
-            directions.push_back(line.direction);
-        return directions;
+        std::vector<TextDirection> found;
+        for (const TextLine& line : measurer().lines(footnote(text, 0), 60)) found.push_back(line.direction);
+        return found;
     };
     const auto fromRight = directions("مكتبة Northwind Books الكبرى");
     EXPECT_GT(fromRight.size(), 2u);

@@ -11,6 +11,7 @@
 
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/EventLoop.hpp"
+#include "tests/support/Program.hpp"
 
 namespace platform::testing {
 namespace {
@@ -78,6 +79,8 @@ TEST(NetworkWatcher, TellsOfACableThatIsPutInAgainAndNotThatItIsPulled) {
         ip("route add default via 10.9.0.2");
         WatchedNetwork watched;
         if (!watched.isSilentAt("link set wire1 down")) return 1;
+        // The kernel may take a second to say so; put in again before, nothing would have been seen.
+        if (!eventually([] { return ip("-o link show wire0 | grep -q NO-CARRIER"); })) return 3;
         return watched.tellsOf("link set wire1 up") ? 0 : 2;
     }));
 }

@@ -78,9 +78,9 @@ TEST_F(PublishedFilesTest, AreReplacedWhenTheyHoldSomethingElseAndThenOnly) {
     const auto drawing = identity(picture);
     const auto words = identity("widget.txt");
     const auto entry = identity("entry.json");
-    const int drawings = extension.drawings;
+    const int drawnBefore = extension.drawings;
     clock.advance(hour);
-    until([&] { return extension.drawings > drawings; });
+    until([&] { return extension.drawings > drawnBefore; });
     clock.settle();
     EXPECT_NE(identity("entry.json"), entry) << "its date is another";
     EXPECT_EQ(identity("widget.txt"), words);
