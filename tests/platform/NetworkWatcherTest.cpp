@@ -11,7 +11,6 @@
 
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/EventLoop.hpp"
-#include "tests/support/Program.hpp"
 
 namespace platform::testing {
 namespace {
@@ -80,7 +79,8 @@ TEST(NetworkWatcher, TellsOfACableThatIsPutInAgainAndNotThatItIsPulled) {
         WatchedNetwork watched;
         if (!watched.isSilentAt("link set wire1 down")) return 1;
         // The kernel may take a second to say so; put in again before, nothing would have been seen.
-        if (!eventually([] { return ip("-o link show wire0 | grep -q NO-CARRIER"); })) return 3;
+        const auto isPulled = [] { return ip("-o link show wire0 | grep -q NO-CARRIER"); };
+        if (!watched.loop.runUntil(isPulled)) return 3;
         return watched.tellsOf("link set wire1 up") ? 0 : 2;
     }));
 }
