@@ -2,22 +2,24 @@
 
 #include "platform/Files/ShellWord.hpp"
 
-#include <string_view>
-
 namespace platform {
 
-std::string shellWord(const std::string& text) {
-    constexpr std::string_view plain =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+:@,";
-    if (text.find_first_not_of(plain) == std::string::npos) return text;
-    std::string word = "'";
+std::string shellQuoted(std::string_view text) {
+    std::string quoted = "'";
     for (const char character : text) {
         if (character == '\'')
-            word += "'\\''";
+            quoted += "'\\''";
         else
-            word += character;
+            quoted += character;
     }
-    return word + "'";
+    return quoted + "'";
+}
+
+std::string shellWord(std::string_view text) {
+    constexpr std::string_view plain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-+:@,%";
+    const bool isPlain = text.find_first_not_of(plain) == std::string_view::npos;
+    return isPlain ? std::string(text) : shellQuoted(text);
 }
 
 }  // namespace platform

@@ -2,13 +2,16 @@
 
 #pragma once
 
-// Paths in commands that a person is told to type. Safe from any thread.
+// Texts in commands that a shell reads, or that a person is told to type. Safe from any thread.
 
 #include <string>
+#include <string_view>
 
 namespace platform {
 
-/// One word of a POSIX shell's, in quotes where it would be taken apart without.
-std::string shellWord(const std::string& text);
+/// One word of a POSIX shell's, in quotes.
+std::string shellQuoted(std::string_view text);
+/// The same, without quotes where nothing in it would be taken apart or mean anything.
+std::string shellWord(std::string_view text);
 
 }  // namespace platform

@@ -8,6 +8,7 @@
 
 #include "host/widget/Bar/BarText.hpp"
 #include "host/widget/JSONLine.hpp"
+#include "platform/Files/ShellWord.hpp"
 
 namespace host {
 
@@ -37,7 +38,7 @@ std::string plainText(const BarContent& content, const BarStyle& style) {
 }
 
 std::string openCommand(const std::string& link, const BarStyle& style) {
-    return shellQuoted(style.companion) + " open " + shellQuoted(link);
+    return platform::shellQuoted(style.companion) + " open " + platform::shellQuoted(link);
 }
 
 std::string waybarOutput(const BarContent& content, const BarStyle& style) {
@@ -89,8 +90,8 @@ std::string polybarOutput(const BarContent& content, const BarStyle& style) {
         text = polybarAction(button, command).append(text).append("%{A}");
     };
     if (content.packages.size() > 1) {
-        wrap(5, shellQuoted(style.widget) + " bar --next");
-        wrap(4, shellQuoted(style.widget) + " bar --previous");
+        wrap(5, platform::shellQuoted(style.widget) + " bar --next");
+        wrap(4, platform::shellQuoted(style.widget) + " bar --previous");
     }
     if (!content.link.empty()) wrap(1, openCommand(content.link, style));
     return text + "\n";

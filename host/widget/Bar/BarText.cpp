@@ -81,10 +81,6 @@ std::string tmuxEscaped(std::string_view text) {
     return replaced<1>(text, {{{"#", "##"}}});
 }
 
-std::string shellQuoted(std::string_view text) {
-    return "'" + replaced<1>(text, {{{"'", "'\\''"}}}) + "'";
-}
-
 std::string polybarCommand(std::string_view command) {
     return replaced<1>(command, {{{":", "\\:"}}});
 }

@@ -19,8 +19,6 @@ std::string pangoEscaped(std::string_view text);
 std::string polybarEscaped(std::string_view text);
 /// For a tmux status line: neither a format nor a style.
 std::string tmuxEscaped(std::string_view text);
-/// One word of a shell's command line.
-std::string shellQuoted(std::string_view text);
 /// For the command of a polybar action, which ends at the first colon that is not escaped.
 std::string polybarCommand(std::string_view command);
 

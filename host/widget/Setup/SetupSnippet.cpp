@@ -8,6 +8,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/Files/ShellWord.hpp"
+
 namespace host {
 
 namespace fs = std::filesystem;
@@ -99,12 +101,6 @@ std::string_view templateOf(SetupTarget target) {
     return "";
 }
 
-bool isPlain(char character) {
-    constexpr std::string_view others = "/._-+,:@%";
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-           (character >= '0' && character <= '9') || others.find(character) != std::string_view::npos;
-}
-
 }  // namespace
 
 std::string setupSnippet(SetupTarget target, std::string_view program) {
@@ -131,10 +127,7 @@ std::string shellCall(const std::string& path, const std::string& search) {
     const fs::path found = foundInPath(search, name);
     std::error_code error;
     if (!found.empty() && fs::equivalent(found, path, error) && !error) return name.string();
-    if (std::all_of(path.begin(), path.end(), isPlain)) return path;
-    std::string quoted = "'";
-    for (const char character : path) quoted += character == '\'' ? R"('\'')" : std::string(1, character);
-    return quoted + "'";
+    return platform::shellWord(path);
 }
 
 }  // namespace host

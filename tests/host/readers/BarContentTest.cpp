@@ -6,6 +6,7 @@
 
 #include "host/widget/Bar/BarText.hpp"
 #include "host/widget/Readers/PackageLine.hpp"
+#include "platform/Files/ShellWord.hpp"
 #include "platform/Text/Text.hpp"
 #include "tests/host/readers/LiveStates.hpp"
 #include "tests/support/ZoneInForce.hpp"
@@ -129,8 +130,8 @@ TEST(BarText, KeepsNamesOfTheOtherDirectionTogether) {
 }
 
 TEST(BarText, IsOneWordForAShellWhateverItHolds) {
-    EXPECT_EQ(shellQuoted("a'b"), R"('a'\''b')");
-    EXPECT_EQ(shellQuoted("$(x) `y`"), "'$(x) `y`'");
+    EXPECT_EQ(platform::shellQuoted("a'b"), R"('a'\''b')");
+    EXPECT_EQ(platform::shellQuoted("$(x) `y`"), "'$(x) `y`'");
 }
 
 TEST(BarTooltip, HasALineForEachOfTenPackages) {
