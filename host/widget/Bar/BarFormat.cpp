@@ -8,6 +8,7 @@
 
 #include "host/widget/Bar/BarText.hpp"
 #include "host/widget/JSONLine.hpp"
+#include "host/widget/Markup.hpp"
 #include "platform/Files/ShellWord.hpp"
 
 namespace host {
@@ -30,7 +31,7 @@ std::string oneLine(const json::object& object) {
 }
 
 std::string markupText(const BarContent& content, const BarStyle& style) {
-    return pangoEscaped(barText(content, style.columns, BarDirections::isolated));
+    return escapedForMarkup(barText(content, style.columns, BarDirections::isolated));
 }
 
 std::string plainText(const BarContent& content, const BarStyle& style) {
@@ -57,7 +58,7 @@ std::string waybarOutput(const BarContent& content, const BarStyle& style) {
 /// A block of the i3bar protocol, version 1.
 json::object block(const BarContent& content, const BarStyle& style) {
     json::object object = {{"full_text", markupText(content, style)},
-                           {"short_text", pangoEscaped(isolated(shortBarText(content, style.columns)))},
+                           {"short_text", escapedForMarkup(isolated(shortBarText(content, style.columns)))},
                            {"markup", "pango"}};
     if (isQuiet(content)) object["color"] = quietColor;
     if (content.barClass == BarClass::attention) object["urgent"] = true;

@@ -6,6 +6,7 @@
 #include <array>
 #include <utility>
 
+#include "host/widget/Markup.hpp"
 #include "host/widget/Readers/PackageLine.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "presentation/Wording.hpp"
@@ -62,16 +63,11 @@ std::string joined(const std::string& first, std::string_view between, const std
 
 std::string tooltipLine(const BarPackage& package) {
     const auto status = joined(package.primary, ", ", package.secondary);
-    return joined("<b>" + pangoEscaped(isolated(fittedToColumns(package.name, tooltipColumns))) + "</b>",
-                  ": ", pangoEscaped(isolated(fittedToColumns(status, tooltipColumns))));
+    return joined("<b>" + escapedForMarkup(isolated(fittedToColumns(package.name, tooltipColumns))) + "</b>",
+                  ": ", escapedForMarkup(isolated(fittedToColumns(status, tooltipColumns))));
 }
 
 }  // namespace
-
-std::string pangoEscaped(std::string_view text) {
-    return replaced<5>(text,
-                       {{{"&", "&amp;"}, {"<", "&lt;"}, {">", "&gt;"}, {"\"", "&quot;"}, {"'", "&apos;"}}});
-}
 
 std::string polybarEscaped(std::string_view text) {
     return replaced<1>(text, {{{"%{", "% {"}}});
@@ -122,8 +118,8 @@ std::string barTooltip(const BarContent& content) {
     std::string text;
     for (const auto& package : content.packages)
         text.append(text.empty() ? "" : "\n").append(tooltipLine(package));
-    if (text.empty()) text = pangoEscaped(content.moreWords.empty() ? content.words : content.moreWords);
-    if (content.remark) text.append("\n\n<i>").append(pangoEscaped(*content.remark)).append("</i>");
+    if (text.empty()) text = escapedForMarkup(content.moreWords.empty() ? content.words : content.moreWords);
+    if (content.remark) text.append("\n\n<i>").append(escapedForMarkup(*content.remark)).append("</i>");
     return text;
 }
 

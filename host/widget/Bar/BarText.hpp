@@ -13,8 +13,6 @@
 
 namespace host {
 
-/// For Pango's markup, and any XML.
-std::string pangoEscaped(std::string_view text);
 /// What would begin a formatting tag gets a space in between, for there is no way to write it.
 std::string polybarEscaped(std::string_view text);
 /// For a tmux status line: neither a format nor a style.

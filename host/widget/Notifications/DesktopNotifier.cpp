@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/widget/Markup.hpp"
 #include "host/widget/TerminalText.hpp"
 #include "platform/Log/Logger.hpp"
 
@@ -34,21 +35,6 @@ BusCall calling(const char* member, std::vector<platform::BusValue> arguments = 
 }
 
 }  // namespace
-
-std::string escapedForMarkup(std::string_view text) {
-    std::string escaped;
-    for (const char character : text) {
-        switch (character) {
-            case '&': escaped += "&amp;"; break;
-            case '<': escaped += "&lt;"; break;
-            case '>': escaped += "&gt;"; break;
-            case '"': escaped += "&quot;"; break;
-            case '\'': escaped += "&apos;"; break;
-            default: escaped += character;
-        }
-    }
-    return escaped;
-}
 
 DesktopNotifier::DesktopNotifier(const boost::asio::any_io_executor& executor, Open open)
     : open_(std::move(open)), bus_(executor, platform::MessageBus::Kind::session) {

@@ -13,7 +13,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <string_view>
 
 #include "host/widget/Notifications/NotificationRules.hpp"
 #include "platform/MessageBus/MessageBus.hpp"
@@ -70,8 +69,5 @@ class DesktopNotifier {
     bool hasComplained_ = false;
     platform::MessageBus bus_;
 };
-
-/// As a service that reads markup has to be given it.
-std::string escapedForMarkup(std::string_view text);
 
 }  // namespace host
