@@ -12,10 +12,10 @@
 #include <system_error>
 
 #include "host/protocol/EntryCoding.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
 #include "host/widget/ExtensionSession.hpp"
 #include "host/widget/OneShotHost.hpp"
-#include "host/widget/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Streams/Streams.hpp"

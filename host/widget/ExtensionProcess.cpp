@@ -13,7 +13,7 @@
 #include <thread>
 #include <utility>
 
-#include "host/widget/TerminalText.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 

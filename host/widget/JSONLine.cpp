@@ -2,7 +2,7 @@
 
 #include "host/widget/JSONLine.hpp"
 
-#include "host/widget/TerminalText.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 
 namespace host {

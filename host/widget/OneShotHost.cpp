@@ -11,9 +11,9 @@
 #include <optional>
 #include <system_error>
 
+#include "host/reader/TerminalText.hpp"
 #include "host/widget/ExtensionSession.hpp"
 #include "host/widget/Spinner.hpp"
-#include "host/widget/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/Streams/Streams.hpp"

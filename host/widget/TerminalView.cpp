@@ -6,7 +6,7 @@
 #include <array>
 #include <cmath>
 
-#include "host/widget/TerminalText.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "presentation/DeepLink.hpp"
 #include "presentation/Wording.hpp"
 

@@ -15,6 +15,8 @@
 #include <system_error>
 
 #include "host/protocol/EntryCoding.hpp"
+#include "host/reader/LinkOpener.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "host/widget/Bar/BarCommand.hpp"
 #include "host/widget/Doctor/DoctorCommand.hpp"
 #include "host/widget/DrawingCommand.hpp"
@@ -22,13 +24,11 @@
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/Live/RunCommand.hpp"
 #include "host/widget/OneShotHost.hpp"
-#include "host/widget/Readers/LinkOpener.hpp"
 #include "host/widget/Readers/ShowLive.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "host/widget/SignedOutReason.hpp"
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
-#include "host/widget/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/CommandLine/Words.hpp"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/TerminalText.hpp"
+#include "host/reader/TerminalText.hpp"
 
 #include <gtest/gtest.h>
 

@@ -9,11 +9,11 @@
 #include <string_view>
 #include <utility>
 
+#include "host/reader/LinkOpener.hpp"
+#include "host/reader/LiveHostClient.hpp"
 #include "host/widget/Bar/BarFollower.hpp"
 #include "host/widget/Bar/BarPosition.hpp"
 #include "host/widget/OneShotHost.hpp"
-#include "host/widget/Readers/LinkOpener.hpp"
-#include "host/widget/Readers/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/ProcessInfo/WipedMemory.hpp"

@@ -8,12 +8,12 @@
 #include <boost/asio/awaitable.hpp>
 #include <optional>
 
+#include "host/reader/LinkOpener.hpp"
+#include "host/reader/StreamWatch.hpp"
 #include "host/widget/Bar/BarFormat.hpp"
 #include "host/widget/Bar/BarPosition.hpp"
 #include "host/widget/Bar/ClickReader.hpp"
 #include "host/widget/Readers/LineFollower.hpp"
-#include "host/widget/Readers/LinkOpener.hpp"
-#include "host/widget/Readers/StreamWatch.hpp"
 #include "platform/SystemEvents/FileWatcher.hpp"
 
 namespace host {

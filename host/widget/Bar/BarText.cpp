@@ -6,9 +6,9 @@
 #include <array>
 #include <utility>
 
+#include "host/reader/PackageLine.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "host/widget/Markup.hpp"
-#include "host/widget/Readers/PackageLine.hpp"
-#include "host/widget/TerminalText.hpp"
 #include "presentation/Wording.hpp"
 
 namespace host {

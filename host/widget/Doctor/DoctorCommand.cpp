@@ -13,13 +13,13 @@
 #include <fstream>
 #include <system_error>
 
+#include "host/reader/LinkOpener.hpp"
+#include "host/reader/LiveHostClient.hpp"
 #include "host/widget/Doctor/Findings.hpp"
 #include "host/widget/ExtensionAnswer.hpp"
 #include "host/widget/ExtensionSession.hpp"
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/OneShotHost.hpp"
-#include "host/widget/Readers/LinkOpener.hpp"
-#include "host/widget/Readers/LiveHostClient.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/MessageBus/MessageBus.hpp"

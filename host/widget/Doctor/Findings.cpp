@@ -2,7 +2,7 @@
 
 #include "host/widget/Doctor/Findings.hpp"
 
-#include "host/widget/TerminalText.hpp"
+#include "host/reader/TerminalText.hpp"
 
 namespace host {
 

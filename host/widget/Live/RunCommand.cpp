@@ -15,6 +15,7 @@
 #include <string_view>
 #include <utility>
 
+#include "host/reader/LiveHostClient.hpp"
 #include "host/widget/Live/HostPlace.hpp"
 #include "host/widget/Live/HostSocket.hpp"
 #include "host/widget/Live/LiveDrawings.hpp"
@@ -23,7 +24,6 @@
 #include "host/widget/Live/PublishedFiles.hpp"
 #include "host/widget/Notifications/Notifications.hpp"
 #include "host/widget/OneShotHost.hpp"
-#include "host/widget/Readers/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/Streams.hpp"

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/reader/TerminalText.hpp"
 #include "host/widget/Markup.hpp"
-#include "host/widget/TerminalText.hpp"
 #include "platform/Log/Logger.hpp"
 
 namespace host {

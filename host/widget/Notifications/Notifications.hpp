@@ -12,10 +12,10 @@
 #include <memory>
 #include <vector>
 
+#include "host/reader/LinkOpener.hpp"
 #include "host/widget/Live/LiveHost.hpp"
 #include "host/widget/Notifications/DesktopNotifier.hpp"
 #include "host/widget/Notifications/NotificationRules.hpp"
-#include "host/widget/Readers/LinkOpener.hpp"
 
 namespace host {
 

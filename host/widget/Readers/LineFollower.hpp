@@ -12,9 +12,9 @@
 #include <functional>
 #include <string>
 
-#include "host/widget/Readers/LiveHostClient.hpp"
-#include "host/widget/Readers/ShownState.hpp"
-#include "host/widget/Readers/StreamWatch.hpp"
+#include "host/reader/LiveHostClient.hpp"
+#include "host/reader/ShownState.hpp"
+#include "host/reader/StreamWatch.hpp"
 
 namespace host {
 

@@ -6,8 +6,8 @@
 #include <chrono>
 #include <utility>
 
+#include "host/reader/LiveHostClient.hpp"
 #include "host/widget/OneShotHost.hpp"
-#include "host/widget/Readers/LiveHostClient.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Streams/Streams.hpp"

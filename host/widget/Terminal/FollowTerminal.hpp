@@ -14,10 +14,10 @@
 #include <string>
 #include <string_view>
 
-#include "host/widget/Readers/LinkOpener.hpp"
-#include "host/widget/Readers/LiveHostClient.hpp"
-#include "host/widget/Readers/ShownState.hpp"
-#include "host/widget/Readers/StreamWatch.hpp"
+#include "host/reader/LinkOpener.hpp"
+#include "host/reader/LiveHostClient.hpp"
+#include "host/reader/ShownState.hpp"
+#include "host/reader/StreamWatch.hpp"
 #include "host/widget/Terminal/FollowView.hpp"
 #include "host/widget/Terminal/KeyReader.hpp"
 #include "host/widget/Terminal/RawTerminal.hpp"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/LiveHostClient.hpp"
+#include "host/reader/LiveHostClient.hpp"
 
 #include <gmock/gmock.h>
 

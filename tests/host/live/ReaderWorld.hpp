@@ -21,11 +21,11 @@
 #include <utility>
 #include <vector>
 
+#include "host/reader/LiveHostClient.hpp"
 #include "host/widget/Live/HostPlace.hpp"
 #include "host/widget/Live/HostSocket.hpp"
 #include "host/widget/Live/LiveDrawings.hpp"
 #include "host/widget/Live/PublishedFiles.hpp"
-#include "host/widget/Readers/LiveHostClient.hpp"
 #include "tests/host/live/LiveWorld.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"

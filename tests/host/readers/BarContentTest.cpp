@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "host/reader/PackageLine.hpp"
 #include "host/widget/Bar/BarText.hpp"
-#include "host/widget/Readers/PackageLine.hpp"
 #include "platform/Files/ShellWord.hpp"
 #include "platform/Text/Text.hpp"
 #include "tests/host/readers/LiveStates.hpp"

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/PackageLine.hpp"
+#include "host/reader/PackageLine.hpp"
 
-#include "host/widget/TerminalText.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "platform/Text/Text.hpp"
 
 namespace host {

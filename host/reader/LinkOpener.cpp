@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/LinkOpener.hpp"
+#include "host/reader/LinkOpener.hpp"
 
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -9,7 +9,7 @@
 #include <system_error>
 #include <utility>
 
-#include "host/widget/Readers/DetachedProgram.hpp"
+#include "host/reader/DetachedProgram.hpp"
 #include "platform/Asio/DescriptorWatch.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 

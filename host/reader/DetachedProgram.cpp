@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/DetachedProgram.hpp"
+#include "host/reader/DetachedProgram.hpp"
 
 #include <fcntl.h>
 #include <signal.h>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/StreamWatch.hpp"
+#include "host/reader/StreamWatch.hpp"
 
 #include <sys/epoll.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/LiveHostClient.hpp"
+#include "host/reader/LiveHostClient.hpp"
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -20,8 +20,8 @@
 #include "host/protocol/DrawingRequestCoding.hpp"
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/HostAddress.hpp"
-#include "host/widget/Readers/HostStart.hpp"
-#include "host/widget/TerminalText.hpp"
+#include "host/reader/HostStart.hpp"
+#include "host/reader/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
 #include "platform/Files/Descriptor.hpp"

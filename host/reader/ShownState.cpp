@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/ShownState.hpp"
+#include "host/reader/ShownState.hpp"
 
 #include <utility>
 

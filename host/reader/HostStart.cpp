@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Readers/HostStart.hpp"
+#include "host/reader/HostStart.hpp"
 
-#include "host/widget/Readers/DetachedProgram.hpp"
+#include "host/reader/DetachedProgram.hpp"
 
 namespace host {
 
