@@ -28,26 +28,11 @@ std::string temporaryName(const std::string& name) {
 }
 
 /// As PictureFile names them: a person's own pictures may lie beside them.
-bool isPictureName(std::string_view name) {
-    constexpr std::string_view ending = "x.png";
-    if (!name.ends_with(ending)) return false;
-    name.remove_suffix(ending.size());
-    for (const auto family : platform::allWidgetFamilies)
-        for (const auto scheme : {drawing::ColorScheme::light, drawing::ColorScheme::dark}) {
-            const auto beginning =
-                std::string(platform::description(family)) + "-" + std::string(widget::name(scheme)) + "@";
-            if (name.starts_with(beginning) && name.size() > beginning.size() &&
-                name.find_first_not_of("0123456789.", beginning.size()) == std::string_view::npos)
-                return true;
-        }
-    return false;
-}
-
 bool isOurs(std::string_view name) {
     if (name.starts_with('.') && name.ends_with(temporaryEnding))
         name = name.substr(1, name.size() - 1 - temporaryEnding.size());
     return name == RuntimeFolder::entryName || name == RuntimeFolder::stateName ||
-           name == RuntimeFolder::textName || isPictureName(name);
+           name == RuntimeFolder::textName || PictureFile::isName(name);
 }
 
 }  // namespace
