@@ -5,6 +5,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 # Everything here is a Debian 12 package; packaging/debian-packages-build.txt lists them.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
+add_compile_options(-pthread)
 
 find_package(Boost 1.81 REQUIRED)
 find_package(CURL 7.88 REQUIRED)
@@ -24,4 +25,5 @@ find_package(OpenSSL REQUIRED)
 find_package(CLI11 REQUIRED)
 
 # Boost.Asio is compiled once (platform/Asio), not in every file that includes it.
-add_compile_definitions(BOOST_ASIO_SEPARATE_COMPILATION BOOST_ASIO_NO_DEPRECATED)
+add_compile_definitions(BOOST_ASIO_SEPARATE_COMPILATION BOOST_ASIO_NO_DEPRECATED
+    BOOST_JSON_STATIC_LINK BOOST_JSON_NO_LIB BOOST_CONTAINER_NO_LIB BOOST_URL_STATIC_LINK BOOST_URL_NO_LIB)
