@@ -350,7 +350,7 @@ TEST_F(HostSocketTest, KeepsPicturesForAReaderAsLongAsItIsThere) {
         std::vector<PictureFile> wanted = {file};
         co_await asked.keepPictures(std::move(wanted));
     }(*reader, small));
-    const auto path = place->folder() / "systemSmall-dark@2x.png";
+    const auto path = place->claim().address().folder / "systemSmall-dark@2x.png";
     EXPECT_TRUE(until([&] { return std::filesystem::exists(path); }));
     reader->close();
     EXPECT_TRUE(until([&] { return !std::filesystem::exists(path); }));

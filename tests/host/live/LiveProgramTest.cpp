@@ -8,6 +8,8 @@
 
 #include <chrono>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <thread>
@@ -353,6 +355,63 @@ TEST_F(LiveProgram, WritesItsFilesWhereThePersonSays) {
     ASSERT_TRUE(comesToHold("entry.json", someShop));
     EXPECT_TRUE(eventually([&] { return folder.read("new/out/entry.json") == text("entry.json"); }));
     EXPECT_THAT(folder.read("new/out/widget.txt"), HasSubstr(someShop));
+}
+
+TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutAfterItWasKilled) {
+    startSandbox();
+    signInAtSandbox();
+    const auto out = folder.path() / "out";
+    const auto signOut = [&] { EXPECT_EQ(companion({"sign-out"}).status, 0); };
+    for (const auto& change : {std::function<void()>(signOut), {[&] { signInAtSandbox(); }}}) {
+        signInAtSandbox();
+        startHost({"--family", "systemSmall", "--output", out.string()});
+        ASSERT_TRUE(comesToHold("entry.json", someShop));
+        ASSERT_TRUE(eventually([&] { return fs::exists(out / "systemSmall-dark@2x.png"); }));
+        folder.write("run/vela-widget/notifications.json", "{}");
+        folder.write("out/notes", "the person's own");
+        host().sendSignal(SIGKILL);
+        host().waitForEnd(std::chrono::seconds(10));
+        ASSERT_THAT(text("entry.json"), HasSubstr(someShop));
+        change();
+        EXPECT_FALSE(fs::exists(path("")));
+        EXPECT_EQ(std::distance(fs::directory_iterator(out), {}), 1) << "beside the person's own";
+    }
+}
+
+TEST_F(LiveProgram, KeepsItsFilesThroughASignOutThatItSeesItself) {
+    startSandbox();
+    signInAtSandbox();
+    startHost({"--output", (folder.path() / "out").string()});
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    EXPECT_TRUE(comesToHold("entry.json", "notLoggedIn"));
+    EXPECT_TRUE(isAlive(host().processIdentifier()));
+    EXPECT_EQ(hostProcess(), host().processIdentifier());
+}
+
+TEST_F(LiveProgram, ClearsTheFolderOfAPredecessorThatWasKilled) {
+    startSandbox();
+    signInAtSandbox();
+    startHost({"--output", (folder.path() / "out").string()});
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    ASSERT_TRUE(eventually([&] { return fs::exists(folder.path() / "out/entry.json"); }));
+    host().sendSignal(SIGKILL);
+    host().waitForEnd(std::chrono::seconds(10));
+    // Any reader that starts one, and it need not know of that folder.
+    EXPECT_THAT(widget({"show", "--live"}).output, HasSubstr(someShop));
+    EXPECT_TRUE(fs::is_empty(folder.path() / "out"));
+}
+
+TEST_F(LiveProgram, ShowsNoReaderWhatAHostThatWasKilledHasLeft) {
+    startSandbox();
+    signInAtSandbox();
+    startHost();
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    host().sendSignal(SIGKILL);
+    host().waitForEnd(std::chrono::seconds(10));
+    EXPECT_EQ(widget({"reload"}).errors, "vela-widget: no live host is running\n");
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    EXPECT_THAT(widget({"show", "--live"}).output, Not(HasSubstr(someShop)));
 }
 
 TEST_F(LiveProgram, SaysWhyItHasNoPlace) {
