@@ -76,6 +76,9 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     /// more, ExtensionError when the answer is an error.
     boost::asio::awaitable<Message> ask(ExtensionRequest request, platform::Deadline deadline);
 
+    /// Whether it has said anything since then.
+    bool hasSpokenSince(TimePoint time) const { return lastWord_ >= time; }
+
     /// Hangs up and waits until all that the extension printed has been passed on and it has ended. One that
     /// goes on is told to end, and killed in the end; where the deadline comes first, it is left to itself.
     /// Gives its exit status, nothing for one that a signal ended.
@@ -111,6 +114,7 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     bool hasHungUp_ = false;
     bool hasPassedOutputOn_ = false;
     std::int64_t lastIdentifier_ = 0;
+    TimePoint lastWord_ = TimePoint::min();
     std::shared_ptr<MessageChannel> channel_;
     boost::asio::posix::stream_descriptor output_;
     boost::asio::steady_timer outputEnd_;
