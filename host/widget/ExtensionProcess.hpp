@@ -34,6 +34,12 @@ class ExtensionEnded : public ExtensionError {
     using ExtensionError::ExtensionError;
 };
 
+/// It was hung up on while it was asked: nothing is wrong with it.
+class ExtensionLeft : public ExtensionEnded {
+  public:
+    ExtensionLeft() : ExtensionEnded("the extension was hung up on") {}
+};
+
 /// The extension did not answer in time. It may go on; nobody waits for it any more.
 class ExtensionTimeout : public ExtensionError {
   public:

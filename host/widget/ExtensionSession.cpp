@@ -217,7 +217,7 @@ asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawi
 }
 
 void ExtensionSession::throwIfLeftSince(std::uint64_t departures) const {
-    if (departures != departures_) throw ExtensionEnded("the extension was hung up on");
+    if (departures != departures_) throw ExtensionLeft();
 }
 
 asio::awaitable<void> ExtensionSession::finishUploads(milliseconds limit) {

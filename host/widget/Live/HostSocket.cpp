@@ -97,8 +97,9 @@ asio::awaitable<void> HostSocket::accept() {
 
 void HostSocket::welcome(Protocol::socket socket) {
     if (!isOfThisPerson(socket.native_handle())) return;
-    auto channel =
-        MessageChannel::over(executor_, socket.release(), {.body = longestQuestion, .attachment = 0});
+    const MessageChannel::Limits limits = {
+        .body = longestQuestion, .attachment = 0, .patience = options_.questionPatience};
+    auto channel = MessageChannel::over(executor_, socket.release(), limits);
     const auto nothing = [](const std::exception_ptr&) {};
     if (readers_.size() >= mostReaders) {
         const auto words = "the live host has " + std::to_string(mostReaders) + " readers already";
