@@ -175,6 +175,7 @@ TEST_F(LiveProgram, IsStartedWithNothingOfItsReadersAndEndsByItself) {
     const pid_t started = hostProcess();
     ASSERT_TRUE(isAlive(started));
     EXPECT_EQ(::getsid(started), started);
+    EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(started) + "/cwd"), "/");
     for (const auto& each : fs::directory_iterator("/proc/" + std::to_string(started) + "/fd")) {
         const auto target = fs::read_symlink(each.path()).string();
         EXPECT_THAT(target, Not(HasSubstr("passwd")));
@@ -183,6 +184,26 @@ TEST_F(LiveProgram, IsStartedWithNothingOfItsReadersAndEndsByItself) {
     std::string words;
     std::getline(std::ifstream("/proc/" + std::to_string(started) + "/cmdline"), words);
     EXPECT_THAT(words, HasSubstr(std::string("--idle-exit\0", 12) + "600"));
+}
+
+TEST_F(LiveProgram, FindsWhatItsReaderNamesFromWhereThatWorks) {
+    startSandbox();
+    signInAtSandbox();
+    const auto programs = platform::testing::programFolder();
+    fs::create_directory(folder.path() / "here");
+    fs::create_directory_symlink(programs, folder.path() / "here/programs");
+    fs::create_directory_symlink(programs.parent_path() / "share/vela-widget", folder.path() / "here/bundle");
+    environment["VELA_BUNDLE"] = "bundle";
+    ProgramRun reader = {.program = "/bin/sh"};
+    reader.arguments = {"-c", "cd \"$0\" && exec programs/vela-widget show --live",
+                        (folder.path() / "here").string()};
+    reader.environment = environment;
+    const auto shown = reader.run();
+    EXPECT_EQ(shown.status, 0) << shown.errors;
+    EXPECT_THAT(shown.output, HasSubstr(someShop));
+    std::ostringstream variables;
+    variables << std::ifstream("/proc/" + std::to_string(hostProcess()) + "/environ").rdbuf();
+    EXPECT_THAT(variables.str(), HasSubstr("VELA_BUNDLE=" + (folder.path() / "here/bundle").string()));
 }
 
 TEST_F(LiveProgram, EndsOnceNobodyHasReadForAWhile) {
@@ -412,6 +433,20 @@ TEST_F(LiveProgram, ShowsNoReaderWhatAHostThatWasKilledHasLeft) {
     EXPECT_EQ(widget({"reload"}).errors, "vela-widget: no live host is running\n");
     EXPECT_EQ(companion({"sign-out"}).status, 0);
     EXPECT_THAT(widget({"show", "--live"}).output, Not(HasSubstr(someShop)));
+}
+
+TEST_F(LiveProgram, TakesFamiliesWithCommasAndSeveralTimes) {
+    startSandbox();
+    startHost({"--family", "systemSmall,accessoryInline", "--family", "systemLarge"});
+    EXPECT_TRUE(eventually([&] {
+        return fs::exists(path("systemSmall-dark@2x.png")) &&
+               fs::exists(path("accessoryInline-dark@2x.png")) && fs::exists(path("systemLarge-dark@2x.png"));
+    }));
+    const auto refused = widget({"run", "--family", "systemSmall,systemHuge"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.errors, HasSubstr("--family: systemHuge not in {"));
+    EXPECT_THAT(widget({"run", "--family", "systemSmall", "systemLarge"}).errors,
+                HasSubstr("\"systemLarge\" was not expected"));
 }
 
 TEST_F(LiveProgram, SaysWhyItHasNoPlace) {
