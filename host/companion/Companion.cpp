@@ -14,6 +14,7 @@
 #include <memory>
 #include <utility>
 
+#include "host/protocol/HostClaim.hpp"
 #include "platform/Files/Patience.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -151,6 +152,16 @@ std::string requiredToken(const boost::json::object& object, const char* key) {
     return token;
 }
 
+/// Why what a live host that was killed has left of the person before is still there; empty where it is not.
+std::string faultOfForgettingDeadHost() {
+    try {
+        removeLeftoversOfDeadHost();
+        return "";
+    } catch (const HostPlaceError& error) {
+        return std::string("what a live host left that was killed is still there: ") + error.what();
+    }
+}
+
 std::string line(std::string_view name, std::string_view value) {
     return std::string(name).append(": ").append(value).append("\n");
 }
@@ -219,11 +230,13 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
         id->withdraw();
     });
     throwUnlessSuccess("the keychain did not take the tokens", transaction->commit());
+    const auto fault = faultOfForgettingDeadHost();
     try {
         id->commit();
     } catch (const platform::UserDefaultsError& error) {
         throw CompanionError("signed in, but without the user id: " + std::string(error.what()));
     }
+    if (!fault.empty()) throw CompanionError("signed in, but " + fault);
 }
 
 void signOut(const Notice& notice) {
@@ -232,11 +245,13 @@ void signOut(const Notice& notice) {
     emptyKeychain(currentKeychain());
     emptyKeychain(server::legacyTokenKeychain());
     throwUnlessSuccess("the keychain cannot be emptied", transaction->commit());
+    const auto fault = faultOfForgettingDeadHost();
     try {
         deleteDefaults(SharedDefaultsKey::userId);
     } catch (const CompanionError& error) {
         throw CompanionError("signed out, but the user id is still stored: " + std::string(error.what()));
     }
+    if (!fault.empty()) throw CompanionError("signed out, but " + fault);
 }
 
 SignInStatus signInStatus() {

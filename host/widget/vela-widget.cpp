@@ -348,7 +348,8 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
         .checked(checkedOutput, "");
     command
         .option("--family", options.families,
-                "A family to keep a picture of, as FAMILY-SCHEME@SCALEx.png; may be given several times")
+                "Families to keep a picture of, as FAMILY-SCHEME@SCALEx.png: several with commas, or given "
+                "several times")
         .oneOf(platform::familyNames());
     command.option("--scheme", options.scheme, "light, dark or all")
         .oneOf(std::vector<std::string>{"light", "dark", "all"})

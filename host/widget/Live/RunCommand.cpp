@@ -55,11 +55,14 @@ ExtensionSession::Options sessionOptions(const RunCommand& command) {
     return options;
 }
 
-std::vector<RuntimeFolder> folders(const RunCommand& command, const HostPlace& place) {
+std::vector<RuntimeFolder> folders(const RunCommand& command, const HostClaim& claim) {
     std::vector<RuntimeFolder> all;
-    const int own = ::fcntl(place.folderDescriptor(), F_DUPFD_CLOEXEC, 0);
-    all.emplace_back(place.folder(), platform::Descriptor(own), giveNotice);
-    if (command.output) all.push_back(RuntimeFolder::make(*command.output, giveNotice));
+    const int own = ::fcntl(claim.folder(), F_DUPFD_CLOEXEC, 0);
+    all.emplace_back(claim.address().folder, platform::Descriptor(own), giveNotice);
+    if (command.output) {
+        all.push_back(RuntimeFolder::make(*command.output, giveNotice));
+        claim.noteOutput(*command.output);
+    }
     return all;
 }
 
@@ -87,21 +90,21 @@ class Household {
                            .family = command.pictures.empty() ? platform::WidgetFamily::systemMedium
                                                               : command.pictures.front().family}),
           drawings_(executor, host_, extension_),
-          files_(executor, host_, drawings_, folders(command, place), command.pictures),
+          files_(executor, host_, drawings_, folders(command, place.claim()), command.pictures),
           socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
                   socketOptions(command)),
-          notifications_(executor, place.folder(), wantsNotifications(command)),
+          notifications_(executor, place.claim().address().folder, wantsNotifications(command)),
           signals_(signals),
           end_(executor, asio::steady_timer::time_point::max()),
-          place_(place),
-          guard_(executor, {place.lockFile()}, [this](std::size_t) { endWithoutPlace(); }) {
+          claim_(place.claim()),
+          guard_(executor, {claim_.lockFile()}, [this](std::size_t) { endWithoutPlace(); }) {
         observation_ = host_.observe(
             [this](const LiveState& state, LiveHost::Change change) { notifications_.take(state, change); });
     }
 
     asio::awaitable<void> run() {
         // It may have been lost before it was guarded.
-        if (!place_.isHeld()) co_return;
+        if (!claim_.isHeld()) co_return;
         const auto endWith = [this](const std::exception_ptr& failure) {
             failure_ = failure;
             end();
@@ -133,7 +136,7 @@ class Household {
     }
 
     void endWithoutPlace() {
-        if (!place_.isHeld()) end();
+        if (!claim_.isHeld()) end();
     }
 
     void end() {
@@ -160,7 +163,7 @@ class Household {
     LiveHost::Observation observation_;
     Signals& signals_;
     asio::steady_timer end_;
-    const HostPlace& place_;
+    const HostClaim& claim_;
     /// Without its place no reader finds it, and another may begin.
     platform::FileWatcher guard_;
     bool isOver_ = false;

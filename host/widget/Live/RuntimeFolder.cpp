@@ -2,40 +2,19 @@
 
 #include "host/widget/Live/RuntimeFolder.hpp"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <functional>
-#include <memory>
 #include <system_error>
 #include <utility>
-#include <vector>
 
-#include "host/protocol/PictureFile.hpp"
+#include "host/protocol/HostFiles.hpp"
 #include "platform/Files/FileReplacement.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 
 namespace host {
-
-namespace {
-
-constexpr std::string_view temporaryEnding = ".tmp";
-
-std::string temporaryName(const std::string& name) {
-    return "." + name + std::string(temporaryEnding);
-}
-
-/// As PictureFile names them: a person's own pictures may lie beside them.
-bool isOurs(std::string_view name) {
-    if (name.starts_with('.') && name.ends_with(temporaryEnding))
-        name = name.substr(1, name.size() - 1 - temporaryEnding.size());
-    return name == RuntimeFolder::entryName || name == RuntimeFolder::stateName ||
-           name == RuntimeFolder::textName || PictureFile::isName(name);
-}
-
-}  // namespace
 
 RuntimeFolder::RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice)
     : path_(std::move(path)), folder_(std::move(folder)), onNotice_(std::move(onNotice)) {}
@@ -47,7 +26,7 @@ RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNo
     if (!folder.isOpen())
         throw std::system_error(error ? error.value() : errno, std::generic_category(),
                                 "cannot use the folder " + path.string());
-    removeLeftovers(folder);
+    HostFiles::removeAll(folder);
     return {path, std::move(folder), std::move(onNotice)};
 }
 
@@ -61,7 +40,7 @@ bool RuntimeFolder::write(const std::string& name, std::string_view bytes) {
     const auto found = written_.find(name);
     if (found != written_.end() && found->second == content) return true;
     try {
-        platform::FileReplacement(folder_, path_ / name, temporaryName(name), bytes).commit();
+        platform::FileReplacement(folder_, path_ / name, HostFiles::temporaryName(name), bytes).commit();
         written_[name] = content;
         isFailing_ = false;
         return true;
@@ -73,17 +52,6 @@ bool RuntimeFolder::write(const std::string& name, std::string_view bytes) {
 
 void RuntimeFolder::remove(const std::string& name) {
     if (written_.erase(name) > 0) ::unlinkat(folder_, name.c_str(), 0);
-}
-
-void RuntimeFolder::removeLeftovers(const platform::Descriptor& folder) {
-    const int descriptor = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(descriptor < 0 ? nullptr : ::fdopendir(descriptor),
-                                                      ::closedir);
-    if (!listing) return;
-    std::vector<std::string> names;
-    while (const auto* each = ::readdir(listing.get()))
-        if (isOurs(each->d_name)) names.emplace_back(each->d_name);
-    for (const auto& name : names) ::unlinkat(folder, name.c_str(), 0);
 }
 
 }  // namespace host

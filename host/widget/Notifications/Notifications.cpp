@@ -18,7 +18,6 @@ using platform::TrustedFolder;
 
 namespace {
 
-constexpr const char* temporaryFileName = ".notifications.json.new";
 // Ten packages with all that can be told of them take a tenth of it.
 constexpr std::size_t longestMemory = 65536;
 
@@ -105,7 +104,9 @@ void Notifications::save() const {
     try {
         const auto folder = TrustedFolder::make(folder_);
         const auto text = platform::JSONSerialization::dataWithJSONObject(rules_.memory());
-        platform::FileReplacement(folder.descriptor(), folder_ / fileName, temporaryFileName, text).commit();
+        platform::FileReplacement(folder.descriptor(), folder_ / fileName,
+                                  HostClaim::notificationsTemporaryName, text)
+            .commit();
     } catch (const platform::FileError& error) {
         complain(error);
     }
