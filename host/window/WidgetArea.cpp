@@ -24,7 +24,9 @@ using Context = Cairo::RefPtr<Cairo::Context>;
 
 constexpr double groundRadius = 22;
 constexpr double ringWidth = 2;
-constexpr double ringRadius = 8;
+constexpr double ringRadius = 12;
+/// In points: as far as a ring stands off what it is around, where there is room.
+constexpr double ringDistance = 7;
 
 void addRoundedRectangle(const Context& context, drawing::Rect frame, double radius) {
     constexpr double quarter = std::numbers::pi / 2;
@@ -37,20 +39,31 @@ void addRoundedRectangle(const Context& context, drawing::Rect frame, double rad
     context->close_path();
 }
 
-/// Light on dark, so that it shows on whatever is drawn.
-void drawRing(const Context& context, drawing::Size size) {
+drawing::Size sizeOf(const Gtk::Widget& widget) {
+    return {double(widget.get_allocated_width()), double(widget.get_allocated_height())};
+}
+
+/// Two colours, so that it shows on whatever is drawn.
+void drawRing(const Context& context, const Gtk::Widget& widget) {
+    const auto size = sizeOf(widget);
+    const bool isWhole = size == sizeOf(*widget.get_parent());
     const drawing::Rect whole = {{0, 0}, size};
     context->set_line_width(ringWidth);
-    addRoundedRectangle(context, whole.insetBy(ringWidth / 2), ringRadius);
+    const double radius = isWhole ? groundRadius - ringWidth : ringRadius;
+    addRoundedRectangle(context, whole.insetBy(ringWidth / 2), radius);
     context->set_source_rgb(0.10, 0.37, 0.80);
     context->stroke();
-    addRoundedRectangle(context, whole.insetBy(ringWidth * 1.5), ringRadius - ringWidth);
+    addRoundedRectangle(context, whole.insetBy(ringWidth * 1.5), radius - ringWidth);
     context->set_source_rgb(1, 1, 1);
     context->stroke();
 }
 
-drawing::Size sizeOf(const Gtk::Widget& widget) {
-    return {double(widget.get_allocated_width()), double(widget.get_allocated_height())};
+drawing::Rect withRoomForRing(drawing::Rect frame, drawing::Size window) {
+    const auto wide = frame.insetBy(-ringDistance);
+    const double left = std::max(wide.left(), 0.0);
+    const double top = std::max(wide.top(), 0.0);
+    return {{left, top},
+            {std::min(wide.right(), window.width) - left, std::min(wide.bottom(), window.height) - top}};
 }
 
 /// Leaves the pointer to the window, which drags and clicks.
@@ -73,7 +86,7 @@ class SpotLink : public Gtk::LinkButton {
         ::gdk_window_set_pass_through(::gtk_button_get_event_window(Gtk::Button::gobj()), TRUE);
     }
     bool on_draw(const Context& context) override {
-        if (has_visible_focus()) drawRing(context, sizeOf(*this));
+        if (has_visible_focus()) drawRing(context, *this);
         return true;
     }
 
@@ -100,7 +113,7 @@ class SpotText : public Gtk::DrawingArea {
 
   protected:
     bool on_draw(const Context& context) override {
-        if (has_visible_focus()) drawRing(context, sizeOf(*this));
+        if (has_visible_focus()) drawRing(context, *this);
         return true;
     }
 };
@@ -141,10 +154,13 @@ void WidgetArea::setSpots(const WidgetContent& content) {
     const auto focused = focusedLink();
     widgets_.clear();
     spots_ = content;
+    const drawing::Point inset = {family().inset.width, family().inset.height};
     for (const auto& spot : spots_) {
         auto widget = spotWidget(spot);
-        put(*widget, static_cast<int>(std::round(spot.frame.left() + family().inset.width)),
-            static_cast<int>(std::round(spot.frame.top() + family().inset.height)));
+        const auto place = withRoomForRing({spot.frame.origin + inset, spot.frame.size}, size());
+        widget->set_size_request(static_cast<int>(std::round(place.size.width)),
+                                 static_cast<int>(std::round(place.size.height)));
+        put(*widget, static_cast<int>(std::round(place.left())), static_cast<int>(std::round(place.top())));
         widget->show();
         if (focused && spot.link == focused) widget->grab_focus();
         widgets_.push_back(std::move(widget));
@@ -157,8 +173,6 @@ std::unique_ptr<Gtk::Widget> WidgetArea::spotWidget(const WidgetSpot& spot) cons
         widget = std::make_unique<SpotLink>(*spot.link, onActivate_);
     else
         widget = std::make_unique<SpotText>();
-    widget->set_size_request(static_cast<int>(std::round(spot.frame.size.width)),
-                             static_cast<int>(std::round(spot.frame.size.height)));
     widget->get_accessible()->set_role(spot.link ? Atk::ROLE_LINK : Atk::ROLE_LABEL);
     widget->get_accessible()->set_name(spot.words);
     return widget;

@@ -140,6 +140,8 @@ void WidgetWindow::appear() {
     if (std::exchange(hasAppeared_, true)) return;
     stand();
     show();
+    // The first Tab leads to the first link.
+    unset_focus();
     // Some window managers look at a place only once there is a window.
     stand();
 }

@@ -11,8 +11,8 @@ namespace {
 
 /// In points: as far in as a pointer takes hold of an edge, less than any drawing's margin.
 constexpr double edgeReach = 6;
-/// Along an edge, as far as its corner reaches.
-constexpr double cornerReach = 16;
+/// As far as a corner reaches along both of its edges.
+constexpr double cornerReach = 14;
 
 double distanceBetween(drawing::Size first, drawing::Size second) {
     return std::hypot(first.width - second.width, first.height - second.height);
@@ -36,14 +36,14 @@ WindowEdges edgesAt(drawing::Point point, drawing::Size window) {
     const double right = window.width - point.x;
     const double top = point.y;
     const double bottom = window.height - point.y;
-    const double nearest = std::min({left, right, top, bottom});
-    if (nearest < 0 || nearest >= edgeReach) return {};
-    // A corner is easier to hit than the place where two edges meet.
-    const auto isHeld = [](double near, double far) { return near < std::min(cornerReach, far); };
-    return {.left = isHeld(left, right),
-            .right = isHeld(right, left),
-            .top = isHeld(top, bottom),
-            .bottom = isHeld(bottom, top)};
+    if (std::min({left, right, top, bottom}) < 0) return {};
+    // The corners themselves are cut off: each is taken hold of where it is round.
+    const bool isInCorner = std::min(left, right) < cornerReach && std::min(top, bottom) < cornerReach;
+    const double reach = isInCorner ? cornerReach : edgeReach;
+    return {.left = left <= right && left < reach,
+            .right = right < left && right < reach,
+            .top = top <= bottom && top < reach,
+            .bottom = bottom < top && bottom < reach};
 }
 
 drawing::Size draggedSize(drawing::Size size, WindowEdges edges, drawing::Point by) {
