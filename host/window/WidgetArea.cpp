@@ -43,27 +43,32 @@ drawing::Size sizeOf(const Gtk::Widget& widget) {
     return {double(widget.get_allocated_width()), double(widget.get_allocated_height())};
 }
 
-/// Two colours, so that it shows on whatever is drawn.
-void drawRing(const Context& context, const Gtk::Widget& widget) {
-    const auto size = sizeOf(widget);
-    const bool isWhole = size == sizeOf(*widget.get_parent());
-    const drawing::Rect whole = {{0, 0}, size};
-    context->set_line_width(ringWidth);
-    const double radius = isWhole ? groundRadius - ringWidth : ringRadius;
-    addRoundedRectangle(context, whole.insetBy(ringWidth / 2), radius);
-    context->set_source_rgb(0.10, 0.37, 0.80);
-    context->stroke();
-    addRoundedRectangle(context, whole.insetBy(ringWidth * 1.5), radius - ringWidth);
-    context->set_source_rgb(1, 1, 1);
-    context->stroke();
-}
-
 drawing::Rect withRoomForRing(drawing::Rect frame, drawing::Size window) {
     const auto wide = frame.insetBy(-ringDistance);
     const double left = std::max(wide.left(), 0.0);
     const double top = std::max(wide.top(), 0.0);
     return {{left, top},
             {std::min(wide.right(), window.width) - left, std::min(wide.bottom(), window.height) - top}};
+}
+
+drawing::Size sizeOf(const Gtk::Widget& widget) {
+    return {double(widget.get_allocated_width()), double(widget.get_allocated_height())};
+}
+
+/// Two colours, so that it shows on whatever is drawn. Around the whole window it stands within the outline.
+void drawRing(const Context& context, const Gtk::Widget& widget) {
+    const auto size = sizeOf(widget);
+    const bool isWhole = size == sizeOf(*widget.get_parent());
+    const double distance = isWhole ? 4 : ringWidth / 2;
+    const double radius = isWhole ? groundRadius - distance : ringRadius;
+    const drawing::Rect whole = {{0, 0}, size};
+    context->set_line_width(ringWidth);
+    addRoundedRectangle(context, whole.insetBy(distance), radius);
+    context->set_source_rgb(0.10, 0.37, 0.80);
+    context->stroke();
+    addRoundedRectangle(context, whole.insetBy(distance + ringWidth), radius - ringWidth);
+    context->set_source_rgb(1, 1, 1);
+    context->stroke();
 }
 
 /// Leaves the pointer to the window, which drags and clicks.
