@@ -27,6 +27,7 @@
 #include "host/widget/Readers/ShowLive.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "host/widget/SignedOutReason.hpp"
+#include "host/widget/SurfaceProgram.hpp"
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalView.hpp"
@@ -37,6 +38,7 @@
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/LinuxSystemEvents.hpp"
 #include "platform/SystemEvents/RealTimeClock.hpp"
+#include "widget/SupportedFamilies.hpp"
 
 namespace {
 
@@ -409,6 +411,22 @@ void addBarCommand(const platform::Command& app, BarOptions& options) {
     command.action([&options] { throw platform::ExitStatus(barCommand(options).run()); });
 }
 
+void addWindowCommand(const platform::Command& app, std::string& family) {
+    const auto command = app.subcommand("window", "Show the widget on the desktop, in a window kept current");
+    std::vector<std::string> families;
+    for (const auto each : widget::supportedFamilies) families.emplace_back(platform::description(each));
+    command
+        .option("--family", family,
+                "The family it begins in; without it the one that was shown last, at first systemMedium")
+        .oneOf(families);
+    command.footer("Example:\n  vela-widget window --family systemLarge");
+    command.action([&family] {
+        std::vector<std::string> arguments;
+        if (!family.empty()) arguments = {"--family", family};
+        host::become({.name = "vela-widget-window", .package = "vela-widget-gtk"}, std::move(arguments));
+    });
+}
+
 void addReloadCommand(const platform::Command& app) {
     const auto command = app.subcommand("reload", "Have the live host ask the server now");
     command.footer("Example:\n  vela-widget reload");
@@ -456,6 +474,8 @@ int runProgram(int count, const char* const* arguments) {
     RunOptions runOptions;
     addRunCommand(app, runOptions);
     addReloadCommand(app);
+    std::string windowFamily;
+    addWindowCommand(app, windowFamily);
     BarOptions barOptions;
     addBarCommand(app, barOptions);
     host::SetupTarget setupTarget = {};
