@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/reader/LiveRemark.hpp"
 #include "host/reader/TerminalText.hpp"
-#include "host/widget/Readers/LiveTerminalView.hpp"
 #include "presentation/DeepLink.hpp"
 #include "presentation/Wording.hpp"
 

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "host/reader/Markup.hpp"
 #include "host/reader/TerminalText.hpp"
-#include "host/widget/Markup.hpp"
 #include "platform/Log/Logger.hpp"
 
 namespace host {
