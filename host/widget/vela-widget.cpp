@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <map>
@@ -408,6 +409,25 @@ void addBarCommand(const platform::Command& app, BarOptions& options) {
     command.action([&options] { throw platform::ExitStatus(barCommand(options).run()); });
 }
 
+/// Surfaces with libraries of their own are programs of their own, beside this one.
+[[noreturn]] void become(const std::string& name, std::vector<std::string> arguments) {
+    const auto program = platform::executablePath().parent_path() / name;
+    arguments.insert(arguments.begin(), name);
+    std::vector<char*> words;
+    for (auto& argument : arguments) words.push_back(argument.data());
+    words.push_back(nullptr);
+    ::execv(program.c_str(), words.data());
+    throw std::system_error(errno, std::generic_category(), "cannot start " + program.string());
+}
+
+void addServeCommand(const platform::Command& app, std::uint16_t& port) {
+    const auto command = app.subcommand(
+        "serve", "Show the widget in the browser: a page on this machine's loopback, kept current");
+    command.option("--port", port, "The page's port; without it, a free one");
+    command.footer("Example:\n  vela-widget serve\n  vela-widget serve --port 8123");
+    command.action([&port] { become("vela-widget-page", {"--port", std::to_string(port)}); });
+}
+
 void addReloadCommand(const platform::Command& app) {
     const auto command = app.subcommand("reload", "Have the live host ask the server now");
     command.footer("Example:\n  vela-widget reload");
@@ -455,6 +475,8 @@ int runProgram(int count, const char* const* arguments) {
     RunOptions runOptions;
     addRunCommand(app, runOptions);
     addReloadCommand(app);
+    std::uint16_t pagePort = 0;
+    addServeCommand(app, pagePort);
     BarOptions barOptions;
     addBarCommand(app, barOptions);
     host::SetupTarget setupTarget = {};
