@@ -171,7 +171,7 @@
         const current = new EventSource('events');
         stream = current;
         current.addEventListener('state', event => take(JSON.parse(event.data)));
-        current.addEventListener('beat', alive);
+        current.addEventListener('beat', () => { alive(); refresh(); });
         current.addEventListener('error', () => {
             lost();
             if (current.readyState === EventSource.CLOSED) retry = setTimeout(follow, retryAfter);

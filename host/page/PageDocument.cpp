@@ -103,7 +103,7 @@ std::string drawnFamily(const PageContents& contents, WidgetFamily family) {
 /// The same bar as the widget's, in the page's own colours.
 std::string progressBar(float progress) {
     const auto percent = std::to_string(std::lround(100 * std::clamp(progress, 0.0F, 1.0F)));
-    return "<svg class=\"progress\" viewBox=\"0 0 100 4\" preserveAspectRatio=\"none\" aria-hidden=\"true\">"
+    return "<svg class=\"progress\" viewBox=\"0 0 100 4\" preserveAspectRatio=\"none\">"
            "<rect class=\"track\" width=\"100\" height=\"4\"/><rect class=\"done\" width=\"" +
            percent + "\" height=\"4\"/></svg>";
 }
@@ -114,15 +114,18 @@ std::string linkAttribute(const platform::URL& link) {
     return isOpened ? " href=\"" + markup(link.absoluteString()) + "\" rel=\"noreferrer\"" : "";
 }
 
+std::string line(std::string_view kind, std::string_view text) {
+    return "<span class=\"" + std::string(kind) + "\" dir=\"auto\">" + markup(text) + "</span>";
+}
+
+/// A sentence for who hears it, and for who sees it the lines that say the same.
 std::string listed(const presentation::Package& package) {
     const auto status = package.statusText();
-    std::string text = "<li><a" + linkAttribute(package.deepLinkingUrl()) + " aria-label=\"" +
-                       markup(presentation::spoken(package)) + "\"><span class=\"name\" dir=\"auto\">" +
-                       markup(package.shopName()) + "</span><span class=\"primary\" dir=\"auto\">" +
-                       markup(status.primary) + "</span>";
-    if (status.secondary)
-        text += "<span class=\"secondary\" dir=\"auto\">" + markup(*status.secondary) + "</span>";
-    return text + progressBar(package.progress()) + "</a></li>\n";
+    return "<li><a" + linkAttribute(package.deepLinkingUrl()) + "><span class=\"spoken\">" +
+           markup(presentation::spoken(package)) + "</span><span class=\"seen\" aria-hidden=\"true\">" +
+           line("name", package.shopName()) + line("primary", status.primary) +
+           (status.secondary ? line("secondary", *status.secondary) : "") + progressBar(package.progress()) +
+           "</span></a></li>\n";
 }
 
 std::string listOfPackages(const LiveState& state) {
