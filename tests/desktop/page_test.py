@@ -180,7 +180,7 @@ class PageInFirefox(unittest.TestCase):
             browser.sees(f"{LISTED} === 10", "ten packages")
             browser.resize(320, 800)
             self.assertEqual(browser.script("return innerWidth"), 320)
-            self.assertEqual(browser.script("return document.documentElement.scrollWidth"), 320)
+            self.assertTrue(browser.script("return document.documentElement.scrollWidth <= innerWidth"))
             keep(browser.picture(), "page-firefox-320-dark")
 
     def test_the_keyboard_reaches_everything_and_opens_a_package(self):
