@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <map>
@@ -427,6 +428,16 @@ void addWindowCommand(const platform::Command& app, std::string& family) {
     });
 }
 
+void addServeCommand(const platform::Command& app, std::uint16_t& port) {
+    const auto command = app.subcommand(
+        "serve", "Show the widget in the browser: a page on this machine's loopback, kept current");
+    command.option("--port", port, "The page's port; without it, a free one");
+    command.footer("Example:\n  vela-widget serve\n  vela-widget serve --port 8123");
+    command.action([&port] {
+        host::become({.name = "vela-widget-page", .package = "vela-widget"}, {"--port", std::to_string(port)});
+    });
+}
+
 void addReloadCommand(const platform::Command& app) {
     const auto command = app.subcommand("reload", "Have the live host ask the server now");
     command.footer("Example:\n  vela-widget reload");
@@ -476,6 +487,8 @@ int runProgram(int count, const char* const* arguments) {
     addReloadCommand(app);
     std::string windowFamily;
     addWindowCommand(app, windowFamily);
+    std::uint16_t pagePort = 0;
+    addServeCommand(app, pagePort);
     BarOptions barOptions;
     addBarCommand(app, barOptions);
     host::SetupTarget setupTarget = {};
