@@ -8,6 +8,7 @@
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/LiveCoding.hpp"
 #include "host/widget/JSONLine.hpp"
+#include "host/widget/Panel/PanelContent.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
 #include "platform/Asio/Coroutines.hpp"
 
@@ -81,6 +82,7 @@ void PublishedFiles::writeTexts(LiveHost::Change change) {
         write(RuntimeFolder::entryName, jsonLine(entryObject(state.entry)), change);
     }
     write(RuntimeFolder::stateName, jsonLine(stateWithoutEntry(state)), change);
+    write(RuntimeFolder::panelName, jsonLine(panelObject(state, platform::Date::now())), change);
     write(RuntimeFolder::textName, liveTerminalView(state, TerminalStyle(), platform::Date::now()), change);
 }
 

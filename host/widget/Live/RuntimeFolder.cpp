@@ -47,7 +47,7 @@ bool isOurs(std::string_view name) {
     if (name.starts_with('.') && name.ends_with(temporaryEnding))
         name = name.substr(1, name.size() - 1 - temporaryEnding.size());
     return name == RuntimeFolder::entryName || name == RuntimeFolder::stateName ||
-           name == RuntimeFolder::textName || isPictureName(name);
+           name == RuntimeFolder::textName || name == RuntimeFolder::panelName || isPictureName(name);
 }
 
 }  // namespace

@@ -24,6 +24,7 @@ class RuntimeFolder {
     static constexpr const char* entryName = "entry.json";
     static constexpr const char* stateName = "state.json";
     static constexpr const char* textName = "widget.txt";
+    static constexpr const char* panelName = "panel.json";
 
     /// An open folder; files of ours that it has from before are taken for unknown.
     RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice);
