@@ -2,15 +2,16 @@
 
 /* exported panelFrom, unknownPanel */
 
-// What the live host has for a panel, as it wrote it: `panel.json`. Pure functions.
+// What the live host has for a panel: `panel.json`, and what `vela-widget panel` prints. Pure functions, in what all
+// shells' languages have in common.
 
 const mostPackages = 20;
 const link = /^velaapp:\/\/[\x21-\x7E]{1,2000}$/;
 
 /// While nothing is known.
 var unknownPanel = Object.freeze({
-    barClass: 'placeholder', hasTrouble: false, isStale: false, link: null, packages: [], remark: null, shortText: '',
-    spoken: 'Vela', text: '',
+    barClass: 'placeholder', hasTrouble: false, isStale: false, link: null, packages: [], picture: null,
+    remark: null, shortText: '', spoken: 'Vela', text: '', tooltip: '', version: null,
 });
 
 /// Null for what is no such text.
@@ -24,9 +25,12 @@ function panelFrom(text) {
             link: linkOf(object.link),
             packages: object.packages.slice(0, mostPackages).map(packageOf),
             remark: object.remark === null ? null : textOf(object.remark),
+            picture: pictureOf(object.picture),
             shortText: textOf(object.shortText),
             spoken: textOf(object.spoken),
             text: textOf(object.text),
+            tooltip: textOf(object.tooltip),
+            version: typeof object.version === 'string' ? object.version : null,
         };
     } catch (failure) {
         return null;
@@ -41,6 +45,10 @@ function textOf(value) {
     if (typeof value !== 'string')
         throw new TypeError('a text is missing');
     return value;
+}
+
+function pictureOf(value) {
+    return typeof value === 'string' && value.startsWith('data:image/png;base64,') ? value : null;
 }
 
 function linkOf(value) {
