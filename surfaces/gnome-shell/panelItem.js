@@ -8,6 +8,7 @@ const {Clutter, Cogl, Gio, GObject, Pango, St} = imports.gi;
 const Me = imports.misc.extensionUtils.getCurrentExtension();
 const PanelMenu = imports.ui.panelMenu;
 const PopupMenu = imports.ui.popupMenu;
+const {ensureActorVisibleInScrollView} = imports.misc.util;
 const {unknownPanel} = Me.imports.panel;
 
 /// Points of the medium widget.
@@ -23,6 +24,7 @@ class VelaPictureItem extends PopupMenu.PopupBaseMenuItem {
         this.add_child(this._picture);
         this.add_child(this._words);
         this.label_actor = null;
+        this.setOrnament(PopupMenu.Ornament.HIDDEN);
     }
 
     setContent(panel, picture, scaleFactor) {
@@ -65,10 +67,21 @@ var PanelItem = GObject.registerClass({
         this.menu.addMenuItem(this._pictureItem);
         this._remark = new PopupMenu.PopupMenuItem('', {reactive: false, can_focus: false, style_class: 'vela-remark'});
         this.menu.addMenuItem(this._remark);
-        this._others = new PopupMenu.PopupMenuSection();
-        this.menu.addMenuItem(this._others);
+        this._remark.setOrnament(PopupMenu.Ornament.HIDDEN);
+        this._makeOthers();
         this.menu.addMenuItem(new PopupMenu.PopupSeparatorMenuItem());
-        this.menu.addAction('Reload', () => this.emit('reload'));
+        const reload = this.menu.addAction('Reload', () => this.emit('reload'));
+        reload.setOrnament(PopupMenu.Ornament.HIDDEN);
+    }
+
+    /// The packages that the picture has no room for; a small monitor has none for all of them either.
+    _makeOthers() {
+        this._others = new PopupMenu.PopupMenuSection();
+        this._view = new St.ScrollView({style_class: 'vela-packages', hscrollbar_policy: St.PolicyType.NEVER});
+        this._view.add_actor(this._others.actor);
+        const section = new PopupMenu.PopupMenuSection();
+        section.actor.add_child(this._view);
+        this.menu.addMenuItem(section);
     }
 
     /// The panel's content, the picture as a GdkPixbuf, or null, and pixels of the stage to a point.
@@ -98,9 +111,14 @@ var PanelItem = GObject.registerClass({
             this._pictureItem.grab_key_focus();
         this._others.removeAll();
         for (const {link, spoken, text} of packages) {
-            const item = this._others.addAction(text, () => this._activateLink(link));
+            const item = this._others.addAction(text, () => {
+                this.menu.close();
+                this._activateLink(link);
+            });
+            item.setOrnament(PopupMenu.Ornament.HIDDEN);
             item.label_actor = null;
             item.accessible_name = spoken;
+            item.connect('key-focus-in', () => ensureActorVisibleInScrollView(this._view, item));
         }
     }
 

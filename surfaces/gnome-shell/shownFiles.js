@@ -76,7 +76,7 @@ var ShownFiles = class {
 
     async _panel(cancellable) {
         const bytes = await this._bytes('panel.json', longestPanel, cancellable);
-        return bytes && panelFrom(ByteArray.toString(bytes.toArray()));
+        return bytes && panelFrom(textOf(bytes.toArray()));
     }
 
     async _picture(cancellable) {
@@ -115,6 +115,15 @@ var ShownFiles = class {
         }
     }
 };
+
+/// Empty for bytes that are no text.
+function textOf(bytes) {
+    try {
+        return ByteArray.toString(bytes);
+    } catch (failure) {
+        return '';
+    }
+}
 
 async function wholeOf(stream, longest, cancellable) {
     const parts = [];

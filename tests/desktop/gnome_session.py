@@ -4,7 +4,6 @@
 
 import json
 import os
-import signal
 import subprocess
 import time
 from pathlib import Path
@@ -41,9 +40,8 @@ class GnomeSession:
                                     "--virtual-monitor", f"{size[0]}x{size[1]}")
         eventually(lambda: self._answer("1 + 1") == "2", "the shell")
         eventually(lambda: self.eval(f"!!{ITEM}"), "the item in the panel")
-        # It begins in the overview.
-        self.eval("Main.overview.hide()")
-        eventually(lambda: not self.eval("Main.overview.visible || Main.overview.animationInProgress"), "the desktop")
+        # It begins in the overview, which is not left while it is being shown.
+        eventually(lambda: self.eval("Main.overview.hide(); !Main.overview.visible"), "the desktop")
 
     def _enable(self):
         settings = self.person.folder / "config" / "glib-2.0" / "settings"
@@ -82,7 +80,55 @@ class GnomeSession:
     def text(self):
         return self.eval(f"{ITEM}._text.text")
 
+    def open_menu(self):
+        self.click(ITEM)
+        eventually(lambda: self.eval(f"{ITEM}.menu.isOpen"), "the popover")
+
+    def click(self, actor):
+        """With a pointer of the shell's own, in the middle of the actor."""
+        self.eval(f"const [x, y] = {actor}.get_transformed_position();"
+                  f"const [width, height] = {actor}.get_transformed_size();"
+                  f"{self._device('POINTER')}"
+                  "device.notify_absolute_motion(0, x + width / 2, y + height / 2); null")
+        # Where the pointer is, is known with the next frame.
+        time.sleep(0.2)
+        for state in ("PRESSED", "RELEASED"):
+            self.eval(f"{self._device('POINTER')}"
+                      f"device.notify_button(0, Clutter.BUTTON_PRIMARY, Clutter.ButtonState.{state}); null")
+
+    def press(self, key):
+        """A key by its name, such as Down."""
+        for state in ("PRESSED", "RELEASED"):
+            self.eval(f"{self._device('KEYBOARD')}"
+                      f"device.notify_keyval(0, Clutter.KEY_{key}, Clutter.KeyState.{state}); null")
+
+    @staticmethod
+    def _device(kind):
+        return ("const Clutter = imports.gi.Clutter; global.testDevices ??= {};"
+                f"const device = (global.testDevices.{kind} ??= Clutter.get_default_backend().get_default_seat()"
+                f".create_virtual_device(Clutter.InputDeviceType.{kind}_DEVICE));")
+
+    def descriptors(self, kind):
+        """How many of the shell's descriptors are of that kind, as /proc names it."""
+        links = []
+        for each in Path(f"/proc/{self.process.pid}/fd").iterdir():
+            try:
+                links.append(os.readlink(each))
+            except OSError:
+                continue
+        return sum(kind in link for link in links)
+
+    def file_watches(self):
+        """What the kernel watches for the shell."""
+        count = 0
+        for each in Path(f"/proc/{self.process.pid}/fdinfo").iterdir():
+            try:
+                count += each.read_text().count("inotify wd:")
+            except OSError:
+                continue
+        return count
+
     def complaints(self):
         """What the shell logged of our code."""
         log = (self.person.folder / "gnome-shell.log").read_text(errors="replace")
-        return [line for line in log.splitlines() if "vela" in line.lower() and "Scope:" not in line]
+        return [line for line in log.splitlines() if UUID in line or "Vela:" in line]

@@ -77,9 +77,7 @@ struct ContentOfState {
     BarContent operator()(const widget::NotLoggedIn&) const {
         return {.barClass = BarClass::signedOut,
                 .words = std::string(Wording::signInToTheApp),
-                .moreWords = std::string(Wording::whySignIn),
-                // As a widget without a link of its own does: it opens the app.
-                .link = presentation::DeepLink::homeOrders().absoluteString()};
+                .moreWords = std::string(Wording::whySignIn)};
     }
     BarContent operator()(const widget::NoPackages&) const {
         return {.barClass = BarClass::noPackages,

@@ -9,6 +9,7 @@
 #include "host/reader/TerminalText.hpp"
 #include "host/widget/Bar/BarContent.hpp"
 #include "host/widget/Bar/BarText.hpp"
+#include "presentation/DeepLink.hpp"
 #include "presentation/SpokenPackage.hpp"
 
 namespace host {
@@ -18,7 +19,7 @@ namespace json = boost::json;
 namespace {
 
 /// A line of a menu, and of a tooltip.
-constexpr std::size_t lineColumns = 60;
+constexpr std::size_t lineColumns = 44;
 /// More than anybody listens to.
 constexpr std::size_t spokenColumns = 400;
 
@@ -49,6 +50,12 @@ json::array packageArray(const BarContent& content, const LiveState& state) {
     return packages;
 }
 
+/// Where the widget as a whole leads. Without a link of its own it opens the app.
+std::string linkOf(const BarContent& content) {
+    if (content.barClass == BarClass::signedOut) return presentation::DeepLink::homeOrders().absoluteString();
+    return content.link;
+}
+
 std::string tooltip(const BarContent& content) {
     std::string text;
     for (const auto& package : content.packages)
@@ -69,7 +76,7 @@ json::object panelObject(const LiveState& state, platform::Date now) {
     return {{"class", name(content.barClass)},
             {"hasTrouble", content.hasTrouble},
             {"isStale", content.isStale},
-            {"link", textOrNull(content.link)},
+            {"link", textOrNull(linkOf(content))},
             {"packages", std::move(packages)},
             {"percentage", package ? json::value(package->percentage) : json::value(nullptr)},
             {"remark", textOrNull(content.remark.value_or(""))},

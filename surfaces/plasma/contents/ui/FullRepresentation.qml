@@ -27,7 +27,7 @@ FocusScope {
     Layout.minimumWidth: PlasmaCore.Units.gridUnit * 10
     Layout.minimumHeight: PlasmaCore.Units.gridUnit * 7
     Layout.preferredWidth: pictureWidth + 2 * PlasmaCore.Units.smallSpacing
-    Layout.preferredHeight: picturePoints.height * pointScale + Math.max(1, others.count) * PlasmaCore.Units.gridUnit * 2
+    Layout.preferredHeight: picturePoints.height * pointScale + Math.max(1, others.count) * PlasmaCore.Units.gridUnit * 1.8
                             + PlasmaCore.Units.gridUnit * 4
     Accessible.role: Accessible.Grouping
     Accessible.name: "Vela"
