@@ -27,8 +27,8 @@ FocusScope {
     Layout.minimumWidth: PlasmaCore.Units.gridUnit * 10
     Layout.minimumHeight: PlasmaCore.Units.gridUnit * 7
     Layout.preferredWidth: pictureWidth + 2 * PlasmaCore.Units.smallSpacing
-    Layout.preferredHeight: picturePoints.height * pointScale + Math.max(1, others.count) * PlasmaCore.Units.gridUnit * 1.8
-                            + PlasmaCore.Units.gridUnit * 4
+    Layout.preferredHeight: picturePoints.height * pointScale + Math.max(1, others.count) * PlasmaCore.Units.gridUnit * 1.6
+                            + PlasmaCore.Units.gridUnit * 3
     Accessible.role: Accessible.Grouping
     Accessible.name: "Vela"
 
