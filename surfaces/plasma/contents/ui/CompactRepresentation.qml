@@ -4,6 +4,7 @@
 
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
+import org.kde.kirigami 2.20 as Kirigami
 import org.kde.plasma.components 3.0 as PlasmaComponents3
 import org.kde.plasma.core 2.0 as PlasmaCore
 import org.kde.plasma.plasmoid 2.0
@@ -39,9 +40,10 @@ MouseArea {
         anchors.fill: parent
         spacing: PlasmaCore.Units.smallSpacing
 
-        PlasmaCore.IconItem {
-            source: Qt.resolvedUrl("../icons/vela-symbolic.svg").toString().replace("file://", "")
-            colorGroup: PlasmaCore.ColorScope.colorGroup
+        Kirigami.Icon {
+            source: Qt.resolvedUrl("../icons/vela-symbolic.svg")
+            isMask: true
+            color: PlasmaCore.ColorScope.textColor
             active: item.containsMouse
             Layout.preferredWidth: PlasmaCore.Units.iconSizes.small
             Layout.preferredHeight: PlasmaCore.Units.iconSizes.small
