@@ -22,8 +22,8 @@ constexpr std::string_view temporaryEnding = ".tmp";
 bool isHostFile(std::string_view name) {
     if (name.starts_with('.') && name.ends_with(temporaryEnding))
         name = name.substr(1, name.size() - 1 - temporaryEnding.size());
-    return name == HostFiles::entry || name == HostFiles::state || name == HostFiles::text ||
-           PictureFile::isName(name);
+    return name == HostFiles::entry || name == HostFiles::state || name == HostFiles::panel ||
+           name == HostFiles::text || PictureFile::isName(name);
 }
 
 }  // namespace

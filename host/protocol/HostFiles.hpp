@@ -14,6 +14,7 @@ namespace host {
 struct HostFiles {
     static constexpr const char* entry = "entry.json";
     static constexpr const char* state = "state.json";
+    static constexpr const char* panel = "panel.json";
     static constexpr const char* text = "widget.txt";
     // Pictures are named by PictureFile.
 

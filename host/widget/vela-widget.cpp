@@ -25,6 +25,7 @@
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/Live/RunCommand.hpp"
 #include "host/widget/OneShotHost.hpp"
+#include "host/widget/Panel/PanelCommand.hpp"
 #include "host/widget/Readers/ShowLive.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "host/widget/SignedOutReason.hpp"
@@ -438,6 +439,44 @@ void addServeCommand(const platform::Command& app, std::uint16_t& port) {
     });
 }
 
+struct PanelOptions {
+    std::string family;
+    std::string scheme = "dark";
+    double scale = 2;
+    std::string after;
+};
+
+host::PanelCommand panelCommand(const PanelOptions& options) {
+    host::PanelCommand command = {.after = options.after};
+    if (options.family.empty()) return command;
+    command.picture = {
+        .family = *platform::widgetFamily(options.family),
+        .colorScheme = options.scheme == "dark" ? drawing::ColorScheme::dark : drawing::ColorScheme::light,
+        .scale = options.scale};
+    return command;
+}
+
+void addPanelCommand(const platform::Command& app, PanelOptions& options) {
+    const auto command =
+        app.subcommand("panel", "Print what the live host has for a desktop's panel, as a line of JSON");
+    const auto family =
+        command.option("--family", options.family, "With a picture of this family, as a data URL")
+            .oneOf(platform::familyNames());
+    command.option("--scheme", options.scheme, "light or dark")
+        .oneOf(std::vector<std::string>{"light", "dark"})
+        .needs(family)
+        .showsDefault();
+    command.option("--scale", options.scale, "Pixels to a point, 1 to 4")
+        .within(1.0, 4.0)
+        .needs(family)
+        .showsDefault();
+    command.option("--after", options.after,
+                   "The version of what is shown already: waits until there is something else");
+    command.footer(
+        "Example:\n  vela-widget panel\n  vela-widget panel --family systemMedium --after VERSION");
+    command.action([&options] { throw platform::ExitStatus(panelCommand(options).run()); });
+}
+
 void addReloadCommand(const platform::Command& app) {
     const auto command = app.subcommand("reload", "Have the live host ask the server now");
     command.footer("Example:\n  vela-widget reload");
@@ -491,6 +530,8 @@ int runProgram(int count, const char* const* arguments) {
     addServeCommand(app, pagePort);
     BarOptions barOptions;
     addBarCommand(app, barOptions);
+    PanelOptions panelOptions;
+    addPanelCommand(app, panelOptions);
     host::SetupTarget setupTarget = {};
     addSetupCommand(app, setupTarget);
     host::DoctorCommand doctor;

@@ -9,6 +9,7 @@
 #include "host/protocol/HostFiles.hpp"
 #include "host/protocol/LiveCoding.hpp"
 #include "host/widget/JSONLine.hpp"
+#include "host/widget/Panel/PanelContent.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
 #include "platform/Asio/Coroutines.hpp"
 
@@ -82,6 +83,7 @@ void PublishedFiles::writeTexts(LiveHost::Change change) {
         write(HostFiles::entry, jsonLine(entryObject(state.entry)), change);
     }
     write(HostFiles::state, jsonLine(stateWithoutEntry(state)), change);
+    write(HostFiles::panel, jsonLine(panelObject(state, platform::Date::now())), change);
     write(HostFiles::text, liveTerminalView(state, TerminalStyle(), platform::Date::now()), change);
 }
 
