@@ -275,6 +275,7 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
         .option("--entry", options.entry,
                 "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
                 "a fresh snapshot where it is not given")
+        .named("FILE")
         .checked(checkedEntry, "");
     command
         .option("--format", options.format,
@@ -293,6 +294,7 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
     command
         .option("--output", options.output,
                 "The file to write, - for standard output; a folder where several are drawn")
+        .named("FILE")
         .checked(checkedOutput, "")
         .required();
     command.footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
@@ -345,6 +347,7 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
         .option("--output", options.output,
                 "A folder that holds the entry, its text and pictures as files, each written when it "
                 "changes; beside $XDG_RUNTIME_DIR/vela-widget, which always does")
+        .named("FOLDER")
         .checked(checkedOutput, "");
     command
         .option("--family", options.families,
@@ -357,6 +360,7 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
     command
         .option("--idle-exit", options.idleExit,
                 "End after so many seconds without readers, 1 to 86400; without it, never")
+        .named("SECONDS")
         .within(1.0, 86'400.0);
     command.flag("--notify", options.notifies,
                  "Show a desktop notification when a package comes near, arrives or needs you; without it, "
