@@ -129,7 +129,7 @@ std::optional<Descriptor> HostPlace::handedDownSocket() {
     return Descriptor(firstHandedDown);
 }
 
-HostPlace HostPlace::claim(const HostAddress& address, std::optional<Descriptor> listening) {
+HostPlace HostPlace::locked(const HostAddress& address) {
     std::optional<Descriptor> folder;
     std::optional<Descriptor> lock;
     const bool isHad = patienceWithHost.suffices([&] {
@@ -149,7 +149,11 @@ HostPlace HostPlace::claim(const HostAddress& address, std::optional<Descriptor>
                              (holder.empty() ? "" : ", process " + holder) +
                              "; vela-widget reload reaches it");
     }
-    HostPlace place(address, *std::move(folder), *std::move(lock));
+    return {address, *std::move(folder), *std::move(lock)};
+}
+
+HostPlace HostPlace::claim(const HostAddress& address, std::optional<Descriptor> listening) {
+    auto place = locked(address);
     place.removeLeftovers();
     if (listening) {
         place.socket_ = *std::move(listening);
@@ -157,10 +161,24 @@ HostPlace HostPlace::claim(const HostAddress& address, std::optional<Descriptor>
     } else {
         place.listen();
     }
-    // Said once it listens: who reads it here can ask it.
-    const auto pid = std::to_string(::getpid()) + "\n";
-    if (::ftruncate(place.lock_, 0) == 0) platform::writeAll(place.lock_, pid);
+    place.sayWhoseItIs();
     return place;
+}
+
+HostPlace HostPlace::inherit(const HostAddress& address, Descriptor listening, bool ownsSocket) {
+    if (!listensLocally(listening))
+        throw HostPlaceError("what was left to the live host is no local socket that listens");
+    auto place = locked(address);
+    place.socket_ = std::move(listening);
+    place.isHandedDown_ = !ownsSocket;
+    place.sayWhoseItIs();
+    return place;
+}
+
+/// Said once it listens: who reads it here can ask it.
+void HostPlace::sayWhoseItIs() const {
+    const auto pid = std::to_string(::getpid()) + "\n";
+    if (::ftruncate(lock_, 0) == 0) platform::writeAll(lock_, pid);
 }
 
 bool HostPlace::isHeld() const {

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <system_error>
 #include <utility>
@@ -50,20 +51,48 @@ bool isOurs(std::string_view name) {
            name == RuntimeFolder::textName || isPictureName(name);
 }
 
-}  // namespace
-
-RuntimeFolder::RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice)
-    : path_(std::move(path)), folder_(std::move(folder)), onNotice_(std::move(onNotice)) {}
-
-RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNotice) {
+platform::Descriptor madeFolder(const std::filesystem::path& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);
     platform::Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen())
         throw std::system_error(error ? error.value() : errno, std::generic_category(),
                                 "cannot use the folder " + path.string());
+    return folder;
+}
+
+std::vector<std::string> ourFilesIn(const platform::Descriptor& folder) {
+    const int descriptor = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(descriptor < 0 ? nullptr : ::fdopendir(descriptor),
+                                                      ::closedir);
+    std::vector<std::string> names;
+    if (!listing) return names;
+    while (const auto* each = ::readdir(listing.get()))
+        if (isOurs(each->d_name)) names.emplace_back(each->d_name);
+    return names;
+}
+
+}  // namespace
+
+RuntimeFolder::RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice)
+    : path_(std::move(path)), folder_(std::move(folder)), onNotice_(std::move(onNotice)) {}
+
+RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNotice) {
+    auto folder = madeFolder(path);
     removeLeftovers(folder);
     return {path, std::move(folder), std::move(onNotice)};
+}
+
+RuntimeFolder RuntimeFolder::inherit(const std::filesystem::path& path, Notice onNotice) {
+    RuntimeFolder folder(path, madeFolder(path), std::move(onNotice));
+    folder.inheritFiles();
+    return folder;
+}
+
+void RuntimeFolder::inheritFiles() {
+    constexpr Content unknown = {.size = std::numeric_limits<std::size_t>::max(), .hash = 0};
+    for (const auto& name : ourFilesIn(folder_))
+        if (!name.starts_with('.')) written_.emplace(name, unknown);
 }
 
 RuntimeFolder::~RuntimeFolder() {
@@ -91,14 +120,7 @@ void RuntimeFolder::remove(const std::string& name) {
 }
 
 void RuntimeFolder::removeLeftovers(const platform::Descriptor& folder) {
-    const int descriptor = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(descriptor < 0 ? nullptr : ::fdopendir(descriptor),
-                                                      ::closedir);
-    if (!listing) return;
-    std::vector<std::string> names;
-    while (const auto* each = ::readdir(listing.get()))
-        if (isOurs(each->d_name)) names.emplace_back(each->d_name);
-    for (const auto& name : names) ::unlinkat(folder, name.c_str(), 0);
+    for (const auto& name : ourFilesIn(folder)) ::unlinkat(folder, name.c_str(), 0);
 }
 
 }  // namespace host
