@@ -99,7 +99,7 @@ std::optional<HostClaim> HostClaim::tryToTake(const HostAddress& address, Descri
     return HostClaim(address, std::move(folder), std::move(lock));
 }
 
-HostClaim HostClaim::take(const HostAddress& address) {
+HostClaim HostClaim::wait(const HostAddress& address) {
     std::optional<Descriptor> folder;
     std::optional<HostClaim> claim;
     const bool isHad = patienceWithHost.suffices([&] {
@@ -119,8 +119,17 @@ HostClaim HostClaim::take(const HostAddress& address) {
                              (holder.empty() ? "" : ", process " + holder) +
                              "; vela-widget reload reaches it");
     }
-    claim->removeFiles();
     return *std::move(claim);
+}
+
+HostClaim HostClaim::take(const HostAddress& address) {
+    auto claim = wait(address);
+    claim.removeFiles();
+    return claim;
+}
+
+HostClaim HostClaim::inherit(const HostAddress& address) {
+    return wait(address);
 }
 
 /// The first error, 0 where there is none.

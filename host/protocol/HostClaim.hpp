@@ -33,6 +33,8 @@ class HostClaim {
     /// Makes the folder where it is missing and closes it to others, waits a moment for a host that ends, and
     /// removes what one that was killed has left. Throws HostPlaceError.
     static HostClaim take(const HostAddress& address);
+    /// The same for the program that this process was before: what lies there is its own.
+    static HostClaim inherit(const HostAddress& address);
 
     /// Removes the files of the folder and of the one beside it, the lock, and the folder where it is empty;
     /// none of them where the claim was lost.
@@ -57,6 +59,7 @@ class HostClaim {
     HostClaim(HostAddress address, platform::Descriptor folder, platform::Descriptor lock)
         : address_(std::move(address)), folder_(std::move(folder)), lock_(std::move(lock)) {}
 
+    static HostClaim wait(const HostAddress& address);
     /// Nothing while another has it.
     static std::optional<HostClaim> tryToTake(const HostAddress& address, platform::Descriptor folder);
     int removeFiles() const;

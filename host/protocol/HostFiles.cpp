@@ -32,16 +32,22 @@ std::string HostFiles::temporaryName(const std::string& name) {
     return "." + name + std::string(temporaryEnding);
 }
 
-int HostFiles::removeAll(const platform::Descriptor& folder) {
+std::optional<std::vector<std::string>> HostFiles::in(const platform::Descriptor& folder) {
     const int descriptor = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const std::unique_ptr<DIR, int (*)(DIR*)> listing(descriptor < 0 ? nullptr : ::fdopendir(descriptor),
                                                       ::closedir);
-    if (!listing) return errno;
+    if (!listing) return std::nullopt;
     std::vector<std::string> names;
     while (const auto* each = ::readdir(listing.get()))
         if (isHostFile(each->d_name)) names.emplace_back(each->d_name);
+    return names;
+}
+
+int HostFiles::removeAll(const platform::Descriptor& folder) {
+    const auto names = in(folder);
+    if (!names) return errno;
     int error = 0;
-    for (const auto& name : names)
+    for (const auto& name : *names)
         if (::unlinkat(folder, name.c_str(), 0) != 0 && errno != ENOENT && error == 0) error = errno;
     return error;
 }

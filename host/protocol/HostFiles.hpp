@@ -5,7 +5,9 @@
 // The files in which a live host shows its state, as they are named in each of its folders. Safe from any
 // thread.
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "platform/Files/Descriptor.hpp"
 
@@ -21,6 +23,9 @@ struct HostFiles {
     /// What a file is called until it is whole.
     static std::string temporaryName(const std::string& name);
 
+    /// The names of those that are there, of half-written ones too; nothing, with
+    /// errno set, where it cannot be read.
+    static std::optional<std::vector<std::string>> in(const platform::Descriptor& folder);
     /// Removes them all, and nothing else; gives the first error, 0 where there is none.
     static int removeAll(const platform::Descriptor& folder);
 };

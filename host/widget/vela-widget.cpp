@@ -279,6 +279,7 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
         .option("--entry", options.entry,
                 "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
                 "a fresh snapshot where it is not given")
+        .named("FILE")
         .checked(checkedEntry, "");
     command
         .option("--format", options.format,
@@ -297,6 +298,7 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
     command
         .option("--output", options.output,
                 "The file to write, - for standard output; a folder where several are drawn")
+        .named("FILE")
         .checked(checkedOutput, "")
         .required();
     command.footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
@@ -349,6 +351,7 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
         .option("--output", options.output,
                 "A folder that holds the entry, its text and pictures as files, each written when it "
                 "changes; beside $XDG_RUNTIME_DIR/vela-widget, which always does")
+        .named("FOLDER")
         .checked(checkedOutput, "");
     command
         .option("--family", options.families,
@@ -362,6 +365,7 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
     command
         .option("--idle-exit", options.idleExit,
                 "End after so many seconds without readers, 1 to 86400; without it, never")
+        .named("SECONDS")
         .within(1.0, 86'400.0);
     command.flag("--notify", options.notifies,
                  "Show a desktop notification when a package comes near, arrives or needs you; without it, "
@@ -435,7 +439,8 @@ void addServeCommand(const platform::Command& app, std::uint16_t& port) {
     command.option("--port", port, "The page's port; without it, a free one");
     command.footer("Example:\n  vela-widget serve\n  vela-widget serve --port 8123");
     command.action([&port] {
-        host::become({.name = "vela-widget-page", .package = "vela-widget"}, {"--port", std::to_string(port)});
+        host::become({.name = "vela-widget-page", .package = "vela-widget"},
+                     {"--port", std::to_string(port)});
     });
 }
 

@@ -8,8 +8,10 @@
 #include <charconv>
 #include <iostream>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 
+#include "platform/CommandLine/Description.hpp"
 #include "platform/CommandLine/Words.hpp"
 #include "platform/Log/StandardError.hpp"
 
@@ -265,6 +267,11 @@ void CommandLine::actionWithoutSubcommand(std::function<void()> act) {
 }
 
 int CommandLine::run(int count, const char* const* arguments, const std::string& confidentialCommand) {
+    // For those who make pages and completions of it; a person is not told of it.
+    if (count == 2 && arguments[1] == std::string_view("--describe-command-line")) {
+        std::cout << describedCommandLine(*owned_) << "\n";
+        return statusOfOutput(*owned_);
+    }
     try {
         owned_->parse(count, arguments);
         return statusOfOutput(*owned_);

@@ -70,6 +70,16 @@ HostPlace HostPlace::claim(const HostAddress& address, std::optional<Descriptor>
     return place;
 }
 
+HostPlace HostPlace::inherit(const HostAddress& address, Descriptor listening, bool ownsSocket) {
+    if (!listensLocally(listening))
+        throw HostPlaceError("what was left to the live host is no local socket that listens");
+    HostPlace place(HostClaim::inherit(address));
+    place.socket_ = std::move(listening);
+    place.isHandedDown_ = !ownsSocket;
+    place.claim_.sign();
+    return place;
+}
+
 void HostPlace::listen() {
     const auto path = claim_.address().socket();
     const auto address = localSocketAddress(path);

@@ -20,6 +20,9 @@ class HostPlace {
     /// Takes the place, removes what a host that was killed has left there, and listens; on `listening`,
     /// where somebody listens already on this process's behalf. Throws HostPlaceError.
     static HostPlace claim(const HostAddress& address, std::optional<platform::Descriptor> listening);
+    /// Takes it over from a host that was this process until now, with the socket that it listened on and
+    /// with the files it has left. Throws HostPlaceError.
+    static HostPlace inherit(const HostAddress& address, platform::Descriptor listening, bool ownsSocket);
     /// The socket that a service manager hands down, as its protocol has it: LISTEN_PID names this process,
     /// LISTEN_FDS counts descriptors from 3 on. Nothing where it does not; both variables are gone then.
     /// Throws HostPlaceError for what is no listening local socket. For one thread.
@@ -33,6 +36,7 @@ class HostPlace {
     const HostClaim& claim() const { return claim_; }
     /// Where readers connect; belongs to the place.
     int socket() const { return socket_; }
+    bool ownsSocket() const { return !isHandedDown_; }
 
   private:
     explicit HostPlace(HostClaim claim) : claim_(std::move(claim)) {}

@@ -48,7 +48,17 @@ LiveHost::LiveHost(const asio::any_io_executor& executor, Surroundings surroundi
       policy_(surroundings_.random, surroundings_.clock.now()),
       state_(placeholder()),
       midnight_(midnightAfter(surroundings_.clock.now())),
-      fetched_(executor, asio::steady_timer::time_point::max()) {}
+      fetched_(executor, asio::steady_timer::time_point::max()) {
+    if (surroundings_.remembered) goOnFrom(*std::exchange(surroundings_.remembered, std::nullopt));
+}
+
+void LiveHost::goOnFrom(Remembered remembered) {
+    good_ = std::move(remembered.good);
+    if (good_) known_ = good_->owner;
+    state_ = std::move(remembered.state);
+    // She may have signed out while nobody listened.
+    startCheck();
+}
 
 asio::awaitable<void> LiveHost::run() {
     midnight_ = midnightAfter(surroundings_.clock.now());

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <functional>
+#include <limits>
 #include <system_error>
 #include <utility>
 
@@ -16,18 +17,41 @@
 
 namespace host {
 
-RuntimeFolder::RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice)
-    : path_(std::move(path)), folder_(std::move(folder)), onNotice_(std::move(onNotice)) {}
+namespace {
 
-RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNotice) {
+platform::Descriptor madeFolder(const std::filesystem::path& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);
     platform::Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen())
         throw std::system_error(error ? error.value() : errno, std::generic_category(),
                                 "cannot use the folder " + path.string());
+    return folder;
+}
+
+}  // namespace
+
+RuntimeFolder::RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice)
+    : path_(std::move(path)), folder_(std::move(folder)), onNotice_(std::move(onNotice)) {}
+
+RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNotice) {
+    auto folder = madeFolder(path);
     HostFiles::removeAll(folder);
     return {path, std::move(folder), std::move(onNotice)};
+}
+
+RuntimeFolder RuntimeFolder::inherit(const std::filesystem::path& path, Notice onNotice) {
+    RuntimeFolder folder(path, madeFolder(path), std::move(onNotice));
+    folder.inheritFiles();
+    return folder;
+}
+
+void RuntimeFolder::inheritFiles() {
+    constexpr Content unknown = {.size = std::numeric_limits<std::size_t>::max(), .hash = 0};
+    const auto names = HostFiles::in(folder_);
+    if (!names) return;
+    for (const auto& name : *names)
+        if (!name.starts_with('.')) written_.emplace(name, unknown);
 }
 
 RuntimeFolder::~RuntimeFolder() {

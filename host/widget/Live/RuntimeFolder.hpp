@@ -26,6 +26,10 @@ class RuntimeFolder {
     /// Makes it where it is missing, and removes what a host that was killed has left in it. Throws
     /// std::system_error.
     static RuntimeFolder make(const std::filesystem::path& path, Notice onNotice);
+    /// The same, but what is in it counts as written by this one, holding something else than is written
+    /// next.
+    static RuntimeFolder inherit(const std::filesystem::path& path, Notice onNotice);
+    void inheritFiles();
     /// Removes what it has written.
     ~RuntimeFolder();
     RuntimeFolder(RuntimeFolder&& other) noexcept = default;
