@@ -2,32 +2,24 @@
 
 #include "host/companion/Companion.hpp"
 
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <chrono>
-#include <cstring>
 #include <memory>
 #include <utility>
 
+#include "platform/Bundle/Bundle.hpp"
 #include "platform/Files/Patience.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/SecItem.hpp"
+#include "platform/URL/URL.hpp"
 #include "platform/UserDefaults/UserDefaults.hpp"
-#include "presentation/DeepLink.hpp"
 #include "server/SharedDefaults.hpp"
 #include "server/TokenKeychain.hpp"
 
-extern char** environ;
-
 namespace host {
 
-using presentation::DeepLink;
 using server::Keychain;
 using server::SharedDefaultsKey;
 
@@ -159,6 +151,11 @@ std::string storedLine(std::string_view name, bool isStored) {
     return line(name, isStored ? "stored" : "none");
 }
 
+bool hasSignIn() {
+    return isStored(currentKeychain(), accessTokenKey) ||
+           isStored(server::legacyTokenKeychain(), accessTokenKey) || isStored(currentKeychain(), sessionKey);
+}
+
 std::string keychainLines() {
     const auto current = currentKeychain();
     const auto legacy = server::legacyTokenKeychain();
@@ -166,11 +163,10 @@ std::string keychainLines() {
     const bool hasRefresh = isStored(current, refreshTokenKey);
     const bool hasLegacyAccess = isStored(legacy, accessTokenKey);
     const bool hasLegacyRefresh = isStored(legacy, refreshTokenKey);
-    const bool hasSession = isStored(current, sessionKey);
-    const bool isSignedIn = hasAccess || hasLegacyAccess || hasSession;
-    return line("signed in", isSignedIn ? "yes" : "no") + storedLine("access token", hasAccess) +
+    return line("signed in", hasSignIn() ? "yes" : "no") + storedLine("access token", hasAccess) +
            storedLine("refresh token", hasRefresh) + storedLine("legacy access token", hasLegacyAccess) +
-           storedLine("legacy refresh token", hasLegacyRefresh) + storedLine("session", hasSession);
+           storedLine("legacy refresh token", hasLegacyRefresh) +
+           storedLine("session", isStored(current, sessionKey));
 }
 
 std::string defaultsLines() {
@@ -275,29 +271,30 @@ std::optional<boost::json::value> integerValue(std::string_view text) {
     return value;
 }
 
-platform::URL pageFor(const platform::URL& link) {
-    const auto scheme = link.scheme();
-    if (scheme == "http" || scheme == "https") return link.withoutUserInformation();
-    if (scheme != DeepLink::scheme) throw CompanionError("links of the scheme " + scheme + " are not opened");
-    if (const auto page = DeepLink::pageFor(link)) {
-        const auto address = platform::URL::parse(serverURL(sharedDefaults()) + *page);
-        if (address) return address->withoutUserInformation();
-    }
-    throw CompanionError("the link leads nowhere that is known");
+AccountSite accountSite() {
+    auto suite = sharedDefaults();
+    AccountSite site;
+    const auto& info = platform::Bundle::main().infoDictionary();
+    const auto* ofDeployment = info ? info->if_contains(SharedDefaultsKey::accountSite) : nullptr;
+    if (const auto ofPerson = suite->stringForKey(SharedDefaultsKey::accountSite))
+        site.address = *ofPerson;
+    else if (ofDeployment && ofDeployment->is_string())
+        site.address = std::string(ofDeployment->get_string());
+    else
+        site.address = serverURL(std::move(suite));
+    while (site.address.ends_with('/')) site.address.pop_back();
+    const auto url = platform::URL::parse(site.address);
+    // RFC 2606, section 2.
+    site.isConfigured = url && !url->host().ends_with(".example") && !url->host().ends_with(".invalid");
+    return site;
 }
 
-void openPage(const platform::URL& page) {
-    std::string program = "xdg-open";
-    std::string argument = page.absoluteString();
-    std::array<char*, 3> arguments = {program.data(), argument.data(), nullptr};
-    pid_t process = 0;
-    if (const int error =
-            ::posix_spawnp(&process, program.c_str(), nullptr, nullptr, arguments.data(), environ))
-        throw CompanionError(std::string("xdg-open cannot be started: ") + std::strerror(error));
-    int status = 0;
-    ::waitpid(process, &status, 0);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        throw CompanionError("xdg-open could not open the page");
+std::optional<bool> isSignedIn() {
+    try {
+        return hasSignIn();
+    } catch (const CompanionError&) {
+        return std::nullopt;
+    }
 }
 
 }  // namespace host

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/companion/Companion.hpp"
+#include "host/companion/Links.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/Log/Logger.hpp"
@@ -93,6 +94,21 @@ void runTelling(Action action) {
 template <typename Action>
 void run(Action action) {
     runTelling([&](Complaints&) { action(); });
+}
+
+/// Whether what is told here stands before somebody's eyes; a desktop's click comes without a terminal.
+bool isSeen() {
+    return ::isatty(STDIN_FILENO) == 1 || ::isatty(STDERR_FILENO) == 1;
+}
+
+template <typename Action>
+void tellingDesktop(Action action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        host::notifyDesktop(error.what());
+        throw;
+    }
 }
 
 struct Options {
@@ -181,14 +197,18 @@ void addOpen(const platform::Command& app, Options& options) {
     command.flag("--print", options.printOnly, "Print the page's address instead of opening it");
     command.footer("Example:\n  vela-companion open velaapp://order/1234");
     command.action([&options] {
-        run([&] {
-            const auto link = platform::URL::parse(options.link);
-            if (!link) throw host::CompanionError("this is no URL");
-            const auto page = host::pageFor(*link);
-            if (options.printOnly)
-                results().write(page.absoluteString() + "\n");
+        runTelling([&](Complaints&) {
+            const auto opened = [&] {
+                const auto link = host::Link::read(options.link);
+                if (options.printOnly)
+                    results().write(link.page.absoluteString() + "\n");
+                else
+                    host::openLink(link);
+            };
+            if (options.printOnly || isSeen())
+                opened();
             else
-                host::openPage(page);
+                tellingDesktop(opened);
         });
     });
 }
