@@ -12,7 +12,9 @@
 #include "platform/Files/Patience.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Security/PersonalKeychain.hpp"
 #include "platform/Security/SecItem.hpp"
+#include "platform/Text/Text.hpp"
 #include "platform/URL/URL.hpp"
 #include "platform/UserDefaults/UserDefaults.hpp"
 #include "server/SharedDefaults.hpp"
@@ -127,11 +129,7 @@ void changeDefaults(Change change) {
     }
 }
 
-std::string requiredToken(const boost::json::object& object, const char* key) {
-    const auto* value = object.if_contains(key);
-    if (!value || !value->is_string() || value->get_string().empty())
-        throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
-    std::string token(value->get_string());
+void requireCarriable(const std::string& token, const char* key) {
     const bool isForAHeader = std::none_of(token.begin(), token.end(), [](char character) {
         const auto byte = static_cast<unsigned char>(character);
         return byte < 0x20 || byte == 0x7F;
@@ -140,6 +138,14 @@ std::string requiredToken(const boost::json::object& object, const char* key) {
         throw CompanionError(
             std::string("the input's \"") + key +
             "\" holds a control character (a line feed, perhaps), which no request can carry");
+}
+
+std::string requiredToken(const boost::json::object& object, const char* key) {
+    const auto* value = object.if_contains(key);
+    if (!value || !value->is_string() || value->get_string().empty())
+        throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
+    std::string token(value->get_string());
+    requireCarriable(token, key);
     return token;
 }
 
@@ -193,6 +199,18 @@ Credentials Credentials::fromJSON(std::string_view text) {
     return credentials;
 }
 
+Credentials Credentials::fromTokens(std::string accessToken, std::string refreshToken) {
+    for (const auto& [token, key] :
+         {std::pair(&accessToken, accessTokenKey), std::pair(&refreshToken, refreshTokenKey)}) {
+        if (token->empty() || !platform::isValidUTF8(*token))
+            throw CompanionError(std::string("the input's \"") + key + "\" is no text");
+        requireCarriable(*token, key);
+    }
+    if (accessToken == refreshToken)
+        throw CompanionError("both tokens are the same text; a pair has two different ones");
+    return {.accessToken = std::move(accessToken), .refreshToken = std::move(refreshToken)};
+}
+
 void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId,
             const Notice& notice) {
     const auto lock = holdingOffRenewals(notice);
@@ -233,6 +251,14 @@ void signOut(const Notice& notice) {
     } catch (const CompanionError& error) {
         throw CompanionError("signed out, but the user id is still stored: " + std::string(error.what()));
     }
+}
+
+std::string keychainPlace() {
+    const auto kind = platform::personalKeychainKind();
+    if (!kind) throw CompanionError("VELA_KEYCHAIN names no keychain: it may be embedded or secret-service");
+    if (*kind == platform::KeychainKind::secretService) return "the desktop's keyring";
+    const auto file = platform::personalKeychainFile();
+    return file ? file->string() : "a file that cannot be had: there is no home folder";
 }
 
 SignInStatus signInStatus() {

@@ -28,6 +28,8 @@ struct Credentials {
 
     /// From {"accessToken", "refreshToken"}; members that are neither are refused.
     static Credentials fromJSON(std::string_view text);
+    /// From the two, each by itself.
+    static Credentials fromTokens(std::string accessToken, std::string refreshToken);
 };
 
 /// Takes words for the person while she waits.
@@ -42,6 +44,10 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
 /// Removes tokens and session from both locations at once, then the user id; where that cannot be removed,
 /// CompanionError says so and the tokens are gone all the same. Waits as `signIn` does.
 void signOut(const Notice& notice);
+
+/// Where a sign-in is kept, for a person: the keychain's file, or the keyring's name. Throws for a keychain
+/// that is none.
+std::string keychainPlace();
 
 /// What is stored, as lines for a person. Never a token, nor the user information of a URL.
 struct SignInStatus {
