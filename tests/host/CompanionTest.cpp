@@ -203,7 +203,8 @@ TEST_F(Companion, FindsTheAccountServersPageForEachLink) {
     for (const auto& [link, page] : rows)
         EXPECT_EQ(companion({"open", "--print", link}).output, page) << link;
     for (const auto* link :
-         {"file:///etc/passwd", "velaapp://elsewhere/1", "javascript:alert(1)", "not a link"})
+         {"file:///etc/passwd", "velaapp://elsewhere/1", "javascript:alert(1)", "not a link",
+          "http://shop.example/x", "velaapp://order/1/2", "velaapp://order/a%2Fb", "https:x"})
         EXPECT_EQ(companion({"open", "--print", link}).status, 1) << link;
 }
 

@@ -77,7 +77,9 @@ struct ContentOfState {
     BarContent operator()(const widget::NotLoggedIn&) const {
         return {.barClass = BarClass::signedOut,
                 .words = std::string(Wording::signInToTheApp),
-                .moreWords = std::string(Wording::whySignIn)};
+                .moreWords = std::string(Wording::whySignIn),
+                // As a tap on the whole widget: the app's beginning, where who is signed out signs in.
+                .link = presentation::DeepLink::homeOrders().absoluteString()};
     }
     BarContent operator()(const widget::NoPackages&) const {
         return {.barClass = BarClass::noPackages,
