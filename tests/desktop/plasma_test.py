@@ -48,7 +48,13 @@ class Plasma(unittest.TestCase):
             session.click(middle_of_the_bar(picture))
             eventually(lambda: len(person.opened_links()) == 1, "the link of the picture")
             self.assertTrue(person.opened_links()[0].endswith("5501"), person.opened_links())
+            session.focus_popup()
+            session.press("Tab", "Return")
+            eventually(lambda: len(person.opened_links()) == 2, "the second link, by the keyboard")
+            self.assertIn("d-7001", person.opened_links()[1])
             self.assertEqual(len(person.requests()), 1)
+            session.press("Tab", "space")
+            eventually(lambda: len(person.requests()) == 2, "a request for the reload")
             self.assertEqual(len(session.readers()), 1, "one for all that show the same")
             self.assertEqual(session.complaints(), [])
 
