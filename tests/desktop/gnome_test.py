@@ -158,6 +158,21 @@ class Gnome(unittest.TestCase):
             words = Path(f"/proc/{person.live_host()}/cmdline").read_text().split("\0")
             self.assertNotIn("--idle-exit", words, "a host of the service manager's")
 
+    def test_says_that_no_host_can_be_had_until_one_can(self):
+        with Person() as person:
+            place = person.folder / "runtime" / "vela-widget"
+            place.write_text("No folder.")
+            session = GnomeSession(person)
+            remark = f"{ITEM}._remark"
+            eventually(lambda: session.eval(f"{remark}.visible && {remark}.label.text")
+                       == "The live host cannot be reached", "the remark")
+            self.assertEqual(session.text(), "")
+            place.unlink()
+            session.open_menu()
+            session.click(f"{ITEM}.menu._getMenuItems().at(-1)")
+            shows(session, "Arriving today")
+            self.assertFalse(session.eval(f"{remark}.visible"))
+
     def test_leaves_nothing_behind_when_it_is_disabled(self):
         with Person() as person:
             session = GnomeSession(person)
