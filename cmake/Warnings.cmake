@@ -19,6 +19,8 @@ if(NOT VELA_SANITIZE AND NOT VELA_COVERAGE)
     add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 endif()
 add_link_options(-Wl,--as-needed)
+# What the dynamic linker has bound nobody writes over. Bound at once, a start takes no longer than before.
+add_link_options($<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)
 
 if(VELA_SANITIZE)
     if(VELA_SANITIZE MATCHES "thread" AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
@@ -40,5 +42,6 @@ endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+    # It takes precompiled headers only where it may leave their macros and their times to the compiler.
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
 endif()

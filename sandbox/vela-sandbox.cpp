@@ -207,15 +207,20 @@ void addFaults(const platform::Command& app, Options& options) {
 
 void addServing(const platform::Command& app, Options& options) {
     app.option("--bundle", options.bundleFolder,
-               "Where to write a bundle whose event collector is this sandbox, for VELA_BUNDLE");
-    app.option("--port", options.sandbox.port, "Port on 127.0.0.1; 0 (default) takes a free one");
-    app.option("--scenario", options.sandbox.scenario, "Scenario: a name or a file (default: everyday)");
-    app.option("--ready-file", options.readyFile, "Where to write the base URL once it is served");
+               "Where to write a bundle whose event collector is this sandbox, for VELA_BUNDLE")
+        .named("FOLDER");
+    app.option("--port", options.sandbox.port, "Port on 127.0.0.1; 0 (default) takes a free one")
+        .named("PORT");
+    app.option("--scenario", options.sandbox.scenario, "Scenario: a name or a file (default: everyday)")
+        .named("FILE");
+    app.option("--ready-file", options.readyFile, "Where to write the base URL once it is served")
+        .named("FILE");
     app.choice("--unauthorized", options.sandbox.refusal, refusals,
                "How a bad credential is refused: with status 401 (default) or a GraphQL error");
     app.flag("--tls", options.usesTLS, "Serve https, with a certificate made for this run");
-    app.option("--ca-file", options.caFile, "Where to write what an https client must trust");
-    app.option("--ca-folder", options.caFolder, "The same, as a folder of trusted certificates");
+    app.option("--ca-file", options.caFile, "Where to write what an https client must trust").named("FILE");
+    app.option("--ca-folder", options.caFolder, "The same, as a folder of trusted certificates")
+        .named("FOLDER");
     app.option("--stop-after", options.longestLife, "End by itself").positive().named("SECONDS");
     app.flag("--stop-with-parent", options.sandbox.endsWithParent,
              "End when the process that started it ends");
@@ -225,9 +230,10 @@ void addServing(const platform::Command& app, Options& options) {
 
 void addEvents(const platform::Command& app, Options& options) {
     const auto command = app.subcommand("events", "Print the log of a running sandbox as JSON");
-    command.option("--url", options.url, "Its base URL (default: that of --ready-file, else BASE_URL)");
-    command.option("--ready-file", options.readyFile, "The file that holds its base URL");
-    command.option("--ca-file", options.caFile, "What to trust, if it serves https");
+    command.option("--url", options.url, "Its base URL (default: that of --ready-file, else BASE_URL)")
+        .named("URL");
+    command.option("--ready-file", options.readyFile, "The file that holds its base URL").named("FILE");
+    command.option("--ca-file", options.caFile, "What to trust, if it serves https").named("FILE");
     command.footer("Example:\n  vela-sandbox events --ready-file ready");
     command.action([&options] { orFail([&options] { printEvents(options); }); });
 }

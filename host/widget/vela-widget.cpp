@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <map>
@@ -28,6 +29,7 @@
 #include "host/widget/Readers/ShowLive.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "host/widget/SignedOutReason.hpp"
+#include "host/widget/SurfaceProgram.hpp"
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalView.hpp"
@@ -38,6 +40,7 @@
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/LinuxSystemEvents.hpp"
 #include "platform/SystemEvents/RealTimeClock.hpp"
+#include "widget/SupportedFamilies.hpp"
 
 namespace {
 
@@ -276,6 +279,7 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
         .option("--entry", options.entry,
                 "A file with an entry as snapshot prints it, - for standard input, or placeholder; "
                 "a fresh snapshot where it is not given")
+        .named("FILE")
         .checked(checkedEntry, "");
     command
         .option("--format", options.format,
@@ -294,6 +298,7 @@ void addRenderCommand(const platform::Command& app, RenderOptions& options) {
     command
         .option("--output", options.output,
                 "The file to write, - for standard output; a folder where several are drawn")
+        .named("FILE")
         .checked(checkedOutput, "")
         .required();
     command.footer("Example:\n  vela-widget render --family systemSmall --scheme dark --output widget.png");
@@ -346,10 +351,12 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
         .option("--output", options.output,
                 "A folder that holds the entry, its text and pictures as files, each written when it "
                 "changes; beside $XDG_RUNTIME_DIR/vela-widget, which always does")
+        .named("FOLDER")
         .checked(checkedOutput, "");
     command
         .option("--family", options.families,
-                "A family to keep a picture of, as FAMILY-SCHEME@SCALEx.png; may be given several times")
+                "Families to keep a picture of, as FAMILY-SCHEME@SCALEx.png: several with commas, or given "
+                "several times")
         .oneOf(platform::familyNames());
     command.option("--scheme", options.scheme, "light, dark or all")
         .oneOf(std::vector<std::string>{"light", "dark", "all"})
@@ -358,6 +365,7 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
     command
         .option("--idle-exit", options.idleExit,
                 "End after so many seconds without readers, 1 to 86400; without it, never")
+        .named("SECONDS")
         .within(1.0, 86'400.0);
     command.flag("--notify", options.notifies,
                  "Show a desktop notification when a package comes near, arrives or needs you; without it, "
@@ -407,6 +415,33 @@ void addBarCommand(const platform::Command& app, BarOptions& options) {
     command.flag("--open", options.open, "For a click: open the package in the bars");
     command.footer("Example:\n  vela-widget bar --format waybar --follow\n  vela-widget bar --next");
     command.action([&options] { throw platform::ExitStatus(barCommand(options).run()); });
+}
+
+void addWindowCommand(const platform::Command& app, std::string& family) {
+    const auto command = app.subcommand("window", "Show the widget on the desktop, in a window kept current");
+    std::vector<std::string> families;
+    for (const auto each : widget::supportedFamilies) families.emplace_back(platform::description(each));
+    command
+        .option("--family", family,
+                "The family it begins in; without it the one that was shown last, at first systemMedium")
+        .oneOf(families);
+    command.footer("Example:\n  vela-widget window --family systemLarge");
+    command.action([&family] {
+        std::vector<std::string> arguments;
+        if (!family.empty()) arguments = {"--family", family};
+        host::become({.name = "vela-widget-window", .package = "vela-widget-gtk"}, std::move(arguments));
+    });
+}
+
+void addServeCommand(const platform::Command& app, std::uint16_t& port) {
+    const auto command = app.subcommand(
+        "serve", "Show the widget in the browser: a page on this machine's loopback, kept current");
+    command.option("--port", port, "The page's port; without it, a free one");
+    command.footer("Example:\n  vela-widget serve\n  vela-widget serve --port 8123");
+    command.action([&port] {
+        host::become({.name = "vela-widget-page", .package = "vela-widget"},
+                     {"--port", std::to_string(port)});
+    });
 }
 
 struct PanelOptions {
@@ -494,6 +529,10 @@ int runProgram(int count, const char* const* arguments) {
     RunOptions runOptions;
     addRunCommand(app, runOptions);
     addReloadCommand(app);
+    std::string windowFamily;
+    addWindowCommand(app, windowFamily);
+    std::uint16_t pagePort = 0;
+    addServeCommand(app, pagePort);
     BarOptions barOptions;
     addBarCommand(app, barOptions);
     PanelOptions panelOptions;

@@ -8,8 +8,10 @@
 #include <charconv>
 #include <iostream>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 
+#include "platform/CommandLine/Description.hpp"
 #include "platform/CommandLine/Words.hpp"
 #include "platform/Log/StandardError.hpp"
 
@@ -211,7 +213,8 @@ Option Command::option(const std::string& name, std::optional<std::string>& valu
 }
 Option Command::option(const std::string& name, std::vector<std::string>& values,
                        const std::string& description) const {
-    return Option(app_->add_option(name, values, description));
+    // One word each time: what follows it is another's.
+    return Option(app_->add_option(name, values, description)->allow_extra_args(false)->delimiter(','));
 }
 Option Command::option(const std::string& name, double& value, const std::string& description) const {
     return Option(app_->add_option(name, value, description));
@@ -264,6 +267,11 @@ void CommandLine::actionWithoutSubcommand(std::function<void()> act) {
 }
 
 int CommandLine::run(int count, const char* const* arguments, const std::string& confidentialCommand) {
+    // For those who make pages and completions of it; a person is not told of it.
+    if (count == 2 && arguments[1] == std::string_view("--describe-command-line")) {
+        std::cout << describedCommandLine(*owned_) << "\n";
+        return statusOfOutput(*owned_);
+    }
     try {
         owned_->parse(count, arguments);
         return statusOfOutput(*owned_);

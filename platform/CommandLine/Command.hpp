@@ -35,7 +35,7 @@ class Option {
     Option needs(const Option& other) const;
     /// The value that stands when it is parsed is told in the help.
     Option showsDefault() const;
-    /// What stands for the value in the help, such as "SECONDS".
+    /// What stands for the value in the help, such as "SECONDS". FILE and FOLDER are completed by shells.
     Option named(const std::string& value) const;
     /// Under which heading of the help it stands.
     Option inGroup(const std::string& heading) const;
@@ -70,6 +70,7 @@ class Command {
     Option option(const std::string& name, std::string& value, const std::string& description) const;
     Option option(const std::string& name, std::optional<std::string>& value,
                   const std::string& description) const;
+    /// A list: given several times, or with commas between its values.
     Option option(const std::string& name, std::vector<std::string>& values,
                   const std::string& description) const;
     Option option(const std::string& name, double& value, const std::string& description) const;
@@ -115,7 +116,8 @@ class CommandLine : public Command {
 
     /// Parses, runs the command, and gives the exit status: 0 for success and help, 2 for wrong usage, else
     /// the command's. Wrong usage names the word that is unknown, but not beside `confidentialCommand`, nor
-    /// where it is longer than any command: what a person puts there by mistake may be a secret.
+    /// where it is longer than any command: what a person puts there by mistake may be a secret. The one
+    /// word --describe-command-line has it print the whole of itself as JSON (Description.hpp).
     int run(int count, const char* const* arguments, const std::string& confidentialCommand = {});
 
   private:

@@ -33,6 +33,17 @@ class LiveHost {
     };
     using Observer = std::function<void(const LiveState& state, Change change)>;
 
+    struct Good {
+        widget::SimpleEntry entry;
+        platform::Date date;
+        widget::CredentialReport owner;
+    };
+    /// What a host goes on with that takes the place of another.
+    struct Remembered {
+        LiveState state;
+        std::optional<Good> good = std::nullopt;
+    };
+
     struct Surroundings {
         platform::WallClock& clock;
         platform::SystemEvents& events;
@@ -40,6 +51,8 @@ class LiveHost {
         ReloadPolicy::Random random;
         /// Whose timeline is asked for, on behalf of all surfaces.
         platform::WidgetFamily family = platform::WidgetFamily::systemMedium;
+        /// Shown from the beginning; that it is still this person's is looked at first.
+        std::optional<Remembered> remembered = std::nullopt;
     };
 
     /// Seconds for which the last good entry is kept, and after which one that was not followed by another is
@@ -48,6 +61,10 @@ class LiveHost {
     static constexpr double oldAfter = 2 * 3600;
 
     LiveHost(const boost::asio::any_io_executor& executor, Surroundings surroundings);
+
+    Remembered remembered() const { return {.state = state_, .good = good_}; }
+    /// Something was asked of the extension that has not been answered.
+    bool isAsking() const { return fetchesBegun_ != fetchesEnded_ || isChecking_; }
 
     /// Keeps the state current until `stop`. Called once.
     boost::asio::awaitable<void> run();
@@ -70,16 +87,12 @@ class LiveHost {
     platform::Date nextFetch();
 
   private:
-    struct Good {
-        widget::SimpleEntry entry;
-        platform::Date date;
-        widget::CredentialReport owner;
-    };
-
+    void goOnFrom(Remembered remembered);
     void take(platform::SystemEvent event);
     void startCheck();
     boost::asio::awaitable<void> check();
     boost::asio::awaitable<std::optional<widget::CredentialReport>> storedCredentials();
+    void takeSilence();
     void takeCredentials(const widget::CredentialReport& report);
     void takeOtherTokens(const widget::CredentialReport& report, const widget::CredentialReport& before);
 
@@ -119,6 +132,8 @@ class LiveHost {
     boost::asio::steady_timer fetched_;
     bool isChecking_ = false;
     bool isCheckDue_ = false;
+    /// The keychain changed, and nobody has said yet what it holds.
+    bool areTokensInDoubt_ = false;
     bool isStopped_ = false;
 };
 

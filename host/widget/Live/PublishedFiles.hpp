@@ -32,13 +32,14 @@ class PublishedFiles {
     /// In place of what it wanted before.
     void want(Reader reader, std::vector<PictureFile> pictures);
     void release(Reader reader);
+    /// Pictures that nobody wants, as another host may have left them.
+    void removeUnwanted();
 
   private:
     std::set<PictureFile> wanted() const;
     void take(LiveHost::Change change);
     void writeTexts(LiveHost::Change change);
     void write(const std::string& name, std::string_view bytes, LiveHost::Change change);
-    void removeUnwanted();
     void startDrawing();
     boost::asio::awaitable<void> drawAll();
 

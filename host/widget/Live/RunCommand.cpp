@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <boost/asio/redirect_error.hpp>
@@ -21,10 +22,13 @@
 #include "host/widget/Live/LiveDrawings.hpp"
 #include "host/widget/Live/LiveExtension.hpp"
 #include "host/widget/Live/LiveHost.hpp"
+#include "host/widget/Live/Predecessor.hpp"
 #include "host/widget/Live/PublishedFiles.hpp"
 #include "host/widget/Notifications/Notifications.hpp"
 #include "host/widget/OneShotHost.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/Asio/Pause.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/FileWatcher.hpp"
@@ -35,6 +39,11 @@ namespace asio = boost::asio;
 using boost::system::error_code;
 
 namespace {
+
+/// An answer takes no longer; what does, is hung up on.
+constexpr std::chrono::milliseconds patienceWithQuestions = std::chrono::minutes(3);
+constexpr std::chrono::milliseconds lookForQuestionsAgain(100);
+constexpr std::chrono::milliseconds patienceWithReaders = std::chrono::seconds(10);
 
 void giveNotice(std::string_view notice) {
     platform::printError("vela-widget", notice);
@@ -55,12 +64,32 @@ ExtensionSession::Options sessionOptions(const RunCommand& command) {
     return options;
 }
 
-std::vector<RuntimeFolder> folders(const RunCommand& command, const HostPlace& place) {
+std::vector<RuntimeFolder> folders(const RunCommand& command, const HostClaim& claim, bool isInherited) {
     std::vector<RuntimeFolder> all;
-    const int own = ::fcntl(place.folderDescriptor(), F_DUPFD_CLOEXEC, 0);
-    all.emplace_back(place.folder(), platform::Descriptor(own), giveNotice);
-    if (command.output) all.push_back(RuntimeFolder::make(*command.output, giveNotice));
+    const int own = ::fcntl(claim.folder(), F_DUPFD_CLOEXEC, 0);
+    all.emplace_back(claim.address().folder, platform::Descriptor(own), giveNotice);
+    if (isInherited) all.front().inheritFiles();
+    const auto make = isInherited ? RuntimeFolder::inherit : RuntimeFolder::make;
+    if (command.output) {
+        all.push_back(make(*command.output, giveNotice));
+        claim.noteOutput(*command.output);
+    }
     return all;
+}
+
+HostPlace placeOf(std::optional<Predecessor>& predecessor) {
+    const auto address = HostAddress::ofPerson();
+    return predecessor ? HostPlace::inherit(address, std::move(predecessor->socket), predecessor->ownsSocket)
+                       : HostPlace::claim(address, HostPlace::handedDownSocket());
+}
+
+std::optional<LiveHost::Remembered> rememberedBy(const std::optional<Predecessor>& predecessor) {
+    return predecessor ? predecessor->remembered : std::nullopt;
+}
+
+bool hasChildren() {
+    siginfo_t information = {};
+    return ::waitid(P_ALL, 0, &information, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
 /// From its making on, signals wait to be asked for.
@@ -75,7 +104,7 @@ struct Signals {
 class Household {
   public:
     Household(const asio::any_io_executor& executor, const RunCommand& command, const HostPlace& place,
-              Signals& signals)
+              Signals& signals, const std::optional<Predecessor>& predecessor)
         : executor_(executor),
           clock_(command.makeClock(executor)),
           events_(command.makeEvents(executor)),
@@ -85,23 +114,28 @@ class Household {
                            .extension = extension_,
                            .random = randomNumbers(),
                            .family = command.pictures.empty() ? platform::WidgetFamily::systemMedium
-                                                              : command.pictures.front().family}),
+                                                              : command.pictures.front().family,
+                           .remembered = rememberedBy(predecessor)}),
           drawings_(executor, host_, extension_),
-          files_(executor, host_, drawings_, folders(command, place), command.pictures),
+          files_(executor, host_, drawings_, folders(command, place.claim(), predecessor.has_value()),
+                 command.pictures),
           socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
                   socketOptions(command)),
-          notifications_(executor, place.folder(), wantsNotifications(command)),
+          notifications_(executor, place.claim().address().folder, wantsNotifications(command)),
           signals_(signals),
           end_(executor, asio::steady_timer::time_point::max()),
           place_(place),
-          guard_(executor, {place.lockFile()}, [this](std::size_t) { endWithoutPlace(); }) {
+          guard_(executor, {place.claim().lockFile()}, [this](std::size_t) { endWithoutPlace(); }),
+          program_(platform::executablePath()),
+          renewal_(
+              executor, program_, [this](ProgramRenewal::Event event) { take(event); }, command.renewal) {
         observation_ = host_.observe(
             [this](const LiveState& state, LiveHost::Change change) { notifications_.take(state, change); });
     }
 
     asio::awaitable<void> run() {
         // It may have been lost before it was guarded.
-        if (!place_.isHeld()) co_return;
+        if (!place_.claim().isHeld()) co_return;
         const auto endWith = [this](const std::exception_ptr& failure) {
             failure_ = failure;
             end();
@@ -109,6 +143,7 @@ class Household {
         platform::spawn(executor_, host_.run(), endWith);
         platform::spawn(executor_, socket_.accept(), endWith);
         platform::spawn(executor_, reloadOnSignals(), endWith);
+        platform::spawn(executor_, removeInheritance(), endWith);
         signals_.end.async_wait([this](const error_code&, int) { end(); });
         error_code ignored;
         while (!isOver_) co_await end_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
@@ -133,7 +168,32 @@ class Household {
     }
 
     void endWithoutPlace() {
-        if (!place_.isHeld()) end();
+        if (!place_.claim().isHeld()) end();
+    }
+
+    void take(ProgramRenewal::Event event) {
+        if (event == ProgramRenewal::Event::removed) return end();
+        if (std::exchange(isRenewing_, true)) return;
+        platform::spawn(executor_, renew(), [this](const std::exception_ptr&) { isRenewing_ = false; });
+    }
+
+    /// Goes on as the program that took its own's place; or, where that cannot be run, as it is.
+    asio::awaitable<void> renew() {
+        const auto end = std::chrono::steady_clock::now() + patienceWithQuestions;
+        while ((host_.isAsking() || hasChildren()) && std::chrono::steady_clock::now() < end) {
+            co_await platform::pause(lookForQuestionsAgain);
+            co_await extension_.end();
+        }
+        if (!isOver_)
+            giveNotice("the program was replaced, but " +
+                       becomeProgram(program_, place_.socket(), place_.ownsSocket(), host_.remembered()));
+        isRenewing_ = false;
+    }
+
+    /// Readers of the host before have had time to come back for their pictures.
+    asio::awaitable<void> removeInheritance() {
+        co_await platform::pause(patienceWithReaders);
+        files_.removeUnwanted();
     }
 
     void end() {
@@ -163,6 +223,9 @@ class Household {
     const HostPlace& place_;
     /// Without its place no reader finds it, and another may begin.
     platform::FileWatcher guard_;
+    std::filesystem::path program_;
+    ProgramRenewal renewal_;
+    bool isRenewing_ = false;
     bool isOver_ = false;
     std::exception_ptr failure_;
 };
@@ -171,9 +234,14 @@ class Household {
 struct House {
     House(const asio::any_io_executor& executor, const RunCommand& command)
         : signals(executor),
-          place(HostPlace::claim(HostAddress::ofPerson(), HostPlace::handedDownSocket())),
-          household(executor, command, place, signals) {}
+          predecessor(Predecessor::ofThisProcess()),
+          place(placeOf(predecessor)),
+          household(executor, command, place, signals, predecessor) {
+        Predecessor::takeSignals();
+        predecessor.reset();
+    }
     Signals signals;
+    std::optional<Predecessor> predecessor;
     HostPlace place;
     Household household;
 };

@@ -15,6 +15,7 @@
 
 #include "host/protocol/PictureFile.hpp"
 #include "host/widget/ExtensionProcess.hpp"
+#include "host/widget/Live/ProgramRenewal.hpp"
 #include "platform/SystemEvents/SystemEvents.hpp"
 #include "platform/SystemEvents/WallClock.hpp"
 
@@ -34,6 +35,7 @@ struct RunCommand {
     /// Without readers for that long it ends.
     std::optional<std::chrono::seconds> idleLimit = std::nullopt;
     ExtensionSettings extension = {};
+    ProgramRenewal::Options renewal = {};
     /// How long an extension that nobody asks is kept (docs/decisions/0013).
     std::chrono::milliseconds extensionRest = std::chrono::seconds(60);
 
