@@ -13,17 +13,52 @@ endfunction()
 # waits, talks or reads a command line: its time is the others', and compiling it takes a third less.
 function(vela_at target level)
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O${level}>)
+    if(level EQUAL 0)
+        set_target_properties(${target} PROPERTIES DISABLE_PRECOMPILE_HEADERS ON)
+    endif()
 endfunction()
 
-# vela_room(NAME [USES room...] [LINKS private-library...] SOURCES file...)
+# vela_precompiled(NAME HEADER [option...]): a header that vela_parses_once lets targets begin with. Their compiler options
+# have to be the same, but for warnings and -O1 in place of -O2.
+function(vela_precompiled name header)
+    if(NOT VELA_UNITY)
+        return()
+    endif()
+    set(source ${PROJECT_BINARY_DIR}/${name}.cpp)
+    file(CONFIGURE OUTPUT ${source} CONTENT "")
+    add_library(${name} OBJECT ${source})
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_compile_options(${name} PRIVATE ${ARGN})
+    target_link_libraries(${name} PRIVATE vela_warnings)
+    target_precompile_headers(${name} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/${header})
+    # Its warnings are those of what is compiled together.
+    set_target_properties(${name} PROPERTIES UNITY_BUILD ON)
+endfunction()
+
+function(vela_parses_once target precompiled)
+    if(TARGET ${precompiled})
+        target_precompile_headers(${target} REUSE_FROM ${precompiled})
+    endif()
+endfunction()
+
+vela_precompiled(vela_precompiled Precompiled.hpp)
+# Asio leaves static objects behind, so it is for rooms of coroutines alone.
+vela_precompiled(vela_precompiled_asio PrecompiledAsio.hpp)
+
+# vela_room(NAME [COROUTINES] [USES room...] [LINKS private-library...] SOURCES file...)
 # One folder, one target. USES names the rooms below that this room may include; LINKS the libraries that only
-# its sources see.
+# its sources see. COROUTINES: most of its sources include Asio.
 function(vela_room name)
-    cmake_parse_arguments(ROOM "" "" "USES;LINKS;SOURCES" ${ARGN})
+    cmake_parse_arguments(ROOM "COROUTINES" "" "USES;LINKS;SOURCES" ${ARGN})
     add_library(${name} STATIC ${ROOM_SOURCES})
     target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
     target_link_libraries(${name} PUBLIC ${ROOM_USES} PRIVATE vela_warnings ${ROOM_LINKS})
     vela_together(${name})
+    if(ROOM_COROUTINES)
+        vela_parses_once(${name} vela_precompiled_asio)
+    else()
+        vela_parses_once(${name} vela_precompiled)
+    endif()
 endfunction()
 
 # vela_program(NAME [COMPONENT name] [USES room...] [LINKS library...] SOURCES file...)
@@ -38,7 +73,7 @@ function(vela_program name)
     target_sources(${name} PRIVATE ${VELA_SANITIZER_SOURCES})
     target_compile_definitions(${name} PRIVATE VELA_VERSION="${PROJECT_VERSION}")
     # What is worth optimising stands in the rooms.
-    vela_at(${name} 0)
+    vela_at(${name} 0 program)
     target_link_libraries(${name} PRIVATE vela_warnings ${PROGRAM_USES} ${PROGRAM_LINKS})
     install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${PROGRAM_COMPONENT})
     set_property(TARGET ${name} PROPERTY VELA_COMPONENT ${PROGRAM_COMPONENT})

@@ -32,9 +32,29 @@ struct DeepLink {
 
     static platform::URL fromText(const std::string& text);
 
-    /// The account server's page that shows what a link is for, as what follows the server's address: the
-    /// page's path, and after it whatever the link has after its host. Nothing where no page does.
-    static std::optional<std::string> pageFor(const platform::URL& link);
+    /// What a link is for.
+    struct Target {
+        enum class Kind { delivery, order, homeOrders, addDelivery } kind;
+        /// As the link has it, percent-encoded; empty where the kind has none.
+        std::string id = {};
+        /// What the link says beside, with its question mark; empty where it says nothing.
+        std::string query = {};
+
+        /// The page of the account's site that shows it, as what follows the site's address.
+        std::string page() const;
+        /// For a person: "the order 42".
+        std::string words() const;
+        bool operator==(const Target&) const = default;
+    };
+
+    /// Longer texts are no links, in bytes; nor is an identifier that is longer, in its encoded form.
+    static constexpr std::size_t longestLink = 2048;
+    static constexpr std::size_t longestIdentifier = 512;
+
+    /// Reads what anybody may have written: nothing for all but the forms that are made here. An identifier
+    /// is one step of a path, well-formed UTF-8, without control characters, slashes or backslashes, however
+    /// they are written.
+    static std::optional<Target> read(std::string_view text);
 };
 
 }  // namespace presentation

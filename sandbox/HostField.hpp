@@ -2,8 +2,7 @@
 
 #pragma once
 
-// Whom a request is addressed to. A web page from anywhere can have its own name resolve to 127.0.0.1, and
-// would then read the sandbox as a page of its own; but its browser sends that name along. Pure functions.
+// Whom a request is addressed to. Pure functions.
 
 #include <string_view>
 

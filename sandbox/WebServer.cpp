@@ -25,6 +25,7 @@
 #include <string_view>
 
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/HTTPServer/Loopback.hpp"
 #include "platform/Log/StandardError.hpp"
 #include "sandbox/Error.hpp"
 
@@ -133,10 +134,7 @@ class WebServer::Engine {
 
     void listen(tcp::acceptor& acceptor, unsigned short port) {
         try {
-            acceptor.open(tcp::v4());
-            acceptor.set_option(tcp::acceptor::reuse_address(true));
-            acceptor.bind({asio::ip::address_v4::loopback(), port});
-            acceptor.listen();
+            platform::listenOnLoopback(acceptor, port);
         } catch (const boost::system::system_error& error) {
             throw Error("port " + std::to_string(port) + " cannot be listened at: " + error.code().message());
         }

@@ -23,6 +23,8 @@ struct SharedDefaultsKey {
     static constexpr const char* installDeviceId = "installDeviceId";
     /// Ours beside the app's: whether a live host tells what happens.
     static constexpr const char* notifications = "notifications";
+    /// Ours beside the app's: the site whose pages show what the widget's links are for.
+    static constexpr const char* accountSite = "ACCOUNT_SITE_URL";
 };
 
 class SharedDefaults {

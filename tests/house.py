@@ -22,8 +22,11 @@ MAY_USE["widget"].add("drawing")
 MAY_USE["host/protocol"] = {"host/protocol", "widget", "presentation", "platform"}
 MAY_USE["host/reader"] = {"host/reader", *MAY_USE["host/protocol"]}
 MAY_USE["host/widget"] = {"host/widget", *MAY_USE["host/reader"]}
+MAY_USE["host/window"] = {"host/window", *MAY_USE["host/reader"]}
+MAY_USE["host/page"] = {"host/page", *MAY_USE["host/reader"]}
 MAY_USE["host/extension"] = {"host/extension", *MAY_USE["host/protocol"]}
-MAY_USE["host/companion"] = {"host/companion", "server", "presentation", "platform"}
+# It removes what a live host that was killed has left of whoever signs out.
+MAY_USE["host/companion"] = {"host/companion", "host/protocol", "server", "presentation", "platform"}
 # Of the drawing room the sandbox needs what writes pictures, and no more.
 MAY_USE["sandbox"] = {"sandbox", "platform", "drawing/Writers"}
 

@@ -4,10 +4,9 @@
 
 #include "analytics/Relaybox.hpp"
 #include "presentation/Wording.hpp"
+#include "widget/SupportedFamilies.hpp"
 
 namespace widget {
-
-using platform::WidgetFamily;
 
 TrackingWidget::Configuration TrackingWidget::body() const {
     return {
@@ -15,10 +14,7 @@ TrackingWidget::Configuration TrackingWidget::body() const {
         .provider = Provider(analytics::Relaybox::production(), minimumTimeBetweenEvents),
         .displayName = std::string(presentation::Wording::widgetName),
         .description = std::string(presentation::Wording::widgetDescription),
-        // Medium comes first: the gallery offers that one.
-        .supportedFamilies = {WidgetFamily::systemMedium, WidgetFamily::systemSmall,
-                              WidgetFamily::systemLarge, WidgetFamily::accessoryRectangular,
-                              WidgetFamily::accessoryInline},
+        .supportedFamilies = {supportedFamilies.begin(), supportedFamilies.end()},
     };
 }
 

@@ -14,6 +14,7 @@
 #include "drawing/Painters/Path.hpp"
 #include "drawing/Painters/TextPlacement.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
+#include "platform/Text/Base64.hpp"
 
 namespace drawing {
 namespace {
@@ -49,23 +50,6 @@ std::string escaped(std::string_view text) {
         if (escaped.ends_with("\xEF\xBF\xBE") || escaped.ends_with("\xEF\xBF\xBF")) escaped.back() = '\xBD';
     }
     return escaped;
-}
-
-std::string base64(std::string_view bytes) {
-    constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    text.reserve((bytes.size() + 2) / 3 * 4);
-    for (std::size_t index = 0; index < bytes.size(); index += 3) {
-        const std::size_t count = std::min<std::size_t>(3, bytes.size() - index);
-        std::uint32_t group = 0;
-        for (std::size_t place = 0; place < 3; ++place) {
-            group = group << 8 | (place < count ? static_cast<unsigned char>(bytes[index + place]) : 0u);
-        }
-        for (std::size_t place = 0; place < 4; ++place) {
-            text += place <= count ? digits[group >> (18 - 6 * place) & 63] : '=';
-        }
-    }
-    return text;
 }
 
 std::string attribute(std::string_view name, std::string_view value) {
@@ -343,7 +327,7 @@ class SVGPainter {
 
     void show(const Bitmap& bitmap, const Rect& frame) {
         body_ += "<image" + frameAttributes(frame) +
-                 attribute("href", "data:image/png;base64," + base64(encodedPNG(bitmap, bitmapScale))) + "/>";
+                 attribute("href", "data:image/png;base64," + platform::base64(encodedPNG(bitmap, bitmapScale))) + "/>";
     }
 
     const DisplayList& list_;

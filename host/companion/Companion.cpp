@@ -2,32 +2,27 @@
 
 #include "host/companion/Companion.hpp"
 
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <chrono>
-#include <cstring>
 #include <memory>
 #include <utility>
 
+#include "host/protocol/HostClaim.hpp"
+#include "platform/Bundle/Bundle.hpp"
 #include "platform/Files/Patience.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Security/PersonalKeychain.hpp"
 #include "platform/Security/SecItem.hpp"
+#include "platform/Text/Text.hpp"
+#include "platform/URL/URL.hpp"
 #include "platform/UserDefaults/UserDefaults.hpp"
-#include "presentation/DeepLink.hpp"
 #include "server/SharedDefaults.hpp"
 #include "server/TokenKeychain.hpp"
 
-extern char** environ;
-
 namespace host {
 
-using presentation::DeepLink;
 using server::Keychain;
 using server::SharedDefaultsKey;
 
@@ -135,11 +130,7 @@ void changeDefaults(Change change) {
     }
 }
 
-std::string requiredToken(const boost::json::object& object, const char* key) {
-    const auto* value = object.if_contains(key);
-    if (!value || !value->is_string() || value->get_string().empty())
-        throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
-    std::string token(value->get_string());
+void requireCarriable(const std::string& token, const char* key) {
     const bool isForAHeader = std::none_of(token.begin(), token.end(), [](char character) {
         const auto byte = static_cast<unsigned char>(character);
         return byte < 0x20 || byte == 0x7F;
@@ -148,7 +139,25 @@ std::string requiredToken(const boost::json::object& object, const char* key) {
         throw CompanionError(
             std::string("the input's \"") + key +
             "\" holds a control character (a line feed, perhaps), which no request can carry");
+}
+
+std::string requiredToken(const boost::json::object& object, const char* key) {
+    const auto* value = object.if_contains(key);
+    if (!value || !value->is_string() || value->get_string().empty())
+        throw CompanionError(std::string("the input must hold a text \"") + key + "\"");
+    std::string token(value->get_string());
+    requireCarriable(token, key);
     return token;
+}
+
+/// Why what a live host that was killed has left of the person before is still there; empty where it is not.
+std::string faultOfForgettingDeadHost() {
+    try {
+        removeLeftoversOfDeadHost();
+        return "";
+    } catch (const HostPlaceError& error) {
+        return std::string("what a live host left that was killed is still there: ") + error.what();
+    }
 }
 
 std::string line(std::string_view name, std::string_view value) {
@@ -159,6 +168,11 @@ std::string storedLine(std::string_view name, bool isStored) {
     return line(name, isStored ? "stored" : "none");
 }
 
+bool hasSignIn() {
+    return isStored(currentKeychain(), accessTokenKey) ||
+           isStored(server::legacyTokenKeychain(), accessTokenKey) || isStored(currentKeychain(), sessionKey);
+}
+
 std::string keychainLines() {
     const auto current = currentKeychain();
     const auto legacy = server::legacyTokenKeychain();
@@ -166,11 +180,10 @@ std::string keychainLines() {
     const bool hasRefresh = isStored(current, refreshTokenKey);
     const bool hasLegacyAccess = isStored(legacy, accessTokenKey);
     const bool hasLegacyRefresh = isStored(legacy, refreshTokenKey);
-    const bool hasSession = isStored(current, sessionKey);
-    const bool isSignedIn = hasAccess || hasLegacyAccess || hasSession;
-    return line("signed in", isSignedIn ? "yes" : "no") + storedLine("access token", hasAccess) +
+    return line("signed in", hasSignIn() ? "yes" : "no") + storedLine("access token", hasAccess) +
            storedLine("refresh token", hasRefresh) + storedLine("legacy access token", hasLegacyAccess) +
-           storedLine("legacy refresh token", hasLegacyRefresh) + storedLine("session", hasSession);
+           storedLine("legacy refresh token", hasLegacyRefresh) +
+           storedLine("session", isStored(current, sessionKey));
 }
 
 std::string defaultsLines() {
@@ -197,6 +210,18 @@ Credentials Credentials::fromJSON(std::string_view text) {
     return credentials;
 }
 
+Credentials Credentials::fromTokens(std::string accessToken, std::string refreshToken) {
+    for (const auto& [token, key] :
+         {std::pair(&accessToken, accessTokenKey), std::pair(&refreshToken, refreshTokenKey)}) {
+        if (token->empty() || !platform::isValidUTF8(*token))
+            throw CompanionError(std::string("the input's \"") + key + "\" is no text");
+        requireCarriable(*token, key);
+    }
+    if (accessToken == refreshToken)
+        throw CompanionError("both tokens are the same text; a pair has two different ones");
+    return {.accessToken = std::move(accessToken), .refreshToken = std::move(refreshToken)};
+}
+
 void signIn(const Credentials& credentials, TokenLocation location, const std::optional<std::string>& userId,
             const Notice& notice) {
     const auto lock = holdingOffRenewals(notice);
@@ -219,11 +244,13 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
         id->withdraw();
     });
     throwUnlessSuccess("the keychain did not take the tokens", transaction->commit());
+    const auto fault = faultOfForgettingDeadHost();
     try {
         id->commit();
     } catch (const platform::UserDefaultsError& error) {
         throw CompanionError("signed in, but without the user id: " + std::string(error.what()));
     }
+    if (!fault.empty()) throw CompanionError("signed in, but " + fault);
 }
 
 void signOut(const Notice& notice) {
@@ -232,11 +259,21 @@ void signOut(const Notice& notice) {
     emptyKeychain(currentKeychain());
     emptyKeychain(server::legacyTokenKeychain());
     throwUnlessSuccess("the keychain cannot be emptied", transaction->commit());
+    const auto fault = faultOfForgettingDeadHost();
     try {
         deleteDefaults(SharedDefaultsKey::userId);
     } catch (const CompanionError& error) {
         throw CompanionError("signed out, but the user id is still stored: " + std::string(error.what()));
     }
+    if (!fault.empty()) throw CompanionError("signed out, but " + fault);
+}
+
+std::string keychainPlace() {
+    const auto kind = platform::personalKeychainKind();
+    if (!kind) throw CompanionError("VELA_KEYCHAIN names no keychain: it may be embedded or secret-service");
+    if (*kind == platform::KeychainKind::secretService) return "the desktop's keyring";
+    const auto file = platform::personalKeychainFile();
+    return file ? file->string() : "a file that cannot be had: there is no home folder";
 }
 
 SignInStatus signInStatus() {
@@ -275,29 +312,30 @@ std::optional<boost::json::value> integerValue(std::string_view text) {
     return value;
 }
 
-platform::URL pageFor(const platform::URL& link) {
-    const auto scheme = link.scheme();
-    if (scheme == "http" || scheme == "https") return link.withoutUserInformation();
-    if (scheme != DeepLink::scheme) throw CompanionError("links of the scheme " + scheme + " are not opened");
-    if (const auto page = DeepLink::pageFor(link)) {
-        const auto address = platform::URL::parse(serverURL(sharedDefaults()) + *page);
-        if (address) return address->withoutUserInformation();
-    }
-    throw CompanionError("the link leads nowhere that is known");
+AccountSite accountSite() {
+    auto suite = sharedDefaults();
+    AccountSite site;
+    const auto& info = platform::Bundle::main().infoDictionary();
+    const auto* ofDeployment = info ? info->if_contains(SharedDefaultsKey::accountSite) : nullptr;
+    if (const auto ofPerson = suite->stringForKey(SharedDefaultsKey::accountSite))
+        site.address = *ofPerson;
+    else if (ofDeployment && ofDeployment->is_string())
+        site.address = std::string(ofDeployment->get_string());
+    else
+        site.address = serverURL(std::move(suite));
+    while (site.address.ends_with('/')) site.address.pop_back();
+    const auto url = platform::URL::parse(site.address);
+    // RFC 2606, section 2.
+    site.isConfigured = url && !url->host().ends_with(".example") && !url->host().ends_with(".invalid");
+    return site;
 }
 
-void openPage(const platform::URL& page) {
-    std::string program = "xdg-open";
-    std::string argument = page.absoluteString();
-    std::array<char*, 3> arguments = {program.data(), argument.data(), nullptr};
-    pid_t process = 0;
-    if (const int error =
-            ::posix_spawnp(&process, program.c_str(), nullptr, nullptr, arguments.data(), environ))
-        throw CompanionError(std::string("xdg-open cannot be started: ") + std::strerror(error));
-    int status = 0;
-    ::waitpid(process, &status, 0);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        throw CompanionError("xdg-open could not open the page");
+std::optional<bool> isSignedIn() {
+    try {
+        return hasSignIn();
+    } catch (const CompanionError&) {
+        return std::nullopt;
+    }
 }
 
 }  // namespace host

@@ -3,7 +3,7 @@
 #pragma once
 
 // The companion app's part of the bargain: writes the shared keychain and the shared defaults that the widget
-// reads, and opens the widget's links. Errors are CompanionError; none of them holds a token.
+// reads. Errors are CompanionError; none of them holds a token.
 
 #include <boost/json/value.hpp>
 #include <functional>
@@ -12,8 +12,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "platform/URL/URL.hpp"
 
 namespace host {
 
@@ -30,6 +28,8 @@ struct Credentials {
 
     /// From {"accessToken", "refreshToken"}; members that are neither are refused.
     static Credentials fromJSON(std::string_view text);
+    /// From the two, each by itself.
+    static Credentials fromTokens(std::string accessToken, std::string refreshToken);
 };
 
 /// Takes words for the person while she waits.
@@ -44,6 +44,10 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
 /// Removes tokens and session from both locations at once, then the user id; where that cannot be removed,
 /// CompanionError says so and the tokens are gone all the same. Waits as `signIn` does.
 void signOut(const Notice& notice);
+
+/// Where a sign-in is kept, for a person: the keychain's file, or the keyring's name. Throws for a keychain
+/// that is none.
+std::string keychainPlace();
 
 /// What is stored, as lines for a person. Never a token, nor the user information of a URL.
 struct SignInStatus {
@@ -60,10 +64,17 @@ void deleteDefaults(std::string_view key);
 /// `text` as a 64-bit integer; nothing for any other text.
 std::optional<boost::json::value> integerValue(std::string_view text);
 
-/// The page of the account server that shows what a link of the widget's stands for; an http or https URL
-/// stands for itself.
-platform::URL pageFor(const platform::URL& link);
-/// Opens a page in the person's browser.
-void openPage(const platform::URL& page);
+/// Where the person's orders are on the web.
+struct AccountSite {
+    /// Without a slash at its end.
+    std::string address;
+    /// Somebody runs it: it does not lie under a domain that is reserved for examples.
+    bool isConfigured = false;
+};
+/// The shared default "ACCOUNT_SITE_URL", else the Info dictionary's, else the account server itself.
+AccountSite accountSite();
+
+/// Whether a sign-in is stored; nothing where the keychain does not tell.
+std::optional<bool> isSignedIn();
 
 }  // namespace host

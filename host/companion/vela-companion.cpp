@@ -11,11 +11,16 @@
 #include <vector>
 
 #include "host/companion/Companion.hpp"
+#include "host/companion/Links.hpp"
+#include "host/companion/SecretPrompt.hpp"
+#include "host/companion/SignInWindow.hpp"
 #include "platform/CommandLine/Command.hpp"
+#include "platform/Files/PrivateFile.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/Log/StandardError.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
 
@@ -95,27 +100,75 @@ void run(Action action) {
     runTelling([&](Complaints&) { action(); });
 }
 
+/// Whether what is told here stands before somebody's eyes; a desktop's click comes without a terminal.
+bool isSeen() {
+    return ::isatty(STDIN_FILENO) == 1 || ::isatty(STDERR_FILENO) == 1;
+}
+
+template <typename Action>
+void tellingDesktop(Action action) {
+    try {
+        action();
+    } catch (const std::exception& error) {
+        host::notifyDesktop(error.what());
+        throw;
+    }
+}
+
 struct Options {
     bool legacy = false;
     bool integer = false;
     bool printOnly = false;
+    bool window = false;
+    std::optional<std::string> file;
     std::optional<std::string> userId;
     std::string key;
     std::string value;
     std::string link;
 };
 
+host::Credentials askedCredentials() {
+    host::SecretPrompt prompt;
+    prompt.say("Sign in: paste the two tokens that your account gave you. What you type is not shown.");
+    const std::string first = prompt.ask("Access token (or the whole JSON): ");
+    if (first.starts_with('{')) return host::Credentials::fromJSON(first);
+    return host::Credentials::fromTokens(first, prompt.ask("Refresh token: "));
+}
+
+host::Credentials credentials(const Options& options) {
+    if (options.file)
+        return host::Credentials::fromJSON(platform::readPrivateFile(*options.file, maximumInput));
+    if (::isatty(STDIN_FILENO) == 1) return askedCredentials();
+    return host::Credentials::fromJSON(standardInput());
+}
+
+void signIn(const Options& options) {
+    const auto location = options.legacy ? host::TokenLocation::legacy : host::TokenLocation::current;
+    host::signIn(credentials(options), location, options.userId, say);
+    // A script reads no words of success.
+    if (::isatty(STDERR_FILENO) == 1)
+        say("you are signed in; the tokens are in " + host::keychainPlace() + ", and nowhere else");
+}
+
 void addSignIn(const platform::Command& app, Options& options) {
-    const auto command = app.subcommand("sign-in", "Store the token pair that standard input holds");
+    const auto command = app.subcommand("sign-in", "Store a token pair: asks for it, or reads it");
     command.flag("--legacy", options.legacy, "Store it where older versions kept it");
     command.option("--user-id", options.userId, "The signed-in person's id");
+    command
+        .option("--file", options.file,
+                "The file that holds the pair, in place of standard input; refused where others can read it")
+        .named("PATH");
+    command.flag("--window", options.window, "Ask in a window (of the package vela-widget-gtk)");
     command.footer(
-        "Standard input: {\"accessToken\": \"...\", \"refreshToken\": \"...\"}\n\n"
+        "On a terminal it asks, and hides what you type. Standard input otherwise, and the file:\n"
+        "  {\"accessToken\": \"...\", \"refreshToken\": \"...\"}\n\n"
         "Example:\n  vela-sandbox --print-credentials | vela-companion sign-in --user-id 12345");
     command.action([&options] {
+        if (options.window && (options.legacy || options.userId || options.file))
+            platform::refuseArgument("--window", "asks for everything itself");
         run([&options] {
-            const auto location = options.legacy ? host::TokenLocation::legacy : host::TokenLocation::current;
-            host::signIn(host::Credentials::fromJSON(standardInput()), location, options.userId, say);
+            if (options.window) host::showSignInWindow();
+            signIn(options);
         });
     });
 }
@@ -181,14 +234,18 @@ void addOpen(const platform::Command& app, Options& options) {
     command.flag("--print", options.printOnly, "Print the page's address instead of opening it");
     command.footer("Example:\n  vela-companion open velaapp://order/1234");
     command.action([&options] {
-        run([&] {
-            const auto link = platform::URL::parse(options.link);
-            if (!link) throw host::CompanionError("this is no URL");
-            const auto page = host::pageFor(*link);
-            if (options.printOnly)
-                results().write(page.absoluteString() + "\n");
+        runTelling([&](Complaints&) {
+            const auto opened = [&] {
+                const auto link = host::Link::read(options.link);
+                if (options.printOnly)
+                    results().write(link.page.absoluteString() + "\n");
+                else
+                    host::openLink(link);
+            };
+            if (options.printOnly || isSeen())
+                opened();
             else
-                host::openPage(page);
+                tellingDesktop(opened);
         });
     });
 }
@@ -213,5 +270,6 @@ int runProgram(int count, const char* const* arguments) {
 
 int main(int count, char** arguments) {
     platform::forbidCoreFiles();
+    platform::wipeFreedMemory();
     return platform::statusOf("vela-companion", [&] { return runProgram(count, arguments); });
 }

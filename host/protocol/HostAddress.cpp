@@ -3,13 +3,13 @@
 #include "host/protocol/HostAddress.hpp"
 
 #include <sys/stat.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <string>
 #include <system_error>
 
+#include "host/protocol/LocalSocket.hpp"
 #include "platform/Files/ShellWord.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 
@@ -48,10 +48,9 @@ HostAddress HostAddress::ofPerson() {
     if (!folder.is_absolute()) refuse("XDG_RUNTIME_DIR, " + folder.string() + ", is not an absolute path");
     requireOwnFolder(folder);
     HostAddress address = {.folder = folder / "vela-widget"};
-    if (address.socket().native().size() >= sizeof sockaddr_un::sun_path)
+    if (address.socket().native().size() > longestSocketPath)
         refuse("the path " + address.socket().string() + " is too long for a socket (" +
-               std::to_string(sizeof sockaddr_un::sun_path - 1) +
-               " bytes at most); set a shorter XDG_RUNTIME_DIR");
+               std::to_string(longestSocketPath) + " bytes at most); set a shorter XDG_RUNTIME_DIR");
     return address;
 }
 

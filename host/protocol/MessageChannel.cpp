@@ -47,6 +47,7 @@ std::string frame(const Message& message) {
 MessageChannel::MessageChannel(const asio::any_io_executor& executor, int socket, Limits limits)
     : socket_(executor, asio::local::stream_protocol(), socket),
       written_(executor, asio::steady_timer::time_point::max()),
+      patience_(executor),
       limits_(limits) {
     queue(frame({.body = {{"protocol", protocolVersion}}}));
 }
@@ -59,6 +60,7 @@ std::shared_ptr<MessageChannel> MessageChannel::over(const asio::any_io_executor
                                                      Limits limits) {
     const std::shared_ptr<MessageChannel> channel(new MessageChannel(executor, socket, limits));
     channel->writeNext();
+    channel->limitPatience();
     return channel;
 }
 
@@ -79,9 +81,21 @@ asio::awaitable<Message> MessageChannel::receive() {
     co_return co_await receiveFrame();
 }
 
+/// Whoever waits to read meets the end.
+void MessageChannel::limitPatience() {
+    if (!limits_.patience) return;
+    patience_.expires_after(*limits_.patience);
+    patience_.async_wait([channel = weak_from_this()](const boost::system::error_code& error) {
+        const auto there = error ? nullptr : channel.lock();
+        if (there) there->close();
+    });
+}
+
 asio::awaitable<Message> MessageChannel::receiveFrame() {
     std::array<unsigned char, prefixSize> prefix;
-    co_await asio::async_read(socket_, asio::buffer(prefix), asio::use_awaitable);
+    co_await asio::async_read(socket_, asio::buffer(prefix, 1), asio::use_awaitable);
+    if (hasGreeted_) limitPatience();
+    co_await asio::async_read(socket_, asio::buffer(prefix) + 1, asio::use_awaitable);
     const auto bodySize = bigEndian(prefix.data());
     const auto attachmentSize = bigEndian(prefix.data() + 4);
     if (bodySize > limits_.body || attachmentSize > limits_.attachment)
@@ -89,6 +103,7 @@ asio::awaitable<Message> MessageChannel::receiveFrame() {
     Message message;
     message.text = co_await receiveBytes(bodySize);
     message.attachment = co_await receiveBytes(attachmentSize);
+    patience_.cancel();
     auto value = platform::JSONSerialization::JSONObjectWithData(message.text);
     if (!value.is_object()) throw ProtocolError("a message is no JSON object");
     message.body = std::move(value.get_object());

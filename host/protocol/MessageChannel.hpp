@@ -53,10 +53,13 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
     static constexpr std::size_t maximumBodySize = std::size_t{16} << 20;
     static constexpr std::size_t maximumAttachmentSize = std::size_t{256} << 20;
 
-    /// The longest that may be received, in bytes.
+    /// What may be received: how long, in bytes, and how long it may take.
     struct Limits {
         std::size_t body = maximumBodySize;
         std::size_t attachment = maximumAttachmentSize;
+        /// Until the greeting is whole, and from the first byte of a message to its last; then it is hung up.
+        /// Without it, for ever.
+        std::optional<std::chrono::milliseconds> patience = std::nullopt;
     };
 
     /// Takes over a connected stream socket. The greeting goes out at once.
@@ -82,6 +85,7 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
     MessageChannel(const boost::asio::any_io_executor& executor, int socket, Limits limits);
     void queue(std::string frame);
     boost::asio::awaitable<Message> receiveFrame();
+    void limitPatience();
     boost::asio::awaitable<std::string> receiveBytes(std::size_t count);
     void writeNext();
     void endWriting();
@@ -89,6 +93,8 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
 
     boost::asio::local::stream_protocol::socket socket_;
     boost::asio::steady_timer written_;
+    /// Ends what takes too long to come.
+    boost::asio::steady_timer patience_;
     Limits limits_;
     std::deque<std::string> queue_;
     std::size_t queuedBytes_ = 0;

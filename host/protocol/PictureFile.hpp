@@ -6,6 +6,7 @@
 
 #include <compare>
 #include <string>
+#include <string_view>
 
 #include "platform/WidgetKit/WidgetFamily.hpp"
 #include "widget/DrawingRequest.hpp"
@@ -20,6 +21,9 @@ struct PictureFile {
 
     /// "systemMedium-dark@2x.png"; a scale of one and a half is "@1.5x".
     std::string name() const;
+    /// Whether a file is named as a picture is, of whatever scale.
+    static bool isName(std::string_view name);
+
     auto operator<=>(const PictureFile&) const = default;
 };
 

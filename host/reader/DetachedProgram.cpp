@@ -17,11 +17,12 @@ namespace {
 
 class FileActions {
   public:
-    FileActions() {
+    explicit FileActions(const std::filesystem::path& folder) {
         ::posix_spawn_file_actions_init(&actions_);
         for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             ::posix_spawn_file_actions_addopen(&actions_, descriptor, "/dev/null", O_RDWR, 0);
         ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+        if (!folder.empty()) ::posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str());
     }
     ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
     FileActions(const FileActions&) = delete;
@@ -74,8 +75,9 @@ std::vector<std::string> environmentWith(const std::map<std::string, std::string
 }  // namespace
 
 pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments,
-                    const std::map<std::string, std::string>& variables) {
-    const FileActions actions;
+                    const std::map<std::string, std::string>& variables,
+                    const std::filesystem::path& folder) {
+    const FileActions actions(folder);
     const Attributes attributes;
     auto environment = environmentWith(variables);
     pid_t process = 0;

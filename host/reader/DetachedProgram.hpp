@@ -14,9 +14,11 @@
 
 namespace host {
 
-/// `arguments` begin with the program's name; `variables` are added to this process's environment. A child of
+/// `arguments` begin with the program's name; `variables` are added to this process's environment. It works
+/// in `folder`, where one is given, and that is also where a relative `program` is looked for. A child of
 /// this process, which has to wait for it. Throws std::system_error.
 pid_t startDetached(const std::filesystem::path& program, std::vector<std::string> arguments,
-                    const std::map<std::string, std::string>& variables = {});
+                    const std::map<std::string, std::string>& variables = {},
+                    const std::filesystem::path& folder = {});
 
 }  // namespace host

@@ -3,7 +3,8 @@
 #pragma once
 
 // Starts a live host that lives on without whoever started it: in a session of its own, without a terminal,
-// and with nothing else of its starter's but the environment.
+// in the root folder, so that no file system is held by it, and with nothing else of its starter's but the
+// environment, whose relative paths are made absolute.
 
 #include <sys/types.h>
 

@@ -2,8 +2,6 @@
 
 #include "host/reader/LiveHostClient.hpp"
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,7 +10,6 @@
 #include <boost/asio/use_awaitable.hpp>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <map>
 #include <system_error>
 #include <utility>
@@ -20,11 +17,11 @@
 #include "host/protocol/DrawingRequestCoding.hpp"
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/HostAddress.hpp"
+#include "host/protocol/LocalSocket.hpp"
 #include "host/reader/HostStart.hpp"
 #include "host/reader/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
-#include "platform/Files/Descriptor.hpp"
 #include "platform/Streams/Deadline.hpp"
 
 namespace host {
@@ -39,20 +36,12 @@ namespace {
 
 constexpr milliseconds lookAgain(20);
 
-/// The descriptor, or minus the error.
+/// The descriptor, or minus the error; nobody else's host.
 int tryToConnect(const std::filesystem::path& path) {
-    platform::Descriptor socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!socket.isOpen()) return -errno;
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    const auto& name = path.native();
-    if (name.size() >= sizeof address.sun_path) return -ENAMETOOLONG;
-    std::memcpy(address.sun_path, name.data(), name.size());
-    if (::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return -errno;
-    ucred peer = {};
-    socklen_t length = sizeof peer;
-    if (::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0) return -errno;
-    return peer.uid == ::geteuid() ? socket.release() : -EACCES;
+    const int connected = connectedLocalSocket(path);
+    if (connected < 0 || isOfThisPerson(connected)) return connected;
+    ::close(connected);
+    return -EACCES;
 }
 
 bool isMissing(int result) {
@@ -230,14 +219,18 @@ asio::awaitable<int> LiveHostClient::connectedSocket() {
     while (true) {
         const int result = tryToConnect(path);
         if (result >= 0) co_return result;
-        if (!isMissing(result))
+        if (isMissing(result)) {
+            if (options_.ifMissing == IfMissing::leave) throw LiveHostMissing("no live host is running");
+            if (!std::exchange(hasStarted, true) && !started_) start();
+        } else if (result != -EAGAIN) {
             throw LiveHostEnded("the live host cannot be reached at " + path.string() + ": " +
                                 std::generic_category().message(-result));
-        if (options_.ifMissing == IfMissing::leave) throw LiveHostMissing("no live host is running");
-        if (!std::exchange(hasStarted, true) && !started_) start();
+        }
         if (steady_clock::now() >= deadline)
             throw LiveHostEnded(
-                "the live host that was started does not listen; see what vela-widget run says");
+                result == -EAGAIN
+                    ? "the live host lets nobody in; it may hang"
+                    : "the live host that was started does not listen; see what vela-widget run says");
         co_await platform::pause(lookAgain);
     }
 }

@@ -117,6 +117,7 @@ void ExtensionProcess::take(Message message) {
     const auto* number = identifier ? identifier->if_int64() : nullptr;
     if (!number || *number < 1 || *number > lastIdentifier_)
         throw ProtocolError("it answered what it was not asked");
+    lastWord_ = std::chrono::steady_clock::now();
     // Where there is none, whoever asked has waited long enough.
     const auto found = pending_.find(*number);
     if (found == pending_.end()) return;

@@ -34,6 +34,12 @@ class ExtensionEnded : public ExtensionError {
     using ExtensionError::ExtensionError;
 };
 
+/// It was hung up on while it was asked: nothing is wrong with it.
+class ExtensionLeft : public ExtensionEnded {
+  public:
+    ExtensionLeft() : ExtensionEnded("the extension was hung up on") {}
+};
+
 /// The extension did not answer in time. It may go on; nobody waits for it any more.
 class ExtensionTimeout : public ExtensionError {
   public:
@@ -76,6 +82,9 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     /// more, ExtensionError when the answer is an error.
     boost::asio::awaitable<Message> ask(ExtensionRequest request, platform::Deadline deadline);
 
+    /// Whether it has said anything since then.
+    bool hasSpokenSince(TimePoint time) const { return lastWord_ >= time; }
+
     /// Hangs up and waits until all that the extension printed has been passed on and it has ended. One that
     /// goes on is told to end, and killed in the end; where the deadline comes first, it is left to itself.
     /// Gives its exit status, nothing for one that a signal ended.
@@ -111,6 +120,7 @@ class ExtensionProcess : public std::enable_shared_from_this<ExtensionProcess> {
     bool hasHungUp_ = false;
     bool hasPassedOutputOn_ = false;
     std::int64_t lastIdentifier_ = 0;
+    TimePoint lastWord_ = TimePoint::min();
     std::shared_ptr<MessageChannel> channel_;
     boost::asio::posix::stream_descriptor output_;
     boost::asio::steady_timer outputEnd_;

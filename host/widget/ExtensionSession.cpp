@@ -3,9 +3,11 @@
 #include "host/widget/ExtensionSession.hpp"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "host/widget/ExtensionAnswer.hpp"
+#include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
 
 namespace host {
@@ -26,6 +28,10 @@ milliseconds budgetOf(ExtensionRequest::Kind kind, const ExtensionSession::Optio
 /// The n-th pause, from 0; the last stands for all further ones.
 milliseconds pauseAt(const std::vector<milliseconds>& pauses, std::size_t index) {
     return pauses.empty() ? milliseconds(0) : pauses[std::min(index, pauses.size() - 1)];
+}
+
+asio::awaitable<void> ended(std::shared_ptr<ExtensionProcess> process, platform::Deadline deadline) {
+    co_await process->end(deadline);
 }
 
 }  // namespace
@@ -116,6 +122,65 @@ asio::awaitable<Message> ExtensionSession::ask(ExtensionRequest request) {
     co_return co_await askBy(std::move(request), std::nullopt);
 }
 
+asio::awaitable<Message> ExtensionSession::askUrgently(ExtensionRequest request) {
+    const auto asked = process_;
+    if (asked) {
+        try {
+            auto answer = co_await asked->ask(request, deadlineWithin(options_.urgentPatience));
+            failuresInARow_ = 0;
+            co_return answer;
+        } catch (const ExtensionTimeout&) {
+            // It may be busy, or hang.
+        } catch (const ExtensionEnded&) {
+            noteFailure(asked, Failure::ended);
+        }
+    }
+    const bool isInTheWay = process_ || failuresInARow_ > 0;
+    if (isInTheWay && mayHurry()) co_return co_await askBeside(asked, std::move(request));
+    co_return co_await ask(std::move(request));
+}
+
+/// Of another extension, which takes the place of the one that was silent all the time.
+asio::awaitable<Message> ExtensionSession::askBeside(std::shared_ptr<ExtensionProcess> silent,
+                                                     ExtensionRequest request) {
+    const auto start = steady_clock::now();
+    const auto departures = departures_;
+    const auto other = ExtensionProcess::start(executor_, options_.extension, options_.onOutputLine);
+    std::exception_ptr failure;
+    std::optional<Message> answer;
+    try {
+        answer = co_await other->ask(std::move(request), deadlineWithin(options_.localBudget));
+    } catch (const ExtensionError&) {
+        failure = std::current_exception();
+    }
+    const bool isLeft = departures != departures_;
+    if (!isLeft && silent && !silent->hasSpokenSince(start)) noteFailure(silent, Failure::hanging);
+    if (!isLeft && answer) {
+        failuresInARow_ = 0;
+        if (const auto failed = std::exchange(failed_, nullptr)) endUnawaited(failed);
+    }
+    if (isLeft || !answer || process_)
+        endUnawaited(other);
+    else
+        process_ = other;
+    throwIfLeftSince(departures);
+    if (failure) std::rethrow_exception(failure);
+    co_return *std::move(answer);
+}
+
+bool ExtensionSession::mayHurry() {
+    const auto now = steady_clock::now();
+    std::erase_if(hurriedStarts_, [&](const auto start) { return now - start > std::chrono::minutes(1); });
+    if (hurriedStarts_.size() >= mostHurriedStarts) return false;
+    hurriedStarts_.push_back(now);
+    return true;
+}
+
+void ExtensionSession::endUnawaited(const std::shared_ptr<ExtensionProcess>& process) {
+    platform::spawn(executor_, ended(process, deadlineWithin(options_.answerBudget)),
+                    [](const std::exception_ptr&) {});
+}
+
 asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawing) {
     const auto departures = departures_;
     co_await running();
@@ -152,7 +217,7 @@ asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawi
 }
 
 void ExtensionSession::throwIfLeftSince(std::uint64_t departures) const {
-    if (departures != departures_) throw ExtensionEnded("the extension was hung up on while drawing");
+    if (departures != departures_) throw ExtensionLeft();
 }
 
 asio::awaitable<void> ExtensionSession::finishUploads(milliseconds limit) {

@@ -11,6 +11,7 @@
 #include <boost/asio/awaitable.hpp>
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -43,6 +44,9 @@ struct RestartPolicy {
 
 class ExtensionSession {
   public:
+    /// Starts in a minute that do not wait for the pause that is due, at most.
+    static constexpr std::size_t mostHurriedStarts = 6;
+
     struct Options {
         ExtensionSettings extension = {};
         /// How long an answer other than a drawing may take. A transfer ends after 120 seconds; the rest is
@@ -52,6 +56,9 @@ class ExtensionSession {
         /// sign-in. A keyring that does not answer is given up after 3 seconds, and the costliest picture
         /// takes as long; the rest is for a machine that is busy.
         std::chrono::milliseconds localBudget = std::chrono::seconds(10);
+        /// How long an answer that cannot wait may take before another extension is asked; one that is well
+        /// takes some milliseconds.
+        std::chrono::milliseconds urgentPatience = std::chrono::milliseconds(150);
         /// How long a drawing may take, a second extension included.
         std::chrono::milliseconds drawingBudget = std::chrono::seconds(40);
         /// How long a drawing may wait for its pictures; a placeholder stands for each that has not come by
@@ -81,6 +88,12 @@ class ExtensionSession {
     /// another extension, once the pause that is due is over.
     boost::asio::awaitable<Message> ask(ExtensionRequest request);
 
+    /// The same for what cannot wait. Where there is no extension, another is started whatever pause is due;
+    /// where the one there is does not answer for a moment, another is asked beside it, and takes its place
+    /// if that one is silent still. Of these hurried starts there are a few in a minute at most: then it
+    /// waits as `ask` does.
+    boost::asio::awaitable<Message> askUrgently(ExtensionRequest request);
+
     /// The bytes of a drawing. An extension that ends over it is replaced and asked again, as far as the
     /// policy goes; of one that goes on for longer than its pictures and its work may take, the successor is
     /// asked without pictures, and so for the rest of the session. Once it is left, no other is asked: whose
@@ -101,6 +114,10 @@ class ExtensionSession {
     boost::asio::awaitable<std::shared_ptr<ExtensionProcess>> running();
     boost::asio::awaitable<Message> askBy(ExtensionRequest request,
                                           std::optional<platform::Deadline> deadline);
+    boost::asio::awaitable<Message> askBeside(std::shared_ptr<ExtensionProcess> silent,
+                                              ExtensionRequest request);
+    bool mayHurry();
+    void endUnawaited(const std::shared_ptr<ExtensionProcess>& process);
     void throwIfLeftSince(std::uint64_t departures) const;
     platform::Deadline deadlineWithin(std::chrono::milliseconds budget) const;
     platform::Deadline hangingDeadline(const platform::Deadline& drawing,
@@ -121,6 +138,8 @@ class ExtensionSession {
     /// Since the last answer.
     std::size_t failuresInARow_ = 0;
     std::chrono::steady_clock::time_point lastFailure_;
+    /// When another was started that was not due yet.
+    std::deque<std::chrono::steady_clock::time_point> hurriedStarts_;
 };
 
 }  // namespace host

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <iostream>
 #include <map>
@@ -24,9 +25,11 @@
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/Live/RunCommand.hpp"
 #include "host/widget/OneShotHost.hpp"
+#include "host/widget/Panel/PanelCommand.hpp"
 #include "host/widget/Readers/ShowLive.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "host/widget/SignedOutReason.hpp"
+#include "host/widget/SurfaceProgram.hpp"
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalView.hpp"
@@ -37,6 +40,7 @@
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/LinuxSystemEvents.hpp"
 #include "platform/SystemEvents/RealTimeClock.hpp"
+#include "widget/SupportedFamilies.hpp"
 
 namespace {
 
@@ -351,7 +355,8 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
         .checked(checkedOutput, "");
     command
         .option("--family", options.families,
-                "A family to keep a picture of, as FAMILY-SCHEME@SCALEx.png; may be given several times")
+                "Families to keep a picture of, as FAMILY-SCHEME@SCALEx.png: several with commas, or given "
+                "several times")
         .oneOf(platform::familyNames());
     command.option("--scheme", options.scheme, "light, dark or all")
         .oneOf(std::vector<std::string>{"light", "dark", "all"})
@@ -412,6 +417,71 @@ void addBarCommand(const platform::Command& app, BarOptions& options) {
     command.action([&options] { throw platform::ExitStatus(barCommand(options).run()); });
 }
 
+void addWindowCommand(const platform::Command& app, std::string& family) {
+    const auto command = app.subcommand("window", "Show the widget on the desktop, in a window kept current");
+    std::vector<std::string> families;
+    for (const auto each : widget::supportedFamilies) families.emplace_back(platform::description(each));
+    command
+        .option("--family", family,
+                "The family it begins in; without it the one that was shown last, at first systemMedium")
+        .oneOf(families);
+    command.footer("Example:\n  vela-widget window --family systemLarge");
+    command.action([&family] {
+        std::vector<std::string> arguments;
+        if (!family.empty()) arguments = {"--family", family};
+        host::become({.name = "vela-widget-window", .package = "vela-widget-gtk"}, std::move(arguments));
+    });
+}
+
+void addServeCommand(const platform::Command& app, std::uint16_t& port) {
+    const auto command = app.subcommand(
+        "serve", "Show the widget in the browser: a page on this machine's loopback, kept current");
+    command.option("--port", port, "The page's port; without it, a free one");
+    command.footer("Example:\n  vela-widget serve\n  vela-widget serve --port 8123");
+    command.action([&port] {
+        host::become({.name = "vela-widget-page", .package = "vela-widget"},
+                     {"--port", std::to_string(port)});
+    });
+}
+
+struct PanelOptions {
+    std::string family;
+    std::string scheme = "dark";
+    double scale = 2;
+    std::string after;
+};
+
+host::PanelCommand panelCommand(const PanelOptions& options) {
+    host::PanelCommand command = {.after = options.after};
+    if (options.family.empty()) return command;
+    command.picture = {
+        .family = *platform::widgetFamily(options.family),
+        .colorScheme = options.scheme == "dark" ? drawing::ColorScheme::dark : drawing::ColorScheme::light,
+        .scale = options.scale};
+    return command;
+}
+
+void addPanelCommand(const platform::Command& app, PanelOptions& options) {
+    const auto command =
+        app.subcommand("panel", "Print what the live host has for a desktop's panel, as a line of JSON");
+    const auto family =
+        command.option("--family", options.family, "With a picture of this family, as a data URL")
+            .oneOf(platform::familyNames());
+    command.option("--scheme", options.scheme, "light or dark")
+        .oneOf(std::vector<std::string>{"light", "dark"})
+        .needs(family)
+        .showsDefault();
+    command.option("--scale", options.scale, "Pixels to a point, 1 to 4")
+        .within(1.0, 4.0)
+        .needs(family)
+        .showsDefault();
+    command.option("--after", options.after,
+                   "The version of what is shown already: waits until there is something else");
+    command.footer(
+        "Example:\n  vela-widget panel\n  vela-widget panel --family systemMedium --after VERSION");
+    command.action([&options] { throw platform::ExitStatus(panelCommand(options).run()); });
+}
+
 void addReloadCommand(const platform::Command& app) {
     const auto command = app.subcommand("reload", "Have the live host ask the server now");
     command.footer("Example:\n  vela-widget reload");
@@ -459,8 +529,14 @@ int runProgram(int count, const char* const* arguments) {
     RunOptions runOptions;
     addRunCommand(app, runOptions);
     addReloadCommand(app);
+    std::string windowFamily;
+    addWindowCommand(app, windowFamily);
+    std::uint16_t pagePort = 0;
+    addServeCommand(app, pagePort);
     BarOptions barOptions;
     addBarCommand(app, barOptions);
+    PanelOptions panelOptions;
+    addPanelCommand(app, panelOptions);
     host::SetupTarget setupTarget = {};
     addSetupCommand(app, setupTarget);
     host::DoctorCommand doctor;

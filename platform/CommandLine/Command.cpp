@@ -213,7 +213,8 @@ Option Command::option(const std::string& name, std::optional<std::string>& valu
 }
 Option Command::option(const std::string& name, std::vector<std::string>& values,
                        const std::string& description) const {
-    return Option(app_->add_option(name, values, description));
+    // One word each time: what follows it is another's.
+    return Option(app_->add_option(name, values, description)->allow_extra_args(false)->delimiter(','));
 }
 Option Command::option(const std::string& name, double& value, const std::string& description) const {
     return Option(app_->add_option(name, value, description));

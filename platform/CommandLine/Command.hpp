@@ -70,6 +70,7 @@ class Command {
     Option option(const std::string& name, std::string& value, const std::string& description) const;
     Option option(const std::string& name, std::optional<std::string>& value,
                   const std::string& description) const;
+    /// A list: given several times, or with commas between its values.
     Option option(const std::string& name, std::vector<std::string>& values,
                   const std::string& description) const;
     Option option(const std::string& name, double& value, const std::string& description) const;

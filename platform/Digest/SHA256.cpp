@@ -2,88 +2,18 @@
 
 #include "platform/Digest/SHA256.hpp"
 
+#include <sha2.h>
+
 #include <array>
-#include <bit>
 #include <cstdint>
 
 namespace platform {
-namespace {
-
-// The first 32 bits of the fractions of the cube roots of the first 64 primes (FIPS 180-4, 4.2.2).
-constexpr std::array<std::uint32_t, 64> roundConstants = {
-    0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
-    0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
-    0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
-    0x983e5152, 0xa831c66d, 0xb00327c8, 0xbf597fc7, 0xc6e00bf3, 0xd5a79147, 0x06ca6351, 0x14292967,
-    0x27b70a85, 0x2e1b2138, 0x4d2c6dfc, 0x53380d13, 0x650a7354, 0x766a0abb, 0x81c2c92e, 0x92722c85,
-    0xa2bfe8a1, 0xa81a664b, 0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
-    0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
-    0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
-
-using Words = std::array<std::uint32_t, 8>;
-
-// The same of the square roots of the first eight (5.3.3).
-constexpr Words initialWords = {0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
-                                0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19};
-
-constexpr std::size_t blockSize = 64;
-
-/// The text, a one bit, zeros, and its length in bits, in whole blocks (5.1.1).
-std::string padded(std::string_view text) {
-    std::string blocks(text);
-    blocks.push_back('\x80');
-    while (blocks.size() % blockSize != blockSize - sizeof(std::uint64_t)) blocks.push_back('\0');
-    const std::uint64_t bits = std::uint64_t{text.size()} * 8;
-    for (int shift = 56; shift >= 0; shift -= 8) blocks.push_back(static_cast<char>(bits >> shift));
-    return blocks;
-}
-
-std::array<std::uint32_t, 64> schedule(std::string_view block) {
-    std::array<std::uint32_t, 64> words = {};
-    for (std::size_t byte = 0; byte < blockSize; ++byte)
-        words[byte / 4] = words[byte / 4] << 8 | static_cast<unsigned char>(block[byte]);
-    for (std::size_t i = 16; i < words.size(); ++i) {
-        const std::uint32_t far = words[i - 15];
-        const std::uint32_t near = words[i - 2];
-        words[i] = words[i - 16] + (std::rotr(far, 7) ^ std::rotr(far, 18) ^ far >> 3) + words[i - 7] +
-                   (std::rotr(near, 17) ^ std::rotr(near, 19) ^ near >> 10);
-    }
-    return words;
-}
-
-void take(Words& hash, std::string_view block) {
-    const auto words = schedule(block);
-    auto [a, b, c, d, e, f, g, h] = hash;
-    for (std::size_t i = 0; i < words.size(); ++i) {
-        const std::uint32_t first = h + (std::rotr(e, 6) ^ std::rotr(e, 11) ^ std::rotr(e, 25)) +
-                                    ((e & f) ^ (~e & g)) + roundConstants[i] + words[i];
-        const std::uint32_t second =
-            (std::rotr(a, 2) ^ std::rotr(a, 13) ^ std::rotr(a, 22)) + ((a & b) ^ (a & c) ^ (b & c));
-        h = g;
-        g = f;
-        f = e;
-        e = d + first;
-        d = c;
-        c = b;
-        b = a;
-        a = first + second;
-    }
-    const Words round = {a, b, c, d, e, f, g, h};
-    for (std::size_t i = 0; i < hash.size(); ++i) hash[i] += round[i];
-}
-
-}  // namespace
 
 std::string sha256(std::string_view text) {
-    Words hash = initialWords;
-    const std::string blocks = padded(text);
-    for (std::size_t at = 0; at < blocks.size(); at += blockSize)
-        take(hash, std::string_view(blocks).substr(at, blockSize));
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string result;
-    for (const std::uint32_t word : hash)
-        for (int shift = 28; shift >= 0; shift -= 4) result.push_back(digits[word >> shift & 15]);
-    return result;
+    std::array<char, SHA256_DIGEST_STRING_LENGTH> digits;
+    // The library's own type for bytes; it only reads them.
+    SHA256Data(reinterpret_cast<const std::uint8_t*>(text.data()), text.size(), digits.data());
+    return {digits.data(), digits.size() - 1};
 }
 
 }  // namespace platform

@@ -2,8 +2,8 @@
 
 #pragma once
 
-// SHA-256 (FIPS 180-4) of short texts, for who has no cryptographic library loaded and needs none. Pure
-// functions, safe from any thread.
+// SHA-256 (FIPS 180-4), by libmd: small, where a cryptographic library would cost who needs nothing else of
+// it. A pure function, safe from any thread.
 
 #include <string>
 #include <string_view>

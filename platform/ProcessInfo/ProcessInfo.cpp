@@ -35,6 +35,14 @@ std::optional<fs::path> homeInUserDatabase() {
     return fs::path(found->pw_dir);
 }
 
+std::optional<fs::path> baseFolder(std::string_view variable, const char* belowHome) {
+    if (auto folder = absolutePathIn(variable)) return folder;
+    auto home = absolutePathIn("HOME");
+    if (!home) home = homeInUserDatabase();
+    if (!home) return std::nullopt;
+    return *home / belowHome;
+}
+
 }  // namespace
 
 std::map<std::string, std::string> processEnvironment() {
@@ -55,11 +63,11 @@ std::optional<std::string> environmentVariable(std::string_view name) {
 }
 
 std::optional<fs::path> dataHome() {
-    if (auto folder = absolutePathIn("XDG_DATA_HOME")) return folder;
-    auto home = absolutePathIn("HOME");
-    if (!home) home = homeInUserDatabase();
-    if (!home) return std::nullopt;
-    return *home / ".local" / "share";
+    return baseFolder("XDG_DATA_HOME", ".local/share");
+}
+
+std::optional<fs::path> stateHome() {
+    return baseFolder("XDG_STATE_HOME", ".local/state");
 }
 
 fs::path executablePath() {

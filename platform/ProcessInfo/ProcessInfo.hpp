@@ -20,6 +20,8 @@ std::optional<std::string> environmentVariable(std::string_view name);
 /// $XDG_DATA_HOME when it is an absolute path, else ~/.local/share, with the home folder from HOME, else from
 /// the user database. Nothing when there is neither.
 std::optional<std::filesystem::path> dataHome();
+/// The same of $XDG_STATE_HOME and ~/.local/state.
+std::optional<std::filesystem::path> stateHome();
 
 /// The running executable's path.
 std::filesystem::path executablePath();

@@ -153,11 +153,16 @@ class Person:
 
     def live_host(self):
         """Its process, found by the folder that it was started for."""
+        for process in self.processes(b"run"):
+            return process
+        raise AssertionError("no live host runs")
+
+    def processes(self, command):
+        """The person's own of `vela-widget COMMAND`."""
         mark = f"XDG_RUNTIME_DIR={self.folder / 'runtime'}".encode()
         for process in Path("/proc").glob("[0-9]*"):
             with contextlib.suppress(OSError):
                 words = (process / "cmdline").read_bytes().split(b"\0")
-                if b"run" in words[1:2] and words[0].endswith((b"vela-widget", b"exe")) \
+                if command in words[1:2] and words[0].endswith((b"vela-widget", b"exe")) \
                         and mark in (process / "environ").read_bytes().split(b"\0"):
-                    return int(process.name)
-        raise AssertionError("no live host runs")
+                    yield int(process.name)

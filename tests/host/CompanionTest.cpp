@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "tests/host/Person.hpp"
@@ -201,7 +203,8 @@ TEST_F(Companion, FindsTheAccountServersPageForEachLink) {
     for (const auto& [link, page] : rows)
         EXPECT_EQ(companion({"open", "--print", link}).output, page) << link;
     for (const auto* link :
-         {"file:///etc/passwd", "velaapp://elsewhere/1", "javascript:alert(1)", "not a link"})
+         {"file:///etc/passwd", "velaapp://elsewhere/1", "javascript:alert(1)", "not a link",
+          "http://shop.example/x", "velaapp://order/1/2", "velaapp://order/a%2Fb", "https:x"})
         EXPECT_EQ(companion({"open", "--print", link}).status, 1) << link;
 }
 
@@ -215,6 +218,26 @@ TEST_F(Companion, SaysSoWhenTheKeychainCannotBeUsed) {
     std::ifstream stream(keychainFile());
     EXPECT_EQ(std::string((std::istreambuf_iterator<char>(stream)), {}),
               "this is no keychain, but it is long enough to be looked at");
+}
+
+TEST_F(Companion, SaysSoWhereSomethingOfThePersonStays) {
+    namespace fs = std::filesystem;
+    const auto left = folder.path() / "vela-widget/entry.json";
+    fs::create_directories(left);
+    for (const auto& each : {folder.path(), left.parent_path()}) fs::permissions(each, fs::perms::owner_all);
+    environment["XDG_RUNTIME_DIR"] = folder.path().string();
+    EXPECT_EQ(companion({"sign-in"}, credentials).status, 1);
+    const auto result = companion({"sign-out"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(
+        result.errors,
+        "vela-companion: signed out, but what a live host left that was killed is still there: what lies "
+        "in " +
+            left.parent_path().string() + " cannot be removed: Is a directory\n");
+    EXPECT_THAT(companion({"status"}).output, ::testing::HasSubstr("signed in: no"));
+    fs::remove(left);
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    EXPECT_FALSE(fs::exists(left.parent_path()));
 }
 
 TEST_F(Companion, SaysSoWhereNoDataFolderCanBeHad) {

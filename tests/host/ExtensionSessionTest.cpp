@@ -7,6 +7,8 @@
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/this_coro.hpp>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -57,6 +59,25 @@ class ExtensionSessionTest : public Misbehaviour {
             co_return failure.what();
         }
     }
+
+    static asio::awaitable<std::string> urgentOutcome(ExtensionSession& session) {
+        try {
+            co_await session.askUrgently({.kind = Kind::credentials});
+            co_return "answer";
+        } catch (const ExtensionError& failure) {
+            co_return failure.what();
+        }
+    }
+
+    /// In a hurry, and patient with everything else.
+    ExtensionSession::Options urgent() {
+        auto hurried = options();
+        hurried.urgentPatience = milliseconds(1);
+        hurried.localBudget = hurried.answerBudget = std::chrono::hours(1);
+        hurried.extension.farewellLimit = milliseconds(100);
+        return hurried;
+    }
+    static constexpr const char* answersOnceAndHangs = "greet\nreceive\nanswer {}\nreceive\nraise 19";
 
     static asio::awaitable<std::string> drawing(ExtensionSession& session,
                                                 widget::WidgetState state = widget::NoPackages()) {
@@ -148,6 +169,96 @@ TEST_F(ExtensionSessionTest, WaitsLessForWhatNeedsNoServer) {
          });
 }
 
+TEST_F(ExtensionSessionTest, AsksAnotherWhatCannotWaitWhereOneHangs) {
+    with(answersOnceAndHangs, urgent(), [this](ExtensionSession& session) -> asio::awaitable<void> {
+        EXPECT_EQ(co_await outcome(session), "answer");
+        const ScopedEnvironment next({{"VELA_TEST_BEHAVIOUR", "print other\n" + answersAlways}});
+        EXPECT_EQ(co_await urgentOutcome(session), "answer");
+        EXPECT_EQ(co_await outcome(session), "answer") << "the other has taken its place";
+        co_await session.end();
+    });
+    EXPECT_THAT(lines, ElementsAre("other"));
+}
+
+TEST_F(ExtensionSessionTest, KeepsOneThatIsBusyAndAnswersLate) {
+    const auto busy = "greet\nreceive\nanswer {}\nreceive\nawait " + path("released") + "\nanswer {}\nnote " +
+                      path("answered") + "\nreceive\nprint asked again\nanswer {}";
+    const auto other =
+        "greet\nreceive\nnote " + path("released") + "\nawait " + path("answered") + "\nanswer {}";
+    with(busy, urgent(), [&](ExtensionSession& session) -> asio::awaitable<void> {
+        EXPECT_EQ(co_await outcome(session), "answer");
+        {
+            const ScopedEnvironment next({{"VELA_TEST_BEHAVIOUR", other}});
+            EXPECT_EQ(co_await urgentOutcome(session), "answer");
+        }
+        EXPECT_EQ(co_await outcome(session), "answer");
+        co_await session.end();
+    });
+    EXPECT_THAT(lines, ElementsAre("asked again"));
+}
+
+TEST_F(ExtensionSessionTest, LeavesOneThatHangsAlsoWhereTheOtherFails) {
+    with(answersOnceAndHangs, urgent(), [](ExtensionSession& session) -> asio::awaitable<void> {
+        EXPECT_EQ(co_await outcome(session), "answer");
+        {
+            const ScopedEnvironment next({{"VELA_TEST_BEHAVIOUR", "greet\nreceive\nexit 3"}});
+            EXPECT_EQ(co_await urgentOutcome(session),
+                      "the extension ended with status 3 before it answered");
+        }
+        const ScopedEnvironment next({{"VELA_TEST_BEHAVIOUR", answersAlways}});
+        EXPECT_EQ(co_await outcome(session), "answer");
+    });
+}
+
+TEST_F(ExtensionSessionTest, AsksWhatCannotWaitWithoutThePauseThatIsDue) {
+    auto paused = urgent();
+    paused.restarts.pauses = {std::chrono::hours(1)};
+    with("greet\nreceive\n" + once("mark", "exit 3") + "\nanswer {}\nrepeat", paused,
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             EXPECT_EQ(co_await outcome(session), "the extension ended with status 3 before it answered");
+             EXPECT_EQ(co_await urgentOutcome(session), "answer");
+             EXPECT_EQ(co_await outcome(session), "answer");
+         });
+}
+
+TEST_F(ExtensionSessionTest, HurriesAFewTimesInAMinuteAtMost) {
+    auto paused = urgent();
+    paused.restarts.pauses = {std::chrono::hours(1)};
+    with("print started\ngreet\nreceive\nexit 3", paused,
+         [](ExtensionSession& session) -> asio::awaitable<void> {
+             co_await outcome(session);
+             for (std::size_t count = 0; count < ExtensionSession::mostHurriedStarts; ++count)
+                 EXPECT_EQ(co_await urgentOutcome(session),
+                           "the extension ended with status 3 before it answered");
+             platform::spawn(
+                 co_await asio::this_coro::executor,
+                 [](ExtensionSession& asked) -> asio::awaitable<void> {
+                     co_await urgentOutcome(asked);
+                 }(session),
+                 [](const std::exception_ptr&) {});
+             co_await platform::pause(milliseconds(300));
+         });
+    EXPECT_EQ(lines.size(), 1 + ExtensionSession::mostHurriedStarts);
+}
+
+TEST_F(ExtensionSessionTest, GivesNoAnswerOfOneThatItWasLeftFor) {
+    const auto asked = path("asked");
+    with(answersOnceAndHangs, urgent(), [&](ExtensionSession& session) -> asio::awaitable<void> {
+        EXPECT_EQ(co_await outcome(session), "answer");
+        const ScopedEnvironment next({{"VELA_TEST_BEHAVIOUR", "greet\nreceive\nnote " + asked + "\nawait " +
+                                                                  path("left") + "\nanswer {}"}});
+        platform::spawn(
+            co_await asio::this_coro::executor,
+            [](ExtensionSession& left, std::string mark, std::string release) -> asio::awaitable<void> {
+                while (!std::filesystem::exists(mark)) co_await platform::pause(milliseconds(5));
+                left.leave();
+                std::ofstream(release) << "";
+            }(session, asked, path("left")),
+            [](const std::exception_ptr&) {});
+        EXPECT_EQ(co_await urgentOutcome(session), "the extension was hung up on");
+    });
+}
+
 TEST_F(ExtensionSessionTest, PausesForLongerAfterEachFailureInARow) {
     auto paused = options();
     paused.restarts.pauses = {milliseconds(0), milliseconds(200), milliseconds(400)};
@@ -217,7 +328,7 @@ TEST_F(ExtensionSessionTest, GivesADrawingToNoOtherExtensionOnceItIsLeft) {
              };
              const auto executor = co_await asio::this_coro::executor;
              platform::spawn(executor, leaveIt(session, path("mark")), [](const std::exception_ptr&) {});
-             EXPECT_EQ(co_await drawing(session), "the extension was hung up on while drawing");
+             EXPECT_EQ(co_await drawing(session), "the extension was hung up on");
          });
     EXPECT_THAT(notices, IsEmpty());
     EXPECT_THAT(lines, ::testing::SizeIs(::testing::Le(1)));

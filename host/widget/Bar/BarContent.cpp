@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "host/reader/LiveRemark.hpp"
 #include "host/reader/TerminalText.hpp"
-#include "host/widget/Readers/LiveTerminalView.hpp"
 #include "presentation/DeepLink.hpp"
 #include "presentation/Wording.hpp"
 
@@ -77,7 +77,9 @@ struct ContentOfState {
     BarContent operator()(const widget::NotLoggedIn&) const {
         return {.barClass = BarClass::signedOut,
                 .words = std::string(Wording::signInToTheApp),
-                .moreWords = std::string(Wording::whySignIn)};
+                .moreWords = std::string(Wording::whySignIn),
+                // As a tap on the whole widget: the app's beginning, where who is signed out signs in.
+                .link = presentation::DeepLink::homeOrders().absoluteString()};
     }
     BarContent operator()(const widget::NoPackages&) const {
         return {.barClass = BarClass::noPackages,

@@ -6,9 +6,9 @@
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
 
+#include "host/reader/Markup.hpp"
 #include "host/widget/Bar/BarText.hpp"
 #include "host/widget/JSONLine.hpp"
-#include "host/widget/Markup.hpp"
 #include "platform/Files/ShellWord.hpp"
 
 namespace host {

@@ -6,9 +6,9 @@
 #include <array>
 #include <utility>
 
+#include "host/reader/Markup.hpp"
 #include "host/reader/PackageLine.hpp"
 #include "host/reader/TerminalText.hpp"
-#include "host/widget/Markup.hpp"
 #include "presentation/Wording.hpp"
 
 namespace host {

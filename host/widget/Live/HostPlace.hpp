@@ -2,24 +2,18 @@
 
 #pragma once
 
-// The one place of a person's live host: its folder, the lock that says whose it is, and the socket in it.
-// Held by one process at a time, however many begin at once; given up with the object, and by the system's
-// hand when the process dies.
+// The one place of a person's live host: the claim on its folder, and the socket in it. Held by one process
+// at a time, however many begin at once; given up with the object, and by the system's hand when the process
+// dies.
 
 #include <boost/asio/any_io_executor.hpp>
-#include <filesystem>
 #include <optional>
-#include <stdexcept>
+#include <utility>
 
-#include "host/protocol/HostAddress.hpp"
+#include "host/protocol/HostClaim.hpp"
 #include "platform/Files/Descriptor.hpp"
 
 namespace host {
-
-/// It cannot be had; `what()` says why, and whose it is.
-class HostPlaceError : public std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 class HostPlace {
   public:
@@ -38,28 +32,18 @@ class HostPlace {
     HostPlace(HostPlace&& other) noexcept = default;
     HostPlace& operator=(HostPlace&&) = delete;
 
-    /// Whether it is still this process's: not where somebody removed the folder or the lock.
-    bool isHeld() const;
-    /// What changes when it is not.
-    std::filesystem::path lockFile() const;
-    const std::filesystem::path& folder() const { return address_.folder; }
-    const platform::Descriptor& folderDescriptor() const { return folder_; }
+    /// Whose folder and lock it is; lost with them.
+    const HostClaim& claim() const { return claim_; }
     /// Where readers connect; belongs to the place.
     int socket() const { return socket_; }
     bool ownsSocket() const { return !isHandedDown_; }
 
   private:
-    HostPlace(HostAddress address, platform::Descriptor folder, platform::Descriptor lock)
-        : address_(std::move(address)), folder_(std::move(folder)), lock_(std::move(lock)) {}
+    explicit HostPlace(HostClaim claim) : claim_(std::move(claim)) {}
 
-    static HostPlace locked(const HostAddress& address);
     void listen();
-    void sayWhoseItIs() const;
-    void removeLeftovers() const;
 
-    HostAddress address_;
-    platform::Descriptor folder_;
-    platform::Descriptor lock_;
+    HostClaim claim_;
     platform::Descriptor socket_{-1};
     /// The socket is the service manager's, who goes on listening.
     bool isHandedDown_ = false;

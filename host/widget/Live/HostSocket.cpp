@@ -3,7 +3,6 @@
 #include "host/widget/Live/HostSocket.hpp"
 
 #include <fcntl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <boost/asio/redirect_error.hpp>
@@ -15,6 +14,7 @@
 
 #include "host/protocol/DrawingRequestCoding.hpp"
 #include "host/protocol/EntryCoding.hpp"
+#include "host/protocol/LocalSocket.hpp"
 #include "host/protocol/Members.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
@@ -32,12 +32,6 @@ namespace {
 /// Until there may be descriptors again.
 constexpr std::chrono::milliseconds pauseWithoutDescriptors = std::chrono::seconds(1);
 constexpr std::chrono::milliseconds patienceWithStrangers = std::chrono::seconds(1);
-
-bool isOfThisPerson(int socket) {
-    ucred peer = {};
-    socklen_t length = sizeof peer;
-    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &length) == 0 && peer.uid == ::geteuid();
-}
 
 int duplicate(int descriptor) {
     const int copy = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
@@ -103,8 +97,9 @@ asio::awaitable<void> HostSocket::accept() {
 
 void HostSocket::welcome(Protocol::socket socket) {
     if (!isOfThisPerson(socket.native_handle())) return;
-    auto channel =
-        MessageChannel::over(executor_, socket.release(), {.body = longestQuestion, .attachment = 0});
+    const MessageChannel::Limits limits = {
+        .body = longestQuestion, .attachment = 0, .patience = options_.questionPatience};
+    auto channel = MessageChannel::over(executor_, socket.release(), limits);
     const auto nothing = [](const std::exception_ptr&) {};
     if (readers_.size() >= mostReaders) {
         const auto words = "the live host has " + std::to_string(mostReaders) + " readers already";

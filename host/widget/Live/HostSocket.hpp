@@ -34,6 +34,9 @@ class HostSocket {
     /// Bytes of a reader's question, at most.
     static constexpr std::size_t longestQuestion = std::size_t{64} << 10;
 
+    /// For a reader's greeting, and for a question that has begun, until it is whole.
+    static constexpr std::chrono::milliseconds greetingPatience = std::chrono::seconds(5);
+
     struct Options {
         std::string version;
         platform::Date started;
@@ -42,6 +45,7 @@ class HostSocket {
         std::function<void()> onIdle = [] {};
         /// How long an answer may take to be read.
         std::chrono::milliseconds answerPatience = std::chrono::seconds(30);
+        std::chrono::milliseconds questionPatience = greetingPatience;
     };
 
     struct Served {

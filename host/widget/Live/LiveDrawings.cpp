@@ -68,15 +68,28 @@ asio::awaitable<std::string> LiveDrawings::drawn(widget::DrawingRequest request)
     }
 }
 
+/// Whether the extension was left while it drew, which is no fault of the drawing's.
+asio::awaitable<bool> LiveDrawings::isLeftOver(std::shared_ptr<Drawing> drawing,
+                                               widget::DrawingRequest request) {
+    drawing->failure = nullptr;
+    try {
+        drawing->bytes = co_await extension_.draw(std::move(request));
+    } catch (const ExtensionLeft&) {
+        drawing->failure = std::current_exception();
+        co_return true;
+    } catch (...) {
+        drawing->failure = std::current_exception();
+    }
+    co_return false;
+}
+
 asio::awaitable<void> LiveDrawings::make(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request) {
     request.entry = host_.state().entry;
     // Samples are not to be taken for parcels.
     if (host_.state().isPlaceholder) request.appearance.redaction = drawing::Redaction::placeholder;
-    try {
-        drawing->bytes = co_await extension_.draw(std::move(request));
-    } catch (...) {
-        drawing->failure = std::current_exception();
-    }
+    const bool isLeft = co_await isLeftOver(drawing, request);
+    // It goes with the zone that it had, and what is shown is the same: another draws it.
+    if (isLeft && drawing->version == host_.version()) co_await isLeftOver(drawing, request);
     drawing->isReady = true;
     drawing->ready.cancel();
 }

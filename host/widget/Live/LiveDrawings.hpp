@@ -33,6 +33,7 @@ class LiveDrawings {
     struct Drawing;
 
     boost::asio::awaitable<void> make(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request);
+    boost::asio::awaitable<bool> isLeftOver(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request);
     std::shared_ptr<Drawing> kept(const std::string& key) const;
     void keep(const std::string& key, const std::shared_ptr<Drawing>& drawing);
 

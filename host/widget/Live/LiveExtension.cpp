@@ -74,7 +74,7 @@ asio::awaitable<LiveExtension::Answer> SessionExtension::timeline(platform::Widg
 asio::awaitable<widget::CredentialReport> SessionExtension::credentials() {
     const Use use(*this);
     const ExtensionRequest request = {.kind = ExtensionRequest::Kind::credentials};
-    const auto answer = co_await session_.ask(request);
+    const auto answer = co_await session_.askUrgently(request);
     co_return credentialsIn(answer);
 }
 

@@ -121,7 +121,10 @@ Date LiveHost::nextFetch() {
 void LiveHost::take(SystemEvent event) {
     const auto now = surroundings_.clock.now();
     switch (event) {
-        case SystemEvent::secretsChanged: startCheck(); break;
+        case SystemEvent::secretsChanged:
+            areTokensInDoubt_ = true;
+            startCheck();
+            break;
         case SystemEvent::defaultsChanged:
             startCheck();
             policy_.noted(ReloadCause::defaults, now);
@@ -157,8 +160,7 @@ asio::awaitable<void> LiveHost::check() {
         if (report)
             takeCredentials(*report);
         else if (!isStopped_)
-            // Whether somebody signed out is found out all the same, by the next timeline.
-            policy_.noted(ReloadCause::defaults, surroundings_.clock.now());
+            takeSilence();
         wake();
     }
     isChecking_ = false;
@@ -175,7 +177,17 @@ asio::awaitable<std::optional<CredentialReport>> LiveHost::storedCredentials() {
     co_return std::nullopt;
 }
 
+/// Whether somebody signed out is found out by the next timeline, whenever that comes.
+void LiveHost::takeSilence() {
+    policy_.noted(ReloadCause::defaults, surroundings_.clock.now());
+    if (!areTokensInDoubt_ || state_.isPlaceholder || !isGood(state_.entry)) return;
+    auto successor = placeholder();
+    successor.trouble = LiveTrouble::extensionFailed;
+    forget(std::move(successor));
+}
+
 void LiveHost::takeCredentials(const CredentialReport& report) {
+    areTokensInDoubt_ = false;
     // What cannot be read now may be what it was.
     if (report.state != CredentialState::none && report.state != CredentialState::stored) return;
     const auto before = std::exchange(known_, report);

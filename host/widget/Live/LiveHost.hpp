@@ -92,6 +92,7 @@ class LiveHost {
     void startCheck();
     boost::asio::awaitable<void> check();
     boost::asio::awaitable<std::optional<widget::CredentialReport>> storedCredentials();
+    void takeSilence();
     void takeCredentials(const widget::CredentialReport& report);
     void takeOtherTokens(const widget::CredentialReport& report, const widget::CredentialReport& before);
 
@@ -131,6 +132,8 @@ class LiveHost {
     boost::asio::steady_timer fetched_;
     bool isChecking_ = false;
     bool isCheckDue_ = false;
+    /// The keychain changed, and nobody has said yet what it holds.
+    bool areTokensInDoubt_ = false;
     bool isStopped_ = false;
 };
 

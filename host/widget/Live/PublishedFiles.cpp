@@ -6,8 +6,10 @@
 #include <utility>
 
 #include "host/protocol/EntryCoding.hpp"
+#include "host/protocol/HostFiles.hpp"
 #include "host/protocol/LiveCoding.hpp"
 #include "host/widget/JSONLine.hpp"
+#include "host/widget/Panel/PanelContent.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
 #include "platform/Asio/Coroutines.hpp"
 
@@ -76,12 +78,13 @@ void PublishedFiles::writeTexts(LiveHost::Change change) {
     const auto& state = host_.state();
     // A script that reads an entry would take samples for parcels.
     if (state.isPlaceholder) {
-        for (auto& folder : folders_) folder.remove(RuntimeFolder::entryName);
+        for (auto& folder : folders_) folder.remove(HostFiles::entry);
     } else {
-        write(RuntimeFolder::entryName, jsonLine(entryObject(state.entry)), change);
+        write(HostFiles::entry, jsonLine(entryObject(state.entry)), change);
     }
-    write(RuntimeFolder::stateName, jsonLine(stateWithoutEntry(state)), change);
-    write(RuntimeFolder::textName, liveTerminalView(state, TerminalStyle(), platform::Date::now()), change);
+    write(HostFiles::state, jsonLine(stateWithoutEntry(state)), change);
+    write(HostFiles::panel, jsonLine(panelObject(state, platform::Date::now())), change);
+    write(HostFiles::text, liveTerminalView(state, TerminalStyle(), platform::Date::now()), change);
 }
 
 void PublishedFiles::write(const std::string& name, std::string_view bytes, LiveHost::Change change) {

@@ -64,13 +64,16 @@ ExtensionSession::Options sessionOptions(const RunCommand& command) {
     return options;
 }
 
-std::vector<RuntimeFolder> folders(const RunCommand& command, const HostPlace& place, bool isInherited) {
+std::vector<RuntimeFolder> folders(const RunCommand& command, const HostClaim& claim, bool isInherited) {
     std::vector<RuntimeFolder> all;
-    const int own = ::fcntl(place.folderDescriptor(), F_DUPFD_CLOEXEC, 0);
-    all.emplace_back(place.folder(), platform::Descriptor(own), giveNotice);
+    const int own = ::fcntl(claim.folder(), F_DUPFD_CLOEXEC, 0);
+    all.emplace_back(claim.address().folder, platform::Descriptor(own), giveNotice);
     if (isInherited) all.front().inheritFiles();
     const auto make = isInherited ? RuntimeFolder::inherit : RuntimeFolder::make;
-    if (command.output) all.push_back(make(*command.output, giveNotice));
+    if (command.output) {
+        all.push_back(make(*command.output, giveNotice));
+        claim.noteOutput(*command.output);
+    }
     return all;
 }
 
@@ -114,15 +117,15 @@ class Household {
                                                               : command.pictures.front().family,
                            .remembered = rememberedBy(predecessor)}),
           drawings_(executor, host_, extension_),
-          files_(executor, host_, drawings_, folders(command, place, predecessor.has_value()),
+          files_(executor, host_, drawings_, folders(command, place.claim(), predecessor.has_value()),
                  command.pictures),
           socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
                   socketOptions(command)),
-          notifications_(executor, place.folder(), wantsNotifications(command)),
+          notifications_(executor, place.claim().address().folder, wantsNotifications(command)),
           signals_(signals),
           end_(executor, asio::steady_timer::time_point::max()),
           place_(place),
-          guard_(executor, {place.lockFile()}, [this](std::size_t) { endWithoutPlace(); }),
+          guard_(executor, {place.claim().lockFile()}, [this](std::size_t) { endWithoutPlace(); }),
           program_(platform::executablePath()),
           renewal_(
               executor, program_, [this](ProgramRenewal::Event event) { take(event); }, command.renewal) {
@@ -132,7 +135,7 @@ class Household {
 
     asio::awaitable<void> run() {
         // It may have been lost before it was guarded.
-        if (!place_.isHeld()) co_return;
+        if (!place_.claim().isHeld()) co_return;
         const auto endWith = [this](const std::exception_ptr& failure) {
             failure_ = failure;
             end();
@@ -165,7 +168,7 @@ class Household {
     }
 
     void endWithoutPlace() {
-        if (!place_.isHeld()) end();
+        if (!place_.claim().isHeld()) end();
     }
 
     void take(ProgramRenewal::Event event) {

@@ -21,10 +21,6 @@ class RuntimeFolder {
     /// Receives, in words for a person, that files cannot be written: once, until one can be again.
     using Notice = std::function<void(std::string_view)>;
 
-    static constexpr const char* entryName = "entry.json";
-    static constexpr const char* stateName = "state.json";
-    static constexpr const char* textName = "widget.txt";
-
     /// An open folder; files of ours that it has from before are taken for unknown.
     RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice);
     /// Makes it where it is missing, and removes what a host that was killed has left in it. Throws
@@ -51,9 +47,6 @@ class RuntimeFolder {
             file = next;
         }
     }
-
-    /// Files of such names that a live host which was killed has left.
-    static void removeLeftovers(const platform::Descriptor& folder);
 
   private:
     static constexpr std::string_view pictureEnding = ".png";

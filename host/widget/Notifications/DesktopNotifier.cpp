@@ -3,36 +3,26 @@
 #include "host/widget/Notifications/DesktopNotifier.hpp"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 #include <vector>
 
+#include "host/reader/Markup.hpp"
 #include "host/reader/TerminalText.hpp"
-#include "host/widget/Markup.hpp"
 #include "platform/Log/Logger.hpp"
+#include "platform/MessageBus/DesktopNotification.hpp"
 
 namespace host {
 
 using platform::BusCall;
 using platform::BusMessage;
+using platform::notificationCall;
+using platform::notificationPath;
+using platform::notificationService;
 
 namespace {
 
-constexpr const char* notificationService = "org.freedesktop.Notifications";
-constexpr const char* notificationPath = "/org/freedesktop/Notifications";
-constexpr std::chrono::seconds servicePatience{10};
 constexpr std::uint8_t lowUrgency = 0;
 constexpr std::uint8_t normalUrgency = 1;
-constexpr std::int32_t asLongAsTheServiceLikes = -1;
-
-BusCall calling(const char* member, std::vector<platform::BusValue> arguments = {}) {
-    return {.destination = notificationService,
-            .path = notificationPath,
-            .interface = notificationService,
-            .member = member,
-            .arguments = std::move(arguments),
-            .ifAbsent = BusCall::IfAbsent::start};
-}
 
 }  // namespace
 
@@ -71,20 +61,22 @@ void DesktopNotifier::show(const Notice& notice) {
 
 void DesktopNotifier::ask(const Notice& notice) {
     const Errand errand = {.notice = notice, .generation = generation_};
-    bus_.call(calling("GetCapabilities"), servicePatience, [this, errand](const BusMessage& answer) {
-        const auto* capabilities = answer.argument<std::vector<std::string>>(0);
-        if (!capabilities) return arrive(errand, answer);
-        const auto can = [&](const char* capability) {
-            return std::find(capabilities->begin(), capabilities->end(), capability) != capabilities->end();
-        };
-        askForQuiet(errand, {.hasMarkup = can("body-markup"), .hasActions = can("actions")});
-    });
+    bus_.call(notificationCall("GetCapabilities"), platform::notificationPatience,
+              [this, errand](const BusMessage& answer) {
+                  const auto* capabilities = answer.argument<std::vector<std::string>>(0);
+                  if (!capabilities) return arrive(errand, answer);
+                  const auto can = [&](const char* capability) {
+                      return std::find(capabilities->begin(), capabilities->end(), capability) !=
+                             capabilities->end();
+                  };
+                  askForQuiet(errand, {.hasMarkup = can("body-markup"), .hasActions = can("actions")});
+              });
 }
 
 void DesktopNotifier::askForQuiet(const Errand& errand, Service service) {
-    auto asking = calling("Get", {std::string(notificationService), std::string("Inhibited")});
+    auto asking = notificationCall("Get", {std::string(notificationService), std::string("Inhibited")});
     asking.interface = "org.freedesktop.DBus.Properties";
-    bus_.call(asking, servicePatience, [this, errand, service](const BusMessage& answer) {
+    bus_.call(asking, platform::notificationPatience, [this, errand, service](const BusMessage& answer) {
         // Most services have no such property.
         const auto* isInhibited = answer.argument<bool>(0);
         Service asked = service;
@@ -102,11 +94,14 @@ void DesktopNotifier::send(const Errand& errand, const Service& service) {
     platform::BusVariants hints = {{"urgency", service.isQuiet ? lowUrgency : normalUrgency}};
     if (service.isQuiet) hints["suppress-sound"] = true;
     using Texts = std::vector<std::string>;
-    const auto call = calling(
-        "Notify", {std::string("Vela"), shown_[notice.link].number, std::string("package-x-generic"),
-                   terminalSafe(notice.title), service.hasMarkup ? escapedForMarkup(text) : text,
-                   service.hasActions ? Texts{"default", "Open"} : Texts(), hints, asLongAsTheServiceLikes});
-    bus_.call(call, servicePatience, [this, errand](const BusMessage& answer) { arrive(errand, answer); });
+    const platform::DesktopNotification notification = {
+        .replaces = shown_[notice.link].number,
+        .title = terminalSafe(notice.title),
+        .text = service.hasMarkup ? escapedForMarkup(text) : text,
+        .actions = service.hasActions ? Texts{"default", "Open"} : Texts(),
+        .hints = std::move(hints)};
+    bus_.call(notification.call(), platform::notificationPatience,
+              [this, errand](const BusMessage& answer) { arrive(errand, answer); });
 }
 
 void DesktopNotifier::arrive(const Errand& errand, const BusMessage& answer) {
@@ -133,9 +128,9 @@ void DesktopNotifier::withdrawAll() {
 }
 
 void DesktopNotifier::close(std::uint32_t number) {
-    auto closing = calling("CloseNotification", {number});
+    auto closing = notificationCall("CloseNotification", {number});
     closing.ifAbsent = BusCall::IfAbsent::leave;
-    bus_.call(closing, servicePatience, [](const BusMessage&) {});
+    bus_.call(closing, platform::notificationPatience, [](const BusMessage&) {});
 }
 
 void DesktopNotifier::noteToken(const BusMessage& signal) {

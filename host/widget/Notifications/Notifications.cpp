@@ -2,14 +2,12 @@
 
 #include "host/widget/Notifications/Notifications.hpp"
 
-#include <unistd.h>
-
-#include <array>
 #include <string>
 #include <utility>
 
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Files/FileReplacement.hpp"
+#include "platform/Files/Reading.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/Log/Logger.hpp"
@@ -20,17 +18,13 @@ using platform::TrustedFolder;
 
 namespace {
 
-constexpr const char* temporaryFileName = ".notifications.json.new";
 // Ten packages with all that can be told of them take a tenth of it.
 constexpr std::size_t longestMemory = 65536;
 
+/// Nothing where it cannot be read, or was not written by us.
 std::string contentsOf(const platform::Descriptor& file) {
-    std::string text;
-    std::array<char, 4096> buffer;
-    ssize_t count = 0;
-    while (text.size() < longestMemory && (count = ::read(file, buffer.data(), buffer.size())) > 0)
-        text.append(buffer.data(), static_cast<std::size_t>(count));
-    return text;
+    const auto text = platform::readUpTo(file, longestMemory);
+    return text && text->size() <= longestMemory ? *text : std::string();
 }
 
 void complain(const std::exception& failure) {
@@ -110,7 +104,9 @@ void Notifications::save() const {
     try {
         const auto folder = TrustedFolder::make(folder_);
         const auto text = platform::JSONSerialization::dataWithJSONObject(rules_.memory());
-        platform::FileReplacement(folder.descriptor(), folder_ / fileName, temporaryFileName, text).commit();
+        platform::FileReplacement(folder.descriptor(), folder_ / fileName,
+                                  HostClaim::notificationsTemporaryName, text)
+            .commit();
     } catch (const platform::FileError& error) {
         complain(error);
     }

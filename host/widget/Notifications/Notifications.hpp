@@ -12,6 +12,7 @@
 #include <memory>
 #include <vector>
 
+#include "host/protocol/HostClaim.hpp"
 #include "host/reader/LinkOpener.hpp"
 #include "host/widget/Live/LiveHost.hpp"
 #include "host/widget/Notifications/DesktopNotifier.hpp"
@@ -21,7 +22,7 @@ namespace host {
 
 class Notifications {
   public:
-    static constexpr const char* fileName = "notifications.json";
+    static constexpr const char* fileName = HostClaim::notificationsName;
 
     /// Whether the person wants them; asked when there is something to tell. What it throws counts as no.
     using IsWanted = std::function<boost::asio::awaitable<bool>()>;

@@ -2,23 +2,15 @@
 
 #pragma once
 
-// A live host's state as lines for a terminal, and as few words for wherever there is less room. Pure
-// functions, but for the zone of the process, which the hour is told in.
+// A live host's state as lines for a terminal. Pure, but for the zone of the process, which the hour is told
+// in.
 
-#include <optional>
 #include <string>
 
 #include "host/protocol/LiveState.hpp"
 #include "host/widget/TerminalStyle.hpp"
 
 namespace host {
-
-/// "as of 14:05", of another day "as of 21 Nov 14:05".
-std::string asOfText(platform::Date asOf, platform::Date now);
-
-/// What a person is told beside the entry: "as of 14:05: the server cannot be reached"; nothing where all is
-/// well.
-std::optional<std::string> liveRemark(const LiveState& state, platform::Date now);
 
 /// The entry, and a line with the remark below it. Of a placeholder nothing is shown but that it is one.
 std::string liveTerminalView(const LiveState& state, const TerminalStyle& style, platform::Date now);

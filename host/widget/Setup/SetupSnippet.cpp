@@ -77,6 +77,20 @@ ${execi 10 cat "$XDG_RUNTIME_DIR/vela-widget/widget.txt"}
 ]]
 )";
 
+constexpr std::string_view gnomeSnippet =
+    R"(# In a shell, once. GNOME Shell sees what was installed since when the session begins: where it says that there is no
+# such extension, log out and in again.
+gnome-extensions enable vela-widget@vela.example
+PROGRAM doctor
+)";
+
+constexpr std::string_view plasmaSnippet =
+    R"(# A right click on a panel or on the desktop, "Add Widgets...", Vela. Or in a shell, for the first panel:
+busctl --user call org.kde.plasmashell /PlasmaShell org.kde.PlasmaShell evaluateScript s \
+    'panels()[0].addWidget("example.vela.widget")'
+PROGRAM doctor
+)";
+
 constexpr std::string_view systemdSnippet =
     R"(# In a shell, once: the live host then starts when the first surface asks for it.
 systemctl --user daemon-reload
@@ -96,6 +110,8 @@ std::string_view templateOf(SetupTarget target) {
         case SetupTarget::genmon: return genmonSnippet;
         case SetupTarget::swaylock: return swaylockSnippet;
         case SetupTarget::conky: return conkySnippet;
+        case SetupTarget::gnome: return gnomeSnippet;
+        case SetupTarget::plasma: return plasmaSnippet;
         case SetupTarget::systemd: return systemdSnippet;
     }
     return "";

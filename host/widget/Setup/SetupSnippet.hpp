@@ -13,8 +13,20 @@
 
 namespace host {
 
-enum class SetupTarget { waybar, i3, i3blocks, polybar, tmux, genmon, swaylock, conky, systemd };
-inline constexpr std::array<std::pair<const char*, SetupTarget>, 9> setupTargets = {{
+enum class SetupTarget {
+    waybar,
+    i3,
+    i3blocks,
+    polybar,
+    tmux,
+    genmon,
+    swaylock,
+    conky,
+    gnome,
+    plasma,
+    systemd
+};
+inline constexpr std::array<std::pair<const char*, SetupTarget>, 11> setupTargets = {{
     {"waybar", SetupTarget::waybar},
     {"i3", SetupTarget::i3},
     {"i3blocks", SetupTarget::i3blocks},
@@ -23,6 +35,8 @@ inline constexpr std::array<std::pair<const char*, SetupTarget>, 9> setupTargets
     {"genmon", SetupTarget::genmon},
     {"swaylock", SetupTarget::swaylock},
     {"conky", SetupTarget::conky},
+    {"gnome", SetupTarget::gnome},
+    {"plasma", SetupTarget::plasma},
     {"systemd", SetupTarget::systemd},
 }};
 

@@ -6,9 +6,9 @@
 #include <array>
 #include <optional>
 
+#include "host/reader/LiveRemark.hpp"
 #include "host/reader/PackageLine.hpp"
 #include "host/reader/TerminalText.hpp"
-#include "host/widget/Readers/LiveTerminalView.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/Text/Text.hpp"
 

@@ -30,6 +30,8 @@ TEST(SetupSnippet, GivesEachBarItsOwnFormat) {
              {SetupTarget::genmon, "bar --format genmon"},
              {SetupTarget::swaylock, "run --family systemMedium"},
              {SetupTarget::conky, "widget.txt"},
+             {SetupTarget::gnome, "gnome-extensions enable vela-widget@vela.example"},
+             {SetupTarget::plasma, R"(addWidget("example.vela.widget"))"},
              {SetupTarget::systemd, "systemctl --user enable --now vela-widget.socket"}})
         EXPECT_NE(setupSnippet(target, "vela-widget").find(words), std::string::npos) << words;
 }

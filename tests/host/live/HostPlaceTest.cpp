@@ -133,9 +133,9 @@ TEST_F(HostPlaceTest, IsLostWithItsLockAndItsFolder) {
     };
     for (const auto& lose : losses) {
         const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
-        EXPECT_TRUE(place.isHeld());
+        EXPECT_TRUE(place.claim().isHeld());
         lose();
-        EXPECT_FALSE(place.isHeld());
+        EXPECT_FALSE(place.claim().isHeld());
         fs::remove_all(inside(""));
     }
 }
@@ -145,7 +145,7 @@ TEST_F(HostPlaceTest, LeavesToItsSuccessorWhatIsTheSuccessors) {
     fs::remove_all(inside(""));
     const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
     lost.reset();
-    EXPECT_TRUE(place.isHeld());
+    EXPECT_TRUE(place.claim().isHeld());
     EXPECT_TRUE(fs::exists(inside("host.socket")));
 }
 

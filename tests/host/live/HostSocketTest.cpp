@@ -137,6 +137,23 @@ TEST_F(HostSocketTest, GivesNobodyADrawingOfOneWhoHasSignedOutMeanwhile) {
     EXPECT_EQ(bytes, "picture of notLoggedIn");
 }
 
+TEST_F(HostSocketTest, DrawsAgainWhatItsExtensionWasLeftOver) {
+    open();
+    start();
+    const auto reader = client();
+    extension.isDrawingHeld = true;
+    std::optional<std::string> bytes;
+    spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+        result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
+    }(*reader, bytes));
+    ASSERT_TRUE(until([&] { return extension.drawings == 1; }));
+    extension.isDrawingHeld = false;
+    events.happens(SystemEvent::zoneChanged);
+    until([&] { return bytes.has_value(); });
+    EXPECT_EQ(bytes, "picture of Ada's");
+    EXPECT_THAT(failures(), IsEmpty());
+}
+
 TEST_F(HostSocketTest, TellsAReaderWhyItCannotDraw) {
     open();
     start();
@@ -312,6 +329,40 @@ TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
 }
 
+TEST_F(HostSocketTest, GivesUpAReaderThatNeverGreetsOrNeverEndsItsQuestion) {
+    HostSocket::Options options = {.version = "1", .started = platform::Date::now()};
+    int idle = 0;
+    options.questionPatience = options.idleLimit.emplace(std::chrono::milliseconds(200));
+    options.onIdle = [&] { ++idle; };
+    open(options);
+    const auto question = frameOf(R"({"id":1,"request":"status"})");
+    for (const std::string& said : {std::string(), std::string("\0\0", 2), frameOf(greeting).substr(0, 15),
+                                    frameOf(greeting) + question.substr(0, 1),
+                                    frameOf(greeting) + question.substr(0, question.size() - 1)}) {
+        const int socket = rawReader();
+        say(socket, said);
+        EXPECT_EQ(everythingFrom(socket), frameOf(greeting));
+        ::close(socket);
+        EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
+    }
+    EXPECT_TRUE(until([&] { return idle > 0; }));
+}
+
+TEST_F(HostSocketTest, KeepsAReaderThatHasGreetedAndAsksNothing) {
+    HostSocket::Options options = {.version = "1", .started = platform::Date::now()};
+    options.questionPatience = std::chrono::milliseconds(50);
+    open(options);
+    const int socket = rawReader();
+    say(socket, frameOf(greeting));
+    until([&] { return door->readerCount() == 1; });
+    EXPECT_FALSE(until([&] { return door->readerCount() == 0; }, std::chrono::seconds(1)));
+    for (int count = 0; count < 2; ++count) say(socket, frameOf(R"({"id":7,"request":"unknown"})"));
+    EXPECT_FALSE(until([&] { return door->readerCount() == 0; }, std::chrono::seconds(1)));
+    ::shutdown(socket, SHUT_WR);
+    EXPECT_THAT(everythingFrom(socket), HasSubstr("\"id\":7"));
+    ::close(socket);
+}
+
 TEST_F(HostSocketTest, SaysWhenNobodyHasReadForAWhile) {
     int idle = 0;
     HostSocket::Options options = {.version = "1", .started = platform::Date::now()};
@@ -350,7 +401,7 @@ TEST_F(HostSocketTest, KeepsPicturesForAReaderAsLongAsItIsThere) {
         std::vector<PictureFile> wanted = {file};
         co_await asked.keepPictures(std::move(wanted));
     }(*reader, small));
-    const auto path = place->folder() / "systemSmall-dark@2x.png";
+    const auto path = place->claim().address().folder / "systemSmall-dark@2x.png";
     EXPECT_TRUE(until([&] { return std::filesystem::exists(path); }));
     reader->close();
     EXPECT_TRUE(until([&] { return !std::filesystem::exists(path); }));

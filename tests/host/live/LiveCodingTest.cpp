@@ -7,6 +7,7 @@
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/MessageChannel.hpp"
 #include "host/protocol/OutcomeCoding.hpp"
+#include "host/reader/LiveRemark.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "tests/support/FixedAmbient.hpp"

@@ -173,6 +173,29 @@ TEST_F(LiveHostTest, ForgetsAtASignOutThatAnExtensionWhichHangsDoesNotTellOf) {
     EXPECT_EQ(extension.timelines, 1) << "it is not left to the next timeline";
 }
 
+TEST_F(LiveHostTest, ShowsNobodysParcelsWhereNobodyCanSayWhoseTokensAreStored) {
+    start();
+    ASSERT_EQ(shown(), "Ada's");
+    extension.isFailing = true;
+    happens(SystemEvent::secretsChanged);
+    EXPECT_TRUE(host.state().isPlaceholder);
+    EXPECT_EQ(trouble(), "extensionFailed");
+    EXPECT_EQ(forgotten, 1);
+    extension.isFailing = false;
+    clock.advance(60);
+    EXPECT_EQ(shown(), "Ada's");
+    EXPECT_EQ(trouble(), "none");
+}
+
+TEST_F(LiveHostTest, KeepsItsEntryWhereOnlySettingsChangeWhileTheExtensionFails) {
+    start();
+    happens(SystemEvent::secretsChanged);
+    extension.isFailing = true;
+    happens(SystemEvent::defaultsChanged);
+    EXPECT_EQ(shown(), "Ada's");
+    EXPECT_EQ(forgotten, 0);
+}
+
 TEST_F(LiveHostTest, TakesALockedKeyringForNoSignOut) {
     start();
     extension.stored = {.state = CredentialState::locked};

@@ -8,6 +8,8 @@
 
 #include <chrono>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <sstream>
 #include <thread>
@@ -173,6 +175,7 @@ TEST_F(LiveProgram, IsStartedWithNothingOfItsReadersAndEndsByItself) {
     const pid_t started = hostProcess();
     ASSERT_TRUE(isAlive(started));
     EXPECT_EQ(::getsid(started), started);
+    EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(started) + "/cwd"), "/");
     for (const auto& each : fs::directory_iterator("/proc/" + std::to_string(started) + "/fd")) {
         const auto target = fs::read_symlink(each.path()).string();
         EXPECT_THAT(target, Not(HasSubstr("passwd")));
@@ -181,6 +184,26 @@ TEST_F(LiveProgram, IsStartedWithNothingOfItsReadersAndEndsByItself) {
     std::string words;
     std::getline(std::ifstream("/proc/" + std::to_string(started) + "/cmdline"), words);
     EXPECT_THAT(words, HasSubstr(std::string("--idle-exit\0", 12) + "600"));
+}
+
+TEST_F(LiveProgram, FindsWhatItsReaderNamesFromWhereThatWorks) {
+    startSandbox();
+    signInAtSandbox();
+    const auto programs = platform::testing::programFolder();
+    fs::create_directory(folder.path() / "here");
+    fs::create_directory_symlink(programs, folder.path() / "here/programs");
+    fs::create_directory_symlink(programs.parent_path() / "share/vela-widget", folder.path() / "here/bundle");
+    environment["VELA_BUNDLE"] = "bundle";
+    ProgramRun reader = {.program = "/bin/sh"};
+    reader.arguments = {"-c", "cd \"$0\" && exec programs/vela-widget show --live",
+                        (folder.path() / "here").string()};
+    reader.environment = environment;
+    const auto shown = reader.run();
+    EXPECT_EQ(shown.status, 0) << shown.errors;
+    EXPECT_THAT(shown.output, HasSubstr(someShop));
+    std::ostringstream variables;
+    variables << std::ifstream("/proc/" + std::to_string(hostProcess()) + "/environ").rdbuf();
+    EXPECT_THAT(variables.str(), HasSubstr("VELA_BUNDLE=" + (folder.path() / "here/bundle").string()));
 }
 
 TEST_F(LiveProgram, EndsOnceNobodyHasReadForAWhile) {
@@ -353,6 +376,77 @@ TEST_F(LiveProgram, WritesItsFilesWhereThePersonSays) {
     ASSERT_TRUE(comesToHold("entry.json", someShop));
     EXPECT_TRUE(eventually([&] { return folder.read("new/out/entry.json") == text("entry.json"); }));
     EXPECT_THAT(folder.read("new/out/widget.txt"), HasSubstr(someShop));
+}
+
+TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutAfterItWasKilled) {
+    startSandbox();
+    signInAtSandbox();
+    const auto out = folder.path() / "out";
+    const auto signOut = [&] { EXPECT_EQ(companion({"sign-out"}).status, 0); };
+    for (const auto& change : {std::function<void()>(signOut), {[&] { signInAtSandbox(); }}}) {
+        signInAtSandbox();
+        startHost({"--family", "systemSmall", "--output", out.string()});
+        ASSERT_TRUE(comesToHold("entry.json", someShop));
+        ASSERT_TRUE(eventually([&] { return fs::exists(out / "systemSmall-dark@2x.png"); }));
+        folder.write("run/vela-widget/notifications.json", "{}");
+        folder.write("out/notes", "the person's own");
+        host().sendSignal(SIGKILL);
+        host().waitForEnd(std::chrono::seconds(10));
+        ASSERT_THAT(text("entry.json"), HasSubstr(someShop));
+        change();
+        EXPECT_FALSE(fs::exists(path("")));
+        EXPECT_EQ(std::distance(fs::directory_iterator(out), {}), 1) << "beside the person's own";
+    }
+}
+
+TEST_F(LiveProgram, KeepsItsFilesThroughASignOutThatItSeesItself) {
+    startSandbox();
+    signInAtSandbox();
+    startHost({"--output", (folder.path() / "out").string()});
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    EXPECT_TRUE(comesToHold("entry.json", "notLoggedIn"));
+    EXPECT_TRUE(isAlive(host().processIdentifier()));
+    EXPECT_EQ(hostProcess(), host().processIdentifier());
+}
+
+TEST_F(LiveProgram, ClearsTheFolderOfAPredecessorThatWasKilled) {
+    startSandbox();
+    signInAtSandbox();
+    startHost({"--output", (folder.path() / "out").string()});
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    ASSERT_TRUE(eventually([&] { return fs::exists(folder.path() / "out/entry.json"); }));
+    host().sendSignal(SIGKILL);
+    host().waitForEnd(std::chrono::seconds(10));
+    // Any reader that starts one, and it need not know of that folder.
+    EXPECT_THAT(widget({"show", "--live"}).output, HasSubstr(someShop));
+    EXPECT_TRUE(fs::is_empty(folder.path() / "out"));
+}
+
+TEST_F(LiveProgram, ShowsNoReaderWhatAHostThatWasKilledHasLeft) {
+    startSandbox();
+    signInAtSandbox();
+    startHost();
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    host().sendSignal(SIGKILL);
+    host().waitForEnd(std::chrono::seconds(10));
+    EXPECT_EQ(widget({"reload"}).errors, "vela-widget: no live host is running\n");
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    EXPECT_THAT(widget({"show", "--live"}).output, Not(HasSubstr(someShop)));
+}
+
+TEST_F(LiveProgram, TakesFamiliesWithCommasAndSeveralTimes) {
+    startSandbox();
+    startHost({"--family", "systemSmall,accessoryInline", "--family", "systemLarge"});
+    EXPECT_TRUE(eventually([&] {
+        return fs::exists(path("systemSmall-dark@2x.png")) &&
+               fs::exists(path("accessoryInline-dark@2x.png")) && fs::exists(path("systemLarge-dark@2x.png"));
+    }));
+    const auto refused = widget({"run", "--family", "systemSmall,systemHuge"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_THAT(refused.errors, HasSubstr("--family: systemHuge not in {"));
+    EXPECT_THAT(widget({"run", "--family", "systemSmall", "systemLarge"}).errors,
+                HasSubstr("\"systemLarge\" was not expected"));
 }
 
 TEST_F(LiveProgram, SaysWhyItHasNoPlace) {

@@ -7,6 +7,7 @@
 
 #include "host/protocol/EntryCoding.hpp"
 #include "host/widget/JSONLine.hpp"
+#include "host/widget/Panel/PanelContent.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "tests/host/live/ReaderWorld.hpp"
 #include "tests/support/SmallDisk.hpp"
@@ -43,7 +44,7 @@ constexpr const char* picture = "systemSmall-dark@2x.png";
 
 TEST_F(PublishedFilesTest, ShowNoSamplesAsParcels) {
     open();
-    EXPECT_THAT(names(), UnorderedElementsAre("state.json", "widget.txt"));
+    EXPECT_THAT(names(), UnorderedElementsAre("panel.json", "state.json", "widget.txt"));
     EXPECT_EQ(text("state.json"), "{\"asOf\":null,\"isPlaceholder\":true,\"trouble\":null}\n");
     EXPECT_EQ(text("widget.txt"), "  Looking for your packages\n");
 }
@@ -57,6 +58,14 @@ TEST_F(PublishedFilesTest, HoldTheEntryAsSnapshotPrintsItAndWhatATerminalShows) 
     struct stat found = {};
     ASSERT_EQ(::stat(path("entry.json").c_str(), &found), 0);
     EXPECT_EQ(found.st_mode & 0777, 0600u);
+}
+
+TEST_F(PublishedFilesTest, HoldWhatAPanelShows) {
+    open();
+    EXPECT_THAT(text("panel.json"), HasSubstr(R"("class":"placeholder")"));
+    start();
+    EXPECT_EQ(text("panel.json"), jsonLine(panelObject(host.state(), clock.now())));
+    EXPECT_THAT(text("panel.json"), HasSubstr(R"("text":"Ada's: In transit")"));
 }
 
 TEST_F(PublishedFilesTest, SayWhatTheEntryIsAsOfAndWhy) {
@@ -163,6 +172,7 @@ TEST(RuntimeFolder, RemovesWhatAHostThatWasKilledHasLeftAndNothingElse) {
     const std::vector<std::string> left = {"entry.json",
                                            "state.json",
                                            "widget.txt",
+                                           "panel.json",
                                            ".entry.json.tmp",
                                            "systemLarge-dark@2x.png",
                                            "accessoryInline-light@1.5x.png"};

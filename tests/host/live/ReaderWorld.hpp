@@ -57,8 +57,9 @@ class ReaderWorld : public LiveWorld {
     void open(HostSocket::Options options = {.version = "9.8.7", .started = platform::Date::now()}) {
         place.emplace(HostPlace::claim(HostAddress::ofPerson(), std::nullopt));
         std::vector<RuntimeFolder> folders;
-        folders.push_back(RuntimeFolder::make(
-            place->folder(), [this](std::string_view notice) { notices.emplace_back(notice); }));
+        folders.push_back(
+            RuntimeFolder::make(place->claim().address().folder,
+                                [this](std::string_view notice) { notices.emplace_back(notice); }));
         files.emplace(context.get_executor(), host, drawings, std::move(folders), pictures);
         door.emplace(context.get_executor(), place->socket(),
                      HostSocket::Served{.host = host, .drawings = drawings, .files = *files},

@@ -123,7 +123,7 @@ class ScriptedExtension final : public LiveExtension {
         boost::system::error_code ignored;
         while ((isHeld || isDrawingHeld) && conversation == conversation_)
             co_await released_.async_wait(boost::asio::redirect_error(boost::asio::use_awaitable, ignored));
-        if (conversation != conversation_) throw ExtensionEnded("the extension was left");
+        if (conversation != conversation_) throw ExtensionLeft();
     }
 
     platform::testing::SteppedWallClock& clock_;

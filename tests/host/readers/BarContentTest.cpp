@@ -57,6 +57,7 @@ TEST(BarContent, NamesEachClassAsAStyleSheetCan) {
 
 TEST(BarContent, SaysTheWidgetsOwnWordsWhereThereAreNoPackages) {
     EXPECT_EQ(contentOf(signedOutState()).words, "Sign in to Vela");
+    EXPECT_EQ(contentOf(signedOutState()).link, "velaapp://home_orders");
     EXPECT_EQ(contentOf(emptyState()).words, "You have no new orders to track");
     EXPECT_EQ(contentOf(emptyState()).link, "velaapp://add_delivery");
     EXPECT_EQ(contentOf(stateWith({})).words, "You have no new orders to track");

@@ -165,7 +165,9 @@ TEST(PolybarOutput, OpensTheLinkAndWalksOn) {
               R"(%{A1:'/usr/bin/it'\''s' open 'velaapp\://order/1':}%{A4:'/w' bar --previous:})"
               R"(%{A5:'/w' bar --next:}Tea: In transit%{A}%{A}%{A})"
               "\n");
-    EXPECT_EQ(output(signedOutState(), BarFormat::polybar), "Sign in to Vela\n");
+    EXPECT_EQ(output(signedOutState(), BarFormat::polybar),
+              R"(%{A1:'/usr/bin/it'\''s' open 'velaapp\://home_orders':}Sign in to Vela%{A})"
+              "\n");
 }
 
 TEST(PolybarOutput, HasNoTagsButItsOwn) {

@@ -109,6 +109,17 @@ class PseudoTerminal {
                now.c_lflag == before_.c_lflag && std::memcmp(now.c_cc, before_.c_cc, sizeof now.c_cc) == 0;
     }
 
+    /// Bytes that were typed and that nobody has read.
+    int waitingInput() const {
+        int count = 0;
+        termios modes = before_;
+        modes.c_lflag &= ~static_cast<tcflag_t>(ICANON);
+        ::tcsetattr(terminal_, TCSANOW, &modes);
+        ::ioctl(terminal_, FIONREAD, &count);
+        ::tcsetattr(terminal_, TCSANOW, &before_);
+        return count;
+    }
+
   private:
     static std::vector<char*> pointers(std::vector<std::string>& texts) {
         std::vector<char*> result;

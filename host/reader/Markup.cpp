@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/widget/Markup.hpp"
+#include "host/reader/Markup.hpp"
 
 namespace host {
 

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The page's command line, which is that of `vela-widget serve`.
+
+#include <signal.h>
+
+#include <cstdint>
+
+#include "host/page/PageCommand.hpp"
+#include "platform/Bundle/Bundle.hpp"
+#include "platform/CommandLine/Command.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Streams/LastResort.hpp"
+#include "platform/Streams/Streams.hpp"
+
+namespace {
+
+int runProgram(int count, const char* const* arguments) {
+    platform::CommandLine app("vela-widget-page", "Shows your latest parcels and orders in the browser.",
+                              VELA_VERSION);
+    std::uint16_t port = 0;
+    app.option("--port", port, "The port on this machine's loopback; without it, a free one");
+    app.footer("Example:\n  vela-widget serve --port 8123");
+    app.actionWithoutSubcommand([&port] {
+        const host::PageCommand command = {
+            .port = port,
+            .program = platform::executablePath().parent_path() / "vela-widget",
+            .resources = platform::Bundle::main().resourceFolder()};
+        throw platform::ExitStatus(platform::statusOf("vela-widget", [&command] { return command.run(); }));
+    });
+    return app.run(count, arguments);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    platform::holdStandardStreams();
+    platform::forbidCoreFiles();
+    ::signal(SIGCHLD, SIG_DFL);
+    return platform::statusOf("vela-widget", [&] { return runProgram(count, arguments); });
+}

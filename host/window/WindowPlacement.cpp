@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#include "host/window/WindowPlacement.hpp"
+
+#include <gdkmm/display.h>
+#include <gtk-layer-shell/gtk-layer-shell.h>
+
+#include <cmath>
+#include <string_view>
+
+namespace host {
+
+namespace {
+
+int whole(double length) {
+    return static_cast<int>(std::lround(length));
+}
+
+std::string makeAndModel(const Glib::RefPtr<Gdk::Monitor>& monitor) {
+    const std::string manufacturer = monitor->get_manufacturer();
+    const std::string model = monitor->get_model();
+    if (manufacturer.empty() || model.empty()) return manufacturer + model;
+    return manufacturer + " " + model;
+}
+
+/// Above the wallpaper, below every window.
+class LayerPlacement : public WindowPlacement {
+  public:
+    explicit LayerPlacement(Gtk::Window& window) : window_(window.gobj()) {
+        ::gtk_layer_init_for_window(window_);
+        ::gtk_layer_set_namespace(window_, "vela-widget");
+        ::gtk_layer_set_layer(window_, GTK_LAYER_SHELL_LAYER_BOTTOM);
+        ::gtk_layer_set_anchor(window_, GTK_LAYER_SHELL_EDGE_LEFT, TRUE);
+        ::gtk_layer_set_anchor(window_, GTK_LAYER_SHELL_EDGE_TOP, TRUE);
+        ::gtk_layer_set_keyboard_mode(window_, GTK_LAYER_SHELL_KEYBOARD_MODE_ON_DEMAND);
+    }
+
+    void move(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place) override {
+        if (monitor && ::gtk_layer_get_monitor(window_) != monitor->gobj())
+            ::gtk_layer_set_monitor(window_, monitor->gobj());
+        ::gtk_layer_set_margin(window_, GTK_LAYER_SHELL_EDGE_LEFT, whole(place.x));
+        ::gtk_layer_set_margin(window_, GTK_LAYER_SHELL_EDGE_TOP, whole(place.y));
+    }
+
+    /// A layer's window does not know where it is on the screen.
+    drawing::Point pointer(drawing::Point inWindow, drawing::Point, drawing::Point window) const override {
+        return window + inWindow;
+    }
+
+  private:
+    GtkWindow* window_;
+};
+
+class DesktopPlacement : public WindowPlacement {
+  public:
+    explicit DesktopPlacement(Gtk::Window& window) : window_(window) {
+        window.set_type_hint(Gdk::WINDOW_TYPE_HINT_DESKTOP);
+        window.set_keep_below(true);
+        window.stick();
+    }
+
+    void move(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place) override {
+        const auto corner = monitor ? cornerOf(monitor) : drawing::Point();
+        window_.move(whole(corner.x + place.x), whole(corner.y + place.y));
+    }
+
+    std::optional<drawing::Point> found() const override {
+        int x = 0;
+        int y = 0;
+        window_.get_position(x, y);
+        return drawing::Point{double(x), double(y)};
+    }
+
+  private:
+    Gtk::Window& window_;
+};
+
+class CompositorsPlacement : public WindowPlacement {
+  public:
+    bool isChosen() const override { return false; }
+    void move(const Glib::RefPtr<Gdk::Monitor>&, drawing::Point) override {}
+};
+
+}  // namespace
+
+drawing::Point WindowPlacement::pointer(drawing::Point, drawing::Point onScreen, drawing::Point) const {
+    return onScreen;
+}
+
+std::unique_ptr<WindowPlacement> WindowPlacement::of(Gtk::Window& window) {
+    window.set_skip_taskbar_hint(true);
+    window.set_skip_pager_hint(true);
+    const std::string_view display = G_OBJECT_TYPE_NAME(Gdk::Display::get_default()->gobj());
+    if (display == "GdkX11Display") return std::make_unique<DesktopPlacement>(window);
+    if (::gtk_layer_is_supported()) return std::make_unique<LayerPlacement>(window);
+    return std::make_unique<CompositorsPlacement>();
+}
+
+std::vector<Glib::RefPtr<Gdk::Monitor>> allMonitors() {
+    const auto display = Gdk::Display::get_default();
+    std::vector<Glib::RefPtr<Gdk::Monitor>> monitors;
+    for (int index = 0; index < display->get_n_monitors(); ++index)
+        if (auto monitor = display->get_monitor(index)) monitors.push_back(std::move(monitor));
+    return monitors;
+}
+
+std::string monitorName(const Glib::RefPtr<Gdk::Monitor>& monitor) {
+    const auto name = makeAndModel(monitor);
+    // Of twins, the second is another.
+    int ordinal = 1;
+    for (const auto& other : allMonitors()) {
+        if (other == monitor) break;
+        if (makeAndModel(other) == name) ++ordinal;
+    }
+    return ordinal == 1 ? name : name + " #" + std::to_string(ordinal);
+}
+
+Glib::RefPtr<Gdk::Monitor> monitorNamed(const std::string& name) {
+    for (const auto& monitor : allMonitors())
+        if (monitorName(monitor) == name) return monitor;
+    return {};
+}
+
+Glib::RefPtr<Gdk::Monitor> mainMonitor() {
+    if (const auto primary = Gdk::Display::get_default()->get_primary_monitor()) return primary;
+    const auto monitors = allMonitors();
+    return monitors.empty() ? Glib::RefPtr<Gdk::Monitor>() : monitors.front();
+}
+
+drawing::Rect freeArea(const Glib::RefPtr<Gdk::Monitor>& monitor) {
+    Gdk::Rectangle whole;
+    Gdk::Rectangle left;
+    monitor->get_geometry(whole);
+    monitor->get_workarea(left);
+    return {{double(left.get_x() - whole.get_x()), double(left.get_y() - whole.get_y())},
+            {double(left.get_width()), double(left.get_height())}};
+}
+
+drawing::Point cornerOf(const Glib::RefPtr<Gdk::Monitor>& monitor) {
+    Gdk::Rectangle area;
+    monitor->get_geometry(area);
+    return {double(area.get_x()), double(area.get_y())};
+}
+
+}  // namespace host

@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// How a window comes to stand on the desktop, and where: each kind of desktop has its own way. For the main
+// loop's thread.
+
+#include <gdkmm/monitor.h>
+#include <gtkmm/window.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "drawing/Views/Geometry.hpp"
+
+namespace host {
+
+class WindowPlacement {
+  public:
+    /// For the desktop at hand, of a window that was not shown yet and outlives this: the desktop's layer
+    /// under a Wayland compositor that has layers, the desktop's own kind of window under X, else a window
+    /// like others, whose place is the compositor's to choose.
+    static std::unique_ptr<WindowPlacement> of(Gtk::Window& window);
+    virtual ~WindowPlacement() = default;
+
+    /// Whether the window's place is ours to choose.
+    virtual bool isChosen() const { return true; }
+    /// In points, from the monitor's corner.
+    virtual void move(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place) = 0;
+    /// Where the window is on the screen, in points, whoever moved it; nothing where nobody can tell.
+    virtual std::optional<drawing::Point> found() const { return std::nullopt; }
+    /// Where the pointer of an event in the window is, in points that do not move along with the window.
+    /// `window` is where the window is known to be.
+    virtual drawing::Point pointer(drawing::Point inWindow, drawing::Point onScreen,
+                                   drawing::Point window) const;
+};
+
+std::vector<Glib::RefPtr<Gdk::Monitor>> allMonitors();
+/// What a monitor is remembered by: its maker and model, or what the display has in their place.
+std::string monitorName(const Glib::RefPtr<Gdk::Monitor>& monitor);
+/// Of that name; nothing where it is not there.
+Glib::RefPtr<Gdk::Monitor> monitorNamed(const std::string& name);
+/// The main one; nothing where there is none at all.
+Glib::RefPtr<Gdk::Monitor> mainMonitor();
+/// In points, from the monitor's corner: what panels leave.
+drawing::Rect freeArea(const Glib::RefPtr<Gdk::Monitor>& monitor);
+/// In points, on the screen.
+drawing::Point cornerOf(const Glib::RefPtr<Gdk::Monitor>& monitor);
+
+}  // namespace host

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The medium widget, the packages that it has no room for, and what is to be remarked.
+
+import QtQuick 2.15
+import QtQuick.Controls 2.15 as Controls
+import QtQuick.Layouts 1.15
+import org.kde.plasma.components 3.0 as PlasmaComponents3
+import org.kde.plasma.core 2.0 as PlasmaCore
+
+FocusScope {
+    id: view
+
+    required property LiveHost host
+    /// Of Qt's units to the widget's points.
+    required property real pointScale
+    readonly property size picturePoints: Qt.size(338, 158)
+    readonly property real pictureWidth: picturePoints.width * pointScale
+
+    function open(link) {
+        if (link)
+            host.open(link)
+    }
+
+    LayoutMirroring.enabled: Qt.application.layoutDirection === Qt.RightToLeft
+    LayoutMirroring.childrenInherit: true
+    Layout.minimumWidth: PlasmaCore.Units.gridUnit * 10
+    Layout.minimumHeight: PlasmaCore.Units.gridUnit * 7
+    Layout.preferredWidth: pictureWidth + 2 * PlasmaCore.Units.smallSpacing
+    Layout.preferredHeight: picturePoints.height * pointScale + Math.max(1, others.count) * PlasmaCore.Units.gridUnit * 1.6
+                            + PlasmaCore.Units.gridUnit * 3
+    Accessible.role: Accessible.Grouping
+    Accessible.name: "Vela"
+
+    ColumnLayout {
+        id: content
+
+        anchors.fill: parent
+        spacing: PlasmaCore.Units.smallSpacing
+
+        Controls.AbstractButton {
+            id: first
+
+            focus: true
+            activeFocusOnTab: true
+            hoverEnabled: true
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredWidth: Math.min(view.pictureWidth, view.width)
+            Layout.preferredHeight: width * view.picturePoints.height / view.picturePoints.width
+            onClicked: view.open(view.host.panel.link)
+            Keys.onReturnPressed: clicked()
+            Keys.onEnterPressed: clicked()
+            Accessible.role: Accessible.Link
+            Accessible.name: view.host.panel.spoken
+            Accessible.onPressAction: clicked()
+
+            contentItem: Item {
+                Image {
+                    anchors.fill: parent
+                    // Nothing of a person stays in a cache that outlives her sign-out.
+                    cache: false
+                    fillMode: Image.PreserveAspectFit
+                    smooth: true
+                    mipmap: true
+                    source: view.host.picture
+                    Accessible.ignored: true
+                }
+                PlasmaComponents3.Label {
+                    anchors.centerIn: parent
+                    width: Math.min(implicitWidth, parent.width)
+                    visible: view.host.picture === ""
+                    text: view.host.panel.text
+                    textFormat: Text.PlainText
+                    elide: Text.ElideRight
+                    Accessible.ignored: true
+                }
+            }
+            background: Rectangle {
+                color: "transparent"
+                radius: 22 * view.pointScale
+                border.width: first.visualFocus ? 2 * view.pointScale : 0
+                border.color: PlasmaCore.Theme.highlightColor
+                // Over the picture.
+                z: 1
+            }
+        }
+
+        PlasmaComponents3.Label {
+            visible: text !== ""
+            text: view.host.panel.remark || ""
+            textFormat: Text.PlainText
+            wrapMode: Text.Wrap
+            font.italic: true
+            Layout.fillWidth: true
+            Layout.leftMargin: PlasmaCore.Units.largeSpacing
+            Layout.rightMargin: PlasmaCore.Units.largeSpacing
+        }
+
+        PlasmaComponents3.ScrollView {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+
+            contentItem: ListView {
+                id: others
+
+                model: view.host.panel.packages.slice(1)
+                clip: true
+                keyNavigationEnabled: true
+                activeFocusOnTab: count > 0
+                Accessible.role: Accessible.List
+                Accessible.name: "Vela"
+
+                delegate: PlasmaComponents3.ItemDelegate {
+                    id: line
+
+                    required property var modelData
+
+                    width: ListView.view.width
+                    text: modelData.text
+                    onClicked: view.open(modelData.link)
+                    Keys.onReturnPressed: clicked()
+                    Keys.onEnterPressed: clicked()
+                    Accessible.role: Accessible.Link
+                    Accessible.name: modelData.spoken
+                    Accessible.onPressAction: clicked()
+
+                    contentItem: PlasmaComponents3.Label {
+                        text: line.text
+                        textFormat: Text.PlainText
+                        elide: Text.ElideRight
+                        verticalAlignment: Text.AlignVCenter
+                        Accessible.ignored: true
+                    }
+                }
+            }
+        }
+
+        PlasmaComponents3.ToolButton {
+            text: "Reload"
+            icon.name: "view-refresh"
+            Layout.alignment: Qt.AlignRight
+            onClicked: view.host.reload()
+        }
+    }
+}

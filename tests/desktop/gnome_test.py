@@ -1,0 +1,166 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
+"""GNOME Shell shows the widget in its panel, opens its links, and keeps nothing of a person who has signed out."""
+
+import os
+import signal
+import unittest
+from pathlib import Path
+
+from displays import keep, pixels
+from gnome_session import ITEM, UUID, GnomeSession
+from person import Person, eventually
+
+EXTENSION = f"Main.extensionManager.lookup('{UUID}').stateObj"
+PICTURE = f"{ITEM}._pictureItem"
+# What is drawn in the widget's own colours.
+BRAND_ON_DARK = (0x1F, 0x79, 0xB2)
+
+
+def shows(session, words):
+    eventually(lambda: words in session.text(), lambda: f"{words} in {session.text()}")
+
+
+def has_picture(session):
+    return session.eval(f"!!{PICTURE}._picture.content")
+
+
+class Gnome(unittest.TestCase):
+    def test_shows_the_packages_and_opens_their_links(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Fathom & Co.: Arriving today")
+            eventually(lambda: has_picture(session), "the picture")
+            session.open_menu()
+            shown = eventually(lambda: pixels(session.picture(), BRAND_ON_DARK, 25) > 300 and session.picture(),
+                               "the medium widget")
+            keep(shown, "gnome")
+            names = session.eval(f"[{PICTURE}, ...{ITEM}._others._getMenuItems()].map(item => item.accessible_name)")
+            self.assertEqual(len(names), 10)
+            self.assertIn("Fathom & Co.: arriving today, between 2 and 4 PM; 80 percent of the way", names)
+            session.click(PICTURE)
+            eventually(lambda: len(person.opened_links()) == 1, "the link of the picture")
+            self.assertTrue(person.opened_links()[0].endswith("5501"), person.opened_links())
+            session.open_menu()
+            session.press("Down")
+            session.press("Down")
+            session.press("Return")
+            eventually(lambda: len(person.opened_links()) == 2, "the second link, by the keyboard")
+            self.assertIn("d-7001", person.opened_links()[1])
+            self.assertFalse(session.eval(f"{ITEM}.menu.isOpen"))
+            self.assertEqual(len(person.requests()), 1)
+            session.open_menu()
+            session.click(f"{ITEM}.menu._getMenuItems().at(-1)")
+            eventually(lambda: len(person.requests()) == 2, "a request for the reload")
+            self.assertEqual(session.complaints(), [])
+
+    def test_shows_nothing_of_who_has_signed_out(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            eventually(lambda: has_picture(session), "the picture")
+            session.open_menu()
+            person.sign_out()
+            shows(session, "Sign in to Vela")
+            self.assertEqual(session.eval(f"{ITEM}._others._getMenuItems().length"), 0)
+            eventually(lambda: has_picture(session), "the sign-in view")
+            keep(session.picture(), "gnome-signed-out")
+            session.click(PICTURE)
+            eventually(person.opened_links, "the account's page")
+            person.sign_in()
+            shows(session, "Arriving today")
+            self.assertEqual(session.complaints(), [])
+
+    def test_survives_the_end_of_its_host_and_what_others_leave_in_its_place(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            first = person.live_host()
+            os.kill(first, signal.SIGKILL)
+            eventually(lambda: any(host != first for host in person.processes(b"run")), "another host")
+            self.assertIn("Arriving today", session.text())
+            eventually(lambda: len(person.requests()) == 2, "its request")
+            panel = person.folder / "runtime" / "vela-widget" / "panel.json"
+            good = panel.read_bytes()
+            self._replace_by_what_is_none(session, panel, good)
+            person.sign_out()
+            shows(session, "Sign in to Vela")
+
+    def _replace_by_what_is_none(self, session, panel, good):
+        secret = panel.with_name("elsewhere")
+        secret.write_bytes(good)
+        for case, make in {
+            "half a text": lambda new: new.write_bytes(good[:len(good) // 2]),
+            "an enormous text": lambda new: new.write_bytes(good[:-2] + b" " * 300_000 + b"}"),
+            "another kind of value": lambda new: new.write_text("[]"),
+            "texts of another kind": lambda new: new.write_text('{"packages": [{}], "text": 1}'),
+            "bytes that are no text": lambda new: new.write_bytes(bytes(range(256))),
+            "a link to a file": lambda new: new.symlink_to(secret),
+            "a pipe": os.mkfifo,
+            "a folder": lambda new: new.mkdir(),
+        }.items():
+            with self.subTest(case):
+                new = panel.with_name(".new")
+                make(new)
+                if new.is_dir():
+                    panel.unlink()
+                os.rename(new, panel)
+                try:
+                    eventually(lambda: session.text() == "", case)
+                finally:
+                    if panel.is_dir():
+                        panel.rmdir()
+                new.write_bytes(good)
+                os.rename(new, panel)
+                shows(session, "Arriving today")
+        panel.unlink()
+        eventually(lambda: session.text() == "", "no file")
+        panel.write_bytes(good)
+        shows(session, "Arriving today")
+
+    def test_leaves_nothing_behind_when_it_is_disabled(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            eventually(lambda: has_picture(session), "the picture")
+            session.eval(f"{EXTENSION}.disable(); null")
+            host_sockets = lambda: len(list(Path(f"/proc/{person.live_host()}/fd").iterdir()))
+            eventually(lambda: session.eval(f"{ITEM} === undefined"), "the panel without the item")
+            before = (session.file_watches(), session.descriptors("socket"))
+            before_of_host = host_sockets()
+            for _ in range(10):
+                session.eval(f"for (let i = 0; i < 5; ++i) {{ {EXTENSION}.enable(); {EXTENSION}.disable(); }} null")
+                session.eval(f"{EXTENSION}.enable(); null")
+                shows(session, "Arriving today")
+                session.eval(f"{EXTENSION}.disable(); null")
+            eventually(lambda: (session.file_watches(), session.descriptors("socket")) <= before,
+                       lambda: f"no more than {before}: {session.file_watches()}, {session.descriptors('socket')}")
+            eventually(lambda: host_sockets() == before_of_host, "a host without readers")
+            session.eval(f"{EXTENSION}.enable(); null")
+            shows(session, "Arriving today")
+            session.eval("Main.sessionMode.pushMode('unlock-dialog'); null")
+            eventually(lambda: session.eval(f"{ITEM} === undefined"), "a lock screen without the item")
+            session.eval("Main.sessionMode.popMode('unlock-dialog'); null")
+            eventually(lambda: session.eval(f"!!{ITEM}"), "the item")
+            self.assertEqual(session.complaints(), [])
+
+    def test_draws_for_the_shells_theme(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            folder = person.folder / "runtime" / "vela-widget"
+            eventually((folder / "systemMedium-dark@1x.png").exists, "the dark picture")
+            light = person.folder / "light.css"
+            light.write_text('@import url("resource:///org/gnome/shell/theme/gnome-shell.css");\n'
+                             "stage { color: #202020; } .popup-menu-content { background-color: #f6f5f4; "
+                             "color: #202020; } .popup-menu-item { color: #202020; }\n")
+            session.eval(f"Main.setThemeStylesheet('{light}'); Main.loadTheme(); null")
+            eventually((folder / "systemMedium-light@1x.png").exists, "the light picture")
+            eventually(lambda: not (folder / "systemMedium-dark@1x.png").exists(), "the end of the dark one")
+            session.open_menu()
+            keep(session.picture(), "gnome-light")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,102 @@
+# SPDX-License-Identifier: Apache-2.0
+
+"""Plasma on an X display without a screen, with the plasmoid in its panel and on its desktop."""
+
+import json
+import subprocess
+import sys
+
+from displays import XDisplay
+from person import PROGRAMS, eventually
+
+ID = "example.vela.widget"
+SIZE = (1280, 720)
+# The middle of the item, at the beginning of the panel.
+ITEM = (60, SIZE[1] - 14)
+
+PANEL = f"""[Containments][2]
+formfactor=2
+lastScreen=0
+location=4
+plugin=org.kde.panel
+
+[Containments][2][Applets][4]
+plugin={ID}
+
+[Containments][2][General]
+AppletOrder=4
+"""
+
+# What a screen reader would find, as [role, name] in the order of the tree.
+ACCESSIBLE = """
+import json, pyatspi
+found = []
+def walk(node):
+    found.append([node.getRoleName(), node.name])
+    for index in range(node.childCount):
+        walk(node.getChildAtIndex(index))
+for index in range(pyatspi.Registry.getDesktop(0).childCount):
+    application = pyatspi.Registry.getDesktop(0).getChildAtIndex(index)
+    if application and application.name == "plasmashell":
+        walk(application)
+print(json.dumps(found))
+"""
+
+
+class PlasmaSession:
+    """With a bus of its own, and settings of its own in the person's folder."""
+
+    def __init__(self, person):
+        self.person = person
+        self.display = XDisplay(person, SIZE)
+        bus = person.folder / "bus"
+        person.environment |= {
+            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={bus}",
+            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={bus}",
+            "XDG_DATA_DIRS": f"{PROGRAMS.parent / 'share'}:/usr/local/share:/usr/share",
+            "XDG_CACHE_HOME": str(person.folder / "cache"),
+            "XDG_CURRENT_DESKTOP": "KDE",
+            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+            "QT_QUICK_BACKEND": "software",
+        }
+        (person.folder / "config" / "plasma-org.kde.plasma.desktop-appletsrc").write_text(PANEL)
+        self.set_theme("breeze-light")
+        person.start("dbus-daemon", "--session", "--nofork", "--address", f"unix:path={bus}")
+        eventually(bus.exists, "the bus")
+        self.shell = person.start("plasmashell", "--no-respawn")
+        eventually(self.readers, "a reader of the live host")
+
+    def set_theme(self, name):
+        (self.person.folder / "config" / "plasmarc").write_text(f"[Theme]\nname={name}\n")
+
+    def add_to_desktop(self):
+        eventually(lambda: self._evaluate(f"desktops()[0].addWidget('{ID}', 700, 40, 380, 560)"), "the desktop")
+
+    def _evaluate(self, script):
+        done = subprocess.run(["gdbus", "call", "--session", "-d", "org.kde.plasmashell", "-o", "/PlasmaShell", "-m",
+                               "org.kde.PlasmaShell.evaluateScript", script],
+                              env=self.person.environment, capture_output=True, text=True, timeout=20)
+        return done.returncode == 0
+
+    def readers(self):
+        """Processes of ours that wait for something else to show."""
+        return list(self.person.processes(b"panel"))
+
+    def click(self, place):
+        self.display.click(*place)
+
+    def press(self, *keys):
+        self.person.run("xdotool", "key", *keys)
+
+    def accessible(self):
+        done = subprocess.run([sys.executable, "-c", ACCESSIBLE], env=self.person.environment, capture_output=True,
+                              text=True, timeout=30)
+        return json.loads(done.stdout) if done.returncode == 0 else []
+
+    def names(self):
+        return [name for _, name in self.accessible()]
+
+    def complaints(self):
+        """What the shell logged of our code."""
+        log = (self.person.folder / "plasmashell.log").read_text(errors="replace")
+        return [line for line in log.splitlines() if ID in line]

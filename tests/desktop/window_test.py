@@ -1,0 +1,331 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
+
+"""The widget as a window on the desktop, under X and in a Wayland compositor's layer, for eye, hand and ear."""
+
+import json
+import os
+import re
+import signal
+import subprocess
+import sys
+import time
+import unittest
+from pathlib import Path
+
+from displays import WaylandDisplay, XDisplay, keep, pixels
+from person import Person, eventually
+
+BRAND = (13, 110, 153)
+HERE = Path(__file__).parent
+
+
+class WindowTest(unittest.TestCase):
+    def bus(self, person):
+        path = person.folder / "bus"
+        person.start("dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address=unix:path={path}")
+        eventually(path.exists, "the bus's socket")
+        person.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={path}"
+
+    def prepare(self, person):
+        person.environment |= {"XDG_STATE_HOME": str(person.folder / "state"), "VELA_WINDOW_FRAMES": "1",
+                               "GSETTINGS_BACKEND": "memory"}
+
+    def frames(self, person):
+        return (person.folder / "vela-widget.log").read_text().count("vela-widget-window: frame")
+
+    def remembered(self, person):
+        file = person.folder / "state" / "vela" / "window.json"
+        return json.loads(file.read_text())["windows"] if file.exists() else {}
+
+
+class UnderX(WindowTest):
+    def start(self, person, *options):
+        self.prepare(person)
+        if "DISPLAY" not in person.environment:
+            self.display = XDisplay(person, (1280, 800))
+            file = person.folder / "i3.config"
+            file.write_text("# i3 config file (v4)\nfont pango:Inter 10\n")
+            person.start("i3", "-c", file)
+        window = person.start("vela-widget", "window", *options)
+        self.seen(person, window)
+        return window
+
+    def seen(self, person, window):
+        eventually(lambda: self.windows(person, window), "the window")
+        eventually(lambda: pixels(self.display.picture(), BRAND, 30) > 50, "the brand's colour in it")
+
+    def windows(self, person, window):
+        found = person.run("xdotool", "search", "--onlyvisible", "--pid", window.pid, status=None).split()
+        return [number for number in found if self.frame(person, number)[2:] != (1, 1)]
+
+    def frame(self, person, number):
+        words = person.run("xdotool", "getwindowgeometry", number)
+        numbers = re.search(r"Position: (-?\d+),(-?\d+).*Geometry: (\d+)x(\d+)", words, re.DOTALL)
+        return tuple(int(number) for number in numbers.groups())
+
+    def place(self, person, window):
+        return self.frame(person, self.windows(person, window)[0])
+
+    def test_looks_like_its_drawing_with_round_corners_in_two_families_at_once(self):
+        with Person() as person:
+            medium = self.start(person)
+            small = self.start(person, "--family", "systemSmall")
+            eventually(lambda: self.place(person, medium)[2:] == (338, 158), "the medium size")
+            eventually(lambda: self.place(person, small)[2:] == (158, 158), "the small size")
+            x, y, width, height = self.place(person, medium)
+            picture = eventually(lambda: pixels(self.display.picture(), BRAND, 30) > 300 and self.display.picture(),
+                                 "both drawings")
+            keep(picture, "window")
+            ground = picture.getpixel((5, 700))
+            for corner in ((x, y), (x + width - 1, y), (x, y + height - 1), (x + width - 1, y + height - 1)):
+                self.assertEqual(picture.getpixel(corner), ground, corner)
+            self.assertEqual(picture.getpixel((x + width // 2, y + 3)), (255, 255, 255))
+            self.assertEqual(len(person.requests()), 1)
+
+    def test_is_clicked_dragged_resized_and_stands_there_again(self):
+        with Person() as person:
+            window = self.start(person, "--family", "systemLarge")
+            x, y, _, _ = self.place(person, window)
+            self.display.click(x + 100, y + 180)
+            eventually(lambda: any("/delivery/d-7001" in link for link in person.opened_links()), "the link")
+            self.drag(person, (x + 150, y + 120), (-300, -60))
+            eventually(lambda: self.place(person, window)[:2] == (x - 300, y - 60), "the window elsewhere")
+            moved = eventually(lambda: self.remembered(person).get("systemLarge"), "its place")
+            self.assertEqual(len(person.opened_links()), 1, "a drag is no click")
+            x, y, width, height = self.place(person, window)
+            self.assertEqual(next(iter(moved["places"].values())), {"x": x, "y": y})
+            # By the corner at the lower right, up to the small size.
+            self.drag(person, (x + width - 9, y + height - 9), (-180, -190))
+            eventually(lambda: self.place(person, window) == (x, y, 158, 158), "the small family")
+            eventually(lambda: "systemSmall" in self.remembered(person), "its place")
+            person.end(window)
+            again = self.start(person)
+            eventually(lambda: self.place(person, again) == (x, y, 158, 158), "the window where it was")
+
+    def drag(self, person, start, by):
+        person.run("xdotool", "mousemove", *start, "mousedown", 1)
+        for step in range(1, 11):
+            person.run("xdotool", "mousemove", start[0] + by[0] * step // 10, start[1] + by[1] * step // 10)
+        person.run("xdotool", "mouseup", 1)
+
+    def test_is_worked_by_the_keyboard_alone(self):
+        with Person() as person:
+            window = self.start(person, "--family", "systemLarge")
+            number = self.windows(person, window)[0]
+            person.run("xdotool", "windowfocus", "--sync", number)
+            plain = self.display.picture()
+            person.run("xdotool", "key", "Tab", "Tab")
+            ringed = eventually(lambda: pixels(self.display.picture(), (26, 94, 204), 20) > 200
+                                and self.display.picture(), "the focus ring")
+            keep(ringed, "window-keyboard")
+            self.assertNotEqual(plain.tobytes(), ringed.tobytes())
+            person.run("xdotool", "key", "Return")
+            eventually(lambda: any("/delivery/d-7001" in link for link in person.opened_links()), "the second link")
+            x, y, _, _ = self.place(person, window)
+            person.run("xdotool", "key", "Left", "shift+Left")
+            eventually(lambda: self.place(person, window)[0] == x - 17, "the window further left")
+            before = self.settled()
+            person.run("xdotool", "key", "shift+F10")
+            menu = eventually(lambda: self.display.picture().tobytes() != before.tobytes() and self.display.picture(),
+                              "the menu")
+            keep(menu, "window-menu")
+            person.run("xdotool", "key", "Down", "Down", "Down", "Return")
+            eventually(lambda: self.place(person, window)[2:] == (158, 158), "the small family")
+            fetched = len(person.requests())
+            person.run("xdotool", "key", "F5")
+            eventually(lambda: len(person.requests()) == fetched + 1, "another request")
+            person.run("xdotool", "key", "ctrl+q")
+            self.assertEqual(window.wait(10), 0)
+
+    def test_is_read_by_a_screen_reader(self):
+        with Person() as person:
+            self.bus(person)
+            self.start(person, "--family", "systemLarge")
+            frame = eventually(lambda: self.accessible(person), "the window in the accessible tree")
+            self.assertEqual((frame["role"], frame["name"]), ("frame", "Tracking Widget"))
+            links = self.links(frame)
+            self.assertEqual([link["role"] for link in links], ["link"] * 3)
+            self.assertTrue(links[0]["name"].startswith("Fathom & Co.: arriving today"), links[0])
+            self.assertEqual(links[0]["link"], "velaapp://order/5501")
+            person.run(sys.executable, HERE / "accessible_tree.py", "Birthday present")
+            eventually(lambda: any("/delivery/d-7002" in link for link in person.opened_links()), "the third link")
+            person.sign_out()
+            prompt = eventually(lambda: self.prompt(person), "the prompt as a link")
+            self.assertEqual(prompt["link"], "velaapp://home_orders")
+
+    def prompt(self, person):
+        links = self.links(self.accessible(person))
+        return links[0] if len(links) == 1 and "Sign" in links[0]["name"] else None
+
+    def accessible(self, person):
+        applications = json.loads(person.run(sys.executable, HERE / "accessible_tree.py"))
+        frames = [frame for application in applications for frame in application["children"]]
+        return frames[0] if frames and self.links(frames[0]) else None
+
+    def links(self, item):
+        if not item:
+            return []
+        own = [item] if item["role"] == "link" else []
+        return own + [link for child in item["children"] for link in self.links(child)]
+
+    def forgets(self, window, words):
+        """Nothing of the person is left in the window's memory."""
+        eventually(lambda: not self.found_in_memory(window.pid, words),
+                   lambda: f"a memory without {self.found_in_memory(window.pid, words)}", 5)
+
+    @staticmethod
+    def found_in_memory(process, words):
+        found = set()
+        with open(f"/proc/{process}/maps", encoding="utf-8") as maps, open(f"/proc/{process}/mem", "rb") as memory:
+            for line in maps:
+                bounds, rights = line.split()[:2]
+                if not rights.startswith("rw"):
+                    continue
+                start, end = (int(bound, 16) for bound in bounds.split("-"))
+                try:
+                    memory.seek(start)
+                    content = memory.read(end - start)
+                except OSError:
+                    continue
+                found |= {word for word in words if word in content}
+        return found
+
+    def test_follows_the_desktops_settings_while_it_runs(self):
+        with Person() as person:
+            self.bus(person)
+            portal = person.start(sys.executable, HERE / "settings_portal.py", stdin=subprocess.PIPE)
+            window = self.start(person)
+            self.settled()
+            x, y, width, _ = self.place(person, window)
+            middle = (x + width // 2, y + 5)
+            self.assertEqual(self.display.picture().getpixel(middle), (255, 255, 255))
+            light = self.display.picture()
+            self.tell(portal, "color-scheme 1")
+            eventually(lambda: max(self.display.picture().getpixel(middle)) < 60, "the dark widget")
+            keep(self.display.picture(), "window-dark")
+            dark = self.display.picture()
+            self.tell(portal, "contrast 1")
+            eventually(lambda: self.display.picture().tobytes() != dark.tobytes(), "more contrast")
+            self.settled()
+            self.tell(portal, "contrast 0")
+            self.tell(portal, "color-scheme 2")
+            eventually(lambda: self.display.picture().tobytes() == light.tobytes(), "the light widget as it was")
+            portal.stdin.close()
+
+    @staticmethod
+    def tell(portal, words):
+        portal.stdin.write(words.encode() + b"\n")
+        portal.stdin.flush()
+
+    def test_draws_no_frame_while_nothing_changes_and_empties_at_the_sign_out(self):
+        with Person() as person:
+            window = self.start(person)
+            time.sleep(2)
+            drawn, used = self.frames(person), self.ticks(window.pid)
+            time.sleep(10)
+            self.assertEqual(self.frames(person), drawn)
+            print(f"ten idle seconds: {self.ticks(window.pid) - used} ticks of CPU, KiB: {self.private(window.pid)}")
+            person.sign_out()
+            signed_out = time.monotonic()
+            # The bar is gone, and what stands there is the prompt's button.
+            x, y, _, _ = self.place(person, window)
+            eventually(lambda: self.display.picture().getpixel((x + 30, y + 130)) == self.display.picture().getpixel(
+                (x + 300, y + 130)) != (255, 255, 255), "the prompt", 5)
+            print(f"the window knew of the sign-out after {time.monotonic() - signed_out:.2f} s")
+            keep(self.display.picture(), "window-signed-out")
+            self.assertLessEqual(self.frames(person) - drawn, 3)
+            self.forgets(window, [b"Fathom", b"order/5501"])
+
+    @staticmethod
+    def ticks(process):
+        words = Path(f"/proc/{process}/stat").read_text().rsplit(")", 1)[1].split()
+        return int(words[11]) + int(words[12])
+
+    @staticmethod
+    def private(process):
+        lines = Path(f"/proc/{process}/smaps_rollup").read_text().splitlines()
+        return {line.split(":")[0]: int(line.split()[1]) for line in lines if line.startswith(("Private_", "Pss:"))}
+
+    def test_outlives_the_live_host_and_touches_nobody_when_it_is_killed(self):
+        with Person() as person:
+            window = self.start(person)
+            other = self.start(person, "--family", "systemSmall")
+            shown = self.settled()
+            first = person.live_host()
+            os.kill(first, signal.SIGKILL)
+            eventually(lambda: self.another_host(person, first), "another host")
+            self.assertEqual(self.display.picture().tobytes(), shown.tobytes())
+            os.killpg(window.pid, signal.SIGKILL)
+            window.wait(5)
+            time.sleep(0.5)
+            self.assertIsNone(other.poll())
+            self.assertNotEqual(person.live_host(), first)
+            person.sign_out()
+            eventually(lambda: self.display.picture().tobytes() != shown.tobytes(), "the sign-out in the other")
+
+    def settled(self):
+        """The screen once it stays as it is."""
+        latest = []
+
+        def same():
+            latest.append(self.display.picture())
+            time.sleep(0.4)
+            return len(latest) > 2 and latest[-1].tobytes() == latest[-3].tobytes()
+
+        eventually(same, "a screen that stays as it is")
+        return latest[-1]
+
+    @staticmethod
+    def another_host(person, first):
+        try:
+            return person.live_host() != first
+        except AssertionError:
+            return False
+
+    def test_says_that_there_is_no_display(self):
+        with Person() as person:
+            done = subprocess.run(["vela-widget", "window"], env=person.environment, capture_output=True, text=True,
+                                  timeout=20)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn("display", done.stderr)
+
+
+class InALayer(WindowTest):
+    def test_stands_below_windows_is_clicked_and_dragged(self):
+        with Person() as person:
+            self.prepare(person)
+            display = WaylandDisplay(person, "", (1280, 800))
+            window = person.start("vela-widget", "window")
+            shown = eventually(lambda: pixels(display.picture(), BRAND, 30) > 300 and display.picture(), "the widget")
+            keep(shown, "window-layer")
+            # At the upper right, 24 from the edges: the ground shows through the round corner.
+            x, y = 1280 - 24 - 338, 24
+            self.assertEqual(shown.getpixel((x, y)), (0x20, 0x20, 0x20))
+            self.assertEqual(shown.getpixel((x + 100, y + 3)), (255, 255, 255))
+            tree = person.run("swaymsg", "-t", "get_tree", status=None)
+            self.assertNotIn("Tracking Widget", tree, "a layer is no window")
+            self.pointer(person, "set", x + 60, y + 100)
+            self.pointer(person, "press", "button1")
+            self.pointer(person, "release", "button1")
+            eventually(lambda: any("/order/5501" in link for link in person.opened_links()), "the link")
+            self.pointer(person, "press", "button1")
+            for step in range(20):
+                self.pointer(person, "move", -20, 15)
+            self.pointer(person, "release", "button1")
+            place = eventually(lambda: self.remembered(person).get("systemMedium"), "its place")
+            found = next(iter(place["places"].values()))
+            self.assertAlmostEqual(found["x"], x - 400, delta=25)
+            self.assertAlmostEqual(found["y"], y + 300, delta=25)
+            eventually(lambda: (picture := display.picture()) and picture.getpixel(
+                (found["x"] + 100, found["y"] + 3)) == (255, 255, 255), "the widget there")
+            self.assertEqual(len(person.opened_links()), 1)
+            self.assertIsNone(window.poll())
+
+    @staticmethod
+    def pointer(person, *words):
+        person.run("swaymsg", "seat", "seat0", "cursor", *words)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// What a desktop shell starts.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/json/object.hpp>
+#include <boost/json/value.hpp>
+
+#include "platform/JSON/JSONSerialization.hpp"
+#include "tests/host/readers/LivePerson.hpp"
+
+namespace host {
+namespace {
+
+namespace json = boost::json;
+using platform::testing::BackgroundProgram;
+using platform::testing::eventually;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+class PanelProgram : public LivePerson {
+  protected:
+    ProgramResult panel(std::vector<std::string> options = {}) const {
+        options.insert(options.begin(), "panel");
+        return widget(std::move(options));
+    }
+    static json::object parsed(const std::string& text) {
+        return platform::JSONSerialization::JSONObjectWithData(text).as_object();
+    }
+    std::string version() const { return std::string(parsed(panel().output).at("version").as_string()); }
+
+    /// One that waits for something else than that version; what it prints goes into a file.
+    std::unique_ptr<BackgroundProgram> waiting(const std::string& after) const {
+        ProgramRun run = {.program = "/bin/sh"};
+        run.arguments = {"-c", "exec \"$0\" panel --after \"$1\" > \"$2\"",
+                         (platform::testing::programFolder() / "vela-widget").string(), after,
+                         printedFile().string()};
+        run.environment = environment;
+        return std::make_unique<BackgroundProgram>(run);
+    }
+    std::filesystem::path printedFile() const { return folder.path() / "printed"; }
+    std::string printed() const { return contents(printedFile()); }
+    bool comesToPrint(const std::string& words) const {
+        return eventually([&] { return printed().find(words) != std::string::npos; },
+                          std::chrono::seconds(30));
+    }
+};
+
+TEST_F(PanelProgram, PrintsOneLineWithAVersion) {
+    startSandbox();
+    const auto result = panel();
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_EQ(result.output.find('\n'), result.output.size() - 1);
+    const auto object = parsed(result.output);
+    EXPECT_EQ(object.at("text"), "Fathom & Co.: Arriving today");
+    EXPECT_EQ(object.at("version").as_string().size(), 64u);
+    EXPECT_FALSE(object.contains("picture")) << "nobody has asked for one";
+    EXPECT_EQ(panel().output, result.output);
+    EXPECT_EQ(fetches(), 1u);
+}
+
+TEST_F(PanelProgram, AddsAPictureAndItsVersionIsThePicturesToo) {
+    startSandbox();
+    const auto light = parsed(panel({"--family", "systemMedium", "--scheme", "light"}).output);
+    const auto dark = parsed(panel({"--family", "systemMedium", "--scheme", "dark"}).output);
+    EXPECT_THAT(std::string(light.at("picture").as_string()),
+                StartsWith("data:image/png;base64,iVBORw0KGgo"));
+    EXPECT_NE(light.at("picture"), dark.at("picture"));
+    EXPECT_NE(light.at("version"), dark.at("version"));
+    EXPECT_FALSE(exists(folder.path() / "run/vela-widget/systemMedium-dark@2x.png")) << "it needs no file";
+}
+
+TEST_F(PanelProgram, WaitsForSomethingElseAndThenEnds) {
+    startSandbox();
+    const auto waiter = waiting(version());
+    EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300)));
+    companion({"sign-out"});
+    EXPECT_TRUE(comesToPrint("Sign in to Vela")) << printed();
+    EXPECT_EQ(waiter->waitForEnd(std::chrono::seconds(30)), 0);
+}
+
+TEST_F(PanelProgram, PrintsAtOnceWhatIsAnotherThanWasShown) {
+    startSandbox();
+    version();
+    EXPECT_THAT(panel({"--after", "of-yesterday"}).output, HasSubstr("Arriving today"));
+}
+
+TEST_F(PanelProgram, ShowsNoLessForAHostThatWasKilled) {
+    startSandbox();
+    const auto waiter = waiting(version());
+    const auto before = hostProcess();
+    EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
+    endHost(SIGKILL);
+    EXPECT_TRUE(
+        eventually([&] { return hostProcess() != before && fetches() == 2; }, std::chrono::seconds(30)));
+    EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300))) << printed();
+    EXPECT_TRUE(platform::testing::isAlive(waiter->processIdentifier()));
+}
+
+TEST_F(PanelProgram, EndsWithWhoeverReadsIt) {
+    startSandbox();
+    const auto mine = version();
+    ProgramRun run = {.program = "/bin/sh"};
+    run.arguments = {"-c", "\"$0\" panel --after \"$1\" | true; echo done > \"$2\"",
+                     (platform::testing::programFolder() / "vela-widget").string(), mine,
+                     printedFile().string()};
+    run.environment = environment;
+    const BackgroundProgram pipeline(run);
+    EXPECT_TRUE(comesToPrint("done"));
+}
+
+TEST_F(PanelProgram, RefusesWhatMakesNoSense) {
+    EXPECT_EQ(panel({"--family", "systemHuge"}).status, 2);
+    EXPECT_EQ(panel({"--scheme", "light"}).status, 2) << "without a family there is no picture";
+    EXPECT_EQ(panel({"--family", "systemSmall", "--scale", "5"}).status, 2);
+    environment["XDG_RUNTIME_DIR"] = "/nonexistent";
+    const auto without = panel();
+    EXPECT_EQ(without.status, 1);
+    EXPECT_NE(without.errors, "");
+}
+
+}  // namespace
+}  // namespace host
