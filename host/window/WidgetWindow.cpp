@@ -108,6 +108,7 @@ WidgetWindow::~WidgetWindow() {
 void WidgetWindow::want() {
     wanted_.appearance = desktop_.appearance();
     wanted_.scale = get_scale_factor();
+    if (!area_.isShowing() && !hasAppeared_) area_.await(wanted_);
     feed_->want(wanted_);
 }
 

@@ -3,6 +3,7 @@
 
 """The widget as a window on the desktop, under X and in a Wayland compositor's layer, for eye, hand and ear."""
 
+import fcntl
 import json
 import os
 import re
@@ -283,6 +284,21 @@ class UnderX(WindowTest):
             return person.live_host() != first
         except AssertionError:
             return False
+
+    def test_stands_empty_in_its_family_while_no_host_can_be_had(self):
+        with Person() as person:
+            folder = Path(person.environment["XDG_RUNTIME_DIR"]) / "vela-widget"
+            folder.mkdir(mode=0o700)
+            with open(folder / "host.lock", "w", encoding="utf-8") as lock:
+                # As a host that hangs before it listens.
+                fcntl.flock(lock, fcntl.LOCK_EX)
+                self.display = XDisplay(person, (1280, 800))
+                self.prepare(person)
+                window = person.start("vela-widget", "window", "--family", "systemSmall")
+                eventually(lambda: self.windows(person, window)
+                           and self.place(person, window) == (1098, 198, 158, 158), "the small window")
+                eventually(lambda: self.display.picture().getpixel((1170, 260)) == (255, 255, 255), "its ground")
+            eventually(lambda: pixels(self.display.picture(), BRAND, 30) > 50, "the widget once there is a host")
 
     def test_says_that_there_is_no_display(self):
         with Person() as person:
