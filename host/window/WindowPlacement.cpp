@@ -83,8 +83,8 @@ class LayerPlacement : public WindowPlacement {
     bool movesAtOnce() const override { return false; }
 
     void carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size size,
-               Paint paint) override {
-        if (!likeness_) likeness_ = std::make_unique<Likeness>(size, std::move(paint));
+               const Paint& paint) override {
+        if (!likeness_) likeness_ = std::make_unique<Likeness>(size, paint);
         placeLayer(likeness_->gobj(), monitor, place);
         likeness_->show();
     }
@@ -150,7 +150,7 @@ drawing::Point WindowPlacement::pointer(drawing::Point, drawing::Point onScreen,
 }
 
 void WindowPlacement::carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size,
-                            Paint) {
+                            const Paint&) {
     move(monitor, place);
 }
 
