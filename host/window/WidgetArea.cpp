@@ -133,10 +133,13 @@ WidgetArea::WidgetArea(std::function<void(const std::string&)> onActivate)
 
 void WidgetArea::present(std::shared_ptr<const ShownWidget> shown) {
     shown_ = std::move(shown);
-    drawing_ = shown_->drawing;
+    await(shown_->drawing);
     setSpots(shown_->content);
-    const auto wanted = size();
-    set_size_request(static_cast<int>(wanted.width), static_cast<int>(wanted.height));
+}
+
+void WidgetArea::await(const WantedDrawing& wanted) {
+    drawing_ = wanted;
+    set_size_request(static_cast<int>(size().width), static_cast<int>(size().height));
     queue_draw();
 }
 

@@ -24,6 +24,8 @@ class WidgetArea : public Gtk::Fixed {
     /// `onActivate` is told where the keyboard or a screen reader wants to go.
     explicit WidgetArea(std::function<void(const std::string& link)> onActivate);
 
+    /// From now on as large as that, with its ground until it is presented.
+    void await(const WantedDrawing& wanted);
     void present(std::shared_ptr<const ShownWidget> shown);
     /// What was shown is gone; the ground stays.
     void empty();

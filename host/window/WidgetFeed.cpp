@@ -93,9 +93,13 @@ class WidgetFeed::Worker {
         redraw();
     }
 
+    /// A key that is held down asks once.
     void reload() {
-        platform::spawn(context_, reloaded(),
-                        [this](const std::exception_ptr&) { remark("The live host gave no answer"); });
+        if (std::exchange(isReloading_, true)) return;
+        platform::spawn(context_, reloaded(), [this](const std::exception_ptr&) {
+            isReloading_ = false;
+            remark("The live host gave no answer");
+        });
     }
 
     void open(const std::string& link, const std::string& token) { opener_.open(link, token); }
@@ -117,6 +121,7 @@ class WidgetFeed::Worker {
 
     asio::awaitable<void> reloaded() {
         const auto state = co_await client_.reload();
+        isReloading_ = false;
         take(state);
     }
 
@@ -217,6 +222,7 @@ class WidgetFeed::Worker {
     bool isKnown_ = false;
     bool isStale_ = false;
     bool isDrawing_ = false;
+    bool isReloading_ = false;
     platform::GrowingPause retryPause_;
     platform::Alarm retry_;
     LinkOpener opener_;

@@ -16,6 +16,7 @@
 #include "host/window/WindowMenu.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 #include "platform/Streams/Streams.hpp"
+#include "platform/Text/ASCII.hpp"
 #include "presentation/DeepLink.hpp"
 #include "presentation/Wording.hpp"
 
@@ -107,6 +108,7 @@ WidgetWindow::~WidgetWindow() {
 void WidgetWindow::want() {
     wanted_.appearance = desktop_.appearance();
     wanted_.scale = get_scale_factor();
+    if (!area_.isShowing() && !hasAppeared_) area_.await(wanted_);
     feed_->want(wanted_);
 }
 
@@ -124,8 +126,9 @@ void WidgetWindow::take(const std::shared_ptr<const ShownWidget>& shown) {
 
 void WidgetWindow::say(const std::string& remark) {
     remark_ = remark;
-    area_.set_tooltip_text(remark);
-    area_.get_accessible()->set_description(remark);
+    if (!remark_.empty()) remark_.front() = platform::uppercasedASCII(remark_.front());
+    area_.set_tooltip_text(remark_);
+    area_.get_accessible()->set_description(remark_);
     appear();
 }
 

@@ -83,8 +83,8 @@ class LayerPlacement : public WindowPlacement {
     bool movesAtOnce() const override { return false; }
 
     void carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size size,
-               Paint paint) override {
-        if (!likeness_) likeness_ = std::make_unique<Likeness>(size, std::move(paint));
+               const Paint& paint) override {
+        if (!likeness_) likeness_ = std::make_unique<Likeness>(size, paint);
         placeLayer(likeness_->gobj(), monitor, place);
         likeness_->show();
     }
@@ -128,6 +128,15 @@ class DesktopPlacement : public WindowPlacement {
     Gtk::Window& window_;
 };
 
+/// Where there are none the library warns of it, and a desktop without layers is as good as any.
+bool hasLayers() {
+    const auto silent = [](const char*, GLogLevelFlags, const char*, gpointer) {};
+    const auto handler = ::g_log_set_handler(nullptr, G_LOG_LEVEL_WARNING, silent, nullptr);
+    const bool isSupported = ::gtk_layer_is_supported();
+    ::g_log_remove_handler(nullptr, handler);
+    return isSupported;
+}
+
 class CompositorsPlacement : public WindowPlacement {
   public:
     bool isChosen() const override { return false; }
@@ -141,7 +150,7 @@ drawing::Point WindowPlacement::pointer(drawing::Point, drawing::Point onScreen,
 }
 
 void WindowPlacement::carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size,
-                            Paint) {
+                            const Paint&) {
     move(monitor, place);
 }
 
@@ -150,7 +159,7 @@ std::unique_ptr<WindowPlacement> WindowPlacement::of(Gtk::Window& window) {
     window.set_skip_pager_hint(true);
     const std::string_view display = G_OBJECT_TYPE_NAME(Gdk::Display::get_default()->gobj());
     if (display == "GdkX11Display") return std::make_unique<DesktopPlacement>(window);
-    if (::gtk_layer_is_supported()) return std::make_unique<LayerPlacement>(window);
+    if (hasLayers()) return std::make_unique<LayerPlacement>(window);
     return std::make_unique<CompositorsPlacement>();
 }
 

@@ -36,7 +36,7 @@ class WindowPlacement {
     virtual bool movesAtOnce() const { return true; }
     /// Shows where the window would stand; `paint` paints its likeness. Until the next `move`.
     virtual void carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size size,
-                       Paint paint);
+                       const Paint& paint);
     /// In points, from the monitor's corner.
     virtual void move(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place) = 0;
     /// Where the window is on the screen, in points, whoever moved it; nothing where nobody can tell.

@@ -3,7 +3,7 @@
 
 """A settings portal whose words a test chooses: each line of standard input is a key and a number, as in "contrast 1"."""
 
-import sys
+import os
 
 from gi.repository import Gio, GLib
 
@@ -27,20 +27,25 @@ def answer(_connection, _sender, _path, _interface, _method, arguments, invocati
     invocation.return_value(GLib.Variant("(v)", [GLib.Variant("v", GLib.Variant("u", values[key]))]))
 
 
-def read_line(_descriptor, condition):
-    line = sys.stdin.readline() if condition & GLib.IO_IN else ""
-    if not line:
-        loop.quit()
-        return False
-    key, number = line.split()
-    values[key] = int(number)
+def change(key, number):
+    values[key] = number
     connection.emit_signal(None, "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings", "SettingChanged",
-                           GLib.Variant("(ssv)", (SPACE, key, GLib.Variant("u", values[key]))))
-    return True
+                           GLib.Variant("(ssv)", (SPACE, key, GLib.Variant("u", number))))
+
+
+def read_lines(descriptor, condition):
+    # Past Python's own buffer, which would keep a second line to itself. A line is written at once.
+    lines = os.read(descriptor, 4096).decode().splitlines() if condition & GLib.IO_IN else []
+    for line in lines:
+        key, number = line.split()
+        change(key, int(number))
+    if not lines:
+        loop.quit()
+    return bool(lines)
 
 
 node = Gio.DBusNodeInfo.new_for_xml(INTERFACE)
 connection.register_object("/org/freedesktop/portal/desktop", node.interfaces[0], answer, None, None)
 Gio.bus_own_name_on_connection(connection, "org.freedesktop.portal.Desktop", Gio.BusNameOwnerFlags.NONE, None, None)
-GLib.io_add_watch(0, GLib.IO_IN | GLib.IO_HUP, read_line)
+GLib.io_add_watch(0, GLib.IO_IN | GLib.IO_HUP, read_lines)
 loop.run()

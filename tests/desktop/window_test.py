@@ -3,6 +3,7 @@
 
 """The widget as a window on the desktop, under X and in a Wayland compositor's layer, for eye, hand and ear."""
 
+import fcntl
 import json
 import os
 import re
@@ -224,9 +225,9 @@ class UnderX(WindowTest):
             window = self.start(person)
             time.sleep(2)
             drawn, used = self.frames(person), self.ticks(window.pid)
-            time.sleep(10)
+            time.sleep(5)
             self.assertEqual(self.frames(person), drawn)
-            print(f"ten idle seconds: {self.ticks(window.pid) - used} ticks of CPU, KiB: {self.private(window.pid)}")
+            print(f"five idle seconds: {self.ticks(window.pid) - used} ticks of CPU, KiB: {self.private(window.pid)}")
             person.sign_out()
             signed_out = time.monotonic()
             # The bar is gone, and what stands there is the prompt's button.
@@ -284,6 +285,21 @@ class UnderX(WindowTest):
         except AssertionError:
             return False
 
+    def test_stands_empty_in_its_family_while_no_host_can_be_had(self):
+        with Person() as person:
+            folder = Path(person.environment["XDG_RUNTIME_DIR"]) / "vela-widget"
+            folder.mkdir(mode=0o700)
+            with open(folder / "host.lock", "w", encoding="utf-8") as lock:
+                # As a host that hangs before it listens.
+                fcntl.flock(lock, fcntl.LOCK_EX)
+                self.display = XDisplay(person, (1280, 800))
+                self.prepare(person)
+                window = person.start("vela-widget", "window", "--family", "systemSmall")
+                eventually(lambda: self.windows(person, window)
+                           and self.place(person, window) == (1098, 198, 158, 158), "the small window")
+                eventually(lambda: self.display.picture().getpixel((1170, 260)) == (255, 255, 255), "its ground")
+            eventually(lambda: pixels(self.display.picture(), BRAND, 30) > 50, "the widget once there is a host")
+
     def test_says_that_there_is_no_display(self):
         with Person() as person:
             done = subprocess.run(["vela-widget", "window"], env=person.environment, capture_output=True, text=True,
@@ -304,9 +320,7 @@ class InALayer(WindowTest):
             x, y = 1280 - 24 - 338, 24
             self.assertEqual(shown.getpixel((x, y)), (0x20, 0x20, 0x20))
             self.assertEqual(shown.getpixel((x + 100, y + 3)), (255, 255, 255))
-            socket = next(Path(person.environment["XDG_RUNTIME_DIR"]).glob("sway-ipc.*"))
-            person.environment["SWAYSOCK"] = str(socket)
-            tree = person.run("swaymsg", "-t", "get_tree")
+            tree = self.compositor(person, "-t", "get_tree")
             self.assertNotIn("Tracking Widget", tree, "a layer is no window")
             pointer = VirtualPointer(person.environment, (1280, 800))
             self.addCleanup(pointer.close)
@@ -328,6 +342,41 @@ class InALayer(WindowTest):
                 (found["x"] + 100, found["y"] + 3)) == (255, 255, 255), "the widget there")
             self.assertEqual(len(person.opened_links()), 1)
             self.assertIsNone(window.poll())
+
+    @staticmethod
+    def compositor(person, *words):
+        socket = next(Path(person.environment["XDG_RUNTIME_DIR"]).glob("sway-ipc.*"))
+        return person.run("swaymsg", "-s", socket, *words)
+
+    @staticmethod
+    def scale_texts(person, factor):
+        folder = person.folder / "config" / "glib-2.0" / "settings"
+        folder.mkdir(parents=True, exist_ok=True)
+        (folder / "new").write_text(f"[org/gnome/desktop/interface]\ntext-scaling-factor={factor}\n")
+        (folder / "new").rename(folder / "keyfile")
+
+    def test_follows_text_scaling_and_the_monitors_scale_while_it_runs(self):
+        with Person() as person:
+            self.prepare(person)
+            person.environment["GSETTINGS_BACKEND"] = "keyfile"
+            self.scale_texts(person, 1.0)
+            display = WaylandDisplay(person, "", (1280, 800))
+            person.start("vela-widget", "window")
+            usual = eventually(lambda: pixels(display.picture(), BRAND, 30) > 300 and self.ink(display), "the widget")
+            self.scale_texts(person, 1.5)
+            eventually(lambda: self.ink(display) > 1.3 * usual, "larger words")
+            keep(display.picture(), "window-large-text")
+            self.scale_texts(person, 1.0)
+            eventually(lambda: self.ink(display) == usual, "words as they were")
+            self.compositor(person, "output", "HEADLESS-1", "scale", "2")
+            eventually(lambda: self.ink(display) > 2.5 * usual, "twice as many pixels a side")
+            keep(display.picture(), "window-scale")
+
+    @staticmethod
+    def ink(display):
+        """How much of it is in the colour of the first status line."""
+        picture = display.picture()
+        return sum(pixel == (28, 28, 30) for pixel in picture.getdata()) if picture else 0
 
 
 if __name__ == "__main__":
