@@ -120,10 +120,10 @@ TEST_F(PageTest, DrawsAgainWhatASignOutOvertook) {
     openPage();
     start();
     ASSERT_TRUE(until([&] { return got("").find("Shop of Ada") != std::string::npos; }));
-    extension.isDrawingHeld = true;
     const int before = extension.drawings;
     const auto response = begin("GET", "?textSize=xLarge");
-    ASSERT_TRUE(until([&] { return extension.drawings > before; }));
+    ASSERT_TRUE(until([&] { return extension.drawings == before + 4; }));
+    extension.isDrawingHeld = true;
     extension.answerWith(CredentialState::none, ServerContact::refused);
     happens(platform::SystemEvent::secretsChanged);
     extension.release();
