@@ -102,5 +102,16 @@ class PageWithoutPackages(unittest.TestCase):
             browser.close()
 
 
+class PageOfHostileShops(unittest.TestCase):
+    def test_stays_whole_whatever_shops_are_called(self):
+        with page(Chromium, scenario="hostile") as (_, browser):
+            browser.sees(f"{LISTED} === 10", "ten packages")
+            self.assertEqual(violations(browser), [])
+            for width in (320, 1280):
+                keep(browser.whole_page(width), f"page-chromium-hostile-{width}")
+                self.assertEqual(browser.script("return document.documentElement.scrollWidth"), width)
+                self.assertLess(browser.script("return document.documentElement.scrollHeight"), 4000)
+
+
 if __name__ == "__main__":
     unittest.main()

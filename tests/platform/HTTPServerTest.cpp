@@ -45,6 +45,7 @@ class HTTPServerTest : public ::testing::Test {
     ~HTTPServerTest() override {
         context_.stop();
         thread_.join();
+        events.reset();
         server_.reset();
     }
 
