@@ -183,6 +183,7 @@
     root.classList.add('scripted');
     choices.addEventListener('change', () => {
         root.dataset.scheme = choices.elements.scheme.value;
+        root.dataset.textSize = choices.elements.textSize.value;
         history.replaceState(null, '', withQuery('./', chosen().toString()));
         if (request) request.abort();
         refresh();

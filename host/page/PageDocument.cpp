@@ -174,6 +174,7 @@ std::string pageDocument(std::string_view frame, const PageContents& contents, p
     const Places places = {
         {"scheme", choices.scheme ? std::string(widget::name(*choices.scheme)) : "system"},
         {"schemes", schemeOptions(choices)},
+        {"textSize", choices.textSize ? std::string(drawing::name(*choices.textSize)) : "system"},
         {"textSizes", textSizeOptions(choices)},
         {"reload", "reload" + escapedForMarkup(choices.query())},
         {"remark", remarkOf(contents.state, now)},

@@ -43,8 +43,8 @@ struct PageContents {
 /// Whether there is anything of a person in it.
 bool holdsPackages(const LiveState& state);
 
-/// `frame` with "{{name}}" replaced by what changes: scheme, schemes, textSizes, reload, remark, revision and
-/// contents. What takes their places is not looked at again.
+/// `frame` with "{{name}}" replaced by what changes: scheme, schemes, textSize, textSizes, reload, remark,
+/// revision and contents. What takes their places is not looked at again.
 std::string pageDocument(std::string_view frame, const PageContents& contents, platform::Date now);
 
 }  // namespace host

@@ -74,7 +74,7 @@ std::string wireForm(const HTTPResponse& response, Body body, bool goesOn) {
 class HTTPServer::Engine : public std::enable_shared_from_this<Engine> {
   public:
     Engine(const asio::any_io_executor& executor, HTTPServerOptions options)
-        : options_(std::move(options)), acceptor_(executor) {
+        : options_(options), acceptor_(executor) {
         listenOnLoopback(acceptor_, options_.port);
         port_ = acceptor_.local_endpoint().port();
     }
@@ -240,7 +240,7 @@ class HTTPServer::Engine : public std::enable_shared_from_this<Engine> {
 };
 
 HTTPServer::HTTPServer(const asio::any_io_executor& executor, HTTPServerOptions options)
-    : engine_(std::make_shared<Engine>(executor, std::move(options))) {}
+    : engine_(std::make_shared<Engine>(executor, options)) {}
 
 HTTPServer::~HTTPServer() {
     close();

@@ -41,6 +41,20 @@ class PageInChromium(unittest.TestCase):
             self.browser.prefer({})
             self.browser.sees("!document.querySelector('[fill=\"#4C5159\"]')", "the usual drawings")
 
+    def test_grows_with_the_text_size_that_is_chosen(self):
+        height = "document.querySelector('.all a').getBoundingClientRect().height"
+        before = self.browser.script(f"return {height}")
+        self.browser.script("""
+            const textSize = document.querySelector('[name=textSize]');
+            textSize.value = 'accessibility5';
+            textSize.dispatchEvent(new Event('change', {bubbles: true}));""")
+        self.browser.sees("document.querySelector('.systemLarge [font-size]').getAttribute('font-size') > 40", "huge words")
+        self.assertGreater(self.browser.script(f"return {height}"), 2 * before)
+        for width in (320, 768):
+            keep(self.browser.whole_page(width), f"page-chromium-huge-{width}")
+            self.assertEqual(self.browser.script("return document.documentElement.scrollWidth"), width)
+        self.assertEqual(violations(self.browser), [])
+
     def test_everything_comes_from_the_page_itself_and_it_can_be_installed(self):
         loaded = self.browser.script("return performance.getEntriesByType('resource').map(each => each.name)")
         self.assertTrue(any(name.endswith(".otf") for name in loaded), loaded)
@@ -100,6 +114,17 @@ class PageWithoutPackages(unittest.TestCase):
             self.assertEqual(violations(browser), [])
             keep(browser.whole_page(1280), "page-chromium-placeholder")
             browser.close()
+
+
+class PageOfHostileShops(unittest.TestCase):
+    def test_stays_whole_whatever_shops_are_called(self):
+        with page(Chromium, scenario="hostile") as (_, browser):
+            browser.sees(f"{LISTED} === 10", "ten packages")
+            self.assertEqual(violations(browser), [])
+            for width in (320, 1280):
+                keep(browser.whole_page(width), f"page-chromium-hostile-{width}")
+                self.assertEqual(browser.script("return document.documentElement.scrollWidth"), width)
+                self.assertLess(browser.script("return document.documentElement.scrollHeight"), 4000)
 
 
 if __name__ == "__main__":

@@ -8,6 +8,7 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
@@ -48,14 +49,16 @@ void WireClient::finish() {
 }
 
 std::string WireClient::hear(std::string_view end) {
+    std::size_t searched = 0;
     while (true) {
-        const auto found = end.empty() ? std::string::npos : heard_.find(end);
+        const auto found = end.empty() ? std::string::npos : heard_.find(end, searched);
         if (found != std::string::npos) {
             auto text = heard_.substr(0, found + end.size());
             heard_.erase(0, text.size());
             return text;
         }
-        std::array<char, 4096> part;
+        searched = heard_.size() - std::min(heard_.size(), end.size());
+        std::array<char, 65'536> part;
         const auto length = ::recv(socket_, part.data(), part.size(), 0);
         if (length <= 0) return std::exchange(heard_, {});
         heard_.append(part.data(), static_cast<std::size_t>(length));

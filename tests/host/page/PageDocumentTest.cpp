@@ -96,8 +96,8 @@ TEST_F(PageDocumentTest, HasTheChoicesThatTheAddressSays) {
     const auto state = signedOutState();
     EXPECT_THAT(document(state, "{{scheme}}{{schemes}}"), HasSubstr("value=\"system\" selected"));
     const auto choices = PageChoices::fromQuery("scheme=dark&textSize=xLarge");
-    EXPECT_EQ(document(state, "{{scheme}} {{reload}} {{revision}}", choices),
-              "dark reload?scheme=dark&amp;textSize=xLarge 7");
+    EXPECT_EQ(document(state, "{{scheme}} {{textSize}} {{reload}} {{revision}}", choices),
+              "dark xLarge reload?scheme=dark&amp;textSize=xLarge 7");
     EXPECT_THAT(document(state, "{{textSizes}}", choices),
                 HasSubstr("<option value=\"xLarge\" data-factor=\"1.12\" selected>large</option>"));
 }

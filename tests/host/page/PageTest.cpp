@@ -49,7 +49,7 @@ class PageTest : public ReaderWorld {
     }
 
     using Pending = std::shared_ptr<std::optional<HTTPResponse>>;
-    Pending begin(std::string method, std::string target) {
+    Pending begin(std::string method, const std::string& target) {
         const auto response = std::make_shared<std::optional<HTTPResponse>>();
         spawn(ask({.method = std::move(method),
                    .target = "/token/" + target,
@@ -57,12 +57,12 @@ class PageTest : public ReaderWorld {
                   response));
         return response;
     }
-    HTTPResponse asked(std::string method, std::string target) {
-        const auto response = begin(std::move(method), std::move(target));
+    HTTPResponse asked(std::string method, const std::string& target) {
+        const auto response = begin(std::move(method), target);
         EXPECT_TRUE(until([&] { return response->has_value(); }));
         return response->value_or(HTTPResponse{.status = 0});
     }
-    std::string got(std::string target) { return asked("GET", std::move(target)).body; }
+    std::string got(const std::string& target) { return asked("GET", target).body; }
 
     std::string nextEvent(const std::shared_ptr<platform::EventStream>& events) {
         std::optional<std::string> text;
@@ -120,10 +120,10 @@ TEST_F(PageTest, DrawsAgainWhatASignOutOvertook) {
     openPage();
     start();
     ASSERT_TRUE(until([&] { return got("").find("Shop of Ada") != std::string::npos; }));
-    extension.isDrawingHeld = true;
     const int before = extension.drawings;
     const auto response = begin("GET", "?textSize=xLarge");
-    ASSERT_TRUE(until([&] { return extension.drawings > before; }));
+    ASSERT_TRUE(until([&] { return extension.drawings == before + 4; }));
+    extension.isDrawingHeld = true;
     extension.answerWith(CredentialState::none, ServerContact::refused);
     happens(platform::SystemEvent::secretsChanged);
     extension.release();
