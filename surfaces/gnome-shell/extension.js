@@ -88,7 +88,8 @@ function pictureScale() {
 }
 
 function openLink(link) {
-    const companion = GLib.shell_quote(GLib.build_filenamev([programs.folder, 'vela-companion']));
+    // In a desktop entry's own notation, where a percent sign stands for something else.
+    const companion = GLib.shell_quote(GLib.build_filenamev([programs.folder, 'vela-companion'])).replace(/%/g, '%%');
     const flags = Gio.AppInfoCreateFlags.SUPPORTS_URIS | Gio.AppInfoCreateFlags.SUPPORTS_STARTUP_NOTIFICATION;
     const app = Gio.AppInfo.create_from_commandline(`${companion} open`, 'Vela', flags);
     app.launch_uris_async([link], global.create_app_launch_context(0, -1), null, (source, result) => {

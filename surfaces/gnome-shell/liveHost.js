@@ -59,7 +59,7 @@ var LiveHost = class {
             try {
                 await this._converse();
             } catch (failure) {
-                if (isCancelled(failure))
+                if (this._cancellable.is_cancelled())
                     break;
                 this._lose(failure);
             }

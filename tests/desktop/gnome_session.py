@@ -4,6 +4,7 @@
 
 import json
 import os
+import re
 import subprocess
 import time
 from pathlib import Path
@@ -20,7 +21,8 @@ ITEM = f"Main.panel.statusArea['{UUID}']"
 class GnomeSession:
     """With buses of its own; nothing of the machine's session, nor of its system's, is spoken to."""
 
-    def __init__(self, person, size=(1280, 720), environment=()):
+    def __init__(self, person, size=(1280, 720), environment=(), prepare=lambda person: None):
+        """`prepare` is called with the person once her bus is there, and before the shell."""
         self.person = person
         bus = person.folder / "bus"
         person.environment |= {
@@ -36,9 +38,12 @@ class GnomeSession:
         self._enable()
         person.start("dbus-daemon", "--session", "--nofork", "--address", f"unix:path={bus}")
         eventually(bus.exists, "the bus")
+        prepare(person)
         self.process = person.start("gnome-shell", "--headless", "--wayland", "--no-x11", "--unsafe-mode",
                                     "--virtual-monitor", f"{size[0]}x{size[1]}")
         eventually(lambda: self._answer("1 + 1") == "2", "the shell")
+        # What the shell has to say of a machine without a login screen.
+        self.eval("Main.messageTray.bannerBlocked = true; null")
         eventually(lambda: self.eval(f"!!{ITEM}"), "the item in the panel")
         # It begins in the overview, which is not left while it is being shown.
         eventually(lambda: self.eval("Main.overview.hide(); !Main.overview.visible"), "the desktop")
@@ -107,6 +112,15 @@ class GnomeSession:
         return ("const Clutter = imports.gi.Clutter; global.testDevices ??= {};"
                 f"const device = (global.testDevices.{kind} ??= Clutter.get_default_backend().get_default_seat()"
                 f".create_virtual_device(Clutter.InputDeviceType.{kind}_DEVICE));")
+
+    def set_monitor_scale(self, scale):
+        service = "org.gnome.Mutter.DisplayConfig"
+        path = "/org/gnome/Mutter/DisplayConfig"
+        state = self.call(service, path, f"{service}.GetCurrentState").stdout
+        serial = re.search(r"uint32 (\d+)", state).group(1)
+        mode = re.search(r"'(\d+x\d+@[^']*)'", state).group(1)
+        monitors = f"[(0, 0, {scale}, uint32 0, true, [('Meta-0', '{mode}', @a{{sv}} {{}})])]"
+        self.call(service, path, f"{service}.ApplyMonitorsConfig", serial, "1", monitors, "{}")
 
     def descriptors(self, kind):
         """How many of the shell's descriptors are of that kind, as /proc names it."""

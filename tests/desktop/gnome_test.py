@@ -5,17 +5,47 @@
 
 import os
 import signal
+import sys
 import unittest
 from pathlib import Path
 
 from displays import keep, pixels
 from gnome_session import ITEM, UUID, GnomeSession
-from person import Person, eventually
+from person import PROGRAMS, Person, eventually
 
 EXTENSION = f"Main.extensionManager.lookup('{UUID}').stateObj"
 PICTURE = f"{ITEM}._pictureItem"
 # What is drawn in the widget's own colours.
 BRAND_ON_DARK = (0x1F, 0x79, 0xB2)
+
+
+# Stands in for the person's service manager on her bus, notes what it is asked, and starts the live host.
+SERVICE_MANAGER = """
+import subprocess, sys, time
+from pathlib import Path
+from gi.repository import Gio, GLib
+folder, program = sys.argv[1:]
+interface = Gio.DBusNodeInfo.new_for_xml('''<node><interface name="org.freedesktop.systemd1.Manager">
+<method name="StartUnit"><arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="o" direction="out"/></method>
+</interface></node>''').interfaces[0]
+def answer(bus, sender, path, name, method, arguments, invocation):
+    with open(folder + "/asked", "a") as asked:
+        print(*arguments.unpack(), file=asked)
+    subprocess.Popen([program, "run"])
+    while not Path(folder + "/runtime/vela-widget/host.socket").exists():
+        time.sleep(0.05)
+    invocation.return_value(GLib.Variant("(o)", ("/org/freedesktop/systemd1/job/1",)))
+def serve(bus, name):
+    bus.register_object("/org/freedesktop/systemd1", interface, answer, None, None)
+Gio.bus_own_name(Gio.BusType.SESSION, "org.freedesktop.systemd1", Gio.BusNameOwnerFlags.NONE, serve,
+                 lambda bus, name: Path(folder + "/managing").touch(), None)
+GLib.MainLoop().run()
+"""
+
+
+def start_service_manager(person):
+    person.start(sys.executable, "-c", SERVICE_MANAGER, person.folder, PROGRAMS / "vela-widget")
+    eventually((person.folder / "managing").exists, "the service manager")
 
 
 def shows(session, words):
@@ -119,6 +149,30 @@ class Gnome(unittest.TestCase):
         panel.write_bytes(good)
         shows(session, "Arriving today")
 
+    def test_has_the_service_manager_start_the_host_where_there_is_its_unit(self):
+        with Person() as person:
+            session = GnomeSession(person, prepare=start_service_manager)
+            shows(session, "Arriving today")
+            asked = (person.folder / "asked").read_text().splitlines()
+            self.assertEqual(asked, ["vela-widget.socket fail"])
+            words = Path(f"/proc/{person.live_host()}/cmdline").read_text().split("\0")
+            self.assertNotIn("--idle-exit", words, "a host of the service manager's")
+
+    def test_says_that_no_host_can_be_had_until_one_can(self):
+        with Person() as person:
+            place = person.folder / "runtime" / "vela-widget"
+            place.write_text("No folder.")
+            session = GnomeSession(person)
+            remark = f"{ITEM}._remark"
+            eventually(lambda: session.eval(f"{remark}.visible && {remark}.label.text")
+                       == "The live host cannot be reached", "the remark")
+            self.assertEqual(session.text(), "")
+            place.unlink()
+            session.open_menu()
+            session.click(f"{ITEM}.menu._getMenuItems().at(-1)")
+            shows(session, "Arriving today")
+            self.assertFalse(session.eval(f"{remark}.visible"))
+
     def test_leaves_nothing_behind_when_it_is_disabled(self):
         with Person() as person:
             session = GnomeSession(person)
@@ -145,19 +199,21 @@ class Gnome(unittest.TestCase):
             eventually(lambda: session.eval(f"!!{ITEM}"), "the item")
             self.assertEqual(session.complaints(), [])
 
-    def test_draws_for_the_shells_theme(self):
+    def test_draws_for_the_shells_theme_and_monitor(self):
         with Person() as person:
-            session = GnomeSession(person)
+            session = GnomeSession(person, size=(2560, 1440))
             shows(session, "Arriving today")
             folder = person.folder / "runtime" / "vela-widget"
             eventually((folder / "systemMedium-dark@1x.png").exists, "the dark picture")
+            session.set_monitor_scale(2.0)
+            eventually((folder / "systemMedium-dark@2x.png").exists, "the dark picture of a sharp monitor")
             light = person.folder / "light.css"
             light.write_text('@import url("resource:///org/gnome/shell/theme/gnome-shell.css");\n'
                              "stage { color: #202020; } .popup-menu-content { background-color: #f6f5f4; "
                              "color: #202020; } .popup-menu-item { color: #202020; }\n")
             session.eval(f"Main.setThemeStylesheet('{light}'); Main.loadTheme(); null")
-            eventually((folder / "systemMedium-light@1x.png").exists, "the light picture")
-            eventually(lambda: not (folder / "systemMedium-dark@1x.png").exists(), "the end of the dark one")
+            eventually((folder / "systemMedium-light@2x.png").exists, "the light picture")
+            eventually(lambda: not (folder / "systemMedium-dark@2x.png").exists(), "the end of the dark one")
             session.open_menu()
             keep(session.picture(), "gnome-light")
 

@@ -85,8 +85,13 @@ class PlasmaSession:
     def click(self, place):
         self.display.click(*place)
 
+    def focus_popup(self):
+        """What a window manager would do; it is opened last."""
+        windows = self.person.run("xdotool", "search", "--onlyvisible", "--class", "plasmashell").split()
+        self.person.run("xdotool", "windowfocus", "--sync", windows[-1])
+
     def press(self, *keys):
-        self.person.run("xdotool", "key", *keys)
+        self.person.run("xdotool", "key", "--delay", "150", *keys)
 
     def accessible(self):
         done = subprocess.run([sys.executable, "-c", ACCESSIBLE], env=self.person.environment, capture_output=True,

@@ -4,6 +4,7 @@
 """Plasma shows the widget in its panel and on its desktop, opens its links, and keeps nothing of a person who has
 signed out."""
 
+import json
 import os
 import signal
 import unittest
@@ -47,9 +48,38 @@ class Plasma(unittest.TestCase):
             session.click(middle_of_the_bar(picture))
             eventually(lambda: len(person.opened_links()) == 1, "the link of the picture")
             self.assertTrue(person.opened_links()[0].endswith("5501"), person.opened_links())
+            session.focus_popup()
+            session.press("Tab", "Return")
+            eventually(lambda: len(person.opened_links()) == 2, "the second link, by the keyboard")
+            self.assertIn("d-7001", person.opened_links()[1])
             self.assertEqual(len(person.requests()), 1)
+            session.press("Tab", "space")
+            eventually(lambda: len(person.requests()) == 2, "a request for the reload")
             self.assertEqual(len(session.readers()), 1, "one for all that show the same")
             self.assertEqual(session.complaints(), [])
+
+    def test_gives_a_link_to_the_shell_as_one_word(self):
+        with Person() as person:
+            # All of it may stand in a link.
+            number = "5501'$(touch$IFS$HOME/obeyed)'"
+            item = {"__typename": "Order", "id": number, "createdAt": {"$now": "-6d"},
+                    "displayStatus": "out_for_delivery", "deliveryStatus": "out_for_delivery",
+                    "shop": {"name": "<b>Tea</b> & <img src='x'>"}, "etaInfo": {"formattedEta": "Arriving today"}}
+            scenario = person.folder / "scenario.json"
+            plain = item | {"id": "5502"}
+            scenario.write_text(json.dumps({"description": "A link that a shell would obey.", "items": [item, plain]}))
+            person.change(scenario)
+            session = PlasmaSession(person)
+            name = "<b>Tea</b> & <img src='x'>: "
+            eventually(lambda: any(found.startswith(name) for found in session.names()), "the shop by its name")
+            picture = open_popup(session, next(found for found in session.names() if found.startswith(name)))
+            keep(picture, "plasma-hostile")
+            bar = middle_of_the_bar(picture)
+            session.click(bar)
+            # The first line below the widget, and behind it in the queue.
+            session.click((bar[0], bar[1] + 42))
+            eventually(lambda: any(link.endswith("5502") for link in person.opened_links()), "the other link")
+            self.assertFalse((person.folder / "home" / "obeyed").exists())
 
     def test_shows_nothing_of_who_has_signed_out(self):
         with Person() as person:

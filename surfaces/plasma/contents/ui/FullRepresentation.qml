@@ -117,6 +117,7 @@ FocusScope {
 
                     width: ListView.view.width
                     text: modelData.text
+                    highlighted: ListView.isCurrentItem && ListView.view.activeFocus
                     onClicked: view.open(modelData.link)
                     Keys.onReturnPressed: clicked()
                     Keys.onEnterPressed: clicked()
