@@ -7,6 +7,7 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <boost/json/object.hpp>
@@ -39,7 +40,7 @@ namespace {
 /// "PROCESS:SOCKET:MEMORY": by the process's number no child takes it for its own.
 constexpr const char* variable = "VELA_PREDECESSOR";
 /// A state with ten packages takes some kilobytes.
-constexpr std::size_t longestRemembered = 16 << 20;
+constexpr off_t longestRemembered = 16 << 20;
 
 sigset_t heldBackSignals() {
     sigset_t signals;
@@ -109,11 +110,19 @@ std::string failure(const char* what, int error) {
     return std::string(what) + ": " + std::generic_category().message(error);
 }
 
+/// Nowhere but where it is wiped when it is freed; a stack is not.
+std::string textIn(int memory) {
+    struct stat found = {};
+    if (::fstat(memory, &found) != 0 || found.st_size > longestRemembered) return "";
+    std::string text(static_cast<std::size_t>(found.st_size), '\0');
+    const auto length = ::pread(memory, text.data(), text.size(), 0);
+    return length == found.st_size ? text : "";
+}
+
 void readRemembered(Predecessor& predecessor, int memory) {
     try {
-        const auto text = platform::readUpTo(memory, longestRemembered);
-        if (!text) return;
-        const auto object = platform::JSONSerialization::JSONObjectWithData(*text);
+        const auto text = textIn(memory);
+        const auto object = platform::JSONSerialization::JSONObjectWithData(text);
         predecessor.ownsSocket = object.at("ownsSocket").as_bool();
         predecessor.remembered = rememberedFrom(object.as_object());
     } catch (const std::exception&) {

@@ -119,17 +119,17 @@ class InheritedState : public LiveWorld {
 
     ~InheritedState() override {
         // What it asks outlives nobody.
-        if (heir) heir->stop();
-        comes([&] { return !heir || !heir->isAsking(); });
+        if (heir_) heir_->stop();
+        comes([&] { return !heir_ || !heir_->isAsking(); });
     }
 
     LiveHost& heirTo(LiveHost::Remembered remembered) {
-        heir.emplace(context.get_executor(), LiveHost::Surroundings{.clock = clock,
-                                                                    .events = events,
-                                                                    .extension = extension,
-                                                                    .random = [] { return 0.0; },
-                                                                    .remembered = std::move(remembered)});
-        return *heir;
+        heir_.emplace(context.get_executor(), LiveHost::Surroundings{.clock = clock,
+                                                                     .events = events,
+                                                                     .extension = extension,
+                                                                     .random = [] { return 0.0; },
+                                                                     .remembered = std::move(remembered)});
+        return *heir_;
     }
 
     template <typename Condition>
@@ -143,7 +143,7 @@ class InheritedState : public LiveWorld {
     }
 
   private:
-    std::optional<LiveHost> heir;
+    std::optional<LiveHost> heir_;
 };
 
 TEST_F(InheritedState, IsShownBeforeAnythingIsAsked) {

@@ -85,6 +85,35 @@ class RenewedProgram : public Person {
                wanted.st_ino == running.st_ino;
     }
 
+    bool isInMemory(const std::string& word) const {
+        const auto process = "/proc/" + std::to_string(host->processIdentifier());
+        std::ifstream maps(process + "/maps");
+        std::ifstream memory(process + "/mem", std::ios::binary);
+        std::string line;
+        while (std::getline(maps, line)) {
+            if (line.find(" rw") == std::string::npos) continue;
+            const auto begin = std::stoull(line, nullptr, 16);
+            const auto end = std::stoull(line.substr(line.find('-') + 1), nullptr, 16);
+            std::string bytes(end - begin, '\0');
+            memory.clear();
+            memory.seekg(static_cast<std::streamoff>(begin));
+            memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+            if (bytes.find(word) != std::string::npos) return true;
+        }
+        return false;
+    }
+
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define VELA_TEST_SANITIZED_RENEWAL
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(VELA_TEST_SANITIZED_RENEWAL)
+    static constexpr bool isSanitized = true;
+#else
+    static constexpr bool isSanitized = false;
+#endif
+
     static constexpr const char* someShop = "Fathom";
     fs::path bin = folder.path() / "bin";
     std::unique_ptr<BackgroundProgram> sandbox;
@@ -140,6 +169,17 @@ TEST_F(RenewedProgram, GoesOnAsItIsWhereTheNewOneDoesNotRun) {
     put("vela-widget");
     EXPECT_TRUE(eventually([&] { return runs(bin / "vela-widget"); }, std::chrono::seconds(30)));
     EXPECT_TRUE(showsTheShop());
+}
+
+TEST_F(RenewedProgram, HoldsNothingOfAPersonWhoSignsOut) {
+    if (isSanitized) GTEST_SKIP() << "the sanitizers keep what is freed";
+    startHost();
+    ASSERT_TRUE(eventually([&] { return showsTheShop(); }, std::chrono::seconds(30)));
+    put("vela-widget");
+    ASSERT_TRUE(eventually([&] { return runs(bin / "vela-widget"); }, std::chrono::seconds(30)));
+    ASSERT_TRUE(eventually([&] { return isInMemory(someShop); }));
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    EXPECT_TRUE(eventually([&] { return !showsTheShop() && !isInMemory(someShop); }));
 }
 
 TEST_F(RenewedProgram, IsFollowedByAReaderThatWentOnShowing) {
