@@ -22,7 +22,6 @@ Item {
 
     /// Of what is shown; a host has no such version.
     property string version: "none"
-    readonly property string command: Commands.panel(version, scheme, scale)
 
     function reload() {
         tasks.connectSource(Commands.reload())
@@ -32,37 +31,45 @@ Item {
         tasks.connectSource(Commands.open(link))
     }
 
-    function take(output) {
-        const next = Panel.panelFrom(output)
-        if (!next)
+    function take(exitCode, output) {
+        const next = exitCode === 0 ? Panel.panelFrom(output) : null
+        if (!next) {
+            // Whatever comes then is news.
+            host.version = "none"
+            host.panel = Panel.withoutHost(host.panel)
             return false
+        }
         host.panel = next
         host.picture = next.picture || ""
         host.version = next.version
         return true
     }
 
-    onCommandChanged: Qt.callLater(reader.read)
+    onSchemeChanged: Qt.callLater(reader.read)
+    onScaleChanged: Qt.callLater(reader.read)
     Component.onCompleted: Qt.callLater(reader.read)
 
     PlasmaCore.DataSource {
         id: reader
 
+        property string command: ""
+
         engine: "executable"
 
         function read() {
             pause.stop()
-            if (connectedSources.length === 1 && connectedSources[0] === host.command)
+            command = Commands.panel(host.version, host.scheme, host.scale)
+            if (connectedSources.length === 1 && connectedSources[0] === command)
                 return
             connectedSources = []
-            connectSource(host.command)
+            connectSource(command)
         }
 
         onNewData: {
             disconnectSource(sourceName)
-            if (sourceName !== host.command)
+            if (sourceName !== command)
                 return
-            if (data["exit code"] === 0 && host.take(data["stdout"]))
+            if (host.take(data["exit code"], data["stdout"]))
                 Qt.callLater(read)
             else
                 pause.start()
