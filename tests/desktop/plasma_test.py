@@ -120,9 +120,11 @@ class Plasma(unittest.TestCase):
             place.write_text("No folder.")
             session = PlasmaSession(person)
             eventually(lambda: "Vela, The live host cannot be reached" in session.names(), "the remark")
+            session.click(ITEM)
+            session.focus_popup()
             place.unlink()
-            # Looked for every half a minute.
-            eventually(lambda: ARRIVING in session.names(), "the package", 60)
+            session.press("Tab", "space")
+            eventually(lambda: ARRIVING in session.names(), "the package", 20)
 
     def test_draws_for_the_theme(self):
         with Person() as person:

@@ -23,8 +23,12 @@ Item {
     /// Of what is shown; a host has no such version.
     property string version: "none"
 
+    /// Has the server asked now, or a host looked for.
     function reload() {
-        tasks.connectSource(Commands.reload())
+        if (pause.running)
+            reader.read()
+        else
+            tasks.connectSource(Commands.reload())
     }
 
     function open(link) {
