@@ -128,8 +128,10 @@
         asking.onloadend = () => {
             if (request === asking) request = null;
             reloading.removeAttribute('aria-busy');
-            if (asking.status === 200 && asking.response) show(asking.response, query);
-            else setTimeout(refresh, retryAfter);
+            if (asking.status === 200 && asking.response) return show(asking.response, query);
+            // What was said while it was asked has to go in any case.
+            if (method === 'POST') shown = null;
+            setTimeout(refresh, retryAfter);
         };
         asking.send();
     }

@@ -19,7 +19,7 @@ int runProgram(int count, const char* const* arguments) {
     platform::CommandLine app("vela-widget-page", "Shows your latest parcels and orders in the browser.",
                               VELA_VERSION);
     std::uint16_t port = 0;
-    app.option("--port", port, "The port on this machine's loopback; without it, a free one");
+    app.option("--port", port, "The page's port; without it, a free one").within(0, 65'535);
     app.footer("Example:\n  vela-widget serve --port 8123");
     app.actionWithoutSubcommand([&port] {
         const host::PageCommand command = {

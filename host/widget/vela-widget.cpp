@@ -436,7 +436,7 @@ void addWindowCommand(const platform::Command& app, std::string& family) {
 void addServeCommand(const platform::Command& app, std::uint16_t& port) {
     const auto command = app.subcommand(
         "serve", "Show the widget in the browser: a page on this machine's loopback, kept current");
-    command.option("--port", port, "The page's port; without it, a free one");
+    command.option("--port", port, "The page's port; without it, a free one").within(0, 65'535);
     command.footer("Example:\n  vela-widget serve\n  vela-widget serve --port 8123");
     command.action([&port] {
         host::become({.name = "vela-widget-page", .package = "vela-widget"},

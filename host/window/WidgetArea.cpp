@@ -39,10 +39,6 @@ void addRoundedRectangle(const Context& context, drawing::Rect frame, double rad
     context->close_path();
 }
 
-drawing::Size sizeOf(const Gtk::Widget& widget) {
-    return {double(widget.get_allocated_width()), double(widget.get_allocated_height())};
-}
-
 drawing::Rect withRoomForRing(drawing::Rect frame, drawing::Size window) {
     const auto wide = frame.insetBy(-ringDistance);
     const double left = std::max(wide.left(), 0.0);

@@ -34,6 +34,7 @@ class WidgetArea : public Gtk::Fixed {
     drawing::Size size() const { return family().windowSize(); }
     /// In points from the window's corner.
     std::optional<std::string> linkAt(drawing::Point point) const;
+    void paint(const Cairo::RefPtr<Cairo::Context>& context) const;
     /// What is neither transparent nor cut off by a round corner.
     Cairo::RefPtr<Cairo::Region> outline() const;
 
@@ -41,7 +42,6 @@ class WidgetArea : public Gtk::Fixed {
     bool on_draw(const Cairo::RefPtr<Cairo::Context>& context) override;
 
   private:
-    void paint(const Cairo::RefPtr<Cairo::Context>& context) const;
     void paintGround(const Cairo::RefPtr<Cairo::Context>& context) const;
     void setSpots(const WidgetContent& content);
     std::unique_ptr<Gtk::Widget> spotWidget(const WidgetSpot& spot) const;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
-#include <ranges>
 #include <utility>
 
 #include "platform/JSON/JSONSerialization.hpp"
@@ -150,16 +149,20 @@ WidgetContent widgetContent(std::string_view tree, std::string_view text,
     if (parts.links.empty() && wholeLink)
         parts.links.push_back({.frame = parts.whole, .words = {}, .link = *wholeLink});
     SpokenPlaces places(parts);
-    for (const auto line : std::views::split(text, '\n'))
-        if (const std::string_view words(line.begin(), line.end()); !words.empty()) places.take(words);
+    while (!text.empty()) {
+        const auto line = text.substr(0, text.find('\n'));
+        if (!line.empty()) places.take(line);
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
     nameBySight(parts.links, parts.texts);
     return std::move(places).inOrder();
 }
 
 std::optional<std::string> linkAt(const WidgetContent& content, drawing::Point point) {
-    for (const auto& spot : std::views::reverse(content))
-        if (spot.link && contains(spot.frame, point)) return spot.link;
-    return std::nullopt;
+    const auto found = std::find_if(content.rbegin(), content.rend(), [point](const WidgetSpot& spot) {
+        return spot.link && contains(spot.frame, point);
+    });
+    return found == content.rend() ? std::nullopt : found->link;
 }
 
 }  // namespace host

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "drawing/Views/Geometry.hpp"
+#include "widget/DrawingRequest.hpp"
 
 namespace host {
 

@@ -267,22 +267,29 @@ bool WidgetWindow::on_motion_notify_event(GdkEventMotion* event) {
         return true;
     }
     press_->isDragging = true;
-    drag(*press_, placement_->pointer(point, {event->x_root, event->y_root}, place_));
+    drag(*press_, placement_->pointer(point, {event->x_root, event->y_root}, press_->place));
     return true;
 }
 
 void WidgetWindow::drag(const Press& press, drawing::Point pointer) {
     const drawing::Point by = {pointer.x - press.pointer.x, pointer.y - press.pointer.y};
-    if (!press.edges.any()) return moveTo(press.place + by);
-    chooseFamily(familyNearest(draggedSize(press.size, press.edges, by)).family, press.edges);
+    if (press.edges.any()) {
+        const bool wouldMove = press.edges.left || press.edges.top;
+        if (wouldMove && press_ && !placement_->movesAtOnce()) return;
+        return chooseFamily(familyNearest(draggedSize(press.size, press.edges, by)).family, press.edges);
+    }
+    place_ = press.place + by;
+    placement_->carry(monitor_, place_, area_.size(), [this](const auto& context) { area_.paint(context); });
 }
 
 bool WidgetWindow::on_button_release_event(GdkEventButton* event) {
     if (event->button != GDK_BUTTON_PRIMARY || !press_) return true;
     const auto press = *std::exchange(press_, std::nullopt);
+    const auto point = placeOf(*event);
     if (press.isDragging) {
+        drag(press, placement_->pointer(point, {event->x_root, event->y_root}, press.place));
         settle();
-    } else if (const auto link = area_.linkAt(placeOf(*event))) {
+    } else if (const auto link = area_.linkAt(point)) {
         if (link == area_.linkAt(press.inWindow)) open(*link);
     }
     return true;

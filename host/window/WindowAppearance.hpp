@@ -8,8 +8,6 @@
 #include <optional>
 #include <string_view>
 
-#include "drawing/Image/ColorScheme.hpp"
-#include "drawing/Image/Contrast.hpp"
 #include "widget/DrawingRequest.hpp"
 
 namespace host {

@@ -9,8 +9,8 @@
 #include <array>
 #include <string_view>
 
-#include "drawing/Views/Geometry.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
+#include "widget/DrawingRequest.hpp"
 #include "widget/SupportedFamilies.hpp"
 
 namespace host {

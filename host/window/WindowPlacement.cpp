@@ -2,11 +2,14 @@
 
 #include "host/window/WindowPlacement.hpp"
 
+#include <cairomm/region.h>
 #include <gdkmm/display.h>
+#include <gdkmm/screen.h>
 #include <gtk-layer-shell/gtk-layer-shell.h>
 
 #include <cmath>
 #include <string_view>
+#include <utility>
 
 namespace host {
 
@@ -23,23 +26,72 @@ std::string makeAndModel(const Glib::RefPtr<Gdk::Monitor>& monitor) {
     return manufacturer + " " + model;
 }
 
+void placeLayer(GtkWindow* window, const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place) {
+    if (monitor && ::gtk_layer_get_monitor(window) != monitor->gobj())
+        ::gtk_layer_set_monitor(window, monitor->gobj());
+    ::gtk_layer_set_margin(window, GTK_LAYER_SHELL_EDGE_LEFT, whole(place.x));
+    ::gtk_layer_set_margin(window, GTK_LAYER_SHELL_EDGE_TOP, whole(place.y));
+}
+
+void makeLayer(GtkWindow* window, GtkLayerShellLayer layer, GtkLayerShellKeyboardMode keyboard) {
+    ::gtk_layer_init_for_window(window);
+    ::gtk_layer_set_namespace(window, "vela-widget");
+    ::gtk_layer_set_layer(window, layer);
+    ::gtk_layer_set_anchor(window, GTK_LAYER_SHELL_EDGE_LEFT, TRUE);
+    ::gtk_layer_set_anchor(window, GTK_LAYER_SHELL_EDGE_TOP, TRUE);
+    ::gtk_layer_set_keyboard_mode(window, keyboard);
+}
+
+/// Follows the pointer, which does not meet it.
+class Likeness : public Gtk::Window {
+  public:
+    Likeness(drawing::Size size, WindowPlacement::Paint paint) : paint_(std::move(paint)) {
+        makeLayer(gobj(), GTK_LAYER_SHELL_LAYER_TOP, GTK_LAYER_SHELL_KEYBOARD_MODE_NONE);
+        set_app_paintable(true);
+        if (const auto visual = get_screen()->get_rgba_visual())
+            ::gtk_widget_set_visual(GTK_WIDGET(gobj()), visual->gobj());
+        set_size_request(whole(size.width), whole(size.height));
+        signal_realize().connect(
+            [this] { get_window()->input_shape_combine_region(Cairo::Region::create(), 0, 0); });
+    }
+
+  protected:
+    bool on_draw(const Cairo::RefPtr<Cairo::Context>& context) override {
+        constexpr double opacity = 0.8;
+        context->set_operator(Cairo::OPERATOR_SOURCE);
+        context->set_source_rgba(0, 0, 0, 0);
+        context->paint();
+        context->set_operator(Cairo::OPERATOR_OVER);
+        context->push_group();
+        paint_(context);
+        context->pop_group_to_source();
+        context->paint_with_alpha(opacity);
+        return true;
+    }
+
+  private:
+    WindowPlacement::Paint paint_;
+};
+
 /// Above the wallpaper, below every window.
 class LayerPlacement : public WindowPlacement {
   public:
     explicit LayerPlacement(Gtk::Window& window) : window_(window.gobj()) {
-        ::gtk_layer_init_for_window(window_);
-        ::gtk_layer_set_namespace(window_, "vela-widget");
-        ::gtk_layer_set_layer(window_, GTK_LAYER_SHELL_LAYER_BOTTOM);
-        ::gtk_layer_set_anchor(window_, GTK_LAYER_SHELL_EDGE_LEFT, TRUE);
-        ::gtk_layer_set_anchor(window_, GTK_LAYER_SHELL_EDGE_TOP, TRUE);
-        ::gtk_layer_set_keyboard_mode(window_, GTK_LAYER_SHELL_KEYBOARD_MODE_ON_DEMAND);
+        makeLayer(window_, GTK_LAYER_SHELL_LAYER_BOTTOM, GTK_LAYER_SHELL_KEYBOARD_MODE_ON_DEMAND);
+    }
+
+    bool movesAtOnce() const override { return false; }
+
+    void carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size size,
+               Paint paint) override {
+        if (!likeness_) likeness_ = std::make_unique<Likeness>(size, std::move(paint));
+        placeLayer(likeness_->gobj(), monitor, place);
+        likeness_->show();
     }
 
     void move(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place) override {
-        if (monitor && ::gtk_layer_get_monitor(window_) != monitor->gobj())
-            ::gtk_layer_set_monitor(window_, monitor->gobj());
-        ::gtk_layer_set_margin(window_, GTK_LAYER_SHELL_EDGE_LEFT, whole(place.x));
-        ::gtk_layer_set_margin(window_, GTK_LAYER_SHELL_EDGE_TOP, whole(place.y));
+        placeLayer(window_, monitor, place);
+        likeness_.reset();
     }
 
     /// A layer's window does not know where it is on the screen.
@@ -49,6 +101,7 @@ class LayerPlacement : public WindowPlacement {
 
   private:
     GtkWindow* window_;
+    std::unique_ptr<Likeness> likeness_;
 };
 
 class DesktopPlacement : public WindowPlacement {
@@ -85,6 +138,11 @@ class CompositorsPlacement : public WindowPlacement {
 
 drawing::Point WindowPlacement::pointer(drawing::Point, drawing::Point onScreen, drawing::Point) const {
     return onScreen;
+}
+
+void WindowPlacement::carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size,
+                            Paint) {
+    move(monitor, place);
 }
 
 std::unique_ptr<WindowPlacement> WindowPlacement::of(Gtk::Window& window) {

@@ -10,8 +10,8 @@
 #include <optional>
 #include <string>
 
-#include "drawing/Views/Geometry.hpp"
 #include "platform/WidgetKit/WidgetFamily.hpp"
+#include "widget/DrawingRequest.hpp"
 
 namespace host {
 

@@ -6,6 +6,7 @@
 #include <glibmm/main.h>
 #include <gtkmm/main.h>
 #include <signal.h>
+#include <stdlib.h>
 
 #include <string>
 
@@ -40,10 +41,21 @@ gboolean quitLoop(gpointer loop) {
     return G_SOURCE_CONTINUE;
 }
 
+/// Without the machine's graphics library, which a picture has no use for and which takes more memory than
+/// all else. What this process starts is not to be told.
+bool openDisplay() {
+    constexpr const char* variable = "GDK_GL";
+    const bool isOurs = !platform::environmentVariable(variable);
+    if (isOurs) ::setenv(variable, "disable", 1);
+    const bool isOpen = ::gtk_init_check(nullptr, nullptr);
+    if (isOurs) ::unsetenv(variable);
+    return isOpen;
+}
+
 int runWindow(const std::string& family) {
     ::g_set_prgname(programName);
     ::gdk_set_program_class(programName);
-    if (!::gtk_init_check(nullptr, nullptr)) {
+    if (!openDisplay()) {
         platform::printError(
             programName,
             "there is no display for a window: neither WAYLAND_DISPLAY nor DISPLAY names one that answers");

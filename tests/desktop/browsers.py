@@ -71,7 +71,7 @@ class Chromium(Browser):
         "PerformActions": "actions", "Print": "print", "Tool": "goog/cdp/execute",
     }
 
-    def __init__(self, person, prefers=None):
+    def __init__(self, person):
         log = person.folder / "chromedriver.out"
         with open(log, "wb") as output:
             person.start("chromedriver", "--port=0", stdout=output)
@@ -82,7 +82,6 @@ class Chromium(Browser):
         answer = self._post("", {"capabilities": {"alwaysMatch": {"goog:chromeOptions": {
             "args": [*self.ARGUMENTS, f"--user-data-dir={profile}"]}}}})
         self.base += f"/{answer['sessionId']}"
-        self.prefer(prefers or {})
 
     @staticmethod
     def _port(text):
@@ -124,6 +123,7 @@ class Chromium(Browser):
 class Firefox(Browser):
     PREFERENCES = {
         "marionette.port": 0, "app.update.disabledForTesting": True, "browser.shell.checkDefaultBrowser": False,
+        "layout.css.prefers-color-scheme.content-override": 1,
         "datareporting.policy.dataSubmissionEnabled": False, "toolkit.telemetry.reportingpolicy.firstRun": False,
         "network.captive-portal-service.enabled": False, "network.connectivity-service.enabled": False,
         "browser.aboutwelcome.enabled": False, "browser.startup.page": 0, "accessibility.tabfocus": 7,
@@ -132,19 +132,16 @@ class Firefox(Browser):
         "network.protocol-handler.warn-external.velaapp": False,
     }
 
-    def __init__(self, person, prefers=None, zoom=1):
+    def __init__(self, person):
         profile = person.folder / "firefox"
         profile.mkdir()
-        preferences = dict(self.PREFERENCES)
-        schemes = {"dark": 0, "light": 1}
-        preferences["layout.css.prefers-color-scheme.content-override"] = \
-            schemes[(prefers or {}).get("prefers-color-scheme", "light")]
         (profile / "user.js").write_text("".join(f"user_pref({json.dumps(name)}, {json.dumps(value)});\n"
-                                                 for name, value in preferences.items()))
+                                                 for name, value in self.PREFERENCES.items()))
         person.start("firefox-esr", "--headless", "--marionette", "--remote-allow-system-access", "--no-remote", "--profile", profile,
                      environment=person.environment | {"MOZ_CRASHREPORTER_DISABLE": "1", "MOZ_DISABLE_CONTENT_SANDBOX": "1"})
         port = eventually(lambda: self._port(profile), "the browser's door")
-        self.zoom = zoom
+        # How much larger the page is shown than it thinks.
+        self.zoom = 1
         self.socket = eventually(lambda: self._connected(port), "the browser behind its door")
         self.stream = self.socket.makefile("rb")
         self._receive()

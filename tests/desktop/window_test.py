@@ -15,6 +15,7 @@ from pathlib import Path
 
 from displays import WaylandDisplay, XDisplay, keep, pixels
 from person import Person, eventually
+from virtual_pointer import VirtualPointer
 
 BRAND = (13, 110, 153)
 HERE = Path(__file__).parent
@@ -303,16 +304,22 @@ class InALayer(WindowTest):
             x, y = 1280 - 24 - 338, 24
             self.assertEqual(shown.getpixel((x, y)), (0x20, 0x20, 0x20))
             self.assertEqual(shown.getpixel((x + 100, y + 3)), (255, 255, 255))
-            tree = person.run("swaymsg", "-t", "get_tree", status=None)
+            socket = next(Path(person.environment["XDG_RUNTIME_DIR"]).glob("sway-ipc.*"))
+            person.environment["SWAYSOCK"] = str(socket)
+            tree = person.run("swaymsg", "-t", "get_tree")
             self.assertNotIn("Tracking Widget", tree, "a layer is no window")
-            self.pointer(person, "set", x + 60, y + 100)
-            self.pointer(person, "press", "button1")
-            self.pointer(person, "release", "button1")
+            pointer = VirtualPointer(person.environment, (1280, 800))
+            self.addCleanup(pointer.close)
+            time.sleep(0.5)
+            pointer.move(x + 60, y + 100)
+            pointer.press()
+            pointer.release()
             eventually(lambda: any("/order/5501" in link for link in person.opened_links()), "the link")
-            self.pointer(person, "press", "button1")
-            for step in range(20):
-                self.pointer(person, "move", -20, 15)
-            self.pointer(person, "release", "button1")
+            pointer.press()
+            for step in range(1, 21):
+                pointer.move(x + 60 - 20 * step, y + 100 + 15 * step)
+                time.sleep(0.02)
+            pointer.release()
             place = eventually(lambda: self.remembered(person).get("systemMedium"), "its place")
             found = next(iter(place["places"].values()))
             self.assertAlmostEqual(found["x"], x - 400, delta=25)
@@ -321,10 +328,6 @@ class InALayer(WindowTest):
                 (found["x"] + 100, found["y"] + 3)) == (255, 255, 255), "the widget there")
             self.assertEqual(len(person.opened_links()), 1)
             self.assertIsNone(window.poll())
-
-    @staticmethod
-    def pointer(person, *words):
-        person.run("swaymsg", "seat", "seat0", "cursor", *words)
 
 
 if __name__ == "__main__":

@@ -109,7 +109,7 @@ TEST_F(PageTest, TellsEveryWindowOfASignOutAndShowsNothingOfThePersonAnyMore) {
     const auto events = asked("GET", "events").events;
     ASSERT_TRUE(events);
     EXPECT_THAT(nextEvent(events), StartsWith("event: state\ndata: {\"holdsPackages\":true,\"revision\":"));
-    extension.answerWith(CredentialState::none, ServerContact::unasked);
+    extension.answerWith(CredentialState::none, ServerContact::refused);
     happens(platform::SystemEvent::secretsChanged);
     EXPECT_THAT(nextEvent(events), StartsWith("event: state\ndata: {\"holdsPackages\":false,"));
     EXPECT_THAT(got(""), Not(HasSubstr("Ada")));
@@ -124,7 +124,7 @@ TEST_F(PageTest, DrawsAgainWhatASignOutOvertook) {
     const int before = extension.drawings;
     const auto response = begin("GET", "?textSize=xLarge");
     ASSERT_TRUE(until([&] { return extension.drawings > before; }));
-    extension.answerWith(CredentialState::none, ServerContact::unasked);
+    extension.answerWith(CredentialState::none, ServerContact::refused);
     happens(platform::SystemEvent::secretsChanged);
     extension.release();
     ASSERT_TRUE(until([&] { return response->has_value(); }));
