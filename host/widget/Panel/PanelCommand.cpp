@@ -39,6 +39,9 @@ namespace {
 /// For a host to answer, and for the first answer of the extension's to one that has just begun.
 constexpr std::chrono::milliseconds patienceAtFirst = std::chrono::seconds(10);
 
+/// Of hosts that begin at once all but one end, and their readers look again.
+constexpr int patientGaps = 3;
+
 asio::awaitable<json::value> drawn(LiveHostClient& client, PictureFile file) {
     widget::DrawingRequest request = {.entry = {.date = platform::Date::now(), .widgetState = {}},
                                       .family = file.family};
@@ -98,7 +101,8 @@ class PanelWait {
     /// Whoever never had a host tells its shell, which has nothing else to show; else there will be another.
     void lose(std::string_view why) {
         hasLost_ = true;
-        if (!hasSeen_) end(std::make_exception_ptr(LiveHostError(std::string(why))));
+        if (!hasSeen_ && ++gaps_ >= patientGaps)
+            end(std::make_exception_ptr(LiveHostError(std::string(why))));
     }
 
     void take(const LiveState& state) {
@@ -146,6 +150,7 @@ class PanelWait {
     bool isComparing_ = false;
     bool hasLost_ = false;
     bool hasSeen_ = false;
+    int gaps_ = 0;
 };
 
 asio::awaitable<int> printed(const PanelCommand& command) {

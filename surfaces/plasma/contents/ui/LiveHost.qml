@@ -73,10 +73,13 @@ Item {
             disconnectSource(sourceName)
             if (sourceName !== command)
                 return
-            if (host.take(data["exit code"], data["stdout"]))
+            if (host.take(data["exit code"], data["stdout"])) {
+                pause.failures = 0
                 Qt.callLater(read)
-            else
+            } else {
+                ++pause.failures
                 pause.start()
+            }
         }
     }
 
@@ -84,7 +87,9 @@ Item {
     Timer {
         id: pause
 
-        interval: 30000
+        property int failures: 0
+
+        interval: failures > 1 ? 30000 : 1000
         onTriggered: reader.read()
     }
 
