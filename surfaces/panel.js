@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-/* exported panelFrom, unknownPanel */
+/* exported panelFrom, unknownPanel, withoutHost */
 
 // What the live host has for a panel: `panel.json`, and what `vela-widget panel` prints. Pure functions, in what all
 // shells' languages have in common.
@@ -35,6 +35,11 @@ function panelFrom(text) {
     } catch (failure) {
         return null;
     }
+}
+
+/// The same, while no host can be had.
+function withoutHost(panel) {
+    return Object.assign({}, panel, {hasTrouble: true, remark: 'The live host cannot be reached'});
 }
 
 function packageOf(object) {

@@ -326,8 +326,10 @@ class SVGPainter {
     }
 
     void show(const Bitmap& bitmap, const Rect& frame) {
-        body_ += "<image" + frameAttributes(frame) +
-                 attribute("href", "data:image/png;base64," + platform::base64(encodedPNG(bitmap, bitmapScale))) + "/>";
+        body_ +=
+            "<image" + frameAttributes(frame) +
+            attribute("href", "data:image/png;base64," + platform::base64(encodedPNG(bitmap, bitmapScale))) +
+            "/>";
     }
 
     const DisplayList& list_;

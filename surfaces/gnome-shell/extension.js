@@ -10,10 +10,8 @@ const Me = imports.misc.extensionUtils.getCurrentExtension();
 const {LiveHost} = Me.imports.liveHost;
 const {PanelItem} = Me.imports.panelItem;
 const {ShownFiles} = Me.imports.shownFiles;
-const {unknownPanel} = Me.imports.panel;
+const {unknownPanel, withoutHost} = Me.imports.panel;
 const programs = Me.imports.programs;
-
-const hostIsMissing = 'The live host cannot be reached';
 
 class Extension {
     enable() {
@@ -71,7 +69,7 @@ class Extension {
         this._files.close();
         this._hasLost = true;
         if (isLasting)
-            this._item.setRemark(hostIsMissing);
+            this._item.setContent(withoutHost(this._panel), this._picture, this._theme.scale_factor);
     }
 }
 

@@ -93,13 +93,9 @@ var PanelItem = GObject.registerClass({
         const isQuiet = panel.isStale || panel.hasTrouble || panel.barClass === 'placeholder';
         this._text.style_class = `vela-text${isQuiet ? ' vela-quiet' : ''}`;
         this._pictureItem.setContent(panel, picture, scaleFactor);
-        this.setRemark(panel.remark);
+        this._remark.label.text = panel.remark ?? '';
+        this._remark.visible = !!panel.remark;
         this._setOthers(panel.packages.slice(1));
-    }
-
-    setRemark(remark) {
-        this._remark.label.text = remark ?? '';
-        this._remark.visible = !!remark;
     }
 
     /// The picture shows the first.

@@ -58,6 +58,7 @@ class Person:
     def _make(self):
         self.folder = Path(tempfile.mkdtemp(prefix="vela-"))
         self._exit.callback(shutil.rmtree, self.folder, ignore_errors=True)
+        self._exit.callback(self._end_strays)
         for name in ("data", "runtime", "config", "home", "handlers"):
             (self.folder / name).mkdir(mode=0o700)
         self.links = self.folder / "links"
@@ -159,10 +160,22 @@ class Person:
 
     def processes(self, command):
         """The person's own of `vela-widget COMMAND`."""
+        for process in self._processes():
+            with contextlib.suppress(OSError):
+                words = Path(f"/proc/{process}/cmdline").read_bytes().split(b"\0")
+                if command in words[1:2] and words[0].endswith((b"vela-widget", b"exe")):
+                    yield process
+
+    def _processes(self):
+        """All that run in her surroundings."""
         mark = f"XDG_RUNTIME_DIR={self.folder / 'runtime'}".encode()
         for process in Path("/proc").glob("[0-9]*"):
             with contextlib.suppress(OSError):
-                words = (process / "cmdline").read_bytes().split(b"\0")
-                if command in words[1:2] and words[0].endswith((b"vela-widget", b"exe")) \
-                        and mark in (process / "environ").read_bytes().split(b"\0"):
+                if mark in (process / "environ").read_bytes().split(b"\0"):
                     yield int(process.name)
+
+    def _end_strays(self):
+        """What desktops start in groups of their own, and leave."""
+        for process in self._processes():
+            with contextlib.suppress(OSError):
+                os.kill(process, signal.SIGKILL)

@@ -11,8 +11,8 @@ from person import PROGRAMS, eventually
 
 ID = "example.vela.widget"
 SIZE = (1280, 720)
-# The middle of the item, at the beginning of the panel.
-ITEM = (60, SIZE[1] - 14)
+# The item's icon, at the beginning of the panel.
+ITEM = (17, SIZE[1] - 14)
 
 PANEL = f"""[Containments][2]
 formfactor=2
@@ -64,7 +64,6 @@ class PlasmaSession:
         person.start("dbus-daemon", "--session", "--nofork", "--address", f"unix:path={bus}")
         eventually(bus.exists, "the bus")
         self.shell = person.start("plasmashell", "--no-respawn")
-        eventually(self.readers, "a reader of the live host")
 
     def set_theme(self, name):
         (self.person.folder / "config" / "plasmarc").write_text(f"[Theme]\nname={name}\n")
@@ -86,9 +85,12 @@ class PlasmaSession:
         self.display.click(*place)
 
     def focus_popup(self):
-        """What a window manager would do; it is opened last."""
-        windows = self.person.run("xdotool", "search", "--onlyvisible", "--class", "plasmashell").split()
-        self.person.run("xdotool", "windowfocus", "--sync", windows[-1])
+        """What a window manager would do; it is opened last, after desktop and panel."""
+        popup = eventually(lambda: self._windows()[2:], "the popup")[-1]
+        self.person.run("xdotool", "windowfocus", "--sync", popup)
+
+    def _windows(self):
+        return self.person.run("xdotool", "search", "--onlyvisible", "--class", "plasmashell").split()
 
     def press(self, *keys):
         self.person.run("xdotool", "key", "--delay", "150", *keys)

@@ -114,6 +114,18 @@ class Plasma(unittest.TestCase):
             person.end(session.shell)
             eventually(lambda: not session.readers(), "no reader without its shell")
 
+    def test_says_that_no_host_can_be_had(self):
+        with Person() as person:
+            place = person.folder / "runtime" / "vela-widget"
+            place.write_text("No folder.")
+            session = PlasmaSession(person)
+            eventually(lambda: "Vela, The live host cannot be reached" in session.names(), "the remark")
+            session.click(ITEM)
+            session.focus_popup()
+            place.unlink()
+            session.press("Tab", "space")
+            eventually(lambda: ARRIVING in session.names(), "the package", 20)
+
     def test_draws_for_the_theme(self):
         with Person() as person:
             session = PlasmaSession(person)

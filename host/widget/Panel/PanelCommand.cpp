@@ -14,6 +14,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -37,6 +38,9 @@ namespace {
 
 /// For a host to answer, and for the first answer of the extension's to one that has just begun.
 constexpr std::chrono::milliseconds patienceAtFirst = std::chrono::seconds(10);
+
+/// Of hosts that begin at once all but one end, and their readers look again.
+constexpr int patientGaps = 3;
 
 asio::awaitable<json::value> drawn(LiveHostClient& client, PictureFile file) {
     widget::DrawingRequest request = {.entry = {.date = platform::Date::now(), .widgetState = {}},
@@ -90,11 +94,19 @@ class PanelWait {
   private:
     asio::awaitable<void> follow() {
         const std::function<void(const LiveState&)> onState = [this](const LiveState& state) { take(state); };
-        const std::function<void(std::string_view)> onGap = [this](std::string_view) { hasLost_ = true; };
+        const std::function<void(std::string_view)> onGap = [this](std::string_view why) { lose(why); };
         co_await client_.follow(onState, onGap);
     }
 
+    /// Whoever never had a host tells its shell, which has nothing else to show; else there will be another.
+    void lose(std::string_view why) {
+        hasLost_ = true;
+        if (!hasSeen_ && ++gaps_ >= patientGaps)
+            end(std::make_exception_ptr(LiveHostError(std::string(why))));
+    }
+
     void take(const LiveState& state) {
+        hasSeen_ = true;
         // A host that has just begun in place of another is no reason to show less.
         if (hasLost_ && state.isPlaceholder && !state.trouble) return;
         latest_ = state;
@@ -137,6 +149,8 @@ class PanelWait {
     std::optional<LiveState> latest_;
     bool isComparing_ = false;
     bool hasLost_ = false;
+    bool hasSeen_ = false;
+    int gaps_ = 0;
 };
 
 asio::awaitable<int> printed(const PanelCommand& command) {

@@ -19,7 +19,8 @@ struct PanelCommand {
     /// reads on. Empty: prints what there is.
     std::string after = {};
 
-    /// The exit status: 0; 1 with a line on standard error where no live host can be had.
+    /// The exit status: 0; 1 with a line on standard error where no live host can be had. One that waits has
+    /// patience with the end of a host that it knew.
     int run() const;
 };
 

@@ -99,6 +99,16 @@ TEST_F(PanelProgram, ShowsNoLessForAHostThatWasKilled) {
     EXPECT_TRUE(platform::testing::isAlive(waiter->processIdentifier()));
 }
 
+TEST_F(PanelProgram, SaysThatNoHostCanBeHadAndDoesNotWaitForOne) {
+    std::ofstream(folder.path() / "run/vela-widget") << "no folder";
+    for (const auto* after : {"none", "of-yesterday"}) {
+        const auto result = panel({"--after", after});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.output, "");
+        EXPECT_THAT(result.errors, StartsWith("vela-widget: "));
+    }
+}
+
 TEST_F(PanelProgram, EndsWithWhoeverReadsIt) {
     startSandbox();
     const auto mine = version();

@@ -22,50 +22,64 @@ Item {
 
     /// Of what is shown; a host has no such version.
     property string version: "none"
-    readonly property string command: Commands.panel(version, scheme, scale)
 
+    /// Has the server asked now, or a host looked for.
     function reload() {
-        tasks.connectSource(Commands.reload())
+        if (pause.running)
+            reader.read()
+        else
+            tasks.connectSource(Commands.reload())
     }
 
     function open(link) {
         tasks.connectSource(Commands.open(link))
     }
 
-    function take(output) {
-        const next = Panel.panelFrom(output)
-        if (!next)
+    function take(exitCode, output) {
+        const next = exitCode === 0 ? Panel.panelFrom(output) : null
+        if (!next) {
+            // Whatever comes then is news.
+            host.version = "none"
+            host.panel = Panel.withoutHost(host.panel)
             return false
+        }
         host.panel = next
         host.picture = next.picture || ""
         host.version = next.version
         return true
     }
 
-    onCommandChanged: Qt.callLater(reader.read)
+    onSchemeChanged: Qt.callLater(reader.read)
+    onScaleChanged: Qt.callLater(reader.read)
     Component.onCompleted: Qt.callLater(reader.read)
 
     PlasmaCore.DataSource {
         id: reader
 
+        property string command: ""
+
         engine: "executable"
 
         function read() {
             pause.stop()
-            if (connectedSources.length === 1 && connectedSources[0] === host.command)
+            command = Commands.panel(host.version, host.scheme, host.scale)
+            if (connectedSources.length === 1 && connectedSources[0] === command)
                 return
             connectedSources = []
-            connectSource(host.command)
+            connectSource(command)
         }
 
         onNewData: {
             disconnectSource(sourceName)
-            if (sourceName !== host.command)
+            if (sourceName !== command)
                 return
-            if (data["exit code"] === 0 && host.take(data["stdout"]))
+            if (host.take(data["exit code"], data["stdout"])) {
+                pause.failures = 0
                 Qt.callLater(read)
-            else
+            } else {
+                ++pause.failures
                 pause.start()
+            }
         }
     }
 
@@ -73,7 +87,9 @@ Item {
     Timer {
         id: pause
 
-        interval: 30000
+        property int failures: 0
+
+        interval: failures > 1 ? 30000 : 1000
         onTriggered: reader.read()
     }
 
