@@ -24,6 +24,7 @@ MAY_USE["host/reader"] = {"host/reader", *MAY_USE["host/protocol"]}
 MAY_USE["host/widget"] = {"host/widget", *MAY_USE["host/reader"]}
 MAY_USE["host/extension"] = {"host/extension", *MAY_USE["host/protocol"]}
 MAY_USE["host/companion"] = {"host/companion", "server", "presentation", "platform"}
+MAY_USE["host/sign-in-window"] = {"host/sign-in-window", "platform"}
 # Of the drawing room the sandbox needs what writes pictures, and no more.
 MAY_USE["sandbox"] = {"sandbox", "platform", "drawing/Writers"}
 
