@@ -27,6 +27,7 @@ MAY_USE["host/page"] = {"host/page", *MAY_USE["host/reader"]}
 MAY_USE["host/extension"] = {"host/extension", *MAY_USE["host/protocol"]}
 # It removes what a live host that was killed has left of whoever signs out.
 MAY_USE["host/companion"] = {"host/companion", "host/protocol", "server", "presentation", "platform"}
+MAY_USE["host/sign-in-window"] = {"host/sign-in-window", "platform"}
 # Of the drawing room the sandbox needs what writes pictures, and no more.
 MAY_USE["sandbox"] = {"sandbox", "platform", "drawing/Writers"}
 

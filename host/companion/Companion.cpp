@@ -286,6 +286,7 @@ SignInStatus signInStatus() {
         }
     }
     status.lines += line("keychain", platform::environmentVariable("VELA_KEYCHAIN").value_or("embedded"));
+    if (platform::personalKeychainKind()) status.lines += line("kept in", keychainPlace());
     return status;
 }
 

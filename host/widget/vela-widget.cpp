@@ -33,6 +33,7 @@
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalView.hpp"
+#include "host/widget/Tour/TourCommand.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/CommandLine/Words.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -508,6 +509,12 @@ void addDoctorCommand(const platform::Command& app, host::DoctorCommand& doctor)
     command.action([&doctor] { throw platform::ExitStatus(doctor.run()); });
 }
 
+void addTourCommand(const platform::Command& app) {
+    const auto command = app.subcommand("tour", "Walk through the first use: sign-in, parcels, surfaces");
+    command.footer("Example:\n  vela-widget tour");
+    command.action([] { throw platform::ExitStatus(host::runTour()); });
+}
+
 int runProgram(int count, const char* const* arguments) {
     platform::CommandLine app("vela-widget", "Your latest parcels and orders, on every surface you look at.",
                               VELA_VERSION);
@@ -541,6 +548,7 @@ int runProgram(int count, const char* const* arguments) {
     addSetupCommand(app, setupTarget);
     host::DoctorCommand doctor;
     addDoctorCommand(app, doctor);
+    addTourCommand(app);
     return app.run(count, arguments);
 }
 
