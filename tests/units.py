@@ -25,12 +25,9 @@ def rating(service, environment):
 
 
 def problems(build, prefix):
-    subprocess.run(["cmake", "--install", build, "--component", "units", "--prefix", prefix],
+    subprocess.run(["cmake", "--install", build, "--component", "runtime", "--prefix", prefix],
                    check=True, stdout=subprocess.DEVNULL)
     program = prefix / "bin" / "vela-widget"
-    program.parent.mkdir()
-    program.write_text("#!/bin/sh\n")
-    program.chmod(0o700)
     units = prefix / "share" / "systemd" / "user"
     service, socket = units / "vela-widget.service", units / "vela-widget.socket"
     if f'ExecStart="{program}" run' not in service.read_text():

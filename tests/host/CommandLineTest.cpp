@@ -49,10 +49,10 @@ TEST_F(CommandLine, NamesTheWordOfTheWidgetsThatIsUnknown) {
     const std::pair<Words, const char*> rows[] = {
         {{"bogus"},
          R"(vela-widget: there is no command "bogus"; there are placeholder, snapshot, timeline, )"
-         "declaration, show, render, run, reload, window, bar, setup, doctor"},
+         "declaration, show, render, run, reload, window, serve, bar, panel, setup, doctor, tour"},
         {{"bogus", "timeline"},
          R"(vela-widget: there is no command "bogus"; there are placeholder, snapshot, timeline, )"
-         "declaration, show, render, run, reload, window, bar, setup, doctor"},
+         "declaration, show, render, run, reload, window, serve, bar, panel, setup, doctor, tour"},
         {{"tmeline"}, R"(vela-widget: there is no command "tmeline"; did you mean "timeline"?)"},
         {{"timeline", "bogus"}, R"(vela-widget timeline: "bogus" was not expected)"},
         {{"timeline", "snapshot"}, R"(vela-widget timeline: "snapshot" was not expected)"},
@@ -66,7 +66,7 @@ TEST_F(CommandLine, NamesTheWordOfTheWidgetsThatIsUnknown) {
         {{"red\x1b[31m"}, "vela-widget: an argument was not expected"},
         {{},
          "vela-widget: a command is required; there are placeholder, snapshot, timeline, declaration, show, "
-         "render, run, reload, window, bar, setup, doctor"},
+         "render, run, reload, window, serve, bar, panel, setup, doctor, tour"},
     };
     for (const auto& [arguments, words] : rows) EXPECT_EQ(complaint(widget(arguments)), words);
 }

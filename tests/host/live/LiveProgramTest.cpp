@@ -358,7 +358,12 @@ TEST_F(LiveProgram, EndsWhereItsPlaceIsGone) {
     for (const char* gone : {"host.lock", ""}) {
         startHost();
         ASSERT_TRUE(comesToHold("host.lock", "\n"));
-        fs::remove_all(path(gone));
+        // The host may be writing into it meanwhile.
+        EXPECT_TRUE(eventually([&] {
+            std::error_code error;
+            fs::remove_all(path(gone), error);
+            return !error;
+        }));
         EXPECT_EQ(host().waitForEnd(std::chrono::seconds(30)), 0) << gone;
         fs::remove_all(path(""));
     }
