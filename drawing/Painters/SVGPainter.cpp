@@ -15,6 +15,7 @@
 #include "drawing/Painters/TextPlacement.hpp"
 #include "drawing/Writers/PNGWriter.hpp"
 #include "platform/Text/Base64.hpp"
+#include "platform/Text/Markup.hpp"
 
 namespace drawing {
 namespace {
@@ -37,19 +38,13 @@ std::string number(double value) {
 /// For contents and attributes alike. XML 1.0 has no place for most control characters nor for U+FFFE and
 /// U+FFFF, escaped or not.
 std::string escaped(std::string_view text) {
-    std::string escaped;
+    std::string possible;
     for (const char character : text) {
-        switch (character) {
-            case '&': escaped += "&amp;"; break;
-            case '<': escaped += "&lt;"; break;
-            case '>': escaped += "&gt;"; break;
-            case '"': escaped += "&quot;"; break;
-            case '\'': escaped += "&#39;"; break;
-            default: escaped += static_cast<unsigned char>(character) < 0x20 ? ' ' : character;
-        }
-        if (escaped.ends_with("\xEF\xBF\xBE") || escaped.ends_with("\xEF\xBF\xBF")) escaped.back() = '\xBD';
+        possible += static_cast<unsigned char>(character) < 0x20 ? ' ' : character;
+        if (possible.ends_with("\xEF\xBF\xBE") || possible.ends_with("\xEF\xBF\xBF"))
+            possible.back() = '\xBD';
     }
-    return escaped;
+    return platform::escapedForMarkup(possible);
 }
 
 std::string attribute(std::string_view name, std::string_view value) {

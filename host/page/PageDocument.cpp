@@ -9,9 +9,9 @@
 #include <variant>
 
 #include "host/reader/LiveRemark.hpp"
-#include "host/reader/Markup.hpp"
 #include "host/reader/TerminalText.hpp"
 #include "platform/Text/ASCII.hpp"
+#include "platform/Text/Markup.hpp"
 #include "presentation/SpokenPackage.hpp"
 #include "widget/WidgetState.hpp"
 
@@ -26,7 +26,7 @@ using Places = std::map<std::string_view, std::string>;
 
 /// For contents and attributes alike, on one line and without control characters.
 std::string markup(std::string_view text) {
-    return escapedForMarkup(terminalSafe(text));
+    return platform::escapedForMarkup(terminalSafe(text));
 }
 
 std::string filled(std::string_view frame, const Places& places) {
@@ -176,7 +176,7 @@ std::string pageDocument(std::string_view frame, const PageContents& contents, p
         {"schemes", schemeOptions(choices)},
         {"textSize", choices.textSize ? std::string(drawing::name(*choices.textSize)) : "system"},
         {"textSizes", textSizeOptions(choices)},
-        {"reload", "reload" + escapedForMarkup(choices.query())},
+        {"reload", "reload" + platform::escapedForMarkup(choices.query())},
         {"remark", remarkOf(contents.state, now)},
         {"revision", std::to_string(contents.revision)},
         {"contents", homeScreen(contents) + lockScreen(contents) + listOfPackages(contents.state)},

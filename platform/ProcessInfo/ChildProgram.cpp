@@ -16,7 +16,7 @@
 #include <system_error>
 
 #include "platform/Files/Writing.hpp"
-#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/Spawning.hpp"
 #include "platform/Streams/Streams.hpp"
 
 namespace platform {
@@ -57,47 +57,6 @@ class ChildStream {
     Descriptor ours_{-1};
 };
 
-class SpawnSettings {
-  public:
-    explicit SpawnSettings(bool isApart) {
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawnattr_init(&attributes);
-        sigset_t signals;
-        ::sigemptyset(&signals);
-        ::posix_spawnattr_setsigmask(&attributes, &signals);
-        ::sigfillset(&signals);
-        ::posix_spawnattr_setsigdefault(&attributes, &signals);
-        ::posix_spawnattr_setpgroup(&attributes, 0);
-        const int group = isApart ? POSIX_SPAWN_SETPGROUP : 0;
-        ::posix_spawnattr_setflags(
-            &attributes, static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | group));
-    }
-    ~SpawnSettings() {
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::posix_spawnattr_destroy(&attributes);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-    posix_spawn_file_actions_t actions = {};
-    posix_spawnattr_t attributes = {};
-};
-
-std::vector<char*> pointersTo(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) pointers.push_back(text.data());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-std::vector<std::string> environmentWith(const std::map<std::string, std::string>& variables) {
-    auto all = processEnvironment();
-    for (const auto& [name, value] : variables) all[name] = value;
-    std::vector<std::string> lines;
-    for (const auto& [name, value] : all) lines.push_back(name + "=" + value);
-    return lines;
-}
-
 bool isReadable(int descriptor, int milliseconds) {
     pollfd awaited = {.fd = descriptor, .events = POLLIN, .revents = 0};
     return ::poll(&awaited, 1, milliseconds) > 0;
@@ -109,17 +68,11 @@ ChildProgram::ChildProgram(const Options& options) {
     ChildStream input(options.input, STDIN_FILENO);
     ChildStream output(options.output, STDOUT_FILENO);
     ChildStream errors(options.errors, STDERR_FILENO);
-    SpawnSettings settings(options.isApart);
-    for (const auto* stream : {&input, &output, &errors}) stream->addTo(settings.actions);
-    ::posix_spawn_file_actions_addclosefrom_np(&settings.actions, STDERR_FILENO + 1);
+    Spawning spawning(options.isApart ? POSIX_SPAWN_SETPGROUP : 0);
+    for (const auto* stream : {&input, &output, &errors}) stream->addTo(spawning.actions);
     std::vector<std::string> words = {options.program};
     words.insert(words.end(), options.arguments.begin(), options.arguments.end());
-    auto environment = environmentWith(options.variables);
-    const int error =
-        ::posix_spawnp(&process_, options.program.c_str(), &settings.actions, &settings.attributes,
-                       pointersTo(words).data(), pointersTo(environment).data());
-    if (error != 0)
-        throw std::system_error(error, std::generic_category(), "cannot start " + options.program);
+    process_ = spawning.start(options.program, std::move(words), options.variables);
     // Not in every C library.
     ended_ = Descriptor(static_cast<int>(::syscall(SYS_pidfd_open, process_, 0)));
     input_ = input.takeOurs();

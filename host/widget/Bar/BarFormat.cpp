@@ -6,10 +6,10 @@
 #include <boost/json/object.hpp>
 #include <boost/json/value.hpp>
 
-#include "host/reader/Markup.hpp"
 #include "host/widget/Bar/BarText.hpp"
 #include "host/widget/JSONLine.hpp"
 #include "platform/Files/ShellWord.hpp"
+#include "platform/Text/Markup.hpp"
 
 namespace host {
 
@@ -31,7 +31,7 @@ std::string oneLine(const json::object& object) {
 }
 
 std::string markupText(const BarContent& content, const BarStyle& style) {
-    return escapedForMarkup(barText(content, style.columns, BarDirections::isolated));
+    return platform::escapedForMarkup(barText(content, style.columns, BarDirections::isolated));
 }
 
 std::string plainText(const BarContent& content, const BarStyle& style) {
@@ -57,9 +57,10 @@ std::string waybarOutput(const BarContent& content, const BarStyle& style) {
 
 /// A block of the i3bar protocol, version 1.
 json::object block(const BarContent& content, const BarStyle& style) {
-    json::object object = {{"full_text", markupText(content, style)},
-                           {"short_text", escapedForMarkup(isolated(shortBarText(content, style.columns)))},
-                           {"markup", "pango"}};
+    json::object object = {
+        {"full_text", markupText(content, style)},
+        {"short_text", platform::escapedForMarkup(isolated(shortBarText(content, style.columns)))},
+        {"markup", "pango"}};
     if (isQuiet(content)) object["color"] = quietColor;
     if (content.barClass == BarClass::attention) object["urgent"] = true;
     return object;

@@ -6,9 +6,9 @@
 #include <array>
 #include <utility>
 
-#include "host/reader/Markup.hpp"
 #include "host/reader/PackageLine.hpp"
 #include "host/reader/TerminalText.hpp"
+#include "platform/Text/Markup.hpp"
 #include "presentation/Wording.hpp"
 
 namespace host {
@@ -63,8 +63,9 @@ std::string joined(const std::string& first, std::string_view between, const std
 
 std::string tooltipLine(const BarPackage& package) {
     const auto status = joined(package.primary, ", ", package.secondary);
-    return joined("<b>" + escapedForMarkup(isolated(fittedToColumns(package.name, tooltipColumns))) + "</b>",
-                  ": ", escapedForMarkup(isolated(fittedToColumns(status, tooltipColumns))));
+    return joined(
+        "<b>" + platform::escapedForMarkup(isolated(fittedToColumns(package.name, tooltipColumns))) + "</b>",
+        ": ", platform::escapedForMarkup(isolated(fittedToColumns(status, tooltipColumns))));
 }
 
 }  // namespace
@@ -118,8 +119,10 @@ std::string barTooltip(const BarContent& content) {
     std::string text;
     for (const auto& package : content.packages)
         text.append(text.empty() ? "" : "\n").append(tooltipLine(package));
-    if (text.empty()) text = escapedForMarkup(content.moreWords.empty() ? content.words : content.moreWords);
-    if (content.remark) text.append("\n\n<i>").append(escapedForMarkup(*content.remark)).append("</i>");
+    if (text.empty())
+        text = platform::escapedForMarkup(content.moreWords.empty() ? content.words : content.moreWords);
+    if (content.remark)
+        text.append("\n\n<i>").append(platform::escapedForMarkup(*content.remark)).append("</i>");
     return text;
 }
 

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "host/reader/Markup.hpp"
 #include "host/reader/TerminalText.hpp"
 #include "platform/Log/Logger.hpp"
 #include "platform/MessageBus/DesktopNotification.hpp"
+#include "platform/Text/Markup.hpp"
 
 namespace host {
 
@@ -97,7 +97,7 @@ void DesktopNotifier::send(const Errand& errand, const Service& service) {
     const platform::DesktopNotification notification = {
         .replaces = shown_[notice.link].number,
         .title = terminalSafe(notice.title),
-        .text = service.hasMarkup ? escapedForMarkup(text) : text,
+        .text = service.hasMarkup ? platform::escapedForMarkup(text) : text,
         .actions = service.hasActions ? Texts{"default", "Open"} : Texts(),
         .hints = std::move(hints)};
     bus_.call(notification.call(), platform::notificationPatience,

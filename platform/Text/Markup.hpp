@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace platform {
 
 /// Shows as it stands; it has to be safe to show already.
 std::string escapedForMarkup(std::string_view text);
 
-}  // namespace host
+}  // namespace platform

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "host/reader/Markup.hpp"
+#include "platform/Text/Markup.hpp"
 
-namespace host {
+namespace platform {
 
 std::string escapedForMarkup(std::string_view text) {
     std::string escaped;
@@ -12,11 +12,11 @@ std::string escapedForMarkup(std::string_view text) {
             case '<': escaped += "&lt;"; break;
             case '>': escaped += "&gt;"; break;
             case '"': escaped += "&quot;"; break;
-            case '\'': escaped += "&apos;"; break;
+            case '\'': escaped += "&#39;"; break;
             default: escaped += character;
         }
     }
     return escaped;
 }
 
-}  // namespace host
+}  // namespace platform
