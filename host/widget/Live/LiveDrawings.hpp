@@ -26,7 +26,8 @@ class LiveDrawings {
 
     LiveDrawings(const boost::asio::any_io_executor& executor, LiveHost& host, LiveExtension& extension);
 
-    /// Of what is shown when it is ready; the request's entry is not looked at. Throws ExtensionError.
+    /// Of what is shown when it is ready; the request's entry is not looked at. One that pictures may be
+    /// missing in, because its budget was spent, is nobody else's. Throws ExtensionError.
     boost::asio::awaitable<std::string> drawn(widget::DrawingRequest request);
 
   private:
