@@ -48,7 +48,10 @@ struct LiveDrawings::Drawing {
 };
 
 LiveDrawings::LiveDrawings(const asio::any_io_executor& executor, LiveHost& host, LiveExtension& extension)
-    : executor_(executor), host_(host), extension_(extension) {
+    : executor_(executor),
+      host_(host),
+      extension_(extension),
+      turn_(executor, asio::steady_timer::time_point::max()) {
     observation_ = host_.observe([this](const LiveState&, LiveHost::Change) { drawings_.clear(); });
 }
 
@@ -97,17 +100,35 @@ asio::awaitable<bool> LiveDrawings::isLeftOver(std::shared_ptr<Drawing> drawing,
     co_return false;
 }
 
+/// The extension draws one after another of those that wait for their pictures, and would seem to hang to
+/// the last of them.
+asio::awaitable<void> LiveDrawings::takeTurn() {
+    boost::system::error_code ignored;
+    while (isTurnTaken_) co_await turn_.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    isTurnTaken_ = true;
+}
+
+void LiveDrawings::endTurn() {
+    isTurnTaken_ = false;
+    turn_.cancel_one();
+}
+
 asio::awaitable<void> LiveDrawings::make(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request) {
     request.entry = host_.state().entry;
     // Samples are not to be taken for parcels.
     if (host_.state().isPlaceholder) request.appearance.redaction = drawing::Redaction::placeholder;
+    const bool mayBePictures = request.format != widget::DrawingFormat::text && namesPictures(request.entry);
+    const bool mayTakeLong = mayBePictures && !request.pictureBudget;
+    if (mayTakeLong) co_await takeTurn();
     const auto start = std::chrono::steady_clock::now();
-    const bool isLeft = co_await isLeftOver(drawing, request);
-    // It goes with the zone that it had, and what is shown is the same: another draws it.
-    if (isLeft && drawing->version == host_.version()) co_await isLeftOver(drawing, request);
+    // What changed before its turn nobody wants any more. One that goes with the zone that it had is of what
+    // is shown still: another draws it.
+    bool isLeft = true;
+    for (int attempt = 0; attempt < 2 && isLeft && drawing->version == host_.version(); ++attempt)
+        isLeft = co_await isLeftOver(drawing, request);
+    if (mayTakeLong) endTurn();
     const auto spent = std::chrono::steady_clock::now() - start;
-    drawing->isHurried =
-        request.pictureBudget && namesPictures(request.entry) && spent >= *request.pictureBudget;
+    drawing->isHurried = mayBePictures && request.pictureBudget && spent >= *request.pictureBudget;
     drawing->isReady = true;
     drawing->ready.cancel();
 }

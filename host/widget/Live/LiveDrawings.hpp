@@ -7,6 +7,7 @@
 
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -35,6 +36,8 @@ class LiveDrawings {
 
     boost::asio::awaitable<void> make(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request);
     boost::asio::awaitable<bool> isLeftOver(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request);
+    boost::asio::awaitable<void> takeTurn();
+    void endTurn();
     std::shared_ptr<Drawing> kept(const std::string& key) const;
     void keep(const std::string& key, const std::shared_ptr<Drawing>& drawing);
 
@@ -42,6 +45,8 @@ class LiveDrawings {
     LiveHost& host_;
     LiveExtension& extension_;
     std::map<std::string, std::shared_ptr<Drawing>> drawings_;
+    bool isTurnTaken_ = false;
+    boost::asio::steady_timer turn_;
     LiveHost::Observation observation_;
 };
 

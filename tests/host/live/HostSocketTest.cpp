@@ -131,6 +131,36 @@ TEST_F(HostSocketTest, KeepsNobodyInAHurryWaitingForPictures) {
     EXPECT_EQ(extension.drawings, 4);
 }
 
+TEST_F(HostSocketTest, DrawsOneAfterAnotherOfThoseThatWaitForPicturesAndNothingOfWhoHasLeft) {
+    extension.pictureDelay = std::chrono::milliseconds(0);
+    open();
+    start();
+    extension.isDrawingHeld = true;
+    std::vector<std::shared_ptr<LiveHostClient>> readers;
+    for (const auto family : {platform::WidgetFamily::systemSmall, platform::WidgetFamily::systemLarge}) {
+        readers.push_back(client());
+        spawn([](LiveHostClient& asked, platform::WidgetFamily wanted) -> boost::asio::awaitable<void> {
+            EXPECT_EQ(co_await drawn(asked, wanted), "picture of notLoggedIn");
+        }(*readers.back(), family));
+    }
+    ASSERT_TRUE(until([&] { return extension.drawings > 0; }));
+    // The other one waits for its turn, and nothing keeps one in a hurry.
+    const auto hasty = client();
+    spawn([](LiveHostClient& asked) -> boost::asio::awaitable<void> {
+        co_await drawn(asked, platform::WidgetFamily::systemMedium, std::chrono::milliseconds(1));
+    }(*hasty));
+    ASSERT_TRUE(until([&] { return extension.drawings == 2; }));
+    extension.pictureDelay.reset();
+    extension.stored = {};
+    happens(SystemEvent::secretsChanged);
+    extension.release();
+    // Two, and for each reader one of the sign-in view.
+    EXPECT_TRUE(until([&] { return extension.drawings == 2 + 3; }));
+    clock.settle();
+    EXPECT_EQ(extension.drawings, 2 + 3);
+    EXPECT_THAT(failures(), IsEmpty());
+}
+
 TEST_F(HostSocketTest, KeepsForAllWhatCameWithinItsBudget) {
     using std::chrono::milliseconds;
     extension.pictureDelay = milliseconds(0);
