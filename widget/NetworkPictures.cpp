@@ -13,6 +13,7 @@ namespace widget {
 using platform::ResourceOutcome;
 using platform::URLError;
 using platform::URLErrorCode;
+using std::chrono::steady_clock;
 
 namespace {
 
@@ -21,10 +22,13 @@ bool isWorthRemembering(const platform::URL& url) {
     return url.scheme() == "http" || url.scheme() == "https";
 }
 
-/// Nobody was asked for it, so it has not failed either.
-bool wasNotAskedFor(const ResourceOutcome& outcome) {
+/// Where nobody was asked for it, or not for long, it has not failed either.
+bool isDecided(const ResourceOutcome& outcome, steady_clock::time_point start) {
     const auto* error = std::get_if<URLError>(&outcome);
-    return error && error->code() == URLErrorCode::cancelled;
+    if (!error) return true;
+    if (error->code() == URLErrorCode::timedOut)
+        return steady_clock::now() - start >= NetworkPictures::patience;
+    return error->code() != URLErrorCode::cancelled;
 }
 
 }  // namespace
@@ -46,10 +50,11 @@ void NetworkPictures::readAll(const std::vector<platform::URL>& urls, const Rece
             places.push_back(place);
         }
     }
+    const auto start = steady_clock::now();
     platform::readWholeResources(unknown, {.maximumSize = drawing::ImageBounds::bytes, .deadline = deadline_},
                                  [&](std::size_t place, ResourceOutcome outcome) {
                                      std::optional<std::string> bytes;
-                                     const bool isKnown = !wasNotAskedFor(outcome);
+                                     const bool isKnown = isDecided(outcome, start);
                                      if (auto* read = std::get_if<std::string>(&outcome))
                                          bytes = std::move(*read);
                                      if (isKnown && isWorthRemembering(unknown[place]))

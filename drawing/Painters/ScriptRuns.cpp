@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <initializer_list>
+#include <map>
 #include <memory>
 
 #include "platform/Text/ASCII.hpp"
@@ -137,6 +138,12 @@ ScriptRuns::ScriptRuns(const std::vector<std::string>& preferredLanguages) {
 std::vector<ScriptRun> ScriptRuns::of(std::string_view text) const {
     std::vector<ScriptRun> runs;
     if (text.empty()) return runs;
+    // A script has one language in the whole of a text, which is looked through for that.
+    std::map<int, std::string> languages;
+    const auto languageOf = [&](int script) {
+        const auto known = languages.find(script);
+        return known != languages.end() ? known->second : languages[script] = language(script, text);
+    };
     const std::unique_ptr<PangoScriptIter, ReleasesIterator> iterator(
         pango_script_iter_new(text.data(), static_cast<int>(text.size())));
     do {
@@ -147,8 +154,7 @@ std::vector<ScriptRun> ScriptRuns::of(std::string_view text) const {
         const bool isCommon = found == PANGO_SCRIPT_COMMON || found == PANGO_SCRIPT_INHERITED;
         const auto script = isCommon ? G_UNICODE_SCRIPT_LATIN : static_cast<GUnicodeScript>(found);
         ScriptRun run = {static_cast<std::size_t>(begin - text.data()),
-                         static_cast<std::size_t>(end - text.data()), isoName(script),
-                         language(script, text)};
+                         static_cast<std::size_t>(end - text.data()), isoName(script), languageOf(script)};
         if (script == G_UNICODE_SCRIPT_HAN || script == G_UNICODE_SCRIPT_BOPOMOFO ||
             script == G_UNICODE_SCRIPT_HIRAGANA || script == G_UNICODE_SCRIPT_KATAKANA ||
             script == G_UNICODE_SCRIPT_HANGUL) {

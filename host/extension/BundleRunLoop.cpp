@@ -15,12 +15,14 @@
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <optional>
 #include <string>
 
 #include "host/extension/EntryDrawer.hpp"
 #include "host/protocol/DiagnosisCoding.hpp"
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/ExtensionRequest.hpp"
+#include "host/protocol/Members.hpp"
 #include "host/protocol/MessageChannel.hpp"
 #include "host/protocol/OutcomeCoding.hpp"
 #include "platform/Asio/Coroutines.hpp"
@@ -80,8 +82,10 @@ class BundleService {
 
     asio::awaitable<Message> result(Message message) {
         // What is to be drawn is read where it is drawn.
-        if (ExtensionRequest::kindIn(message.body) == ExtensionRequest::Kind::render)
-            co_return co_await drawn(std::move(message.text));
+        if (ExtensionRequest::kindIn(message.body) == ExtensionRequest::Kind::render) {
+            auto& thread = isInAHurry(message.body) ? workers_ : patientThread();
+            co_return co_await drawn(std::move(message.text), thread);
+        }
         const auto request = ExtensionRequest::fromObject(message.body);
         const widget::Provider::Context context = {.family = request.family};
         const auto& provider = configuration_.provider;
@@ -138,9 +142,23 @@ class BundleService {
                            {"supportedFamilies", std::move(families)}}}}};
     }
 
-    /// A view reads its pictures while it is built, so a drawing has a thread of its own.
-    asio::awaitable<Message> drawn(std::string request) {
-        co_await asio::post(asio::bind_executor(workers_, asio::use_awaitable));
+    /// Whether it waits for its pictures no longer than others may be kept waiting for it.
+    static bool isInAHurry(const json::object& request) {
+        constexpr double longest = 1000;
+        if (memberText(request, "format", "png") == "text") return true;
+        const auto* budget = request.if_contains("pictureBudget");
+        return budget && budget->is_number() && budget->to_number<double>() <= longest;
+    }
+
+    /// One for those that wait for their pictures, once there are any: it keeps no other waiting.
+    asio::thread_pool& patientThread() {
+        if (!patient_) patient_.emplace(1);
+        return *patient_;
+    }
+
+    /// A view reads its pictures while it is built, so drawings have threads of their own.
+    asio::awaitable<Message> drawn(std::string request, asio::thread_pool& thread) {
+        co_await asio::post(asio::bind_executor(thread, asio::use_awaitable));
         Message reply;
         std::exception_ptr failure;
         try {
@@ -167,6 +185,7 @@ class BundleService {
     widget::TrackingWidget::Configuration configuration_;
     std::shared_ptr<MessageChannel> channel_;
     asio::thread_pool workers_{1};
+    std::optional<asio::thread_pool> patient_;
 };
 
 }  // namespace

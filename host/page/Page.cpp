@@ -5,6 +5,7 @@
 #include <functional>
 #include <utility>
 
+#include "platform/Asio/Coroutines.hpp"
 #include "platform/Streams/Streams.hpp"
 
 namespace host {
@@ -19,8 +20,18 @@ namespace {
 /// What a lock screen writes in, on the ground that the page gives it.
 constexpr std::string_view lockScreenTint = "#FFFFFF";
 
+/// How long a document waits for the pictures of its drawings, all together: less than a person does.
+constexpr std::chrono::milliseconds pictureBudget(500);
+/// How soon those that it went without are waited for again.
+constexpr std::chrono::milliseconds pauseBetweenWaits = std::chrono::minutes(1);
+
 /// A state that changes while it is drawn is drawn again, so often at most.
 constexpr int mostAttempts = 4;
+
+LiveHostClient::Options withoutStarting(LiveHostClient::Options options) {
+    options.ifMissing = LiveHostClient::IfMissing::leave;
+    return options;
+}
 
 HTTPResponse missing() {
     return pageResponse(404, "text/plain; charset=utf-8", "There is nothing here.\n");
@@ -38,11 +49,15 @@ widget::DrawingRequest requestFor(platform::WidgetFamily family, ColorScheme sch
 }  // namespace
 
 Page::Page(asio::any_io_executor executor, Options options)
-    : executor_(std::move(executor)), options_(std::move(options)), client_(executor_, options_.client) {}
+    : executor_(std::move(executor)),
+      options_(std::move(options)),
+      client_(executor_, options_.client),
+      patient_(executor_, withoutStarting(options_.client)) {}
 
 asio::awaitable<void> Page::follow() {
     const std::function<void(const LiveState&)> onState = [this](const LiveState& state) {
         shown_.take(state);
+        waits_.clear();
         show();
     };
     const std::function<void(std::string_view)> onGap = [this](std::string_view why) {
@@ -57,6 +72,7 @@ asio::awaitable<void> Page::follow() {
 
 void Page::close() {
     client_.close();
+    patient_.close();
     for (const auto& stream : streams_) stream->end();
 }
 
@@ -90,9 +106,11 @@ asio::awaitable<HTTPResponse> Page::answer(HTTPRequest request) {
 asio::awaitable<HTTPResponse> Page::document(PageChoices choices) {
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
         const auto revision = revision_;
-        auto widgets = co_await drawnWidgets(choices);
+        const platform::Deadline pictures(pictureBudget);
+        auto widgets = co_await drawnWidgets(choices, pictures);
         // What was shown when it was begun may be somebody else's by now.
         if (revision != revision_) continue;
+        if (pictures.rest().count() == 0) fetchPictures(choices);
         const PageContents contents = {
             .state = shown_.state(), .revision = revision, .choices = choices, .widgets = std::move(widgets)};
         co_return pageResponse(200, "text/html; charset=utf-8",
@@ -103,29 +121,51 @@ asio::awaitable<HTTPResponse> Page::document(PageChoices choices) {
     co_return busy;
 }
 
-asio::awaitable<std::vector<PageWidget>> Page::drawnWidgets(PageChoices choices) {
+asio::awaitable<std::vector<PageWidget>> Page::drawnWidgets(PageChoices choices,
+                                                            std::optional<platform::Deadline> pictures) {
+    const auto begun = [&](platform::WidgetFamily family, ColorScheme scheme) {
+        auto request = requestFor(family, scheme, choices);
+        if (pictures) request.pictureBudget = pictures->rest();
+        return request;
+    };
+    auto& client = pictures ? client_ : patient_;
     std::vector<PageWidget> widgets;
     for (const auto family : homeScreenFamilies) {
-        auto light = requestFor(family, ColorScheme::light, choices);
-        auto dark = requestFor(family, ColorScheme::dark, choices);
         PageWidget widget = {.family = family};
-        widget.light = co_await drawn(std::move(light));
-        widget.dark = co_await drawn(std::move(dark));
+        auto light = begun(family, ColorScheme::light);
+        widget.light = co_await drawn(client, std::move(light));
+        auto dark = begun(family, ColorScheme::dark);
+        widget.dark = co_await drawn(client, std::move(dark));
         widgets.push_back(std::move(widget));
     }
     for (const auto family : lockScreenFamilies) {
-        auto request = requestFor(family, ColorScheme::dark, choices);
+        auto request = begun(family, ColorScheme::dark);
         request.tint = lockScreenTint;
         PageWidget widget = {.family = family};
-        widget.light = co_await drawn(std::move(request));
+        widget.light = co_await drawn(client, std::move(request));
         widgets.push_back(std::move(widget));
     }
     co_return widgets;
 }
 
-asio::awaitable<std::string> Page::drawn(widget::DrawingRequest request) {
+/// For those windows that are kept current; they read the page again when the pictures are there.
+void Page::fetchPictures(const PageChoices& choices) {
+    if (!namesPictures(shown_.state().entry)) return;
+    const auto now = std::chrono::steady_clock::now();
+    std::erase_if(waits_, [&](const auto& wait) { return now - wait.second >= pauseBetweenWaits; });
+    if (!waits_.emplace(choices.query(), now).second) return;
+    platform::spawn(executor_, drawnWithPictures(choices), [](const std::exception_ptr&) {});
+}
+
+/// The live host keeps the drawings; to a connection it gives one after another.
+asio::awaitable<void> Page::drawnWithPictures(PageChoices choices) {
+    co_await drawnWidgets(choices, std::nullopt);
+    show();
+}
+
+asio::awaitable<std::string> Page::drawn(LiveHostClient& client, widget::DrawingRequest request) {
     try {
-        co_return co_await client_.draw(std::move(request));
+        co_return co_await client.draw(std::move(request));
     } catch (const LiveHostError&) {
         // The page says in its place that there is none.
     }

@@ -10,7 +10,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +23,7 @@
 #include "host/reader/ShownState.hpp"
 #include "platform/HTTPServer/EventStream.hpp"
 #include "platform/HTTPServer/HTTPMessage.hpp"
+#include "platform/Streams/Deadline.hpp"
 
 namespace host {
 
@@ -46,16 +49,23 @@ class Page {
     void show();
     std::string stateEvent() const;
     boost::asio::awaitable<platform::HTTPResponse> document(PageChoices choices);
-    boost::asio::awaitable<std::vector<PageWidget>> drawnWidgets(PageChoices choices);
-    boost::asio::awaitable<std::string> drawn(widget::DrawingRequest request);
+    boost::asio::awaitable<std::vector<PageWidget>> drawnWidgets(PageChoices choices,
+                                                                 std::optional<platform::Deadline> pictures);
+    void fetchPictures(const PageChoices& choices);
+    boost::asio::awaitable<void> drawnWithPictures(PageChoices choices);
+    boost::asio::awaitable<std::string> drawn(LiveHostClient& client, widget::DrawingRequest request);
     boost::asio::awaitable<platform::HTTPResponse> reload(PageChoices choices);
     platform::HTTPResponse events();
 
     boost::asio::any_io_executor executor_;
     Options options_;
     LiveHostClient client_;
+    /// Asks for what may take long.
+    LiveHostClient patient_;
     ShownState shown_;
     std::uint64_t revision_ = 0;
+    /// By what was chosen: when pictures were last waited for that a document had gone without.
+    std::map<std::string, std::chrono::steady_clock::time_point> waits_;
     std::vector<std::shared_ptr<platform::EventStream>> streams_;
     std::string complaint_;
 };

@@ -187,12 +187,13 @@ asio::awaitable<std::string> ExtensionSession::draw(widget::DrawingRequest drawi
     const auto deadline = deadlineWithin(options_.drawingBudget);
     const auto format = drawing.format;
     const bool mayBePictures = namesPictures(drawing.entry);
+    const auto wished = drawing.pictureBudget.value_or(milliseconds::max());
     while (true) {
         co_await running();
         throwIfLeftSince(departures);
         const auto hanging = hangingDeadline(deadline, mayBePictures ? picturesLeft_ : milliseconds(0));
         drawing.pictures = pictures_;
-        drawing.pictureBudget = std::min(picturesLeft_, hanging.rest() * 4 / 5);
+        drawing.pictureBudget = std::min({wished, picturesLeft_, hanging.rest() * 4 / 5});
         try {
             const auto start = steady_clock::now();
             auto reply = co_await askBy(ExtensionRequest::rendering(drawing), hanging);

@@ -20,6 +20,7 @@
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/DescriptorWatch.hpp"
 #include "platform/Asio/GrowingPause.hpp"
+#include "platform/Streams/Deadline.hpp"
 #include "presentation/DeepLink.hpp"
 
 namespace host {
@@ -32,9 +33,6 @@ namespace {
 /// So long a drawing waits for its pictures at first: less than a person does, and long enough for those
 /// that the extension remembers or that are near.
 constexpr milliseconds shortBudget(500);
-/// Then it is drawn again with those that take longer.
-constexpr milliseconds longBudget(20'000);
-
 bool showsPackages(const LiveState& state) {
     return !state.isPlaceholder && std::holds_alternative<widget::LoggedIn>(state.entry.widgetState);
 }
@@ -62,7 +60,8 @@ class WidgetFeed::Worker {
     Worker(std::filesystem::path program, Post post, Listener listener)
         : post_(std::move(post)),
           listener_(std::make_shared<Listener>(std::move(listener))),
-          client_(context_.get_executor(), {.program = std::move(program)}),
+          client_(std::make_shared<LiveHostClient>(context_.get_executor(),
+                                                   LiveHostClient::Options{.program = std::move(program)})),
           retry_(context_.get_executor(), [this] { redraw(); }),
           opener_(context_.get_executor(), [this](bool isOpen) {
               if (!isOpen) remark("The link could not be opened");
@@ -116,11 +115,11 @@ class WidgetFeed::Worker {
     asio::awaitable<void> follow() {
         const std::function<void(const LiveState&)> onState = [this](const LiveState& state) { take(state); };
         const std::function<void(std::string_view)> onGap = [this](std::string_view why) { miss(why); };
-        co_await client_.follow(onState, onGap);
+        co_await client_->follow(onState, onGap);
     }
 
     asio::awaitable<void> reloaded() {
-        const auto state = co_await client_.reload();
+        const auto state = co_await client_->reload();
         isReloading_ = false;
         take(state);
     }
@@ -161,6 +160,7 @@ class WidgetFeed::Worker {
     void redraw() {
         if (!wanted_ || !isKnown_) return;
         retry_.clear();
+        if (const auto before = std::exchange(patient_, nullptr)) before->close();
         isStale_ = true;
         if (std::exchange(isDrawing_, true)) return;
         platform::spawn(context_, keepDrawn(), [this](const std::exception_ptr&) {
@@ -170,25 +170,37 @@ class WidgetFeed::Worker {
     }
 
     asio::awaitable<void> keepDrawn() {
+        bool isHurried = false;
         while (std::exchange(isStale_, false)) {
-            co_await draw(shortBudget);
-            if (!isStale_ && widget::namesPictures(shown_.state().entry)) co_await draw(longBudget);
+            const platform::Deadline pictures(shortBudget);
+            co_await draw(client_, shortBudget);
+            isHurried = pictures.rest().count() == 0;
         }
         isDrawing_ = false;
         retryPause_.reset();
+        if (isHurried && widget::namesPictures(shown_.state().entry)) awaitPictures();
+    }
+
+    /// It is drawn again with those that take as long as the host waits.
+    void awaitPictures() {
+        patient_ = std::make_shared<LiveHostClient>(
+            context_.get_executor(), LiveHostClient::Options{.ifMissing = LiveHostClient::IfMissing::leave});
+        platform::spawn(context_, draw(patient_, std::nullopt), [](const std::exception_ptr&) {});
     }
 
     /// Of what became different meanwhile nothing is shown.
-    asio::awaitable<void> draw(milliseconds budget) {
+    asio::awaitable<void> draw(std::shared_ptr<LiveHostClient> client, std::optional<milliseconds> budget) {
         const auto wanted = *wanted_;
         auto request = drawingRequest(wanted, widget::DrawingFormat::png);
         request.pictureBudget = budget;
-        const auto png = co_await client_.draw(request);
+        const auto png = co_await client->draw(request);
+        // What has not come for the picture is not waited for again.
+        if (budget) request.pictureBudget = milliseconds(0);
         request.format = widget::DrawingFormat::tree;
-        const auto tree = co_await client_.draw(request);
+        const auto tree = co_await client->draw(request);
         request.format = widget::DrawingFormat::text;
-        const auto text = co_await client_.draw(request);
-        if (isStale_) co_return;
+        const auto text = co_await client->draw(request);
+        if (isStale_ || (client != client_ && client != patient_)) co_return;
         auto picture = widgetPicture(png);
         if (!picture) throw LiveHostError("the live host's drawing cannot be read");
         auto shown = std::make_shared<const ShownWidget>(
@@ -213,7 +225,9 @@ class WidgetFeed::Worker {
     std::shared_ptr<Listener> listener_;
     /// For the feed's thread to give on, while `listener_` is the window's to take away.
     std::weak_ptr<Listener> heard_ = listener_;
-    LiveHostClient client_;
+    std::shared_ptr<LiveHostClient> client_;
+    /// Asks for a picture that may take long: to a connection the host gives one answer after another.
+    std::shared_ptr<LiveHostClient> patient_;
     ShownState shown_;
     std::optional<WantedDrawing> wanted_;
     /// The window holds it as well.

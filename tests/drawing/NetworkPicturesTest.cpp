@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <thread>
 
 #include "platform/Streams/Deadline.hpp"
 #include "tests/support/LoopbackServer.hpp"
@@ -118,6 +119,15 @@ TEST_F(NetworkPicturesTest, HaveNotFailedWhereNobodyWasAskedForThem) {
     EXPECT_THAT(readAll({server.url()}, milliseconds(0)), ElementsAre("none"));
     EXPECT_THAT(readAll({server.url()}), ElementsAre("picture"));
     EXPECT_THAT(readAll({server.url()}, milliseconds(0)), ElementsAre("picture"));
+}
+
+TEST_F(NetworkPicturesTest, HaveNotFailedWhereADrawingWasInAHurry) {
+    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) {
+        std::this_thread::sleep_for(milliseconds(300));
+        peer.send(httpReply(200, "picture"));
+    });
+    EXPECT_THAT(readAll({server.url()}, milliseconds(50)), ElementsAre("none"));
+    EXPECT_THAT(readAll({server.url()}), ElementsAre("picture"));
 }
 
 TEST_F(NetworkPicturesTest, OfThisMachineAreReadAnew) {

@@ -83,6 +83,16 @@ TEST(ScriptRuns, AskThePersonWhereTheLettersAreOfSeveralLanguages) {
     for (const Row& row : rows) EXPECT_EQ(described(row.text, row.preferred), row.expected) << row.text;
 }
 
+/// Looked through anew for each run, it would take minutes.
+TEST(ScriptRuns, LookThroughATextOfManyRunsOnceForEachScript) {
+    constexpr std::size_t times = 20'000;
+    std::string text;
+    for (std::size_t time = 0; time < times; ++time) text += "shop 店 ";
+    const auto runs = ScriptRuns({}).of(text);
+    ASSERT_EQ(runs.size(), 2 * times);
+    EXPECT_EQ(runs[2 * times - 1].language, "zh-cn");
+}
+
 TEST(ScriptRuns, AreTheWholeTextInItsOrder) {
     const std::string text = "No. 7 東京です، مكتبة!";
     const std::vector<ScriptRun> runs = ScriptRuns({}).of(text);

@@ -80,10 +80,12 @@ class ExtensionSessionTest : public Misbehaviour {
     static constexpr const char* answersOnceAndHangs = "greet\nreceive\nanswer {}\nreceive\nraise 19";
 
     static asio::awaitable<std::string> drawing(ExtensionSession& session,
-                                                widget::WidgetState state = widget::NoPackages()) {
+                                                widget::WidgetState state = widget::NoPackages(),
+                                                std::optional<milliseconds> pictureBudget = std::nullopt) {
         widget::DrawingRequest request = {
             .entry = {.date = platform::Date::sinceReferenceDate(0), .widgetState = std::move(state)},
-            .family = platform::WidgetFamily::systemSmall};
+            .family = platform::WidgetFamily::systemSmall,
+            .pictureBudget = pictureBudget};
         request.format = widget::DrawingFormat::tree;
         try {
             co_return co_await session.draw(std::move(request));
@@ -394,6 +396,17 @@ TEST_F(ExtensionSessionTest, WithoutAnEndGivesEveryDrawingTheWholeBudget) {
         co_await session.end();
     });
     EXPECT_THAT(lines, ElementsAre("1000", "1000"));
+}
+
+TEST_F(ExtensionSessionTest, WaitsForPicturesNoLongerThanItsAskerWants) {
+    auto endless = options();
+    endless.pictureBudget = milliseconds(1000);
+    with(drawsSlowly, endless, [](ExtensionSession& session) -> asio::awaitable<void> {
+        for (const int budget : {100, 5000, 0})
+            EXPECT_EQ(co_await drawing(session, withPicture(), milliseconds(budget)), "{}");
+        co_await session.end();
+    });
+    EXPECT_THAT(lines, ElementsAre("100", "1000", "0"));
 }
 
 TEST_F(ExtensionSessionTest, LeavesTimeForADrawingBesideItsPictures) {

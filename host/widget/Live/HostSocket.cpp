@@ -184,8 +184,6 @@ asio::awaitable<Message> HostSocket::drawing(json::object question) {
     question["entry"] = entryObject(served_.host.state().entry);
     auto request = drawingRequestFromObject(question);
     request.family = memberFamily(question);
-    // How long a drawing waits, and what for, is the host's to say.
-    request.pictureBudget.reset();
     Message reply;
     reply.attachment = co_await served_.drawings.drawn(std::move(request));
     co_return reply;

@@ -7,6 +7,7 @@
 
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -26,7 +27,8 @@ class LiveDrawings {
 
     LiveDrawings(const boost::asio::any_io_executor& executor, LiveHost& host, LiveExtension& extension);
 
-    /// Of what is shown when it is ready; the request's entry is not looked at. Throws ExtensionError.
+    /// Of what is shown when it is ready; the request's entry is not looked at. One that pictures may be
+    /// missing in, because its budget was spent, is nobody else's. Throws ExtensionError.
     boost::asio::awaitable<std::string> drawn(widget::DrawingRequest request);
 
   private:
@@ -34,6 +36,8 @@ class LiveDrawings {
 
     boost::asio::awaitable<void> make(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request);
     boost::asio::awaitable<bool> isLeftOver(std::shared_ptr<Drawing> drawing, widget::DrawingRequest request);
+    boost::asio::awaitable<void> takeTurn();
+    void endTurn();
     std::shared_ptr<Drawing> kept(const std::string& key) const;
     void keep(const std::string& key, const std::shared_ptr<Drawing>& drawing);
 
@@ -41,6 +45,8 @@ class LiveDrawings {
     LiveHost& host_;
     LiveExtension& extension_;
     std::map<std::string, std::shared_ptr<Drawing>> drawings_;
+    bool isTurnTaken_ = false;
+    boost::asio::steady_timer turn_;
     LiveHost::Observation observation_;
 };
 

@@ -19,9 +19,12 @@ using HostSocketTest = ReaderWorld;
 
 const std::string greeting = R"({"protocol":1})";
 
-boost::asio::awaitable<std::string> drawn(LiveHostClient& reader, platform::WidgetFamily family) {
+boost::asio::awaitable<std::string> drawn(
+    LiveHostClient& reader, platform::WidgetFamily family,
+    std::optional<std::chrono::milliseconds> pictureBudget = std::nullopt) {
     widget::DrawingRequest request = {.entry = {.date = platform::Date::now(), .widgetState = {}},
-                                      .family = family};
+                                      .family = family,
+                                      .pictureBudget = pictureBudget};
     co_return co_await reader.draw(std::move(request));
 }
 
@@ -108,6 +111,67 @@ TEST_F(HostSocketTest, DrawsOnceForAllWhoAskForTheSame) {
     clock.settle();
     EXPECT_EQ(answer([&] { return drawn(*readers[0], platform::WidgetFamily::systemSmall); }),
               "picture of Ada's, later");
+}
+
+TEST_F(HostSocketTest, KeepsNobodyInAHurryWaitingForPictures) {
+    using std::chrono::milliseconds;
+    extension.pictureDelay = milliseconds(300);
+    open();
+    start();
+    const auto reader = client();
+    const auto answered = [&](std::optional<milliseconds> budget) {
+        return answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall, budget); });
+    };
+    EXPECT_EQ(answered(milliseconds(10)), "picture of Ada's without");
+    EXPECT_EQ(answered(milliseconds(20)), "picture of Ada's without");
+    EXPECT_EQ(answered(milliseconds(10)), "picture of Ada's without") << "of which nothing is kept";
+    EXPECT_EQ(extension.drawings, 3);
+    EXPECT_EQ(answered(std::nullopt), "picture of Ada's with");
+    EXPECT_EQ(answered(milliseconds(10)), "picture of Ada's with");
+    EXPECT_EQ(extension.drawings, 4);
+}
+
+TEST_F(HostSocketTest, DrawsOneAfterAnotherOfThoseThatWaitForPicturesAndNothingOfWhoHasLeft) {
+    extension.pictureDelay = std::chrono::milliseconds(0);
+    open();
+    start();
+    extension.isDrawingHeld = true;
+    std::vector<std::shared_ptr<LiveHostClient>> readers;
+    for (const auto family : {platform::WidgetFamily::systemSmall, platform::WidgetFamily::systemLarge}) {
+        readers.push_back(client());
+        spawn([](LiveHostClient& asked, platform::WidgetFamily wanted) -> boost::asio::awaitable<void> {
+            EXPECT_EQ(co_await drawn(asked, wanted), "picture of notLoggedIn");
+        }(*readers.back(), family));
+    }
+    ASSERT_TRUE(until([&] { return extension.drawings > 0; }));
+    // The other one waits for its turn, and nothing keeps one in a hurry.
+    const auto hasty = client();
+    spawn([](LiveHostClient& asked) -> boost::asio::awaitable<void> {
+        co_await drawn(asked, platform::WidgetFamily::systemMedium, std::chrono::milliseconds(1));
+    }(*hasty));
+    ASSERT_TRUE(until([&] { return extension.drawings == 2; }));
+    extension.pictureDelay.reset();
+    extension.stored = {};
+    happens(SystemEvent::secretsChanged);
+    extension.release();
+    // Two, and for each reader one of the sign-in view.
+    EXPECT_TRUE(until([&] { return extension.drawings == 2 + 3; }));
+    clock.settle();
+    EXPECT_EQ(extension.drawings, 2 + 3);
+    EXPECT_THAT(failures(), IsEmpty());
+}
+
+TEST_F(HostSocketTest, KeepsForAllWhatCameWithinItsBudget) {
+    using std::chrono::milliseconds;
+    extension.pictureDelay = milliseconds(0);
+    open();
+    start();
+    for (const auto budget : {milliseconds(10'000), milliseconds(20'000), milliseconds(0)}) {
+        const auto reader = client();
+        EXPECT_EQ(answer([&] { return drawn(*reader, platform::WidgetFamily::systemSmall, budget); }),
+                  "picture of Ada's with");
+    }
+    EXPECT_EQ(extension.drawings, 1);
 }
 
 TEST_F(HostSocketTest, DrawsAPlaceholderAsBars) {

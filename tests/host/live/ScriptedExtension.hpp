@@ -4,11 +4,14 @@
 
 // An extension that answers what a test tells it, and what a live host is told of it.
 
+#include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -18,12 +21,14 @@
 
 namespace host {
 
-inline widget::SimpleEntry entryOf(platform::Date date, const std::string& shopName) {
+inline widget::SimpleEntry entryOf(platform::Date date, const std::string& shopName,
+                                   const std::optional<platform::URL>& picture = std::nullopt) {
     return {date, widget::LoggedIn{
                       {std::make_shared<presentation::StoredPackage>(presentation::StoredPackage::Values{
                           .shopName = shopName,
                           .deepLinkingUrl = *platform::URL::parse("velaapp://order/1"),
                           .progress = 0.5F,
+                          .productImage = picture,
                           .statusText = {.primary = "In transit"},
                       })}}};
 }
@@ -57,7 +62,13 @@ class ScriptedExtension final : public LiveExtension {
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing) override {
         ++drawings;
         const bool isRedacted = drawing.appearance.redaction == drawing::Redaction::placeholder;
-        const auto bytes = (isRedacted ? "bars of " : "picture of ") + shopNameIn(drawing.entry);
+        auto bytes = (isRedacted ? "bars of " : "picture of ") + shopNameIn(drawing.entry);
+        if (pictureDelay) {
+            const auto patience = drawing.pictureBudget.value_or(std::chrono::seconds(20));
+            bytes += patience < *pictureDelay ? " without" : " with";
+            boost::asio::steady_timer wait(released_.get_executor(), std::min(patience, *pictureDelay));
+            co_await wait.async_wait(boost::asio::use_awaitable);
+        }
         if (isDrawingHeld) co_await pass();
         if (isFailing) throw ExtensionEnded("the extension ended while drawing");
         co_return bytes;
@@ -93,6 +104,8 @@ class ScriptedExtension final : public LiveExtension {
     widget::CredentialReport stored = {.state = widget::CredentialState::stored, .tokens = 1, .account = 11};
     widget::FetchOutcome outcome = {.credentials = stored, .server = widget::ServerContact::answered};
     bool isFailing = false;
+    /// How long a drawing waits for the package's picture; absent where it has none.
+    std::optional<std::chrono::milliseconds> pictureDelay;
     /// At the next look at what is stored.
     bool isFailingOnce = false;
     /// A timeline, a drawing, does not end before it is released or left.
@@ -110,12 +123,16 @@ class ScriptedExtension final : public LiveExtension {
         const bool isGood = outcome.server == widget::ServerContact::answered;
         Answer answer = {.timeline = {.entries = {}, .policy = {.after = now.addingTimeInterval(3600)}},
                          .outcome = outcome};
-        answer.timeline.entries.push_back(isGood ? entryOf(now, shopName)
+        answer.timeline.entries.push_back(isGood ? entryOf(now, shopName, picture())
                                                  : widget::SimpleEntry{now, widget::NotLoggedIn()});
         // One pair is renewed once.
         if (std::exchange(outcome.hasRenewed, false) && isRenewalOfUse)
             outcome.server = widget::ServerContact::answered;
         return answer;
+    }
+
+    std::optional<platform::URL> picture() const {
+        return pictureDelay ? platform::URL::parse("https://a.example/picture") : std::nullopt;
     }
 
     boost::asio::awaitable<void> pass() {

@@ -101,6 +101,22 @@ TEST_F(PageTest, ShowsBarsBeforeAnythingIsKnown) {
     EXPECT_THAT(text, HasSubstr("Looking for your packages."));
 }
 
+TEST_F(PageTest, ComesWithoutThePicturesThatTakeLongAndSaysWhenTheyAreThere) {
+    extension.signIn(1, 1, "Shop of Ada");
+    extension.pictureDelay = std::chrono::milliseconds(550);
+    openPage();
+    start();
+    ASSERT_TRUE(until([&] { return got("").find("Shop of Ada without") != std::string::npos; }));
+    EXPECT_THAT(got(""), HasSubstr("Shop of Ada without"));
+    const auto events = asked("GET", "events").events;
+    ASSERT_TRUE(events);
+    nextEvent(events);
+    EXPECT_THAT(nextEvent(events), StartsWith("event: state"));
+    const auto text = got("");
+    EXPECT_THAT(text, HasSubstr("Shop of Ada with"));
+    EXPECT_THAT(text, Not(HasSubstr("without")));
+}
+
 TEST_F(PageTest, TellsEveryWindowOfASignOutAndShowsNothingOfThePersonAnyMore) {
     extension.signIn(1, 1, "Shop of Ada");
     openPage();
