@@ -77,10 +77,11 @@ class RenewedProgram : public Person {
     }
     bool showsTheShop() const { return text(path("entry.json")).find(someShop) != std::string::npos; }
 
-    bool runs(const fs::path& file) const {
+    bool runs(const fs::path& file) const { return runs(file, host->processIdentifier()); }
+    static bool runs(const fs::path& file, pid_t process) {
         struct stat wanted = {};
         struct stat running = {};
-        const auto link = "/proc/" + std::to_string(host->processIdentifier()) + "/exe";
+        const auto link = "/proc/" + std::to_string(process) + "/exe";
         return ::stat(file.c_str(), &wanted) == 0 && ::stat(link.c_str(), &running) == 0 &&
                wanted.st_ino == running.st_ino;
     }
@@ -200,6 +201,31 @@ TEST_F(RenewedProgram, IsFollowedByAReaderThatWentOnShowing) {
         << text(lines);
     EXPECT_FALSE(showsTheShop());
     bar.sendSignalToGroup(SIGTERM);
+}
+
+TEST_F(RenewedProgram, IsStartedByAReaderOfTheOldOne) {
+    const auto lines = folder.path() / "lines";
+    ProgramRun reader = {.program = "/bin/sh"};
+    reader.arguments = {"-c", "exec \"$0\" bar --format plain --follow > \"$1\"",
+                        (bin / "vela-widget").string(), lines.string()};
+    reader.environment = environment;
+    BackgroundProgram bar(reader);
+    const auto process = [&] {
+        pid_t number = 0;
+        std::ifstream(path("host.lock")) >> number;
+        return number;
+    };
+    ASSERT_TRUE(eventually([&] { return showsTheShop(); }, std::chrono::seconds(30)));
+    const auto first = process();
+    ASSERT_GT(first, 0);
+    put("vela-widget");
+    ::kill(first, SIGKILL);
+    ASSERT_TRUE(eventually([&] { return process() > 0 && process() != first && showsTheShop(); },
+                           std::chrono::seconds(30)));
+    EXPECT_TRUE(runs(bin / "vela-widget", process()));
+    bar.sendSignalToGroup(SIGTERM);
+    ::kill(process(), SIGTERM);
+    EXPECT_TRUE(eventually([&] { return !fs::exists(path("")); }));
 }
 
 }  // namespace
