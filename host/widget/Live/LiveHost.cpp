@@ -271,8 +271,11 @@ bool LiveHost::isOfAnother(const widget::FetchOutcome& outcome) const {
 void LiveHost::takeEntry(LiveExtension::Answer answer) {
     const auto now = surroundings_.clock.now();
     auto& entry = answer.timeline.entries.front();
-    known_ = answer.outcome.credentials;
-    good_ = {.entry = entry, .date = now, .owner = answer.outcome.credentials};
+    auto owner = answer.outcome.credentials;
+    // A sign-in stores it after the tokens, which may have been on their way by then.
+    if (!owner.account && known_ && known_->tokens == owner.tokens) owner.account = known_->account;
+    known_ = owner;
+    good_ = {.entry = entry, .date = now, .owner = owner};
     policy_.answered(now, answer.timeline.policy.after);
     show({.entry = std::move(entry)});
 }

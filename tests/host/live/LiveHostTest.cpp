@@ -224,6 +224,21 @@ TEST_F(LiveHostTest, ForgetsAPersonWhoseAccountWentWhereTheTokensCannotBeRead) {
     EXPECT_GT(extension.timelines, timelines);
 }
 
+TEST_F(LiveHostTest, KnowsAnAccountThatWasStoredWhileItAsked) {
+    // A sign-in stores the tokens first.
+    extension.outcome.credentials.account.reset();
+    extension.isHeld = true;
+    start();
+    happens(SystemEvent::defaultsChanged);
+    extension.release();
+    clock.settle();
+    ASSERT_EQ(shown(), "Ada's");
+    extension.signIn(2, 11, "Ada's");
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(forgotten, 0) << "somebody renewed her tokens";
+    EXPECT_EQ(shown(), "Ada's");
+}
+
 TEST_F(LiveHostTest, TakesALockedKeyringForNoSignOut) {
     start();
     extension.stored = {.state = CredentialState::locked, .account = extension.stored.account};
