@@ -14,6 +14,7 @@
 #include "host/reader/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "tests/host/Person.hpp"
+#include "tests/support/ProcessMemory.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 
 namespace host {
@@ -87,33 +88,8 @@ class RenewedProgram : public Person {
     }
 
     bool isInMemory(const std::string& word) const {
-        const auto process = "/proc/" + std::to_string(host->processIdentifier());
-        std::ifstream maps(process + "/maps");
-        std::ifstream memory(process + "/mem", std::ios::binary);
-        std::string line;
-        while (std::getline(maps, line)) {
-            if (line.find(" rw") == std::string::npos) continue;
-            const auto begin = std::stoull(line, nullptr, 16);
-            const auto end = std::stoull(line.substr(line.find('-') + 1), nullptr, 16);
-            std::string bytes(end - begin, '\0');
-            memory.clear();
-            memory.seekg(static_cast<std::streamoff>(begin));
-            memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-            if (bytes.find(word) != std::string::npos) return true;
-        }
-        return false;
+        return platform::testing::timesInMemory(host->processIdentifier(), word) != 0;
     }
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VELA_TEST_SANITIZED_RENEWAL
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(VELA_TEST_SANITIZED_RENEWAL)
-    static constexpr bool isSanitized = true;
-#else
-    static constexpr bool isSanitized = false;
-#endif
 
     static constexpr const char* someShop = "Fathom";
     fs::path bin = folder.path() / "bin";
@@ -173,7 +149,7 @@ TEST_F(RenewedProgram, GoesOnAsItIsWhereTheNewOneDoesNotRun) {
 }
 
 TEST_F(RenewedProgram, HoldsNothingOfAPersonWhoSignsOut) {
-    if (isSanitized) GTEST_SKIP() << "the sanitizers keep what is freed";
+    if (platform::testing::isMemorySanitized) GTEST_SKIP() << "the sanitizers keep what is freed";
     startHost();
     ASSERT_TRUE(eventually([&] { return showsTheShop(); }, std::chrono::seconds(30)));
     put("vela-widget");
