@@ -18,6 +18,8 @@ if(NOT VELA_SANITIZE AND NOT VELA_COVERAGE)
     add_compile_options(-fstack-protector-strong)
     add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 endif()
+# No program says where it was built.
+add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 add_link_options(-Wl,--as-needed)
 # What the dynamic linker has bound nobody writes over. Bound at once, a start takes no longer than before.
 add_link_options($<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)

@@ -31,7 +31,7 @@ platform::ChildProgram::Options runOf(const std::vector<std::string>& arguments)
 }
 
 std::string withoutName(std::string_view line) {
-    const std::string prefix = std::string(companionName) + ": ";
+    constexpr std::string_view prefix = "vela-companion: ";
     if (line.starts_with(prefix)) line.remove_prefix(prefix.size());
     return std::string(platform::trimmed(line));
 }

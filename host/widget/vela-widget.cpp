@@ -316,17 +316,22 @@ struct RunOptions {
 };
 
 /// Of those that were asked for; beside a folder, the widget as it is drawn by default.
+std::vector<platform::WidgetFamily> families(const RunOptions& options) {
+    if (std::ranges::find(options.families, "all") != options.families.end())
+        return {widget::supportedFamilies.begin(), widget::supportedFamilies.end()};
+    std::vector<platform::WidgetFamily> wanted;
+    for (const auto& family : options.families) wanted.push_back(*platform::widgetFamily(family));
+    if (wanted.empty() && !options.output.empty()) wanted = {platform::WidgetFamily::systemMedium};
+    return wanted;
+}
+
 std::vector<host::PictureFile> pictures(const RunOptions& options) {
     using drawing::ColorScheme;
-    auto families = options.families;
-    if (families.empty() && !options.output.empty()) families = {"systemMedium"};
     std::vector<host::PictureFile> files;
-    for (const auto& family : families)
+    for (const auto family : families(options))
         for (const auto scheme : {ColorScheme::light, ColorScheme::dark})
             if (options.scheme == "all" || options.scheme == widget::name(scheme))
-                files.push_back({.family = *platform::widgetFamily(family),
-                                 .colorScheme = scheme,
-                                 .scale = options.scale});
+                files.push_back({.family = family, .colorScheme = scheme, .scale = options.scale});
     return files;
 }
 
@@ -347,6 +352,8 @@ host::RunCommand runCommand(const RunOptions& options) {
 }
 
 void addRunCommand(const platform::Command& app, RunOptions& options) {
+    auto families = platform::familyNames();
+    families.emplace_back("all");
     const auto command = app.subcommand("run", "Keep the widget current for every surface that reads it");
     command
         .option("--output", options.output,
@@ -357,8 +364,8 @@ void addRunCommand(const platform::Command& app, RunOptions& options) {
     command
         .option("--family", options.families,
                 "Families to keep a picture of, as FAMILY-SCHEME@SCALEx.png: several with commas, or given "
-                "several times")
-        .oneOf(platform::familyNames());
+                "several times, or all that the widget offers")
+        .oneOf(families);
     command.option("--scheme", options.scheme, "light, dark or all")
         .oneOf(std::vector<std::string>{"light", "dark", "all"})
         .showsDefault();

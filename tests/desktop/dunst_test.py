@@ -53,6 +53,22 @@ class Dunst(unittest.TestCase):
             person.run("vela-widget", "reload")
             self.assertEqual(self.told(person), 1)
 
+    def test_opens_the_parcel_that_is_clicked(self):
+        with Person(scenario="one") as person:
+            self.start(person)
+            person.start("vela-widget", "run", "--notify")
+            eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
+            person.change(self.arrived(person))
+            person.run("vela-widget", "reload")
+            eventually(lambda: self.told(person) == 1, "the notification")
+            person.run("dunstctl", "action")
+            opened = eventually(person.opened_links, "the link")
+            self.assertEqual(len(opened), 1)
+            self.assertTrue(opened[0].startswith(person.environment["BASE_URL"]), opened)
+            # What the companion opens for the package in the bar is the same page.
+            person.run("vela-widget", "bar", "--open")
+            self.assertEqual(eventually(lambda: person.opened_links()[1:], "the bar's link"), opened)
+
     @staticmethod
     def arrived(person):
         scenario = json.loads((PROGRAMS.parent / "share/vela-widget/sandbox/scenarios/one.json").read_text())

@@ -97,7 +97,7 @@ class Gnome(unittest.TestCase):
             eventually(lambda: has_picture(session), "the sign-in view")
             keep(session.picture(), "gnome-signed-out")
             session.click(PICTURE)
-            eventually(person.opened_links, "the account's page")
+            person.close_sign_in_window()
             person.sign_in()
             shows(session, "Arriving today")
             self.assertEqual(session.complaints(), [])

@@ -166,6 +166,15 @@ class Person:
                 if command in words[1:2] and words[0].endswith((b"vela-widget", b"exe")):
                     yield process
 
+    def close_sign_in_window(self):
+        """The one that a click on a signed-out widget opens."""
+        def found():
+            for process in self._processes():
+                with contextlib.suppress(OSError):
+                    if Path(f"/proc/{process}/exe").readlink().name == "vela-companion-window":
+                        return process
+        os.kill(eventually(found, "the sign-in window"), signal.SIGKILL)
+
     def _processes(self):
         """All that run in her surroundings."""
         mark = f"XDG_RUNTIME_DIR={self.folder / 'runtime'}".encode()

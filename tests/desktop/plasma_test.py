@@ -93,7 +93,7 @@ class Plasma(unittest.TestCase):
                                  and session.display.picture(), "its button")
             keep(picture, "plasma-signed-out")
             session.click(middle_of_the_bar(picture))
-            eventually(person.opened_links, "the account's page")
+            person.close_sign_in_window()
             person.sign_in()
             eventually(lambda: ARRIVING in session.names(), "the package again")
             self.assertEqual(session.complaints(), [])

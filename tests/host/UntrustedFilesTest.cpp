@@ -130,15 +130,16 @@ TEST_F(UntrustedFiles, LeaveTheKeychainsHalfOfTheStatus) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output,
               "signed in: yes\naccess token: stored\nrefresh token: stored\nlegacy access token: none\n"
-              "legacy refresh token: none\nsession: none\nkeychain: embedded\n");
+              "legacy refresh token: none\nsession: none\nkeychain: embedded\nkept in: " +
+                  keychainFile().string() + "\n");
 }
 
 TEST_F(UntrustedFiles, LeaveTheDefaultsHalfOfTheStatus) {
     setMode(keychainFile(), 0640);
     const auto result = companion({"status"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.output,
-              "user id: 12345\naccount server: " + address(planted) + "\nkeychain: embedded\n");
+    EXPECT_EQ(result.output, "user id: 12345\naccount server: " + address(planted) +
+                                 "\nkeychain: embedded\nkept in: " + keychainFile().string() + "\n");
     EXPECT_THAT(result.errors, EndsWith("mend it with: chmod 600 " + keychainFile().string() + "\n"));
     EXPECT_EQ(std::count(result.errors.begin(), result.errors.end(), '\n'), 1) << result.errors;
 }

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "host/protocol/HostAddress.hpp"
 #include "host/reader/LinkOpener.hpp"
 #include "host/reader/LiveHostClient.hpp"
 #include "host/widget/Bar/BarFollower.hpp"
@@ -62,6 +63,22 @@ asio::awaitable<int> oneShot(BarStyle style, Action action) {
     co_return 0;
 }
 
+/// A bar hides what fails: it gets words even where there is no host to ask.
+asio::awaitable<int> printed(BarStyle style) {
+    std::string why;
+    try {
+        co_return co_await oneShot(style, Action::print);
+    } catch (const LiveHostError& error) {
+        why = error.what();
+    } catch (const HostAddressError& error) {
+        why = error.what();
+    }
+    platform::printError("vela-widget", why);
+    writeToStandardOutput(barOpening(style.format) + barOutput(contentWithoutHost(why), style) +
+                          barClosing(style.format));
+    co_return 0;
+}
+
 asio::awaitable<int> followed(BarStyle style) {
     BarFollower follower(co_await asio::this_coro::executor, std::move(style));
     co_await follower.run();
@@ -72,6 +89,7 @@ asio::awaitable<int> followed(BarStyle style) {
 
 int BarCommand::run() const {
     try {
+        if (action == Action::print) return platform::runToEnd(printed(style));
         if (action != Action::follow) return platform::runToEnd(oneShot(style, action));
         platform::wipeFreedMemory();
         ::signal(SIGPIPE, SIG_IGN);

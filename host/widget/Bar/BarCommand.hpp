@@ -22,8 +22,9 @@ struct BarCommand {
     BarStyle style;
     Action action = Action::print;
 
-    /// The exit status: 0 whatever the state is, for bars hide what fails; 1 with a line on standard error
-    /// where no live host can be had at all.
+    /// The exit status: 0 whatever the state is, for bars hide what fails. Where no live host can be had a
+    /// line on standard error says why, and so do the bar's words; what a click or the wheel asks for is 1
+    /// then.
     int run() const;
 };
 

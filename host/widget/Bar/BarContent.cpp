@@ -120,4 +120,11 @@ BarContent barContent(const LiveState& state, std::size_t position, platform::Da
     return content;
 }
 
+BarContent contentWithoutHost(std::string_view why) {
+    return {.barClass = BarClass::placeholder,
+            .words = "Vela: not running",
+            .moreWords = shown(why),
+            .hasTrouble = true};
+}
+
 }  // namespace host

@@ -67,4 +67,7 @@ struct BarContent {
 /// The package at `position` stands in the bar; the last one where there are fewer.
 BarContent barContent(const LiveState& state, std::size_t position, platform::Date now);
 
+/// Where no live host can be had; `why` is for the person.
+BarContent contentWithoutHost(std::string_view why);
+
 }  // namespace host

@@ -6,8 +6,11 @@
 
 #include <array>
 #include <cerrno>
+#include <filesystem>
 #include <utility>
+#include <vector>
 
+#include "host/protocol/HostAddress.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 #include "platform/Streams/Streams.hpp"
 
@@ -21,6 +24,19 @@ bool tellsClicks(BarFormat format) {
     return format == BarFormat::i3bar || format == BarFormat::i3blocks;
 }
 
+std::optional<BarPosition> positionOfPerson() {
+    try {
+        return BarPosition::ofPerson();
+    } catch (const HostAddressError&) {
+        return std::nullopt;
+    }
+}
+
+std::vector<std::filesystem::path> filesOf(const std::optional<BarPosition>& position) {
+    if (!position) return {};
+    return {position->file()};
+}
+
 BarStyle following(BarStyle style) {
     style.isFollowing = true;
     return style;
@@ -30,9 +46,11 @@ BarStyle following(BarStyle style) {
 
 BarFollower::BarFollower(const asio::any_io_executor& executor, BarStyle style)
     : style_(following(std::move(style))),
-      position_(BarPosition::ofPerson()),
-      lines_(executor, [this](const LiveState& state) { return barOutput(content(state), style_); }),
-      positionWatch_(executor, {position_.file()}, [this](std::size_t) { lines_.print(); }),
+      position_(positionOfPerson()),
+      lines_(
+          executor, [this](const LiveState& state) { return barOutput(content(state), style_); },
+          [this](std::string_view why) { return barOutput(contentWithoutHost(why), style_); }),
+      positionWatch_(executor, filesOf(position_), [this](std::size_t) { lines_.print(); }),
       opener_(executor) {
     if (tellsClicks(style_.format))
         clicks_.emplace(executor, STDIN_FILENO, StreamWatch::Interest::readable, [this] { readClicks(); });
@@ -43,7 +61,7 @@ asio::awaitable<void> BarFollower::run() {
 }
 
 BarContent BarFollower::content(const LiveState& state) const {
-    return barContent(state, position_.read(), platform::Date::now());
+    return barContent(state, position_ ? position_->read() : 0, platform::Date::now());
 }
 
 void BarFollower::readClicks() {
@@ -58,8 +76,8 @@ void BarFollower::readClicks() {
 void BarFollower::click(int button) try {
     const auto shown = content(lines_.state());
     if (button == 1 && !shown.link.empty()) opener_.open(shown.link);
-    if (button == 4) position_.walk(BarPosition::Step::previous, shown.packages.size());
-    if (button == 5) position_.walk(BarPosition::Step::next, shown.packages.size());
+    if (button == 4 && position_) position_->walk(BarPosition::Step::previous, shown.packages.size());
+    if (button == 5 && position_) position_->walk(BarPosition::Step::next, shown.packages.size());
     lines_.print();
 } catch (const platform::FileError& failure) {
     // A bar that cannot walk on still shows what it has.

@@ -20,10 +20,9 @@ namespace host {
 
 class BarFollower {
   public:
-    /// Throws HostAddressError.
     BarFollower(const boost::asio::any_io_executor& executor, BarStyle style);
 
-    /// As LineFollower has it.
+    /// As LineFollower has it, with words for where no live host can be had.
     boost::asio::awaitable<void> run();
 
   private:
@@ -32,7 +31,8 @@ class BarFollower {
     void click(int button);
 
     BarStyle style_;
-    BarPosition position_;
+    /// Nothing where there is no place for it.
+    std::optional<BarPosition> position_;
     LineFollower lines_;
     platform::FileWatcher positionWatch_;
     LinkOpener opener_;

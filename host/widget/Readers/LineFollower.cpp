@@ -7,10 +7,12 @@
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/Asio/Pause.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/Streams/Streams.hpp"
 
@@ -18,8 +20,15 @@ namespace host {
 
 namespace asio = boost::asio;
 
-LineFollower::LineFollower(const asio::any_io_executor& executor, Form form)
+namespace {
+
+constexpr std::chrono::milliseconds pauseWithoutUse = std::chrono::minutes(1);
+
+}  // namespace
+
+LineFollower::LineFollower(const asio::any_io_executor& executor, Form form, FormWithoutHost formWithoutHost)
     : form_(std::move(form)),
+      formWithoutHost_(std::move(formWithoutHost)),
       end_(executor, asio::steady_timer::time_point::max()),
       client_(executor),
       outputEnd_(executor, STDOUT_FILENO, StreamWatch::Interest::abandoned, [this] { end(); }) {}
@@ -35,21 +44,44 @@ asio::awaitable<void> LineFollower::run(std::string opening) {
 }
 
 asio::awaitable<void> LineFollower::follow() {
+    if (!formWithoutHost_) co_return co_await followHost();
+    while (true) {
+        std::string why;
+        try {
+            co_return co_await followHost();
+        } catch (const LiveHostError& error) {
+            why = error.what();
+        }
+        // Who reads this hides what ends, and a host that can be had may begin.
+        takeGap(why);
+        co_await platform::pause(pauseWithoutUse);
+    }
+}
+
+asio::awaitable<void> LineFollower::followHost() {
     co_await client_.follow(
         [this](const LiveState& state) {
             shown_.take(state);
             print();
         },
-        [this](std::string_view why) {
-            shown_.lose(platform::Date::now());
-            print();
-            if (why != complaint_) platform::printError("vela-widget", why);
-            complaint_ = why;
-        });
+        [this](std::string_view why) { takeGap(why); });
+}
+
+void LineFollower::takeGap(std::string_view why) {
+    shown_.lose(platform::Date::now());
+    if (formWithoutHost_ && shown_.state().isPlaceholder)
+        print(formWithoutHost_(why));
+    else
+        print();
+    if (why != complaint_) platform::printError("vela-widget", why);
+    complaint_ = why;
 }
 
 void LineFollower::print() {
-    auto text = form_(shown_.state());
+    print(form_(shown_.state()));
+}
+
+void LineFollower::print(std::string text) {
     if (text == printed_) return;
     write(text);
     printed_ = std::move(text);

@@ -71,10 +71,12 @@ swaylock --scaling center --image "$XDG_RUNTIME_DIR/vela-widget/systemMedium-dar
 )";
 
 constexpr std::string_view conkySnippet =
-    R"(-- ~/.config/conky/conky.conf: beside your own settings, while PROGRAM run keeps the file.
-conky.text = [[
-${execi 10 cat "$XDG_RUNTIME_DIR/vela-widget/widget.txt"}
-]]
+    R"(-- ~/.config/conky/conky.conf: after your own settings. The picture is the live host's, which has to run with this family
+-- (PROGRAM run --family systemMedium --scheme dark --scale 1).
+conky.config.minimum_width = 338
+conky.config.minimum_height = 158
+conky.text = '${image ' .. os.getenv('XDG_RUNTIME_DIR') ..
+    '/vela-widget/systemMedium-dark@1x.png -s 338x158 -n}'
 )";
 
 constexpr std::string_view gnomeSnippet =

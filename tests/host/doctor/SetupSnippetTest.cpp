@@ -29,7 +29,7 @@ TEST(SetupSnippet, GivesEachBarItsOwnFormat) {
              {SetupTarget::tmux, "bar --format tmux"},
              {SetupTarget::genmon, "bar --format genmon"},
              {SetupTarget::swaylock, "run --family systemMedium"},
-             {SetupTarget::conky, "widget.txt"},
+             {SetupTarget::conky, "systemMedium-dark@1x.png"},
              {SetupTarget::gnome, "gnome-extensions enable vela-widget@vela.example"},
              {SetupTarget::plasma, R"(addWidget("example.vela.widget"))"},
              {SetupTarget::systemd, "systemctl --user enable --now vela-widget.socket"}})

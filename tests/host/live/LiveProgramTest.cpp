@@ -16,6 +16,7 @@
 
 #include "tests/host/Person.hpp"
 #include "tests/support/ProcessMemory.hpp"
+#include "widget/SupportedFamilies.hpp"
 
 namespace host {
 namespace {
@@ -424,6 +425,16 @@ TEST_F(LiveProgram, TakesFamiliesWithCommasAndSeveralTimes) {
     EXPECT_THAT(refused.errors, HasSubstr("--family: systemHuge not in {"));
     EXPECT_THAT(widget({"run", "--family", "systemSmall", "systemLarge"}).errors,
                 HasSubstr("\"systemLarge\" was not expected"));
+}
+
+TEST_F(LiveProgram, KeepsPicturesOfAllFamiliesThatTheWidgetOffers) {
+    startSandbox();
+    startHost({"--family", "all"});
+    for (const auto family : widget::supportedFamilies)
+        EXPECT_TRUE(eventually([&] {
+            return fs::exists(path(std::string(platform::description(family)) + "-dark@2x.png"));
+        })) << platform::description(family);
+    EXPECT_FALSE(fs::exists(path("accessoryCircular-dark@2x.png")));
 }
 
 TEST_F(LiveProgram, SaysWhyItHasNoPlace) {

@@ -165,9 +165,35 @@ TEST_F(BarProgram, HasWordsForEveryStateAndExitsWithZero) {
 TEST_F(BarProgram, SaysWhyThereIsNoPlaceForALiveHost) {
     environment.erase("XDG_RUNTIME_DIR");
     const auto result = bar();
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.status, 0) << "bars hide what fails";
+    EXPECT_EQ(result.output, "Vela: not running\n");
     EXPECT_THAT(result.errors, HasSubstr("XDG_RUNTIME_DIR is not set"));
+    EXPECT_THAT(
+        bar({"--format", "waybar"}).output,
+        ::testing::AllOf(HasSubstr("XDG_RUNTIME_DIR is not set"), HasSubstr(R"(["placeholder","trouble"])")));
+    for (const char* action : {"--next", "--previous", "--open"}) {
+        EXPECT_EQ(bar({action}).status, 1);
+        EXPECT_EQ(bar({action}).output, "");
+    }
+}
+
+TEST_F(BarProgram, StaysWhereThereIsNoPlaceForALiveHost) {
+    environment.erase("XDG_RUNTIME_DIR");
+    const auto following = shell("exec \"$0\" bar --format waybar --follow > \"$1\" < /dev/null");
+    EXPECT_TRUE(comesToPrint("Vela: not running"));
+    EXPECT_EQ(following->waitForEnd(std::chrono::milliseconds(300)), std::nullopt)
+        << "a bar that ends is gone, or takes the others along";
+}
+
+TEST_F(BarProgram, GoesOnOnceAHostCanBeHad) {
+    startSandbox();
+    const auto runtime = folder.path() / "run";
+    std::filesystem::create_directory(runtime / "vela-widget");
+    std::filesystem::permissions(runtime / "vela-widget", std::filesystem::perms::all);
+    const auto following = shell("exec \"$0\" bar --follow > \"$1\" < /dev/null");
+    EXPECT_TRUE(comesToPrint("Vela: not running\n"));
+    std::filesystem::permissions(runtime / "vela-widget", std::filesystem::perms::owner_all);
+    EXPECT_TRUE(comesToPrint("Arriving today\n"));
 }
 
 TEST_F(BarProgram, SaysThatTheLiveHostHangs) {
@@ -178,7 +204,8 @@ TEST_F(BarProgram, SaysThatTheLiveHostHangs) {
     ::kill(process, SIGSTOP);
     const auto bar = widget({"bar"});
     ::kill(process, SIGCONT);
-    EXPECT_EQ(bar.status, 1);
+    EXPECT_EQ(bar.status, 0);
+    EXPECT_EQ(bar.output, "Vela: not running\n");
     EXPECT_EQ(bar.errors, "vela-widget: the live host has not answered within 10 s\n");
 }
 
