@@ -150,14 +150,21 @@ std::string requiredToken(const boost::json::object& object, const char* key) {
     return token;
 }
 
+/// Why an action of several failed, of which each is to be tried; empty where it did not.
+template <typename Action>
+std::string faultOf(Action action) {
+    try {
+        action();
+        return "";
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+}
+
 /// Why what a live host that was killed has left of the person before is still there; empty where it is not.
 std::string faultOfForgettingDeadHost() {
-    try {
-        removeLeftoversOfDeadHost();
-        return "";
-    } catch (const HostPlaceError& error) {
-        return std::string("what a live host left that was killed is still there: ") + error.what();
-    }
+    const auto fault = faultOf(removeLeftoversOfDeadHost);
+    return fault.empty() ? "" : "what a live host left that was killed is still there: " + fault;
 }
 
 std::string line(std::string_view name, std::string_view value) {
@@ -244,12 +251,9 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
         id->withdraw();
     });
     throwUnlessSuccess("the keychain did not take the tokens", transaction->commit());
+    const auto faultOfId = faultOf([&] { id->commit(); });
     const auto fault = faultOfForgettingDeadHost();
-    try {
-        id->commit();
-    } catch (const platform::UserDefaultsError& error) {
-        throw CompanionError("signed in, but without the user id: " + std::string(error.what()));
-    }
+    if (!faultOfId.empty()) throw CompanionError("signed in, but without the user id: " + faultOfId);
     if (!fault.empty()) throw CompanionError("signed in, but " + fault);
 }
 
@@ -259,12 +263,9 @@ void signOut(const Notice& notice) {
     emptyKeychain(currentKeychain());
     emptyKeychain(server::legacyTokenKeychain());
     throwUnlessSuccess("the keychain cannot be emptied", transaction->commit());
+    const auto faultOfId = faultOf([] { deleteDefaults(SharedDefaultsKey::userId); });
     const auto fault = faultOfForgettingDeadHost();
-    try {
-        deleteDefaults(SharedDefaultsKey::userId);
-    } catch (const CompanionError& error) {
-        throw CompanionError("signed out, but the user id is still stored: " + std::string(error.what()));
-    }
+    if (!faultOfId.empty()) throw CompanionError("signed out, but the user id is still stored: " + faultOfId);
     if (!fault.empty()) throw CompanionError("signed out, but " + fault);
 }
 

@@ -2,6 +2,8 @@
 
 #include "host/companion/Links.hpp"
 
+#include <arpa/inet.h>
+
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
@@ -32,8 +34,11 @@ constexpr const char* ownHandler = "vela-companion.desktop";
 constexpr const char* handedOverVariable = "VELA_LINK_HANDED_OVER";
 constexpr int patienceWithDesktop = 5;
 
+/// A name may begin as such an address does.
 bool isLoopback(const std::string& host) {
-    return host == "localhost" || host == "::1" || host.starts_with("127.");
+    in_addr address = {};
+    const bool isAddress = ::inet_pton(AF_INET, host.c_str(), &address) == 1;
+    return host == "localhost" || host == "::1" || (isAddress && host.starts_with("127."));
 }
 
 /// On this machine alone nobody can listen to http.
@@ -88,6 +93,17 @@ void openByDesktop(const std::string& address, const std::map<std::string, std::
     if (status != 0) throw CompanionError("xdg-open could not open " + address);
 }
 
+/// What is noted as the app may be left of one that was removed.
+bool isTakenByApp(const Link& link) {
+    if (!link.target || !hasApp()) return false;
+    try {
+        openByDesktop(link.text, {{handedOverVariable, "yes"}});
+        return true;
+    } catch (const CompanionError&) {
+        return false;
+    }
+}
+
 asio::awaitable<int> notified(platform::BusCall call) {
     const auto executor = co_await asio::this_coro::executor;
     asio::steady_timer answered(executor, asio::steady_timer::time_point::max());
@@ -115,7 +131,7 @@ Link Link::read(const std::string& text) {
 }
 
 void openLink(const Link& link) {
-    if (link.target && hasApp()) return openByDesktop(link.text, {{handedOverVariable, "yes"}});
+    if (isTakenByApp(link)) return;
     if (isForSignIn(link)) showSignInWindow();
     if (link.isPageServed) return openByDesktop(link.page.absoluteString());
     throw CompanionError("nothing was opened: it would be " + link.target->words() + ", " +

@@ -27,10 +27,10 @@ struct Link {
     static Link read(const std::string& text);
 };
 
-/// Opens a link: by the app where another program than this one is there for the app's links; by the sign-in
-/// window where nobody is signed in and the link is for no order in particular; by the account site's page in
-/// the person's browser; and where nobody serves that, not at all. Waits for what opens it to take it. Throws
-/// CompanionError, which says what the link is for and what its page would be.
+/// Opens a link: by the app where another program than this one is there for the app's links and takes it; by
+/// the sign-in window where nobody is signed in and the link is for no order in particular; by the account
+/// site's page in the person's browser; and where nobody serves that, not at all. Waits for what opens it to
+/// take it. Throws CompanionError, which says what the link is for and what its page would be.
 void openLink(const Link& link);
 
 /// Has the desktop show a sentence to a person who clicked and has no terminal in sight. In vain where there

@@ -10,6 +10,7 @@
 #include "platform/Bundle/Bundle.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
 
@@ -36,6 +37,8 @@ int runProgram(int count, const char* const* arguments) {
 int main(int count, char** arguments) {
     platform::holdStandardStreams();
     platform::forbidCoreFiles();
+    // What somebody who signs out leaves behind is overwritten with the last use of it.
+    platform::wipeFreedMemory();
     ::signal(SIGCHLD, SIG_DFL);
     return platform::statusOf("vela-widget", [&] { return runProgram(count, arguments); });
 }

@@ -31,7 +31,7 @@ using platform::TrustedFolder;
 
 namespace {
 
-/// A host that ends gives its place up within this; one that is activated by mistake does.
+/// A host that ends, or is killed, gives its place up within this; one that is activated by mistake does.
 constexpr platform::Patience patienceWithHost = {.inAll = std::chrono::milliseconds(300),
                                                  .pause = std::chrono::milliseconds(20)};
 
@@ -99,18 +99,24 @@ std::optional<HostClaim> HostClaim::tryToTake(const HostAddress& address, Descri
     return HostClaim(address, std::move(folder), std::move(lock));
 }
 
+/// Nothing as well where the folder went with its host.
+std::optional<HostClaim> HostClaim::tryToTakeOf(const HostAddress& address, const Descriptor& folder) {
+    try {
+        return tryToTake(address, duplicateOf(folder));
+    } catch (const HostPlaceError&) {
+        struct stat found = {};
+        if (::fstat(folder, &found) != 0 || found.st_nlink > 0) throw;
+        return std::nullopt;
+    }
+}
+
 HostClaim HostClaim::wait(const HostAddress& address) {
     std::optional<Descriptor> folder;
     std::optional<HostClaim> claim;
     const bool isHad = patienceWithHost.suffices([&] {
         // The folder goes with its host.
         folder = openedFolder(address);
-        try {
-            if (auto taken = tryToTake(address, duplicateOf(*folder))) claim.emplace(*std::move(taken));
-        } catch (const HostPlaceError&) {
-            struct stat found = {};
-            if (::fstat(*folder, &found) != 0 || found.st_nlink > 0) throw;
-        }
+        if (auto taken = tryToTakeOf(address, *folder)) claim.emplace(*std::move(taken));
         return claim.has_value();
     });
     if (!isHad) {
@@ -189,9 +195,14 @@ void removeLeftoversOfDeadHost() {
     const auto address = placeOfPerson();
     if (!address) return;
     try {
-        const auto folder = TrustedFolder::open(address->folder);
-        if (!folder) return;
-        const auto claim = HostClaim::tryToTake(*address, duplicateOf(folder->descriptor()));
+        std::optional<HostClaim> claim;
+        patienceWithHost.suffices([&] {
+            const auto folder = TrustedFolder::open(address->folder);
+            if (!folder) return true;
+            if (auto taken = HostClaim::tryToTakeOf(*address, folder->descriptor()))
+                claim.emplace(*std::move(taken));
+            return claim.has_value();
+        });
         if (!claim) return;
         const int error = claim->removeFiles();
         for (const char* name : {HostClaim::notificationsName, HostClaim::notificationsTemporaryName})

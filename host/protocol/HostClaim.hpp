@@ -62,6 +62,8 @@ class HostClaim {
     static HostClaim wait(const HostAddress& address);
     /// Nothing while another has it.
     static std::optional<HostClaim> tryToTake(const HostAddress& address, platform::Descriptor folder);
+    static std::optional<HostClaim> tryToTakeOf(const HostAddress& address,
+                                                const platform::Descriptor& folder);
     int removeFiles() const;
 
     HostAddress address_;
@@ -70,7 +72,8 @@ class HostClaim {
 };
 
 /// Removes all that a live host which was killed has left of its person; nothing where one runs, which knows
-/// by itself what is stored, nor where there is no place for one. Throws HostPlaceError where it cannot be
+/// by itself what is stored, nor where there is no place for one. Waits a moment for one that may be about to
+/// end. Throws HostPlaceError where it cannot be
 /// removed.
 void removeLeftoversOfDeadHost();
 

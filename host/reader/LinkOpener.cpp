@@ -45,7 +45,10 @@ LinkOpening linkOpening(const std::string& link, const std::string& activationTo
         return {.program = companionProgram(),
                 .arguments = {"vela-companion", "open", link},
                 .variables = std::move(variables)};
-    std::vector<std::string> arguments = {"systemd-run", "--user", "--collect", "--quiet"};
+    // A unit is described in the journal, by its command line where nothing else is said: the link of a
+    // person who signs out would stay there.
+    std::vector<std::string> arguments = {"systemd-run", "--user", "--collect", "--quiet",
+                                          "--description=A link of the widget"};
     for (const auto& [name, value] : variables) arguments.push_back("--setenv=" + name + "=" + value);
     for (const auto& word : {companionProgram().string(), std::string("open"), link})
         arguments.push_back(word);

@@ -25,6 +25,7 @@
 #include "host/protocol/LiveCoding.hpp"
 #include "host/protocol/LiveState.hpp"
 #include "host/protocol/MessageChannel.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "widget/DrawingRequest.hpp"
 
 namespace host {
@@ -51,8 +52,8 @@ class LiveHostClient {
 
     struct Options {
         IfMissing ifMissing = IfMissing::start;
-        /// Whose `run` is the live host.
-        std::filesystem::path program = "/proc/self/exe";
+        /// Whose `run` is the live host; of a reader that outlived an upgrade, the newer program's.
+        std::filesystem::path program = platform::executablePath();
         /// How long a host that was started may take until it listens.
         std::chrono::milliseconds patience = std::chrono::seconds(5);
         /// How long an answer may take: a reload waits for the extension, and that for the server.

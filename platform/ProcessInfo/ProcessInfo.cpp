@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -71,8 +72,13 @@ std::optional<fs::path> stateHome() {
 }
 
 fs::path executablePath() {
+    // What the kernel appends where the file has gone (proc(5)), or another has taken its name.
+    constexpr std::string_view mark = " (deleted)";
     std::error_code error;
-    return fs::read_symlink("/proc/self/exe", error);
+    const auto path = fs::read_symlink("/proc/self/exe", error);
+    const std::string_view text = path.native();
+    if (!text.ends_with(mark) || fs::exists(path, error)) return path;
+    return text.substr(0, text.size() - mark.size());
 }
 
 void forbidCoreFiles() {

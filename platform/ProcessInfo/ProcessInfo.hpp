@@ -23,7 +23,7 @@ std::optional<std::filesystem::path> dataHome();
 /// The same of $XDG_STATE_HOME and ~/.local/state.
 std::optional<std::filesystem::path> stateHome();
 
-/// The running executable's path.
+/// The running executable's path; the one it had, where it was removed or replaced since.
 std::filesystem::path executablePath();
 
 /// Bars core files and, where the system allows, other processes' reads of this one's memory: it holds

@@ -75,6 +75,17 @@ TEST_F(ClickedLink, GoesToTheAppWhereThereIsOne) {
     EXPECT_EQ(whatWasOpened(), "1|velaapp://order/42|yes|");
 }
 
+TEST_F(ClickedLink, IsForThePageWhereWhatIsNotedAsTheAppDoesNotTakeIt) {
+    answer("an-app-that-was-removed.desktop");
+    note("xdg-open", "printf '%s|' \"$1\" >> " + opened.string() + "; case $1 in velaapp:*) exit 3;; esac");
+    EXPECT_EQ(companion({"open", "velaapp://order/42"}).status, 0);
+    EXPECT_EQ(whatWasOpened(), "velaapp://order/42|http://127.0.0.1:9/order/42|");
+    environment["BASE_URL"] = "https://account.vela.example";
+    const auto result = companion({"open", "velaapp://order/42"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errors, HasSubstr("nothing was opened: it would be the order 42"));
+}
+
 TEST_F(ClickedLink, DoesNotGoInCircles) {
     answer("vela-companion.desktop");
     EXPECT_EQ(companion({"open", "velaapp://order/42"}).status, 0);
@@ -95,7 +106,8 @@ TEST_F(ClickedLink, IsToldWhereNoSiteIsConfigured) {
 
 TEST_F(ClickedLink, NeverGoesOverAnInsecureConnection) {
     for (const char* address :
-         {"http://account.test", "ftp://account.test", "javascript:alert(1)//", "file:///etc"}) {
+         {"http://account.test", "http://127.account.test", "http://localhost.account.test",
+          "ftp://account.test", "javascript:alert(1)//", "file:///etc"}) {
         environment["BASE_URL"] = address;
         const auto result = companion({"open", "velaapp://order/42"});
         EXPECT_EQ(result.status, 1) << address;

@@ -68,7 +68,10 @@ HostSocket::HostSocket(const asio::any_io_executor& executor, int socket, Served
       served_(served),
       options_(std::move(options)),
       idle_(executor) {
-    observation_ = served_.host.observe([this](const LiveState& state, LiveHost::Change) { tell(state); });
+    observation_ = served_.host.observe([this](const LiveState& state, LiveHost::Change change) {
+        if (change == LiveHost::Change::forgotten) dropSlowReaders();
+        tell(state);
+    });
     awaitReaders();
 }
 
@@ -198,6 +201,12 @@ LiveHostStatus HostSocket::status() {
             .lastFetch = served_.host.lastFetch(),
             .nextFetch = served_.host.nextFetch(),
             .readers = following};
+}
+
+/// What waits for them is of one who has gone. They come back for what is shown now.
+void HostSocket::dropSlowReaders() {
+    for (const auto& reader : readers_)
+        if (reader->channel->queuedBytes() > 0) reader->channel->close();
 }
 
 void HostSocket::tell(const LiveState& state) {

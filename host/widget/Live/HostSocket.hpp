@@ -78,6 +78,7 @@ class HostSocket {
     boost::asio::awaitable<void> dismiss(std::shared_ptr<MessageChannel> channel, std::string words);
     LiveHostStatus status();
     void tell(const LiveState& state);
+    void dropSlowReaders();
     void drop(const std::shared_ptr<Reader>& reader);
     void awaitReaders();
 

@@ -180,16 +180,28 @@ asio::awaitable<std::optional<CredentialReport>> LiveHost::storedCredentials() {
 /// Whether somebody signed out is found out by the next timeline, whenever that comes.
 void LiveHost::takeSilence() {
     policy_.noted(ReloadCause::defaults, surroundings_.clock.now());
-    if (!areTokensInDoubt_ || state_.isPlaceholder || !isGood(state_.entry)) return;
+    if (areTokensInDoubt_) forgetShown(LiveTrouble::extensionFailed);
+}
+
+/// The tokens may be what they were, unless the account that stood beside them went as well: a sign-out takes
+/// both, and a keyring that is locked right after it does not tell that it holds nothing.
+void LiveHost::takeUnreadable(const CredentialReport& report) {
+    if (!known_ || !known_->account || known_->account == report.account) return;
+    known_.reset();
+    forgetShown(troubleIn({.credentials = report}));
+}
+
+void LiveHost::forgetShown(LiveTrouble trouble) {
+    if (state_.isPlaceholder || !isGood(state_.entry)) return;
     auto successor = placeholder();
-    successor.trouble = LiveTrouble::extensionFailed;
+    successor.trouble = trouble;
     forget(std::move(successor));
 }
 
 void LiveHost::takeCredentials(const CredentialReport& report) {
     areTokensInDoubt_ = false;
-    // What cannot be read now may be what it was.
-    if (report.state != CredentialState::none && report.state != CredentialState::stored) return;
+    if (report.state != CredentialState::none && report.state != CredentialState::stored)
+        return takeUnreadable(report);
     const auto before = std::exchange(known_, report);
     if (report.state == CredentialState::none) {
         const bool isShown = isGood(state_.entry) || state_.trouble;
@@ -259,8 +271,11 @@ bool LiveHost::isOfAnother(const widget::FetchOutcome& outcome) const {
 void LiveHost::takeEntry(LiveExtension::Answer answer) {
     const auto now = surroundings_.clock.now();
     auto& entry = answer.timeline.entries.front();
-    known_ = answer.outcome.credentials;
-    good_ = {.entry = entry, .date = now, .owner = answer.outcome.credentials};
+    auto owner = answer.outcome.credentials;
+    // A sign-in stores it after the tokens, which may have been on their way by then.
+    if (!owner.account && known_ && known_->tokens == owner.tokens) owner.account = known_->account;
+    known_ = owner;
+    good_ = {.entry = entry, .date = now, .owner = owner};
     policy_.answered(now, answer.timeline.policy.after);
     show({.entry = std::move(entry)});
 }

@@ -93,6 +93,8 @@ class LiveHost {
     boost::asio::awaitable<void> check();
     boost::asio::awaitable<std::optional<widget::CredentialReport>> storedCredentials();
     void takeSilence();
+    void takeUnreadable(const widget::CredentialReport& report);
+    void forgetShown(LiveTrouble trouble);
     void takeCredentials(const widget::CredentialReport& report);
     void takeOtherTokens(const widget::CredentialReport& report, const widget::CredentialReport& before);
 

@@ -4,17 +4,20 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "tests/support/ChildProcess.hpp"
@@ -165,6 +168,29 @@ TEST_F(HostPlaceTest, TakesOverFromAHostThatWasKilled) {
     EXPECT_FALSE(fs::exists(inside("entry.json")));
     EXPECT_FALSE(fs::exists(inside(".systemSmall-dark@2x.png.tmp")));
     EXPECT_TRUE(fs::exists(inside("notes")));
+}
+
+TEST_F(HostPlaceTest, IsClearedOfAHostThatIsKilledInThisMoment) {
+    // What is killed holds its lock for as long as the system takes to end it.
+    folder.write("vela-widget/entry.json", "somebody's");
+    folder.write("vela-widget/host.lock", "1\n");
+    fs::permissions(folder.path() / "vela-widget", fs::perms::owner_all);
+    std::optional<Descriptor> lock(::open(inside("host.lock").c_str(), O_RDWR | O_CLOEXEC));
+    ASSERT_EQ(::flock(*lock, LOCK_EX), 0);
+    std::thread end([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        lock.reset();
+    });
+    removeLeftoversOfDeadHost();
+    end.join();
+    EXPECT_FALSE(fs::exists(inside("entry.json")));
+}
+
+TEST_F(HostPlaceTest, IsNotClearedOfAHostThatRuns) {
+    const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+    folder.write("vela-widget/entry.json", "hers");
+    removeLeftoversOfDeadHost();
+    EXPECT_TRUE(fs::exists(inside("entry.json")));
 }
 
 TEST_F(HostPlaceTest, LeavesASocketThatSomebodyListensOn) {

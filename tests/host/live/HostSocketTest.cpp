@@ -345,6 +345,38 @@ TEST_F(HostSocketTest, DropsAReaderThatAsksAndNeverReads) {
     ::close(socket);
 }
 
+TEST_F(HostSocketTest, KeepsNothingForASlowReaderOfOneWhoHasSignedOut) {
+    extension.shopName = std::string(400'000, 'x');
+    open();
+    start();
+    const auto question = frameOf(R"({"id":1,"request":"follow"})");
+    const int waiting = rawReader();
+    say(waiting, frameOf(greeting) + question);
+    const int following = rawReader();
+    say(following, frameOf(greeting) + question);
+    // It takes what it asked for, and then no more.
+    std::size_t taken = 0;
+    std::array<char, 4096> part;
+    until([&] {
+        const auto length = ::recv(following, part.data(), part.size(), MSG_DONTWAIT);
+        taken += length > 0 ? static_cast<std::size_t>(length) : 0;
+        return taken > 400'000;
+    });
+    extension.shopName = std::string(400'000, 'y');
+    host.askNow();
+    clock.settle();
+    const auto views = follow(client());
+    until([&] { return !views->empty(); });
+    ASSERT_EQ(door->readerCount(), 3u);
+
+    extension.answerWith(CredentialState::none, ServerContact::refused);
+    happens(SystemEvent::secretsChanged);
+    EXPECT_TRUE(until([&] { return door->readerCount() == 1; }, std::chrono::seconds(5)));
+    EXPECT_TRUE(until([&] { return views->back() == "notLoggedIn"; }));
+    ::close(waiting);
+    ::close(following);
+}
+
 TEST_F(HostSocketTest, OutlivesAHundredReadersThatComeAndGo) {
     open();
     start();

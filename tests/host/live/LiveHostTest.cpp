@@ -196,9 +196,52 @@ TEST_F(LiveHostTest, KeepsItsEntryWhereOnlySettingsChangeWhileTheExtensionFails)
     EXPECT_EQ(forgotten, 0);
 }
 
+TEST_F(LiveHostTest, ForgetsAPersonWhoseAccountWentWhereTheTokensCannotBeRead) {
+    for (const auto& [state, trouble] : {std::pair(CredentialState::locked, "keychainLocked"),
+                                         std::pair(CredentialState::unreadable, "keychainUnreadable")}) {
+        SCOPED_TRACE(trouble);
+        extension.signIn(1, 11, "Ada's");
+        host.askNow();
+        if (seen.empty()) start();
+        clock.settle();
+        ASSERT_EQ(shown(), "Ada's");
+        // A keyring that is locked at once after a sign-out hides that nothing is in it.
+        extension.stored = {.state = state};
+        extension.outcome = {.credentials = extension.stored, .server = ServerContact::refused};
+        const int before = forgotten;
+        happens(SystemEvent::secretsChanged);
+        EXPECT_EQ(shown(), "Shop Name");
+        EXPECT_EQ(this->trouble(), trouble);
+        EXPECT_EQ(forgotten, before + 1);
+        happens(SystemEvent::defaultsChanged);
+        EXPECT_EQ(forgotten, before + 1);
+    }
+    const int timelines = extension.timelines;
+    extension.signIn(1, 11, "Ada's");
+    happens(SystemEvent::secretsChanged);
+    clock.advance(1);
+    EXPECT_EQ(shown(), "Ada's");
+    EXPECT_GT(extension.timelines, timelines);
+}
+
+TEST_F(LiveHostTest, KnowsAnAccountThatWasStoredWhileItAsked) {
+    // A sign-in stores the tokens first.
+    extension.outcome.credentials.account.reset();
+    extension.isHeld = true;
+    start();
+    happens(SystemEvent::defaultsChanged);
+    extension.release();
+    clock.settle();
+    ASSERT_EQ(shown(), "Ada's");
+    extension.signIn(2, 11, "Ada's");
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(forgotten, 0) << "somebody renewed her tokens";
+    EXPECT_EQ(shown(), "Ada's");
+}
+
 TEST_F(LiveHostTest, TakesALockedKeyringForNoSignOut) {
     start();
-    extension.stored = {.state = CredentialState::locked};
+    extension.stored = {.state = CredentialState::locked, .account = extension.stored.account};
     happens(SystemEvent::secretsChanged);
     EXPECT_EQ(shown(), "Ada's");
     EXPECT_EQ(forgotten, 0);

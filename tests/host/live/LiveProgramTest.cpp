@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "tests/host/Person.hpp"
+#include "tests/support/ProcessMemory.hpp"
 #include "widget/SupportedFamilies.hpp"
 
 namespace host {
@@ -112,37 +113,8 @@ class LiveProgram : public Person {
 
     /// How often the live host's memory holds it.
     int timesInMemory(const std::string& word) {
-        const auto process = "/proc/" + std::to_string(host().processIdentifier());
-        std::ifstream maps(process + "/maps");
-        std::ifstream memory(process + "/mem", std::ios::binary);
-        std::string line;
-        int count = 0;
-        while (std::getline(maps, line)) {
-            if (line.find(" rw") == std::string::npos) continue;
-            const auto dash = line.find('-');
-            const auto begin = std::stoull(line.substr(0, dash), nullptr, 16);
-            const auto end = std::stoull(line.substr(dash + 1), nullptr, 16);
-            std::string bytes(end - begin, '\0');
-            memory.clear();
-            memory.seekg(static_cast<std::streamoff>(begin));
-            memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-            for (auto found = bytes.find(word); found != std::string::npos;
-                 found = bytes.find(word, found + 1))
-                ++count;
-        }
-        return count;
+        return platform::testing::timesInMemory(host().processIdentifier(), word).value_or(-1);
     }
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VELA_TEST_SANITIZED
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(VELA_TEST_SANITIZED)
-    static constexpr bool isSanitized = true;
-#else
-    static constexpr bool isSanitized = false;
-#endif
 
     static constexpr const char* someShop = "Fathom";
 
@@ -478,7 +450,7 @@ TEST_F(LiveProgram, SaysWhyItHasNoPlace) {
 }
 
 TEST_F(LiveProgram, KnowsNoToken) {
-    if (isSanitized) GTEST_SKIP() << "a sanitizer's memory is too large to be read";
+    if (platform::testing::isMemorySanitized) GTEST_SKIP() << "a sanitizer's memory is too large to be read";
     startSandbox();
     signIn();
     startHost();
@@ -488,7 +460,7 @@ TEST_F(LiveProgram, KnowsNoToken) {
 }
 
 TEST_F(LiveProgram, HasNothingInMemoryOfOneWhoHasSignedOut) {
-    if (isSanitized) GTEST_SKIP() << "a sanitizer keeps what is freed";
+    if (platform::testing::isMemorySanitized) GTEST_SKIP() << "a sanitizer keeps what is freed";
     startSandbox();
     signInAtSandbox();
     startHost({"--family", "systemSmall"});

@@ -14,6 +14,7 @@
 #include "host/reader/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "tests/host/Person.hpp"
+#include "tests/support/ProcessMemory.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 
 namespace host {
@@ -77,42 +78,18 @@ class RenewedProgram : public Person {
     }
     bool showsTheShop() const { return text(path("entry.json")).find(someShop) != std::string::npos; }
 
-    bool runs(const fs::path& file) const {
+    bool runs(const fs::path& file) const { return runs(file, host->processIdentifier()); }
+    static bool runs(const fs::path& file, pid_t process) {
         struct stat wanted = {};
         struct stat running = {};
-        const auto link = "/proc/" + std::to_string(host->processIdentifier()) + "/exe";
+        const auto link = "/proc/" + std::to_string(process) + "/exe";
         return ::stat(file.c_str(), &wanted) == 0 && ::stat(link.c_str(), &running) == 0 &&
                wanted.st_ino == running.st_ino;
     }
 
     bool isInMemory(const std::string& word) const {
-        const auto process = "/proc/" + std::to_string(host->processIdentifier());
-        std::ifstream maps(process + "/maps");
-        std::ifstream memory(process + "/mem", std::ios::binary);
-        std::string line;
-        while (std::getline(maps, line)) {
-            if (line.find(" rw") == std::string::npos) continue;
-            const auto begin = std::stoull(line, nullptr, 16);
-            const auto end = std::stoull(line.substr(line.find('-') + 1), nullptr, 16);
-            std::string bytes(end - begin, '\0');
-            memory.clear();
-            memory.seekg(static_cast<std::streamoff>(begin));
-            memory.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-            if (bytes.find(word) != std::string::npos) return true;
-        }
-        return false;
+        return platform::testing::timesInMemory(host->processIdentifier(), word) != 0;
     }
-
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define VELA_TEST_SANITIZED_RENEWAL
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(VELA_TEST_SANITIZED_RENEWAL)
-    static constexpr bool isSanitized = true;
-#else
-    static constexpr bool isSanitized = false;
-#endif
 
     static constexpr const char* someShop = "Fathom";
     fs::path bin = folder.path() / "bin";
@@ -172,7 +149,7 @@ TEST_F(RenewedProgram, GoesOnAsItIsWhereTheNewOneDoesNotRun) {
 }
 
 TEST_F(RenewedProgram, HoldsNothingOfAPersonWhoSignsOut) {
-    if (isSanitized) GTEST_SKIP() << "the sanitizers keep what is freed";
+    if (platform::testing::isMemorySanitized) GTEST_SKIP() << "the sanitizers keep what is freed";
     startHost();
     ASSERT_TRUE(eventually([&] { return showsTheShop(); }, std::chrono::seconds(30)));
     put("vela-widget");
@@ -200,6 +177,31 @@ TEST_F(RenewedProgram, IsFollowedByAReaderThatWentOnShowing) {
         << text(lines);
     EXPECT_FALSE(showsTheShop());
     bar.sendSignalToGroup(SIGTERM);
+}
+
+TEST_F(RenewedProgram, IsStartedByAReaderOfTheOldOne) {
+    const auto lines = folder.path() / "lines";
+    ProgramRun reader = {.program = "/bin/sh"};
+    reader.arguments = {"-c", "exec \"$0\" bar --format plain --follow > \"$1\"",
+                        (bin / "vela-widget").string(), lines.string()};
+    reader.environment = environment;
+    BackgroundProgram bar(reader);
+    const auto process = [&] {
+        pid_t number = 0;
+        std::ifstream(path("host.lock")) >> number;
+        return number;
+    };
+    ASSERT_TRUE(eventually([&] { return showsTheShop(); }, std::chrono::seconds(30)));
+    const auto first = process();
+    ASSERT_GT(first, 0);
+    put("vela-widget");
+    ::kill(first, SIGKILL);
+    ASSERT_TRUE(eventually([&] { return process() > 0 && process() != first && showsTheShop(); },
+                           std::chrono::seconds(30)));
+    EXPECT_TRUE(runs(bin / "vela-widget", process()));
+    bar.sendSignalToGroup(SIGTERM);
+    ::kill(process(), SIGTERM);
+    EXPECT_TRUE(eventually([&] { return !fs::exists(path("")); }));
 }
 
 }  // namespace

@@ -144,8 +144,10 @@ TEST(LinkOpening, OfAServiceIsTheServiceManagers) {
     EXPECT_THAT(
         opening.arguments,
         ::testing::ElementsAre("systemd-run", "--user", "--collect", "--quiet",
-                               "--setenv=DESKTOP_STARTUP_ID=token", "--setenv=XDG_ACTIVATION_TOKEN=token",
-                               companionProgram().string(), "open", "velaapp://delivery/1"));
+                               // What the journal keeps names no order.
+                               "--description=A link of the widget", "--setenv=DESKTOP_STARTUP_ID=token",
+                               "--setenv=XDG_ACTIVATION_TOKEN=token", companionProgram().string(), "open",
+                               "velaapp://delivery/1"));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "tests/host/readers/LivePerson.hpp"
+#include "tests/support/ProcessMemory.hpp"
 #include "tests/support/WireClient.hpp"
 
 namespace host {
@@ -91,6 +92,21 @@ TEST_F(PageProgramTest, TellsItsReadersOfASignOutAndHasNothingLeft) {
     EXPECT_EQ(companion({"sign-out"}).status, 0);
     EXPECT_THAT(reader.hear("\"holdsPackages\":false"), HasSubstr("\"holdsPackages\":false"));
     EXPECT_THAT(page(), Not(HasSubstr("Fathom")));
+}
+
+TEST_F(PageProgramTest, HoldsNothingInMemoryOfOneWhoHasSignedOut) {
+    const auto times = [this](const std::string& word) {
+        return platform::testing::timesInMemory(serving().processIdentifier(), word);
+    };
+    if (platform::testing::isMemorySanitized || !times("any"))
+        GTEST_SKIP() << "its memory is closed to this process, or a sanitizer's";
+    for (int count = 0; count < 3; ++count)
+        ASSERT_TRUE(eventually([&] { return page().find("Fathom") != std::string::npos; }));
+    EXPECT_GT(times("Fathom"), 0);
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    ASSERT_TRUE(eventually([&] { return page().find("Fathom") == std::string::npos; }));
+    for (const char* word : {"Fathom", "velaapp://order/5501", "Birthday present"})
+        EXPECT_TRUE(eventually([&] { return times(word) == 0; })) << word << " " << *times(word);
 }
 
 TEST_F(PageProgramTest, EndsAtOnceWithReadersConnected) {
