@@ -14,7 +14,7 @@ import pyatspi
 
 def applications():
     desktop = pyatspi.Registry.getDesktop(0)
-    return [app for app in desktop if app is not None and app.name == "vela-widget"]
+    return [app for app in desktop if app is not None and app.name.startswith("vela-")]
 
 
 def link_of(item):
