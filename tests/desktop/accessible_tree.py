@@ -26,6 +26,7 @@ def link_of(item):
 
 def tree(item):
     return {"name": item.name, "role": item.getRoleName(), "description": item.description, "link": link_of(item),
+            "showing": item.getState().contains(pyatspi.STATE_SHOWING),
             "focused": item.getState().contains(pyatspi.STATE_FOCUSED), "children": [tree(child) for child in item]}
 
 
