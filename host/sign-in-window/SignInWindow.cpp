@@ -80,7 +80,7 @@ SignInWindow::SignInWindow() {
     resultWords_.set_selectable(true);
     addClass(result_, "vela-result");
     // A screen reader says it when it comes.
-    result_.get_accessible()->set_role(Atk::ROLE_ALERT);
+    resultWords_.get_accessible()->set_role(Atk::ROLE_ALERT);
     dynamic_cast<Gtk::Container&>(*result_.get_content_area()).add(resultWords_);
     result_.set_no_show_all(true);
     page_.pack_start(result_, Gtk::PACK_SHRINK);
@@ -168,10 +168,8 @@ void SignInWindow::addButtons() {
 void SignInWindow::takeDrops() {
     // The toolkit itself tells the source that the drop is over.
     drag_dest_set({Gtk::TargetEntry("text/uri-list")}, Gtk::DEST_DEFAULT_ALL, Gdk::ACTION_COPY);
-    signal_drag_data_received().connect(
-        [this](const auto&, int, int, const Gtk::SelectionData& data, guint, guint) {
-            takeDropped(data.get_uris());
-        });
+    signal_drag_data_received().connect([this](const auto&, int, int, const Gtk::SelectionData& data, guint,
+                                               guint) { takeDropped(data.get_uris()); });
     // A field would take a dropped file's name for a token.
     for (auto* field : {&accessToken_, &refreshToken_}) field->drag_dest_unset();
     for (auto* field : {&accessToken_, &refreshToken_})
@@ -227,9 +225,9 @@ void SignInWindow::learnState() {
 
 void SignInWindow::explain(const std::string& status) {
     const bool isSignedIn = valueIn(status, "signed in") == "yes";
-    state_.set_text(isSignedIn
-                        ? "Somebody is signed in on this machine; signing in anew takes the place of that."
-                        : "Sign in once; from then on your parcels and orders are on every surface you look at.");
+    state_.set_text(
+        isSignedIn ? "Somebody is signed in on this machine; signing in anew takes the place of that."
+                   : "Sign in once; from then on your parcels and orders are on every surface you look at.");
     const auto place = valueIn(status, "kept in");
     explanation_.set_text(
         "The two tokens are kept in " + (place.empty() ? "your keychain" : place) +

@@ -126,7 +126,7 @@ class SignInWindow(unittest.TestCase):
             self.keys("type", "secret-one")
             self.keys("key", "Return")
             self.says("Both fields hold the same text")
-            self.assertTrue(any(item["role"] == "alert" for item in self.tree()))
+            self.assertIn("alert", [item["role"] for item in self.tree()])
             self.assertFalse(self.is_signed_in())
 
     def test_what_is_pasted_anywhere_signs_in(self):
