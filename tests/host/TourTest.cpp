@@ -171,6 +171,15 @@ TEST_F(Tour, GoesByItselfWithoutATerminalAndChangesNothing) {
     expectNothingLeft();
 }
 
+TEST_F(Tour, SaysWhichPackageTheSamplePersonsServerIsIn) {
+    const auto alone = folder.path() / "vela-widget";
+    std::filesystem::copy(platform::testing::programFolder() / "vela-widget", alone);
+    const auto result = program(alone.string(), {"tour", "--yes"}).run();
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_THAT(result.output, HasSubstr("it is in the package vela-sandbox"));
+    expectNothingLeft();
+}
+
 TEST_F(Tour, SaysWhatItWouldDoWithoutATerminal) {
     const auto result = widget({"tour"});
     EXPECT_EQ(result.status, 2);

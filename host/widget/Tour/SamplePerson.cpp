@@ -3,6 +3,7 @@
 #include "host/widget/Tour/SamplePerson.hpp"
 
 #include <stdlib.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <fstream>
@@ -21,6 +22,9 @@ constexpr int patienceWithCredentials = 5;
 }  // namespace
 
 SamplePerson::SamplePerson(const Guide& guide) {
+    if (::access(ownProgram("vela-sandbox").c_str(), X_OK) != 0)
+        throw std::runtime_error(
+            "her server, vela-sandbox, is not installed: it is in the package vela-sandbox");
     std::error_code error;
     std::string name = (std::filesystem::temp_directory_path(error) / "vela-tour-XXXXXX").string();
     if (error || !::mkdtemp(name.data())) throw std::runtime_error("there is no room for a sample person");
