@@ -33,6 +33,14 @@ constexpr std::string_view pasteEnds = "201~";
 
 constexpr std::array watchedSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP};
 
+/// The system stops a job in the background here until it is brought to the front: until then the terminal's
+/// modes are the shell's line editor's, and its screen is not ours to write on.
+bool awaitForeground(int terminal) {
+    while (::tcdrain(terminal) != 0)
+        if (errno != EINTR) return false;
+    return true;
+}
+
 bool isIgnored(int signal) {
     struct sigaction action = {};
     return ::sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
@@ -107,7 +115,7 @@ bool SecretLine::isWholeObject() const {
 }
 
 SecretPrompt::SecretPrompt() : terminal_(::open("/dev/tty", O_RDWR | O_CLOEXEC)) {
-    if (!terminal_.isOpen() || ::tcgetattr(terminal_, &modes_) != 0)
+    if (!terminal_.isOpen() || !awaitForeground(terminal_) || ::tcgetattr(terminal_, &modes_) != 0)
         throw CompanionError("there is no terminal to ask on: " + std::string(::strerror(errno)));
     ::sigemptyset(&watched_);
     for (const int signal : watchedSignals)
@@ -183,7 +191,8 @@ void SecretPrompt::takeSignal(std::string_view question) {
 }
 
 void SecretPrompt::hide() {
-    ::tcgetattr(terminal_, &modes_);
+    if (!awaitForeground(terminal_) || ::tcgetattr(terminal_, &modes_) != 0)
+        throw CompanionError("the terminal is gone; nothing was changed");
     termios hidden = modes_;
     // The keys that send signals go on doing so. A whole line at a time would be cut at 4096 bytes.
     hidden.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHOE | ECHOK | ECHONL | IEXTEN);

@@ -21,8 +21,10 @@ constexpr int longestToken = 65'535;
 constexpr const char* style = R"(
 .vela-heading { font-size: 170%; font-weight: 700; }
 .vela-drop { border: 2px dashed alpha(currentColor, 0.35); border-radius: 12px; padding: 18px; }
-.vela-drop:drop(active) { border-color: @theme_selected_bg_color; box-shadow: none; }
+window:drop(active) { box-shadow: none; }
+window:drop(active) .vela-drop { border-color: @theme_selected_bg_color; }
 .vela-small { font-size: 90%; }
+.vela-result.info > revealer > box { background-color: alpha(@theme_selected_bg_color, 0.15); }
 )";
 
 void wrap(Gtk::Label& label) {
@@ -56,7 +58,9 @@ std::string trimmedText(const Gtk::Entry& field) {
 SignInWindow::SignInWindow() {
     set_title("Sign in to Vela");
     set_icon_name("vela-widget");
-    set_default_size(widthInPixels, -1);
+    // As high as what it says: a person has nothing to gain by another size.
+    set_resizable(false);
+    page_.set_size_request(widthInPixels, -1);
     set_position(Gtk::WIN_POS_CENTER);
     const auto provider = Gtk::CssProvider::create();
     provider->load_from_data(style);
@@ -74,6 +78,9 @@ SignInWindow::SignInWindow() {
     page_.pack_start(inputs_, Gtk::PACK_SHRINK);
     wrap(resultWords_);
     resultWords_.set_selectable(true);
+    addClass(result_, "vela-result");
+    // A screen reader says it when it comes.
+    resultWords_.get_accessible()->set_role(Atk::ROLE_ALERT);
     dynamic_cast<Gtk::Container&>(*result_.get_content_area()).add(resultWords_);
     result_.set_no_show_all(true);
     page_.pack_start(result_, Gtk::PACK_SHRINK);
@@ -97,8 +104,7 @@ void SignInWindow::addFileArea() {
     choose_.signal_clicked().connect([this] { chooseFile(); });
     area->pack_start(choose_, Gtk::PACK_SHRINK);
     addClass(*area, "vela-drop");
-    fileArea_.add(*area);
-    inputs_.pack_start(fileArea_, Gtk::PACK_SHRINK);
+    inputs_.pack_start(*area, Gtk::PACK_SHRINK);
 }
 
 void SignInWindow::addTokenFields() {
@@ -160,21 +166,24 @@ void SignInWindow::addButtons() {
 }
 
 void SignInWindow::takeDrops() {
-    fileArea_.drag_dest_set({Gtk::TargetEntry("text/uri-list")}, Gtk::DEST_DEFAULT_ALL, Gdk::ACTION_COPY);
-    fileArea_.signal_drag_data_received().connect([this](const Glib::RefPtr<Gdk::DragContext>& context, int,
-                                                         int, const Gtk::SelectionData& data, guint,
-                                                         guint time) {
-        const auto addresses = data.get_uris();
-        context->drag_finish(addresses.size() == 1, false, time);
-        try {
-            if (addresses.size() != 1) return tell(Gtk::MESSAGE_WARNING, "Drop one file.");
-            signInWithFile(Glib::filename_from_uri(addresses.front()));
-        } catch (const Glib::Error&) {
-            tell(Gtk::MESSAGE_WARNING, "That is no file of this machine.");
-        }
-    });
+    // The toolkit itself tells the source that the drop is over.
+    drag_dest_set({Gtk::TargetEntry("text/uri-list")}, Gtk::DEST_DEFAULT_ALL, Gdk::ACTION_COPY);
+    signal_drag_data_received().connect([this](const auto&, int, int, const Gtk::SelectionData& data, guint,
+                                               guint) { takeDropped(data.get_uris()); });
+    // A field would take a dropped file's name for a token.
+    for (auto* field : {&accessToken_, &refreshToken_}) field->drag_dest_unset();
     for (auto* field : {&accessToken_, &refreshToken_})
         g_signal_connect(field->gobj(), "paste-clipboard", G_CALLBACK(pasteInPlaceOf), this);
+}
+
+void SignInWindow::takeDropped(const std::vector<Glib::ustring>& addresses) {
+    if (!inputs_.get_sensitive() || !inputs_.get_visible()) return;
+    if (addresses.size() != 1) return tell(Gtk::MESSAGE_WARNING, "Drop one file.");
+    try {
+        signInWithFile(Glib::filename_from_uri(addresses.front()));
+    } catch (const Glib::Error&) {
+        tell(Gtk::MESSAGE_WARNING, "That is no file of this machine.");
+    }
 }
 
 /// The field's own would take the blanks around it, too.
@@ -216,9 +225,9 @@ void SignInWindow::learnState() {
 
 void SignInWindow::explain(const std::string& status) {
     const bool isSignedIn = valueIn(status, "signed in") == "yes";
-    state_.set_text(isSignedIn
-                        ? "Somebody is signed in on this machine; signing in anew takes the place of that."
-                        : "From then on your parcels and orders are on every surface you look at.");
+    state_.set_text(
+        isSignedIn ? "Somebody is signed in on this machine; signing in anew takes the place of that."
+                   : "Sign in once; from then on your parcels and orders are on every surface you look at.");
     const auto place = valueIn(status, "kept in");
     explanation_.set_text(
         "The two tokens are kept in " + (place.empty() ? "your keychain" : place) +
@@ -253,6 +262,11 @@ std::optional<std::string> SignInWindow::pastedPair() {
         field->grab_focus();
         return std::nullopt;
     }
+    if (access == refresh) {
+        tell(Gtk::MESSAGE_WARNING, "Both fields hold the same text; a pair has two different tokens.");
+        refreshToken_.grab_focus();
+        return std::nullopt;
+    }
     const boost::json::value pair = {{"accessToken", access}, {"refreshToken", refresh}};
     return platform::JSONSerialization::dataWithJSONObject(pair, platform::JSONKeyOrder::ascendingBytes);
 }
@@ -280,14 +294,12 @@ void SignInWindow::conclude(const CompanionRun::Outcome& outcome) {
     for (auto* field : {&accessToken_, &refreshToken_}) field->set_text("");
     inputs_.hide();
     signIn_.hide();
-    state_.set_text("");
     state_.hide();
     heading_.set_text("You are signed in");
     set_title("You are signed in");
-    tell(Gtk::MESSAGE_INFO, "You are signed in. Your parcels and orders are on their way to your surfaces.");
+    tell(Gtk::MESSAGE_INFO, "Your parcels and orders are on their way to your surfaces.");
     set_default(close_);
     close_.grab_focus();
-    resize(widthInPixels, 1);
     run_.reset();
 }
 
@@ -296,7 +308,8 @@ void SignInWindow::paste(Gtk::Entry& field) {
     Gtk::Clipboard::get()->request_text([this, &field](const Glib::ustring& text) {
         const std::string pasted(platform::trimmed(text.raw()));
         if (pasted.empty()) return tell(Gtk::MESSAGE_WARNING, "There is no text to paste.");
-        if (text.size() > static_cast<std::size_t>(longestToken))
+        const auto kept = field.get_text_length();
+        if (text.size() + kept > static_cast<std::size_t>(longestToken))
             return tell(Gtk::MESSAGE_WARNING, "That is too long for a pair of tokens.");
         field.delete_selection();
         int position = field.get_position();
@@ -307,7 +320,7 @@ void SignInWindow::paste(Gtk::Entry& field) {
 
 void SignInWindow::tell(Gtk::MessageType type, const std::string& words) {
     result_.set_message_type(type);
-    resultWords_.set_text(words);
+    resultWords_.set_text(Glib::ustring(words).make_valid());
     // Shown anew, a screen reader says it.
     result_.hide();
     result_.show();

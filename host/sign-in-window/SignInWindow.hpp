@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/sign-in-window/CompanionRun.hpp"
 
@@ -28,6 +29,7 @@ class SignInWindow : public Gtk::ApplicationWindow {
     void addExplanation();
     void addButtons();
     void takeDrops();
+    void takeDropped(const std::vector<Glib::ustring>& addresses);
 
     void learnState();
     void explain(const std::string& status);
@@ -47,7 +49,6 @@ class SignInWindow : public Gtk::ApplicationWindow {
     Gtk::Box inputs_{Gtk::ORIENTATION_VERTICAL, 14};
     Gtk::Label heading_{"Sign in to Vela"};
     Gtk::Label state_;
-    Gtk::EventBox fileArea_;
     Gtk::Button choose_{"Choose a _File…", true};
     Gtk::Entry accessToken_;
     Gtk::Entry refreshToken_;

@@ -516,10 +516,13 @@ void addDoctorCommand(const platform::Command& app, host::DoctorCommand& doctor)
     command.action([&doctor] { throw platform::ExitStatus(doctor.run()); });
 }
 
-void addTourCommand(const platform::Command& app) {
+void addTourCommand(const platform::Command& app, host::TourManner& manner) {
     const auto command = app.subcommand("tour", "Walk through the first use: sign-in, parcels, surfaces");
+    command.flag(
+        "--yes", [&manner] { manner = host::TourManner::byItself; },
+        "Ask nothing, change nothing: look at the sample person, and say what would be offered");
     command.footer("Example:\n  vela-widget tour");
-    command.action([] { throw platform::ExitStatus(host::runTour()); });
+    command.action([&manner] { throw platform::ExitStatus(host::runTour(manner)); });
 }
 
 int runProgram(int count, const char* const* arguments) {
@@ -555,7 +558,8 @@ int runProgram(int count, const char* const* arguments) {
     addSetupCommand(app, setupTarget);
     host::DoctorCommand doctor;
     addDoctorCommand(app, doctor);
-    addTourCommand(app);
+    auto tourManner = host::TourManner::asking;
+    addTourCommand(app, tourManner);
     return app.run(count, arguments);
 }
 

@@ -14,7 +14,7 @@ import pyatspi
 
 def applications():
     desktop = pyatspi.Registry.getDesktop(0)
-    return [app for app in desktop if app is not None and app.name == "vela-widget"]
+    return [app for app in desktop if app is not None and app.name.startswith("vela-")]
 
 
 def link_of(item):
@@ -26,6 +26,7 @@ def link_of(item):
 
 def tree(item):
     return {"name": item.name, "role": item.getRoleName(), "description": item.description, "link": link_of(item),
+            "showing": item.getState().contains(pyatspi.STATE_SHOWING),
             "focused": item.getState().contains(pyatspi.STATE_FOCUSED), "children": [tree(child) for child in item]}
 
 

@@ -195,6 +195,64 @@ TEST_F(SignInAtATerminal, LeavesNothingOfASecretToTheShell) {
     EXPECT_EQ(terminal.waitingInput(), 0);
 }
 
+/// In a shell with job control, which has a line editor with modes of its own.
+class SignInAsAJob : public SignInAtATerminal {
+  protected:
+    SignInAsAJob() {
+        environment["PATH"] = platform::testing::programFolder().string() + ":/usr/bin:/bin";
+        environment["PS1"] = "$ ";
+        environment["HOME"] = folder.path().string();
+        terminal.start({"/bin/bash", "--norc", "--noprofile", "-i"}, environment);
+        modes = modesOfAJob();
+    }
+    /// As `stty` finds them.
+    std::string modesOfAJob() {
+        terminal.forget();
+        terminal.type("stty -g; echo en''d\r");
+        EXPECT_TRUE(terminal.shows("\r\nend")) << terminal.shown();
+        const auto before = terminal.shown().substr(0, terminal.shown().find("\r\nend"));
+        return before.substr(before.rfind('\n') + 1);
+    }
+    void type(const std::string& keys, const std::string& answer) {
+        terminal.forget();
+        terminal.type(keys);
+        EXPECT_TRUE(terminal.shows(answer)) << terminal.shown();
+    }
+    void expectTerminalAsBefore() {
+        EXPECT_THAT(terminal.shown(), Not(HasSubstr("secret-")));
+        EXPECT_EQ(modesOfAJob(), modes);
+    }
+
+    std::string modes;
+};
+
+TEST_F(SignInAsAJob, GivesTheTerminalBackWhileItIsStopped) {
+    type("vela-companion sign-in\r", firstQuestion);
+    type("secret-half\x1a", "Stopped");
+    expectTerminalAsBefore();
+    type("fg\r", firstQuestion);
+    type("\x15secret-one\r", secondQuestion);
+    type("secret-two\x1a", "Stopped");
+    type("fg\r", secondQuestion);
+    type("\x15secret-two\r", "you are signed in");
+    expectTerminalAsBefore();
+}
+
+TEST_F(SignInAsAJob, AsksInTheForegroundOnly) {
+    type("vela-companion sign-in &\r", "[1]");
+    terminal.type("sleep 0.2; jobs\r");
+    EXPECT_TRUE(terminal.shows("Stopped"));
+    EXPECT_THAT(terminal.shown(), Not(HasSubstr("Sign in:")));
+    type("fg\r", firstQuestion);
+    type("\x1a", "Stopped");
+    type("bg\r", "vela-companion sign-in &");
+    type("sleep 0.2; jobs\r", "Stopped");
+    type("fg\r", firstQuestion);
+    type("\x04", "nothing was entered");
+    expectTerminalAsBefore();
+    EXPECT_THAT(status(), HasSubstr("signed in: no"));
+}
+
 class CredentialsFile : public Person {
   protected:
     CredentialsFile() { folder.write("pair", credentials); }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <fstream>
 
 #include "tests/host/Person.hpp"
 #include "tests/host/readers/PseudoTerminal.hpp"
@@ -10,13 +13,23 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
+
+std::string read(const std::filesystem::path& file) {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 class Tour : public Person {
   protected:
     Tour() {
         std::filesystem::create_directory(temporary);
         environment["TMPDIR"] = temporary.string();
-        environment["PATH"] = "/usr/bin:/bin";
+        environment["PATH"] = folder.path().string() + ":/usr/bin:/bin";
+        environment["HOME"] = (folder.path() / "home").string();
+        std::filesystem::create_directory(environment["HOME"]);
+        // A machine's own service manager has no part in this.
+        installScript("systemctl", "exit 1");
         environment["XDG_RUNTIME_DIR"] = folder.path().string();
         environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nonexistent";
     }
@@ -25,6 +38,22 @@ class Tour : public Person {
         EXPECT_TRUE(terminal.isAsBefore());
         EXPECT_THAT(companion({"status"}).output, HasSubstr("signed in: no"));
     }
+    void installScript(const std::string& name, const std::string& lines) const {
+        folder.write(name, "#!/bin/sh\n" + lines + "\n");
+        ::chmod((folder.path() / name).c_str(), 0700);
+    }
+    void startUpTo(const std::string& question) {
+        terminal.start({"vela-widget", "tour"}, environment);
+        ASSERT_TRUE(terminal.shows("Which? [2]")) << terminal.shown();
+        if (question == "Which? [2]") return;
+        terminal.type("3\n");
+        ASSERT_TRUE(terminal.shows("[none]")) << terminal.shown();
+        if (question == "[none]") return;
+        terminal.type("tmux\n");
+        ASSERT_TRUE(terminal.shows(question)) << terminal.shown();
+    }
+    std::string tmuxFile() const { return environment.at("HOME") + "/.tmux.conf"; }
+
     const std::filesystem::path temporary = folder.path() / "tmp";
     PseudoTerminal terminal;
 };
@@ -37,19 +66,117 @@ TEST_F(Tour, ShowsASamplePersonAndLeavesNothing) {
     EXPECT_THAT(terminal.shown(), HasSubstr("Arriving today"));
     ASSERT_TRUE(terminal.shows("[none]"));
     terminal.type("tmux\n");
-    ASSERT_TRUE(terminal.shows("status-right")) << terminal.shown();
-    terminal.type("\n");
+    ASSERT_TRUE(terminal.shows("Write it? [y/N]")) << terminal.shown();
+    EXPECT_THAT(terminal.shown(), HasSubstr("status-right"));
+    terminal.type("n\n\n");
     EXPECT_EQ(terminal.end(), 0) << terminal.shown();
     expectNothingLeft();
 }
 
-TEST_F(Tour, LeavesNothingWhenInterrupted) {
-    terminal.start({"vela-widget", "tour"}, environment);
-    ASSERT_TRUE(terminal.shows("Which? [2]")) << terminal.shown();
+TEST_F(Tour, LeavesNothingWhenItEndsAtAnyQuestion) {
+    for (const char* question : {"Which? [2]", "[none]", "Write it? [y/N]"})
+        for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+            terminal.forget();
+            startUpTo(question);
+            terminal.sendSignal(signal);
+            EXPECT_EQ(terminal.end(), 128 + signal) << question;
+            expectNothingLeft();
+            EXPECT_FALSE(std::filesystem::exists(tmuxFile()));
+        }
+}
+
+TEST_F(Tour, LeavesNothingOfTheSamplePersonWhenInterrupted) {
+    startUpTo("Which? [2]");
     terminal.type("2\n");
     ASSERT_TRUE(terminal.shows("does not exist")) << terminal.shown();
     terminal.type("\x03");
     EXPECT_EQ(terminal.end(), 128 + SIGINT) << terminal.shown();
+    expectNothingLeft();
+}
+
+TEST_F(Tour, ReachesTheSamplePersonsServerWhateverTheProxy) {
+    environment["http_proxy"] = "http://127.0.0.1:9";
+    startUpTo("Which? [2]");
+    terminal.type("\n");
+    ASSERT_TRUE(terminal.shows("are gone again")) << terminal.shown();
+    EXPECT_THAT(terminal.shown(), HasSubstr("Arriving today"));
+}
+
+TEST_F(Tour, AsksAgainWhereAnAnswerIsNone) {
+    startUpTo("Which? [2]");
+    terminal.type("4\n");
+    ASSERT_TRUE(terminal.shows("1, 2 or 3.")) << terminal.shown();
+    terminal.type("3\n");
+    ASSERT_TRUE(terminal.shows("[none]"));
+    terminal.type("--help\n");
+    ASSERT_TRUE(terminal.shows("No surface has that name.")) << terminal.shown();
+    terminal.type("\x04");
+    EXPECT_EQ(terminal.end(), 0) << terminal.shown();
+    expectNothingLeft();
+}
+
+TEST_F(Tour, WritesAFileThatIsNotThereOnceThePersonAgrees) {
+    startUpTo("Write it? [y/N]");
+    EXPECT_FALSE(std::filesystem::exists(tmuxFile()));
+    terminal.forget();
+    terminal.type("\n");
+    ASSERT_TRUE(terminal.shows("[none]"));
+    EXPECT_FALSE(std::filesystem::exists(tmuxFile())) << "no answer is no";
+    terminal.type("tmux\n");
+    ASSERT_TRUE(terminal.shows("Write it? [y/N]"));
+    terminal.type("y\n");
+    ASSERT_TRUE(terminal.shows("Written: " + tmuxFile())) << terminal.shown();
+    EXPECT_EQ(read(tmuxFile()), widget({"setup", "tmux"}).output);
+    terminal.forget();
+    terminal.type("tmux\n");
+    ASSERT_TRUE(terminal.shows("[none]"));
+    EXPECT_THAT(terminal.shown(), Not(HasSubstr("Write it?"))) << "it is there now";
+}
+
+TEST_F(Tour, WritesNothingInPlaceOfAFileThatCame) {
+    startUpTo("Write it? [y/N]");
+    std::filesystem::create_symlink("elsewhere", tmuxFile());
+    terminal.type("y\n");
+    ASSERT_TRUE(terminal.shows("Nothing was written: ")) << terminal.shown();
+    EXPECT_TRUE(std::filesystem::is_symlink(tmuxFile()));
+    EXPECT_FALSE(std::filesystem::exists(environment["HOME"] + "/elsewhere"));
+}
+
+TEST_F(Tour, EnablesTheUnitOnceThePersonAgrees) {
+    const auto calls = folder.path() / "calls";
+    installScript("systemctl", "echo \"$@\" >> " + calls.string() + "; [ \"$2\" != is-enabled ]");
+    for (const auto& [answer, isDone] : {std::pair("\n", false), std::pair("y\n", true)}) {
+        terminal.forget();
+        startUpTo("[none]");
+        terminal.type("\n");
+        ASSERT_TRUE(terminal.shows("Do that? [y/N]")) << terminal.shown();
+        terminal.type(answer);
+        EXPECT_EQ(terminal.end(), 0) << terminal.shown();
+        EXPECT_EQ(read(calls).find("--user enable --now vela-widget.socket\n") != std::string::npos, isDone);
+    }
+}
+
+TEST_F(Tour, GoesByItselfWithoutATerminalAndChangesNothing) {
+    const auto calls = folder.path() / "calls";
+    installScript("systemctl", "echo \"$@\" >> " + calls.string() + "; [ \"$2\" != is-enabled ]");
+    environment["TMUX"] = "a session";
+    const auto result = widget({"tour", "--yes"});
+    EXPECT_EQ(result.status, 0) << result.errors;
+    for (const char* words : {"Arriving today", "are gone again", "Running here, and ready for the widget: ",
+                              "set -ag status-right", ".tmux.conf yet", "enable --now vela-widget.socket"})
+        EXPECT_THAT(result.output, HasSubstr(words));
+    EXPECT_THAT(result.output, Not(HasSubstr("[y/N]")));
+    EXPECT_THAT(read(calls), Not(HasSubstr("enable --now")));
+    EXPECT_FALSE(std::filesystem::exists(tmuxFile()));
+    expectNothingLeft();
+}
+
+TEST_F(Tour, SaysWhichPackageTheSamplePersonsServerIsIn) {
+    const auto alone = folder.path() / "vela-widget";
+    std::filesystem::copy(platform::testing::programFolder() / "vela-widget", alone);
+    const auto result = program(alone.string(), {"tour", "--yes"}).run();
+    EXPECT_EQ(result.status, 0) << result.errors;
+    EXPECT_THAT(result.output, HasSubstr("it is in the package vela-sandbox"));
     expectNothingLeft();
 }
 

@@ -2,25 +2,19 @@
 
 #include "host/widget/Tour/TourCommand.hpp"
 
-#include <poll.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <array>
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <map>
+#include <algorithm>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "host/widget/Setup/SetupSnippet.hpp"
-#include "platform/Files/Descriptor.hpp"
-#include "platform/Files/Patience.hpp"
+#include "host/widget/Tour/SamplePerson.hpp"
+#include "host/widget/Tour/Surfaces.hpp"
+#include "platform/Files/TrustedFolder.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/ProcessInfo/ChildProgram.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -30,218 +24,186 @@ namespace host {
 
 namespace {
 
-using platform::ChildProgram;
-using Variables = std::map<std::string, std::string>;
+constexpr int patienceWithPrograms = 10;
+constexpr const char* socketUnit = "vela-widget.socket";
 
-constexpr std::array tourEndings = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-constexpr platform::Patience patienceWithSandbox = {.inAll = std::chrono::seconds(10),
-                                                    .pause = std::chrono::milliseconds(20)};
-
-/// A signal asked the tour to end: what it started goes first.
-struct TourInterrupted {
-    int signal;
-};
-
-class Guide {
-  public:
-    Guide() {
-        ::sigemptyset(&watched_);
-        for (const int signal : tourEndings) ::sigaddset(&watched_, signal);
-        ::sigprocmask(SIG_BLOCK, &watched_, &before_);
-        signals_ = platform::Descriptor(::signalfd(-1, &watched_, SFD_CLOEXEC));
-    }
-    ~Guide() { ::sigprocmask(SIG_SETMASK, &before_, nullptr); }
-    Guide(const Guide&) = delete;
-    Guide& operator=(const Guide&) = delete;
-
-    void say(const std::string& text) const { platform::writeAll(STDOUT_FILENO, text + "\n"); }
-
-    /// The answer; nothing at the end of the input.
-    std::optional<std::string> ask(const std::string& question) const {
-        platform::writeAll(STDOUT_FILENO, question + " ");
-        std::string answer;
-        for (char byte = 0; awaitOrThrow(STDIN_FILENO) && ::read(STDIN_FILENO, &byte, 1) == 1;) {
-            if (byte == '\n') return answer;
-            answer += byte;
-        }
-        say("");
-        return std::nullopt;
-    }
-
-    /// Runs a program of ours in this terminal, to its end.
-    int run(const char* program, const std::vector<std::string>& arguments,
-            const Variables& variables = {}) const {
-        ChildProgram child({.program = pathOf(program), .arguments = arguments, .variables = variables});
-        awaitOrThrow(child.endDescriptor());
-        return child.wait();
-    }
-
-    static std::string pathOf(const char* program) {
-        return (platform::executablePath().parent_path() / program).string();
-    }
-
-  private:
-    bool awaitOrThrow(int descriptor) const {
-        std::array<pollfd, 2> awaited = {pollfd{.fd = descriptor, .events = POLLIN, .revents = 0},
-                                         pollfd{.fd = signals_, .events = POLLIN, .revents = 0}};
-        while (::poll(awaited.data(), awaited.size(), -1) < 0)
-            if (errno != EINTR) return false;
-        signalfd_siginfo info = {};
-        if (awaited[1].revents != 0 && ::read(signals_, &info, sizeof info) == sizeof info)
-            throw TourInterrupted{static_cast<int>(info.ssi_signo)};
-        return awaited[0].revents != 0;
-    }
-
-    sigset_t watched_ = {};
-    sigset_t before_ = {};
-    platform::Descriptor signals_{-1};
-};
-
-/// A sample person with a server, a data folder and a runtime folder of her own, gone with the object.
-class SamplePerson {
-  public:
-    SamplePerson() {
-        std::string name = (std::filesystem::temp_directory_path() / "vela-tour-XXXXXX").string();
-        if (!::mkdtemp(name.data())) throw std::runtime_error("there is no room for a sample person");
-        folder_ = name;
-        for (const char* part : {"data", "runtime"}) {
-            std::filesystem::create_directory(folder_ / part);
-            std::filesystem::permissions(folder_ / part, std::filesystem::perms::owner_all);
-        }
-        try {
-            settle();
-        } catch (...) {
-            leave();
-            throw;
-        }
-    }
-    ~SamplePerson() { leave(); }
-    SamplePerson(const SamplePerson&) = delete;
-    SamplePerson& operator=(const SamplePerson&) = delete;
-
-    const Variables& variables() const { return variables_; }
-
-  private:
-    void settle() {
-        using Stream = ChildProgram::Stream;
-        const auto ready = folder_ / "ready";
-        const auto bundle = (folder_ / "bundle").string();
-        const auto sandbox = Guide::pathOf("vela-sandbox");
-        sandbox_.emplace(ChildProgram::Options{
-            .program = sandbox,
-            .arguments = {"--bundle", bundle, "--ready-file", ready.string(), "--stop-with-parent"},
-            .input = Stream::discarded,
-            .output = Stream::discarded,
-            .errors = Stream::discarded,
-            .isApart = true});
-        std::string address;
-        const bool isReady = patienceWithSandbox.suffices([&] {
-            std::ifstream stream(ready);
-            return static_cast<bool>(std::getline(stream, address));
-        });
-        if (!isReady) throw std::runtime_error("vela-sandbox does not start");
-        variables_ = {{"XDG_DATA_HOME", (folder_ / "data").string()},
-                      {"XDG_RUNTIME_DIR", (folder_ / "runtime").string()},
-                      {"VELA_BUNDLE", bundle},
-                      {"VELA_KEYCHAIN", "embedded"},
-                      {"BASE_URL", address}};
-        const auto pair = platform::outputOf({.program = sandbox, .arguments = {"--print-credentials"}}, 5);
-        ChildProgram signIn({.program = Guide::pathOf("vela-companion"),
-                             .arguments = {"sign-in"},
-                             .variables = variables_,
-                             .input = Stream::piped,
-                             .isApart = true});
-        signIn.give(pair.value_or(""));
-        if (signIn.wait() != 0) throw std::runtime_error("the sample person cannot sign in");
-    }
-    void leave() {
-        sandbox_.reset();
-        std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
-    }
-
-    std::filesystem::path folder_;
-    std::optional<ChildProgram> sandbox_;
-    Variables variables_;
-};
+std::string widgetCall() {
+    return shellCall(platform::executablePath().string(), platform::environmentVariable("PATH").value_or(""));
+}
 
 bool isSomebodySignedIn() {
-    const auto status =
-        platform::outputOf({.program = Guide::pathOf("vela-companion"), .arguments = {"status"}}, 10);
+    const auto status = platform::outputOf({.program = ownProgram("vela-companion"), .arguments = {"status"}},
+                                           patienceWithPrograms);
     return status.value_or("").find("signed in: yes\n") != std::string::npos;
+}
+
+void showOwnPackages(const Guide& guide) {
+    guide.run(ownProgram("vela-widget"), {"show"});
+}
+
+void showSamplePerson(const Guide& guide) {
+    guide.say(
+        "A server of this machine's own, and a person who does not exist; your own data is not touched.");
+    try {
+        const SamplePerson sample(guide);
+        guide.run(ownProgram("vela-widget"), {"show"}, sample.variables());
+    } catch (const std::exception& failure) {
+        guide.say(std::string("That did not work: ") + failure.what() + ".");
+        return;
+    }
+    guide.say("The sample person and her server are gone again.");
 }
 
 void showPackages(const Guide& guide) {
     if (isSomebodySignedIn()) {
         guide.say("Somebody is signed in. This is what the widget has:");
-        guide.run("vela-widget", {"show"});
-        return;
+        return showOwnPackages(guide);
+    }
+    if (!guide.asks()) {
+        guide.say("Nobody is signed in. To sign in: vela-companion sign-in");
+        return showSamplePerson(guide);
     }
     guide.say(
         "Nobody is signed in.\n  1  sign in now\n  2  just look, at a sample person's parcels\n  3  go on");
-    const auto answer = guide.ask("Which? [2]").value_or("3");
-    if (answer == "1") {
-        if (guide.run("vela-companion", {"sign-in"}) == 0) guide.run("vela-widget", {"show"});
-    } else if (answer.empty() || answer == "2") {
-        guide.say(
-            "A server of this machine's own, and a person who does not exist; your own data is not touched.");
-        const SamplePerson sample;
-        guide.run("vela-widget", {"show"}, sample.variables());
-        guide.say("The sample person and her server are gone again.");
+    while (const auto answer = guide.ask("Which? [2]")) {
+        if (answer == "3") return;
+        if (answer->empty() || answer == "2") return showSamplePerson(guide);
+        if (answer == "1" && guide.run(ownProgram("vela-companion"), {"sign-in"}) == 0)
+            return showOwnPackages(guide);
+        if (answer != "1") guide.say("1, 2 or 3.");
     }
 }
 
-/// A surface's program is called as its setup is, but for these.
-std::string programOf(const std::string& target) {
-    if (target == "systemd") return "systemctl";
-    return target == "genmon" ? "xfce4-panel" : target;
+std::string namesOf(const std::vector<Surface>& surfaces, Surface::Presence presence) {
+    std::string names;
+    for (const auto& surface : surfaces)
+        if (surface.presence == presence) names += std::string(names.empty() ? "" : ", ") + surface.name;
+    return names;
+}
+
+void tellSurfaces(const Guide& guide, const std::vector<Surface>& surfaces,
+                  const Surroundings& surroundings) {
+    const auto running = namesOf(surfaces, Surface::Presence::runs);
+    const auto installed = namesOf(surfaces, Surface::Presence::installed);
+    if (!running.empty()) guide.say("Running here, and ready for the widget: " + running + ".");
+    if (!installed.empty()) guide.say("Installed: " + installed + ".");
+    if (surfaces.empty()) guide.say("None of the bars and desktops that are known is here.");
+    guide.say("Without any setup:");
+    guide.say("  " + widgetCall() + " show --follow    this terminal");
+    const auto isThere = [](const char* program) { return ::access(ownProgram(program).c_str(), X_OK) == 0; };
+    if (isThere("vela-widget-page"))
+        guide.say("  " + widgetCall() + " serve            a page in the browser");
+    if (isThere("vela-widget-window") && hasDisplay(surroundings))
+        guide.say("  " + widgetCall() + " window           the widget itself, on this desktop");
+}
+
+std::string indented(std::string_view text) {
+    std::string lines;
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        lines.append("    ").append(text.substr(0, end)).append("\n");
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return lines;
+}
+
+void offerFile(const Guide& guide, const std::filesystem::path& file, const std::string& snippet) {
+    guide.say("There is no " + file.string() + " yet; these lines would be all of it.");
+    if (!guide.asks() || !guide.agrees("Write it?")) return;
+    try {
+        writeNewFile(file, snippet);
+        guide.say("Written: " + file.string());
+    } catch (const platform::FileError& error) {
+        guide.say(std::string("Nothing was written: ") + error.what());
+    }
+}
+
+void showSetup(const Guide& guide, SetupTarget target, const Surroundings& surroundings) {
+    const auto snippet = setupSnippet(target, widgetCall());
+    guide.say("\n" + indented(snippet));
+    if (const auto file = newFileFor(target, surroundings)) offerFile(guide, *file, snippet);
 }
 
 void showSurfaces(const Guide& guide) {
-    const auto search = platform::environmentVariable("PATH").value_or("");
-    std::string names;
-    for (const auto& [name, target] : setupTargets)
-        if (!foundInPath(search, programOf(name)).empty())
-            names += std::string(names.empty() ? "" : ", ") + name;
-    guide.say(names.empty() ? "None of the bars that are known is installed."
-                            : "Installed here, and ready for the widget: " + names + ".");
+    const auto surroundings = Surroundings::ofThisProcess();
+    const auto surfaces = surfacesIn(surroundings);
+    tellSurfaces(guide, surfaces, surroundings);
+    if (!guide.asks()) {
+        for (const auto& surface : surfaces)
+            if (surface.presence == Surface::Presence::runs) showSetup(guide, surface.target, surroundings);
+        return;
+    }
     while (const auto answer = guide.ask("Show what to paste for which? [none]")) {
         if (answer->empty()) return;
-        // It says itself what it does not know.
-        guide.run("vela-widget", {"setup", *answer});
+        const auto* row = std::find_if(setupTargets.begin(), setupTargets.end(),
+                                       [&](const auto& known) { return known.first == *answer; });
+        if (row != setupTargets.end()) {
+            showSetup(guide, row->second, surroundings);
+            continue;
+        }
+        std::string names;
+        for (const auto& [name, target] : setupTargets) names += std::string(" ") + name;
+        guide.say("No surface has that name. There are:" + names);
     }
+}
+
+std::optional<std::string> serviceManagerSays(const std::vector<std::string>& words) {
+    std::vector<std::string> arguments = {"--user"};
+    arguments.insert(arguments.end(), words.begin(), words.end());
+    return platform::outputOf({.program = "systemctl", .arguments = arguments}, patienceWithPrograms);
+}
+
+void offerService(const Guide& guide) {
+    if (!serviceManagerSays({"show-environment"}))
+        return guide.say(
+            "There is no service manager of your own here; a surface starts the live host itself.");
+    if (serviceManagerSays({"is-enabled", socketUnit}))
+        return guide.say("The live host is started for you when a surface asks for it.");
+    if (!serviceManagerSays({"cat", socketUnit}))
+        return guide.say("The units are not installed; a surface starts the live host itself.");
+    guide.say(std::string("To have the live host started for you when a surface asks for it:\n\n"
+                          "    systemctl --user enable --now ") +
+              socketUnit + "\n");
+    if (!guide.asks() || !guide.agrees("Do that?")) return;
+    if (guide.run("systemctl", {"--user", "enable", "--now", socketUnit}) == 0)
+        guide.say(std::string("Done. To undo it: systemctl --user disable --now ") + socketUnit);
 }
 
 constexpr const char* tourSteps =
     "vela-widget tour asks on a terminal. It would\n"
     "  1  look at what the widget needs        vela-widget doctor\n"
     "  2  offer to sign in, or a sample person vela-companion sign-in\n"
-    "  3  show the packages                    vela-widget show\n"
-    "  4  show what to paste for your surfaces vela-widget setup HOST\n";
+    "     and show the packages                vela-widget show\n"
+    "  3  show what to paste for your surfaces vela-widget setup HOST\n"
+    "  4  offer to enable the live host's unit vela-widget setup systemd\n"
+    "Without questions: vela-widget tour --yes\n";
 
 void guideThrough(const Guide& guide) {
-    guide.say("Vela's widget, in three steps. Ctrl-C ends it at any time and leaves nothing behind.");
+    guide.say(guide.asks()
+                  ? "Vela's widget, in four steps. Ctrl-C ends it at any time and leaves nothing behind."
+                  : "Vela's widget, in four steps. Nothing is asked, and nothing is changed.");
     guide.say("\n1  What the widget needs\n");
-    guide.run("vela-widget", {"doctor"});
+    guide.run(ownProgram("vela-widget"), {"doctor"});
     guide.say("\n2  Your parcels\n");
     showPackages(guide);
     guide.say("\n3  Where you see them\n");
     showSurfaces(guide);
-    guide.say(
-        "\nThat was all. vela-widget show --follow keeps a terminal current; vela-widget --help has the "
-        "rest.");
+    guide.say("\n4  Always current\n");
+    offerService(guide);
+    guide.say("\nThat was all. " + widgetCall() + " --help has the rest.");
 }
 
 }  // namespace
 
-int runTour() {
-    if (::isatty(STDIN_FILENO) != 1 || ::isatty(STDOUT_FILENO) != 1) {
+int runTour(TourManner manner) {
+    const bool isTerminal = ::isatty(STDIN_FILENO) == 1 && ::isatty(STDOUT_FILENO) == 1;
+    if (manner == TourManner::asking && !isTerminal) {
         platform::writeAll(STDERR_FILENO, tourSteps);
         return 2;
     }
     int ending = 0;
     try {
-        const Guide guide;
+        const Guide guide(manner);
         guideThrough(guide);
     } catch (const TourInterrupted& interrupted) {
         ending = interrupted.signal;

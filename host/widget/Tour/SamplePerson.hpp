@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// A person who does not exist, for those who only look.
+
+#include <filesystem>
+#include <optional>
+
+#include "host/widget/Tour/Guide.hpp"
+#include "platform/ProcessInfo/ChildProgram.hpp"
+
+namespace host {
+
+/// Signed in at a server of her own, which lives in a temporary folder with all that is hers; gone with the
+/// object. For one thread.
+class SamplePerson {
+  public:
+    /// Takes up to ten seconds. Throws std::runtime_error, or TourInterrupted.
+    explicit SamplePerson(const Guide& guide);
+    ~SamplePerson();
+    SamplePerson(const SamplePerson&) = delete;
+    SamplePerson& operator=(const SamplePerson&) = delete;
+
+    /// What a program needs to be hers.
+    const ProgramVariables& variables() const { return variables_; }
+
+  private:
+    void settle(const Guide& guide);
+    void signIn() const;
+    void leave();
+
+    std::filesystem::path folder_;
+    std::optional<platform::ChildProgram> sandbox_;
+    ProgramVariables variables_;
+};
+
+}  // namespace host
