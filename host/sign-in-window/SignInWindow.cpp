@@ -124,9 +124,9 @@ void SignInWindow::addTokenFields() {
     for (const auto& [field, label, name, hint] :
          {Row{accessToken_, "_Access token", "Access token, or the whole JSON", "or the whole JSON"},
           Row{refreshToken_, "_Refresh token", "Refresh token", ""}}) {
-        auto* words = Gtk::make_managed<Gtk::Label>(label, true);
-        words->set_xalign(0);
-        words->set_mnemonic_widget(field);
+        auto* beside = Gtk::make_managed<Gtk::Label>(label, true);
+        beside->set_xalign(0);
+        beside->set_mnemonic_widget(field);
         field.set_visibility(false);
         field.set_input_purpose(Gtk::INPUT_PURPOSE_PASSWORD);
         field.set_placeholder_text(hint);
@@ -134,7 +134,7 @@ void SignInWindow::addTokenFields() {
         field.set_hexpand(true);
         field.set_activates_default(true);
         field.get_accessible()->set_name(name);
-        grid->attach(*words, 0, number);
+        grid->attach(*beside, 0, number);
         grid->attach(field, 1, number++);
     }
     inputs_.pack_start(*grid, Gtk::PACK_SHRINK);

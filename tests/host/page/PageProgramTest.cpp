@@ -138,8 +138,8 @@ TEST_F(PageProgramTest, SaysThatAPortIsTaken) {
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.errors, "vela-widget: port " + std::to_string(port) +
                                  " is in use by another program; name another one, or none for a free one\n");
-    for (const auto* port : {"-1", "65536", "http", ""})
-        EXPECT_EQ(widget({"serve", "--port", port}).status, 2) << port;
+    for (const auto* bad : {"-1", "65536", "http", ""})
+        EXPECT_EQ(widget({"serve", "--port", bad}).status, 2) << bad;
 }
 
 TEST_F(PageProgramTest, SaysWhatItLacks) {

@@ -64,9 +64,9 @@ class PageTest : public ReaderWorld {
     }
     std::string got(const std::string& target) { return asked("GET", target).body; }
 
-    std::string nextEvent(const std::shared_ptr<platform::EventStream>& events) {
+    std::string nextEvent(const std::shared_ptr<platform::EventStream>& stream) {
         std::optional<std::string> text;
-        spawn(hear(events, text));
+        spawn(hear(stream, text));
         until([&] { return text.has_value(); });
         return text.value_or("nothing");
     }
@@ -77,9 +77,9 @@ class PageTest : public ReaderWorld {
     boost::asio::awaitable<void> ask(HTTPRequest request, Pending response) {
         *response = co_await page->answer(std::move(request));
     }
-    static boost::asio::awaitable<void> hear(std::shared_ptr<platform::EventStream> events,
+    static boost::asio::awaitable<void> hear(std::shared_ptr<platform::EventStream> stream,
                                              std::optional<std::string>& text) {
-        const auto event = co_await events->next(std::chrono::seconds(20));
+        const auto event = co_await stream->next(std::chrono::seconds(20));
         text = event.value_or("the end");
     }
 };
@@ -108,10 +108,10 @@ TEST_F(PageTest, ComesWithoutThePicturesThatTakeLongAndSaysWhenTheyAreThere) {
     start();
     ASSERT_TRUE(until([&] { return got("").find("Shop of Ada without") != std::string::npos; }));
     EXPECT_THAT(got(""), HasSubstr("Shop of Ada without"));
-    const auto events = asked("GET", "events").events;
-    ASSERT_TRUE(events);
-    nextEvent(events);
-    EXPECT_THAT(nextEvent(events), StartsWith("event: state"));
+    const auto stream = asked("GET", "events").events;
+    ASSERT_TRUE(stream);
+    nextEvent(stream);
+    EXPECT_THAT(nextEvent(stream), StartsWith("event: state"));
     const auto text = got("");
     EXPECT_THAT(text, HasSubstr("Shop of Ada with"));
     EXPECT_THAT(text, Not(HasSubstr("without")));
@@ -122,12 +122,12 @@ TEST_F(PageTest, TellsEveryWindowOfASignOutAndShowsNothingOfThePersonAnyMore) {
     openPage();
     start();
     ASSERT_TRUE(until([&] { return got("").find("Shop of Ada") != std::string::npos; }));
-    const auto events = asked("GET", "events").events;
-    ASSERT_TRUE(events);
-    EXPECT_THAT(nextEvent(events), StartsWith("event: state\ndata: {\"holdsPackages\":true,\"revision\":"));
+    const auto stream = asked("GET", "events").events;
+    ASSERT_TRUE(stream);
+    EXPECT_THAT(nextEvent(stream), StartsWith("event: state\ndata: {\"holdsPackages\":true,\"revision\":"));
     extension.answerWith(CredentialState::none, ServerContact::refused);
     happens(platform::SystemEvent::secretsChanged);
-    EXPECT_THAT(nextEvent(events), StartsWith("event: state\ndata: {\"holdsPackages\":false,"));
+    EXPECT_THAT(nextEvent(stream), StartsWith("event: state\ndata: {\"holdsPackages\":false,"));
     EXPECT_THAT(got(""), Not(HasSubstr("Ada")));
 }
 
