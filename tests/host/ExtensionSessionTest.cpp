@@ -172,7 +172,7 @@ TEST_F(ExtensionSessionTest, WaitsLessForWhatNeedsNoServer) {
 }
 
 TEST_F(ExtensionSessionTest, AsksAnotherWhatCannotWaitWhereOneHangs) {
-    with(answersOnceAndHangs, urgent(), [this](ExtensionSession& session) -> asio::awaitable<void> {
+    with(answersOnceAndHangs, urgent(), [](ExtensionSession& session) -> asio::awaitable<void> {
         EXPECT_EQ(co_await outcome(session), "answer");
         const ScopedEnvironment next({{"VELA_TEST_BEHAVIOUR", "print other\n" + answersAlways}});
         EXPECT_EQ(co_await urgentOutcome(session), "answer");

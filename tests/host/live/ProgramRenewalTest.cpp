@@ -42,7 +42,7 @@ class ProgramRenewalTest : public testing::Test {
         return heard.size() >= count;
     }
 
-    ProgramRenewal watched(ProgramRenewal::Options options) {
+    ProgramRenewal watched(const ProgramRenewal::Options& options) {
         return {context.get_executor(), program, [this](auto event) { heard.push_back(event); }, options};
     }
 
@@ -107,6 +107,13 @@ TEST_F(ProgramRenewalTest, TakesNoRemovalAmissThatAnUpgradeEnds) {
 }
 
 class InheritedState : public LiveWorld {
+  public:
+    ~InheritedState() override {
+        // What it asks outlives nobody.
+        if (heir_) heir_->stop();
+        comes([&] { return !heir_ || !heir_->isAsking(); });
+    }
+
   protected:
     /// A host shows Ada's, and is remembered.
     LiveHost::Remembered rememberedOfAda() {
@@ -115,12 +122,6 @@ class InheritedState : public LiveWorld {
         host.stop();
         clock.settle();
         return remembered;
-    }
-
-    ~InheritedState() override {
-        // What it asks outlives nobody.
-        if (heir_) heir_->stop();
-        comes([&] { return !heir_ || !heir_->isAsking(); });
     }
 
     LiveHost& heirTo(LiveHost::Remembered remembered) {
