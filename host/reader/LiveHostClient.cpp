@@ -264,8 +264,11 @@ asio::awaitable<Message> LiveHostClient::ask(json::object request) {
 asio::awaitable<void> LiveHostClient::followOnce(StateHandler onState) {
     const auto connection = co_await connected();
     connection->listen(onState);
-    auto answer = co_await connection->ask(asking(LiveRequest::follow));
-    onState(stateIn(answer));
+    // Nothing of the first state stays while others come after it.
+    {
+        auto answer = co_await connection->ask(asking(LiveRequest::follow));
+        onState(stateIn(answer));
+    }
     co_await connection->untilEnd();
 }
 
