@@ -16,6 +16,8 @@ const longestPanel = 256 * 1024;
 const longestPicture = 8 * 1024 * 1024;
 /// Pixels; a medium widget at four pixels to a point has 1352.
 const longestSide = 2048;
+/// Seconds. What takes longer waits for nothing that will come, as in a pipe that took the file's place.
+const patience = 5;
 
 var ShownFiles = class {
     /// `onRead` is given the panel's content, or null, and the picture as a GdkPixbuf, or null.
@@ -27,6 +29,7 @@ var ShownFiles = class {
         this._cancellable = null;
         this._isDue = false;
         this._isReading = false;
+        this._timeout = 0;
     }
 
     /// In place of the picture before.
@@ -48,7 +51,23 @@ var ShownFiles = class {
         this._cancellable = null;
         this._monitors.forEach(monitor => monitor.cancel());
         this._monitors = [];
+        this._endReading();
+    }
+
+    _endReading() {
         this._isReading = false;
+        if (this._timeout)
+            GLib.source_remove(this._timeout);
+        this._timeout = 0;
+    }
+
+    _beginReading() {
+        this._isReading = true;
+        this._timeout = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, patience, () => {
+            this._timeout = 0;
+            this.open();
+            return GLib.SOURCE_REMOVE;
+        });
     }
 
     _monitored(name) {
@@ -61,17 +80,20 @@ var ShownFiles = class {
         this._isDue = true;
         if (!cancellable || this._isReading)
             return;
-        this._isReading = true;
-        while (this._isDue && !cancellable.is_cancelled()) {
-            this._isDue = false;
-            const panel = await this._panel(cancellable);
-            const picture = await this._picture(cancellable);
-            // What has been replaced meanwhile is not to be shown once more.
-            if (!this._isDue && !cancellable.is_cancelled())
-                this._onRead(panel, picture);
+        this._beginReading();
+        try {
+            while (this._isDue && !cancellable.is_cancelled()) {
+                this._isDue = false;
+                const panel = await this._panel(cancellable);
+                const picture = await this._picture(cancellable);
+                // What has been replaced meanwhile is not to be shown once more.
+                if (!this._isDue && !cancellable.is_cancelled())
+                    this._onRead(panel, picture);
+            }
+        } finally {
+            if (cancellable === this._cancellable)
+                this._endReading();
         }
-        if (cancellable === this._cancellable)
-            this._isReading = false;
     }
 
     async _panel(cancellable) {

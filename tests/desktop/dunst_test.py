@@ -35,14 +35,14 @@ class Dunst(unittest.TestCase):
     def test_tells_nothing_at_the_first_look(self):
         with Person() as person:
             self.start(person)
-            person.start("vela-widget", "run", "--notify")
+            person.run_live_host("--notify")
             eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
             self.assertEqual(self.told(person), 0)
 
     def test_tells_once_of_a_parcel_that_arrived(self):
         with Person(scenario="one") as person:
             self.start(person)
-            person.start("vela-widget", "run", "--notify")
+            person.run_live_host("--notify")
             eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
             person.change(self.arrived(person))
             person.run("vela-widget", "reload")
@@ -56,7 +56,7 @@ class Dunst(unittest.TestCase):
     def test_opens_the_parcel_that_is_clicked(self):
         with Person(scenario="one") as person:
             self.start(person)
-            person.start("vela-widget", "run", "--notify")
+            person.run_live_host("--notify")
             eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
             person.change(self.arrived(person))
             person.run("vela-widget", "reload")

@@ -145,6 +145,11 @@ class Person:
     def opened_links(self):
         return self.links.read_text().splitlines() if self.links.exists() else []
 
+    def run_live_host(self, *options):
+        """Before any reader, which would start one without the options."""
+        self.start("vela-widget", "run", *options)
+        eventually((self.folder / "runtime" / "vela-widget" / "host.socket").exists, "the live host")
+
     def end_live_host(self):
         """One that a reader started lives on without it."""
         with contextlib.suppress(Exception):
@@ -166,9 +171,15 @@ class Person:
                 if command in words[1:2] and words[0].endswith((b"vela-widget", b"exe")):
                     yield process
 
-    def close_sign_in_window(self):
-        """The one that a click on a signed-out widget opens."""
+    def close_sign_in_window(self, click):
+        """The one that a click on a signed-out widget opens. A click may come while the widget is laid out anew."""
+        clicked = 0.0
+
         def found():
+            nonlocal clicked
+            if time.monotonic() - clicked > 5:
+                clicked = time.monotonic()
+                click()
             for process in self._processes():
                 with contextlib.suppress(OSError):
                     if Path(f"/proc/{process}/exe").readlink().name == "vela-companion-window":
