@@ -92,7 +92,6 @@ class Plasma(unittest.TestCase):
             picture = eventually(lambda: pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) > 5000
                                  and session.display.picture(), "its button")
             keep(picture, "plasma-signed-out")
-            person.close_sign_in_window(lambda: session.click(middle_of_the_bar(picture)))
             person.sign_in()
             eventually(lambda: ARRIVING in session.names(), "the package again")
             self.assertEqual(session.complaints(), [])
