@@ -171,7 +171,7 @@ TEST_F(SignInAtATerminal, GivesTheTerminalBackBeforeItEnds) {
         const char* keys;
         int signal;
     };
-    for (const auto& [keys, signal] : {Row{"\x03", SIGINT}, Row{"\x1c", SIGQUIT}, Row{nullptr, SIGTERM},
+    for (const auto& [keys, signal] : {Row{"\x03", SIGINT}, Row{nullptr, SIGQUIT}, Row{nullptr, SIGTERM},
                                        Row{nullptr, SIGHUP}, Row{nullptr, SIGINT}}) {
         terminal.forget();
         start();
