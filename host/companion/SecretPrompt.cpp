@@ -149,7 +149,7 @@ std::string SecretPrompt::ask(std::string_view question) {
         else if (awaited[1].revents != 0)
             takeSignal(question);
         else if (awaited[0].revents != 0)
-            step = takeInput(line);
+            step = takeInput(line, (awaited[0].revents & POLLHUP) != 0);
     }
     show();
     platform::writeAll(terminal_, "\n");
@@ -164,11 +164,13 @@ void SecretPrompt::say(std::string_view line) const {
     platform::writeAll(terminal_, std::string(line).append("\n"));
 }
 
-SecretLine::Step SecretPrompt::takeInput(SecretLine& line) {
+SecretLine::Step SecretPrompt::takeInput(SecretLine& line, bool isHungUp) {
     // A byte at a time: what follows an answer belongs to the next.
     char byte = 0;
     const auto length = ::read(terminal_, &byte, 1);
     if (length < 0 && errno == EINTR) return SecretLine::Step::goesOn;
+    // A key that sends a signal takes back what was typed ahead of it.
+    if (length == 0 && !isHungUp) return SecretLine::Step::goesOn;
     return length == 1 ? line.take(byte) : SecretLine::Step::gaveUp;
 }
 
@@ -197,7 +199,8 @@ void SecretPrompt::hide() {
     // The keys that send signals go on doing so. A whole line at a time would be cut at 4096 bytes.
     hidden.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ECHOE | ECHOK | ECHONL | IEXTEN);
     hidden.c_iflag &= ~static_cast<tcflag_t>(IXON);
-    hidden.c_cc[VMIN] = 1;
+    // A read never waits: signals are heard between reads alone.
+    hidden.c_cc[VMIN] = 0;
     hidden.c_cc[VTIME] = 0;
     if (::tcsetattr(terminal_, TCSADRAIN, &hidden) != 0)
         throw CompanionError("the terminal cannot be kept from showing what is typed");

@@ -60,7 +60,7 @@ class SecretPrompt {
   private:
     void hide();
     void show();
-    SecretLine::Step takeInput(SecretLine& line);
+    SecretLine::Step takeInput(SecretLine& line, bool isHungUp);
     void takeSignal(std::string_view question);
 
     platform::Descriptor terminal_;

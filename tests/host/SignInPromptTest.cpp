@@ -5,6 +5,9 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <chrono>
+#include <thread>
+
 #include "host/companion/SecretPrompt.hpp"
 #include "tests/host/Person.hpp"
 #include "tests/host/readers/PseudoTerminal.hpp"
@@ -171,7 +174,7 @@ TEST_F(SignInAtATerminal, GivesTheTerminalBackBeforeItEnds) {
         const char* keys;
         int signal;
     };
-    for (const auto& [keys, signal] : {Row{"\x03", SIGINT}, Row{nullptr, SIGQUIT}, Row{nullptr, SIGTERM},
+    for (const auto& [keys, signal] : {Row{"\x03", SIGINT}, Row{"\x1c", SIGQUIT}, Row{nullptr, SIGTERM},
                                        Row{nullptr, SIGHUP}, Row{nullptr, SIGINT}}) {
         terminal.forget();
         start();
@@ -185,6 +188,19 @@ TEST_F(SignInAtATerminal, GivesTheTerminalBackBeforeItEnds) {
         expectNothingShown();
     }
     EXPECT_THAT(status(), HasSubstr("signed in: no"));
+}
+
+TEST_F(SignInAtATerminal, IsBrokenOffByAKeyThatTakesBackWhatItIsAboutToRead) {
+    for (int round = 0; round < 40; ++round) {
+        terminal.forget();
+        start();
+        ASSERT_TRUE(terminal.shows(firstQuestion));
+        terminal.type(std::string(2000, 'x'));
+        // At another place in what is being read each time.
+        std::this_thread::sleep_for(std::chrono::microseconds(20 * round));
+        terminal.type("\x03");
+        ASSERT_EQ(terminal.end(), 128 + SIGINT) << round;
+    }
 }
 
 TEST_F(SignInAtATerminal, LeavesNothingOfASecretToTheShell) {
