@@ -15,7 +15,6 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using HostSocketTest = ReaderWorld;
 
 const std::string greeting = R"({"protocol":1})";
 
@@ -27,6 +26,19 @@ boost::asio::awaitable<std::string> drawn(
                                       .pictureBudget = pictureBudget};
     co_return co_await reader.draw(std::move(request));
 }
+
+class HostSocketTest : public ReaderWorld {
+  protected:
+    /// The extension is at a drawing for `reader`, and goes on once it is no longer held; `bytes` get what
+    /// comes of it.
+    bool isKeptDrawing(LiveHostClient& reader, std::optional<std::string>& bytes) {
+        extension.isDrawingHeld = true;
+        spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+            result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
+        }(reader, bytes));
+        return until([&] { return extension.drawings == 1; });
+    }
+};
 
 boost::asio::awaitable<std::string> reloaded(LiveHostClient& reader) {
     const auto state = co_await reader.reload();
@@ -188,12 +200,8 @@ TEST_F(HostSocketTest, GivesNobodyADrawingOfOneWhoHasSignedOutMeanwhile) {
     open();
     start();
     const auto reader = client();
-    extension.isDrawingHeld = true;
     std::optional<std::string> bytes;
-    spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
-        result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
-    }(*reader, bytes));
-    ASSERT_TRUE(until([&] { return extension.drawings == 1; }));
+    ASSERT_TRUE(isKeptDrawing(*reader, bytes));
     extension.stored = {};
     extension.isDrawingHeld = false;
     happens(SystemEvent::secretsChanged);
@@ -205,12 +213,8 @@ TEST_F(HostSocketTest, DrawsAgainWhatItsExtensionWasLeftOver) {
     open();
     start();
     const auto reader = client();
-    extension.isDrawingHeld = true;
     std::optional<std::string> bytes;
-    spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
-        result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
-    }(*reader, bytes));
-    ASSERT_TRUE(until([&] { return extension.drawings == 1; }));
+    ASSERT_TRUE(isKeptDrawing(*reader, bytes));
     extension.isDrawingHeld = false;
     events.happens(SystemEvent::zoneChanged);
     until([&] { return bytes.has_value(); });
