@@ -143,9 +143,18 @@ class Hosting(Prefix):
         run("cmake", "--build", build)
         self.shows_the_shop(build / "hosting")
 
+    def test_where_the_widget_is_not(self):
+        alone = self.folder / "alone"
+        run("cmake", "--install", BUILD, "--prefix", alone, "--component", "development")
+        run("cmake", "-S", HOSTING, "-B", self.folder / "by-cmake-alone", f"-DCMAKE_PREFIX_PATH={alone}")
+        environment = clean_environment(PKG_CONFIG_PATH=alone / "lib/pkgconfig")
+        program = run("pkg-config", "--variable=program", "vela-widget", env=environment).strip()
+        # As it is written, and not by way of a folder that only those have who build.
+        self.assertEqual(program, str(alone / "bin/vela-widget"))
+
     def test_by_pkg_config(self):
         environment = clean_environment(PKG_CONFIG_PATH=self.prefix / "lib/pkgconfig")
-        program = run("pkg-config", "--variable=program", "vela-widget", env=environment).strip()
+        program = self.prefix / "bin/vela-widget"
         flags = run("pkg-config", "--cflags", "--libs", "vela-widget", env=environment).split()
         output = self.folder / "by-pkg-config"
         run("c++", "-std=c++20", f'-DWIDGET_PROGRAM="{program}"', HOSTING / "hosting.cpp", *flags, "-o", output)
