@@ -98,6 +98,12 @@ class Installed(Prefix):
                 self.assertTrue((folder / own).exists(), f"{header} includes {own}")
 
 
+def printed(language):
+    """The block in that language on the page for those who host."""
+    text = (SOURCES / "docs/hosting.md").read_text(encoding="utf-8")
+    return re.search(f"```{language}\n(.*?)\n```", text, re.DOTALL)[1] + "\n"
+
+
 class Surface:
     """A person who is signed in at a sandbox, with nothing but the installed tree."""
 
@@ -152,13 +158,21 @@ class Hosting(Prefix):
         # As it is written, and not by way of a folder that only those have who build.
         self.assertEqual(program, str(alone / "bin/vela-widget"))
 
-    def test_by_pkg_config(self):
+    def test_by_pkg_config_as_the_page_prints_it(self):
+        folder = self.folder / "by-pkg-config"
+        folder.mkdir()
+        shutil.copy(HOSTING / "hosting.cpp", folder / "surface.cpp")
         environment = clean_environment(PKG_CONFIG_PATH=self.prefix / "lib/pkgconfig")
-        program = self.prefix / "bin/vela-widget"
-        flags = run("pkg-config", "--cflags", "--libs", "vela-widget", env=environment).split()
-        output = self.folder / "by-pkg-config"
-        run("c++", "-std=c++20", f'-DWIDGET_PROGRAM="{program}"', HOSTING / "hosting.cpp", *flags, "-o", output)
-        self.shows_the_shop(output)
+        # Who moves a tree says where the program is.
+        command = printed("sh").replace("$(pkg-config --variable=program vela-widget)", str(self.prefix / "bin/vela-widget"))
+        self.assertIn(f'"{self.prefix}', command)
+        run("sh", "-c", f"{command.strip()} -o surface", cwd=folder, env=environment)
+        self.shows_the_shop(folder / "surface")
+
+    def test_the_page_prints_what_is_built(self):
+        built = (HOSTING / "CMakeLists.txt").read_text() + (HOSTING / "hosting.cpp").read_text()
+        for line in (printed("cmake") + printed("cpp")).splitlines():
+            self.assertIn(line.partition(" //")[0].replace("(surface ", "(hosting ").strip(), built)
 
 
 require(BUILD / "bin/vela-widget")
