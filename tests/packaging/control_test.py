@@ -86,6 +86,12 @@ class Control(unittest.TestCase):
         wanted = listed("build") - NOT_FOR_PACKAGES
         self.assertLessEqual(wanted, names_in(paragraphs()[0]["Build-Depends"]))
 
+    def test_what_a_package_is_built_of_is_installed_before(self):
+        prepared = listed("build") | listed("package")
+        # What every package's build takes for granted comes with nothing else that is installed here.
+        wanted = (names_in(paragraphs()[0]["Build-Depends"]) - {"debhelper-compat"}) | {"debhelper", "build-essential"}
+        self.assertLessEqual(wanted, prepared)
+
     def test_what_the_library_is_linked_with_comes_with_its_package(self):
         self.assertLessEqual({"libboost1.81-dev", "libicu-dev"}, needed_by("libvela-widget-dev"))
 
