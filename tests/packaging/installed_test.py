@@ -82,6 +82,27 @@ class Installed(Prefix):
             for name in re.findall('<launchable type="desktop-id">(.*)</launchable>', text):
                 self.assertTrue((data / "applications" / name).exists(), name)
 
+    def test_menus_find_programs_whatever_the_path(self):
+        first = str(self.prefix.with_name("first"))
+        entries = list((self.prefix / "share/applications").glob("*.desktop"))
+        self.assertTrue(entries)
+        for entry in entries:
+            for key, program in re.findall(r'^(TryExec|Exec)="?([^"\s]*)', entry.read_text(), re.MULTILINE):
+                self.assertTrue(program.startswith(f"{first}/bin/"), f"{key} of {entry.name}")
+                self.assertTrue((self.prefix / "bin" / Path(program).name).exists(), f"{key} of {entry.name}")
+
+    def test_a_prefix_may_have_a_name_that_others_would_read(self):
+        prefix = self.folder / "100% of `a` $HOME"
+        run("cmake", "--install", BUILD, "--prefix", prefix)
+        for entry in (prefix / "share/applications").glob("*.desktop"):
+            if shutil.which("desktop-file-validate"):
+                self.assertEqual(run("desktop-file-validate", entry), "", entry.name)
+        if shutil.which("systemd-analyze"):
+            runtime = self.folder / "runtime"
+            runtime.mkdir(mode=0o700)
+            unit = next(prefix.rglob("vela-widget.service"))
+            run("systemd-analyze", "verify", "--user", unit, env=clean_environment(XDG_RUNTIME_DIR=runtime))
+
     def test_icons_have_the_size_of_their_folder(self):
         icons = sorted((self.prefix / "share/icons/hicolor").glob("*x*/apps/*.png"))
         self.assertGreater(len(icons), 8)
