@@ -99,7 +99,7 @@ asio::awaitable<void> HostSocket::accept() {
 }
 
 void HostSocket::welcome(Protocol::socket socket) {
-    if (!isOfThisPerson(socket.native_handle())) return;
+    if (!isOfThisPerson(socket.native_handle()) || !options_.mayServe()) return;
     const MessageChannel::Limits limits = {
         .body = longestQuestion, .attachment = 0, .patience = options_.questionPatience};
     auto channel = MessageChannel::over(executor_, socket.release(), limits);

@@ -43,6 +43,8 @@ class HostSocket {
         /// Without readers for that long, `onIdle` is called.
         std::optional<std::chrono::milliseconds> idleLimit = std::nullopt;
         std::function<void()> onIdle = [] {};
+        /// Without a place a host lets nobody in: who has signed out may be shown still.
+        std::function<bool()> mayServe = [] { return true; };
         /// How long an answer may take to be read.
         std::chrono::milliseconds answerPatience = std::chrono::seconds(30);
         std::chrono::milliseconds questionPatience = greetingPatience;

@@ -410,6 +410,17 @@ TEST_F(HostSocketTest, AnswersNobodyElsesReader) {
     ::close(socket);
 }
 
+TEST_F(HostSocketTest, ShowsNothingToWhoComesOnceItsPlaceIsLost) {
+    bool mayServe = true;
+    open({.version = "9.8.7", .started = platform::Date::now(), .mayServe = [&] { return mayServe; }});
+    const int early = rawReader();
+    until([&] { return door->readerCount() == 1; });
+    mayServe = false;
+    EXPECT_EQ(everythingFrom(rawReader()), "");
+    EXPECT_EQ(door->readerCount(), 1u);
+    ::close(early);
+}
+
 TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     open();
     std::vector<int> sockets;

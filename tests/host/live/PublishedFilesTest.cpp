@@ -155,6 +155,39 @@ TEST(RuntimeFolder, LeavesTheOldFileOnAFullDiskAndSaysSoOnce) {
     EXPECT_EQ(status, 7);
 }
 
+TEST(RuntimeFolder, WritesNothingForAHostThatHasLostItsPlace) {
+    const platform::testing::TemporaryFolder disk;
+    auto standing = HostClaim::Standing::held;
+    auto folder = RuntimeFolder::make(
+        disk.path(), [](std::string_view) {}, [&] { return standing; });
+    EXPECT_TRUE(folder.write("entry.json", "before"));
+    for (const auto lost : {HostClaim::Standing::lost, HostClaim::Standing::anothers}) {
+        standing = lost;
+        EXPECT_FALSE(folder.write("entry.json", "after"));
+        EXPECT_FALSE(folder.write("widget.txt", "after"));
+        EXPECT_EQ(disk.read("entry.json"), "before");
+        EXPECT_EQ(std::distance(fs::directory_iterator(disk.path()), {}), 1);
+    }
+}
+
+TEST(RuntimeFolder, RemovesNothingOfAnotherHosts) {
+    const platform::testing::TemporaryFolder disk;
+    for (const auto& [standing, isLeft] :
+         {std::pair(HostClaim::Standing::anothers, true), {HostClaim::Standing::lost, false}}) {
+        {
+            auto now = HostClaim::Standing::held;
+            auto folder = RuntimeFolder::make(
+                disk.path(), [](std::string_view) {}, [&] { return now; });
+            EXPECT_TRUE(folder.write("entry.json", "words"));
+            EXPECT_TRUE(folder.write("a.png", "picture"));
+            now = standing;
+            folder.remove("a.png");
+            EXPECT_EQ(fs::exists(disk.path() / "a.png"), isLeft);
+        }
+        EXPECT_EQ(fs::exists(disk.path() / "entry.json"), isLeft);
+    }
+}
+
 TEST(RuntimeFolder, RemovesWhatIsOfAnotherWhereNothingCanTakeItsPlace) {
     const platform::testing::TemporaryFolder disk;
     auto folder = RuntimeFolder::make(disk.path() / "new", [](std::string_view) {});
