@@ -28,6 +28,7 @@ namespace host {
 
 class HostSocket {
   public:
+    /// Fewer where the process may not open twice as many files.
     static constexpr std::size_t mostReaders = 256;
     /// Bytes that wait for a reader, at most; one for whom more would is dropped.
     static constexpr std::size_t mostQueued = std::size_t{1} << 20;
@@ -90,6 +91,7 @@ class HostSocket {
     Options options_;
     std::set<std::shared_ptr<Reader>> readers_;
     boost::asio::steady_timer idle_;
+    std::size_t readerLimit_;
     LiveHost::Observation observation_;
 };
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "tests/host/live/ReaderWorld.hpp"
+#include "tests/support/FileLimit.hpp"
 
 namespace host {
 namespace {
@@ -431,6 +432,24 @@ TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     const int last = rawReader();
     say(last, frameOf(greeting));
     EXPECT_THAT(everythingFrom(last), HasSubstr("the live host has 256 readers already"));
+    ::close(last);
+    for (const int socket : sockets) ::close(socket);
+    EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
+}
+
+TEST_F(HostSocketTest, HasFewerReadersWhereFewFilesMayBeOpen) {
+    {
+        const platform::testing::FileLimit few(64);
+        open();
+    }
+    std::vector<int> sockets;
+    for (int count = 0; count < 32; ++count) {
+        sockets.push_back(rawReader());
+        until([&] { return door->readerCount() == sockets.size(); });
+    }
+    const int last = rawReader();
+    say(last, frameOf(greeting));
+    EXPECT_THAT(everythingFrom(last), HasSubstr("the live host has 32 readers already"));
     ::close(last);
     for (const int socket : sockets) ::close(socket);
     EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
