@@ -7,7 +7,10 @@
 
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
+#include <chrono>
+#include <cstddef>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -42,14 +45,22 @@ class PublishedFiles {
     void write(const std::string& name, std::string_view bytes, LiveHost::Change change);
     void startDrawing();
     boost::asio::awaitable<void> drawAll();
+    void awaitPictures();
+    boost::asio::awaitable<void> drawWhole();
+    boost::asio::awaitable<void> draw(PictureFile picture, std::optional<std::chrono::milliseconds> budget);
+    bool showsWords(const PictureFile& picture) const;
 
     boost::asio::any_io_executor executor_;
     LiveHost& host_;
     LiveDrawings& drawings_;
     std::vector<RuntimeFolder> folders_;
     std::map<Reader, std::vector<PictureFile>> wants_;
+    /// What each file shows but for the pictures in it, as a hash.
+    std::map<PictureFile, std::size_t> words_;
     bool isDrawing_ = false;
     bool isDrawingDue_ = false;
+    bool isAwaitingPictures_ = false;
+    bool arePicturesDue_ = false;
     LiveHost::Observation observation_;
 };
 

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "tests/host/live/ReaderWorld.hpp"
+#include "tests/support/FileLimit.hpp"
 
 namespace host {
 namespace {
@@ -414,6 +415,17 @@ TEST_F(HostSocketTest, AnswersNobodyElsesReader) {
     ::close(socket);
 }
 
+TEST_F(HostSocketTest, ShowsNothingToWhoComesOnceItsPlaceIsLost) {
+    bool mayServe = true;
+    open({.version = "9.8.7", .started = platform::Date::now(), .mayServe = [&] { return mayServe; }});
+    const int early = rawReader();
+    until([&] { return door->readerCount() == 1; });
+    mayServe = false;
+    EXPECT_EQ(everythingFrom(rawReader()), "");
+    EXPECT_EQ(door->readerCount(), 1u);
+    ::close(early);
+}
+
 TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     open();
     std::vector<int> sockets;
@@ -424,6 +436,24 @@ TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     const int last = rawReader();
     say(last, frameOf(greeting));
     EXPECT_THAT(everythingFrom(last), HasSubstr("the live host has 256 readers already"));
+    ::close(last);
+    for (const int socket : sockets) ::close(socket);
+    EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
+}
+
+TEST_F(HostSocketTest, HasFewerReadersWhereFewFilesMayBeOpen) {
+    {
+        const platform::testing::FileLimit few(64);
+        open();
+    }
+    std::vector<int> sockets;
+    for (int count = 0; count < 32; ++count) {
+        sockets.push_back(rawReader());
+        until([&] { return door->readerCount() == sockets.size(); });
+    }
+    const int last = rawReader();
+    say(last, frameOf(greeting));
+    EXPECT_THAT(everythingFrom(last), HasSubstr("the live host has 32 readers already"));
     ::close(last);
     for (const int socket : sockets) ::close(socket);
     EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
