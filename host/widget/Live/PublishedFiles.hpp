@@ -7,6 +7,8 @@
 
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <map>
 #include <set>
 #include <string>
@@ -25,9 +27,11 @@ class PublishedFiles {
     /// Whoever wants pictures, by an address of its own.
     using Reader = const void*;
 
-    /// `always` are wanted by nobody in particular. The state as it is, is written at once.
+    /// `always` are wanted by nobody in particular. The state as it is, is written at once; what cannot be
+    /// written, as on a full disk, is tried again each `untilNextTry`.
     PublishedFiles(boost::asio::any_io_executor executor, LiveHost& host, LiveDrawings& drawings,
-                   std::vector<RuntimeFolder> folders, std::vector<PictureFile> always);
+                   std::vector<RuntimeFolder> folders, std::vector<PictureFile> always,
+                   std::chrono::milliseconds untilNextTry = std::chrono::seconds(30));
 
     /// In place of what it wanted before.
     void want(Reader reader, std::vector<PictureFile> pictures);
@@ -42,6 +46,8 @@ class PublishedFiles {
     void write(const std::string& name, std::string_view bytes, LiveHost::Change change);
     void startDrawing();
     boost::asio::awaitable<void> drawAll();
+    bool write(RuntimeFolder& folder, const std::string& name, std::string_view bytes);
+    void tryAgainLater();
 
     boost::asio::any_io_executor executor_;
     LiveHost& host_;
@@ -50,6 +56,9 @@ class PublishedFiles {
     std::map<Reader, std::vector<PictureFile>> wants_;
     bool isDrawing_ = false;
     bool isDrawingDue_ = false;
+    std::chrono::milliseconds untilNextTry_;
+    boost::asio::steady_timer nextTry_;
+    bool isNextTryDue_ = false;
     LiveHost::Observation observation_;
 };
 
