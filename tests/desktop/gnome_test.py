@@ -53,6 +53,11 @@ def shows(session, words):
     eventually(lambda: words in session.text(), lambda: f"{words} in {session.text()}")
 
 
+def says(session, remark):
+    label = f"{ITEM}._remark"
+    eventually(lambda: session.eval(f"{label}.visible && {label}.label.text") == remark, remark)
+
+
 def has_picture(session):
     return session.eval(f"!!{PICTURE}._picture.content")
 
@@ -177,7 +182,8 @@ class Gnome(unittest.TestCase):
                 os.rename(new, panel)
                 shows(session, "Arriving today")
         panel.unlink()
-        eventually(lambda: session.text() == "", "no file")
+        says(session, "The live host's files cannot be read")
+        self.assertEqual(session.text(), "")
         panel.write_bytes(good)
         shows(session, "Arriving today")
 
@@ -195,15 +201,27 @@ class Gnome(unittest.TestCase):
             place = person.folder / "runtime" / "vela-widget"
             place.write_text("No folder.")
             session = GnomeSession(person)
-            remark = f"{ITEM}._remark"
-            eventually(lambda: session.eval(f"{remark}.visible && {remark}.label.text")
-                       == "The live host cannot be reached", "the remark")
+            says(session, "The live host cannot be reached")
             self.assertEqual(session.text(), "")
             place.unlink()
-            session.open_menu()
-            session.click(f"{ITEM}.menu._getMenuItems().at(-1)")
+            self._reload(session)
             shows(session, "Arriving today")
-            self.assertFalse(session.eval(f"{remark}.visible"))
+            self.assertFalse(session.eval(f"{ITEM}._remark.visible"))
+            self._says_so_of_one_that_hangs(person, session)
+
+    def _says_so_of_one_that_hangs(self, person, session):
+        host = person.live_host()
+        os.kill(host, signal.SIGSTOP)
+        session.eval(f"{EXTENSION}.disable(); {EXTENSION}.enable(); null")
+        says(session, "The live host cannot be reached")
+        os.kill(host, signal.SIGCONT)
+        self._reload(session)
+        shows(session, "Arriving today")
+
+    @staticmethod
+    def _reload(session):
+        session.open_menu()
+        session.click(f"{ITEM}.menu._getMenuItems().at(-1)")
 
     def test_leaves_nothing_behind_when_it_is_disabled(self):
         with Person() as person:
