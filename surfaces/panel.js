@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-/* exported panelFrom, unknownPanel, withoutHost */
+/* exported panelFrom, unknownPanel, withoutFiles, withoutHost */
 
 // What the live host has for a panel: `panel.json`, and what `vela-widget panel` prints. Pure functions, in what all
 // shells' languages have in common.
@@ -39,7 +39,16 @@ function panelFrom(text) {
 
 /// The same, while no host can be had.
 function withoutHost(panel) {
-    return Object.assign({}, panel, {hasTrouble: true, remark: 'The live host cannot be reached'});
+    return withTrouble(panel, 'The live host cannot be reached');
+}
+
+/// While one runs whose files cannot be had, as on a full disk.
+function withoutFiles() {
+    return withTrouble(unknownPanel, 'The live host\'s files cannot be read');
+}
+
+function withTrouble(panel, remark) {
+    return Object.assign({}, panel, {hasTrouble: true, remark});
 }
 
 function packageOf(object) {

@@ -10,7 +10,7 @@ const Me = imports.misc.extensionUtils.getCurrentExtension();
 const {LiveHost} = Me.imports.liveHost;
 const {PanelItem} = Me.imports.panelItem;
 const {ShownFiles} = Me.imports.shownFiles;
-const {unknownPanel, withoutHost} = Me.imports.panel;
+const {unknownPanel, withoutFiles, withoutHost} = Me.imports.panel;
 const programs = Me.imports.programs;
 
 class Extension {
@@ -60,7 +60,7 @@ class Extension {
         if (this._hasLost && knowsNothingYet)
             return;
         this._hasLost = false;
-        this._panel = panel ?? unknownPanel;
+        this._panel = panel ?? withoutFiles();
         this._picture = picture;
         this._item.setContent(this._panel, this._picture, this._theme.scale_factor);
     }

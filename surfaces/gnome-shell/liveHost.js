@@ -17,6 +17,8 @@ const chunk = 64 * 1024;
 const pauses = [1, 5, 30, 60];
 /// Milliseconds.
 const patienceWithManager = 5000;
+/// Seconds. A host that hangs greets nobody.
+const patienceWithGreeting = 5;
 
 var LiveHost = class {
     /// `onFound` is told each time one answers, which is when its files are its own; `onLost` each time there is none,
@@ -31,6 +33,7 @@ var LiveHost = class {
         this._failures = 0;
         this._identifier = 0;
         this._pause = 0;
+        this._greeting = 0;
         this._keep().catch(logError);
     }
 
@@ -65,11 +68,13 @@ var LiveHost = class {
             }
             await this._rest();
         }
+        this._hangUp();
     }
 
     async _converse() {
         this._connection = await this._connected();
         this._asking = Promise.resolve();
+        this._awaitGreeting(this._connection.get_socket());
         this._send({protocol});
         const input = this._connection.get_input_stream();
         const decoder = new Decoder();
@@ -81,8 +86,24 @@ var LiveHost = class {
         }
     }
 
+    _awaitGreeting(socket) {
+        this._greeting = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, patienceWithGreeting, () => {
+            this._greeting = 0;
+            // Whoever reads hears of it.
+            socket.shutdown(true, true);
+            return GLib.SOURCE_REMOVE;
+        });
+    }
+
+    _endGreeting() {
+        if (this._greeting)
+            GLib.source_remove(this._greeting);
+        this._greeting = 0;
+    }
+
     _take(object) {
         if (object.protocol === protocol) {
+            this._endGreeting();
             this._failures = 0;
             this._ask({request: 'pictures', pictures: this._pictures});
             this._onFound();
@@ -168,6 +189,7 @@ var LiveHost = class {
     }
 
     _hangUp() {
+        this._endGreeting();
         if (this._connection)
             closeLater(this._connection);
         this._connection = null;

@@ -55,6 +55,7 @@ var PanelItem = GObject.registerClass({
         box.add_child(new St.Icon({gicon: icon, style_class: 'system-status-icon'}));
         this._text = new St.Label({style_class: 'vela-text', y_align: Clutter.ActorAlign.CENTER});
         this._text.clutter_text.ellipsize = Pango.EllipsizeMode.END;
+        this._text.clip_to_allocation = true;
         box.add_child(this._text);
         this.add_child(box);
         this._makeMenu();
@@ -112,6 +113,7 @@ var PanelItem = GObject.registerClass({
                 this._activateLink(link);
             });
             item.setOrnament(PopupMenu.Ornament.HIDDEN);
+            item.label.clip_to_allocation = true;
             item.label_actor = null;
             item.accessible_name = spoken;
             item.connect('key-focus-in', () => ensureActorVisibleInScrollView(this._view, item));

@@ -9,6 +9,7 @@ import subprocess
 import time
 from pathlib import Path
 
+from gi.repository import GLib
 from PIL import Image
 
 from person import PROGRAMS, eventually
@@ -65,9 +66,8 @@ class GnomeSession:
         if not done.stdout.startswith("(true, "):
             self.failure = done.stdout + done.stderr
             return None
-        # The value is JSON, in a string of the bus's own notation.
-        text = done.stdout.strip()[len("(true, '"):-len("')")]
-        return text.replace("\\\\", "\\").replace("\\'", "'")
+        # The value is JSON, in the bus's own notation.
+        return GLib.Variant.parse(None, done.stdout, None, None).unpack()[1]
 
     def eval(self, script):
         """What the shell's own language makes of it; fails where that throws."""

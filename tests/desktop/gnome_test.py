@@ -3,6 +3,7 @@
 
 """GNOME Shell shows the widget in its panel, opens its links, and keeps nothing of a person who has signed out."""
 
+import json
 import os
 import signal
 import sys
@@ -50,6 +51,11 @@ def start_service_manager(person):
 
 def shows(session, words):
     eventually(lambda: words in session.text(), lambda: f"{words} in {session.text()}")
+
+
+def says(session, remark):
+    label = f"{ITEM}._remark"
+    eventually(lambda: session.eval(f"{label}.visible && {label}.label.text") == remark, remark)
 
 
 def has_picture(session):
@@ -107,6 +113,32 @@ class Gnome(unittest.TestCase):
             shows(session, "Arriving today")
             self.assertEqual(session.complaints(), [])
 
+    def test_keeps_whatever_a_shop_is_called_in_its_place(self):
+        with Person() as person:
+            # Thirty marks above and below each letter.
+            tall = "".join(letter + "\u0301" * 15 + "\u0330" * 15 for letter in "TALL SHOP")
+            names = [tall, "<b>Tea</b> & <span size='99'>Cake</span>", "\u202eesreveR\u202c", "Line\nbreak\u2028\u0000",
+                     "Endless " * 10_000]
+            items = [{"__typename": "Order", "id": str(number), "createdAt": {"$now": "-6d"},
+                      "displayStatus": "in_transit", "deliveryStatus": "in_transit", "shop": {"name": name}}
+                     for number, name in enumerate(names)]
+            scenario = person.folder / "scenario.json"
+            scenario.write_text(json.dumps({"description": "Ill-behaved names.", "items": items}))
+            person.change(scenario)
+            session = GnomeSession(person)
+            eventually(lambda: has_picture(session), "the picture")
+            lines = session.eval(f"{ITEM}._others._getMenuItems().map(item => item.label.text)")
+            self.assertEqual(lines[0], "<b>Tea</b> & <span size='99'>Ca…: In transit")
+            self.assertEqual(lines[1:3], ["esreveR: In transit", "Line break  : In transit"])
+            self.assertLess(len(lines[3]), 50)
+            picture = session.picture()
+            keep(picture, "gnome-hostile")
+            height = int(session.eval("Main.panel.height"))
+            below = picture.crop((0, height + 1, picture.width, height + 30))
+            self.assertEqual(len(below.getcolors()), 1, "nothing stands out of the panel")
+            session.open_menu()
+            keep(session.picture(), "gnome-hostile-open")
+
     def test_survives_the_end_of_its_host_and_what_others_leave_in_its_place(self):
         with Person() as person:
             session = GnomeSession(person)
@@ -150,7 +182,8 @@ class Gnome(unittest.TestCase):
                 os.rename(new, panel)
                 shows(session, "Arriving today")
         panel.unlink()
-        eventually(lambda: session.text() == "", "no file")
+        says(session, "The live host's files cannot be read")
+        self.assertEqual(session.text(), "")
         panel.write_bytes(good)
         shows(session, "Arriving today")
 
@@ -168,15 +201,27 @@ class Gnome(unittest.TestCase):
             place = person.folder / "runtime" / "vela-widget"
             place.write_text("No folder.")
             session = GnomeSession(person)
-            remark = f"{ITEM}._remark"
-            eventually(lambda: session.eval(f"{remark}.visible && {remark}.label.text")
-                       == "The live host cannot be reached", "the remark")
+            says(session, "The live host cannot be reached")
             self.assertEqual(session.text(), "")
             place.unlink()
-            session.open_menu()
-            session.click(f"{ITEM}.menu._getMenuItems().at(-1)")
+            self._reload(session)
             shows(session, "Arriving today")
-            self.assertFalse(session.eval(f"{remark}.visible"))
+            self.assertFalse(session.eval(f"{ITEM}._remark.visible"))
+            self._says_so_of_one_that_hangs(person, session)
+
+    def _says_so_of_one_that_hangs(self, person, session):
+        host = person.live_host()
+        os.kill(host, signal.SIGSTOP)
+        session.eval(f"{EXTENSION}.disable(); {EXTENSION}.enable(); null")
+        says(session, "The live host cannot be reached")
+        os.kill(host, signal.SIGCONT)
+        self._reload(session)
+        shows(session, "Arriving today")
+
+    @staticmethod
+    def _reload(session):
+        session.open_menu()
+        session.click(f"{ITEM}.menu._getMenuItems().at(-1)")
 
     def test_leaves_nothing_behind_when_it_is_disabled(self):
         with Person() as person:

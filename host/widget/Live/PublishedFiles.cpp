@@ -48,8 +48,14 @@ widget::DrawingRequest drawingFor(const PictureFile& file, const LiveState& stat
 }  // namespace
 
 PublishedFiles::PublishedFiles(asio::any_io_executor executor, LiveHost& host, LiveDrawings& drawings,
-                               std::vector<RuntimeFolder> folders, std::vector<PictureFile> always)
-    : executor_(std::move(executor)), host_(host), drawings_(drawings), folders_(std::move(folders)) {
+                               std::vector<RuntimeFolder> folders, std::vector<PictureFile> always,
+                               std::chrono::milliseconds untilNextTry)
+    : executor_(std::move(executor)),
+      host_(host),
+      drawings_(drawings),
+      folders_(std::move(folders)),
+      untilNextTry_(untilNextTry),
+      nextTry_(executor_) {
     wants_[nullptr] = std::move(always);
     observation_ = host_.observe([this](const LiveState&, LiveHost::Change change) { take(change); });
     take(LiveHost::Change::replaced);
@@ -104,7 +110,23 @@ void PublishedFiles::writeTexts(LiveHost::Change change) {
 
 void PublishedFiles::write(const std::string& name, std::string_view bytes, LiveHost::Change change) {
     for (auto& folder : folders_)
-        if (!folder.write(name, bytes) && change == LiveHost::Change::forgotten) folder.remove(name);
+        if (!write(folder, name, bytes) && change == LiveHost::Change::forgotten) folder.remove(name);
+}
+
+bool PublishedFiles::write(RuntimeFolder& folder, const std::string& name, std::string_view bytes) {
+    const bool isWritten = folder.write(name, bytes);
+    if (!isWritten) tryAgainLater();
+    return isWritten;
+}
+
+void PublishedFiles::tryAgainLater() {
+    if (std::exchange(isNextTryDue_, true)) return;
+    nextTry_.expires_after(untilNextTry_);
+    nextTry_.async_wait([this](const boost::system::error_code& error) {
+        if (error) return;
+        isNextTryDue_ = false;
+        take(LiveHost::Change::replaced);
+    });
 }
 
 void PublishedFiles::startDrawing() {
@@ -152,7 +174,7 @@ asio::awaitable<void> PublishedFiles::draw(PictureFile picture,
         request.pictureBudget = budget;
         const auto bytes = co_await drawings_.drawn(std::move(request));
         if (!wanted().contains(picture)) co_return;
-        for (auto& folder : folders_) folder.write(picture.name(), bytes);
+        for (auto& folder : folders_) write(folder, picture.name(), bytes);
         words_[picture] = wordsOf(host_.state());
     } catch (const std::exception&) {
         // The picture from before stays.

@@ -7,6 +7,7 @@
 
 #include <boost/asio/any_io_executor.hpp>
 #include <boost/asio/awaitable.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstddef>
 #include <map>
@@ -28,9 +29,11 @@ class PublishedFiles {
     /// Whoever wants pictures, by an address of its own.
     using Reader = const void*;
 
-    /// `always` are wanted by nobody in particular. The state as it is, is written at once.
+    /// `always` are wanted by nobody in particular. The state as it is, is written at once; what cannot be
+    /// written, as on a full disk, is tried again each `untilNextTry`.
     PublishedFiles(boost::asio::any_io_executor executor, LiveHost& host, LiveDrawings& drawings,
-                   std::vector<RuntimeFolder> folders, std::vector<PictureFile> always);
+                   std::vector<RuntimeFolder> folders, std::vector<PictureFile> always,
+                   std::chrono::milliseconds untilNextTry = std::chrono::seconds(30));
 
     /// In place of what it wanted before.
     void want(Reader reader, std::vector<PictureFile> pictures);
@@ -49,6 +52,8 @@ class PublishedFiles {
     boost::asio::awaitable<void> drawWhole();
     boost::asio::awaitable<void> draw(PictureFile picture, std::optional<std::chrono::milliseconds> budget);
     bool showsWords(const PictureFile& picture) const;
+    bool write(RuntimeFolder& folder, const std::string& name, std::string_view bytes);
+    void tryAgainLater();
 
     boost::asio::any_io_executor executor_;
     LiveHost& host_;
@@ -61,6 +66,9 @@ class PublishedFiles {
     bool isDrawingDue_ = false;
     bool isAwaitingPictures_ = false;
     bool arePicturesDue_ = false;
+    std::chrono::milliseconds untilNextTry_;
+    boost::asio::steady_timer nextTry_;
+    bool isNextTryDue_ = false;
     LiveHost::Observation observation_;
 };
 

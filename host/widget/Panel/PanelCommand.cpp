@@ -109,6 +109,7 @@ class PanelWait {
         hasSeen_ = true;
         // A host that has just begun in place of another is no reason to show less.
         if (hasLost_ && state.isPlaceholder && !state.trouble) return;
+        hasLost_ = false;
         latest_ = state;
         if (std::exchange(isComparing_, true)) return;
         platform::spawn(end_.get_executor(), compare(), [this](const std::exception_ptr&) {

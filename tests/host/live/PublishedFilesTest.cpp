@@ -170,6 +170,19 @@ TEST_F(PublishedFilesTest, KeepThePictureFromBeforeWhereTheExtensionFails) {
     EXPECT_EQ(text(picture), "picture of Ada's");
 }
 
+TEST_F(PublishedFilesTest, AreWrittenOnceTheyCanBe) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall}};
+    fileRetry = std::chrono::milliseconds(20);
+    open();
+    fs::remove(path("panel.json"));
+    for (const auto* name : {"panel.json", picture}) fs::create_directories(path(name) / "in the way");
+    start();
+    EXPECT_FALSE(fs::is_regular_file(path("panel.json")));
+    for (const auto* name : {"panel.json", picture}) fs::remove_all(path(name));
+    EXPECT_TRUE(until([&] { return fs::exists(path("panel.json")) && fs::exists(path(picture)); }));
+    EXPECT_EQ(text("panel.json"), jsonLine(panelObject(host.state(), clock.now())));
+}
+
 TEST_F(PublishedFilesTest, AreGoneWithTheHost) {
     pictures = {{.family = platform::WidgetFamily::systemSmall}};
     open();

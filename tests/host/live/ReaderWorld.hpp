@@ -60,7 +60,7 @@ class ReaderWorld : public LiveWorld {
         folders.push_back(
             RuntimeFolder::make(place->claim().address().folder,
                                 [this](std::string_view notice) { notices.emplace_back(notice); }));
-        files.emplace(context.get_executor(), host, drawings, std::move(folders), pictures);
+        files.emplace(context.get_executor(), host, drawings, std::move(folders), pictures, fileRetry);
         door.emplace(context.get_executor(), place->socket(),
                      HostSocket::Served{.host = host, .drawings = drawings, .files = *files},
                      std::move(options));
@@ -155,6 +155,7 @@ class ReaderWorld : public LiveWorld {
     platform::testing::TemporaryFolder folder;
     platform::testing::ScopedEnvironment environment{{{"XDG_RUNTIME_DIR", folder.path().string()}}};
     std::vector<PictureFile> pictures;
+    std::chrono::milliseconds fileRetry = std::chrono::hours(1);
     std::vector<std::string> notices;
     LiveDrawings drawings{context.get_executor(), host, extension};
     std::optional<HostPlace> place;

@@ -18,6 +18,7 @@ namespace json = boost::json;
 using platform::testing::BackgroundProgram;
 using platform::testing::eventually;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::StartsWith;
 
 class PanelProgram : public LivePerson {
@@ -40,6 +41,8 @@ class PanelProgram : public LivePerson {
         run.environment = environment;
         return std::make_unique<BackgroundProgram>(run);
     }
+    /// Whether the host that runs now has had its answer.
+    bool settled() const { return exists(folder.path() / "run/vela-widget/entry.json") && fetches() == 2; }
 };
 
 TEST_F(PanelProgram, PrintsOneLineWithAVersion) {
@@ -91,6 +94,19 @@ TEST_F(PanelProgram, ShowsNoLessForAHostThatWasKilled) {
         eventually([&] { return hostProcess() != before && fetches() == 2; }, std::chrono::seconds(30)));
     EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300))) << printed();
     EXPECT_TRUE(platform::testing::isAlive(waiter->processIdentifier()));
+}
+
+TEST_F(PanelProgram, ShowsNothingOfAnotherPersonHoweverOftenItsHostWasKilledBefore) {
+    startSandbox({"--delay", "1000"});
+    const auto waiter = waiting(version());
+    EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
+    endHost(SIGKILL);
+    EXPECT_TRUE(eventually([&] { return settled(); }, std::chrono::seconds(30)));
+    EXPECT_EQ(printed(), "");
+    EXPECT_EQ(companion({"sign-in", "--user-id", "67890"}, credentials).status, 0);
+    EXPECT_TRUE(eventually([&] { return !printed().empty(); }, std::chrono::seconds(30)));
+    EXPECT_THAT(printed(), HasSubstr("Looking for your packages"));
+    EXPECT_THAT(printed(), Not(HasSubstr("Fathom")));
 }
 
 TEST_F(PanelProgram, SaysThatNoHostCanBeHadAndDoesNotWaitForOne) {
