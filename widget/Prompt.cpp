@@ -27,7 +27,7 @@ View promptWords(std::string_view words, TextStyle font) {
 }
 
 View prompt(ColorScheme colorScheme, std::vector<View> rows) {
-    rows.insert(rows.begin(), {appLogo(colorScheme, 24), spacer(4)});
+    rows.insert(rows.begin(), {appLogo(colorScheme, 24), spacer(2)});
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, rows)
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
@@ -37,7 +37,7 @@ View promptButton(std::string_view title, TextStyle font) {
         .body()
         .lineLimit(1)
         .wantedWhole()
-        .padding({8, 4, 8, 4})
+        .padding({8, 6, 8, 6})
         .frame({.maxWidth = infinity})
         .background(roundedRectangle(12, Color::asset("BrandColor")))
         .padding({.top = aboveButton});
@@ -45,9 +45,9 @@ View promptButton(std::string_view title, TextStyle font) {
 
 View lowPrompt(ColorScheme colorScheme, const View& words, const View& button) {
     // The words leave room above by themselves.
-    constexpr double closer = 6;
-    const View logo = appLogo(colorScheme, 24).padding({.top = aboveButton});
-    const View last = horizontalStack({.spacing = 16}, {logo, button}).padding({.top = -closer});
+    constexpr double closer = 8;
+    const View logo = appLogo(colorScheme, 20).padding({.top = aboveButton});
+    const View last = horizontalStack({.spacing = 12}, {logo, button}).padding({.top = -closer});
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, {words, spacer(), last})
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
