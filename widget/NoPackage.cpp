@@ -48,7 +48,7 @@ View NoPackage::body() const {
         case platform::WidgetFamily::accessoryRectangular:
             return accessoryPrompt(colorScheme, Wording::nothingToTrack).widgetURL(addDelivery);
         case platform::WidgetFamily::accessoryInline:
-            return inlinePrompt(Wording::addOrder).widgetURL(addDelivery);
+            return inlinePrompt(colorScheme, Wording::addOrder, textSize).widgetURL(addDelivery);
     }
     return View();
 }

@@ -3,8 +3,10 @@
 #include "widget/Prompt.hpp"
 
 #include <string>
+#include <utility>
 
 #include "widget/AppIcon.hpp"
+#include "widget/PackageBody.hpp"
 #include "widget/StyledText.hpp"
 
 namespace widget {
@@ -14,11 +16,6 @@ using namespace drawing;
 namespace {
 
 constexpr double aboveButton = 12;
-
-View iconAndWords(const View& icon, double spacing, std::string_view words, int lines) {
-    return horizontalStack({.spacing = spacing},
-                           {icon, promptWords(words, TextStyle::subheadline).lineLimit(lines)});
-}
 
 }  // namespace
 
@@ -53,12 +50,19 @@ View lowPrompt(ColorScheme colorScheme, const View& words, const View& button) {
 }
 
 View accessoryPrompt(ColorScheme colorScheme, std::string_view words) {
-    return iconAndWords(appIcon(colorScheme), 6, words, 3)
-        .frame({.maxWidth = infinity, .alignment = Alignment::leading});
+    std::vector<View> choices;
+    for (const auto& [logoHeight, spacing] : {std::pair{20.0, 6.0}, {16.0, 2.0}, {12.0, 0.0}}) {
+        const View logo = appLogo(colorScheme, logoHeight);
+        choices.push_back(verticalStack({.alignment = HorizontalAlignment::leading, .spacing = spacing},
+                                        {logo, promptWords(words, TextStyle::subheadline).lineLimit(2)}));
+    }
+    return viewThatFits(std::move(choices)).frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
-View inlinePrompt(std::string_view words) {
-    return iconAndWords(inlineIcon(), 5, words, 1);
+View inlinePrompt(ColorScheme colorScheme, std::string_view words, TextSize textSize) {
+    const View line = promptWords(words, TextStyle::subheadline).lineLimit(1);
+    return horizontalStack({.spacing = 6}, {appLogo(colorScheme, 12),
+                                            isEnlarged(textSize) ? line : line.minimumScaleFactor(tightest)});
 }
 
 }  // namespace widget

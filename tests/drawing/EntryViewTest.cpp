@@ -150,13 +150,16 @@ TEST(EntryView, LeadsToWhereAnOrderIsAddedInEveryFamilyWithoutPackages) {
                 ElementsAre("You have no new orders to track", "Add order to track"));
 }
 
-TEST(EntryView, ChoosesTheDarkDrawingsInTheDark) {
-    for (const WidgetState& state : {WidgetState(NotLoggedIn{}), WidgetState(NoPackages{})}) {
-        const SimpleEntry entry = drawing_tests::entry(state);
-        EXPECT_THAT(images(list(entry, platform::WidgetFamily::systemLarge)),
-                    ElementsAre(StartsWith("VelaLogo ")));
-        EXPECT_THAT(images(list(entry, platform::WidgetFamily::systemLarge, ColorScheme::dark)),
-                    ElementsAre(StartsWith("VelaLogoDark ")));
+TEST(EntryView, ShowsTheLogoInEveryFamilyWithoutPackages) {
+    for (const platform::WidgetFamily family : platform::allWidgetFamilies) {
+        for (const WidgetState& state : {WidgetState(NotLoggedIn{}), WidgetState(NoPackages{})}) {
+            const SimpleEntry entry = drawing_tests::entry(state);
+            EXPECT_THAT(images(list(entry, family)), ElementsAre(StartsWith("VelaLogo ")))
+                << description(family);
+            EXPECT_THAT(images(list(entry, family, ColorScheme::dark)),
+                        ElementsAre(StartsWith("VelaLogoDark ")))
+                << description(family);
+        }
     }
 }
 
