@@ -122,7 +122,13 @@ std::optional<Rect> frame(const DisplayList& list, const std::string& words) {
     return std::nullopt;
 }
 
-TEST(PackageLayouts, HaveFourPointsAboveTheSecondStatusLine) {
+TEST(PackageLayouts, HaveFourPointsAboveEachStatusLine) {
+    const DisplayList rows = designed(shops(3), WidgetFamily::systemLarge);
+    const auto merchant = frame(rows, "Shop 0");
+    const auto status = frame(rows, "primary");
+    ASSERT_TRUE(merchant && status);
+    EXPECT_NEAR(status->top() - merchant->bottom(), 4, 0.01);
+
     for (const std::size_t count : {1u, 2u, 3u}) {
         for (const WidgetFamily family : {WidgetFamily::systemMedium, WidgetFamily::systemLarge}) {
             const DisplayList list = designed(shops(count), family);
@@ -236,6 +242,12 @@ TEST(Prompts, HaveTheirButtonOnTheBrandsColourTwelvePointsBelowTheirWords) {
             EXPECT_NEAR(button->top() - words->bottom(), above, 0.01) << description(family);
         }
     }
+    const DisplayList signIn =
+        designed(drawing_tests::entry(widget::NotLoggedIn{}), WidgetFamily::systemLarge);
+    const auto invitation = frame(signIn, "Track your orders in a glance.");
+    const auto where = frame(signIn, "Sign in to Vela");
+    ASSERT_TRUE(invitation && where);
+    EXPECT_NEAR(where->top() - invitation->bottom(), 12, 0.01);
 }
 
 }  // namespace

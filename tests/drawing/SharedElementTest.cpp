@@ -73,6 +73,8 @@ TEST(ProgressBar, CentresItsMarkersOnTheEnds) {
         const View view = ProgressBar{bar.progress, bar.height, Color::asset("BrandColor")}.body();
         EXPECT_THAT(lines(displayed(view, {bar.width, bar.height})), ElementsAreArray(bar.lines))
             << bar.progress << " of " << bar.width;
+        for (const DisplayItem& item : displayed(view, {bar.width, bar.height}).items)
+            EXPECT_EQ(std::get<RoundedRectangleItem>(item.kind).cornerRadius, 2);
     }
 }
 
@@ -205,6 +207,9 @@ TEST(NetworkImage, FitsAPictureIntoItsSquareAtTheDisplaysScale) {
     EXPECT_EQ(list.items.at(0).clips.at(0).cornerRadius, 8);
     EXPECT_EQ(list.items.at(0).clips.at(0).frame, (Rect{{0, 0}, {44, 44}}));
     EXPECT_TRUE(list.items.at(1).clips.empty());
+    const auto& border = std::get<RoundedRectangleItem>(list.items.at(1).kind);
+    EXPECT_EQ(border.cornerRadius, 8);
+    EXPECT_EQ(border.strokeWidth, 1);
 }
 
 TEST(NetworkImage, FillsItsSquareWhereItIsToldTo) {
