@@ -230,6 +230,33 @@ TEST(LargePackage, MovesPackagesTogetherWhereOneMoreFitsThen) {
     EXPECT_NEAR(gap(3), 74, 1);
 }
 
+TEST(LargePackage, CutsLongWordsOnTheirSecondLineWhereNoPackageIsLostByThat) {
+    const auto shown = [](std::vector<std::string> primaries) {
+        std::vector<presentation::StoredPackage::Values> values;
+        for (const std::string& primary : primaries) {
+            values.push_back(
+                {"Shop", url("velaapp://order/1"), 0.5f, std::nullopt, std::nullopt, {primary, "secondary"}});
+        }
+        return list(drawing_tests::entry(LoggedIn{packages(values)}), platform::WidgetFamily::systemLarge);
+    };
+    const auto lineHeight = [](const DisplayList& list) {
+        for (const DisplayItem& item : list.items) {
+            const auto* text = std::get_if<TextItem>(&item.kind);
+            if (text && text->run.style == TextStyle::subheadline) return item.frame.size.height;
+        }
+        return 0.0;
+    };
+    const std::string longWords(90, 'm');
+    const DisplayList one = shown({longWords, "primary", "primary"});
+    EXPECT_EQ(one.links.size(), 3u);
+    EXPECT_EQ(lineHeight(one), 40);
+    for (const std::size_t count : {3u, 4u, 10u}) {
+        const DisplayList all = shown(std::vector<std::string>(count, longWords));
+        EXPECT_EQ(all.links.size(), 3u) << count;
+        EXPECT_EQ(lineHeight(all), 20) << count;
+    }
+}
+
 TEST(SmallPackage, LeavesTheNameOutFirstWhereTheMerchantHasAPicture) {
     const auto words = [](const char* shop, const char* primary) {
         const std::optional<std::string> secondary = "secondary";
