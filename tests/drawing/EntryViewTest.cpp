@@ -333,6 +333,22 @@ TEST(PackagePictures, ShowAParcelForAProductThatCannotBeShown) {
     EXPECT_EQ(linesBeginning("image Parcel", shown).size(), 1u);
 }
 
+TEST(PackagePictures, ShowAParcelForAMerchantWithoutPictureAndName) {
+    for (const char* name : {"", " ", "\u200E"}) {
+        const SimpleEntry entry = drawing_tests::entry(LoggedIn{packages({{name,
+                                                                           url("velaapp://order/1"),
+                                                                           0.5f,
+                                                                           std::nullopt,
+                                                                           std::nullopt,
+                                                                           {"primary", std::nullopt}}})});
+        for (const platform::WidgetFamily family :
+             {platform::WidgetFamily::systemSmall, platform::WidgetFamily::systemMedium,
+              platform::WidgetFamily::systemLarge}) {
+            EXPECT_EQ(linesBeginning("image Parcel", list(entry, family)).size(), 1u) << description(family);
+        }
+    }
+}
+
 TEST(PackageProgress, StandsOutFromTheGround) {
     const AssetCatalogue catalogue(ASSET_CATALOGUE);
     struct Ground {

@@ -308,6 +308,10 @@ TEST(Initial, IsTheFirstCharacterThatAReaderPerceives) {
     EXPECT_EQ(initial("👩‍👩‍👧 Family"), "👩‍👩‍👧");
     EXPECT_EQ(initial(""), "");
     EXPECT_EQ(initial(" \n"), "");
+    EXPECT_EQ(initial("\u202Ename"), "n");
+    EXPECT_EQ(initial("\u200B\u2066"), "");
+    EXPECT_EQ(initial("e\u0301tui"), "e\u0301");
+    EXPECT_EQ(initial("ร้าน"), "ร้");
 }
 
 }  // namespace
