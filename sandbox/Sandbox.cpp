@@ -123,7 +123,7 @@ Sandbox::Sandbox(const SandboxOptions& options)
           WebServerOptions{.port = options.port,
                            .certificates = certificates_,
                            .endsOnSignals = options.endsOnSignals,
-                           .endsWithParent = options.endsWithParent,
+                           .endsWithProcess = options.endsWithProcess,
                            .longestLife = options.longestLife},
           [services = services_.get()](const Request& request) { return services->serve(request); })) {
     services_->open(server_->url(Origin::first), server_->url(Origin::second));

@@ -30,7 +30,7 @@ struct SandboxOptions {
     Transport transport = Transport::plain;
     /// Of the server: when `run` ends by itself.
     bool endsOnSignals = false;
-    bool endsWithParent = false;
+    std::optional<pid_t> endsWithProcess = std::nullopt;
     std::optional<std::chrono::seconds> longestLife = std::nullopt;
 };
 

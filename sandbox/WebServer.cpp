@@ -2,12 +2,14 @@
 
 #include "sandbox/WebServer.hpp"
 
+#include <sys/pidfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/signal_set.hpp>
 #include <boost/asio/ssl/context.hpp>
@@ -105,7 +107,7 @@ class WebServer::Engine {
           scheme_(options.certificates ? "https" : "http"),
           signals_(context_),
           lifeTimer_(context_),
-          parentTimer_(context_) {
+          process_(context_) {
         if (options.certificates) secure(*options.certificates);
         listen(acceptors_[0], options.port);
         listen(acceptors_[1], 0);
@@ -154,15 +156,16 @@ class WebServer::Engine {
                 if (!error) stop();
             });
         }
-        if (options.endsWithParent) watchParent(getppid());
+        if (options.endsWithProcess) endWith(*options.endsWithProcess);
     }
 
-    /// By asking, not by the kernel's signal: that one comes when a mere thread of the parent ends.
-    void watchParent(pid_t parent) {
-        if (getppid() != parent) return stop();
-        parentTimer_.expires_after(std::chrono::milliseconds(200));
-        parentTimer_.async_wait([this, parent](error_code error) {
-            if (!error) watchParent(parent);
+    /// Not by the kernel's signal to children: that one comes when a mere thread of the parent ends.
+    void endWith(pid_t process) {
+        const int descriptor = pidfd_open(process, 0);
+        if (descriptor < 0) return stop();
+        process_.assign(descriptor);
+        process_.async_wait(asio::posix::stream_descriptor::wait_read, [this](error_code error) {
+            if (!error) stop();
         });
     }
 
@@ -263,7 +266,8 @@ class WebServer::Engine {
     std::array<tcp::acceptor, 2> acceptors_ = {tcp::acceptor(context_), tcp::acceptor(context_)};
     asio::signal_set signals_;
     asio::steady_timer lifeTimer_;
-    asio::steady_timer parentTimer_;
+    /// Readable when the process has ended that this one ends with.
+    asio::posix::stream_descriptor process_;
     std::exception_ptr failure_;
 };
 

@@ -30,8 +30,8 @@ struct WebServerOptions {
     std::optional<Certificates> certificates = std::nullopt;
     /// SIGTERM and SIGINT end `run`.
     bool endsOnSignals = false;
-    /// `run` ends when the process that started this one has ended.
-    bool endsWithParent = false;
+    /// `run` ends when that process has ended.
+    std::optional<pid_t> endsWithProcess = std::nullopt;
     std::optional<std::chrono::seconds> longestLife = std::nullopt;
 };
 

@@ -35,6 +35,8 @@ struct Options {
     int delay = 0;
     int padding = 0;
     int longestLife = 0;
+    bool stopsWithParent = false;
+    int lifelong = 0;
     bool printsCredentials = false;
     bool compresses = false;
     bool closesUnannounced = false;
@@ -123,6 +125,8 @@ void serve(Options& options) {
         options.sandbox.faults.persistence = sandbox::Persistence::closedUnannounced;
     }
     if (options.usesTLS) options.sandbox.transport = sandbox::Transport::tls;
+    if (options.stopsWithParent) options.sandbox.endsWithProcess = ::getppid();
+    if (options.lifelong > 0) options.sandbox.endsWithProcess = options.lifelong;
     if (options.longestLife > 0) options.sandbox.longestLife = std::chrono::seconds(options.longestLife);
     options.sandbox.endsOnSignals = true;
 
@@ -225,8 +229,8 @@ void addServing(const platform::Command& app, Options& options) {
     app.option("--ca-folder", options.caFolder, "The same, as a folder of trusted certificates")
         .named("FOLDER");
     app.option("--stop-after", options.longestLife, "End by itself").positive().named("SECONDS");
-    app.flag("--stop-with-parent", options.sandbox.endsWithParent,
-             "End when the process that started it ends");
+    app.flag("--stop-with-parent", options.stopsWithParent, "End when the process that started it ends");
+    app.option("--stop-with", options.lifelong, "End when that process ends").positive().named("PROCESS");
     app.flag("--print-credentials", options.printsCredentials,
              "Print what a sample person signs in with, and end");
 }

@@ -193,6 +193,14 @@ TEST_F(Program, EndsWithItsParent) {
     EXPECT_FALSE(std::filesystem::exists(path("ready")));
 }
 
+TEST_F(Program, EndsAtOnceWithAProcessThatHasEnded) {
+    const pid_t other = fork();
+    if (other == 0) _exit(0);
+    waitpid(other, nullptr, 0);
+    EXPECT_EQ(run({"--stop-with", std::to_string(other), "--stop-after", "20"}).status, 0);
+    EXPECT_EQ(run({"--stop-with", "0"}).status, 2);
+}
+
 TEST_F(Program, NamesTheWordThatIsUnknown) {
     EXPECT_THAT(run({"bogus"}).errors,
                 StartsWith("vela-sandbox: there is no command \"bogus\"; there is events\n"));

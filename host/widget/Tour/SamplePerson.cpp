@@ -38,7 +38,7 @@ void SamplePerson::settle(const Guide& guide) {
     const auto bundle = (folder / "bundle").string();
     sandbox_.emplace(platform::ChildProgram::Options{
         .program = ownProgram("vela-sandbox"),
-        .arguments = {"--bundle", bundle, "--ready-file", ready.string(), "--stop-with-parent"},
+        .arguments = {"--bundle", bundle, "--ready-file", ready.string(), "--stop-with", std::to_string(::getpid())},
         .input = Stream::discarded,
         .output = Stream::discarded,
         .errors = Stream::discarded,
