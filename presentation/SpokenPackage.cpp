@@ -53,15 +53,15 @@ constexpr auto beginnings = std::to_array<std::string_view>({
     "Today", "Tonight", "Tomorrow", "Until",     "Yesterday",
 });
 
-/// On one line, whatever a server sends.
-std::string onOneLine(std::string_view text) {
+/// On one line and not without end, whatever a server sends.
+std::string part(std::string_view text) {
     std::string line(text);
     std::ranges::replace_if(
         line, [](unsigned char character) { return character < 0x20 || character == 0x7F; }, ' ');
     for (const std::string_view separator : {"\xC2\x85", "\xE2\x80\xA8", "\xE2\x80\xA9"})
         for (auto at = line.find(separator); at != std::string::npos; at = line.find(separator))
             line.replace(at, separator.size(), " ");
-    return std::string(platform::trimmed(line, " "));
+    return platform::fittedToColumns(platform::trimmed(line, " "), longestSpokenPart);
 }
 
 bool beginsAsACommonWord(std::string_view text) {
@@ -76,8 +76,8 @@ std::string withinASentence(const std::string& text) {
 
 /// Both lines, but for the first where the second says it again: "Delivered", "Delivered yesterday".
 std::string statusWords(const StatusPair& status, bool begins) {
-    std::string first = onOneLine(status.primary);
-    const std::string second = onOneLine(status.secondary.value_or(""));
+    std::string first = part(status.primary);
+    const std::string second = part(status.secondary.value_or(""));
     if (second == first || second.starts_with(first + " ")) first.clear();
     std::string words;
     for (const std::string& line : {first, second}) {
@@ -105,7 +105,7 @@ bool isSample(const Package& package) {
 
 std::string spoken(const Package& package) {
     if (isSample(package)) return std::string(W::notYetKnown);
-    const std::string name = onOneLine(package.shopName());
+    const std::string name = part(package.shopName());
     std::string words = statusWords(package.statusText(), name.empty());
     if (!name.empty()) words = words.empty() ? name : name + ": " + words;
     const std::string progress = progressWords(package.progress());

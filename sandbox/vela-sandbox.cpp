@@ -106,7 +106,10 @@ void writeBundle(const std::filesystem::path& folder, const std::string& baseURL
                                          information, platform::JSONKeyOrder::ascendingBytes));
     for (const auto& resource : std::filesystem::directory_iterator(bundle.resourceFolder())) {
         const auto link = folder / resource.path().filename();
-        if (resource.path().filename() == "Info.json" || std::filesystem::exists(link)) continue;
+        if (resource.path().filename() == "Info.json") continue;
+        // One of another time may lead to what is there no more.
+        if (std::filesystem::is_symlink(link)) std::filesystem::remove(link);
+        if (std::filesystem::exists(link)) continue;
         std::filesystem::create_symlink(std::filesystem::absolute(resource.path()), link);
     }
 }
@@ -245,7 +248,7 @@ int main(int count, char** arguments) {
                               "A local account server and event collector with sample people.", VELA_VERSION);
     app.footer(
         "Example:\n"
-        "  vela-sandbox --scenario everyday --ready-file ready &\n"
+        "  vela-sandbox --scenario everyday --ready-file ready & sleep 1\n"
         "  export BASE_URL=$(cat ready)\n"
         "  vela-sandbox --print-credentials | vela-companion sign-in");
     Options options;

@@ -20,6 +20,9 @@ namespace {
 constexpr std::array pictureSizes = {WidgetImageSize::extraLarge, WidgetImageSize::large,
                                      WidgetImageSize::medium};
 
+/// As many as there may be room for in the design's size.
+constexpr std::size_t few = 4;
+
 View dividingLine() {
     return divider(Color::asset("DividerColor"));
 }
@@ -68,27 +71,32 @@ View pair(const presentation::PackageList& packages, const ViewEnvironment& envi
                          });
 }
 
+/// What is cut in any case: as little of it as possible, or so much that there is room for other packages.
+enum class LongWords { onTwoLines, onOneLine };
+
 /// One line for each status where it is shown whole so: then there is room for one package more.
-std::vector<StatusSetting> rowSettings(const presentation::StatusPair& status) {
+std::vector<StatusSetting> rowSettings(const presentation::StatusPair& status, LongWords longWords) {
     using enum StatusSetting::Cut;
     const int alone = status.secondary ? 1 : 2;
+    const int cut = longWords == LongWords::onTwoLines ? 2 : alone;
     return {
         {alone, 1, 1, never},
         {alone, 1, tightest, never},
         {2, 2, tightest, never},
-        {alone, 1, tightest, allowed},
+        {cut, 1, tightest, allowed},
     };
 }
 
-View rows(const presentation::PackageList& packages, const ViewEnvironment& environment) {
-    const auto row = [packages, environment](std::size_t index) {
+View rows(const presentation::PackageList& packages, const ViewEnvironment& environment,
+          LongWords longWords) {
+    const auto row = [packages, environment, longWords](std::size_t index) {
         const presentation::Package& package = *packages[index];
         const View icon = index == 0 ? appIcon(environment.colorScheme) : View();
         const auto body = [&](const StatusSetting& setting) {
             return verticalStack({.spacing = 8}, {packageRow(package, environment, setting, icon),
                                                   progressBar(package, environment)});
         };
-        return whole(statusThatFits(rowSettings(package.statusText()), body), package);
+        return whole(statusThatFits(rowSettings(package.statusText(), longWords), body), package);
     };
     // Close enough for four packages of one status line each; down to the lower margin in any case.
     return rowsThatFit({.spacing = 10, .widestSpacing = infinity, .divider = dividingLine()}, packages.size(),
@@ -158,7 +166,9 @@ View LargePackage::body(const ViewEnvironment& environment) const {
         for (const WidgetImageSize size : pictureSizes)
             choices.push_back(pair(packages, environment, size, {.primaryLines = 3, .secondaryLines = 2}));
     }
-    choices.push_back(rows(packages, environment));
+    // All of them, or as many as there is room for. Of many it is not asked: every one would be looked at.
+    if (packages.size() <= few) choices.push_back(rows(packages, environment, LongWords::onTwoLines));
+    choices.push_back(rows(packages, environment, LongWords::onOneLine));
     return viewThatFits(std::move(choices));
 }
 

@@ -37,9 +37,8 @@ View NetworkImage::placeholder() const {
 
 std::string initial(const std::string& shopName) {
     for (const std::string_view character : platform::characters(shopName)) {
-        if (character.front() > ' ' || static_cast<unsigned char>(character.front()) >= 0x80) {
-            return std::string(character);
-        }
+        const bool isBlank = static_cast<unsigned char>(character.front()) <= ' ';
+        if (!isBlank && platform::terminalColumns(character) > 0) return std::string(character);
     }
     return {};
 }

@@ -33,7 +33,7 @@ struct NetworkImage {
     drawing::View placeholder() const;
 };
 
-/// What is written on the placeholder of a merchant: the first character of its name.
+/// What is written on the placeholder of a merchant: the first character of its name that can be seen.
 std::string initial(const std::string& shopName);
 
 }  // namespace widget

@@ -4,6 +4,7 @@
 
 #include "presentation/DeepLink.hpp"
 #include "presentation/Wording.hpp"
+#include "widget/PackageBody.hpp"
 #include "widget/Prompt.hpp"
 
 namespace widget {
@@ -25,14 +26,16 @@ View NoPackage::body() const {
                                 promptWords(Wording::nothingToTrack, TextStyle::body),
                                 promptButton(Wording::addOrder, TextStyle::subheadline).link(addDelivery),
                             });
+    const View button = promptButton(Wording::addOrder, TextStyle::subheadline);
     const View small = prompt(colorScheme,
                               {
                                   promptWords(Wording::nothingToTrack, TextStyle::subheadline).lineLimit(2),
-                                  promptButton(Wording::addOrder, TextStyle::footnote),
+                                  // As wide as the words of a small button may be.
+                                  isEnlarged(textSize) ? button : button.minimumScaleFactor(tightest),
                               })
                            .widgetURL(addDelivery);
     const View low = lowPrompt(colorScheme, promptWords(Wording::nothingToTrack, TextStyle::body),
-                               promptButton(Wording::addOrder, TextStyle::footnote).link(addDelivery));
+                               button.link(addDelivery));
     switch (family) {
         case platform::WidgetFamily::systemLarge:
         case platform::WidgetFamily::systemExtraLarge:
@@ -45,7 +48,7 @@ View NoPackage::body() const {
         case platform::WidgetFamily::accessoryRectangular:
             return accessoryPrompt(colorScheme, Wording::nothingToTrack).widgetURL(addDelivery);
         case platform::WidgetFamily::accessoryInline:
-            return inlinePrompt(Wording::addOrder).widgetURL(addDelivery);
+            return inlinePrompt(colorScheme, Wording::addOrder, textSize).widgetURL(addDelivery);
     }
     return View();
 }

@@ -168,7 +168,9 @@ bool showsShopPicture(const presentation::Package& package, WidgetImageSize size
 
 View shopPicture(const presentation::Package& package, WidgetImageSize size,
                  const ViewEnvironment& environment) {
-    return visible({package.shopImage(), points(size), initial(package.shopName())}, environment);
+    return visible(
+        {package.shopImage(), points(size), initial(package.shopName()), ContentMode::fit, "Parcel"},
+        environment);
 }
 
 View productPicture(const presentation::Package& package, WidgetImageSize size,

@@ -3,8 +3,10 @@
 #include "widget/Prompt.hpp"
 
 #include <string>
+#include <utility>
 
 #include "widget/AppIcon.hpp"
+#include "widget/PackageBody.hpp"
 #include "widget/StyledText.hpp"
 
 namespace widget {
@@ -15,11 +17,6 @@ namespace {
 
 constexpr double aboveButton = 12;
 
-View iconAndWords(const View& icon, double spacing, std::string_view words, int lines) {
-    return horizontalStack({.spacing = spacing},
-                           {icon, promptWords(words, TextStyle::subheadline).lineLimit(lines)});
-}
-
 }  // namespace
 
 View promptWords(std::string_view words, TextStyle font) {
@@ -27,7 +24,7 @@ View promptWords(std::string_view words, TextStyle font) {
 }
 
 View prompt(ColorScheme colorScheme, std::vector<View> rows) {
-    rows.insert(rows.begin(), {appLogo(colorScheme, 24), spacer(4)});
+    rows.insert(rows.begin(), {appLogo(colorScheme, 24), spacer(2)});
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, rows)
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
@@ -37,7 +34,7 @@ View promptButton(std::string_view title, TextStyle font) {
         .body()
         .lineLimit(1)
         .wantedWhole()
-        .padding({8, 4, 8, 4})
+        .padding({8, 6, 8, 6})
         .frame({.maxWidth = infinity})
         .background(roundedRectangle(12, Color::asset("BrandColor")))
         .padding({.top = aboveButton});
@@ -45,20 +42,27 @@ View promptButton(std::string_view title, TextStyle font) {
 
 View lowPrompt(ColorScheme colorScheme, const View& words, const View& button) {
     // The words leave room above by themselves.
-    constexpr double closer = 6;
-    const View logo = appLogo(colorScheme, 24).padding({.top = aboveButton});
-    const View last = horizontalStack({.spacing = 16}, {logo, button}).padding({.top = -closer});
+    constexpr double closer = 8;
+    const View logo = appLogo(colorScheme, 20).padding({.top = aboveButton});
+    const View last = horizontalStack({.spacing = 12}, {logo, button}).padding({.top = -closer});
     return verticalStack({.alignment = HorizontalAlignment::leading, .spacing = 0}, {words, spacer(), last})
         .frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
 View accessoryPrompt(ColorScheme colorScheme, std::string_view words) {
-    return iconAndWords(appIcon(colorScheme), 6, words, 3)
-        .frame({.maxWidth = infinity, .alignment = Alignment::leading});
+    std::vector<View> choices;
+    for (const auto& [logoHeight, spacing] : {std::pair{20.0, 6.0}, {16.0, 2.0}, {12.0, 0.0}}) {
+        const View logo = appLogo(colorScheme, logoHeight);
+        choices.push_back(verticalStack({.alignment = HorizontalAlignment::leading, .spacing = spacing},
+                                        {logo, promptWords(words, TextStyle::subheadline).lineLimit(2)}));
+    }
+    return viewThatFits(std::move(choices)).frame({.maxWidth = infinity, .alignment = Alignment::leading});
 }
 
-View inlinePrompt(std::string_view words) {
-    return iconAndWords(inlineIcon(), 5, words, 1);
+View inlinePrompt(ColorScheme colorScheme, std::string_view words, TextSize textSize) {
+    const View line = promptWords(words, TextStyle::subheadline).lineLimit(1);
+    return horizontalStack({.spacing = 6}, {appLogo(colorScheme, 12),
+                                            isEnlarged(textSize) ? line : line.minimumScaleFactor(tightest)});
 }
 
 }  // namespace widget

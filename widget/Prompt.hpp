@@ -24,8 +24,9 @@ drawing::View promptWords(std::string_view words, drawing::TextStyle font);
 /// White words on the brand's colour, as wide as there is room.
 drawing::View promptButton(std::string_view title, drawing::TextStyle font);
 
-/// For a lock screen: the icon beside one text, at the leading edge or in one line in the middle.
+/// For a lock screen: the logo above one text, or beside it in one line.
 drawing::View accessoryPrompt(drawing::ColorScheme colorScheme, std::string_view words);
-drawing::View inlinePrompt(std::string_view words);
+drawing::View inlinePrompt(drawing::ColorScheme colorScheme, std::string_view words,
+                           drawing::TextSize textSize);
 
 }  // namespace widget

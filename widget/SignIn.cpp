@@ -41,7 +41,8 @@ View SignIn::body() const {
         case platform::WidgetFamily::accessoryCircular:
         case platform::WidgetFamily::accessoryRectangular:
             return accessoryPrompt(colorScheme, Wording::signInToTheApp);
-        case platform::WidgetFamily::accessoryInline: return inlinePrompt(Wording::signInToTheApp);
+        case platform::WidgetFamily::accessoryInline:
+            return inlinePrompt(colorScheme, Wording::signInToTheApp, textSize);
     }
     return View();
 }

@@ -8,7 +8,7 @@
 #include <memory>
 #include <utility>
 
-#include "host/protocol/HostClaim.hpp"
+#include "host/protocol/Forgetting.hpp"
 #include "platform/Bundle/Bundle.hpp"
 #include "platform/Files/Patience.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
@@ -161,10 +161,11 @@ std::string faultOf(Action action) {
     }
 }
 
-/// Why what a live host that was killed has left of the person before is still there; empty where it is not.
-std::string faultOfForgettingDeadHost() {
-    const auto fault = faultOf(removeLeftoversOfDeadHost);
-    return fault.empty() ? "" : "what a live host left that was killed is still there: " + fault;
+/// Why what a live host that is dead or silent has left of the person before is still there; empty where it
+/// is not.
+std::string faultOfForgetting(const Notice& notice) {
+    const auto fault = faultOf([&] { forgetInPlaceOfHost(notice); });
+    return fault.empty() ? "" : "what a live host left is still there: " + fault;
 }
 
 std::string line(std::string_view name, std::string_view value) {
@@ -252,7 +253,7 @@ void signIn(const Credentials& credentials, TokenLocation location, const std::o
     });
     throwUnlessSuccess("the keychain did not take the tokens", transaction->commit());
     const auto faultOfId = faultOf([&] { id->commit(); });
-    const auto fault = faultOfForgettingDeadHost();
+    const auto fault = faultOfForgetting(notice);
     if (!faultOfId.empty()) throw CompanionError("signed in, but without the user id: " + faultOfId);
     if (!fault.empty()) throw CompanionError("signed in, but " + fault);
 }
@@ -264,7 +265,7 @@ void signOut(const Notice& notice) {
     emptyKeychain(server::legacyTokenKeychain());
     throwUnlessSuccess("the keychain cannot be emptied", transaction->commit());
     const auto faultOfId = faultOf([] { deleteDefaults(SharedDefaultsKey::userId); });
-    const auto fault = faultOfForgettingDeadHost();
+    const auto fault = faultOfForgetting(notice);
     if (!faultOfId.empty()) throw CompanionError("signed out, but the user id is still stored: " + faultOfId);
     if (!fault.empty()) throw CompanionError("signed out, but " + fault);
 }

@@ -2,23 +2,16 @@
 
 #include "host/companion/SignInWindow.hpp"
 
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-
 #include "host/companion/Companion.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 
 namespace host {
 
 namespace {
 
-constexpr const char* windowProgram = "vela-companion-window";
-
-std::filesystem::path windowProgramPath() {
-    return platform::executablePath().parent_path() / windowProgram;
+platform::SiblingProgram windowProgram() {
+    return {.name = "vela-companion-window", .package = "vela-widget-gtk"};
 }
 
 bool isSet(const char* variable) {
@@ -28,7 +21,7 @@ bool isSet(const char* variable) {
 }  // namespace
 
 bool hasSignInWindow() {
-    return ::access(windowProgramPath().c_str(), X_OK) == 0;
+    return windowProgram().isInstalled();
 }
 
 bool hasDisplay() {
@@ -43,8 +36,7 @@ void showSignInWindow() {
     if (!hasDisplay())
         throw CompanionError(
             "there is no desktop to show a window on; on a terminal: vela-companion sign-in");
-    ::execl(windowProgramPath().c_str(), windowProgram, static_cast<char*>(nullptr));
-    throw CompanionError(std::string(windowProgram) + " cannot be started: " + std::strerror(errno));
+    windowProgram().become({});
 }
 
 }  // namespace host

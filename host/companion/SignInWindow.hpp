@@ -10,7 +10,7 @@ namespace host {
 bool hasSignInWindow();
 /// Whether there is a desktop to show it on.
 bool hasDisplay();
-/// Goes on as that program. Throws CompanionError where it cannot.
+/// Goes on as that program. Throws std::runtime_error where it cannot; `what()` says what to do.
 [[noreturn]] void showSignInWindow();
 
 }  // namespace host

@@ -115,7 +115,8 @@ std::string linkAttribute(const platform::URL& link) {
 }
 
 std::string line(std::string_view kind, std::string_view text) {
-    return "<span class=\"" + std::string(kind) + "\" dir=\"auto\">" + markup(text) + "</span>";
+    return "<span class=\"" + std::string(kind) + "\" dir=\"auto\">" +
+           markup(platform::fittedToColumns(text, presentation::longestSpokenPart)) + "</span>";
 }
 
 /// A sentence for who hears it, and for who sees it the lines that say the same.

@@ -10,6 +10,7 @@
 #include "platform/Bundle/Bundle.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 #include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
@@ -23,10 +24,9 @@ int runProgram(int count, const char* const* arguments) {
     app.option("--port", port, "The page's port; without it, a free one").within(0, 65'535);
     app.footer("Example:\n  vela-widget serve --port 8123");
     app.actionWithoutSubcommand([&port] {
-        const host::PageCommand command = {
-            .port = port,
-            .program = platform::executablePath().parent_path() / "vela-widget",
-            .resources = platform::Bundle::main().resourceFolder()};
+        const host::PageCommand command = {.port = port,
+                                           .program = platform::siblingProgramPath("vela-widget"),
+                                           .resources = platform::Bundle::main().resourceFolder()};
         throw platform::ExitStatus(platform::statusOf("vela-widget", [&command] { return command.run(); }));
     });
     return app.run(count, arguments);

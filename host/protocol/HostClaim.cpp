@@ -7,17 +7,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <chrono>
 #include <climits>
 #include <string>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "host/protocol/HostFiles.hpp"
-#include "host/protocol/LocalSocket.hpp"
 #include "platform/Files/FileReplacement.hpp"
 #include "platform/Files/Patience.hpp"
 #include "platform/Files/Reading.hpp"
@@ -60,20 +60,21 @@ Descriptor openedFolder(const HostAddress& address) {
 }
 
 /// A lock on a file that was removed meanwhile excludes nobody. `name` is one in the folder, or absolute.
-bool isStillThere(const Descriptor& folder, const char* name, const Descriptor& lock) {
+HostClaim::Standing standingOf(const Descriptor& lock, const Descriptor& folder, const char* name) {
     struct stat opened = {};
     struct stat found = {};
-    return ::fstat(lock, &opened) == 0 && ::fstatat(folder, name, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
-           opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
+    if (::fstatat(folder, name, &found, AT_SYMLINK_NOFOLLOW) != 0) return HostClaim::Standing::lost;
+    const bool isTheSame =
+        ::fstat(lock, &opened) == 0 && opened.st_dev == found.st_dev && opened.st_ino == found.st_ino;
+    return isTheSame ? HostClaim::Standing::held : HostClaim::Standing::anothers;
 }
 
-std::string holderIn(const Descriptor& folder) {
-    const Descriptor lock(::openat(folder, HostClaim::lockName, O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+pid_t processIn(const Descriptor& lock) {
     std::array<char, 32> text = {};
-    const auto length = lock.isOpen() ? ::read(lock, text.data(), text.size()) : 0;
-    const std::string_view digits(text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-    const auto end = digits.find_first_not_of("0123456789");
-    return std::string(digits.substr(0, end));
+    const auto length = ::pread(lock, text.data(), text.size(), 0);
+    pid_t process = 0;
+    std::from_chars(text.data(), text.data() + std::max<ssize_t>(length, 0), process);
+    return process;
 }
 
 /// The folder of files beside the host's own; closed where there is none.
@@ -87,7 +88,7 @@ Descriptor outputFolder(const Descriptor& folder) {
 
 }  // namespace
 
-std::optional<HostClaim> HostClaim::tryToTake(const HostAddress& address, Descriptor folder) {
+std::optional<HostClaim> HostClaim::lockIn(const HostAddress& address, Descriptor folder) {
     const int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
     Descriptor lock(::openat(folder, lockName, flags, 0600));
     if (!lock.isOpen()) failClaiming("the live host's lock cannot be opened", errno);
@@ -95,14 +96,13 @@ std::optional<HostClaim> HostClaim::tryToTake(const HostAddress& address, Descri
         if (errno == EWOULDBLOCK) return std::nullopt;
         failClaiming("the live host's lock cannot be had", errno);
     }
-    if (!isStillThere(folder, lockName, lock)) return std::nullopt;
+    if (standingOf(lock, folder, lockName) != Standing::held) return std::nullopt;
     return HostClaim(address, std::move(folder), std::move(lock));
 }
 
-/// Nothing as well where the folder went with its host.
-std::optional<HostClaim> HostClaim::tryToTakeOf(const HostAddress& address, const Descriptor& folder) {
+std::optional<HostClaim> HostClaim::tryToTake(const HostAddress& address, const Descriptor& folder) {
     try {
-        return tryToTake(address, duplicateOf(folder));
+        return lockIn(address, duplicateOf(folder));
     } catch (const HostPlaceError&) {
         struct stat found = {};
         if (::fstat(folder, &found) != 0 || found.st_nlink > 0) throw;
@@ -116,13 +116,13 @@ HostClaim HostClaim::wait(const HostAddress& address) {
     const bool isHad = patienceWithHost.suffices([&] {
         // The folder goes with its host.
         folder = openedFolder(address);
-        if (auto taken = tryToTakeOf(address, *folder)) claim.emplace(*std::move(taken));
+        if (auto taken = tryToTake(address, *folder)) claim.emplace(*std::move(taken));
         return claim.has_value();
     });
     if (!isHad) {
-        const auto holder = holderIn(*folder);
+        const auto holder = Holder(*folder).process();
         throw HostPlaceError("a live host is running already" +
-                             (holder.empty() ? "" : ", process " + holder) +
+                             (holder > 0 ? ", process " + std::to_string(holder) : "") +
                              "; vela-widget reload reaches it");
     }
     return *std::move(claim);
@@ -148,8 +148,17 @@ int HostClaim::removeFiles() const {
     return error != 0 ? error : errorBeside;
 }
 
-bool HostClaim::isHeld() const {
-    return isStillThere(folder_, lockFile().c_str(), lock_);
+HostClaim::Standing HostClaim::standing() const {
+    return standingOf(lock_, folder_, lockFile().c_str());
+}
+
+HostClaim::Holder::Holder(const Descriptor& folder)
+    : lock_(::openat(folder, lockName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)),
+      process_(lock_.isOpen() ? processIn(lock_) : 0) {}
+
+void HostClaim::Holder::expel(const Descriptor& folder) const {
+    if (lock_.isOpen() && standingOf(lock_, folder, lockName) == Standing::held)
+        ::unlinkat(folder, lockName, 0);
 }
 
 void HostClaim::sign() const {
@@ -177,44 +186,6 @@ HostClaim::~HostClaim() {
     ::unlinkat(folder_, lockName, 0);
     // Where it is empty; a service manager keeps its socket there.
     ::rmdir(address_.folder.c_str());
-}
-
-namespace {
-
-std::optional<HostAddress> placeOfPerson() {
-    try {
-        return HostAddress::ofPerson();
-    } catch (const HostAddressError&) {
-        return std::nullopt;
-    }
-}
-
-}  // namespace
-
-void removeLeftoversOfDeadHost() {
-    const auto address = placeOfPerson();
-    if (!address) return;
-    try {
-        std::optional<HostClaim> claim;
-        patienceWithHost.suffices([&] {
-            const auto folder = TrustedFolder::open(address->folder);
-            if (!folder) return true;
-            if (auto taken = HostClaim::tryToTakeOf(*address, folder->descriptor()))
-                claim.emplace(*std::move(taken));
-            return claim.has_value();
-        });
-        if (!claim) return;
-        const int error = claim->removeFiles();
-        for (const char* name : {HostClaim::notificationsName, HostClaim::notificationsTemporaryName})
-            ::unlinkat(claim->folder(), name, 0);
-        // A service manager may listen on it.
-        if (connectedLocalSocket(address->socket()) == -ECONNREFUSED)
-            ::unlinkat(claim->folder(), HostClaim::socketName, 0);
-        if (error != 0)
-            failClaiming("what lies in " + address->folder.string() + " cannot be removed", error);
-    } catch (const platform::FileError& error) {
-        throw HostPlaceError(error.what());
-    }
 }
 
 }  // namespace host

@@ -6,6 +6,8 @@
 // lies there was left by a host that was killed. Given up with the object, and by the system's hand when the
 // process dies. For one thread.
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
@@ -42,12 +44,35 @@ class HostClaim {
     HostClaim(HostClaim&& other) noexcept = default;
     HostClaim& operator=(HostClaim&&) = delete;
 
-    /// Not where somebody removed the folder or the lock.
-    bool isHeld() const;
+    /// Lost where somebody removed the folder or the lock, as one does who has waited for an answer in vain.
+    enum class Standing { held, lost, anothers };
+    Standing standing() const;
+    bool isHeld() const { return standing() == Standing::held; }
     /// What changes when it is not.
     std::filesystem::path lockFile() const { return address_.folder / lockName; }
     const HostAddress& address() const { return address_; }
     const platform::Descriptor& folder() const { return folder_; }
+
+    /// Nothing while another has it, or where the folder went with its host. Throws HostPlaceError.
+    static std::optional<HostClaim> tryToTake(const HostAddress& address, const platform::Descriptor& folder);
+
+    /// Who has the claim on that folder, if somebody has.
+    class Holder {
+      public:
+        explicit Holder(const platform::Descriptor& folder);
+        /// 0 where it does not say.
+        pid_t process() const { return process_; }
+        /// Takes it away, unless it is another's by now.
+        void expel(const platform::Descriptor& folder) const;
+
+      private:
+        platform::Descriptor lock_;
+        pid_t process_;
+    };
+
+    /// Removes what is shown in the folder and in the one beside it; gives the first error, 0 where there is
+    /// none.
+    int removeFiles() const;
 
     /// Says in the lock which process has it.
     void sign() const;
@@ -55,26 +80,15 @@ class HostClaim {
     void noteOutput(const std::filesystem::path& output) const;
 
   private:
-    friend void removeLeftoversOfDeadHost();
     HostClaim(HostAddress address, platform::Descriptor folder, platform::Descriptor lock)
         : address_(std::move(address)), folder_(std::move(folder)), lock_(std::move(lock)) {}
 
     static HostClaim wait(const HostAddress& address);
-    /// Nothing while another has it.
-    static std::optional<HostClaim> tryToTake(const HostAddress& address, platform::Descriptor folder);
-    static std::optional<HostClaim> tryToTakeOf(const HostAddress& address,
-                                                const platform::Descriptor& folder);
-    int removeFiles() const;
+    static std::optional<HostClaim> lockIn(const HostAddress& address, platform::Descriptor folder);
 
     HostAddress address_;
     platform::Descriptor folder_;
     platform::Descriptor lock_;
 };
-
-/// Removes all that a live host which was killed has left of its person; nothing where one runs, which knows
-/// by itself what is stored, nor where there is no place for one. Waits a moment for one that may be about to
-/// end. Throws HostPlaceError where it cannot be
-/// removed.
-void removeLeftoversOfDeadHost();
 
 }  // namespace host

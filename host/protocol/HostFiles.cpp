@@ -44,11 +44,14 @@ std::optional<std::vector<std::string>> HostFiles::in(const platform::Descriptor
 }
 
 int HostFiles::removeAll(const platform::Descriptor& folder) {
-    const auto names = in(folder);
-    if (!names) return errno;
     int error = 0;
-    for (const auto& name : *names)
-        if (::unlinkat(folder, name.c_str(), 0) != 0 && errno != ENOENT && error == 0) error = errno;
+    // A half-written file may become a whole one behind the first look.
+    for (int look = 0; look < 2; ++look) {
+        const auto names = in(folder);
+        if (!names) return errno;
+        for (const auto& name : *names)
+            if (::unlinkat(folder, name.c_str(), 0) != 0 && errno != ENOENT && error == 0) error = errno;
+    }
     return error;
 }
 

@@ -12,6 +12,7 @@
 #include "host/reader/DetachedProgram.hpp"
 #include "platform/Asio/DescriptorWatch.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 
 namespace host {
 
@@ -32,7 +33,7 @@ int descriptorOfProcess(pid_t process) {
 }  // namespace
 
 std::filesystem::path companionProgram() {
-    return platform::executablePath().parent_path() / "vela-companion";
+    return platform::siblingProgramPath("vela-companion");
 }
 
 LinkOpening linkOpening(const std::string& link, const std::string& activationToken,

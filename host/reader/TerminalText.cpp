@@ -10,7 +10,6 @@ namespace host {
 
 namespace {
 
-constexpr std::string_view ellipsis = "…";
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
 /// The length of the well-formed sequence at the start of `text` (RFC 3629); 0 where there is none.
@@ -65,14 +64,6 @@ std::string withControlsEscaped(std::string_view text, std::string_view before, 
     return safe;
 }
 
-/// At most `longestCharacter` bytes of it, and whole sequences.
-std::string_view boundedCharacter(std::string_view character) {
-    if (character.size() <= longestCharacter) return character;
-    auto end = longestCharacter;
-    while (end > 0 && (static_cast<unsigned char>(character[end]) & 0xC0) == 0x80) --end;
-    return character.substr(0, end);
-}
-
 }  // namespace
 
 std::string terminalSafe(std::string_view text) {
@@ -108,30 +99,6 @@ std::string terminalSafeJSON(std::string_view json) {
 
 std::string terminalSafeXML(std::string_view xml) {
     return withControlsEscaped(xml, "&#x", ";");
-}
-
-std::string fittedToColumns(std::string_view text, std::size_t columns) {
-    const auto room = columns - std::min(columns, platform::terminalColumns(ellipsis));
-    std::string fitted;
-    std::size_t used = 0;
-    std::size_t cut = 0;
-    std::size_t inPlace = 0;
-    for (const auto character : platform::characters(text)) {
-        const auto bounded = boundedCharacter(character);
-        const auto width = platform::terminalColumns(bounded);
-        used += width;
-        if (used > columns) break;
-        // What has no width stands where the last one stands that has.
-        inPlace = (width > 0 ? 0 : inPlace) + bounded.size();
-        if (inPlace > longestCharacter) continue;
-        fitted.append(bounded);
-        if (used <= room) cut = fitted.size();
-    }
-    if (used <= columns) return fitted;
-    if (columns == 0) return {};
-    fitted.resize(cut);
-    while (fitted.ends_with(' ')) fitted.pop_back();
-    return fitted.append(ellipsis);
 }
 
 }  // namespace host

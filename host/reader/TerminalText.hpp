@@ -4,9 +4,10 @@
 
 // Text from a server, made fit for a terminal. Pure functions, safe from any thread.
 
-#include <cstddef>
 #include <string>
 #include <string_view>
+
+#include "platform/Text/Text.hpp"
 
 namespace host {
 
@@ -22,13 +23,7 @@ std::string terminalSafeLines(std::string_view text);
 std::string terminalSafeJSON(std::string_view json);
 std::string terminalSafeXML(std::string_view xml);
 
-/// The longest that one character may be: room for a letter under the thirty marks of UAX #15's stream-safe
-/// text, each of four bytes, and for any emoji.
-inline constexpr std::size_t longestCharacter = 128;
-
-/// `text` in at most `columns` columns, whole characters only, cut with an ellipsis where it is longer. What
-/// a character, with all that stands in its place without a width of its own, has beyond `longestCharacter`
-/// bytes is dropped.
-std::string fittedToColumns(std::string_view text, std::size_t columns);
+using platform::fittedToColumns;
+using platform::longestCharacter;
 
 }  // namespace host

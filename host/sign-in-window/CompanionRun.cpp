@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "platform/Files/Reading.hpp"
-#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 #include "platform/Text/ASCII.hpp"
 
 namespace host {
@@ -22,7 +22,7 @@ constexpr std::size_t longestAnswer = 64 << 10;
 
 platform::ChildProgram::Options runOf(const std::vector<std::string>& arguments) {
     using Stream = platform::ChildProgram::Stream;
-    return {.program = (platform::executablePath().parent_path() / companionName).string(),
+    return {.program = platform::siblingProgramPath(companionName).string(),
             .arguments = arguments,
             .input = Stream::piped,
             .output = Stream::piped,

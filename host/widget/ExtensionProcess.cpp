@@ -15,7 +15,7 @@
 
 #include "host/reader/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
-#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 
 namespace host {
 
@@ -53,7 +53,7 @@ struct ExtensionProcess::PendingReply {
 };
 
 std::filesystem::path ExtensionSettings::defaultExecutable() {
-    return platform::executablePath().parent_path() / "VelaWidgetExtension";
+    return platform::siblingProgramPath("VelaWidgetExtension");
 }
 
 std::shared_ptr<ExtensionProcess> ExtensionProcess::start(const asio::any_io_executor& executor,

@@ -29,7 +29,6 @@
 #include "host/widget/Readers/ShowLive.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "host/widget/SignedOutReason.hpp"
-#include "host/widget/SurfaceProgram.hpp"
 #include "host/widget/Terminal/ShowFollow.hpp"
 #include "host/widget/TerminalImage.hpp"
 #include "host/widget/TerminalView.hpp"
@@ -37,6 +36,7 @@
 #include "platform/CommandLine/Command.hpp"
 #include "platform/CommandLine/Words.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 #include "platform/Streams/LastResort.hpp"
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/LinuxSystemEvents.hpp"
@@ -398,10 +398,9 @@ host::BarCommand barCommand(const BarOptions& options) {
     if (options.style.isJSON && options.style.format != host::BarFormat::i3blocks)
         platform::refuseArgument("--json", "is for --format i3blocks");
     host::BarCommand command = {.style = options.style};
-    const auto programs = platform::executablePath().parent_path();
     command.style.columns = static_cast<std::size_t>(options.columns);
     command.style.companion = host::companionProgram().string();
-    command.style.widget = (programs / "vela-widget").string();
+    command.style.widget = platform::siblingProgramPath("vela-widget").string();
     if (options.follow) command.action = Action::follow;
     if (options.next) command.action = Action::next;
     if (options.previous) command.action = Action::previous;
@@ -437,7 +436,8 @@ void addWindowCommand(const platform::Command& app, std::string& family) {
     command.action([&family] {
         std::vector<std::string> arguments;
         if (!family.empty()) arguments = {"--family", family};
-        host::become({.name = "vela-widget-window", .package = "vela-widget-gtk"}, std::move(arguments));
+        platform::SiblingProgram{.name = "vela-widget-window", .package = "vela-widget-gtk"}.become(
+            std::move(arguments));
     });
 }
 
@@ -447,8 +447,8 @@ void addServeCommand(const platform::Command& app, std::uint16_t& port) {
     command.option("--port", port, "The page's port; without it, a free one").within(0, 65'535);
     command.footer("Example:\n  vela-widget serve\n  vela-widget serve --port 8123");
     command.action([&port] {
-        host::become({.name = "vela-widget-page", .package = "vela-widget"},
-                     {"--port", std::to_string(port)});
+        platform::SiblingProgram{.name = "vela-widget-page", .package = "vela-widget"}.become(
+            {"--port", std::to_string(port)});
     });
 }
 

@@ -13,6 +13,7 @@
 #include "host/window/WidgetWindow.hpp"
 #include "platform/CommandLine/Command.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 #include "platform/ProcessInfo/WipedHeap.hpp"
 #include "platform/ProcessInfo/WipedMemory.hpp"
 #include "platform/Streams/LastResort.hpp"
@@ -66,7 +67,7 @@ int runWindow(const std::string& family) {
     int status = 0;
     const auto places = host::WindowPlaces::ofPerson();
     host::WidgetWindow window({.family = chosenFamily(family, places),
-                               .program = platform::executablePath().parent_path() / "vela-widget",
+                               .program = platform::siblingProgramPath("vela-widget"),
                                .places = places,
                                .onQuit = [&] { loop->quit(); },
                                .onFailure =

@@ -18,6 +18,8 @@
 namespace platform {
 namespace {
 
+constexpr char listDelimiter = ',';
+
 struct UnknownWord {
     const CLI::App* command;
     std::string word;
@@ -132,6 +134,29 @@ CLI::Validator numberWithin(double least, double most) {
     return {check, range.str()};
 }
 
+std::vector<std::string> partsOf(const std::string& list) {
+    std::vector<std::string> parts;
+    std::istringstream stream(list + listDelimiter);
+    for (std::string part; std::getline(stream, part, listDelimiter);) parts.push_back(part);
+    return parts;
+}
+
+std::string complaintAboutGaps(const std::string& list) {
+    const auto parts = partsOf(list);
+    const bool hasGap = std::find(parts.begin(), parts.end(), "") != parts.end();
+    if (!hasGap) return "";
+    return parts.size() == 1 ? "a value is missing" : "a value is missing beside a comma";
+}
+
+CLI::Validator ofEachPart(const CLI::Validator& validator) {
+    const auto check = [validator](const std::string& list) -> std::string {
+        for (auto& part : partsOf(list))
+            if (auto complaint = validator(part); !complaint.empty()) return complaint;
+        return "";
+    };
+    return {check, validator.get_description()};
+}
+
 /// What was written must have been taken, help included.
 int statusOfOutput(const CLI::App& app) {
     if (std::cout.flush()) return 0;
@@ -163,32 +188,29 @@ Option Option::inGroup(const std::string& heading) const {
     return *this;
 }
 Option Option::oneOf(const std::vector<std::string>& words) const {
-    option_->check(CLI::IsMember(words));
-    return *this;
+    return judgedBy(CLI::IsMember(words));
 }
 Option Option::oneOf(const std::vector<int>& numbers) const {
-    option_->check(CLI::IsMember(numbers));
-    return *this;
+    return judgedBy(CLI::IsMember(numbers));
 }
 Option Option::within(double least, double most) const {
-    option_->check(numberWithin(least, most));
-    return *this;
+    return judgedBy(numberWithin(least, most));
 }
 Option Option::within(int least, int most) const {
-    option_->check(CLI::Range(least, most));
-    return *this;
+    return judgedBy(CLI::Range(least, most));
 }
 Option Option::notNegative() const {
-    option_->check(CLI::NonNegativeNumber);
-    return *this;
+    return judgedBy(CLI::NonNegativeNumber);
 }
 Option Option::positive() const {
-    option_->check(CLI::PositiveNumber);
-    return *this;
+    return judgedBy(CLI::PositiveNumber);
 }
 Option Option::checked(Check check, const std::string& form) const {
     const auto complaint = [check = std::move(check)](std::string& text) { return check(text); };
-    option_->check(CLI::Validator(complaint, form));
+    return judgedBy(CLI::Validator(complaint, form));
+}
+Option Option::judgedBy(const CLI::Validator& validator) const {
+    option_->check(isList_ ? ofEachPart(validator) : validator);
     return *this;
 }
 
@@ -213,8 +235,16 @@ Option Command::option(const std::string& name, std::optional<std::string>& valu
 }
 Option Command::option(const std::string& name, std::vector<std::string>& values,
                        const std::string& description) const {
+    // CLI11's own delimiter passes over what is missing between two of them.
+    const auto take = [&values](const std::vector<std::string>& lists) {
+        values.clear();
+        for (const auto& list : lists)
+            for (auto& part : partsOf(list)) values.push_back(std::move(part));
+    };
+    auto* option = app_->add_option_function<std::vector<std::string>>(name, take, description);
     // One word each time: what follows it is another's.
-    return Option(app_->add_option(name, values, description)->allow_extra_args(false)->delimiter(','));
+    option->allow_extra_args(false)->check(CLI::Validator(complaintAboutGaps, ""));
+    return Option(option, Option::IsList::yes);
 }
 Option Command::option(const std::string& name, double& value, const std::string& description) const {
     return Option(app_->add_option(name, value, description));

@@ -21,6 +21,7 @@
 namespace CLI {
 class App;
 class Option;
+class Validator;
 }  // namespace CLI
 
 namespace platform {
@@ -52,8 +53,14 @@ class Option {
 
   private:
     friend class Command;
-    explicit Option(CLI::Option* option) : option_(option) {}
+    enum class IsList { no, yes };
+    explicit Option(CLI::Option* option, IsList isList = IsList::no)
+        : option_(option), isList_(isList == IsList::yes) {}
+    /// Of a list each part.
+    Option judgedBy(const CLI::Validator& validator) const;
+
     CLI::Option* option_;
+    bool isList_;
 };
 
 class Command {
@@ -70,7 +77,7 @@ class Command {
     Option option(const std::string& name, std::string& value, const std::string& description) const;
     Option option(const std::string& name, std::optional<std::string>& value,
                   const std::string& description) const;
-    /// A list: given several times, or with commas between its values.
+    /// A list: given several times, or with commas between its values, none of which is empty.
     Option option(const std::string& name, std::vector<std::string>& values,
                   const std::string& description) const;
     Option option(const std::string& name, double& value, const std::string& description) const;

@@ -21,6 +21,7 @@
 #include "platform/Asio/Pause.hpp"
 #include "platform/HTTPServer/EventStream.hpp"
 #include "platform/HTTPServer/Loopback.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace platform {
 
@@ -75,6 +76,8 @@ class HTTPServer::Engine : public std::enable_shared_from_this<Engine> {
   public:
     Engine(const asio::any_io_executor& executor, HTTPServerOptions options)
         : options_(options), acceptor_(executor) {
+        // Where none is left for one more to be accepted, the idlest could not yield to it.
+        options_.mostConnections = connectionsWithin(options_.mostConnections);
         listenOnLoopback(acceptor_, options_.port);
         port_ = acceptor_.local_endpoint().port();
     }

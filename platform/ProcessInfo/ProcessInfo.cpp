@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
@@ -79,6 +80,12 @@ fs::path executablePath() {
     const std::string_view text = path.native();
     if (!text.ends_with(mark) || fs::exists(path, error)) return path;
     return text.substr(0, text.size() - mark.size());
+}
+
+std::size_t connectionsWithin(std::size_t most) {
+    rlimit files = {};
+    if (::getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur == RLIM_INFINITY) return most;
+    return std::min<std::size_t>(most, std::max<std::size_t>(files.rlim_cur / 2, 1));
 }
 
 void forbidCoreFiles() {

@@ -4,6 +4,7 @@
 
 // The process's own surroundings. Safe from any thread as long as nobody changes the environment meanwhile.
 
+#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -25,6 +26,10 @@ std::optional<std::filesystem::path> stateHome();
 
 /// The running executable's path; the one it had, where it was removed or replaced since.
 std::filesystem::path executablePath();
+
+/// As many connections as `most`, unless they would take more than half of the descriptors that this process
+/// may have open (RLIMIT_NOFILE): the others are for its own work.
+std::size_t connectionsWithin(std::size_t most);
 
 /// Bars core files and, where the system allows, other processes' reads of this one's memory: it holds
 /// tokens.

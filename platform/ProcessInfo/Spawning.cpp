@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <system_error>
 
 #include "platform/ProcessInfo/ProcessInfo.hpp"
@@ -58,6 +59,13 @@ pid_t Spawning::start(const std::string& program, std::vector<std::string> words
                                      pointersTo(words).data(), pointersTo(environment).data());
     if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start " + program);
     return process;
+}
+
+int replaceProcess(const std::filesystem::path& program, std::vector<std::string> words,
+                   const std::map<std::string, std::string>& variables) {
+    auto environment = environmentWith(variables);
+    ::execve(program.c_str(), pointersTo(words).data(), pointersTo(environment).data());
+    return errno;
 }
 
 }  // namespace platform

@@ -2,11 +2,12 @@
 
 #pragma once
 
-// What posix_spawn wants, for who starts programs. Safe from any thread, but for the environment, which
-// nobody may change meanwhile.
+// What posix_spawn and execve want, for who starts programs. Safe from any thread, but for the environment,
+// which nobody may change meanwhile.
 
 #include <spawn.h>
 
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -32,5 +33,10 @@ class Spawning {
   private:
     posix_spawnattr_t attributes_ = {};
 };
+
+/// This process goes on as `program`, with these words (the first is its name) and its environment with
+/// `variables` over it. Returns only where that cannot be, with the reason as an errno.
+int replaceProcess(const std::filesystem::path& program, std::vector<std::string> words,
+                   const std::map<std::string, std::string>& variables);
 
 }  // namespace platform

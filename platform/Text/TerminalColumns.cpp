@@ -3,6 +3,8 @@
 #include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
+#include <algorithm>
+
 #include "platform/Text/Text.hpp"
 
 namespace platform {
@@ -11,6 +13,7 @@ namespace {
 
 constexpr UChar32 emojiPresentationSelector = 0xFE0F;
 constexpr UChar32 softHyphen = 0x00AD;
+constexpr std::string_view ellipsis = "…";
 
 std::size_t columns(UChar32 codePoint) {
     if (codePoint == softHyphen) return 1;
@@ -50,12 +53,44 @@ std::size_t columnsOfCharacter(std::string_view character) {
     return width;
 }
 
+/// At most `longestCharacter` bytes of it, and whole sequences.
+std::string_view boundedCharacter(std::string_view character) {
+    if (character.size() <= longestCharacter) return character;
+    auto end = longestCharacter;
+    while (end > 0 && (static_cast<unsigned char>(character[end]) & 0xC0) == 0x80) --end;
+    return character.substr(0, end);
+}
+
 }  // namespace
 
 std::size_t terminalColumns(std::string_view text) {
     std::size_t width = 0;
     for (const auto character : characters(text)) width += columnsOfCharacter(character);
     return width;
+}
+
+std::string fittedToColumns(std::string_view text, std::size_t columns) {
+    const auto room = columns - std::min(columns, terminalColumns(ellipsis));
+    std::string fitted;
+    std::size_t used = 0;
+    std::size_t cut = 0;
+    std::size_t inPlace = 0;
+    for (const auto character : characters(text)) {
+        const auto bounded = boundedCharacter(character);
+        const auto width = terminalColumns(bounded);
+        used += width;
+        if (used > columns) break;
+        // What has no width stands where the last one stands that has.
+        inPlace = (width > 0 ? 0 : inPlace) + bounded.size();
+        if (inPlace > longestCharacter) continue;
+        fitted.append(bounded);
+        if (used <= room) cut = fitted.size();
+    }
+    if (used <= columns) return fitted;
+    if (columns == 0) return {};
+    fitted.resize(cut);
+    while (fitted.ends_with(' ')) fitted.pop_back();
+    return fitted.append(ellipsis);
 }
 
 }  // namespace platform

@@ -30,4 +30,13 @@ bool isValidUTF8(std::string_view text);
 /// characters none (UAX #11).
 std::size_t terminalColumns(std::string_view text);
 
+/// The longest that one character may be: room for a letter under the thirty marks of UAX #15's stream-safe
+/// text, each of four bytes, and for any emoji.
+inline constexpr std::size_t longestCharacter = 128;
+
+/// `text` in at most `columns` columns, whole characters only, cut with an ellipsis where it is longer. What
+/// a character, with all that stands in its place without a width of its own, has beyond `longestCharacter`
+/// bytes is dropped.
+std::string fittedToColumns(std::string_view text, std::size_t columns);
+
 }  // namespace platform

@@ -32,21 +32,26 @@ class Dunst(unittest.TestCase):
         shown = int(person.run("dunstctl", "count", "displayed"))
         return len(history) + shown
 
+    def look(self, person):
+        """A live host's first look at the packages."""
+        self.start(person)
+        person.run_live_host("--notify")
+        eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
+
+    def be_told(self, person):
+        self.look(person)
+        person.change(self.arrived(person))
+        person.run("vela-widget", "reload")
+        eventually(lambda: self.told(person) == 1, "the notification")
+
     def test_tells_nothing_at_the_first_look(self):
         with Person() as person:
-            self.start(person)
-            person.run_live_host("--notify")
-            eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
+            self.look(person)
             self.assertEqual(self.told(person), 0)
 
     def test_tells_once_of_a_parcel_that_arrived(self):
         with Person(scenario="one") as person:
-            self.start(person)
-            person.run_live_host("--notify")
-            eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
-            person.change(self.arrived(person))
-            person.run("vela-widget", "reload")
-            eventually(lambda: self.told(person) == 1, "the notification")
+            self.be_told(person)
             keep(eventually(lambda: self.display.picture().getcolors(2) is None and self.display.picture(),
                             "the notification on the screen"), "dunst")
             self.assertIn("Orchard Lane", self.shown(person))
@@ -55,12 +60,7 @@ class Dunst(unittest.TestCase):
 
     def test_opens_the_parcel_that_is_clicked(self):
         with Person(scenario="one") as person:
-            self.start(person)
-            person.run_live_host("--notify")
-            eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
-            person.change(self.arrived(person))
-            person.run("vela-widget", "reload")
-            eventually(lambda: self.told(person) == 1, "the notification")
+            self.be_told(person)
             person.run("dunstctl", "action")
             opened = eventually(person.opened_links, "the link")
             self.assertEqual(len(opened), 1)

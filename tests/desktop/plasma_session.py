@@ -63,6 +63,9 @@ class PlasmaSession:
         self.set_theme("breeze-light")
         person.start("dbus-daemon", "--session", "--nofork", "--address", f"unix:path={bus}")
         eventually(bus.exists, "the bus")
+        # The shell would start it too, but sometimes gives up before it is there.
+        person.run("gdbus", "call", "--session", "-d", "org.freedesktop.DBus", "-o", "/org/freedesktop/DBus", "-m",
+                   "org.freedesktop.DBus.StartServiceByName", "org.kde.ActivityManager", "0")
         self.shell = person.start("plasmashell", "--no-respawn")
 
     def set_theme(self, name):

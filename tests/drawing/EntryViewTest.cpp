@@ -150,13 +150,16 @@ TEST(EntryView, LeadsToWhereAnOrderIsAddedInEveryFamilyWithoutPackages) {
                 ElementsAre("You have no new orders to track", "Add order to track"));
 }
 
-TEST(EntryView, ChoosesTheDarkDrawingsInTheDark) {
-    for (const WidgetState& state : {WidgetState(NotLoggedIn{}), WidgetState(NoPackages{})}) {
-        const SimpleEntry entry = drawing_tests::entry(state);
-        EXPECT_THAT(images(list(entry, platform::WidgetFamily::systemLarge)),
-                    ElementsAre(StartsWith("VelaLogo ")));
-        EXPECT_THAT(images(list(entry, platform::WidgetFamily::systemLarge, ColorScheme::dark)),
-                    ElementsAre(StartsWith("VelaLogoDark ")));
+TEST(EntryView, ShowsTheLogoInEveryFamilyWithoutPackages) {
+    for (const platform::WidgetFamily family : platform::allWidgetFamilies) {
+        for (const WidgetState& state : {WidgetState(NotLoggedIn{}), WidgetState(NoPackages{})}) {
+            const SimpleEntry entry = drawing_tests::entry(state);
+            EXPECT_THAT(images(list(entry, family)), ElementsAre(StartsWith("VelaLogo ")))
+                << description(family);
+            EXPECT_THAT(images(list(entry, family, ColorScheme::dark)),
+                        ElementsAre(StartsWith("VelaLogoDark ")))
+                << description(family);
+        }
     }
 }
 
@@ -225,6 +228,33 @@ TEST(LargePackage, MovesPackagesTogetherWhereOneMoreFitsThen) {
     };
     EXPECT_NEAR(gap(5), 30, 1);
     EXPECT_NEAR(gap(3), 74, 1);
+}
+
+TEST(LargePackage, CutsLongWordsOnTheirSecondLineWhereNoPackageIsLostByThat) {
+    const auto shown = [](std::vector<std::string> primaries) {
+        std::vector<presentation::StoredPackage::Values> values;
+        for (const std::string& primary : primaries) {
+            values.push_back(
+                {"Shop", url("velaapp://order/1"), 0.5f, std::nullopt, std::nullopt, {primary, "secondary"}});
+        }
+        return list(drawing_tests::entry(LoggedIn{packages(values)}), platform::WidgetFamily::systemLarge);
+    };
+    const auto lineHeight = [](const DisplayList& list) {
+        for (const DisplayItem& item : list.items) {
+            const auto* text = std::get_if<TextItem>(&item.kind);
+            if (text && text->run.style == TextStyle::subheadline) return item.frame.size.height;
+        }
+        return 0.0;
+    };
+    const std::string longWords(90, 'm');
+    const DisplayList one = shown({longWords, "primary", "primary"});
+    EXPECT_EQ(one.links.size(), 3u);
+    EXPECT_EQ(lineHeight(one), 40);
+    for (const std::size_t count : {3u, 4u, 10u}) {
+        const DisplayList all = shown(std::vector<std::string>(count, longWords));
+        EXPECT_EQ(all.links.size(), 3u) << count;
+        EXPECT_EQ(lineHeight(all), 20) << count;
+    }
 }
 
 TEST(SmallPackage, LeavesTheNameOutFirstWhereTheMerchantHasAPicture) {
@@ -301,6 +331,22 @@ TEST(PackagePictures, ShowAParcelForAProductThatCannotBeShown) {
     const DisplayList shown = list(entry, platform::WidgetFamily::systemMedium);
     EXPECT_THAT(texts(shown), ElementsAre("S", "Shop", "primary"));
     EXPECT_EQ(linesBeginning("image Parcel", shown).size(), 1u);
+}
+
+TEST(PackagePictures, ShowAParcelForAMerchantWithoutPictureAndName) {
+    for (const char* name : {"", " ", "\u200E"}) {
+        const SimpleEntry entry = drawing_tests::entry(LoggedIn{packages({{name,
+                                                                           url("velaapp://order/1"),
+                                                                           0.5f,
+                                                                           std::nullopt,
+                                                                           std::nullopt,
+                                                                           {"primary", std::nullopt}}})});
+        for (const platform::WidgetFamily family :
+             {platform::WidgetFamily::systemSmall, platform::WidgetFamily::systemMedium,
+              platform::WidgetFamily::systemLarge}) {
+            EXPECT_EQ(linesBeginning("image Parcel", list(entry, family)).size(), 1u) << description(family);
+        }
+    }
 }
 
 TEST(PackageProgress, StandsOutFromTheGround) {

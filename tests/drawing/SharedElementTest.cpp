@@ -73,6 +73,8 @@ TEST(ProgressBar, CentresItsMarkersOnTheEnds) {
         const View view = ProgressBar{bar.progress, bar.height, Color::asset("BrandColor")}.body();
         EXPECT_THAT(lines(displayed(view, {bar.width, bar.height})), ElementsAreArray(bar.lines))
             << bar.progress << " of " << bar.width;
+        for (const DisplayItem& item : displayed(view, {bar.width, bar.height}).items)
+            EXPECT_EQ(std::get<RoundedRectangleItem>(item.kind).cornerRadius, 2);
     }
 }
 
@@ -205,6 +207,9 @@ TEST(NetworkImage, FitsAPictureIntoItsSquareAtTheDisplaysScale) {
     EXPECT_EQ(list.items.at(0).clips.at(0).cornerRadius, 8);
     EXPECT_EQ(list.items.at(0).clips.at(0).frame, (Rect{{0, 0}, {44, 44}}));
     EXPECT_TRUE(list.items.at(1).clips.empty());
+    const auto& border = std::get<RoundedRectangleItem>(list.items.at(1).kind);
+    EXPECT_EQ(border.cornerRadius, 8);
+    EXPECT_EQ(border.strokeWidth, 1);
 }
 
 TEST(NetworkImage, FillsItsSquareWhereItIsToldTo) {
@@ -303,6 +308,10 @@ TEST(Initial, IsTheFirstCharacterThatAReaderPerceives) {
     EXPECT_EQ(initial("👩‍👩‍👧 Family"), "👩‍👩‍👧");
     EXPECT_EQ(initial(""), "");
     EXPECT_EQ(initial(" \n"), "");
+    EXPECT_EQ(initial("\u202Ename"), "n");
+    EXPECT_EQ(initial("\u200B\u2066"), "");
+    EXPECT_EQ(initial("e\u0301tui"), "e\u0301");
+    EXPECT_EQ(initial("ร้าน"), "ร้");
 }
 
 }  // namespace

@@ -86,6 +86,16 @@ TEST_F(CommandLine, NamesTheWordOfTheCompanionsThatIsUnknown) {
     for (const auto& [arguments, words] : rows) EXPECT_EQ(complaint(companion(arguments)), words);
 }
 
+TEST_F(CommandLine, RefusesAListWithAValueMissing) {
+    for (const char* list : {"systemSmall,,systemLarge", ",systemSmall", "systemSmall,", ",", ",,"})
+        EXPECT_EQ(complaint(widget({"run", "--family", list})),
+                  "vela-widget: --family: a value is missing beside a comma")
+            << list;
+    EXPECT_EQ(complaint(widget({"run", "--family", "systemSmall", "--family", "systemLarge,"})),
+              "vela-widget: --family: a value is missing beside a comma");
+    EXPECT_EQ(complaint(widget({"run", "--family", ""})), "vela-widget: --family: a value is missing");
+}
+
 TEST_F(CommandLine, NeverRepeatsASecret) {
     const std::string secret = "eyJhbGciOiJIUzI1NiJ9.e30";
     for (const auto& word : {secret + secret, std::string("eyJ")}) {

@@ -229,11 +229,9 @@ TEST_F(Companion, SaysSoWhereSomethingOfThePersonStays) {
     EXPECT_EQ(companion({"sign-in"}, credentials).status, 1);
     const auto result = companion({"sign-out"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(
-        result.errors,
-        "vela-companion: signed out, but what a live host left that was killed is still there: what lies "
-        "in " +
-            left.parent_path().string() + " cannot be removed: Is a directory\n");
+    EXPECT_EQ(result.errors,
+              "vela-companion: signed out, but what a live host left is still there: what lies in " +
+                  left.parent_path().string() + " cannot be removed: Is a directory\n");
     EXPECT_THAT(companion({"status"}).output, ::testing::HasSubstr("signed in: no"));
     fs::remove(left);
     EXPECT_EQ(companion({"sign-out"}).status, 0);

@@ -16,8 +16,10 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <limits>
+#include <memory>
 #include <thread>
 
+#include "presentation/StoredPackage.hpp"
 #include "tests/host/Person.hpp"
 #include "tests/support/Awaited.hpp"
 #include "tests/support/ChildProcess.hpp"
@@ -82,6 +84,51 @@ TEST_F(ExtensionProcessTest, AnswersPlaceholderAndDeclaration) {
         const ExtensionRequest placeholder = {.kind = ExtensionRequest::Kind::placeholder};
         const auto second = co_await extension->ask(placeholder, patience());
         EXPECT_EQ(second.body.at("entry").at("state"), "loggedIn");
+    });
+}
+
+TEST_F(ExtensionProcessTest, DrawsForWhoIsInAHurryWhilePicturesAreAwaitedForAnother) {
+    std::atomic<bool> isReleased = false;
+    const LoopbackServer pictures([&isReleased](const ReceivedRequest&, LoopbackServer::Peer& peer) {
+        eventually([&isReleased] { return isReleased.load(); }, std::chrono::seconds(60));
+        peer.close();
+    });
+    const auto drawing = [&pictures](std::chrono::milliseconds budget) {
+        using presentation::StoredPackage;
+        widget::DrawingRequest request = {
+            .entry = {platform::Date::now(),
+                      widget::LoggedIn{{std::make_shared<StoredPackage>(StoredPackage::Values{
+                          .shopName = "Shop",
+                          .deepLinkingUrl = *platform::URL::parse("velaapp://order/1"),
+                          .progress = 0.5F,
+                          .shopImage = pictures.url("/shop.png"),
+                          .statusText = {.primary = "In transit"},
+                      })}}},
+            .family = platform::WidgetFamily::systemSmall};
+        request.pictureBudget = budget;
+        return ExtensionRequest::rendering(std::move(request));
+    };
+    withExtension("http://127.0.0.1:9", [&](auto extension) -> asio::awaitable<void> {
+        const auto executor = co_await asio::this_coro::executor;
+        asio::steady_timer pause(executor);
+        const auto until = [&pause](auto condition) -> asio::awaitable<void> {
+            while (!condition()) {
+                pause.expires_after(std::chrono::milliseconds(5));
+                co_await pause.async_wait(asio::use_awaitable);
+            }
+        };
+        std::optional<Message> patient;
+        asio::co_spawn(executor,
+                       platform::testing::keepResult(
+                           extension->ask(drawing(std::chrono::seconds(30)), patience()), patient),
+                       asio::detached);
+        co_await until([&pictures] { return !pictures.requests().empty(); });
+        const auto hurried = co_await extension->ask(drawing(std::chrono::milliseconds(0)), patience());
+        EXPECT_FALSE(hurried.attachment.empty());
+        EXPECT_FALSE(patient.has_value()) << "one kept the other waiting";
+        isReleased = true;
+        co_await until([&patient] { return patient.has_value(); });
+        EXPECT_FALSE(patient->attachment.empty());
     });
 }
 

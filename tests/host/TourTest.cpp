@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <fstream>
@@ -23,18 +25,22 @@ std::string read(const std::filesystem::path& file) {
 class Tour : public Person {
   protected:
     Tour() {
-        std::filesystem::create_directory(temporary);
+        for (const auto& place : {temporary, runtime}) {
+            std::filesystem::create_directory(place);
+            std::filesystem::permissions(place, std::filesystem::perms::owner_all);
+        }
         environment["TMPDIR"] = temporary.string();
         environment["PATH"] = folder.path().string() + ":/usr/bin:/bin";
         environment["HOME"] = (folder.path() / "home").string();
         std::filesystem::create_directory(environment["HOME"]);
         // A machine's own service manager has no part in this.
         installScript("systemctl", "exit 1");
-        environment["XDG_RUNTIME_DIR"] = folder.path().string();
+        environment["XDG_RUNTIME_DIR"] = runtime.string();
         environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nonexistent";
     }
     void expectNothingLeft() const {
         EXPECT_TRUE(std::filesystem::is_empty(temporary));
+        EXPECT_TRUE(std::filesystem::is_empty(runtime));
         EXPECT_TRUE(terminal.isAsBefore());
         EXPECT_THAT(companion({"status"}).output, HasSubstr("signed in: no"));
     }
@@ -54,7 +60,19 @@ class Tour : public Person {
     }
     std::string tmuxFile() const { return environment.at("HOME") + "/.tmux.conf"; }
 
+    /// What a tour leaves that is killed while its sample person is there.
+    void leaveSamplePersonIn(const std::filesystem::path& place) {
+        terminal.forget();
+        startUpTo("Which? [2]");
+        terminal.type("2\n");
+        ASSERT_TRUE(platform::testing::eventually([&] { return !std::filesystem::is_empty(place); }));
+        terminal.sendSignal(SIGKILL);
+        EXPECT_EQ(terminal.end(), 128 + SIGKILL);
+        ASSERT_FALSE(std::filesystem::is_empty(place));
+    }
+
     const std::filesystem::path temporary = folder.path() / "tmp";
+    const std::filesystem::path runtime = folder.path() / "run";
     PseudoTerminal terminal;
 };
 
@@ -92,6 +110,30 @@ TEST_F(Tour, LeavesNothingOfTheSamplePersonWhenInterrupted) {
     terminal.type("\x03");
     EXPECT_EQ(terminal.end(), 128 + SIGINT) << terminal.shown();
     expectNothingLeft();
+}
+
+TEST_F(Tour, RemovesTheSamplePersonOfATourThatWasKilled) {
+    leaveSamplePersonIn(runtime);
+    environment.erase("XDG_RUNTIME_DIR");
+    leaveSamplePersonIn(temporary);
+    environment["XDG_RUNTIME_DIR"] = runtime.string();
+    EXPECT_EQ(widget({"tour", "--yes"}).status, 0);
+    expectNothingLeft();
+}
+
+TEST_F(Tour, LeavesTheSamplePersonOfAnotherTourAlone) {
+    const auto others = runtime / "vela-tour-others";
+    std::filesystem::create_directory(others);
+    const int lock = ::open(others.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(::flock(lock, LOCK_EX), 0);
+    const auto mine = folder.write("home/parcels.txt", "mine").parent_path();
+    std::filesystem::create_directory_symlink(mine, runtime / "vela-tour-link");
+    folder.write("run/vela-tour-file", "a file");
+    EXPECT_EQ(widget({"tour", "--yes"}).status, 0);
+    ::close(lock);
+    for (const auto& kept :
+         {others, mine / "parcels.txt", runtime / "vela-tour-link", runtime / "vela-tour-file"})
+        EXPECT_TRUE(std::filesystem::exists(kept)) << kept;
 }
 
 TEST_F(Tour, ReachesTheSamplePersonsServerWhateverTheProxy) {

@@ -177,6 +177,17 @@ class CommandLines(unittest.TestCase):
                     done = subprocess.run([shell, "-n", path], capture_output=True, text=True)
                     self.assertEqual((done.returncode, done.stderr), (0, ""), path)
 
+    def test_the_page_of_bars_prints_what_setup_does(self):
+        page = {line.strip() for line in (SOURCES / "docs/bars.md").read_text(encoding="utf-8").splitlines()}
+        for bar in ("waybar", "i3", "i3blocks", "polybar"):
+            # By name, as who has installed it gets it.
+            path = f"{BUILD / 'bin'}:{os.environ['PATH']}"
+            snippet = subprocess.run([BUILD / "bin/vela-widget", "setup", bar], check=True, capture_output=True, text=True,
+                                     env=clean_environment(PATH=path)).stdout
+            for line in snippet.splitlines():
+                if not line.startswith(("//", "#", ";")):
+                    self.assertIn(line.strip(), page, bar)
+
     def test_a_program_whose_command_line_is_ours_has_a_page(self):
         sources = subprocess.run(["git", "grep", "-l", "platform::CommandLine app("], cwd=SOURCES, capture_output=True,
                                  text=True).stdout.split()

@@ -4,6 +4,7 @@
 """What the Debian packages say they need is what the sources need: libraries that are opened by name, programs that are
 started, data that is read, and what the build takes."""
 
+import json
 import re
 import subprocess
 import unittest
@@ -86,6 +87,12 @@ class Control(unittest.TestCase):
         wanted = listed("build") - NOT_FOR_PACKAGES
         self.assertLessEqual(wanted, names_in(paragraphs()[0]["Build-Depends"]))
 
+    def test_what_a_package_is_built_of_is_installed_before(self):
+        prepared = listed("build") | listed("package")
+        # What every package's build takes for granted comes with nothing else that is installed here.
+        wanted = (names_in(paragraphs()[0]["Build-Depends"]) - {"debhelper-compat"}) | {"debhelper", "build-essential"}
+        self.assertLessEqual(wanted, prepared)
+
     def test_what_the_library_is_linked_with_comes_with_its_package(self):
         self.assertLessEqual({"libboost1.81-dev", "libicu-dev"}, needed_by("libvela-widget-dev"))
 
@@ -93,6 +100,20 @@ class Control(unittest.TestCase):
         for fields in paragraphs()[1:]:
             if fields["Package"].startswith(("vela-widget-", "vela-sandbox")):
                 self.assertIn("vela-widget", names_in(fields["Depends"]), fields["Package"])
+
+    def test_every_place_says_the_same_version(self):
+        version = re.search(r"VERSION (\d+\.\d+\.\d+)", (SOURCES / "CMakeLists.txt").read_text())[1]
+        changelog = (SOURCES / "packaging/debian/changelog").read_text()
+        self.assertTrue(changelog.startswith(f"vela-widget ({version}) "))
+        self.assertEqual(json.loads((SOURCES / "surfaces/plasma/metadata.json").read_text())["KPlugin"]["Version"], version)
+        for path in (SOURCES / "packaging/desktop").glob("*.metainfo.xml"):
+            self.assertEqual(re.search(r'<release version="([^"]+)"', path.read_text())[1], version, path.name)
+
+    def test_a_desktop_that_is_needed_is_one_that_takes_it(self):
+        versions = [int(each) for each in
+                    json.loads((SOURCES / "surfaces/gnome-shell/metadata.json").read_text())["shell-version"]]
+        needed = package("vela-widget-gnome")["Depends"]
+        self.assertIn(f"gnome-shell (>= {min(versions)}), gnome-shell (<< {max(versions) + 1}~)", needed)
 
 
 if __name__ == "__main__":

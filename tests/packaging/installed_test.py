@@ -82,6 +82,27 @@ class Installed(Prefix):
             for name in re.findall('<launchable type="desktop-id">(.*)</launchable>', text):
                 self.assertTrue((data / "applications" / name).exists(), name)
 
+    def test_menus_find_programs_whatever_the_path(self):
+        first = str(self.prefix.with_name("first"))
+        entries = list((self.prefix / "share/applications").glob("*.desktop"))
+        self.assertTrue(entries)
+        for entry in entries:
+            for key, program in re.findall(r'^(TryExec|Exec)="?([^"\s]*)', entry.read_text(), re.MULTILINE):
+                self.assertTrue(program.startswith(f"{first}/bin/"), f"{key} of {entry.name}")
+                self.assertTrue((self.prefix / "bin" / Path(program).name).exists(), f"{key} of {entry.name}")
+
+    def test_a_prefix_may_have_a_name_that_others_would_read(self):
+        prefix = self.folder / "100% of `a` $HOME"
+        run("cmake", "--install", BUILD, "--prefix", prefix)
+        for entry in (prefix / "share/applications").glob("*.desktop"):
+            if shutil.which("desktop-file-validate"):
+                self.assertEqual(run("desktop-file-validate", entry), "", entry.name)
+        if shutil.which("systemd-analyze"):
+            runtime = self.folder / "runtime"
+            runtime.mkdir(mode=0o700)
+            unit = next(prefix.rglob("vela-widget.service"))
+            run("systemd-analyze", "verify", "--user", unit, env=clean_environment(XDG_RUNTIME_DIR=runtime))
+
     def test_icons_have_the_size_of_their_folder(self):
         icons = sorted((self.prefix / "share/icons/hicolor").glob("*x*/apps/*.png"))
         self.assertGreater(len(icons), 8)
@@ -96,6 +117,12 @@ class Installed(Prefix):
         for header in headers:
             for own in re.findall(r'#include "([^"]+)"', (folder / header).read_text()):
                 self.assertTrue((folder / own).exists(), f"{header} includes {own}")
+
+
+def printed(language):
+    """The block in that language on the page for those who host."""
+    text = (SOURCES / "docs/hosting.md").read_text(encoding="utf-8")
+    return re.search(f"```{language}\n(.*?)\n```", text, re.DOTALL)[1] + "\n"
 
 
 class Surface:
@@ -143,13 +170,30 @@ class Hosting(Prefix):
         run("cmake", "--build", build)
         self.shows_the_shop(build / "hosting")
 
-    def test_by_pkg_config(self):
-        environment = clean_environment(PKG_CONFIG_PATH=self.prefix / "lib/pkgconfig")
+    def test_where_the_widget_is_not(self):
+        alone = self.folder / "alone"
+        run("cmake", "--install", BUILD, "--prefix", alone, "--component", "development")
+        run("cmake", "-S", HOSTING, "-B", self.folder / "by-cmake-alone", f"-DCMAKE_PREFIX_PATH={alone}")
+        environment = clean_environment(PKG_CONFIG_PATH=alone / "lib/pkgconfig")
         program = run("pkg-config", "--variable=program", "vela-widget", env=environment).strip()
-        flags = run("pkg-config", "--cflags", "--libs", "vela-widget", env=environment).split()
-        output = self.folder / "by-pkg-config"
-        run("c++", "-std=c++20", f'-DWIDGET_PROGRAM="{program}"', HOSTING / "hosting.cpp", *flags, "-o", output)
-        self.shows_the_shop(output)
+        # As it is written, and not by way of a folder that only those have who build.
+        self.assertEqual(program, str(alone / "bin/vela-widget"))
+
+    def test_by_pkg_config_as_the_page_prints_it(self):
+        folder = self.folder / "by-pkg-config"
+        folder.mkdir()
+        shutil.copy(HOSTING / "hosting.cpp", folder / "surface.cpp")
+        environment = clean_environment(PKG_CONFIG_PATH=self.prefix / "lib/pkgconfig")
+        # Who moves a tree says where the program is.
+        command = printed("sh").replace("$(pkg-config --variable=program vela-widget)", str(self.prefix / "bin/vela-widget"))
+        self.assertIn(f'"{self.prefix}', command)
+        run("sh", "-c", f"{command.strip()} -o surface", cwd=folder, env=environment)
+        self.shows_the_shop(folder / "surface")
+
+    def test_the_page_prints_what_is_built(self):
+        built = (HOSTING / "CMakeLists.txt").read_text() + (HOSTING / "hosting.cpp").read_text()
+        for line in (printed("cmake") + printed("cpp")).splitlines():
+            self.assertIn(line.partition(" //")[0].replace("(surface ", "(hosting ").strip(), built)
 
 
 require(BUILD / "bin/vela-widget")

@@ -20,6 +20,7 @@
 #include "platform/Asio/Pause.hpp"
 #include "platform/HTTPServer/EventStream.hpp"
 #include "platform/HTTPServer/Loopback.hpp"
+#include "tests/support/FileLimit.hpp"
 #include "tests/support/Program.hpp"
 #include "tests/support/WireClient.hpp"
 
@@ -177,6 +178,17 @@ TEST_F(HTTPServerTest, AnswersTheLatestOfAThousandConnections) {
     EXPECT_THAT(answered(getting("/latest", "Connection: close\r\n")), HasSubstr("GET /latest"));
     EXPECT_TRUE(idle.front().hasEnded());
     EXPECT_LE(connectionCount(), 20U);
+}
+
+TEST_F(HTTPServerTest, LeavesFilesForItsOwnWorkWhereFewMayBeOpen) {
+    {
+        const testing::FileLimit few(64);
+        start();
+    }
+    std::vector<WireClient> idle;
+    for (int count = 0; count < 100; ++count) idle.emplace_back(port);
+    EXPECT_THAT(answered(getting("/latest", "Connection: close\r\n")), HasSubstr("GET /latest"));
+    EXPECT_LE(connectionCount(), 32U);
 }
 
 TEST_F(HTTPServerTest, LetsNobodyElseInWhileAllAreBeingAnswered) {

@@ -8,8 +8,12 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
+#include <stdexcept>
 
+#include "platform/ProcessInfo/SiblingProgram.hpp"
+#include "platform/ProcessInfo/Spawning.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 
 namespace platform {
@@ -56,6 +60,26 @@ TEST(DataHome, IsInTheHomeFolderOfTheUserDatabaseWithoutHOME) {
 
 TEST(ExecutablePath, IsThisProgram) {
     EXPECT_EQ(executablePath().filename(), "vela-tests-foundation");
+}
+
+TEST(SiblingProgram, SaysWhichPackageHasWhatIsNotInstalled) {
+    const SiblingProgram program = {.name = "vela-nothing", .package = "vela-extras"};
+    EXPECT_FALSE(program.isInstalled());
+    try {
+        program.become({});
+    } catch (const std::runtime_error& error) {
+        EXPECT_EQ(error.what(), "this needs " + siblingProgramPath("vela-nothing").string() +
+                                    ", which the package vela-extras has; install it");
+    }
+}
+
+TEST(Process, GoesOnAsAnotherProgram) {
+    const auto becomesShell = [] {
+        const std::string test = "test \"$0 $1 $VELA_HEIR\" = 'word last left' && exit 42";
+        _exit(replaceProcess("/bin/sh", {"sh", "-c", test, "word", "last"}, {{"VELA_HEIR", "left"}}));
+    };
+    EXPECT_EXIT(becomesShell(), ::testing::ExitedWithCode(42), "");
+    EXPECT_EQ(replaceProcess("/nothing/at/all", {"nothing"}, {}), ENOENT);
 }
 
 TEST(CoreFiles, AreForbiddenTogetherWithReadsOfTheMemory) {

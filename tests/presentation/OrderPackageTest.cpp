@@ -266,6 +266,8 @@ TEST(OrderPackage, TheLatestMessageOfTheFirstEventsIsTheLocation) {
         {{trackerWith({event("Leipzig", 2)}), trackerWith({event("Halle", 1)})}, "Leipzig"},
         {{trackerWith({event("Leipzig", 1)}), trackerWith({event(std::nullopt, 2)})}, "Leipzig"},
         {{trackerWith({event(std::nullopt, 1), event("Leipzig", 2)})}, std::nullopt},
+        {{trackerWith({event("Leipzig", 1)}), trackerWith({event(std::nullopt, 2), event("Halle", 3)})},
+         "Leipzig"},
         {{trackerWith({event("Leipzig", 1), event("Halle", 2)}), trackerWith({event("Berlin", 1)})},
          "Leipzig"},
         {{trackerWith({event("a", -2)}), trackerWith({event("b", -1)}), trackerWith({event("c", -1)})}, "b"},

@@ -59,6 +59,23 @@ TEST(SpokenPackage, IsASentenceWithItsProgress) {
     for (const auto& row : rows) EXPECT_EQ(said(row.name, row.status, row.progress), row.words);
 }
 
+TEST(SpokenPackage, IsCutWherePartsOfItAreLongAndKeepsTheOthers) {
+    const std::string longName(100'000, 'n');
+    EXPECT_EQ(said(longName, {longName, "Today"}, 0.8F),
+              std::string(119, 'n') + "…: " + std::string(119, 'n') + "…, today; 80 percent of the way");
+    EXPECT_EQ(said(std::string(120, 'n'), {longName, longName}, 0),
+              std::string(120, 'n') + ": " + std::string(119, 'n') + "…");
+    // A family is one character of 25 bytes, and two columns wide.
+    std::string families;
+    for (int count = 0; count < 100; ++count) families += "👨‍👩‍👧‍👦";
+    const auto words = said(families, {"Delivered"}, 0);
+    EXPECT_EQ(words, families.substr(0, std::size_t{59} * 25) + "…: delivered");
+    // One character, by what a reader perceives.
+    std::string marked = "a";
+    for (int count = 0; count < 40'000; ++count) marked += "\u0301";
+    EXPECT_LT(said(marked, {marked, marked}, 1).size(), 1000u);
+}
+
 TEST(SpokenPackage, SaysAllOfTheWayOnlyWhereTheBarIsFull) {
     const struct {
         float progress;

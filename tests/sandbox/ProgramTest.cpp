@@ -161,6 +161,19 @@ TEST_F(Program, WritesWhatAnHTTPSClientMustTrust) {
     end(program);
 }
 
+TEST_F(Program, WritesItsBundleOverOneWhoseResourcesAreGone) {
+    const std::filesystem::path bundle = path("bundle");
+    std::filesystem::create_directory(bundle);
+    std::filesystem::create_symlink("/nonexistent/fonts.conf", bundle / "fonts.conf");
+    std::ofstream(bundle / "Assets.catalogue") << "a person's own";
+    const pid_t program = start({"--bundle", bundle, "--ready-file", path("ready")});
+    EXPECT_FALSE(ready().empty());
+    kill(program, SIGTERM);
+    EXPECT_EQ(end(program).errors, "");
+    EXPECT_TRUE(std::filesystem::exists(bundle / "fonts.conf"));
+    EXPECT_EQ(contentsOf(bundle / "Assets.catalogue"), "a person's own");
+}
+
 TEST_F(Program, EndsByItself) {
     EXPECT_EQ(run({"--stop-after", "1"}).status, 0);
 }

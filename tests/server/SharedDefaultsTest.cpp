@@ -4,12 +4,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <string>
+
 #include "tests/support/InMemoryUserDefaults.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 namespace server {
 namespace {
 
 using platform::testing::InMemoryUserDefaults;
+using platform::testing::ScopedEnvironment;
+using platform::testing::TemporaryFolder;
 
 SharedDefaults defaults(boost::json::object values, const std::map<std::string, std::string>& environment) {
     return {std::make_unique<InMemoryUserDefaults>(std::move(values)), baseURL(environment)};
@@ -55,6 +62,30 @@ TEST(SuiteName, IsTheInfoDictionarysGroupWhereThatIsAText) {
     EXPECT_EQ(suiteName(boost::json::object({{"GROUP_IDENTIFIER", 7}})), builtIn);
     EXPECT_EQ(suiteName(boost::json::object({{"GROUP_IDENTIFIER", nullptr}})), builtIn);
     EXPECT_EQ(suiteName(boost::json::object({{"GROUP_IDENTIFIER", "group.mine"}})), "group.mine");
+}
+
+// Each in a process of its own: what is made on first use stays.
+
+TEST(SharedDefaultsDeathTest, AreOneForTheProcessWithTheSettingsOfItsFirstUse) {
+    const TemporaryFolder folder;
+    const auto isOneAndStays = [&] {
+        const ScopedEnvironment environment({{"XDG_DATA_HOME", folder.path()}, {"BASE_URL", "http://first"}});
+        const SharedDefaults& first = SharedDefaults::shared();
+        const std::string suite = suiteName();
+        if (first.serverURL() != "http://first") return false;
+        setenv("BASE_URL", "http://second", 1);
+        setenv("VELA_BUNDLE",
+               folder.write("Info.json", R"({"GROUP_IDENTIFIER": "other"})").parent_path().c_str(), 1);
+        return &SharedDefaults::shared() == &first && first.serverURL() == "http://first" &&
+               suiteName() == suite;
+    };
+    EXPECT_EXIT(std::_Exit(isOneAndStays() ? 0 : 1), testing::ExitedWithCode(0), "");
+}
+
+TEST(SharedDefaultsDeathTest, StopTheProcessWhereTheirSuiteCannotBeOpened) {
+    const TemporaryFolder folder;
+    const ScopedEnvironment environment({{"XDG_DATA_HOME", folder.write("file", "")}});
+    EXPECT_DEATH(SharedDefaults::shared(), "The shared defaults suite .* cannot be opened");
 }
 
 }  // namespace

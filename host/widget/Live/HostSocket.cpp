@@ -18,6 +18,7 @@
 #include "host/protocol/Members.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
+#include "platform/ProcessInfo/ProcessInfo.hpp"
 
 namespace host {
 
@@ -67,7 +68,8 @@ HostSocket::HostSocket(const asio::any_io_executor& executor, int socket, Served
       acceptor_(executor, Protocol(), duplicate(socket)),
       served_(served),
       options_(std::move(options)),
-      idle_(executor) {
+      idle_(executor),
+      readerLimit_(platform::connectionsWithin(mostReaders)) {
     observation_ = served_.host.observe([this](const LiveState& state, LiveHost::Change change) {
         if (change == LiveHost::Change::forgotten) dropSlowReaders();
         tell(state);
@@ -99,13 +101,13 @@ asio::awaitable<void> HostSocket::accept() {
 }
 
 void HostSocket::welcome(Protocol::socket socket) {
-    if (!isOfThisPerson(socket.native_handle())) return;
+    if (!isOfThisPerson(socket.native_handle()) || !options_.mayServe()) return;
     const MessageChannel::Limits limits = {
         .body = longestQuestion, .attachment = 0, .patience = options_.questionPatience};
     auto channel = MessageChannel::over(executor_, socket.release(), limits);
     const auto nothing = [](const std::exception_ptr&) {};
-    if (readers_.size() >= mostReaders) {
-        const auto words = "the live host has " + std::to_string(mostReaders) + " readers already";
+    if (readers_.size() >= readerLimit_) {
+        const auto words = "the live host has " + std::to_string(readerLimit_) + " readers already";
         platform::spawn(executor_, dismiss(std::move(channel), words), nothing);
         return;
     }

@@ -28,6 +28,7 @@ namespace host {
 
 class HostSocket {
   public:
+    /// Fewer where the process may not open twice as many files.
     static constexpr std::size_t mostReaders = 256;
     /// Bytes that wait for a reader, at most; one for whom more would is dropped.
     static constexpr std::size_t mostQueued = std::size_t{1} << 20;
@@ -43,6 +44,8 @@ class HostSocket {
         /// Without readers for that long, `onIdle` is called.
         std::optional<std::chrono::milliseconds> idleLimit = std::nullopt;
         std::function<void()> onIdle = [] {};
+        /// Without a place a host lets nobody in: who has signed out may be shown still.
+        std::function<bool()> mayServe = [] { return true; };
         /// How long an answer may take to be read.
         std::chrono::milliseconds answerPatience = std::chrono::seconds(30);
         std::chrono::milliseconds questionPatience = greetingPatience;
@@ -88,6 +91,7 @@ class HostSocket {
     Options options_;
     std::set<std::shared_ptr<Reader>> readers_;
     boost::asio::steady_timer idle_;
+    std::size_t readerLimit_;
     LiveHost::Observation observation_;
 };
 

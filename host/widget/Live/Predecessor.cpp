@@ -29,6 +29,7 @@
 #include "platform/Files/Writing.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/Spawning.hpp"
 
 namespace host {
 
@@ -157,26 +158,14 @@ std::string becomeProgram(const std::filesystem::path& program, int socket, bool
     if (::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0)
         return failure("what is open cannot be closed", errno);
 
-    auto variables = platform::processEnvironment();
-    variables[variable] = std::to_string(::getpid()) + ":" + std::to_string(heir) + ":" +
-                          std::to_string(static_cast<int>(memory));
-    std::vector<std::string> environment;
-    for (const auto& [name, value] : variables) environment.push_back(name + "=" + value);
-    auto arguments = ownArguments();
-    const auto pointersTo = [](std::vector<std::string>& texts) {
-        std::vector<char*> pointers;
-        for (auto& text : texts) pointers.push_back(text.data());
-        pointers.push_back(nullptr);
-        return pointers;
-    };
-
+    const auto left = std::to_string(::getpid()) + ":" + std::to_string(heir) + ":" +
+                      std::to_string(static_cast<int>(memory));
     const auto signals = heldBackSignals();
     sigset_t before;
     ::sigprocmask(SIG_BLOCK, &signals, &before);
     ::fcntl(heir, F_SETFD, 0);
     ::fcntl(memory, F_SETFD, 0);
-    ::execve(program.c_str(), pointersTo(arguments).data(), pointersTo(environment).data());
-    const int error = errno;
+    const int error = platform::replaceProcess(program, ownArguments(), {{variable, left}});
     ::sigprocmask(SIG_SETMASK, &before, nullptr);
     return failure("it cannot be run", error);
 }

@@ -3,6 +3,7 @@
 #include "host/widget/Live/PublishedFiles.hpp"
 
 #include <exception>
+#include <functional>
 #include <utility>
 
 #include "host/protocol/EntryCoding.hpp"
@@ -12,6 +13,7 @@
 #include "host/widget/Panel/PanelContent.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/Streams/Deadline.hpp"
 
 namespace host {
 
@@ -24,6 +26,16 @@ boost::json::object stateWithoutEntry(const LiveState& state) {
     auto object = liveStateObject(state);
     object.erase("entry");
     return object;
+}
+
+/// So long a picture file waits at first for pictures of its packages, all files together.
+constexpr std::chrono::milliseconds shortBudget(500);
+
+/// Others for an entry that is drawn otherwise: its date is not drawn.
+std::size_t wordsOf(const LiveState& state) {
+    auto object = entryObject(state.entry);
+    object.erase("date");
+    return std::hash<std::string>()(jsonLine(object) + (state.isPlaceholder ? "placeholder" : ""));
 }
 
 widget::DrawingRequest drawingFor(const PictureFile& file, const LiveState& state) {
@@ -70,12 +82,15 @@ void PublishedFiles::removeUnwanted() {
     for (const auto& picture : wanted()) names.insert(picture.name());
     for (auto& folder : folders_)
         folder.removePictures([&](const std::string& name) { return names.contains(name); });
+    std::erase_if(words_, [&](const auto& each) { return !names.contains(each.first.name()); });
 }
 
 void PublishedFiles::take(LiveHost::Change change) {
     // The pictures that come in their place take a moment, which is too long.
-    if (change == LiveHost::Change::forgotten)
+    if (change == LiveHost::Change::forgotten) {
         for (auto& folder : folders_) folder.removePictures([](const std::string&) { return false; });
+        words_.clear();
+    }
     writeTexts(change);
     startDrawing();
 }
@@ -120,20 +135,56 @@ void PublishedFiles::startDrawing() {
     platform::spawn(executor_, drawAll(), [this](const std::exception_ptr&) { isDrawing_ = false; });
 }
 
+/// Without those pictures of the packages that do not come at once: the words are not to wait for them.
 asio::awaitable<void> PublishedFiles::drawAll() {
     while (std::exchange(isDrawingDue_, false)) {
+        const platform::Deadline pictures(shortBudget);
+        const bool areAwaited = widget::namesPictures(host_.state().entry);
         for (const auto& picture : wanted()) {
-            try {
-                auto bytes = co_await drawings_.drawn(drawingFor(picture, host_.state()));
-                if (!wanted().contains(picture)) continue;
-                for (auto& folder : folders_) write(folder, picture.name(), bytes);
-            } catch (const std::exception&) {
-                // The picture from before stays.
-            }
             if (isDrawingDue_) break;
+            if (!areAwaited || !showsWords(picture)) co_await draw(picture, pictures.rest());
         }
+        if (areAwaited && !isDrawingDue_) awaitPictures();
     }
     isDrawing_ = false;
+}
+
+/// Beside that, as a picture may take long in whose time the words become others.
+void PublishedFiles::awaitPictures() {
+    arePicturesDue_ = true;
+    if (std::exchange(isAwaitingPictures_, true)) return;
+    platform::spawn(executor_, drawWhole(),
+                    [this](const std::exception_ptr&) { isAwaitingPictures_ = false; });
+}
+
+asio::awaitable<void> PublishedFiles::drawWhole() {
+    while (std::exchange(arePicturesDue_, false)) {
+        for (const auto& picture : wanted()) {
+            if (arePicturesDue_) break;
+            co_await draw(picture, std::nullopt);
+        }
+    }
+    isAwaitingPictures_ = false;
+}
+
+asio::awaitable<void> PublishedFiles::draw(PictureFile picture,
+                                           std::optional<std::chrono::milliseconds> budget) {
+    try {
+        auto request = drawingFor(picture, host_.state());
+        request.pictureBudget = budget;
+        const auto bytes = co_await drawings_.drawn(std::move(request));
+        if (!wanted().contains(picture)) co_return;
+        for (auto& folder : folders_) write(folder, picture.name(), bytes);
+        words_[picture] = wordsOf(host_.state());
+    } catch (const std::exception&) {
+        // The picture from before stays.
+    }
+}
+
+/// Then nothing is to be had by another that lacks pictures which this one may have.
+bool PublishedFiles::showsWords(const PictureFile& picture) const {
+    const auto found = words_.find(picture);
+    return found != words_.end() && found->second == wordsOf(host_.state());
 }
 
 }  // namespace host

@@ -9,7 +9,9 @@
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
+#include <cstddef>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -46,6 +48,10 @@ class PublishedFiles {
     void write(const std::string& name, std::string_view bytes, LiveHost::Change change);
     void startDrawing();
     boost::asio::awaitable<void> drawAll();
+    void awaitPictures();
+    boost::asio::awaitable<void> drawWhole();
+    boost::asio::awaitable<void> draw(PictureFile picture, std::optional<std::chrono::milliseconds> budget);
+    bool showsWords(const PictureFile& picture) const;
     bool write(RuntimeFolder& folder, const std::string& name, std::string_view bytes);
     void tryAgainLater();
 
@@ -54,8 +60,12 @@ class PublishedFiles {
     LiveDrawings& drawings_;
     std::vector<RuntimeFolder> folders_;
     std::map<Reader, std::vector<PictureFile>> wants_;
+    /// What each file shows but for the pictures in it, as a hash.
+    std::map<PictureFile, std::size_t> words_;
     bool isDrawing_ = false;
     bool isDrawingDue_ = false;
+    bool isAwaitingPictures_ = false;
+    bool arePicturesDue_ = false;
     std::chrono::milliseconds untilNextTry_;
     boost::asio::steady_timer nextTry_;
     bool isNextTryDue_ = false;

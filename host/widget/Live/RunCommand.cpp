@@ -66,12 +66,13 @@ ExtensionSession::Options sessionOptions(const RunCommand& command) {
 
 std::vector<RuntimeFolder> folders(const RunCommand& command, const HostClaim& claim, bool isInherited) {
     std::vector<RuntimeFolder> all;
+    const auto standing = [&claim] { return claim.standing(); };
     const int own = ::fcntl(claim.folder(), F_DUPFD_CLOEXEC, 0);
-    all.emplace_back(claim.address().folder, platform::Descriptor(own), giveNotice);
+    all.emplace_back(claim.address().folder, platform::Descriptor(own), giveNotice, standing);
     if (isInherited) all.front().inheritFiles();
     const auto make = isInherited ? RuntimeFolder::inherit : RuntimeFolder::make;
     if (command.output) {
-        all.push_back(make(*command.output, giveNotice));
+        all.push_back(make(*command.output, giveNotice, standing));
         claim.noteOutput(*command.output);
     }
     return all;
@@ -121,7 +122,8 @@ class Household {
                  command.pictures),
           socket_(executor, place.socket(), {.host = host_, .drawings = drawings_, .files = files_},
                   socketOptions(command)),
-          notifications_(executor, place.claim().address().folder, wantsNotifications(command)),
+          notifications_(executor, place.claim().address().folder, wantsNotifications(command),
+                         [this] { return hasPlace(); }),
           signals_(signals),
           end_(executor, asio::steady_timer::time_point::max()),
           place_(place),
@@ -135,7 +137,7 @@ class Household {
 
     asio::awaitable<void> run() {
         // It may have been lost before it was guarded.
-        if (!place_.claim().isHeld()) co_return;
+        if (!hasPlace()) co_return;
         const auto endWith = [this](const std::exception_ptr& failure) {
             failure_ = failure;
             end();
@@ -157,6 +159,7 @@ class Household {
         HostSocket::Options options = {.version = command.version, .started = clock_->now()};
         if (command.idleLimit) options.idleLimit = *command.idleLimit;
         options.onIdle = [this] { end(); };
+        options.mayServe = [this] { return hasPlace(); };
         return options;
     }
 
@@ -167,8 +170,9 @@ class Household {
         };
     }
 
+    bool hasPlace() const { return place_.claim().isHeld(); }
     void endWithoutPlace() {
-        if (!place_.claim().isHeld()) end();
+        if (!hasPlace()) end();
     }
 
     void take(ProgramRenewal::Event event) {

@@ -31,17 +31,21 @@ platform::Descriptor madeFolder(const std::filesystem::path& path) {
 
 }  // namespace
 
-RuntimeFolder::RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice)
-    : path_(std::move(path)), folder_(std::move(folder)), onNotice_(std::move(onNotice)) {}
+RuntimeFolder::RuntimeFolder(std::filesystem::path path, platform::Descriptor folder, Notice onNotice,
+                             Standing standing)
+    : path_(std::move(path)),
+      folder_(std::move(folder)),
+      onNotice_(std::move(onNotice)),
+      standing_(std::move(standing)) {}
 
-RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNotice) {
+RuntimeFolder RuntimeFolder::make(const std::filesystem::path& path, Notice onNotice, Standing standing) {
     auto folder = madeFolder(path);
     HostFiles::removeAll(folder);
-    return {path, std::move(folder), std::move(onNotice)};
+    return {path, std::move(folder), std::move(onNotice), std::move(standing)};
 }
 
-RuntimeFolder RuntimeFolder::inherit(const std::filesystem::path& path, Notice onNotice) {
-    RuntimeFolder folder(path, madeFolder(path), std::move(onNotice));
+RuntimeFolder RuntimeFolder::inherit(const std::filesystem::path& path, Notice onNotice, Standing standing) {
+    RuntimeFolder folder(path, madeFolder(path), std::move(onNotice), std::move(standing));
     folder.inheritFiles();
     return folder;
 }
@@ -55,7 +59,7 @@ void RuntimeFolder::inheritFiles() {
 }
 
 RuntimeFolder::~RuntimeFolder() {
-    if (!folder_.isOpen()) return;
+    if (!folder_.isOpen() || standing_() == HostClaim::Standing::anothers) return;
     for (const auto& [name, content] : written_) ::unlinkat(folder_, name.c_str(), 0);
 }
 
@@ -64,7 +68,10 @@ bool RuntimeFolder::write(const std::string& name, std::string_view bytes) {
     const auto found = written_.find(name);
     if (found != written_.end() && found->second == content) return true;
     try {
-        platform::FileReplacement(folder_, path_ / name, HostFiles::temporaryName(name), bytes).commit();
+        platform::FileReplacement file(folder_, path_ / name, HostFiles::temporaryName(name), bytes);
+        // Looked at only now: who takes the place away removes a half-written file as well.
+        if (standing_() != HostClaim::Standing::held) return false;
+        file.commit();
         written_[name] = content;
         isFailing_ = false;
         return true;
@@ -75,7 +82,8 @@ bool RuntimeFolder::write(const std::string& name, std::string_view bytes) {
 }
 
 void RuntimeFolder::remove(const std::string& name) {
-    if (written_.erase(name) > 0) ::unlinkat(folder_, name.c_str(), 0);
+    if (written_.erase(name) > 0 && standing_() != HostClaim::Standing::anothers)
+        ::unlinkat(folder_, name.c_str(), 0);
 }
 
 }  // namespace host

@@ -10,6 +10,7 @@
 #include "platform/Log/Logger.hpp"
 #include "platform/MessageBus/DesktopNotification.hpp"
 #include "platform/Text/Markup.hpp"
+#include "presentation/SpokenPackage.hpp"
 
 namespace host {
 
@@ -23,6 +24,11 @@ namespace {
 
 constexpr std::uint8_t lowUrgency = 0;
 constexpr std::uint8_t normalUrgency = 1;
+
+/// The names are a stranger's.
+std::string line(std::string_view text) {
+    return fittedToColumns(terminalSafe(text), presentation::longestSpokenPart);
+}
 
 }  // namespace
 
@@ -88,15 +94,14 @@ void DesktopNotifier::askForQuiet(const Errand& errand, Service service) {
 void DesktopNotifier::send(const Errand& errand, const Service& service) {
     if (errand.generation != generation_) return;
     const Notice& notice = errand.notice;
-    // The names are a stranger's.
-    std::string text = terminalSafe(notice.status);
-    if (!notice.detail.empty()) text += "\n" + terminalSafe(notice.detail);
+    std::string text = line(notice.status);
+    if (!notice.detail.empty()) text += "\n" + line(notice.detail);
     platform::BusVariants hints = {{"urgency", service.isQuiet ? lowUrgency : normalUrgency}};
     if (service.isQuiet) hints["suppress-sound"] = true;
     using Texts = std::vector<std::string>;
     const platform::DesktopNotification notification = {
         .replaces = shown_[notice.link].number,
-        .title = terminalSafe(notice.title),
+        .title = line(notice.title),
         .text = service.hasMarkup ? platform::escapedForMarkup(text) : text,
         .actions = service.hasActions ? Texts{"default", "Open"} : Texts(),
         .hints = std::move(hints)};

@@ -41,10 +41,11 @@ void noteEnd(bool isOpen) {
 }  // namespace
 
 Notifications::Notifications(const boost::asio::any_io_executor& executor, std::filesystem::path folder,
-                             IsWanted isWanted)
+                             IsWanted isWanted, HasPlace hasPlace)
     : executor_(executor),
       folder_(std::move(folder)),
       isWanted_(std::move(isWanted)),
+      hasPlace_(std::move(hasPlace)),
       opener_(executor, noteEnd) {
     load();
 }
@@ -64,10 +65,10 @@ void Notifications::take(const LiveState& state, LiveHost::Change change) {
 boost::asio::awaitable<void> Notifications::tell(std::vector<Notice> notices) {
     const auto life = std::weak_ptr(life_);
     const bool isWanted = co_await isWanted_();
-    if (life.expired()) co_return;
+    if (life.expired() || !hasPlace_()) co_return;
     isRemembering_ = isWanted;
     if (!isWanted) {
-        ::unlink((folder_ / fileName).c_str());
+        removeMemory();
         co_return;
     }
     save();
@@ -83,7 +84,12 @@ void Notifications::forget() {
     rules_.forget();
     if (notifier_) notifier_->withdrawAll();
     isRemembering_ = false;
-    ::unlink((folder_ / fileName).c_str());
+    removeMemory();
+}
+
+/// What lies in a place that was lost is another's.
+void Notifications::removeMemory() const {
+    if (hasPlace_()) ::unlink((folder_ / fileName).c_str());
 }
 
 void Notifications::load() {
@@ -101,12 +107,14 @@ void Notifications::load() {
 }
 
 void Notifications::save() const {
+    if (!hasPlace_()) return;
     try {
         const auto folder = TrustedFolder::make(folder_);
         const auto text = platform::JSONSerialization::dataWithJSONObject(rules_.memory());
-        platform::FileReplacement(folder.descriptor(), folder_ / fileName,
-                                  HostClaim::notificationsTemporaryName, text)
-            .commit();
+        platform::FileReplacement memory(folder.descriptor(), folder_ / fileName,
+                                         HostClaim::notificationsTemporaryName, text);
+        // Who took the place away has removed what is half-written as well.
+        if (hasPlace_()) memory.commit();
     } catch (const platform::FileError& error) {
         complain(error);
     }

@@ -27,9 +27,13 @@ class Notifications {
     /// Whether the person wants them; asked when there is something to tell. What it throws counts as no.
     using IsWanted = std::function<boost::asio::awaitable<bool>()>;
 
+    /// Whether the host has its place still. Without it nothing is told or remembered any more.
+    using HasPlace = std::function<bool()>;
+
     /// `folder` is the live host's own.
-    Notifications(const boost::asio::any_io_executor& executor, std::filesystem::path folder,
-                  IsWanted isWanted);
+    Notifications(
+        const boost::asio::any_io_executor& executor, std::filesystem::path folder, IsWanted isWanted,
+        HasPlace hasPlace = [] { return true; });
 
     void take(const LiveState& state, LiveHost::Change change);
 
@@ -37,11 +41,13 @@ class Notifications {
     boost::asio::awaitable<void> tell(std::vector<Notice> notices);
     void load();
     void save() const;
+    void removeMemory() const;
     void forget();
 
     boost::asio::any_io_executor executor_;
     std::filesystem::path folder_;
     IsWanted isWanted_;
+    HasPlace hasPlace_;
     NotificationRules rules_;
     /// Something was told, and is known to the next host.
     bool isRemembering_ = false;

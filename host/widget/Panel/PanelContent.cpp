@@ -20,15 +20,13 @@ namespace {
 
 /// A line of a menu, and of a tooltip.
 constexpr std::size_t lineColumns = 44;
-/// More than anybody listens to.
-constexpr std::size_t spokenColumns = 400;
 
 json::value textOrNull(const std::string& text) {
     return text.empty() ? json::value(nullptr) : json::value(text);
 }
 
 std::string spokenLine(const presentation::Package& package) {
-    return fittedToColumns(terminalSafe(presentation::spoken(package)), spokenColumns);
+    return terminalSafe(presentation::spoken(package));
 }
 
 /// The one package, as a bar would have it.

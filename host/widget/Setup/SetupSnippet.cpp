@@ -16,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// PROGRAM stands for the call. Those of a JSON text or an XML stand in quotes, which a call does not have.
+// PROGRAM stands for the call, as a shell reads it.
 constexpr std::string_view waybarSnippet =
     R"(// ~/.config/waybar/config: add "custom/vela" to a list of modules, and this beside them.
 "custom/vela": {
@@ -119,14 +119,24 @@ std::string_view templateOf(SetupTarget target) {
     return "";
 }
 
+/// The call as it stands within the quotes of that snippet, if it has some.
+std::string quotedFor(SetupTarget target, std::string_view call) {
+    std::string quoted;
+    for (const char byte : call) {
+        if (target == SetupTarget::waybar && (byte == '"' || byte == '\\')) quoted += '\\';
+        quoted += target == SetupTarget::tmux && byte == '\'' ? R"('\'')" : std::string(1, byte);
+    }
+    return quoted;
+}
+
 }  // namespace
 
 std::string setupSnippet(SetupTarget target, std::string_view program) {
     constexpr std::string_view place = "PROGRAM";
+    const auto call = quotedFor(target, program);
     std::string snippet(templateOf(target));
-    for (auto at = snippet.find(place); at != std::string::npos;
-         at = snippet.find(place, at + program.size()))
-        snippet.replace(at, place.size(), program);
+    for (auto at = snippet.find(place); at != std::string::npos; at = snippet.find(place, at + call.size()))
+        snippet.replace(at, place.size(), call);
     return snippet;
 }
 

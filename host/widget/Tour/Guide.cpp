@@ -12,7 +12,7 @@
 
 #include "platform/Files/Writing.hpp"
 #include "platform/ProcessInfo/ChildProgram.hpp"
-#include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/ProcessInfo/SiblingProgram.hpp"
 #include "platform/Streams/Streams.hpp"
 #include "platform/Text/ASCII.hpp"
 
@@ -88,7 +88,7 @@ bool Guide::awaitOrThrow(int descriptor) const {
 }
 
 std::string ownProgram(const char* name) {
-    return (platform::executablePath().parent_path() / name).string();
+    return platform::siblingProgramPath(name).string();
 }
 
 }  // namespace host

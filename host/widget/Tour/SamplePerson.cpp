@@ -2,7 +2,6 @@
 
 #include "host/widget/Tour/SamplePerson.hpp"
 
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -25,30 +24,18 @@ SamplePerson::SamplePerson(const Guide& guide) {
     if (::access(ownProgram("vela-sandbox").c_str(), X_OK) != 0)
         throw std::runtime_error(
             "her server, vela-sandbox, is not installed: it is in the package vela-sandbox");
-    std::error_code error;
-    std::string name = (std::filesystem::temp_directory_path(error) / "vela-tour-XXXXXX").string();
-    if (error || !::mkdtemp(name.data())) throw std::runtime_error("there is no room for a sample person");
-    folder_ = name;
-    try {
-        settle(guide);
-    } catch (...) {
-        leave();
-        throw;
-    }
-}
-
-SamplePerson::~SamplePerson() {
-    leave();
+    settle(guide);
 }
 
 void SamplePerson::settle(const Guide& guide) {
+    const auto& folder = folder_.path();
     for (const char* part : {"data", "runtime"}) {
-        std::filesystem::create_directory(folder_ / part);
-        std::filesystem::permissions(folder_ / part, std::filesystem::perms::owner_all);
+        std::filesystem::create_directory(folder / part);
+        std::filesystem::permissions(folder / part, std::filesystem::perms::owner_all);
     }
     using Stream = platform::ChildProgram::Stream;
-    const auto ready = folder_ / "ready";
-    const auto bundle = (folder_ / "bundle").string();
+    const auto ready = folder / "ready";
+    const auto bundle = (folder / "bundle").string();
     sandbox_.emplace(platform::ChildProgram::Options{
         .program = ownProgram("vela-sandbox"),
         .arguments = {"--bundle", bundle, "--ready-file", ready.string(), "--stop-with-parent"},
@@ -63,8 +50,8 @@ void SamplePerson::settle(const Guide& guide) {
         return static_cast<bool>(std::getline(stream, address));
     });
     if (!isReady) throw std::runtime_error("vela-sandbox does not start");
-    variables_ = {{"XDG_DATA_HOME", (folder_ / "data").string()},
-                  {"XDG_RUNTIME_DIR", (folder_ / "runtime").string()},
+    variables_ = {{"XDG_DATA_HOME", (folder / "data").string()},
+                  {"XDG_RUNTIME_DIR", (folder / "runtime").string()},
                   {"VELA_BUNDLE", bundle},
                   {"VELA_KEYCHAIN", "embedded"},
                   {"BASE_URL", address},
@@ -86,12 +73,6 @@ void SamplePerson::signIn() const {
                                     .isApart = true});
     program.give(pair.value_or(""));
     if (program.wait() != 0) throw std::runtime_error("the sample person cannot sign in");
-}
-
-void SamplePerson::leave() {
-    sandbox_.reset();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
 }
 
 }  // namespace host

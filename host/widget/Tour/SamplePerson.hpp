@@ -4,21 +4,20 @@
 
 // A person who does not exist, for those who only look.
 
-#include <filesystem>
 #include <optional>
 
 #include "host/widget/Tour/Guide.hpp"
+#include "host/widget/Tour/SampleFolder.hpp"
 #include "platform/ProcessInfo/ChildProgram.hpp"
 
 namespace host {
 
-/// Signed in at a server of her own, which lives in a temporary folder with all that is hers; gone with the
-/// object. For one thread.
+/// Signed in at a server of her own, which lives in a folder with all that is hers; gone with the object. For
+/// one thread.
 class SamplePerson {
   public:
     /// Takes up to ten seconds. Throws std::runtime_error, or TourInterrupted.
     explicit SamplePerson(const Guide& guide);
-    ~SamplePerson();
     SamplePerson(const SamplePerson&) = delete;
     SamplePerson& operator=(const SamplePerson&) = delete;
 
@@ -28,9 +27,9 @@ class SamplePerson {
   private:
     void settle(const Guide& guide);
     void signIn() const;
-    void leave();
 
-    std::filesystem::path folder_;
+    // Goes last: what runs in it ends first.
+    SampleFolder folder_;
     std::optional<platform::ChildProgram> sandbox_;
     ProgramVariables variables_;
 };

@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "host/widget/Setup/SetupSnippet.hpp"
+#include "host/widget/Tour/SampleFolder.hpp"
 #include "host/widget/Tour/SamplePerson.hpp"
 #include "host/widget/Tour/Surfaces.hpp"
 #include "platform/Files/TrustedFolder.hpp"
@@ -204,6 +205,7 @@ int runTour(TourManner manner) {
     int ending = 0;
     try {
         const Guide guide(manner);
+        SampleFolder::removeLeft();
         guideThrough(guide);
     } catch (const TourInterrupted& interrupted) {
         ending = interrupted.signal;

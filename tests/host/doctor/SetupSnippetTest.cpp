@@ -43,6 +43,17 @@ TEST(SetupSnippet, WaybarsIsJSONBelowItsComment) {
     EXPECT_EQ(object.at("custom/vela").at("return-type"), "json");
 }
 
+TEST(SetupSnippet, KeepsTheQuotesOfTheCallWithinItsOwn) {
+    const std::string call = R"('/a "b" \c/vela-widget')";
+    const auto waybar = setupSnippet(SetupTarget::waybar, call);
+    const auto object =
+        platform::JSONSerialization::JSONObjectWithData("{" + waybar.substr(waybar.find('\n') + 1) + "}");
+    EXPECT_EQ(object.at("custom/vela").at("on-click").as_string(), call + " bar --open");
+    EXPECT_NE(setupSnippet(SetupTarget::tmux, "'/a b/vela-widget'")
+                  .find(R"(' #('\''/a b/vela-widget'\'' bar --format tmux)')"),
+              std::string::npos);
+}
+
 class ShellCallTest : public ::testing::Test {
   protected:
     std::string programIn(const std::string& folder) const {

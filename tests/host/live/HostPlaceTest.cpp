@@ -20,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include "host/protocol/Forgetting.hpp"
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -49,6 +50,13 @@ class HostPlaceTest : public testing::Test {
         }
     }
     std::string claim() const { return claim(folder.path().string()); }
+
+    /// What the person is told of it.
+    static std::string forgottenInItsPlace() {
+        std::string words;
+        forgetInPlaceOfHost([&](std::string_view notice) { words += notice; });
+        return words;
+    }
 
     fs::path inside(const char* name) const { return folder.path() / "vela-widget" / name; }
 
@@ -181,16 +189,63 @@ TEST_F(HostPlaceTest, IsClearedOfAHostThatIsKilledInThisMoment) {
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
         lock.reset();
     });
-    removeLeftoversOfDeadHost();
+    EXPECT_EQ(forgottenInItsPlace(), "");
     end.join();
     EXPECT_FALSE(fs::exists(inside("entry.json")));
 }
 
-TEST_F(HostPlaceTest, IsNotClearedOfAHostThatRuns) {
+/// After a while.
+std::thread greetingOneWhoComesIn(const HostPlace& place, std::chrono::milliseconds after) {
+    return std::thread([&place, after] {
+        const Descriptor visitor(::accept(place.socket(), nullptr, nullptr));
+        std::this_thread::sleep_for(after);
+        EXPECT_EQ(::send(visitor, "{", 1, MSG_NOSIGNAL), 1);
+    });
+}
+
+TEST_F(HostPlaceTest, IsNotClearedOfAHostThatAnswersThoughLate) {
     const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
     folder.write("vela-widget/entry.json", "hers");
-    removeLeftoversOfDeadHost();
+    auto host = greetingOneWhoComesIn(place, std::chrono::milliseconds(800));
+    EXPECT_EQ(forgottenInItsPlace(), "");
+    host.join();
     EXPECT_TRUE(fs::exists(inside("entry.json")));
+    EXPECT_TRUE(place.claim().isHeld());
+}
+
+TEST_F(HostPlaceTest, IsTakenFromAHostThatDoesNotAnswer) {
+    std::optional<HostPlace> place(HostPlace::claim(HostAddress::ofPerson(), std::nullopt));
+    const auto out = folder.path() / "out";
+    place->claim().noteOutput(out);
+    for (const char* name : {"vela-widget/entry.json", "vela-widget/.widget.txt.tmp", "out/panel.json",
+                             "vela-widget/notifications.json"})
+        folder.write(name, "hers");
+    EXPECT_THAT(forgottenInItsPlace(),
+                HasSubstr("(process " + std::to_string(::getpid()) + ") does not answer"));
+    EXPECT_FALSE(fs::exists(inside("")));
+    EXPECT_TRUE(fs::is_empty(out));
+    EXPECT_EQ(place->claim().standing(), HostClaim::Standing::lost);
+    const auto successor = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+    EXPECT_EQ(place->claim().standing(), HostClaim::Standing::anothers);
+    place.reset();
+    EXPECT_TRUE(successor.claim().isHeld());
+}
+
+TEST_F(HostPlaceTest, LeavesTheSocketToTheServiceManagerWhoseHostDoesNotAnswer) {
+    fs::create_directory(folder.path() / "vela-widget");
+    fs::permissions(folder.path() / "vela-widget", fs::perms::owner_all);
+    const auto theirs = listening(inside("host.socket"));
+    ChildProcess silent([&] {
+        const auto place =
+            HostPlace::claim(HostAddress::ofPerson(), Descriptor(::fcntl(theirs, F_DUPFD_CLOEXEC, 0)));
+        ::pause();
+        return 0;
+    });
+    while (!fs::exists(inside("host.lock")) || fs::is_empty(inside("host.lock"))) ::usleep(1000);
+    folder.write("vela-widget/entry.json", "hers");
+    EXPECT_THAT(forgottenInItsPlace(), HasSubstr("does not answer"));
+    EXPECT_FALSE(fs::exists(inside("entry.json")));
+    EXPECT_TRUE(fs::exists(inside("host.socket")));
 }
 
 TEST_F(HostPlaceTest, LeavesASocketThatSomebodyListensOn) {

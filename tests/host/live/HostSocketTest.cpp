@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "tests/host/live/ReaderWorld.hpp"
+#include "tests/support/FileLimit.hpp"
 
 namespace host {
 namespace {
@@ -15,7 +16,6 @@ using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using HostSocketTest = ReaderWorld;
 
 const std::string greeting = R"({"protocol":1})";
 
@@ -27,6 +27,19 @@ boost::asio::awaitable<std::string> drawn(
                                       .pictureBudget = pictureBudget};
     co_return co_await reader.draw(std::move(request));
 }
+
+class HostSocketTest : public ReaderWorld {
+  protected:
+    /// The extension is at a drawing for `reader`, and goes on once it is no longer held; `bytes` get what
+    /// comes of it.
+    bool isKeptDrawing(LiveHostClient& reader, std::optional<std::string>& bytes) {
+        extension.isDrawingHeld = true;
+        spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+            result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
+        }(reader, bytes));
+        return until([&] { return extension.drawings == 1; });
+    }
+};
 
 boost::asio::awaitable<std::string> reloaded(LiveHostClient& reader) {
     const auto state = co_await reader.reload();
@@ -188,12 +201,8 @@ TEST_F(HostSocketTest, GivesNobodyADrawingOfOneWhoHasSignedOutMeanwhile) {
     open();
     start();
     const auto reader = client();
-    extension.isDrawingHeld = true;
     std::optional<std::string> bytes;
-    spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
-        result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
-    }(*reader, bytes));
-    ASSERT_TRUE(until([&] { return extension.drawings == 1; }));
+    ASSERT_TRUE(isKeptDrawing(*reader, bytes));
     extension.stored = {};
     extension.isDrawingHeld = false;
     happens(SystemEvent::secretsChanged);
@@ -205,12 +214,8 @@ TEST_F(HostSocketTest, DrawsAgainWhatItsExtensionWasLeftOver) {
     open();
     start();
     const auto reader = client();
-    extension.isDrawingHeld = true;
     std::optional<std::string> bytes;
-    spawn([](LiveHostClient& asked, std::optional<std::string>& result) -> boost::asio::awaitable<void> {
-        result = co_await drawn(asked, platform::WidgetFamily::systemSmall);
-    }(*reader, bytes));
-    ASSERT_TRUE(until([&] { return extension.drawings == 1; }));
+    ASSERT_TRUE(isKeptDrawing(*reader, bytes));
     extension.isDrawingHeld = false;
     events.happens(SystemEvent::zoneChanged);
     until([&] { return bytes.has_value(); });
@@ -410,6 +415,17 @@ TEST_F(HostSocketTest, AnswersNobodyElsesReader) {
     ::close(socket);
 }
 
+TEST_F(HostSocketTest, ShowsNothingToWhoComesOnceItsPlaceIsLost) {
+    bool mayServe = true;
+    open({.version = "9.8.7", .started = platform::Date::now(), .mayServe = [&] { return mayServe; }});
+    const int early = rawReader();
+    until([&] { return door->readerCount() == 1; });
+    mayServe = false;
+    EXPECT_EQ(everythingFrom(rawReader()), "");
+    EXPECT_EQ(door->readerCount(), 1u);
+    ::close(early);
+}
+
 TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     open();
     std::vector<int> sockets;
@@ -420,6 +436,24 @@ TEST_F(HostSocketTest, RefusesOneReaderTooManyInWords) {
     const int last = rawReader();
     say(last, frameOf(greeting));
     EXPECT_THAT(everythingFrom(last), HasSubstr("the live host has 256 readers already"));
+    ::close(last);
+    for (const int socket : sockets) ::close(socket);
+    EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));
+}
+
+TEST_F(HostSocketTest, HasFewerReadersWhereFewFilesMayBeOpen) {
+    {
+        const platform::testing::FileLimit few(64);
+        open();
+    }
+    std::vector<int> sockets;
+    for (int count = 0; count < 32; ++count) {
+        sockets.push_back(rawReader());
+        until([&] { return door->readerCount() == sockets.size(); });
+    }
+    const int last = rawReader();
+    say(last, frameOf(greeting));
+    EXPECT_THAT(everythingFrom(last), HasSubstr("the live host has 32 readers already"));
     ::close(last);
     for (const int socket : sockets) ::close(socket);
     EXPECT_TRUE(until([&] { return door->readerCount() == 0; }));

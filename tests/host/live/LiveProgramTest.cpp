@@ -377,6 +377,31 @@ TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutAfterItWasKilled) {
     }
 }
 
+TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutWhileItIsStopped) {
+    startSandbox({"--delay", "1000"});
+    signInAtSandbox();
+    const auto out = folder.path() / "out";
+    startHost({"--family", "systemSmall", "--output", out.string(), "--notify"});
+    ASSERT_TRUE(comesToHold("entry.json", someShop));
+    ASSERT_TRUE(eventually([&] { return fs::exists(out / "systemSmall-dark@2x.png"); }));
+    const pid_t process = host().processIdentifier();
+    // So that an answer of the person's waits for it when it goes on.
+    const auto before = fetches();
+    host().sendSignal(SIGUSR1);
+    ASSERT_TRUE(eventually([&] { return fetches() > before; }));
+    host().sendSignal(SIGSTOP);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+    const auto signOut = companion({"sign-out"});
+    EXPECT_EQ(signOut.status, 0);
+    EXPECT_THAT(signOut.errors, HasSubstr("(process " + std::to_string(process) + ") does not answer"));
+    const auto hasWords = [&] { return fs::exists(path("")) || !fs::is_empty(out); };
+    EXPECT_FALSE(hasWords());
+    EXPECT_TRUE(eventually([&] { return hasWords() || !isAlive(process); }));
+    EXPECT_FALSE(hasWords()) << "it has written again";
+    EXPECT_EQ(host().waitForEnd(std::chrono::seconds(10)), 0);
+    EXPECT_THAT(widget({"show", "--live"}).output, HasSubstr("Sign in"));
+}
+
 TEST_F(LiveProgram, KeepsItsFilesThroughASignOutThatItSeesItself) {
     startSandbox();
     signInAtSandbox();

@@ -26,6 +26,8 @@ class PublishedFilesTest : public ReaderWorld {
   protected:
     fs::path path(const std::string& name) const { return folder.path() / "vela-widget" / name; }
     std::string text(const std::string& name) const { return folder.read("vela-widget/" + name); }
+    /// "" where it is not there.
+    std::string shown(const std::string& name) const { return fs::exists(path(name)) ? text(name) : ""; }
     std::vector<std::string> names() const {
         std::vector<std::string> all;
         for (const auto& each : fs::directory_iterator(folder.path() / "vela-widget"))
@@ -116,6 +118,47 @@ TEST_F(PublishedFilesTest, HoldNothingOfAPersonWhoHasSignedOut) {
     EXPECT_THAT(text("entry.json"), HasSubstr("notLoggedIn"));
 }
 
+TEST_F(PublishedFilesTest, ShowTheWordsBeforeThePicturesOfTheirPackagesHaveCome) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall},
+                {.family = platform::WidgetFamily::systemLarge}};
+    extension.pictureDelay = std::chrono::milliseconds(1500);
+    open();
+    start();
+    EXPECT_THAT(text("entry.json"), HasSubstr("Ada's"));
+    EXPECT_THAT(text("widget.txt"), HasSubstr("Ada's"));
+    EXPECT_THAT(text("panel.json"), HasSubstr("Ada's"));
+    for (const char* name : {picture, "systemLarge-dark@2x.png"}) {
+        EXPECT_TRUE(until([&] { return shown(name) == "picture of Ada's without"; })) << name;
+    }
+    for (const char* name : {picture, "systemLarge-dark@2x.png"}) {
+        EXPECT_TRUE(until([&] { return shown(name) == "picture of Ada's with"; })) << name;
+    }
+}
+
+TEST_F(PublishedFilesTest, ShowOtherWordsWhilePicturesOfThoseBeforeAreAwaited) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall}};
+    extension.pictureDelay = std::chrono::seconds(15);
+    open();
+    start();
+    ASSERT_TRUE(until([&] { return shown(picture) == "picture of Ada's without"; }));
+    extension.shopName = "Ada's, later";
+    host.askNow();
+    EXPECT_TRUE(
+        until([&] { return shown(picture) == "picture of Ada's, later without"; }, std::chrono::seconds(10)));
+}
+
+TEST_F(PublishedFilesTest, KeepThePicturesInADrawingThatSaysTheSame) {
+    pictures = {{.family = platform::WidgetFamily::systemSmall}};
+    extension.pictureDelay = std::chrono::milliseconds(800);
+    open();
+    start();
+    ASSERT_TRUE(until([&] { return shown(picture) == "picture of Ada's with"; }));
+    const int drawnBefore = extension.drawings;
+    clock.advance(hour);
+    EXPECT_FALSE(until([&] { return shown(picture) != "picture of Ada's with"; }, std::chrono::seconds(2)));
+    EXPECT_EQ(extension.drawings, drawnBefore + 1);
+}
+
 TEST_F(PublishedFilesTest, KeepThePictureFromBeforeWhereTheExtensionFails) {
     pictures = {{.family = platform::WidgetFamily::systemSmall}};
     open();
@@ -166,6 +209,39 @@ TEST(RuntimeFolder, LeavesTheOldFileOnAFullDiskAndSaysSoOnce) {
     });
     if (status == platform::testing::cannotMount) GTEST_SKIP() << "no disk may be mounted here";
     EXPECT_EQ(status, 7);
+}
+
+TEST(RuntimeFolder, WritesNothingForAHostThatHasLostItsPlace) {
+    const platform::testing::TemporaryFolder disk;
+    auto standing = HostClaim::Standing::held;
+    auto folder = RuntimeFolder::make(
+        disk.path(), [](std::string_view) {}, [&] { return standing; });
+    EXPECT_TRUE(folder.write("entry.json", "before"));
+    for (const auto lost : {HostClaim::Standing::lost, HostClaim::Standing::anothers}) {
+        standing = lost;
+        EXPECT_FALSE(folder.write("entry.json", "after"));
+        EXPECT_FALSE(folder.write("widget.txt", "after"));
+        EXPECT_EQ(disk.read("entry.json"), "before");
+        EXPECT_EQ(std::distance(fs::directory_iterator(disk.path()), {}), 1);
+    }
+}
+
+TEST(RuntimeFolder, RemovesNothingOfAnotherHosts) {
+    const platform::testing::TemporaryFolder disk;
+    for (const auto& [standing, isLeft] :
+         {std::pair(HostClaim::Standing::anothers, true), {HostClaim::Standing::lost, false}}) {
+        {
+            auto now = HostClaim::Standing::held;
+            auto folder = RuntimeFolder::make(
+                disk.path(), [](std::string_view) {}, [&] { return now; });
+            EXPECT_TRUE(folder.write("entry.json", "words"));
+            EXPECT_TRUE(folder.write("a.png", "picture"));
+            now = standing;
+            folder.remove("a.png");
+            EXPECT_EQ(fs::exists(disk.path() / "a.png"), isLeft);
+        }
+        EXPECT_EQ(fs::exists(disk.path() / "entry.json"), isLeft);
+    }
 }
 
 TEST(RuntimeFolder, RemovesWhatIsOfAnotherWhereNothingCanTakeItsPlace) {

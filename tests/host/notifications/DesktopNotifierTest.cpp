@@ -63,6 +63,17 @@ TEST_F(DesktopNotifierTest, ShowsWhoAndWhat) {
     EXPECT_FALSE(all[0].isSilent);
 }
 
+TEST_F(DesktopNotifierTest, CutsWhateverAShopIsCalled) {
+    serve({});
+    const std::string longName(80'000, 'n');
+    show(longName, longName, longName);
+    const auto all = shown(1);
+    ASSERT_THAT(all, SizeIs(1));
+    const auto cut = std::string(119, 'n') + "…";
+    EXPECT_EQ(all[0].title, cut);
+    EXPECT_EQ(all[0].text, cut + "\n" + cut);
+}
+
 TEST_F(DesktopNotifierTest, EscapesForAServiceThatReadsMarkupAndForNoOther) {
     serve({});
     show("A & B", "<b>now</b>");

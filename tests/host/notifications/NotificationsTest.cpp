@@ -30,11 +30,13 @@ class NotificationsTest : public ::testing::Test {
     NotificationsTest() { begin(); }
 
     void begin() {
-        notifications_.emplace(loop_.executor(), folder_.path() / "vela-widget",
-                               [this]() -> boost::asio::awaitable<bool> {
-                                   ++asked_;
-                                   co_return isWanted_;
-                               });
+        notifications_.emplace(
+            loop_.executor(), folder_.path() / "vela-widget",
+            [this]() -> boost::asio::awaitable<bool> {
+                ++asked_;
+                co_return isWanted_;
+            },
+            [this] { return hasPlace_; });
     }
     void take(const std::vector<ShownPackage>& packages, Change change = Change::replaced) {
         notifications_->take(showing(packages), change);
@@ -52,6 +54,7 @@ class NotificationsTest : public ::testing::Test {
     RecordingService service_{bus_.address(), {}};
     EventLoop loop_;
     bool isWanted_ = true;
+    bool hasPlace_ = true;
     int asked_ = 0;
     std::optional<Notifications> notifications_;
 };
@@ -109,6 +112,26 @@ TEST_F(NotificationsTest, ASignOutTakesEverythingAway) {
         return !service_.closed().empty();
     }));
     EXPECT_FALSE(fs::exists(memory()));
+}
+
+TEST_F(NotificationsTest, TellsAndChangesNothingForAHostThatHasLostItsPlace) {
+    take({{"Shop", 0.6F}, {"Other", 0.6F}});
+    take({{"Shop", 1.0F}, {"Other", 0.6F}});
+    ASSERT_TRUE(shows(1));
+    const auto before = folder_.read(fs::path("vela-widget") / Notifications::fileName);
+    hasPlace_ = false;
+    take({{"Shop", 1.0F}, {"Other", 0.7F}});
+    take({{"Shop", 1.0F}, {"Other", 1.0F}});
+    EXPECT_EQ(folder_.read(fs::path("vela-widget") / Notifications::fileName), before);
+    isWanted_ = false;
+    take({{"Shop", 1.0F, "Failure"}, {"Other", 1.0F}});
+    notifications_->take({.entry = showing({}).entry}, Change::forgotten);
+    EXPECT_TRUE(fs::exists(memory())) << "it is another host's";
+    hasPlace_ = isWanted_ = true;
+    begin();
+    take({{"Shop", 1.0F}, {"Other", 1.0F}});
+    ASSERT_TRUE(shows(2)) << "the other one";
+    EXPECT_EQ(service_.shown().at(1).title, "Other");
 }
 
 TEST_F(NotificationsTest, AMemoryThatIsBrokenIsNone) {

@@ -48,6 +48,14 @@ TEST_F(PageDocumentTest, ListsEveryPackageAsALinkWithASentence) {
     EXPECT_EQ(count(text, "<li>"), 2U);
 }
 
+TEST_F(PageDocumentTest, CutsWhateverAShopIsCalled) {
+    const std::string longName(80'000, 'n');
+    const auto shown =
+        document(stateWith({{.name = longName, .primary = longName, .secondary = longName + "s"}}));
+    EXPECT_LT(shown.size(), document(stateWith({{.name = "Shop"}})).size() + 2000);
+    EXPECT_THAT(shown, HasSubstr(">" + std::string(119, 'n') + "…</span>"));
+}
+
 TEST_F(PageDocumentTest, ShowsEachSchemeAndSaysWhatCouldNotBeDrawn) {
     const auto text = document(signedOutState());
     EXPECT_THAT(text, HasSubstr("data-part=\"systemSmall light\"><svg>light</svg>"));

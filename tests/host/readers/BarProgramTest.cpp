@@ -32,12 +32,6 @@ class BarProgram : public LivePerson {
         run.leadsGroup = true;
         return std::make_unique<BackgroundProgram>(run);
     }
-    std::filesystem::path printedFile() const { return folder.path() / "printed"; }
-    std::string printed() const { return contents(printedFile()); }
-    bool comesToPrint(const std::string& words) const {
-        return eventually([&] { return printed().find(words) != std::string::npos; },
-                          std::chrono::seconds(30));
-    }
 };
 
 TEST_F(BarProgram, ShowsTheFirstPackageAndCostsOneFetchHoweverOften) {

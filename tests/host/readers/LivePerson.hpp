@@ -6,6 +6,7 @@
 
 #include <signal.h>
 
+#include <chrono>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -70,6 +71,14 @@ class LivePerson : public Person {
 
     std::filesystem::path openedFile() const { return folder.path() / "opened"; }
     std::string opened() const { return contents(openedFile()); }
+
+    /// Where a program that goes on prints to, and what it has by now.
+    std::filesystem::path printedFile() const { return folder.path() / "printed"; }
+    std::string printed() const { return contents(printedFile()); }
+    bool comesToPrint(const std::string& words) const {
+        return platform::testing::eventually([&] { return printed().find(words) != std::string::npos; },
+                                             std::chrono::seconds(30));
+    }
 
     static std::string contents(const std::filesystem::path& path) {
         std::ifstream stream(path);

@@ -91,6 +91,7 @@ TEST(PanelContent, TakesANameOfWhichNothingIsSeenForNone) {
 TEST(PanelContent, KeepsWhateverAShopIsCalledOnItsLineAndShort) {
     for (const auto& name : hostileNames()) {
         const auto panel = panelOf(stateWith({{.name = name}, {.name = name}}));
+        EXPECT_LT(panel.at("packages").as_array().front().at("spoken").as_string().size(), 1000u);
         for (const auto* member : {"text", "shortText", "spoken"}) {
             const std::string text(panel.at(member).as_string());
             EXPECT_TRUE(platform::isValidUTF8(text)) << name;

@@ -43,12 +43,6 @@ class PanelProgram : public LivePerson {
     }
     /// Whether the host that runs now has had its answer.
     bool settled() const { return exists(folder.path() / "run/vela-widget/entry.json") && fetches() == 2; }
-    std::filesystem::path printedFile() const { return folder.path() / "printed"; }
-    std::string printed() const { return contents(printedFile()); }
-    bool comesToPrint(const std::string& words) const {
-        return eventually([&] { return printed().find(words) != std::string::npos; },
-                          std::chrono::seconds(30));
-    }
 };
 
 TEST_F(PanelProgram, PrintsOneLineWithAVersion) {
