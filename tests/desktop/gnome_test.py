@@ -149,6 +149,7 @@ class Gnome(unittest.TestCase):
             self.assertIn("Arriving today", session.text())
             eventually(lambda: len(person.requests()) == 2, "its request")
             panel = person.folder / "runtime" / "vela-widget" / "panel.json"
+            eventually(lambda: b"Arriving today" in panel.read_bytes(), "its answer")
             good = panel.read_bytes()
             self._replace_by_what_is_none(session, panel, good)
             person.sign_out()

@@ -7,6 +7,7 @@
 
 #include "host/reader/LiveRemark.hpp"
 #include "host/reader/TerminalText.hpp"
+#include "platform/Text/Text.hpp"
 #include "presentation/DeepLink.hpp"
 #include "presentation/Wording.hpp"
 
@@ -45,8 +46,10 @@ BarClass packageClass(std::string_view primary, int percentage) {
     return percentage >= 100 ? BarClass::delivered : BarClass::arriving;
 }
 
+/// Empty where nothing of it would be seen.
 std::string shown(std::string_view text) {
-    return fittedToColumns(terminalSafe(text), longestText);
+    auto fitted = fittedToColumns(terminalSafe(text), longestText);
+    return platform::terminalColumns(fitted) > 0 ? fitted : std::string();
 }
 
 BarPackage barPackage(const presentation::Package& package) {

@@ -82,6 +82,12 @@ TEST(PanelContent, FencesWhatIsWrittenFromRightToLeft) {
     EXPECT_EQ(panel.at("text"), "\u200E\u2068שוק הספרים\u2069: In transit");
 }
 
+TEST(PanelContent, TakesANameOfWhichNothingIsSeenForNone) {
+    const auto panel = panelOf(stateWith({{.name = "\u200B\u2060"}}));
+    EXPECT_EQ(panel.at("text"), "In transit");
+    EXPECT_EQ(panel.at("packages").at(0).at("text"), "In transit");
+}
+
 TEST(PanelContent, KeepsWhateverAShopIsCalledOnItsLineAndShort) {
     for (const auto& name : hostileNames()) {
         const auto panel = panelOf(stateWith({{.name = name}, {.name = name}}));
