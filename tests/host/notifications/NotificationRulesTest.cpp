@@ -42,6 +42,18 @@ TEST(NotificationRules, TellsNotOfSmallerStepsNorOfStepsBack) {
     EXPECT_THAT(toldOf({"Shop", 0.8F}, {"Shop", 0.8F, "Two stops away"}), IsEmpty());
 }
 
+TEST(NotificationRules, TakesNoPackageForArrivedBeforeItHas) {
+    NotificationRules rules;
+    rules.take(showing({{"Shop", 0.6F}}));
+    EXPECT_THAT(rules.take(showing({{"Shop", 0.85F}})), SizeIs(1)) << "near";
+    EXPECT_THAT(rules.take(showing({{"Shop", 0.99F}})), IsEmpty()) << "near still";
+    EXPECT_THAT(rules.take(showing({{"Shop", 1.0F}})), SizeIs(1));
+}
+
+TEST(NotificationRules, TakesNoPackageForNearerThatOnlyLosesItsWord) {
+    EXPECT_THAT(toldOf({"Shop", 0.85F, std::string(Wording::deliveryDelayed)}, {"Shop", 0.85F}), IsEmpty());
+}
+
 TEST(NotificationRules, TellsOfEachWordThatAPersonGetsUpForWhateverTheProgress) {
     for (const auto word : {Wording::delivered, Wording::readyForPickup, Wording::deliveryDelayed,
                             Wording::attemptedDelivery, Wording::failure, Wording::customsPaymentDue})
