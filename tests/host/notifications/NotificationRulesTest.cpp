@@ -157,5 +157,13 @@ TEST(SHA256, GivesThePublishedDigests) {
               "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
 }
 
+TEST(NotificationRules, TakesFromItsMemoryWhatItUnderstands) {
+    NotificationRules rules;
+    rules.remember(platform::JSONSerialization::JSONObjectWithData(
+        R"({"packages":{"key":{"progress":0.5,"told":[1,null,["x"],"hash"]}}})"));
+    EXPECT_EQ(rules.memory(),
+              (boost::json::object{{"packages", {{"key", {{"progress", 0.5F}, {"told", {"hash"}}}}}}}));
+}
+
 }  // namespace
 }  // namespace host
