@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "platform/ProcessInfo/ProcessInfo.hpp"
+
 namespace host {
 
 namespace {
@@ -38,9 +40,11 @@ DesktopWatch::~DesktopWatch() {
 
 WindowAppearance DesktopWatch::lookedUp() const {
     const std::string theme = settings_->property_gtk_theme_name().get_value();
+    const auto forced = platform::environmentVariable("GTK_THEME").value_or("");
     return windowAppearance(
         {.portalColorScheme = portalColorScheme_,
          .portalContrast = portalContrast_,
+         .forcedTheme = forced,
          .prefersDarkTheme = settings_->property_gtk_application_prefer_dark_theme().get_value(),
          .themeName = theme,
          .fontResolution = settings_->property_gtk_xft_dpi().get_value()});

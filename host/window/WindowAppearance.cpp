@@ -23,9 +23,10 @@ bool isNamedDark(const std::string& theme) {
 }  // namespace
 
 WindowAppearance windowAppearance(const DesktopSettings& settings) {
-    const auto theme = platform::lowercasedASCII(settings.themeName);
-    const auto wish = settings.portalColorScheme.value_or(0);
-    const bool isThemeDark = settings.prefersDarkTheme || isNamedDark(theme);
+    const bool isForced = !settings.forcedTheme.empty();
+    const auto theme = platform::lowercasedASCII(isForced ? settings.forcedTheme : settings.themeName);
+    const auto wish = isForced ? 0 : settings.portalColorScheme.value_or(0);
+    const bool isThemeDark = (!isForced && settings.prefersDarkTheme) || isNamedDark(theme);
     const bool isDark = wish == portalPrefersDark || (wish != portalPrefersLight && isThemeDark);
     const bool isIncreased =
         settings.portalContrast == portalHighContrast || theme.starts_with("highcontrast");

@@ -18,6 +18,8 @@ struct DesktopSettings {
     std::optional<std::uint32_t> portalColorScheme = std::nullopt;
     /// Of the same: 1 is higher contrast.
     std::optional<std::uint32_t> portalContrast = std::nullopt;
+    /// The environment's GTK_THEME, by which the toolkit draws whatever the settings say; empty is none.
+    std::string_view forcedTheme = {};
     bool prefersDarkTheme = false;
     std::string_view themeName = {};
     /// gtk-xft-dpi: 1024ths of dots per inch, of which a text has 96 at the usual size; 0 or below is none.
@@ -32,7 +34,7 @@ struct WindowAppearance {
     bool operator==(const WindowAppearance&) const = default;
 };
 
-/// The portal's word counts before the theme's.
+/// The forced theme's word counts before the portal's, and that before the other theme's.
 WindowAppearance windowAppearance(const DesktopSettings& settings);
 
 /// What a window wants to show.

@@ -11,6 +11,7 @@
 
 #include "host/window/WindowFamilies.hpp"
 #include "platform/Files/FileReplacement.hpp"
+#include "platform/Files/Patience.hpp"
 #include "platform/Files/Reading.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
@@ -107,9 +108,15 @@ WindowMemory WindowPlaces::read() const try {
 void WindowPlaces::remember(platform::WidgetFamily family, const std::string& monitor,
                             drawing::Point place) const {
     const auto folder = TrustedFolder::make(folder_);
-    // Until the folder is closed: another window reads what this one has written.
-    while (::flock(folder.descriptor(), LOCK_EX) != 0)
-        if (errno != EINTR) throw platform::FileError(folder_, errno);
+    // Until the folder is closed: another window reads what this one has written. One that is stopped while
+    // it writes is not to stop this one.
+    const platform::Patience patience = {.inAll = patience_, .pause = std::chrono::milliseconds(5)};
+    const bool isHad = patience.suffices([&] {
+        if (::flock(folder.descriptor(), LOCK_EX | LOCK_NB) == 0) return true;
+        if (errno != EWOULDBLOCK && errno != EINTR) throw platform::FileError(folder_, errno);
+        return false;
+    });
+    if (!isHad) throw platform::FileError(folder_, EWOULDBLOCK);
     auto memory = read();
     const auto before = memory;
     memory.family = family;

@@ -5,6 +5,7 @@
 // Where a person's desktop windows stand, through restarts and on each monitor. Kept in one file that all
 // windows share, each with a place for its family. It says nothing of any package. Safe from any thread.
 
+#include <chrono>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -37,11 +38,14 @@ class WindowPlaces {
   public:
     /// In $XDG_STATE_HOME/vela. Nothing where a person has no folder for it.
     static std::optional<WindowPlaces> ofPerson();
-    explicit WindowPlaces(std::filesystem::path folder) : folder_(std::move(folder)) {}
+    /// `patience` is with other windows that write: each does so for some milliseconds.
+    explicit WindowPlaces(std::filesystem::path folder,
+                          std::chrono::milliseconds patience = std::chrono::seconds(10))
+        : folder_(std::move(folder)), patience_(patience) {}
 
     /// What is not there, not to be trusted, or not understood, is as nothing.
     WindowMemory read() const;
-    /// Keeps what other windows wrote meanwhile. Throws platform::FileError.
+    /// Keeps what other windows wrote meanwhile. Throws platform::FileError, also where one of them hangs.
     void remember(platform::WidgetFamily family, const std::string& monitor, drawing::Point place) const;
 
     std::filesystem::path file() const { return folder_ / fileName; }
@@ -50,6 +54,7 @@ class WindowPlaces {
     static constexpr const char* fileName = "window.json";
 
     std::filesystem::path folder_;
+    std::chrono::milliseconds patience_;
 };
 
 /// Where the window wholly shows in an area, as near to `place` as can be; its beginning, where it does not

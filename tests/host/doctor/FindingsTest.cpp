@@ -149,6 +149,8 @@ TEST(MissingFontPackages, AreThoseOfWhichNoFileIsThere) {
     using Packages = std::vector<std::string>;
     EXPECT_EQ(missingFontPackages({folder.path(), "/nowhere"}),
               (Packages{"fonts-inter", "fonts-noto-core", "fonts-noto-cjk", "fonts-noto-color-emoji"}));
+    std::filesystem::create_directories(folder.path() / "opentype/Inter");
+    EXPECT_EQ(missingFontPackages({folder.path()}).front(), "fonts-inter") << "a folder is no font";
     folder.write("opentype/inter/Inter-Regular.otf", "font");
     folder.write("truetype/NotoColorEmoji.ttf", "font");
     EXPECT_EQ(missingFontPackages({folder.path()}), (Packages{"fonts-noto-core", "fonts-noto-cjk"}));

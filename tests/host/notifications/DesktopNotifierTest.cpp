@@ -100,6 +100,18 @@ TEST_F(DesktopNotifierTest, ReplacesWhatItShowedOfThatLinkAndNothingElse) {
     EXPECT_EQ(all[2].replaces, 41U);
 }
 
+TEST_F(DesktopNotifierTest, ReplacesNothingOfAServiceThatCountsAnew) {
+    serve({});
+    show("One", "near");
+    shown(1);
+    service_.reset();
+    settle();
+    serve({});
+    settle();
+    show("One", "Delivered");
+    EXPECT_EQ(shown(1).at(0).replaces, 0U) << "the number is another's there";
+}
+
 TEST_F(DesktopNotifierTest, WhatComesWhileAnotherIsOnItsWayReplacesIt) {
     serve({});
     show("One", "near");

@@ -42,6 +42,18 @@ TEST(NotificationRules, TellsNotOfSmallerStepsNorOfStepsBack) {
     EXPECT_THAT(toldOf({"Shop", 0.8F}, {"Shop", 0.8F, "Two stops away"}), IsEmpty());
 }
 
+TEST(NotificationRules, TakesNoPackageForArrivedBeforeItHas) {
+    NotificationRules rules;
+    rules.take(showing({{"Shop", 0.6F}}));
+    EXPECT_THAT(rules.take(showing({{"Shop", 0.85F}})), SizeIs(1)) << "near";
+    EXPECT_THAT(rules.take(showing({{"Shop", 0.99F}})), IsEmpty()) << "near still";
+    EXPECT_THAT(rules.take(showing({{"Shop", 1.0F}})), SizeIs(1));
+}
+
+TEST(NotificationRules, TakesNoPackageForNearerThatOnlyLosesItsWord) {
+    EXPECT_THAT(toldOf({"Shop", 0.85F, std::string(Wording::deliveryDelayed)}, {"Shop", 0.85F}), IsEmpty());
+}
+
 TEST(NotificationRules, TellsOfEachWordThatAPersonGetsUpForWhateverTheProgress) {
     for (const auto word : {Wording::delivered, Wording::readyForPickup, Wording::deliveryDelayed,
                             Wording::attemptedDelivery, Wording::failure, Wording::customsPaymentDue})
@@ -143,6 +155,14 @@ TEST(SHA256, GivesThePublishedDigests) {
               "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
     EXPECT_EQ(platform::sha256(std::string(1'000'000, 'a')),
               "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0");
+}
+
+TEST(NotificationRules, TakesFromItsMemoryWhatItUnderstands) {
+    NotificationRules rules;
+    rules.remember(platform::JSONSerialization::JSONObjectWithData(
+        R"({"packages":{"key":{"progress":0.5,"told":[1,null,["x"],"hash"]}}})"));
+    EXPECT_EQ(rules.memory(),
+              (boost::json::object{{"packages", {{"key", {{"progress", 0.5F}, {"told", {"hash"}}}}}}}));
 }
 
 }  // namespace

@@ -134,6 +134,18 @@ TEST_F(NotificationsTest, TellsAndChangesNothingForAHostThatHasLostItsPlace) {
     EXPECT_EQ(service_.shown().at(1).title, "Other");
 }
 
+TEST_F(NotificationsTest, AMemoryThatOthersMayReadIsNone) {
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_TRUE(shows(1));
+    fs::permissions(memory(), fs::perms::others_read, fs::perm_options::add);
+    begin();
+    take({{"Shop", 1.0F, "Failure"}});
+    take({{"Shop", 1.0F, "Delivered"}});
+    ASSERT_TRUE(shows(2));
+    EXPECT_EQ(service_.shown().at(1).text, "Delivered\nby noon") << "what came before was the first look";
+}
+
 TEST_F(NotificationsTest, AMemoryThatIsBrokenIsNone) {
     take({{"Shop", 0.6F}});
     folder_.write(fs::path("vela-widget") / Notifications::fileName, "{\"packages\": {");

@@ -45,6 +45,22 @@ TEST(WindowAppearance, TakesThePortalsWordBeforeTheThemes) {
             << row.theme << " " << row.portal.value_or(99);
 }
 
+TEST(WindowAppearance, TakesTheWordOfAForcedThemeBeforeAllOthers) {
+    for (const std::uint32_t portal : {0U, 1U, 2U})
+        for (const bool prefersDark : {false, true}) {
+            const auto schemeUnder = [&](const char* forced) {
+                return windowAppearance({.portalColorScheme = portal,
+                                         .forcedTheme = forced,
+                                         .prefersDarkTheme = prefersDark,
+                                         .themeName = "Adwaita-dark"})
+                    .colorScheme;
+            };
+            EXPECT_EQ(schemeUnder("Adwaita:dark"), ColorScheme::dark);
+            EXPECT_EQ(schemeUnder("Adwaita"), ColorScheme::light);
+        }
+    EXPECT_EQ(windowAppearance({.forcedTheme = "HighContrast"}).contrast, Contrast::increased);
+}
+
 TEST(WindowAppearance, IncreasesTheContrastThatIsAskedFor) {
     EXPECT_EQ(windowAppearance({.portalContrast = 1}).contrast, Contrast::increased);
     EXPECT_EQ(windowAppearance({.portalContrast = 0}).contrast, Contrast::standard);

@@ -2,15 +2,19 @@
 
 #include "host/window/WindowPlaces.hpp"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 #include <vector>
 
 #include "host/window/WindowFamilies.hpp"
+#include "platform/Files/Descriptor.hpp"
 #include "platform/Files/TrustedFolder.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -124,6 +128,18 @@ TEST_F(WindowPlacesTest, LoseNothingWhereSeveralWindowsWriteAtOnce) {
     for (auto& window : windows) window.join();
     const auto memory = places.read();
     for (const auto& row : windowFamilies) EXPECT_EQ(memory.windows.at(row.family).places.size(), 10u);
+}
+
+TEST_F(WindowPlacesTest, WaitForNoWindowThatIsStoppedWhileItWrites) {
+    places.remember(WidgetFamily::systemSmall, "screen", {1, 2});
+    const platform::Descriptor stopped(
+        ::open(places.file().parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(::flock(stopped, LOCK_EX), 0);
+    const WindowPlaces hurried(folder.path() / "state/vela", std::chrono::milliseconds(50));
+    EXPECT_THROW(hurried.remember(WidgetFamily::systemSmall, "screen", {3, 4}), platform::FileError);
+    ASSERT_EQ(::flock(stopped, LOCK_UN), 0);
+    places.remember(WidgetFamily::systemSmall, "screen", {5, 6});
+    EXPECT_EQ(places.read().windows.at(WidgetFamily::systemSmall).places.at("screen").x, 5);
 }
 
 TEST_F(WindowPlacesTest, StandInTheFolderForStates) {
