@@ -2,8 +2,8 @@
 
 #include "sandbox/WebServer.hpp"
 
-#include <sys/pidfd.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <array>
@@ -161,7 +161,7 @@ class WebServer::Engine {
 
     /// Not by the kernel's signal to children: that one comes when a mere thread of the parent ends.
     void endWith(pid_t process) {
-        const int descriptor = pidfd_open(process, 0);
+        const int descriptor = static_cast<int>(::syscall(SYS_pidfd_open, process, 0));
         if (descriptor < 0) return stop();
         process_.assign(descriptor);
         process_.async_wait(asio::posix::stream_descriptor::wait_read, [this](error_code error) {
