@@ -109,9 +109,10 @@ void writeBundle(const std::filesystem::path& folder, const std::string& baseURL
     for (const auto& resource : std::filesystem::directory_iterator(bundle.resourceFolder())) {
         const auto link = folder / resource.path().filename();
         if (resource.path().filename() == "Info.json") continue;
+        // The folder may be the bundle that this program itself reads.
+        if (std::filesystem::exists(link) || !std::filesystem::exists(resource.path())) continue;
         // One of another time may lead to what is there no more.
         if (std::filesystem::is_symlink(link)) std::filesystem::remove(link);
-        if (std::filesystem::exists(link)) continue;
         std::filesystem::create_symlink(std::filesystem::absolute(resource.path()), link);
     }
 }

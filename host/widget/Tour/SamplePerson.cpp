@@ -36,13 +36,14 @@ void SamplePerson::settle(const Guide& guide) {
     using Stream = platform::ChildProgram::Stream;
     const auto ready = folder / "ready";
     const auto bundle = (folder / "bundle").string();
-    sandbox_.emplace(platform::ChildProgram::Options{
-        .program = ownProgram("vela-sandbox"),
-        .arguments = {"--bundle", bundle, "--ready-file", ready.string(), "--stop-with", std::to_string(::getpid())},
-        .input = Stream::discarded,
-        .output = Stream::discarded,
-        .errors = Stream::discarded,
-        .isApart = true});
+    sandbox_.emplace(
+        platform::ChildProgram::Options{.program = ownProgram("vela-sandbox"),
+                                        .arguments = {"--bundle", bundle, "--ready-file", ready.string(),
+                                                      "--stop-with", std::to_string(::getpid())},
+                                        .input = Stream::discarded,
+                                        .output = Stream::discarded,
+                                        .errors = Stream::discarded,
+                                        .isApart = true});
     std::string address;
     const bool isReady = patienceWithSandbox.suffices([&] {
         guide.lookForSignals();
