@@ -123,6 +123,20 @@ TEST_F(DesktopNotifierTest, WhatComesWhileAnotherIsOnItsWayReplacesIt) {
     EXPECT_EQ(all[1].text, "Delivered");
 }
 
+TEST_F(DesktopNotifierTest, OneThatIsClosedWhileTheNextIsOnItsWayTakesNothingAlong) {
+    serve({});
+    show("One", "near");
+    shown(1);
+    service_->say("NotificationClosed", "uu", 41U, 2U);
+    show("One", "nearer");
+    show("One", "Delivered");
+    const auto all = shown(3);
+    ASSERT_THAT(all, SizeIs(3));
+    EXPECT_EQ(all[1].replaces, 0U);
+    EXPECT_EQ(all[2].replaces, 42U);
+    EXPECT_EQ(all[2].text, "Delivered");
+}
+
 TEST_F(DesktopNotifierTest, AClickOpensTheLinkWithTheDesktopsLeave) {
     serve({});
     show("One", "near");
