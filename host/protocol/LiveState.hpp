@@ -38,6 +38,9 @@ std::string_view sentence(LiveTrouble trouble);
 LiveTrouble troubleIn(const widget::FetchOutcome& outcome);
 
 struct LiveState {
+    /// Seconds for which the last good entry is kept, by whoever shows it.
+    static constexpr double longestKept = 24 * 3600;
+
     /// A sign-in view only where nothing is stored that could be used: no tokens, or expired ones. The
     /// failures that leave hope keep the last good entry, for a day at most.
     widget::SimpleEntry entry;

@@ -15,6 +15,7 @@ void ShownState::take(LiveState state) {
 
 void ShownState::lose(platform::Date now) {
     if (!std::exchange(isLost_, true) && !state_.isPlaceholder && !state_.asOf) state_.asOf = now;
+    if (state_.asOf && now >= state_.asOf->addingTimeInterval(LiveState::longestKept)) state_ = nothing();
 }
 
 }  // namespace host

@@ -14,14 +14,19 @@ namespace host {
 class ShownState {
   public:
     void take(LiveState state);
-    /// There is no host: what is shown was true until now.
+    /// There is no host: what is shown was true until now. Said again and again, it is kept for a day at
+    /// most.
     void lose(platform::Date now);
 
     /// A placeholder before anything is known.
     const LiveState& state() const { return state_; }
 
   private:
-    LiveState state_ = {.entry = widget::placeholderEntry(platform::Date::now(), ""), .isPlaceholder = true};
+    static LiveState nothing() {
+        return {.entry = widget::placeholderEntry(platform::Date::now(), ""), .isPlaceholder = true};
+    }
+
+    LiveState state_ = nothing();
     bool isLost_ = false;
 };
 

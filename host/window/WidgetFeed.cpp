@@ -134,7 +134,9 @@ class WidgetFeed::Worker {
     }
 
     void miss(std::string_view why) {
+        const bool hadPackages = showsPackages(shown_.state());
         shown_.lose(platform::Date::now());
+        if (hadPackages && !showsPackages(shown_.state())) empty();
         const auto words = liveRemark(shown_.state(), platform::Date::now());
         remark(words.value_or(std::string(why)));
     }

@@ -95,7 +95,7 @@ void LiveHost::grow(Date now) {
         policy_.noted(ReloadCause::midnight, now);
     }
     if (!good_) return;
-    if (now >= good_->date.addingTimeInterval(longestKept)) {
+    if (now >= good_->date.addingTimeInterval(LiveState::longestKept)) {
         good_.reset();
         auto successor = placeholder();
         successor.trouble = state_.trouble;
@@ -110,7 +110,7 @@ void LiveHost::grow(Date now) {
 Date LiveHost::nextTurn(Date now) {
     auto turn = std::min(policy_.next(now), midnight_);
     if (!good_) return turn;
-    const double age = state_.asOf ? longestKept : oldAfter;
+    const double age = state_.asOf ? LiveState::longestKept : oldAfter;
     return std::min(turn, good_->date.addingTimeInterval(age));
 }
 

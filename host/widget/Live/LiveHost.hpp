@@ -55,9 +55,7 @@ class LiveHost {
         std::optional<Remembered> remembered = std::nullopt;
     };
 
-    /// Seconds for which the last good entry is kept, and after which one that was not followed by another is
-    /// marked as old.
-    static constexpr double longestKept = 24 * 3600;
+    /// Seconds after which a last good entry that was not followed by another is marked as old.
     static constexpr double oldAfter = 2 * 3600;
 
     LiveHost(const boost::asio::any_io_executor& executor, Surroundings surroundings);

@@ -34,6 +34,20 @@ TEST(ShownState, StaysThroughTheEndOfAHostMarkedAsOld) {
     EXPECT_FALSE(shown.state().asOf);
 }
 
+TEST(ShownState, IsKeptForADayWithoutAHost) {
+    ShownState shown;
+    shown.take(stateWith({{.name = "Tea"}}));
+    shown.lose(someNoon);
+    shown.lose(someNoon.addingTimeInterval(86'399));
+    EXPECT_EQ(packageCount(shown), 1u);
+    shown.lose(someNoon.addingTimeInterval(86'400));
+    EXPECT_EQ(packageCount(shown), 0u);
+    EXPECT_TRUE(shown.state().isPlaceholder);
+    EXPECT_FALSE(shown.state().asOf);
+    shown.take(stateWith({{.name = "Books"}}));
+    EXPECT_EQ(packageCount(shown), 1u);
+}
+
 TEST(ShownState, GivesWayToASignOutAndToTrouble) {
     ShownState shown;
     shown.take(stateWith({{.name = "Tea"}}));
