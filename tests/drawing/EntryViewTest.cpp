@@ -231,7 +231,7 @@ TEST(LargePackage, MovesPackagesTogetherWhereOneMoreFitsThen) {
 }
 
 TEST(LargePackage, CutsLongWordsOnTheirSecondLineWhereNoPackageIsLostByThat) {
-    const auto shown = [](std::vector<std::string> primaries) {
+    const auto shown = [](const std::vector<std::string>& primaries) {
         std::vector<presentation::StoredPackage::Values> values;
         for (const std::string& primary : primaries) {
             values.push_back(
