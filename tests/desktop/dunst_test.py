@@ -12,20 +12,12 @@ from person import PROGRAMS, Person, eventually
 
 class Dunst(unittest.TestCase):
     def start(self, person):
-        address = eventually(lambda: self.bus(person), "the bus")
-        person.environment["DBUS_SESSION_BUS_ADDRESS"] = address
+        person.start_bus()
         display = XDisplay(person)
         person.start("dunst", "-conf", "/dev/null")
         eventually(lambda: person.run("dunstctl", "count", status=None).strip(), "the daemon")
         self.display = display
         return display
-
-    def bus(self, person):
-        path = person.folder / "bus"
-        if not path.exists():
-            person.start("dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address=unix:path={path}")
-            eventually(path.exists, "the bus's socket")
-        return f"unix:path={path}"
 
     def told(self, person):
         history = json.loads(person.run("dunstctl", "history"))["data"][0]

@@ -45,10 +45,7 @@ class Genmon(unittest.TestCase):
             display = XDisplay(person)
             command = person.setup("genmon").splitlines()[-1]
             self.configure(person, command)
-            bus = person.folder / "bus"
-            person.start("dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address=unix:path={bus}")
-            eventually(bus.exists, "the bus")
-            person.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={bus}"
+            person.start_bus()
             person.start("xfce4-panel", "--disable-wm-check")
             eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "plain"), "the package")
             shown = eventually(lambda: pixels(display.picture(), (0, 255, 0)) > 250 and display.picture(),

@@ -12,7 +12,7 @@ from pathlib import Path
 from gi.repository import GLib
 from PIL import Image
 
-from person import PROGRAMS, eventually
+from person import eventually
 
 UUID = "vela-widget@vela.example"
 # The item in the panel.
@@ -25,20 +25,10 @@ class GnomeSession:
     def __init__(self, person, size=(1280, 720), environment=(), prepare=lambda person: None):
         """`prepare` is called with the person once her bus is there, and before the shell."""
         self.person = person
-        bus = person.folder / "bus"
-        person.environment |= {
-            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={bus}",
-            # Of the system's services the shell has none, and goes on.
-            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={bus}",
-            "XDG_DATA_DIRS": f"{PROGRAMS.parent / 'share'}:/usr/local/share:/usr/share",
-            "XDG_CACHE_HOME": str(person.folder / "cache"),
-            "XDG_CURRENT_DESKTOP": "GNOME",
-            "LIBGL_ALWAYS_SOFTWARE": "1",
-            "GSETTINGS_BACKEND": "keyfile",
-        } | dict(environment)
+        person.enter_desktop("GNOME")
+        person.environment |= {"LIBGL_ALWAYS_SOFTWARE": "1", "GSETTINGS_BACKEND": "keyfile"} | dict(environment)
         self._enable()
-        person.start("dbus-daemon", "--session", "--nofork", "--address", f"unix:path={bus}")
-        eventually(bus.exists, "the bus")
+        person.start_bus()
         prepare(person)
         self.process = person.start("gnome-shell", "--headless", "--wayland", "--no-x11", "--unsafe-mode",
                                     "--virtual-monitor", f"{size[0]}x{size[1]}")

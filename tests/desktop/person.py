@@ -120,6 +120,22 @@ class Person:
                 process.wait(5)
                 return
 
+    def start_bus(self):
+        """A session's bus of her own; what is started afterwards finds it."""
+        path = self.folder / "bus"
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={path}"
+        self.start("dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address=unix:path={path}")
+        eventually(path.exists, "the bus's socket")
+
+    def enter_desktop(self, name):
+        """What a login makes of her surroundings. Of the system's services a shell has none, and goes on."""
+        self.environment |= {
+            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={self.folder / 'bus'}",
+            "XDG_DATA_DIRS": f"{PROGRAMS.parent / 'share'}:/usr/local/share:/usr/share",
+            "XDG_CACHE_HOME": str(self.folder / "cache"),
+            "XDG_CURRENT_DESKTOP": name,
+        }
+
     def run(self, *command, text=None, status=0):
         """What the program prints; fails on another status."""
         done = subprocess.run([str(word) for word in command], env=self.environment, input=text, text=True,

@@ -7,7 +7,7 @@ import subprocess
 import sys
 
 from displays import XDisplay
-from person import PROGRAMS, eventually
+from person import eventually
 
 ID = "example.vela.widget"
 SIZE = (1280, 720)
@@ -49,20 +49,11 @@ class PlasmaSession:
     def __init__(self, person):
         self.person = person
         self.display = XDisplay(person, SIZE)
-        bus = person.folder / "bus"
-        person.environment |= {
-            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={bus}",
-            "DBUS_SYSTEM_BUS_ADDRESS": f"unix:path={bus}",
-            "XDG_DATA_DIRS": f"{PROGRAMS.parent / 'share'}:/usr/local/share:/usr/share",
-            "XDG_CACHE_HOME": str(person.folder / "cache"),
-            "XDG_CURRENT_DESKTOP": "KDE",
-            "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
-            "QT_QUICK_BACKEND": "software",
-        }
+        person.enter_desktop("KDE")
+        person.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QUICK_BACKEND": "software"}
         (person.folder / "config" / "plasma-org.kde.plasma.desktop-appletsrc").write_text(PANEL)
         self.set_theme("breeze-light")
-        person.start("dbus-daemon", "--session", "--nofork", "--address", f"unix:path={bus}")
-        eventually(bus.exists, "the bus")
+        person.start_bus()
         # The shell would start it too, but sometimes gives up before it is there.
         person.run("gdbus", "call", "--session", "-d", "org.freedesktop.DBus", "-o", "/org/freedesktop/DBus", "-m",
                    "org.freedesktop.DBus.StartServiceByName", "org.kde.ActivityManager", "0")

@@ -13,7 +13,7 @@ from contextlib import contextmanager
 from pathlib import Path
 
 from displays import XDisplay, keep
-from person import PROGRAMS, Person, eventually
+from person import Person, eventually
 
 HERE = Path(__file__).parent
 # What has no place on a screen, in a log or in an environment.
@@ -34,11 +34,8 @@ class SignInWindow(unittest.TestCase):
             self.person = person
             person.sign_out()
             self.display = XDisplay(person, (720, 760))
-            path = person.folder / "bus"
-            person.start("dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address=unix:path={path}")
-            eventually(path.exists, "the bus's socket")
-            person.environment |= {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={path}", "GSETTINGS_BACKEND": "memory"}
-            person.environment |= environment or {}
+            person.start_bus()
+            person.environment |= {"GSETTINGS_BACKEND": "memory"} | (environment or {})
             self.process = person.start("vela-companion", "open", "velaapp://home_orders")
             person.run("xdotool", "search", "--sync", "--name", "Sign in to Vela", "windowfocus", "--sync")
             eventually(lambda: "keychain.sqlite" in self.words(), "the place of the tokens")

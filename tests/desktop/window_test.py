@@ -23,12 +23,6 @@ HERE = Path(__file__).parent
 
 
 class WindowTest(unittest.TestCase):
-    def bus(self, person):
-        path = person.folder / "bus"
-        person.start("dbus-daemon", "--session", "--nofork", "--nopidfile", f"--address=unix:path={path}")
-        eventually(path.exists, "the bus's socket")
-        person.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={path}"
-
     def prepare(self, person):
         person.environment |= {"XDG_STATE_HOME": str(person.folder / "state"), "VELA_WINDOW_FRAMES": "1",
                                "GSETTINGS_BACKEND": "memory"}
@@ -142,7 +136,7 @@ class UnderX(WindowTest):
 
     def test_is_read_by_a_screen_reader(self):
         with Person() as person:
-            self.bus(person)
+            person.start_bus()
             self.start(person, "--family", "systemLarge")
             frame = eventually(lambda: self.accessible(person), "the window in the accessible tree")
             self.assertEqual((frame["role"], frame["name"]), ("frame", "Tracking Widget"))
@@ -195,7 +189,7 @@ class UnderX(WindowTest):
 
     def test_follows_the_desktops_settings_while_it_runs(self):
         with Person() as person:
-            self.bus(person)
+            person.start_bus()
             portal = person.start(sys.executable, HERE / "settings_portal.py", stdin=subprocess.PIPE)
             window = self.start(person)
             self.settled()
