@@ -17,6 +17,12 @@ def require(path):
         sys.exit(SKIPPED)
 
 
+def require_release():
+    if "CMAKE_BUILD_TYPE:STRING=Release" not in (BUILD / "CMakeCache.txt").read_text():
+        print("skipped: nobody installs what is built otherwise than for a release")
+        sys.exit(SKIPPED)
+
+
 def clean_environment(**more):
     kept = {name: os.environ[name] for name in ("PATH", "HOME", "TMPDIR", "CCACHE_DIR") if name in os.environ}
     return {**kept, "LC_ALL": "C.UTF-8", "TZ": "UTC", **{name: str(value) for name, value in more.items()}}
