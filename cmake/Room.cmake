@@ -6,7 +6,7 @@ function(vela_together target)
     if(NOT VELA_UNITY)
         return()
     endif()
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 25)
 endfunction()
 
 # vela_at(TARGET LEVEL): its sources are optimised at that level where everything else is at the release's own. For what
