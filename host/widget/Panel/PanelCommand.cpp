@@ -43,10 +43,7 @@ constexpr std::chrono::milliseconds patienceAtFirst = std::chrono::seconds(10);
 constexpr int patientGaps = 3;
 
 asio::awaitable<json::value> drawn(LiveHostClient& client, PictureFile file) {
-    widget::DrawingRequest request = {.entry = {.date = platform::Date::now(), .widgetState = {}},
-                                      .family = file.family};
-    request.colorScheme = file.colorScheme;
-    request.scale = file.scale;
+    auto request = file.request({.date = platform::Date::now(), .widgetState = {}});
     try {
         const auto png = co_await client.draw(std::move(request));
         co_return json::value("data:image/png;base64," + platform::base64(png));
