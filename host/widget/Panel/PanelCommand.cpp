@@ -95,15 +95,14 @@ class PanelWait {
         co_await client_.follow(onState, onGap);
     }
 
-    /// Whoever never had a host tells its shell, which has nothing else to show; else there will be another.
+    /// A shell has to know: what it shows grows old meanwhile.
     void lose(std::string_view why) {
         hasLost_ = true;
-        if (!hasSeen_ && ++gaps_ >= patientGaps)
-            end(std::make_exception_ptr(LiveHostError(std::string(why))));
+        if (++gaps_ >= patientGaps) end(std::make_exception_ptr(LiveHostError(std::string(why))));
     }
 
     void take(const LiveState& state) {
-        hasSeen_ = true;
+        gaps_ = 0;
         // A host that has just begun in place of another is no reason to show less.
         if (hasLost_ && state.isPlaceholder && !state.trouble) return;
         hasLost_ = false;
@@ -147,7 +146,7 @@ class PanelWait {
     std::optional<LiveState> latest_;
     bool isComparing_ = false;
     bool hasLost_ = false;
-    bool hasSeen_ = false;
+    /// Since there was a host.
     int gaps_ = 0;
 };
 
