@@ -176,6 +176,21 @@ class Plasma(unittest.TestCase):
             comes("1", "increased")
             self.assertEqual(session.complaints(), [])
 
+    def test_stands_at_the_right_for_who_reads_from_there(self):
+        with Person() as person:
+            person.environment["LANGUAGE"] = "ar"
+            session = PlasmaSession(person, options=("-reverse",))
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            session.click((session.display.picture().width - 17, ITEM[1]))
+            dark = lambda picture: picture.convert("L").point(lambda light: 255 if light < 128 else 0).getbbox()
+            lines = lambda: session.display.picture().crop((925, 380, 1270, 630))
+            begin, _, end, _ = eventually(lambda: dark(lines()), "the lines below the widget")
+            eventually(lambda: pixels(session.display.picture(), BRAND_ON_LIGHT, 25) > 300, "the widget")
+            keep(session.display.picture(), "plasma-from-the-right")
+            begin, _, end, _ = dark(lines())
+            self.assertLess(345 - end, 25, "where lines begin")
+            self.assertGreater(begin, 25, "where they end")
+
     def test_takes_another_reader_for_one_that_is_stopped(self):
         with Person() as person:
             session = PlasmaSession(person, change=_shorten_turns)

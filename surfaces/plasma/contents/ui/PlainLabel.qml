@@ -9,4 +9,6 @@ import org.kde.plasma.core 2.0 as PlasmaCore
 PlasmaComponents3.Label {
     textFormat: Text.PlainText
     font: PlasmaCore.Theme.defaultFont
+    // Said, it is where lines begin; else it is where the text's own language has them begin.
+    horizontalAlignment: Text.AlignLeft
 }
