@@ -7,6 +7,7 @@ signed out."""
 import json
 import os
 import signal
+import time
 import unittest
 from pathlib import Path
 
@@ -87,6 +88,15 @@ class Plasma(unittest.TestCase):
             session.click((bar[0], bar[1] + 42))
             eventually(lambda: any(link.endswith("5502") for link in person.opened_links()), "the other link")
             self.assertFalse((person.folder / "home" / "obeyed").exists())
+
+    def test_opens_a_link_again_while_what_it_opened_stays_open(self):
+        with Person() as person:
+            browser = person.folder / "handlers" / "xdg-open"
+            browser.write_text(browser.read_text() + "exec sleep 60\n")
+            session = PlasmaSession(person)
+            bar = middle_of_the_bar(open_popup(session, ARRIVING))
+            # What follows a click at once is a double click, which counts as one.
+            eventually(lambda: session.click(bar) or time.sleep(1) or len(person.opened_links()) > 1, "the link, twice")
 
     def test_shows_nothing_of_who_has_signed_out(self):
         with Person() as person:
