@@ -324,6 +324,8 @@ class Gnome(unittest.TestCase):
                 shown.append(drawn(session))
 
             comes("systemMedium-dark@1x.png")
+            # The shell's own theme changes beside either, which is not to be leant on.
+            session.eval(f"{EXTENSION}._theme.disconnectObject({EXTENSION}); null")
             person.run("gsettings", "set", "org.gnome.desktop.interface", "text-scaling-factor", "1.25")
             comes("systemMedium-dark-text1.25@1x.png")
             session.open_menu()
