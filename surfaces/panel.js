@@ -1,27 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
 
-/* exported panelFrom, unknownPanel, withoutFiles, withoutHost */
+/* exported lost, nothingShown, panelFrom, taken, withoutFiles */
 
-// What the live host has for a panel: `panel.json`, and what `vela-widget panel` prints. Pure functions, in what all
-// shells' languages have in common.
+// What the live host has for a panel: `panel.json`, and what `vela-widget panel` prints; and what a shell shows while
+// hosts come and go. Pure functions, in what all shells' languages have in common.
 
 const mostPackages = 20;
 const link = /^velaapp:\/\/[\x21-\x7E]{1,2000}$/;
 
 /// While nothing is known.
-var unknownPanel = Object.freeze({
-    barClass: 'placeholder', hasTrouble: false, isStale: false, link: null, packages: [], picture: null,
-    remark: null, shortText: '', spoken: 'Vela', text: '', tooltip: '', version: null,
+const unknownPanel = Object.freeze({
+    asOf: null, barClass: 'placeholder', hasTrouble: false, isStale: false, keptFor: 0, link: null, packages: [],
+    picture: null, remark: null, shortText: '', spoken: 'Vela', text: '', tooltip: '', version: null,
 });
+
+/// What a shell shows: a panel's content, a picture of whatever kind the shell has, or null, and since when no host can be
+/// had, in milliseconds since 1970, or null.
+var nothingShown = Object.freeze({panel: unknownPanel, picture: null, lostSince: null});
 
 /// Null for what is no such text.
 function panelFrom(text) {
     try {
         const object = JSON.parse(text);
         return {
+            asOf: dateOf(object.asOf),
             barClass: textOf(object.class),
             hasTrouble: object.hasTrouble === true,
             isStale: object.isStale === true,
+            keptFor: typeof object.keptFor === 'number' ? object.keptFor : 0,
             link: linkOf(object.link),
             packages: object.packages.slice(0, mostPackages).map(packageOf),
             remark: object.remark === null ? null : textOf(object.remark),
@@ -37,9 +43,28 @@ function panelFrom(text) {
     }
 }
 
-/// The same, while no host can be had.
-function withoutHost(panel) {
-    return withTrouble(panel, 'The live host cannot be reached');
+/// What is shown once a host has said that.
+function taken(shown, panel, picture) {
+    const knowsNothingYet = panel.barClass === 'placeholder' && !panel.hasTrouble;
+    // A host that has just begun in place of another is no reason to show less,
+    if (shown.lostSince !== null && knowsNothingYet && shown.panel.barClass !== 'placeholder')
+        return shown;
+    // nor is one whose picture of the very same is not drawn yet.
+    const isTheSame = JSON.stringify(panel.packages) === JSON.stringify(shown.panel.packages) &&
+        panel.text === shown.panel.text;
+    return {panel, picture: picture || (isTheSame ? shown.picture : null), lostSince: null};
+}
+
+/// The same where no host can be had, at `now`: for as long as the last one said.
+function lost(shown, now) {
+    const lostSince = Math.min(shown.lostSince === null ? now : shown.lostSince, now);
+    const asOf = shown.panel.asOf === null ? lostSince : Math.min(shown.panel.asOf, lostSince);
+    const isKept = now < asOf + shown.panel.keptFor * 1000;
+    return {
+        panel: withTrouble(isKept ? shown.panel : unknownPanel, 'The live host cannot be reached'),
+        picture: isKept ? shown.picture : null,
+        lostSince,
+    };
 }
 
 /// While one runs whose files cannot be had, as on a full disk.
@@ -59,6 +84,12 @@ function textOf(value) {
     if (typeof value !== 'string')
         throw new TypeError('a text is missing');
     return value;
+}
+
+/// Milliseconds since 1970; null for what is no date.
+function dateOf(value) {
+    const date = typeof value === 'string' ? Date.parse(value) : NaN;
+    return isNaN(date) ? null : date;
 }
 
 function pictureOf(value) {

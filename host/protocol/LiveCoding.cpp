@@ -58,6 +58,13 @@ bool truth(const json::object& object, std::string_view key) {
     return value->get_bool();
 }
 
+drawing::Contrast contrastIn(const json::object& object) {
+    const auto wanted = memberText(object, "contrast", name(drawing::Contrast::standard));
+    for (const auto contrast : drawing::allContrasts)
+        if (name(contrast) == wanted) return contrast;
+    reject("contrast", "standard or increased");
+}
+
 PictureFile pictureFile(const json::value& value) {
     const auto& object = objectIn(value, "a picture");
     const auto family = platform::widgetFamily(memberText(object, "family", "systemMedium"));
@@ -66,9 +73,13 @@ PictureFile pictureFile(const json::value& value) {
     if (scheme != "light" && scheme != "dark") reject("colorScheme", "light or dark");
     const auto scale = memberNumber(object, "scale", PictureFile().scale);
     if (!(scale >= 1 && scale <= 4)) reject("scale", "a number from 1 to 4");
+    const auto textScaling = memberNumber(object, "textScaling", 1);
+    if (!(textScaling >= 0.5 && textScaling <= 4)) reject("textScaling", "a number from 0.5 to 4");
     return {.family = *family,
             .colorScheme = scheme == "dark" ? ColorScheme::dark : ColorScheme::light,
-            .scale = scale};
+            .scale = scale,
+            .textScaling = textScaling,
+            .contrast = contrastIn(object)};
 }
 
 }  // namespace
@@ -133,8 +144,10 @@ json::array pictureFileArray(const std::vector<PictureFile>& files) {
     json::array array;
     for (const auto& file : files)
         array.push_back({{"colorScheme", widget::name(file.colorScheme)},
+                         {"contrast", drawing::name(file.contrast)},
                          {"family", platform::description(file.family)},
-                         {"scale", file.scale}});
+                         {"scale", file.scale},
+                         {"textScaling", file.textScaling}});
     return array;
 }
 

@@ -46,7 +46,7 @@ boost::json::object liveHostStatusObject(const LiveHostStatus& status);
 /// Throws ProtocolError.
 LiveHostStatus liveHostStatusFromValue(const boost::json::value& value);
 
-/// [{"colorScheme", "family", "scale"}].
+/// [{"colorScheme", "contrast", "family", "scale", "textScaling"}].
 boost::json::array pictureFileArray(const std::vector<PictureFile>& files);
 /// Throws ProtocolError: also for more than anybody shows, and for what the widget does not draw.
 std::vector<PictureFile> pictureFilesFromValue(const boost::json::value& value);

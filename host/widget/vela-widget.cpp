@@ -456,6 +456,8 @@ struct PanelOptions {
     std::string family;
     std::string scheme = "dark";
     double scale = 2;
+    double textScaling = 1;
+    std::string contrast = "standard";
     std::string after;
 };
 
@@ -465,7 +467,9 @@ host::PanelCommand panelCommand(const PanelOptions& options) {
     command.picture = {
         .family = *platform::widgetFamily(options.family),
         .colorScheme = options.scheme == "dark" ? drawing::ColorScheme::dark : drawing::ColorScheme::light,
-        .scale = options.scale};
+        .scale = options.scale,
+        .textScaling = options.textScaling,
+        .contrast = valueNamed(options.contrast, drawing::allContrasts)};
     return command;
 }
 
@@ -481,6 +485,16 @@ void addPanelCommand(const platform::Command& app, PanelOptions& options) {
         .showsDefault();
     command.option("--scale", options.scale, "Pixels to a point, 1 to 4")
         .within(1.0, 4.0)
+        .needs(family)
+        .showsDefault();
+    command
+        .option("--text-scaling", options.textScaling,
+                "The desktop's factor for texts, 0.5 to 4: the text size that comes nearest is drawn")
+        .within(0.5, 4.0)
+        .needs(family)
+        .showsDefault();
+    command.option("--contrast", options.contrast, "standard or increased")
+        .oneOf(namesOf(drawing::allContrasts))
         .needs(family)
         .showsDefault();
     command.option("--after", options.after,

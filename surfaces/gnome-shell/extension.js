@@ -10,15 +10,13 @@ const Me = imports.misc.extensionUtils.getCurrentExtension();
 const {LiveHost} = Me.imports.liveHost;
 const {PanelItem} = Me.imports.panelItem;
 const {ShownFiles} = Me.imports.shownFiles;
-const {unknownPanel, withoutFiles, withoutHost} = Me.imports.panel;
+const {lost, nothingShown, taken, withoutFiles} = Me.imports.panel;
 const programs = Me.imports.programs;
 
 class Extension {
     enable() {
         const folder = Gio.File.new_for_path(GLib.build_filenamev([GLib.get_user_runtime_dir(), 'vela-widget']));
-        this._panel = unknownPanel;
-        this._picture = null;
-        this._hasLost = false;
+        this._shown = nothingShown;
         this._theme = St.ThemeContext.get_for_stage(global.stage);
         this._item = new PanelItem();
         this._item.connect('link-activated', (item, link) => openLink(link));
@@ -28,49 +26,65 @@ class Extension {
         this._host = new LiveHost(folder, {onFound: () => this._files.open(), onLost: isLasting => this._lose(isLasting)});
         this._theme.connectObject('changed', () => this._draw(), 'notify::scale-factor', () => this._draw(), this);
         Main.layoutManager.connectObject('monitors-changed', () => this._draw(), this);
+        this._texts = new Gio.Settings({schema_id: 'org.gnome.desktop.interface'});
+        this._texts.connectObject('changed::text-scaling-factor', () => this._draw(), this);
+        this._access = new Gio.Settings({schema_id: 'org.gnome.desktop.a11y.interface'});
+        this._access.connectObject('changed::high-contrast', () => this._draw(), this);
         this._draw();
     }
 
     disable() {
+        this._access.disconnectObject(this);
+        this._texts.disconnectObject(this);
         Main.layoutManager.disconnectObject(this);
         this._theme.disconnectObject(this);
         this._host.close();
         this._files.close();
         this._item.destroy();
-        this._host = this._files = this._item = this._theme = null;
-        this._panel = this._picture = this._wanted = null;
+        this._host = this._files = this._item = this._theme = this._texts = this._access = null;
+        this._shown = this._wanted = null;
     }
 
-    /// Asks for the picture that suits the shell's theme and monitors.
+    /// Asks for the picture that suits the shell's theme and monitors, and the person's eyes.
     _draw() {
-        const colorScheme = isDark(this._item.menu.box) ? 'dark' : 'light';
-        const scale = pictureScale();
-        const wanted = `systemMedium-${colorScheme}@${scale}x.png`;
+        const picture = {
+            family: 'systemMedium',
+            colorScheme: isDark(this._item.menu.box) ? 'dark' : 'light',
+            scale: pictureScale(),
+            textScaling: Math.round(this._texts.get_double('text-scaling-factor') * 100) / 100,
+            contrast: this._access.get_boolean('high-contrast') ? 'increased' : 'standard',
+        };
+        const wanted = nameOf(picture);
         if (wanted !== this._wanted) {
             this._wanted = wanted;
-            this._host.want([{family: 'systemMedium', colorScheme, scale}]);
+            this._host.want([picture]);
             this._files.show(wanted);
         }
-        this._item.setContent(this._panel, this._picture, this._theme.scale_factor);
+        this._setContent();
+    }
+
+    _setContent() {
+        this._item.setContent(this._shown.panel, this._shown.picture, this._theme.scale_factor);
     }
 
     _show(panel, picture) {
-        const knowsNothingYet = panel?.barClass === 'placeholder' && !panel.hasTrouble;
-        // A host that has just begun in place of another is no reason to show less.
-        if (this._hasLost && knowsNothingYet)
-            return;
-        this._hasLost = false;
-        this._panel = panel ?? withoutFiles();
-        this._picture = picture;
-        this._item.setContent(this._panel, this._picture, this._theme.scale_factor);
+        this._shown = taken(this._shown, panel ?? withoutFiles(), picture);
+        this._setContent();
     }
 
     _lose(isLasting) {
         this._files.close();
-        this._hasLost = true;
-        if (isLasting)
-            this._item.setContent(withoutHost(this._panel), this._picture, this._theme.scale_factor);
+        const left = lost(this._shown, Date.now());
+        // Most that end are followed by another at once.
+        this._shown = isLasting ? left : {...this._shown, lostSince: left.lostSince};
+        this._setContent();
     }
+}
+
+/// Of the host's file.
+function nameOf({family, colorScheme, scale, textScaling, contrast}) {
+    const texts = textScaling === 1 ? '' : `-text${textScaling}`;
+    return `${family}-${colorScheme}${texts}${contrast === 'standard' ? '' : `-${contrast}`}@${scale}x.png`;
 }
 
 /// Whether light text stands on it.

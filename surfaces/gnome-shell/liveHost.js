@@ -19,6 +19,8 @@ const pauses = [1, 5, 30, 60];
 const patienceWithManager = 5000;
 /// Seconds. A host that hangs greets nobody.
 const patienceWithGreeting = 5;
+/// Seconds; a reader has ten for a host that answers late.
+const patienceWithReader = 30;
 
 var LiveHost = class {
     /// `onFound` is told each time one answers, which is when its files are its own; `onLost` each time there is none,
@@ -139,9 +141,22 @@ var LiveHost = class {
         } catch (failure) {
             if (isCancelled(failure))
                 throw failure;
-            const reader = Gio.Subprocess.new([GLib.build_filenamev([programs.folder, 'vela-widget']), 'panel'],
-                Gio.SubprocessFlags.STDOUT_SILENCE | Gio.SubprocessFlags.STDERR_SILENCE);
+            await this._startByReader();
+        }
+    }
+
+    async _startByReader() {
+        const reader = Gio.Subprocess.new([GLib.build_filenamev([programs.folder, 'vela-widget']), 'panel'],
+            Gio.SubprocessFlags.STDOUT_SILENCE | Gio.SubprocessFlags.STDERR_SILENCE);
+        // One that was stopped is heard of as well, then.
+        const patience = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, patienceWithReader, () => {
+            reader.force_exit();
+            return GLib.SOURCE_CONTINUE;
+        });
+        try {
             await promised(reader, 'wait_check', this._cancellable);
+        } finally {
+            GLib.source_remove(patience);
         }
     }
 

@@ -9,11 +9,13 @@ const Me = imports.misc.extensionUtils.getCurrentExtension();
 const PanelMenu = imports.ui.panelMenu;
 const PopupMenu = imports.ui.popupMenu;
 const {ensureActorVisibleInScrollView} = imports.misc.util;
-const {unknownPanel} = Me.imports.panel;
+const {nothingShown} = Me.imports.panel;
 
 /// Points of the medium widget.
 const pictureWidth = 338;
 const pictureHeight = 158;
+/// Of 255: less, and reads at 5:1 at least in the shell's themes, light and dark, and at 7:1 in that of high contrast.
+const quietOpacity = 178;
 
 const PictureItem = GObject.registerClass(
 class VelaPictureItem extends PopupMenu.PopupBaseMenuItem {
@@ -59,7 +61,7 @@ var PanelItem = GObject.registerClass({
         box.add_child(this._text);
         this.add_child(box);
         this._makeMenu();
-        this.setContent(unknownPanel, null, 1);
+        this.setContent(nothingShown.panel, nothingShown.picture, 1);
     }
 
     _makeMenu() {
@@ -92,7 +94,7 @@ var PanelItem = GObject.registerClass({
         this._text.text = panel.text;
         this._text.visible = panel.text !== '';
         const isQuiet = panel.isStale || panel.hasTrouble || panel.barClass === 'placeholder';
-        this._text.style_class = `vela-text${isQuiet ? ' vela-quiet' : ''}`;
+        this._text.opacity = isQuiet ? quietOpacity : 255;
         this._pictureItem.setContent(panel, picture, scaleFactor);
         this._remark.label.text = panel.remark ?? '';
         this._remark.visible = !!panel.remark;

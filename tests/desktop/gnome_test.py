@@ -58,6 +58,12 @@ def says(session, remark):
     eventually(lambda: session.eval(f"{label}.visible && {label}.label.text") == remark, remark)
 
 
+def drawn(session):
+    """What tells one picture from another."""
+    return session.eval(f"const drawn = {EXTENSION}._shown.picture;"
+                        "drawn ? imports.gi.GLib.compute_checksum_for_bytes(2, drawn.read_pixel_bytes()) : null")
+
+
 def has_picture(session):
     return session.eval(f"!!{PICTURE}._picture.content")
 
@@ -210,6 +216,42 @@ class Gnome(unittest.TestCase):
             self.assertFalse(session.eval(f"{ITEM}._remark.visible"))
             self._says_so_of_one_that_hangs(person, session)
 
+    def test_forgets_what_it_showed_a_day_after_its_host(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            eventually(lambda: has_picture(session), "the picture")
+            self._counts_from(session)
+            place = person.bar_live_hosts()
+            says(session, "The live host cannot be reached")
+            self.assertIn("Arriving today", session.text())
+            self.assertTrue(has_picture(session))
+            shown = f"{EXTENSION}._shown.panel"
+            self.assertEqual(session.eval(f"{shown}.keptFor"), 24 * 3600)
+            session.eval(f"{shown}.keptFor = 0; null")
+            self._reload(session)
+            eventually(lambda: session.text() == "", "nothing of the packages")
+            self.assertFalse(has_picture(session))
+            self.assertEqual(session.eval(f"{ITEM}._others._getMenuItems().length"), 0)
+            self.assertEqual(session.eval(f"{ITEM}.accessible_name"), "Vela, The live host cannot be reached")
+            place.unlink()
+            self._reload(session)
+            shows(session, "Arriving today")
+            self.assertEqual([line for line in session.complaints() if "Vela:" not in line], [])
+
+    def _counts_from(self, session):
+        """Seconds after its end at which what a host said is shown still."""
+        for as_of, past, is_kept in ((None, 0, True), (None, 86_399, True), (None, 86_400, False), (-3600, 82_799, True),
+                                     (-3600, 82_800, False), (-90_000, 0, False), (3600, 86_400, False)):
+            with self.subTest(as_of=as_of, past=past):
+                end = 1_000_000
+                panel = {"asOf": None if as_of is None else (end + as_of) * 1000, "keptFor": 86_400, "text": "Tea"}
+                shown = json.dumps({"panel": panel, "picture": "drawn", "lostSince": None})
+                left = session.eval(f"const {{lost}} = Main.extensionManager.lookup('{UUID}').imports.panel;"
+                                    f"lost(lost({shown}, {end * 1000}), {(end + past) * 1000})")
+                self.assertEqual(left["panel"]["text"], "Tea" if is_kept else "")
+                self.assertEqual(left["picture"], "drawn" if is_kept else None)
+
     def _says_so_of_one_that_hangs(self, person, session):
         host = person.live_host()
         os.kill(host, signal.SIGSTOP)
@@ -267,6 +309,33 @@ class Gnome(unittest.TestCase):
             eventually(lambda: not (folder / "systemMedium-dark@2x.png").exists(), "the end of the dark one")
             session.open_menu()
             keep(session.picture(), "gnome-light")
+
+    def test_draws_for_the_persons_eyes(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            folder = person.folder / "runtime" / "vela-widget"
+            pictures = lambda: sorted(each.name for each in folder.glob("*.png"))
+            shown = []
+
+            def comes(name):
+                eventually(lambda: pictures() == [name], lambda: f"{name} alone: {pictures()}")
+                eventually(lambda: drawn(session) not in [None, *shown], "another picture")
+                shown.append(drawn(session))
+
+            comes("systemMedium-dark@1x.png")
+            # The shell's own theme changes beside either, which is not to be leant on.
+            session.eval(f"{EXTENSION}._theme.disconnectObject({EXTENSION}); null")
+            person.run("gsettings", "set", "org.gnome.desktop.interface", "text-scaling-factor", "1.25")
+            comes("systemMedium-dark-text1.25@1x.png")
+            session.open_menu()
+            keep(session.picture(), "gnome-large-text")
+            person.run("gsettings", "set", "org.gnome.desktop.a11y.interface", "high-contrast", "true")
+            comes("systemMedium-dark-text1.25-increased@1x.png")
+            keep(session.picture(), "gnome-high-contrast")
+            person.run("gsettings", "reset", "org.gnome.desktop.interface", "text-scaling-factor")
+            comes("systemMedium-dark-increased@1x.png")
+            self.assertEqual(session.complaints(), [])
 
 
 if __name__ == "__main__":

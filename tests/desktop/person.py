@@ -181,6 +181,16 @@ class Person:
             return process
         raise AssertionError("no live host runs")
 
+    def bar_live_hosts(self):
+        """The one that runs ends, and there is no place for another until the folder that is given is taken away."""
+        place = self.folder / "runtime" / "vela-widget"
+        host = self.live_host()
+        os.rename(place, self.folder / f"before-{host}")
+        place.write_text("No folder.")
+        with contextlib.suppress(ProcessLookupError):
+            os.kill(host, signal.SIGKILL)
+        return place
+
     def processes(self, command):
         """The person's own of `vela-widget COMMAND`."""
         for process in self._processes():

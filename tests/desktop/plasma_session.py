@@ -3,11 +3,12 @@
 """Plasma on an X display without a screen, with the plasmoid in its panel and on its desktop."""
 
 import json
+import shutil
 import subprocess
 import sys
 
 from displays import XDisplay
-from person import eventually
+from person import PROGRAMS, eventually
 
 ID = "example.vela.widget"
 SIZE = (1280, 720)
@@ -46,8 +47,12 @@ print(json.dumps(found))
 class PlasmaSession:
     """With a bus of its own, and settings of its own in the person's folder."""
 
-    def __init__(self, person):
+    def __init__(self, person, change=None, options=()):
+        """`change` is given the person's own copy of the plasmoid, for what nobody can choose; else it is the installed
+        one."""
         self.person = person
+        if change:
+            change(self._copied_plasmoid())
         self.display = XDisplay(person, SIZE)
         person.enter_desktop("KDE")
         person.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QUICK_BACKEND": "software"}
@@ -57,10 +62,31 @@ class PlasmaSession:
         # The shell would start it too, but sometimes gives up before it is there.
         person.run("gdbus", "call", "--session", "-d", "org.freedesktop.DBus", "-o", "/org/freedesktop/DBus", "-m",
                    "org.freedesktop.DBus.StartServiceByName", "org.kde.ActivityManager", "0")
-        self.shell = person.start("plasmashell", "--no-respawn")
+        self.shell = person.start("plasmashell", "--no-respawn", *options)
+
+    def _copied_plasmoid(self):
+        own = self.person.folder / "data" / "plasma" / "plasmoids" / ID
+        shutil.copytree(PROGRAMS.parent / "share" / "plasma" / "plasmoids" / ID, own)
+        return own
 
     def set_theme(self, name):
         (self.person.folder / "config" / "plasmarc").write_text(f"[Theme]\nname={name}\n")
+
+    def set_font(self, points):
+        """As the settings do it."""
+        (self.person.folder / "config" / "kdeglobals").write_text(
+            f"[General]\nfont=Noto Sans,{points},-1,5,50,0,0,0,0,0\n")
+        self.person.run("gdbus", "emit", "--session", "-o", "/KDEPlatformTheme", "-s",
+                        "org.kde.KDEPlatformTheme.refreshFonts")
+
+    def make_theme(self, name, text, ground):
+        """One of these colours, each as in "255,255,255"."""
+        folder = self.person.folder / "data" / "plasma" / "desktoptheme" / name
+        folder.mkdir(parents=True)
+        (folder / "metadata.json").write_text(json.dumps({"KPlugin": {"Id": name, "Name": name}}))
+        (folder / "colors").write_text("".join(
+            f"[Colors:{part}]\nBackgroundNormal={ground}\nForegroundNormal={text}\n"
+            for part in ("Window", "View", "Button", "Complementary")))
 
     def add_to_desktop(self):
         eventually(lambda: self._evaluate(f"desktops()[0].addWidget('{ID}', 700, 40, 380, 560)"), "the desktop")

@@ -7,10 +7,12 @@ signed out."""
 import json
 import os
 import signal
+import time
 import unittest
+from pathlib import Path
 
 from displays import keep, pixels
-from person import Person, eventually
+from person import PROGRAMS, Person, eventually
 from plasma_session import ITEM, PlasmaSession
 
 # What is drawn in the widget's own colour.
@@ -25,6 +27,12 @@ def open_popup(session, words):
     session.click(ITEM)
     return eventually(lambda: pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) > 300
                       and session.display.picture(), "the medium widget")
+
+
+def end_of_text(session):
+    """In the panel: the last column in which anything is dark."""
+    panel = session.display.picture().crop((0, 696, 640, 716)).convert("L")
+    return panel.point(lambda light: 255 if light < 128 else 0).getbbox()[2]
 
 
 def middle_of_the_bar(picture):
@@ -80,6 +88,15 @@ class Plasma(unittest.TestCase):
             session.click((bar[0], bar[1] + 42))
             eventually(lambda: any(link.endswith("5502") for link in person.opened_links()), "the other link")
             self.assertFalse((person.folder / "home" / "obeyed").exists())
+
+    def test_opens_a_link_again_while_what_it_opened_stays_open(self):
+        with Person() as person:
+            browser = person.folder / "handlers" / "xdg-open"
+            browser.write_text(browser.read_text() + "exec sleep 60\n")
+            session = PlasmaSession(person)
+            bar = middle_of_the_bar(open_popup(session, ARRIVING))
+            # What follows a click at once is a double click, which counts as one.
+            eventually(lambda: session.click(bar) or time.sleep(1) or len(person.opened_links()) > 1, "the link, twice")
 
     def test_shows_nothing_of_who_has_signed_out(self):
         with Person() as person:
@@ -147,13 +164,110 @@ class Plasma(unittest.TestCase):
                        "the dark widget")
             keep(session.display.picture(), "plasma-dark")
 
+    def test_draws_for_the_persons_eyes(self):
+        with Person() as person:
+            session = PlasmaSession(person)
+            session.make_theme("glaring", "0,0,0", "255,255,255")
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            wanted = lambda: [(self._option(reader, "--text-scaling"), self._option(reader, "--contrast"))
+                              for reader in session.readers()]
+            comes = lambda *options: eventually(lambda: wanted() == [options], lambda: f"{options}: {wanted()}")
+            comes("1", "standard")
+            before = end_of_text(session)
+            session.set_font(14)
+            comes("1.4", "standard")
+            open_popup(session, ARRIVING)
+            keep(session.display.picture(), "plasma-large-text")
+            eventually(lambda: end_of_text(session) > 1.2 * before, "larger text in the panel")
+            session.set_theme("glaring")
+            comes("1.4", "increased")
+            keep(session.display.picture(), "plasma-high-contrast")
+            session.set_font(10)
+            comes("1", "increased")
+            self.assertEqual(session.complaints(), [])
+
+    def test_stands_at_the_right_for_who_reads_from_there(self):
+        with Person() as person:
+            person.environment["LANGUAGE"] = "ar"
+            session = PlasmaSession(person, options=("-reverse",))
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            session.click((session.display.picture().width - 17, ITEM[1]))
+            dark = lambda picture: picture.convert("L").point(lambda light: 255 if light < 128 else 0).getbbox()
+            lines = lambda: session.display.picture().crop((925, 380, 1270, 630))
+            begin, _, end, _ = eventually(lambda: dark(lines()), "the lines below the widget")
+            eventually(lambda: pixels(session.display.picture(), BRAND_ON_LIGHT, 25) > 300, "the widget")
+            keep(session.display.picture(), "plasma-from-the-right")
+            begin, _, end, _ = dark(lines())
+            self.assertLess(345 - end, 25, "where lines begin")
+            self.assertGreater(begin, 25, "where they end")
+
+    def test_takes_another_reader_for_one_that_is_stopped(self):
+        with Person() as person:
+            session = PlasmaSession(person, change=_shorten_turns)
+            session.add_to_desktop()
+            eventually(lambda: session.names().count(ARRIVING) >= 2, "the package, twice")
+            before = eventually(lambda: len(session.readers()) == 1 and session.readers(), "one for both")
+            os.kill(before[0], signal.SIGSTOP)
+            person.sign_out()
+            eventually(lambda: "Sign in to Vela" in session.names() and ARRIVING not in session.names(),
+                       "the sign-in view")
+            eventually(lambda: len(session.readers()) == 1 and session.readers() != before, "another for both")
+
+    def test_forgets_what_it_showed_a_day_after_its_host(self):
+        with Person() as person:
+            days = _Days(person)
+            session = PlasmaSession(person, change=days.take_place_of_program)
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            place = person.bar_live_hosts()
+            eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(),
+                       lambda: f"the remark beside what was shown: {session.names()}")
+            session.click(ITEM)
+            session.focus_popup()
+            place.unlink()
+            days.shorten()
+            session.press("Tab", "Tab", "space")
+            eventually(lambda: f"{ARRIVING}, The live host cannot be reached" not in session.names()
+                       and ARRIVING in session.names(), "the package again")
+            person.bar_live_hosts()
+            eventually(lambda: "Vela, The live host cannot be reached" in session.names(), "no package")
+            self.assertNotIn("Fathom", " ".join(session.names()))
+
+    @classmethod
+    def _scheme(cls, process):
+        return cls._option(process, "--scheme")
+
     @staticmethod
-    def _scheme(process):
+    def _option(process, name):
         try:
-            words = open(f"/proc/{process}/cmdline").read().split("\0")
+            words = Path(f"/proc/{process}/cmdline").read_text().split("\0")
         except OSError:
             return None
-        return words[words.index("--scheme") + 1] if "--scheme" in words else None
+        return words[words.index(name) + 1] if name in words else None
+
+
+def _shorten_turns(plasmoid):
+    file = plasmoid / "contents" / "ui" / "LiveHost.qml"
+    text = file.read_text()
+    assert text.count("length: 600000") == 1
+    file.write_text(text.replace("length: 600000", "length: 4000"))
+
+
+class _Days:
+    """Stands in for the program, which says how long what it prints is kept: a day, and once told to, a second."""
+
+    def __init__(self, person):
+        self.folder = person.folder / "days"
+
+    def take_place_of_program(self, plasmoid):
+        self.folder.mkdir()
+        program = self.folder / "vela-widget"
+        program.write_text(f"#!/bin/sh\n'{PROGRAMS}/vela-widget' \"$@\" |\n"
+                           f"if [ -e '{self.folder}/short' ]; then sed 's/\"keptFor\":86400/\"keptFor\":1/'; else cat; fi\n")
+        program.chmod(0o700)
+        (plasmoid / "contents" / "code" / "programs.js").write_text(f".pragma library\nvar folder = '{self.folder}';\n")
+
+    def shorten(self):
+        (self.folder / "short").touch()
 
 
 if __name__ == "__main__":

@@ -38,13 +38,6 @@ std::size_t wordsOf(const LiveState& state) {
     return std::hash<std::string>()(jsonLine(object) + (state.isPlaceholder ? "placeholder" : ""));
 }
 
-widget::DrawingRequest drawingFor(const PictureFile& file, const LiveState& state) {
-    widget::DrawingRequest request = {.entry = state.entry, .family = file.family};
-    request.colorScheme = file.colorScheme;
-    request.scale = file.scale;
-    return request;
-}
-
 }  // namespace
 
 PublishedFiles::PublishedFiles(asio::any_io_executor executor, LiveHost& host, LiveDrawings& drawings,
@@ -170,7 +163,7 @@ asio::awaitable<void> PublishedFiles::drawWhole() {
 asio::awaitable<void> PublishedFiles::draw(PictureFile picture,
                                            std::optional<std::chrono::milliseconds> budget) {
     try {
-        auto request = drawingFor(picture, host_.state());
+        auto request = picture.request(host_.state().entry);
         request.pictureBudget = budget;
         const auto bytes = co_await drawings_.drawn(std::move(request));
         if (!wanted().contains(picture)) co_return;

@@ -43,10 +43,7 @@ constexpr std::chrono::milliseconds patienceAtFirst = std::chrono::seconds(10);
 constexpr int patientGaps = 3;
 
 asio::awaitable<json::value> drawn(LiveHostClient& client, PictureFile file) {
-    widget::DrawingRequest request = {.entry = {.date = platform::Date::now(), .widgetState = {}},
-                                      .family = file.family};
-    request.colorScheme = file.colorScheme;
-    request.scale = file.scale;
+    auto request = file.request({.date = platform::Date::now(), .widgetState = {}});
     try {
         const auto png = co_await client.draw(std::move(request));
         co_return json::value("data:image/png;base64," + platform::base64(png));
@@ -98,15 +95,14 @@ class PanelWait {
         co_await client_.follow(onState, onGap);
     }
 
-    /// Whoever never had a host tells its shell, which has nothing else to show; else there will be another.
+    /// A shell has to know: what it shows grows old meanwhile.
     void lose(std::string_view why) {
         hasLost_ = true;
-        if (!hasSeen_ && ++gaps_ >= patientGaps)
-            end(std::make_exception_ptr(LiveHostError(std::string(why))));
+        if (++gaps_ >= patientGaps) end(std::make_exception_ptr(LiveHostError(std::string(why))));
     }
 
     void take(const LiveState& state) {
-        hasSeen_ = true;
+        gaps_ = 0;
         // A host that has just begun in place of another is no reason to show less.
         if (hasLost_ && state.isPlaceholder && !state.trouble) return;
         hasLost_ = false;
@@ -150,7 +146,7 @@ class PanelWait {
     std::optional<LiveState> latest_;
     bool isComparing_ = false;
     bool hasLost_ = false;
-    bool hasSeen_ = false;
+    /// Since there was a host.
     int gaps_ = 0;
 };
 

@@ -20,7 +20,7 @@ struct PanelCommand {
     std::string after = {};
 
     /// The exit status: 0; 1 with a line on standard error where no live host can be had. One that waits has
-    /// patience with the end of a host that it knew.
+    /// patience with the end of a host, and looks for another twice.
     int run() const;
 };
 

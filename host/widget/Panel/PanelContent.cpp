@@ -4,6 +4,7 @@
 
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
+#include <cstdint>
 #include <string>
 
 #include "host/reader/TerminalText.hpp"
@@ -71,9 +72,11 @@ json::object panelObject(const LiveState& state, platform::Date now) {
     const auto* package = content.shownPackage();
     auto packages = packageArray(content, state);
     const json::value spoken = package ? packages.front().at("spoken") : json::value(content.words);
-    return {{"class", name(content.barClass)},
+    return {{"asOf", textOrNull(state.asOf ? platform::internetDateTime(*state.asOf) : "")},
+            {"class", name(content.barClass)},
             {"hasTrouble", content.hasTrouble},
             {"isStale", content.isStale},
+            {"keptFor", static_cast<std::int64_t>(LiveState::longestKept)},
             {"link", textOrNull(linkOf(content))},
             {"packages", std::move(packages)},
             {"percentage", package ? json::value(package->percentage) : json::value(nullptr)},

@@ -71,10 +71,12 @@ TEST(LiveCoding, BringsAStatusToAReaderAsItIs) {
 
 TEST(LiveCoding, BringsPicturesToAHostAndRefusesWhatNobodyDraws) {
     const std::vector<PictureFile> files = {{},
-                                            {.family = platform::WidgetFamily::systemSmall, .scale = 1.5}};
+                                            {.family = platform::WidgetFamily::systemSmall, .scale = 1.5},
+                                            {.textScaling = 1.25, .contrast = drawing::Contrast::increased}};
     EXPECT_EQ(pictureFilesFromValue(pictureFileArray(files)), files);
     for (const std::string text :
-         {"{}", "[1]", R"([{"family":"round"}])", R"([{"scale":9}])", R"([{"colorScheme":"red"}])"})
+         {"{}", "[1]", R"([{"family":"round"}])", R"([{"scale":9}])", R"([{"colorScheme":"red"}])",
+          R"([{"textScaling":0}])", R"([{"textScaling":4.1}])", R"([{"contrast":"some"}])"})
         EXPECT_THROW(pictureFilesFromValue(parsed(text)), ProtocolError) << text;
     EXPECT_THROW(pictureFilesFromValue(pictureFileArray(std::vector<PictureFile>(65))), ProtocolError);
 }

@@ -264,9 +264,15 @@ TEST(RuntimeFolder, RemovesWhatAHostThatWasKilledHasLeftAndNothingElse) {
                                            "panel.json",
                                            ".entry.json.tmp",
                                            "systemLarge-dark@2x.png",
+                                           "systemLarge-dark-text1.25@2x.png",
+                                           "systemLarge-dark-increased@2x.png",
+                                           "systemLarge-light-text0.5-increased@1x.png",
                                            "accessoryInline-light@1.5x.png"};
-    const std::vector<std::string> others = {"systemLarge-dark.png", "systemLarge-at the lake, relax.png",
-                                             "systemLarge-dark@x.png", "notes.json"};
+    const std::vector<std::string> others = {
+        "systemLarge-dark.png",         "systemLarge-at the lake, relax.png",
+        "systemLarge-dark@x.png",       "notes.json",
+        "systemLarge-dark-text@2x.png", "systemLarge-dark-holiday@2x.png",
+        "systemLarge-increased@2x.png"};
     for (const auto& names : {left, others})
         for (const auto& name : names) folder.write(name, "Ada's");
     const auto opened = RuntimeFolder::make(folder.path(), [](std::string_view) {});
@@ -281,6 +287,19 @@ TEST(PictureFile, IsNamedAfterWhatItShows) {
                            .scale = 1.5})
                   .name(),
               "accessoryInline-light@1.5x.png");
+    EXPECT_EQ((PictureFile{.textScaling = 1.1, .contrast = drawing::Contrast::increased}).name(),
+              "systemMedium-dark-text1.1-increased@2x.png");
+    EXPECT_EQ((PictureFile{.contrast = drawing::Contrast::increased}).name(),
+              "systemMedium-dark-increased@2x.png");
+}
+
+TEST(PictureFile, IsDrawnInTheTextSizeThatComesNearest) {
+    const auto request = PictureFile{.textScaling = 1.25, .contrast = drawing::Contrast::increased}.request(
+        widget::placeholderEntry(platform::Date::now(), ""));
+    EXPECT_EQ(request.appearance.textSize, drawing::TextSize::xxLarge);
+    EXPECT_EQ(request.appearance.contrast, drawing::Contrast::increased);
+    EXPECT_EQ(request.colorScheme, drawing::ColorScheme::dark);
+    EXPECT_EQ(request.scale, 2);
 }
 
 }  // namespace

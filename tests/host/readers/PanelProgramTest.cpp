@@ -119,6 +119,30 @@ TEST_F(PanelProgram, SaysThatNoHostCanBeHadAndDoesNotWaitForOne) {
     }
 }
 
+TEST_F(PanelProgram, SaysSoWhenNoHostCanBeHadAnyMore) {
+    startSandbox();
+    const auto waiter = waiting(version());
+    EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
+    const auto host = hostProcess();
+    rename(folder.path() / "run/vela-widget", folder.path() / "elsewhere");
+    std::ofstream(folder.path() / "run/vela-widget") << "no folder";
+    ::kill(host, SIGKILL);
+    EXPECT_EQ(waiter->waitForEnd(std::chrono::seconds(60)), 1);
+    EXPECT_EQ(printed(), "");
+}
+
+TEST_F(PanelProgram, DrawsForThePersonsEyes) {
+    startSandbox();
+    const auto picture = [&](std::vector<std::string> options) {
+        options.insert(options.begin(), {"--family", "systemMedium"});
+        return parsed(panel(std::move(options)).output).at("picture");
+    };
+    const auto usual = picture({});
+    EXPECT_EQ(picture({"--text-scaling", "1.01"}), usual) << "the usual size is the nearest";
+    EXPECT_NE(picture({"--text-scaling", "1.25"}), usual);
+    EXPECT_NE(picture({"--contrast", "increased"}), usual);
+}
+
 TEST_F(PanelProgram, EndsWithWhoeverReadsIt) {
     startSandbox();
     const auto mine = version();
@@ -135,6 +159,8 @@ TEST_F(PanelProgram, RefusesWhatMakesNoSense) {
     EXPECT_EQ(panel({"--family", "systemHuge"}).status, 2);
     EXPECT_EQ(panel({"--scheme", "light"}).status, 2) << "without a family there is no picture";
     EXPECT_EQ(panel({"--family", "systemSmall", "--scale", "5"}).status, 2);
+    EXPECT_EQ(panel({"--family", "systemSmall", "--text-scaling", "0.4"}).status, 2);
+    EXPECT_EQ(panel({"--family", "systemSmall", "--contrast", "some"}).status, 2);
     environment["XDG_RUNTIME_DIR"] = "/nonexistent";
     const auto without = panel();
     EXPECT_EQ(without.status, 1);

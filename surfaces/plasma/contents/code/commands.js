@@ -14,16 +14,18 @@ function call(program, words) {
     return ["exec", quoted(Programs.folder + "/" + program)].concat(words.map(quoted)).join(" ");
 }
 
-/// Ends with the next thing to show, once it is another than that of `version`.
-function panel(version, scheme, scale) {
-    return call("vela-widget", ["panel", "--family", "systemMedium", "--scheme", scheme, "--scale", String(scale),
-        "--after", version]);
+/// Ends with the next thing to show, once it is another than that of `version`. Another `turn` is another process.
+function panel(version, picture, turn) {
+    return call("vela-widget", ["panel", "--family", "systemMedium", "--scheme", picture.scheme,
+        "--scale", String(picture.scale), "--text-scaling", String(picture.textScaling), "--contrast", picture.contrast,
+        "--after", version]) + " # " + turn;
 }
 
 function reload() {
     return call("vela-widget", ["reload"]);
 }
 
+/// Ends at once: what it opens may stay open, and the same link may be wanted again meanwhile.
 function open(link) {
-    return call("vela-companion", ["open", link]);
+    return call("vela-companion", ["open", link]) + " > /dev/null 2>&1 &";
 }

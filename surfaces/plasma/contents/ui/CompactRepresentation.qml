@@ -5,7 +5,6 @@
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
 import org.kde.kirigami 2.20 as Kirigami
-import org.kde.plasma.components 3.0 as PlasmaComponents3
 import org.kde.plasma.core 2.0 as PlasmaCore
 import org.kde.plasma.plasmoid 2.0
 
@@ -51,12 +50,12 @@ MouseArea {
             Layout.leftMargin: item.isVertical ? 0 : PlasmaCore.Units.smallSpacing
         }
 
-        PlasmaComponents3.Label {
+        PlainLabel {
             visible: !item.isVertical && text !== ""
             text: item.host.panel.text
-            textFormat: Text.PlainText
             elide: Text.ElideRight
-            opacity: item.isQuiet ? 0.6 : 1
+            // Less, and reads at 5:1 at least in the themes that come with Plasma.
+            opacity: item.isQuiet ? 0.7 : 1
             Layout.fillWidth: true
             Layout.maximumWidth: PlasmaCore.Units.gridUnit * 16
             Layout.rightMargin: PlasmaCore.Units.smallSpacing

@@ -26,7 +26,8 @@ FocusScope {
     LayoutMirroring.childrenInherit: true
     Layout.minimumWidth: PlasmaCore.Units.gridUnit * 10
     Layout.minimumHeight: PlasmaCore.Units.gridUnit * 7
-    Layout.preferredWidth: pictureWidth + 2 * PlasmaCore.Units.smallSpacing
+    // A line of a package has room for 44 columns, as the host has it.
+    Layout.preferredWidth: Math.max(pictureWidth, PlasmaCore.Units.gridUnit * 15) + 2 * PlasmaCore.Units.smallSpacing
     Layout.preferredHeight: picturePoints.height * pointScale + Math.max(1, others.count) * PlasmaCore.Units.gridUnit * 1.6
                             + PlasmaCore.Units.gridUnit * 3
     Accessible.role: Accessible.Grouping
@@ -65,12 +66,11 @@ FocusScope {
                     source: view.host.picture
                     Accessible.ignored: true
                 }
-                PlasmaComponents3.Label {
+                PlainLabel {
                     anchors.centerIn: parent
                     width: Math.min(implicitWidth, parent.width)
                     visible: view.host.picture === ""
                     text: view.host.panel.text
-                    textFormat: Text.PlainText
                     elide: Text.ElideRight
                     Accessible.ignored: true
                 }
@@ -85,10 +85,9 @@ FocusScope {
             }
         }
 
-        PlasmaComponents3.Label {
+        PlainLabel {
             visible: text !== ""
             text: view.host.panel.remark || ""
-            textFormat: Text.PlainText
             wrapMode: Text.Wrap
             font.italic: true
             Layout.fillWidth: true
@@ -103,7 +102,10 @@ FocusScope {
             contentItem: ListView {
                 id: others
 
-                model: view.host.panel.packages.slice(1)
+                // As text, which is another for others alone: else it would lose its place with every remark.
+                readonly property string packages: JSON.stringify(view.host.panel.packages.slice(1))
+
+                model: JSON.parse(packages)
                 clip: true
                 keyNavigationEnabled: true
                 activeFocusOnTab: count > 0
@@ -125,9 +127,8 @@ FocusScope {
                     Accessible.name: modelData.spoken
                     Accessible.onPressAction: clicked()
 
-                    contentItem: PlasmaComponents3.Label {
+                    contentItem: PlainLabel {
                         text: line.text
-                        textFormat: Text.PlainText
                         elide: Text.ElideRight
                         verticalAlignment: Text.AlignVCenter
                         Accessible.ignored: true
@@ -138,6 +139,7 @@ FocusScope {
 
         PlasmaComponents3.ToolButton {
             text: "Reload"
+            font: PlasmaCore.Theme.defaultFont
             icon.name: "view-refresh"
             Layout.alignment: Qt.AlignRight
             onClicked: view.host.reload()

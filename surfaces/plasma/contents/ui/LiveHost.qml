@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 // What the live host has, by a reader of it that rests until there is something else to show, and then says so and ends.
-// Nothing here wakes meanwhile.
+// What wakes here meanwhile is the end of its turn alone.
 
 import QtQuick 2.15
 import org.kde.plasma.core 2.0 as PlasmaCore
@@ -14,11 +14,15 @@ Item {
     /// How the picture is to be drawn.
     property string scheme: "dark"
     property int scale: 1
+    property real textScaling: 1
+    property string contrast: "standard"
 
     /// As panel.js has it.
-    property var panel: Panel.unknownPanel
+    readonly property var panel: shown.panel
     /// A data URL, or empty.
-    property string picture: ""
+    readonly property string picture: shown.picture || ""
+
+    property var shown: Panel.nothingShown
 
     /// Of what is shown; a host has no such version.
     property string version: "none"
@@ -37,20 +41,21 @@ Item {
 
     function take(exitCode, output) {
         const next = exitCode === 0 ? Panel.panelFrom(output) : null
-        if (!next) {
+        if (!next || !next.version) {
             // Whatever comes then is news.
             host.version = "none"
-            host.panel = Panel.withoutHost(host.panel)
+            host.shown = Panel.lost(host.shown, Date.now())
             return false
         }
-        host.panel = next
-        host.picture = next.picture || ""
+        host.shown = Panel.taken(host.shown, next, next.picture)
         host.version = next.version
         return true
     }
 
     onSchemeChanged: Qt.callLater(reader.read)
     onScaleChanged: Qt.callLater(reader.read)
+    onTextScalingChanged: Qt.callLater(reader.read)
+    onContrastChanged: Qt.callLater(reader.read)
     Component.onCompleted: Qt.callLater(reader.read)
 
     PlasmaCore.DataSource {
@@ -62,7 +67,7 @@ Item {
 
         function read() {
             pause.stop()
-            command = Commands.panel(host.version, host.scheme, host.scale)
+            command = Commands.panel(host.version, host, turn.begin())
             if (connectedSources.length === 1 && connectedSources[0] === command)
                 return
             connectedSources = []
@@ -78,9 +83,27 @@ Item {
                 Qt.callLater(read)
             } else {
                 ++pause.failures
+                turn.stop()
                 pause.start()
             }
         }
+    }
+
+    // A reader that hangs, or was stopped, says nothing either: another takes its place at its turn's end, which is the
+    // same for all items, so that they go on sharing one.
+    Timer {
+        id: turn
+
+        readonly property int length: 600000
+
+        function begin() {
+            const now = Date.now()
+            interval = length - now % length + 1000
+            restart()
+            return Math.floor(now / length)
+        }
+
+        onTriggered: reader.read()
     }
 
     // None is to be had.
@@ -89,7 +112,7 @@ Item {
 
         property int failures: 0
 
-        interval: failures > 1 ? 30000 : 1000
+        interval: failures > 1 ? 60000 : 1000
         onTriggered: reader.read()
     }
 

@@ -6,6 +6,7 @@ import QtQuick 2.15
 import QtQuick.Window 2.15
 import org.kde.plasma.core 2.0 as PlasmaCore
 import org.kde.plasma.plasmoid 2.0
+import "../code/colors.js" as Colors
 
 Item {
     id: root
@@ -21,7 +22,16 @@ Item {
     readonly property LiveHost host: LiveHost {
         scheme: root.isDark ? "dark" : "light"
         scale: Math.max(1, Math.min(4, Math.ceil(root.pixelScale)))
+        textScaling: root.textScaling
+        contrast: root.isContrastIncreased ? "increased" : "standard"
     }
+
+    /// Of the person's texts to those that Plasma has by itself, 10 points high; one that is set in pixels has none.
+    readonly property real fontPoints: PlasmaCore.Theme.defaultFont.pointSize
+    readonly property real textScaling: fontPoints > 0 ? Math.max(0.5, Math.min(4, fontPoints / 10)) : 1
+
+    /// There is no other word for it than colours: none that comes with Plasma has 17 to 1, and black on white has 21.
+    readonly property bool isContrastIncreased: Colors.contrast(PlasmaCore.Theme.textColor, ground) >= 18
 
     // What is hardly more or less comes of how a font is measured, and would only blur the picture.
     function almostWhole(scale) {
