@@ -103,6 +103,19 @@ TEST_F(Tour, LeavesNothingWhenItEndsAtAnyQuestion) {
         }
 }
 
+TEST_F(Tour, AsksAgainWhenItGoesOnAfterAStop) {
+    for (const char* question : {"Which? [2]", "[none]", "Write it? [y/N]"}) {
+        terminal.forget();
+        startUpTo(question);
+        terminal.forget();
+        terminal.sendSignal(SIGSTOP);
+        terminal.sendSignal(SIGCONT);
+        EXPECT_TRUE(terminal.shows(question)) << terminal.shown();
+        terminal.type("\x03");
+        EXPECT_EQ(terminal.end(), 128 + SIGINT);
+    }
+}
+
 TEST_F(Tour, LeavesNothingOfTheSamplePersonWhenInterrupted) {
     startUpTo("Which? [2]");
     terminal.type("2\n");
