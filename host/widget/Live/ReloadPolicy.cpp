@@ -39,11 +39,17 @@ void ReloadPolicy::dueBy(Date date) {
     early_ = early_ ? std::min(*early_, date) : date;
 }
 
+ReloadPolicy::Kind ReloadPolicy::kindOf(Date now) const {
+    if (now >= planned_) return Kind::dated;
+    return early_ && *early_ <= now ? Kind::caused : Kind::repeated;
+}
+
 void ReloadPolicy::began(Date now) {
     observe(now);
-    requests_.push_back({.begun = now, .isEarly = now < planned_ && !isAsked_});
-    while (secondsBetween(requests_.front().begun, now) >= day) requests_.pop_front();
+    if (!isAsked_) requests_.push_back({.begun = now, .kind = kindOf(now)});
+    while (!requests_.empty() && secondsBetween(requests_.front().begun, now) >= day) requests_.pop_front();
     early_.reset();
+    isRepetitionDue_ = false;
     isAsked_ = false;
     isCauseGone_ = false;
     // What does not answer at all is not asked all the time.
@@ -76,7 +82,7 @@ void ReloadPolicy::failed(Date now, std::optional<Date> after) {
     plan(now, after);
     ++failuresInARow_;
     lastFailure_ = now;
-    dueBy(now);
+    isRepetitionDue_ = true;
 }
 
 void ReloadPolicy::noted(ReloadCause cause, Date now) {
@@ -87,11 +93,16 @@ void ReloadPolicy::noted(ReloadCause cause, Date now) {
     if (cause == ReloadCause::network || cause == ReloadCause::resume) isCauseGone_ = true;
 }
 
-void ReloadPolicy::signedIn(Date now) {
+void ReloadPolicy::credentialsChanged(Date now) {
     observe(now);
     failuresInARow_ = 0;
     hasRenewed_ = false;
     dueBy(now);
+}
+
+void ReloadPolicy::signedIn(Date now) {
+    credentialsChanged(now);
+    isAsked_ = true;
 }
 
 void ReloadPolicy::asked(Date now) {
@@ -105,11 +116,11 @@ Date ReloadPolicy::endOfPause() const {
     return lastFailure_.addingTimeInterval(isCauseGone_ ? std::min(pause, pauseAfterReturn) : pause);
 }
 
-/// `due`, or when the day before it has seen one request less than it may.
-Date ReloadPolicy::withinBudget(Date due, std::size_t budget, bool isEarlyOnly) const {
+/// `due`, or when the day before it has seen one request less of those kinds than it may.
+Date ReloadPolicy::withinBudget(Date due, std::size_t budget, Kind least) const {
     std::size_t counted = 0;
     for (auto request = requests_.rbegin(); request != requests_.rend(); ++request) {
-        if (isEarlyOnly && !request->isEarly) continue;
+        if (request->kind < least) continue;
         if (++counted == budget) return std::max(due, request->begun.addingTimeInterval(day));
     }
     return due;
@@ -118,10 +129,14 @@ Date ReloadPolicy::withinBudget(Date due, std::size_t budget, bool isEarlyOnly) 
 Date ReloadPolicy::next(Date now) {
     observe(now);
     if (isAsked_) return now;
+    constexpr std::size_t mostEarly = mostADay - keptForDates;
     auto due = planned_;
-    if (early_)
-        due = std::min(due, withinBudget(std::max(*early_, endOfPause()), mostADay - keptForDates, true));
-    return withinBudget(due, mostADay, false);
+    const auto early = [&](Date date) {
+        due = std::min(due, withinBudget(std::max(date, endOfPause()), mostEarly, Kind::caused));
+    };
+    if (early_) early(*early_);
+    if (isRepetitionDue_) early(withinBudget(endOfPause(), mostEarly - keptForCauses, Kind::repeated));
+    return withinBudget(due, mostADay, Kind::dated);
 }
 
 }  // namespace host
