@@ -95,6 +95,9 @@ class LiveHost {
     void forgetShown(LiveTrouble trouble);
     void takeCredentials(const widget::CredentialReport& report);
     void takeOtherTokens(const widget::CredentialReport& report, const widget::CredentialReport& before);
+    bool mayBeRenewed(const widget::CredentialReport& report, const widget::CredentialReport& before) const;
+    void awaitSettlement();
+    void forgetForAnother();
 
     boost::asio::awaitable<void> fetch();
     void takeAnswer(std::optional<LiveExtension::Answer> answer);
@@ -122,6 +125,7 @@ class LiveHost {
     std::optional<widget::CredentialReport> known_;
     /// Tokens that came while a fetch was under way that may itself have brought them.
     std::optional<widget::CredentialReport> unsettled_;
+    boost::asio::steady_timer settlement_;
     std::optional<platform::Date> lastFetch_;
     platform::Date midnight_;
     std::uint64_t version_ = 0;
