@@ -106,12 +106,15 @@ class LiveHost {
     bool isOfAnother(const widget::FetchOutcome& outcome) const;
 
     void grow(platform::Date now);
+    void moveAlong(platform::Date now);
+    void showAnew();
     platform::Date nextTurn(platform::Date now);
     void keepThrough(LiveTrouble trouble);
     void forget(LiveState successor);
     LiveState placeholder() const;
     LiveState signedOut(std::optional<LiveTrouble> trouble) const;
     void show(LiveState state, Change change = Change::replaced);
+    void tell(Change change);
     void leaveExtension();
     void wake();
 
@@ -128,6 +131,8 @@ class LiveHost {
     boost::asio::steady_timer settlement_;
     std::optional<platform::Date> lastFetch_;
     platform::Date midnight_;
+    /// When it last looked at the clock.
+    platform::Date latest_;
     std::uint64_t version_ = 0;
     /// Another number once the extension was left: what it still answers is nobody's.
     std::uint64_t conversation_ = 0;
