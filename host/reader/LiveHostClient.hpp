@@ -85,7 +85,7 @@ class LiveHostClient {
     /// The state now.
     boost::asio::awaitable<LiveState> state();
     /// The first state that is more than the placeholder of a host that has just begun; after `limit` the
-    /// state as it is.
+    /// state as it is. Where the host ends meanwhile, its successor's.
     boost::asio::awaitable<LiveState> settledState(std::chrono::milliseconds limit);
     /// The bytes of a drawing of the host's own entry; the request's is not looked at.
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing);
@@ -104,6 +104,8 @@ class LiveHostClient {
 
     boost::asio::awaitable<std::shared_ptr<Connection>> connected();
     boost::asio::awaitable<int> connectedSocket();
+    boost::asio::awaitable<std::optional<LiveState>> settledStateOfOne(
+        std::chrono::steady_clock::time_point deadline);
     void start();
     boost::asio::awaitable<Message> ask(boost::json::object request);
     boost::asio::awaitable<void> followOnce(StateHandler onState);

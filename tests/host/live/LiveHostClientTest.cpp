@@ -145,6 +145,45 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     clock.settle();
 }
 
+TEST_F(LiveHostClientTest, AsksTheSuccessorOfAHostThatEndsInThisMoment) {
+    listen();
+    std::optional<std::string> text;
+    const auto reader = client();
+    spawn([](std::shared_ptr<LiveHostClient> asked,
+             std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+        try {
+            const auto state = co_await asked->settledState(std::chrono::seconds(10));
+            result = shopNameIn(state.entry);
+        } catch (const LiveHostError& error) {
+            result = error.what();
+        }
+    }(reader, text));
+    tell(greeting);
+    hangUp();
+    const std::string placeholder =
+        R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"},"isPlaceholder":true}})";
+    tell(greeting + frameOf(R"({"id":1,)" + placeholder));
+    until([] { return false; }, std::chrono::seconds(1));
+    hangUp();
+    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
+    EXPECT_TRUE(until([&] { return text.has_value(); }));
+    EXPECT_EQ(text, "noPackages");
+    hangUp();
+}
+
+TEST_F(LiveHostClientTest, StartsAnotherHostWhereTheFirstEndsBeforeItListens) {
+    const auto program = folder.path() / "program";
+    folder.write("program", "#!/bin/sh\necho >> \"${0%/*}/starts\"\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    LiveHostClient::Options options;
+    options.program = program;
+    options.patience = std::chrono::seconds(3);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    EXPECT_EQ(answer([&] { return stateOf(reader); }),
+              "failed: the live host that was started does not listen; see what vela-widget run says");
+    EXPECT_EQ(folder.read("starts"), "\n\n\n") << "and no more than a few";
+}
+
 TEST_F(LiveHostClientTest, SaysThatNoHostCouldBeStarted) {
     for (const auto& [program, words] : std::vector<std::pair<std::string, std::string>>{
              {"/nowhere/vela-widget", "cannot start /nowhere/vela-widget: No such file or directory"},
