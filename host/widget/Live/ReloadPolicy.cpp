@@ -41,6 +41,7 @@ void ReloadPolicy::dueBy(Date date) {
 
 ReloadPolicy::Kind ReloadPolicy::kindOf(Date now) const {
     if (now >= planned_) return Kind::dated;
+    if (isRenewalDue_) return Kind::renewed;
     return early_ && *early_ <= now ? Kind::caused : Kind::repeated;
 }
 
@@ -49,6 +50,7 @@ void ReloadPolicy::began(Date now) {
     if (!isAsked_) requests_.push_back({.begun = now, .kind = kindOf(now)});
     while (!requests_.empty() && secondsBetween(requests_.front().begun, now) >= day) requests_.pop_front();
     early_.reset();
+    isRenewalDue_ = false;
     isRepetitionDue_ = false;
     isAsked_ = false;
     isCauseGone_ = false;
@@ -74,7 +76,7 @@ void ReloadPolicy::renewed(Date now, Date after) {
     observe(now);
     plan(now, after);
     failuresInARow_ = 0;
-    dueBy(now);
+    isRenewalDue_ = true;
 }
 
 void ReloadPolicy::failed(Date now, std::optional<Date> after) {
@@ -116,12 +118,27 @@ Date ReloadPolicy::endOfPause() const {
     return lastFailure_.addingTimeInterval(isCauseGone_ ? std::min(pause, pauseAfterReturn) : pause);
 }
 
-/// `due`, or when the day before it has seen one request less of those kinds than it may.
-Date ReloadPolicy::withinBudget(Date due, std::size_t budget, Kind least) const {
-    std::size_t counted = 0;
-    for (auto request = requests_.rbegin(); request != requests_.rend(); ++request) {
-        if (request->kind < least) continue;
-        if (++counted == budget) return std::max(due, request->begun.addingTimeInterval(day));
+/// How many requests of that kind, and of those that give way to it, a day has at most.
+std::size_t ReloadPolicy::mostOf(Kind kind) {
+    switch (kind) {
+        case Kind::dated: return mostADay;
+        case Kind::renewed: return mostOf(Kind::dated) - keptForDates;
+        case Kind::caused: return mostOf(Kind::renewed) - keptForRenewals;
+        case Kind::repeated: return mostOf(Kind::caused) - keptForCauses;
+    }
+    return 0;
+}
+
+/// `due`, or when the day before it has seen one request less than it may, for that kind and all that it
+/// gives way to.
+Date ReloadPolicy::withinBudget(Date due, Kind kind) const {
+    for (const auto each : {Kind::dated, Kind::renewed, Kind::caused, Kind::repeated}) {
+        if (each > kind) break;
+        std::size_t counted = 0;
+        const auto last = std::find_if(requests_.rbegin(), requests_.rend(), [&](const Request& request) {
+            return request.kind >= each && ++counted == mostOf(each);
+        });
+        if (last != requests_.rend()) due = std::max(due, last->begun.addingTimeInterval(day));
     }
     return due;
 }
@@ -129,14 +146,14 @@ Date ReloadPolicy::withinBudget(Date due, std::size_t budget, Kind least) const 
 Date ReloadPolicy::next(Date now) {
     observe(now);
     if (isAsked_) return now;
-    constexpr std::size_t mostEarly = mostADay - keptForDates;
-    auto due = planned_;
-    const auto early = [&](Date date) {
-        due = std::min(due, withinBudget(std::max(date, endOfPause()), mostEarly, Kind::caused));
+    auto due = withinBudget(planned_, Kind::dated);
+    const auto early = [&](Date date, Kind kind) {
+        due = std::min(due, withinBudget(std::max(date, endOfPause()), kind));
     };
-    if (early_) early(*early_);
-    if (isRepetitionDue_) early(withinBudget(endOfPause(), mostEarly - keptForCauses, Kind::repeated));
-    return withinBudget(due, mostADay, Kind::dated);
+    if (isRenewalDue_) early(now, Kind::renewed);
+    if (early_) early(*early_, Kind::caused);
+    if (isRepetitionDue_) early(endOfPause(), Kind::repeated);
+    return due;
 }
 
 }  // namespace host

@@ -42,9 +42,12 @@ class ReloadPolicy {
     static constexpr std::size_t mostADay = 70;
     /// Of these, so many are kept for the extension's own dates, an hour apart.
     static constexpr std::size_t keptForDates = 25;
-    /// And so many for what happens, which blind repetition of what failed is not to use up: a network may
-    /// come back after half a day.
-    static constexpr std::size_t keptForCauses = 15;
+    /// So many more for the request that follows a renewal, without which tokens that last an hour would be
+    /// renewed all day and never used.
+    static constexpr std::size_t keptForRenewals = 15;
+    /// And so many more for what happens: a network may come back after half a day in which what failed was
+    /// repeated.
+    static constexpr std::size_t keptForCauses = 10;
 
     /// The first request is due at once.
     ReloadPolicy(Random random, Date now);
@@ -72,7 +75,8 @@ class ReloadPolicy {
     Date next(Date now);
 
   private:
-    enum class Kind { dated, caused, repeated };
+    /// In the order in which they give way to each other, the last first.
+    enum class Kind { dated, renewed, caused, repeated };
     struct Request {
         Date begun;
         Kind kind;
@@ -83,13 +87,16 @@ class ReloadPolicy {
     Kind kindOf(Date now) const;
     void plan(Date now, std::optional<Date> after);
     Date endOfPause() const;
-    Date withinBudget(Date due, std::size_t budget, Kind least) const;
+    static std::size_t mostOf(Kind kind);
+    Date withinBudget(Date due, Kind kind) const;
 
     Random random_;
     Date latest_;
     Date planned_;
     /// Something happened.
     std::optional<Date> early_;
+    /// The latest request renewed the tokens.
+    bool isRenewalDue_ = false;
     /// The latest request failed, and nothing else happened.
     bool isRepetitionDue_ = false;
     bool isCauseGone_ = false;
