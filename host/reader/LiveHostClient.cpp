@@ -131,9 +131,9 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
     bool isDeserted() const { return isDeserted_; }
     void listen(StateHandler onState) { onState_ = std::move(onState); }
 
-    asio::awaitable<Message> ask(json::object request) {
+    asio::awaitable<Message> ask(json::object request, milliseconds limit = milliseconds::max()) {
         throwIfEnded();
-        const platform::Deadline deadline(answerLimit_);
+        const platform::Deadline deadline(std::min(limit, answerLimit_));
         const auto reply = std::make_shared<PendingReply>(ended_.get_executor(), deadline);
         const auto identifier = ++lastIdentifier_;
         request["id"] = identifier;
@@ -293,9 +293,13 @@ asio::awaitable<void> LiveHostClient::followOnce(StateHandler onState) {
     const auto connection = co_await connected();
     connection->listen(onState);
     // Nothing of the first state stays while others come after it.
-    {
-        auto answer = co_await connection->ask(asking(LiveRequest::follow));
+    try {
+        auto answer = co_await connection->ask(asking(LiveRequest::follow), options_.followLimit);
         onState(stateIn(answer));
+    } catch (const LiveHostEnded&) {
+        // Another may have taken the place of one that hangs.
+        connection->hangUp();
+        throw;
     }
     co_await connection->untilEnd();
 }

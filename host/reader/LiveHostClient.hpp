@@ -58,6 +58,9 @@ class LiveHostClient {
         std::chrono::milliseconds patience = std::chrono::seconds(5);
         /// How long an answer may take: a reload waits for the extension, and that for the server.
         std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
+        /// How long a host may take to say what it shows, before who follows it is told that there is a gap;
+        /// one that is well says it at once.
+        std::chrono::milliseconds followLimit = std::chrono::seconds(10);
         /// Before a host that ended is looked for again, the first time, the second and so on; the last
         /// stands for all further ones. A state that arrives begins the row anew.
         std::vector<std::chrono::milliseconds> pauses = {std::chrono::milliseconds(100),
