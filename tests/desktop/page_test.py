@@ -56,6 +56,15 @@ class PageInChromium(unittest.TestCase):
             for part in ("done", "track"):
                 self.assertGreaterEqual(self.contrast(f".all .{part}", ".all a"), 3, f"{part}, {preferred}")
 
+    def test_the_ring_of_one_link_of_several_stands_around_what_is_drawn(self):
+        self.browser.script("document.querySelectorAll('.systemLarge.light a')[1].focus({focusVisible: true})")
+        ring, row, clip = self.browser.script("""
+            const rect = document.activeElement.querySelector('rect');
+            const size = box => [box.width, box.height];
+            const before = [rect.width.baseVal.value, rect.height.baseVal.value];
+            return [size(rect.getBoundingClientRect()), before, size(rect.closest('.widget').getBoundingClientRect())];""")
+        self.assertTrue(row[0] + 8 < ring[0] < clip[0] and row[1] + 6 < ring[1], (ring, row, clip))
+
     def contrast(self, shape, ground):
         """Of what fills the one on the other's ground (WCAG 2.2, 1.4.11)."""
         return self.browser.script("""
