@@ -174,6 +174,7 @@ void WidgetWindow::followMonitors() {
 void WidgetWindow::awaitMonitor() {
     isAway_ = true;
     hide();
+    awaiting_.disconnect();
     awaiting_ = Glib::signal_timeout().connect(
         [this] {
             const auto monitors = allMonitors();
