@@ -7,6 +7,10 @@ string(REPLACE "\\" "\\\\" program_as_string "${program}")
 string(REGEX REPLACE "([\"`$\\\\])" "\\\\\\1" program_as_argument "${program}")
 string(REPLACE "\\" "\\\\" program_as_argument "${program_as_argument}")
 string(REPLACE "%" "%%" program_as_argument "${program_as_argument}")
+# xdg-open of a desktop that is none of the large ones takes quotes for a part of the name.
+if(NOT program MATCHES "^[A-Za-z0-9/._+,:@-]+$")
+    set(program_as_argument "\"${program_as_argument}\"")
+endif()
 # A quoted word of a unit: systemd takes no program with a quote or a backslash in its name.
 string(REPLACE "%" "%%" program_in_unit "${program}")
 configure_file("${template}" "${output}" @ONLY)

@@ -13,11 +13,11 @@
 
 #include "host/reader/TerminalText.hpp"
 #include "host/widget/ExtensionSession.hpp"
+#include "host/widget/SignedOutReason.hpp"
 #include "host/widget/Spinner.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/Streams/Streams.hpp"
-#include "server/KeychainError.hpp"
 
 namespace host {
 
@@ -65,7 +65,7 @@ class VisibleWait {
     ExtensionProcess::LineHandler lineHandler() const {
         const bool isSeen = interruption_ && ::isatty(STDERR_FILENO) == 1;
         return [spinner = spinner_, isSeen](std::string_view line) {
-            if (isSeen && server::tellsOfAbsence(line)) return;
+            if (isSeen && tellsOfAbsence(line)) return;
             spinner->makeRoom();
             printExtensionLine(line);
         };

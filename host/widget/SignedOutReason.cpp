@@ -21,4 +21,8 @@ std::string_view howToSignIn(const widget::SimpleEntry& entry, const widget::Fet
     return "nobody is signed in; to sign in: vela-companion sign-in";
 }
 
+bool tellsOfAbsence(std::string_view line) {
+    return line.starts_with("Failed to fetch item ") && line.ends_with(" with reason itemNotFound");
+}
+
 }  // namespace host

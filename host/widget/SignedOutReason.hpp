@@ -19,4 +19,8 @@ std::string_view whySignedOut(const widget::SimpleEntry& entry, const widget::Fe
 /// What a person does about a sign-in view where nothing is stored to sign in with; else empty.
 std::string_view howToSignIn(const widget::SimpleEntry& entry, const widget::FetchOutcome& outcome);
 
+/// Whether `line` is what the extension prints where a token is not stored, which the sign-in view says as
+/// well.
+bool tellsOfAbsence(std::string_view line);
+
 }  // namespace host

@@ -92,7 +92,8 @@ ChafaPixelMode pixelMode(ChafaTermInfo* terminal) {
 
 ChafaCanvasMode canvasMode(ChafaTermInfo* terminal) {
     const char* noColor = g_getenv("NO_COLOR");
-    if (noColor && *noColor) return CHAFA_CANVAS_MODE_FGBG;
+    const bool isDumb = g_strcmp0(g_getenv("TERM"), "dumb") == 0;
+    if (isDumb || (noColor && *noColor)) return CHAFA_CANVAS_MODE_FGBG;
     const char* depth = g_getenv("COLORTERM");
     const bool isTrueColor = depth && (g_str_equal(depth, "truecolor") || g_str_equal(depth, "24bit"));
     if (isTrueColor && chafa_term_info_have_seq(terminal, CHAFA_TERM_SEQ_SET_COLOR_FGBG_DIRECT))

@@ -10,6 +10,7 @@
 #include <giomm/file.h>
 #include <glibmm/main.h>
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -29,6 +30,8 @@ constexpr double keyStep = 16;
 constexpr double smallKeyStep = 1;
 /// So long a window stands still before its place is written down.
 constexpr unsigned writingDelay = 400;
+/// In milliseconds: within which a compositor that closes a layer has told of a monitor that is gone.
+constexpr unsigned monitorDelay = 1000;
 
 void postToMainLoop(std::function<void()> act) {
     auto* call = new std::function<void()>(std::move(act));
@@ -85,7 +88,7 @@ WidgetWindow::WidgetWindow(Options options)
     area_.show();
     wanted_.family = options_.family;
     property_scale_factor().signal_changed().connect([this] { want(); });
-    get_screen()->signal_monitors_changed().connect([this] { stand(); });
+    get_screen()->signal_monitors_changed().connect([this] { followMonitors(); });
     get_screen()->signal_composited_changed().connect([this] { cutOut(); });
     signal_map().connect([this] { cutOut(); });
     feed_ = std::make_unique<WidgetFeed>(
@@ -102,6 +105,7 @@ WidgetWindow::WidgetWindow(Options options)
 }
 
 WidgetWindow::~WidgetWindow() {
+    awaiting_.disconnect();
     if (writing_.connected()) write();
 }
 
@@ -159,6 +163,34 @@ void WidgetWindow::cutOut() {
         ::gdk_window_shape_combine_region(window->gobj(), nullptr, 0, 0);
     else
         window->shape_combine_region(outline, 0, 0);
+}
+
+void WidgetWindow::followMonitors() {
+    stand();
+    if (isAway_ && mainMonitor()) comeBack();
+}
+
+/// A compositor closes a layer with its monitor, and may do so before it tells of that.
+void WidgetWindow::awaitMonitor() {
+    isAway_ = true;
+    hide();
+    awaiting_.disconnect();
+    awaiting_ = Glib::signal_timeout().connect(
+        [this] {
+            const auto monitors = allMonitors();
+            const bool isStillThere = std::ranges::find(monitors, monitor_) != monitors.end();
+            if (isAway_ && isStillThere) options_.onQuit();
+            return false;
+        },
+        monitorDelay);
+}
+
+void WidgetWindow::comeBack() {
+    isAway_ = false;
+    awaiting_.disconnect();
+    show();
+    unset_focus();
+    stand();
 }
 
 /// Where it stood last, as far as that monitor is there.
@@ -349,7 +381,10 @@ bool WidgetWindow::moveByKey(const GdkEventKey& event) {
 }
 
 bool WidgetWindow::on_delete_event(GdkEventAny*) {
-    options_.onQuit();
+    if (placement_->endsWithItsMonitor())
+        awaitMonitor();
+    else
+        options_.onQuit();
     return true;
 }
 

@@ -65,6 +65,9 @@ class WidgetWindow : public Gtk::Window {
     void want();
     void appear();
     void cutOut();
+    void followMonitors();
+    void awaitMonitor();
+    void comeBack();
     void stand();
     void standOn(const Glib::RefPtr<Gdk::Monitor>& monitor);
     void moveTo(drawing::Point place);
@@ -97,7 +100,10 @@ class WidgetWindow : public Gtk::Window {
     std::string remark_;
     bool hasAppeared_ = false;
     bool hasComplainedOfPlaces_ = false;
+    /// Hidden until a monitor is there.
+    bool isAway_ = false;
     sigc::connection writing_;
+    sigc::connection awaiting_;
     std::unique_ptr<Gtk::Menu> menu_;
     std::unique_ptr<WidgetFeed> feed_;
 };

@@ -81,6 +81,7 @@ class LayerPlacement : public WindowPlacement {
     }
 
     bool movesAtOnce() const override { return false; }
+    bool endsWithItsMonitor() const override { return true; }
 
     void carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size size,
                const Paint& paint) override {
@@ -90,8 +91,13 @@ class LayerPlacement : public WindowPlacement {
     }
 
     void move(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place) override {
+        const bool isUnseen = monitor && ::gtk_widget_get_mapped(GTK_WIDGET(window_)) && !isOn(monitor);
         placeLayer(window_, monitor, place);
         likeness_.reset();
+        if (!isUnseen) return;
+        // For what nobody sees no frame is due, and only with a frame is a compositor told of another place.
+        ::gtk_widget_hide(GTK_WIDGET(window_));
+        ::gtk_widget_show(GTK_WIDGET(window_));
     }
 
     /// A layer's window does not know where it is on the screen.
@@ -100,6 +106,13 @@ class LayerPlacement : public WindowPlacement {
     }
 
   private:
+    /// Whether the place that the compositor knows is on that monitor, as large as that is now.
+    bool isOn(const Glib::RefPtr<Gdk::Monitor>& monitor) const {
+        const auto area = freeArea(monitor).size;
+        return ::gtk_layer_get_margin(window_, GTK_LAYER_SHELL_EDGE_LEFT) < area.width &&
+               ::gtk_layer_get_margin(window_, GTK_LAYER_SHELL_EDGE_TOP) < area.height;
+    }
+
     GtkWindow* window_;
     std::unique_ptr<Likeness> likeness_;
 };

@@ -34,6 +34,8 @@ class WindowPlacement {
     /// Whether a move is seen before the pointer's next step. Compositors do not agree on where a pointer is
     /// in a layer that moves beneath it: what is dragged there is a likeness, until it is put down.
     virtual bool movesAtOnce() const { return true; }
+    /// Whether the desktop closes a window whose monitor goes.
+    virtual bool endsWithItsMonitor() const { return false; }
     /// Shows where the window would stand; `paint` paints its likeness. Until the next `move`.
     virtual void carry(const Glib::RefPtr<Gdk::Monitor>& monitor, drawing::Point place, drawing::Size size,
                        const Paint& paint);

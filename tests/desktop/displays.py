@@ -55,6 +55,35 @@ class WaylandDisplay:
         return Image.open(file).convert("RGB")
 
 
+class NestedDisplay:
+    """A compositor within another. Its monitor is a window there: what is closed is unplugged."""
+
+    def __init__(self, person):
+        self.outer = WaylandDisplay(person, "default_border none\n", (1280, 800))
+        self.person = person
+        self.runtime = Path(person.environment["XDG_RUNTIME_DIR"])
+        self.outer_socket = self._found("sway-ipc.*", set())
+        before = {pattern: set(self.runtime.glob(pattern)) for pattern in ("sway-ipc.*", "wayland-*")}
+        file = person.folder / "nested.config"
+        file.write_text("output * bg #202020 solid_color\nxwayland disable\n")
+        person.start("sway", "--config", file, environment=person.environment | {"WLR_BACKENDS": "wayland"})
+        self.socket = self._found("sway-ipc.*", before["sway-ipc.*"])
+        person.environment["WAYLAND_DISPLAY"] = self._found("wayland-*", before["wayland-*"]).name
+
+    def _found(self, pattern, known):
+        return eventually(lambda: next((path for path in sorted(set(self.runtime.glob(pattern)) - known)
+                                        if path.suffix != ".lock"), None), pattern)
+
+    def unplug(self):
+        self.person.run("swaymsg", "-s", self.outer_socket, "[app_id=wlroots]", "kill")
+
+    def plug_in(self):
+        self.person.run("swaymsg", "-s", self.socket, "create_output")
+
+    def picture(self):
+        return self.outer.picture()
+
+
 def pixels(picture, color, tolerance=60):
     """How many pixels are about of that colour."""
     if picture is None:

@@ -6,6 +6,7 @@
 import unittest
 from pathlib import Path
 
+from displays import XDisplay
 from person import PROGRAMS, Person, eventually
 
 
@@ -16,6 +17,15 @@ class Links(unittest.TestCase):
             handler = person.run("xdg-mime", "query", "default", "x-scheme-handler/velaapp").strip()
             self.assertEqual(handler, "vela-companion.desktop")
             person.run("gio", "open", "velaapp://order/42")
+            eventually(person.opened_links, "the page")
+            self.assertEqual(person.opened_links(), [person.environment["BASE_URL"] + "/order/42"])
+
+    def test_a_clicked_link_opens_its_page_where_there_is_no_desktop(self):
+        with Person() as person:
+            XDisplay(person)
+            person.environment["XDG_DATA_DIRS"] = f"{PROGRAMS.parent / 'share'}:/usr/share"
+            # By its path: by its name the companion finds the one that notes links.
+            person.run("/usr/bin/xdg-open", "velaapp://order/42")
             eventually(person.opened_links, "the page")
             self.assertEqual(person.opened_links(), [person.environment["BASE_URL"] + "/order/42"])
 

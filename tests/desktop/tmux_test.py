@@ -47,6 +47,8 @@ class Tmux(unittest.TestCase):
                 person.sign_out()
                 eventually(lambda: "Arriving" not in self.screen(person, "view"), "an empty view", 3)
                 self.tmux(person, "send-keys", "-t", "view", "q")
+                # What is typed with it would be the view's to read.
+                eventually(lambda: not list(person.processes(b"show")), "the end of the view")
                 self.tmux(person, "send-keys", "-t", "view", "echo back", "Enter")
                 eventually(lambda: "\nback" in self.screen(person, "view"), "the shell")
             finally:

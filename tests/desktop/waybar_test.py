@@ -21,7 +21,7 @@ class Waybar(unittest.TestCase):
         (folder / "config").write_text('{"layer": "top", "modules-left": ["custom/vela"], "modules-right": ["clock"],\n'
                                        + person.setup("waybar") + "}")
         (folder / "style.css").write_text(STYLE)
-        display = WaylandDisplay(person, "", (720, 120))
+        display = WaylandDisplay(person, "", (420, 120))
         person.start("waybar")
         return display
 

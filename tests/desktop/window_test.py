@@ -14,7 +14,7 @@ import time
 import unittest
 from pathlib import Path
 
-from displays import WaylandDisplay, XDisplay, keep, pixels
+from displays import NestedDisplay, WaylandDisplay, XDisplay, keep, pixels
 from person import Person, eventually
 from virtual_pointer import VirtualPointer
 
@@ -379,6 +379,34 @@ class InALayer(WindowTest):
             self.compositor(person, "output", "HEADLESS-1", "scale", "2")
             eventually(lambda: self.ink(display) > 2.5 * usual, "twice as many pixels a side")
             keep(display.picture(), "window-scale")
+
+    def test_is_seen_when_its_monitor_changes_while_it_is_drawn(self):
+        with Person() as person:
+            self.prepare(person)
+            person.environment["GSETTINGS_BACKEND"] = "keyfile"
+            self.scale_texts(person, 2.0)
+            display = WaylandDisplay(person, "", (1280, 800))
+            person.start("vela-widget", "window")
+            eventually(lambda: pixels(display.picture(), BRAND, 30) > 300, "the widget")
+            for _ in range(5):
+                # What is beyond the smaller monitor gets no frame.
+                for factor, scale in ((1.0, "2"), (2.0, "1")):
+                    self.scale_texts(person, factor)
+                    self.compositor(person, "output", "HEADLESS-1", "scale", scale)
+                    eventually(lambda: pixels(display.picture(), BRAND, 30) > 300, f"the widget at a scale of {scale}", 5)
+
+    def test_outlives_its_only_monitor_and_comes_back_with_it(self):
+        with Person() as person:
+            self.prepare(person)
+            display = NestedDisplay(person)
+            window = person.start("vela-widget", "window")
+            shown = eventually(lambda: pixels(display.picture(), BRAND, 30) > 300 and display.picture(), "the widget")
+            display.unplug()
+            eventually(lambda: pixels(display.picture(), BRAND, 30) == 0, "no monitor")
+            time.sleep(2)
+            self.assertIsNone(window.poll())
+            display.plug_in()
+            eventually(lambda: (picture := display.picture()) and picture.tobytes() == shown.tobytes(), "the widget as it was")
 
     @staticmethod
     def ink(display):

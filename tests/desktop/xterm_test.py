@@ -19,7 +19,7 @@ class Xterm(unittest.TestCase):
             display = XDisplay(person, (800, 400))
             after = person.folder / "after"
             person.start("xterm", *FONT, *COLORS, "-b", "12", "-geometry", "76x20+0+0", "-e",
-                         f"vela-widget show --follow; stty -a > {after}")
+                         f"COLORTERM=truecolor vela-widget show --follow; stty -a > {after}")
             ground = eventually(lambda: self.inked(display) > 2000 and display.picture(), "the packages")
             window = person.run("xdotool", "search", "--onlyvisible", "--class", "xterm").split()[-1]
             person.run("xdotool", "windowfocus", "--sync", window)

@@ -272,9 +272,10 @@ class WidgetOnATerminal : public WidgetCommand {
         signIn();
     }
 
-    std::string shown() const {
+    std::string shown(const std::string& command = "show") const {
         ProgramRun script = {.program = "/usr/bin/script"};
-        script.arguments = {"-qec", (platform::testing::programFolder() / "vela-widget").string() + " show",
+        script.arguments = {"-qec",
+                            (platform::testing::programFolder() / "vela-widget").string() + " " + command,
                             "/dev/null"};
         script.environment = environment;
         const auto result = script.run();
@@ -307,6 +308,14 @@ TEST_F(WidgetOnATerminal, KeepsToPlainTextWhereTheTerminalIsDumb) {
     EXPECT_EQ(text.find('\x1b'), std::string::npos) << text;
     EXPECT_EQ(text.find("Looking for"), std::string::npos) << text;
     EXPECT_NE(text.find("velaapp://delivery/d-1"), std::string::npos);
+}
+
+TEST_F(WidgetOnATerminal, DrawsWithoutAnythingToObeyWhereTheTerminalIsDumb) {
+    serve(slowServer);
+    environment["TERM"] = "dumb";
+    const auto drawn = shown("show --image");
+    EXPECT_NE(drawn.find("█"), std::string::npos) << drawn;
+    EXPECT_EQ(drawn.find('\x1b'), std::string::npos) << drawn;
 }
 
 TEST_F(WidgetOnATerminal, RespectsNoColor) {

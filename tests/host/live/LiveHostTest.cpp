@@ -510,6 +510,20 @@ TEST_F(LiveHostTest, DoesNotWaitForAWeekWhereTheClockWasSetBackByOne) {
     EXPECT_EQ(extension.timelines, 3);
 }
 
+TEST_F(LiveHostTest, GoesOnWhereTheClockIsSetForwardByAYearAndBackAgain) {
+    start();
+    int timelines = 1;
+    for (const double year : {365 * 24 * hour, -365 * 24 * hour}) {
+        clock.jump(year);
+        happens(SystemEvent::clockSet);
+        EXPECT_EQ(shown(), "Ada's");
+        EXPECT_EQ(asOf(), "");
+        EXPECT_EQ(extension.timelines, ++timelines);
+        clock.advance(hour + 1);
+        EXPECT_EQ(extension.timelines, ++timelines);
+    }
+}
+
 TEST_F(LiveHostTest, AsksRightAfterASleepThatPassedItsDate) {
     start();
     clock.jump(10 * hour);

@@ -31,6 +31,12 @@ TEST(Midnight, IsTheBeginningOfTheNextDayInThePersonsZone) {
              Case{"Europe/Berlin", "2026-10-25T12:00:00Z", "2026-10-25T23:00:00Z"},
              // A day that begins at one o'clock.
              Case{"Africa/Cairo", "2026-04-23T12:00:00Z", "2026-04-23T22:00:00Z"},
+             Case{"America/Asuncion", "2023-09-30T12:00:00Z", "2023-10-01T04:00:00Z"},
+             Case{"America/Santiago", "2026-09-05T12:00:00Z", "2026-09-06T04:00:00Z"},
+             // A day whose last hour comes twice, and one whose first does.
+             Case{"America/Asuncion", "2024-03-23T12:00:00Z", "2024-03-24T04:00:00Z"},
+             Case{"Asia/Beirut", "2026-10-24T12:00:00Z", "2026-10-24T22:00:00Z"},
+             Case{"America/Havana", "2026-10-31T12:00:00Z", "2026-11-01T04:00:00Z"},
              // A day that never was.
              Case{"Pacific/Apia", "2011-12-30T05:00:00Z", "2011-12-30T10:00:00Z"},
          }) {
