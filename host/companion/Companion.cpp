@@ -52,21 +52,39 @@ std::string serverURL(std::unique_ptr<platform::UserDefaults> suite) {
         .serverURL();
 }
 
+/// Of a keychain that says no more than its error.
+std::string_view remedy(const Keychain::KeychainError& error) {
+    using Error = Keychain::KeychainError;
+    if (error.value() == Error::interactionNotAllowed)
+        return "it is locked, or kept busy: unlock it, or end the program that keeps it";
+    if (error.value() == Error::notAvailable)
+        return "the desktop's keyring does not answer: start it, anew where it hangs, or leave VELA_KEYCHAIN "
+               "unset to keep the sign-in in a file";
+    return "";
+}
+
 [[noreturn]] void failWith(std::string what, const Keychain::KeychainError& error) {
     what.append(": ").append(error.name());
-    if (!platform::SecItemFault().empty()) what.append("; ").append(platform::SecItemFault());
+    const std::string& fault = platform::SecItemFault();
+    const auto more = fault.empty() ? remedy(error) : std::string_view(fault);
+    if (!more.empty()) what.append("; ").append(more);
     throw CompanionError(what);
 }
 
-/// Whether an item is stored, without reading it. Throws for a keychain that cannot tell.
-bool isStored(const Keychain& keychain, const char* key) {
+/// What a look for an item comes to, which is not read; nothing where it is stored.
+std::optional<Keychain::KeychainError> errorOfLook(const Keychain& keychain, const char* key) {
     const platform::SecAttributes query = {
         {platform::kSecClass, std::string(platform::kSecClassGenericPassword)},
         {platform::kSecAttrService,
          keychain.id + "_" + std::string(Keychain::rawValue(keychain.accessibility))},
         {platform::kSecAttrAccount, std::string(key)},
     };
-    const auto error = Keychain::KeychainError::ofStatus(platform::SecItemCopyMatching(query, nullptr));
+    return Keychain::KeychainError::ofStatus(platform::SecItemCopyMatching(query, nullptr));
+}
+
+/// Throws for a keychain that cannot tell.
+bool isStored(const Keychain& keychain, const char* key) {
+    const auto error = errorOfLook(keychain, key);
     if (!error) return true;
     if (error->value() == Keychain::KeychainError::itemNotFound) return false;
     failWith("the keychain cannot be read", *error);
@@ -108,8 +126,11 @@ void storeToken(const Keychain& keychain, const std::string& token, const char* 
     const platform::Data data = {token};
     keychain.setData(data, key);
     if (keychain.dataForKey(key) == data) return;
-    std::string what = "the keychain did not take the tokens";
-    if (!platform::SecItemFault().empty()) what.append(": ").append(platform::SecItemFault());
+    const std::string what = "the keychain did not take the tokens";
+    if (!platform::SecItemFault().empty()) throw CompanionError(what + ": " + platform::SecItemFault());
+    // It may say now why not.
+    const auto error = errorOfLook(keychain, key);
+    if (error && error->value() != Keychain::KeychainError::itemNotFound) failWith(what, *error);
     throw CompanionError(what);
 }
 

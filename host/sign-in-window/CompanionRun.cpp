@@ -30,10 +30,18 @@ platform::ChildProgram::Options runOf(const std::vector<std::string>& arguments)
             .isApart = true};
 }
 
-std::string withoutName(std::string_view line) {
+/// The lines that are the companion's own; the keychain's beside them say nothing to a person.
+std::string ownLines(std::string_view text) {
     constexpr std::string_view prefix = "vela-companion: ";
-    if (line.starts_with(prefix)) line.remove_prefix(prefix.size());
-    return std::string(platform::trimmed(line));
+    std::string own;
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        const auto line = text.substr(0, end);
+        if (line.starts_with(prefix))
+            own.append(own.empty() ? "" : "\n").append(platform::trimmed(line.substr(prefix.size())));
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return own;
 }
 
 }  // namespace
@@ -59,7 +67,7 @@ bool CompanionRun::takeWords() {
     if (length > 0 && words_.size() < longestAnswer) {
         const std::string_view said(bytes.data(), static_cast<std::size_t>(length));
         words_ += said;
-        onLine_(withoutName(said));
+        if (const auto own = ownLines(said); !own.empty()) onLine_(own);
     }
     if (length > 0) return true;
     // Not from within: the handler may destroy this.
@@ -75,12 +83,8 @@ void CompanionRun::conclude() {
     outcome.output = platform::readUpTo(program_.output(), longestAnswer).value_or("");
     const int status = program_.wait();
     outcome.isSuccess = status == 0;
-    std::string_view rest = words_;
-    while (!rest.empty()) {
-        const auto end = std::min(rest.find('\n'), rest.size());
-        outcome.words += (outcome.words.empty() ? "" : "\n") + withoutName(rest.substr(0, end));
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-    }
+    outcome.words = ownLines(words_);
+    if (outcome.words.empty()) outcome.words = platform::trimmed(words_);
     // What it said until then is not why.
     constexpr int endedBySignal = 128;
     if (status > endedBySignal || (!outcome.isSuccess && outcome.words.empty()))

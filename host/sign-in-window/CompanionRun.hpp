@@ -21,7 +21,8 @@ class CompanionRun {
     struct Outcome {
         bool isSuccess = false;
         std::string output = {};
-        /// What it said, without its name before each line.
+        /// What it said to the person, without its name before each line; where it said nothing so, all that
+        /// stood there.
         std::string words = {};
     };
     using EndHandler = std::function<void(const Outcome&)>;

@@ -312,5 +312,17 @@ TEST_F(Companion, LosesNothingOfADamagedDefaultsFile) {
     EXPECT_EQ(std::string((std::istreambuf_iterator<char>(stream)), {}), R"({"PONTAL_URL": "http://half)");
 }
 
+TEST_F(Companion, SaysWhatToDoAboutAKeyringThatIsNotThere) {
+    environment["VELA_KEYCHAIN"] = "secret-service";
+    environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nonexistent";
+    for (const auto& result :
+         {companion({"sign-in"}, credentials), companion({"status"}), companion({"sign-out"})}) {
+        EXPECT_EQ(result.status, 1);
+        EXPECT_NE(result.errors.find("the desktop's keyring does not answer: start it, anew where it hangs"),
+                  std::string::npos)
+            << result.errors;
+    }
+}
+
 }  // namespace
 }  // namespace host

@@ -242,6 +242,15 @@ TEST_F(Tour, GoesByItselfWithoutATerminalAndChangesNothing) {
     expectNothingLeft();
 }
 
+TEST_F(Tour, FailsWhereNobodyCouldReadIt) {
+    const auto call =
+        (platform::testing::programFolder() / "vela-widget").string() + " tour --yes >/dev/full";
+    const auto result = program("/bin/sh", {"-c", call}).run();
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.errors, HasSubstr("No space left on device"));
+    expectNothingLeft();
+}
+
 TEST_F(Tour, SaysWhichPackageTheSamplePersonsServerIsIn) {
     const auto alone = folder.path() / "vela-widget";
     std::filesystem::copy(platform::testing::programFolder() / "vela-widget", alone);

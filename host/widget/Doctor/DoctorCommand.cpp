@@ -61,15 +61,6 @@ constexpr std::array fontPackages = {
     FontPackage{"fonts-noto-color-emoji", "NotoColorEmoji"},
 };
 
-/// As the bundle's fonts.conf has them.
-std::vector<fs::path> fontFolders() {
-    std::vector<fs::path> folders = {"/usr/share/fonts", "/usr/local/share/fonts"};
-    if (const auto home = platform::dataHome()) folders.push_back(*home / "fonts");
-    if (const auto home = platform::environmentVariable("HOME"))
-        folders.push_back(fs::path(*home) / ".fonts");
-    return folders;
-}
-
 /// By a drawing of what is shown while nothing is known.
 asio::awaitable<void> lookAtDrawing(Evidence& evidence, ExtensionSession& session) {
     try {
@@ -202,6 +193,14 @@ int report(const DoctorCommand& command) {
 }
 
 }  // namespace
+
+std::vector<fs::path> fontFolders() {
+    std::vector<fs::path> folders = {"/usr/share/fonts", "/usr/local/share/fonts"};
+    if (const auto home = platform::dataHome()) folders.push_back(*home / "fonts");
+    if (const auto home = platform::environmentVariable("HOME"))
+        folders.push_back(fs::path(*home) / ".fonts");
+    return folders;
+}
 
 std::vector<std::string> missingFontPackages(const std::vector<fs::path>& folders) {
     std::array<bool, fontPackages.size()> areThere = {};

@@ -20,6 +20,9 @@ struct DoctorCommand {
     int run() const;
 };
 
+/// Where fonts are looked for, as the bundle's fonts.conf has it: the machine's and the person's.
+std::vector<std::filesystem::path> fontFolders();
+
 /// The packages of packaging/debian-packages-run.txt of whose fonts none lies in `folders` or below.
 std::vector<std::string> missingFontPackages(const std::vector<std::filesystem::path>& folders);
 

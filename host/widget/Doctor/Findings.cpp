@@ -80,7 +80,8 @@ Finding keyringFinding(const Diagnosis& extension) {
         case CredentialState::unreadable:
             return problem("keyring",
                            isDesktops
-                               ? "The desktop's keyring cannot be read: start it, or leave VELA_KEYCHAIN "
+                               ? "The desktop's keyring does not answer: start it, anew where it hangs, or "
+                                 "leave VELA_KEYCHAIN "
                                  "unset to keep the sign-in in a file."
                                : "The embedded keychain cannot be read: vela-companion status says why.");
     }

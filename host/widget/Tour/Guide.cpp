@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "host/widget/OneShotHost.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/ProcessInfo/ChildProgram.hpp"
 #include "platform/ProcessInfo/SiblingProgram.hpp"
@@ -38,7 +39,7 @@ Guide::~Guide() {
 }
 
 void Guide::say(const std::string& text) const {
-    platform::writeAll(STDOUT_FILENO, text + "\n");
+    writeToStandardOutput(text + "\n");
 }
 
 std::optional<std::string> Guide::ask(const std::string& question) const {

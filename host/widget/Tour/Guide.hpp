@@ -39,6 +39,7 @@ class Guide {
     Guide& operator=(const Guide&) = delete;
 
     bool asks() const { return manner_ == TourManner::asking; }
+    /// Throws std::exception where it cannot be written.
     void say(const std::string& text) const;
     /// The answer without blanks at its ends; nothing at the end of the input. Asks again after the job was
     /// stopped. Only for a guide that asks.

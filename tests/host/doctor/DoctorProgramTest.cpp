@@ -65,6 +65,8 @@ TEST_F(DoctorProgram, FindsAServerThatAnswers) {
         program("vela-sandbox", {"--port", "0", "--ready-file", ready.string()}));
     ASSERT_TRUE(platform::testing::eventually([&] { return std::filesystem::exists(ready); }));
     environment["BASE_URL"] = folder.read("ready").substr(0, folder.read("ready").find('\n'));
+    // Nothing but advice is left, which is no failure.
+    makeRuntimeFolder();
     const auto found = verdicts(widget({"doctor", "--json"}));
     EXPECT_EQ(found.at("server"), "good");
     EXPECT_EQ(found.at("keyring"), "advice");
@@ -148,6 +150,13 @@ TEST_F(DoctorProgram, FindsALiveHostThatIsStopped) {
     EXPECT_THAT(result.output,
                 HasSubstr("problem  live host: No surface is served: the live host has not answered"));
     EXPECT_THAT(result.output, HasSubstr("kill -KILL " + std::to_string(host.processIdentifier())));
+}
+
+TEST_F(DoctorProgram, FindsThatNothingOpensPages) {
+    environment["PATH"] = folder.path().string();
+    EXPECT_THAT(saidIn(widget({"doctor", "--json"}), "sentence").at("links"), HasSubstr("install xdg-utils"));
+    fs::permissions(folder.write("xdg-open", "#!/bin/sh\n"), fs::perms::owner_all);
+    EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("links"), "good");
 }
 
 TEST_F(DoctorProgram, StartsNoLiveHost) {

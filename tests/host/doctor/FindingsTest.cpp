@@ -9,6 +9,7 @@
 
 #include "host/widget/Doctor/DoctorCommand.hpp"
 #include "tests/support/ChildProcess.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 namespace host {
@@ -189,6 +190,47 @@ TEST(Findings, AreGoodWhereThereIsNoServiceManagerAndWhereTZSaysTheZone) {
     EXPECT_EQ(findingOf(evidence, "zone").verdict, Verdict::good);
 }
 
+TEST(Findings, TakeEveryAnswerOfAServerForOneButAFailureOfItsOwn) {
+    for (const auto& [status, verdict] :
+         {std::pair(200, Verdict::good), std::pair(404, Verdict::good), std::pair(499, Verdict::good),
+          std::pair(500, Verdict::advice), std::pair(599, Verdict::advice)}) {
+        Evidence evidence = wellEvidence();
+        evidence.extension->serverStatus = status;
+        EXPECT_EQ(findingOf(evidence, "server").verdict, verdict) << status;
+    }
+}
+
+TEST(Findings, NameWhereASignInIs) {
+    for (const auto& [keychain, words] : {std::pair("embedded", "the embedded keychain"),
+                                          std::pair("secret-service", "the desktop's keyring")})
+        for (const auto state : {CredentialState::stored, CredentialState::expired, CredentialState::none,
+                                 CredentialState::locked}) {
+            Evidence evidence = wellEvidence();
+            evidence.extension->keychain = keychain;
+            evidence.extension->credentials.state = state;
+            const auto sentence = findingOf(evidence, "keyring").sentence;
+            EXPECT_NE(sentence.find(words), std::string::npos) << sentence;
+        }
+}
+
+TEST(Findings, NameEveryFontPackageThatIsMissing) {
+    Evidence evidence = wellEvidence();
+    evidence.missingFonts = {"fonts-inter", "fonts-noto-core", "fonts-noto-cjk"};
+    const auto finding = findingOf(evidence, "fonts");
+    EXPECT_EQ(finding.verdict, Verdict::problem) << "the widget's own is the first of them";
+    EXPECT_NE(finding.sentence.find(" fonts-inter fonts-noto-core fonts-noto-cjk."), std::string::npos);
+}
+
+TEST(Findings, NameTheLiveHostAndCountItsReaders) {
+    Evidence evidence = wellEvidence();
+    for (const auto& [readers, words] :
+         {std::pair(0, "Process 7 serves 0 readers."), std::pair(1, "Process 7 serves 1 reader."),
+          std::pair(5, "Process 7 serves 5 readers.")}) {
+        evidence.liveHost->readers = readers;
+        EXPECT_EQ(findingOf(evidence, "live host").sentence, words);
+    }
+}
+
 TEST(Findings, PrintNothingThatATerminalWouldObey) {
     Evidence evidence = wellEvidence();
     evidence.extension->bundle = "/a\x1b[2Jb";
@@ -202,6 +244,13 @@ TEST(FaultOfStoringIn, IsThatOfTheNearestFolderThatIsThere) {
     EXPECT_EQ(platform::testing::runWithoutPrivileges(
                   [] { return faultOfStoringIn("/nonexistent/folder") == "/: Permission denied" ? 0 : 1; }),
               0);
+}
+
+TEST(FontFolders, AreTheMachinesAndThePersons) {
+    const platform::testing::ScopedEnvironment environment(
+        {{"HOME", "/home/ada"}, {"XDG_DATA_HOME", "/data"}});
+    EXPECT_EQ(fontFolders(), (std::vector<std::filesystem::path>{"/usr/share/fonts", "/usr/local/share/fonts",
+                                                                 "/data/fonts", "/home/ada/.fonts"}));
 }
 
 TEST(MissingFontPackages, AreThoseOfWhichNoFileIsThere) {

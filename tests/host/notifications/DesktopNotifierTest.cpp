@@ -191,6 +191,27 @@ TEST_F(DesktopNotifierTest, IsSilentWhereThePersonIsNotToBeDisturbed) {
     EXPECT_EQ(all.at(0).urgency, 0) << "low";
 }
 
+TEST_F(DesktopNotifierTest, IsHeardWhereTheServiceSaysThatThePersonMayBeDisturbed) {
+    serve({.isInhibited = false});
+    show("One", "near");
+    const auto all = shown(1);
+    EXPECT_FALSE(all.at(0).isSilent);
+    EXPECT_EQ(all.at(0).urgency, 1);
+}
+
+TEST_F(DesktopNotifierTest, ReplacesWhatStillShowsAfterOneThatCouldNotBeShown) {
+    serve({});
+    show("One", "near");
+    shown(1);
+    service_->refuse(true);
+    show("One", "nearer");
+    ASSERT_TRUE(loop_.runUntil([&] { return service_->asked() == 2; }));
+    settle();
+    service_->refuse(false);
+    show("One", "Delivered");
+    EXPECT_EQ(shown(2).at(1).replaces, 41U);
+}
+
 TEST_F(DesktopNotifierTest, WithdrawsAllThatIsShownAndWhatIsOnItsWay) {
     serve({});
     show("One", "near");
@@ -200,13 +221,14 @@ TEST_F(DesktopNotifierTest, WithdrawsAllThatIsShownAndWhatIsOnItsWay) {
     ASSERT_TRUE(loop_.runUntil([&] { return !service_->closed().empty(); }));
     settle();
     EXPECT_THAT(service_->closed(), ElementsAre(41U));
+    EXPECT_FALSE(service_->isStartedToClose());
     EXPECT_THAT(service_->shown(), SizeIs(1)) << "the second was not shown at all";
 }
 
 TEST_F(DesktopNotifierTest, WithdrawsWhatTheServiceIsAboutToShow) {
-    serve({});
+    serve({.isSlow = true});
     show("One", "near");
-    ASSERT_TRUE(loop_.runUntil([&] { return service_->calls("Notify") == 1; }));
+    ASSERT_TRUE(loop_.runUntil([&] { return service_->asked() == 1; }));
     notifier_.withdrawAll();
     EXPECT_TRUE(loop_.runUntil([&] { return !service_->closed().empty(); }));
     show("One", "near");

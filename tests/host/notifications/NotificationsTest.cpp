@@ -85,6 +85,7 @@ TEST_F(NotificationsTest, AsksNobodyWhileNothingHappens) {
     take({{"Shop", 0.2F}});
     take({{"Shop", 0.6F}});
     EXPECT_EQ(asked_, 0);
+    EXPECT_FALSE(fs::exists(memory())) << "nothing was told";
 }
 
 TEST_F(NotificationsTest, TellsNothingTwiceThoughTheHostBeginsAnew) {
@@ -143,6 +144,38 @@ TEST_F(NotificationsTest, RemembersWhatItToldNothingOfAsWell) {
     take({{"Shop", 1.0F}, {"New", 0.8F}});
     ASSERT_TRUE(shows(2)) << "what came last was known to the host before";
     EXPECT_EQ(service_.shown().at(1).title, "New");
+}
+
+TEST_F(NotificationsTest, GoesOnRememberingWhereTheHostBeforeDid) {
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_TRUE(shows(1));
+    begin();
+    take({{"Shop", 1.0F}, {"New", 0.2F}});
+    begin();
+    take({{"Shop", 1.0F}, {"New", 0.8F}});
+    ASSERT_TRUE(shows(2));
+    EXPECT_EQ(service_.shown().at(1).title, "New");
+}
+
+TEST_F(NotificationsTest, RemembersNothingAfterASignOutBeforeSomethingIsTold) {
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_TRUE(shows(1));
+    notifications_->take({.entry = showing({}).entry}, Change::forgotten);
+    take({{"Other", 0.2F}});
+    EXPECT_FALSE(fs::exists(memory()));
+}
+
+TEST_F(NotificationsTest, TellsNothingForAHostThatLosesItsPlaceMeanwhile) {
+    isSlow_ = true;
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_EQ(asked_, 1);
+    hasPlace_ = false;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+    loop_.runUntil([&] { return std::chrono::steady_clock::now() > end; });
+    EXPECT_EQ(service_.shown().size(), 0U);
 }
 
 TEST_F(NotificationsTest, AMemoryThatIsTooLongIsNone) {

@@ -4,10 +4,15 @@
 
 // A notification service that writes down what it is asked to show.
 
+#include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "tests/support/ScriptedService.hpp"
@@ -32,8 +37,11 @@ class RecordingService {
   public:
     struct Kind {
         bool hasMarkup = true;
-        bool isInhibited = false;
+        /// Nothing where it does not say.
+        std::optional<bool> isInhibited = std::nullopt;
         bool hangs = false;
+        /// Takes a while to show something.
+        bool isSlow = false;
     };
 
     RecordingService(const std::string& address, Kind kind) : service_(address, serviceName) {
@@ -42,21 +50,24 @@ class RecordingService {
                                   : sd_bus_message_append(answer, "as", 1, "body");
         });
         if (kind.isInhibited)
-            service_.answer("Get", [](sd_bus_message*, sd_bus_message* answer) {
-                return sd_bus_message_append(answer, "v", "b", 1);
+            service_.answer("Get", [kind](sd_bus_message*, sd_bus_message* answer) {
+                return sd_bus_message_append(answer, "v", "b", *kind.isInhibited ? 1 : 0);
             });
         service_.answer("CloseNotification", [this](sd_bus_message* call, sd_bus_message*) {
             std::uint32_t number = 0;
             sd_bus_message_read(call, "u", &number);
             const std::lock_guard lock(mutex_);
             closed_.push_back(number);
+            isStartedToClose_ = isStartedToClose_ || sd_bus_message_get_auto_start(call) != 0;
             return 0;
         });
         if (kind.hangs)
             service_.ignore("Notify");
         else
-            service_.answer("Notify", [this](sd_bus_message* call, sd_bus_message* answer) {
-                return take(call, answer);
+            service_.answer("Notify", [this, kind](sd_bus_message* call, sd_bus_message* answer) {
+                ++asked_;
+                if (kind.isSlow) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                return isRefusing_ ? -EIO : take(call, answer);
             });
     }
 
@@ -68,6 +79,15 @@ class RecordingService {
         const std::lock_guard lock(mutex_);
         return closed_;
     }
+    /// Shows nothing meanwhile.
+    void refuse(bool isRefusing) { isRefusing_ = isRefusing; }
+    /// Whether it would have been started for the sake of closing something.
+    bool isStartedToClose() const {
+        const std::lock_guard lock(mutex_);
+        return isStartedToClose_;
+    }
+    /// How many notifications it was asked to show, also while it is about to.
+    int asked() const { return asked_; }
     int calls(const char* member) const { return service_.calls(member); }
     template <typename... Arguments>
     void say(const char* member, const char* types, Arguments... arguments) {
@@ -106,9 +126,12 @@ class RecordingService {
         return sd_bus_message_append(answer, "u", number);
     }
 
+    std::atomic<bool> isRefusing_ = false;
+    std::atomic<int> asked_ = 0;
     mutable std::mutex mutex_;
     std::vector<Notified> shown_;
     std::vector<std::uint32_t> closed_;
+    bool isStartedToClose_ = false;
     std::uint32_t lastNumber_ = 40;
     ScriptedService service_;
 };
