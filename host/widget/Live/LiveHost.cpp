@@ -237,6 +237,8 @@ void LiveHost::takeCredentials(const CredentialReport& report) {
         const bool isShown = isGood(state_.entry) || state_.trouble;
         if (isShown) forget(signedOut(std::nullopt));
     } else if (!before || before->state != report.state) {
+        // Whose the first answer will be is not known: the fetch may have begun before that sign-in.
+        if (fetchesBegun_ != fetchesEnded_) unsettled_ = report;
         policy_.signedIn(surroundings_.clock.now());
     } else if (before->tokens != report.tokens) {
         takeOtherTokens(report, *before);
@@ -302,7 +304,7 @@ void LiveHost::takeAnswer(std::optional<LiveExtension::Answer> answer) {
     const auto now = surroundings_.clock.now();
     if (answer) lastFetch_ = now;
     const auto unsettled = std::exchange(unsettled_, std::nullopt);
-    if (unsettled && !(answer && hasBrought(*unsettled, answer->outcome))) return forgetForAnother();
+    if (unsettled && !(answer && isOf(*unsettled, answer->outcome))) return forgetForAnother();
     if (!answer) {
         policy_.failed(now, std::nullopt);
         return keepThrough(LiveTrouble::extensionFailed);
@@ -312,6 +314,11 @@ void LiveHost::takeAnswer(std::optional<LiveExtension::Answer> answer) {
         takeEntry(*std::move(answer));
     else
         takeFailure(*answer);
+}
+
+/// Whether an answer is theirs who own those tokens, which were found while the fetch was under way.
+bool LiveHost::isOf(const CredentialReport& owner, const widget::FetchOutcome& outcome) const {
+    return good_ ? hasBrought(owner, outcome) : isSamePerson(owner, outcome.credentials);
 }
 
 /// Whether the tokens became somebody else's since the last good entry.

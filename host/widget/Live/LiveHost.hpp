@@ -103,6 +103,7 @@ class LiveHost {
     void takeAnswer(std::optional<LiveExtension::Answer> answer);
     void takeEntry(LiveExtension::Answer answer);
     void takeFailure(const LiveExtension::Answer& answer);
+    bool isOf(const widget::CredentialReport& owner, const widget::FetchOutcome& outcome) const;
     bool isOfAnother(const widget::FetchOutcome& outcome) const;
 
     void grow(platform::Date now);
@@ -126,7 +127,8 @@ class LiveHost {
     std::optional<Good> good_;
     /// What was stored when it was last looked at.
     std::optional<widget::CredentialReport> known_;
-    /// Tokens that came while a fetch was under way that may itself have brought them.
+    /// Tokens that came while a fetch was under way, which may itself have brought them or may have begun
+    /// with others.
     std::optional<widget::CredentialReport> unsettled_;
     boost::asio::steady_timer settlement_;
     std::optional<platform::Date> lastFetch_;

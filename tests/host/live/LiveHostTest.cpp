@@ -13,8 +13,11 @@ namespace host {
 namespace {
 
 using platform::SystemEvent;
+using ::testing::Contains;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using LiveHostTest = LiveWorld;
 
 constexpr const char* sample = "Shop Name";
@@ -343,6 +346,53 @@ TEST_F(LiveHostTest, ThrowsAwayAnAnswerForTokensThatWereReplacedMeanwhile) {
     extension.release();
     clock.advance(1);
     EXPECT_THAT(seen, ElementsAre(sample, "Bert's"));
+}
+
+TEST_F(LiveHostTest, ShowsNobodyThePersonBeforeWhereItsFirstFetchIsStillThatPersons) {
+    extension.isHeld = true;
+    start();
+    extension.signIn(2, 22, "Bert's");
+    happens(SystemEvent::secretsChanged);
+    extension.release();
+    clock.advance(1);
+    EXPECT_EQ(shown(), "Bert's");
+    EXPECT_THAT(seen, Not(Contains("Ada's")));
+}
+
+TEST_F(LiveHostTest, ShowsNobodyThePersonBeforeWhereNeitherIsNamed) {
+    extension.signIn(1, std::nullopt, "Ada's");
+    extension.isHeld = true;
+    start();
+    extension.signIn(2, std::nullopt, "Bert's");
+    happens(SystemEvent::secretsChanged);
+    extension.release();
+    clock.advance(1);
+    EXPECT_EQ(shown(), "Bert's");
+    EXPECT_THAT(seen, Not(Contains("Ada's")));
+}
+
+TEST_F(LiveHostTest, TakesItsFirstAnswerWhereOnlySettingsChangedMeanwhile) {
+    extension.isHeld = true;
+    start();
+    happens(SystemEvent::defaultsChanged);
+    extension.release();
+    clock.settle();
+    EXPECT_THAT(seen, Each("Ada's"));
+    EXPECT_EQ(forgotten, 0);
+}
+
+TEST_F(LiveHostTest, TakesItsFirstAnswerWhereThatFetchRenewedThePair) {
+    extension.signIn(1, std::nullopt, "Ada's");
+    extension.outcome.hasRenewed = true;
+    extension.outcome.credentials.tokens = 2;
+    extension.isHeld = true;
+    start();
+    extension.stored.tokens = 2;
+    happens(SystemEvent::secretsChanged);
+    extension.release();
+    clock.settle();
+    EXPECT_THAT(seen, Each("Ada's"));
+    EXPECT_EQ(forgotten, 0);
 }
 
 TEST_F(LiveHostTest, ForgetsAtOnceForAnotherWhileAnAnswerIsAwaited) {
