@@ -39,8 +39,24 @@ namespace {
 /// For a host to answer, and for the first answer of the extension's to one that has just begun.
 constexpr std::chrono::milliseconds patienceAtFirst = std::chrono::seconds(10);
 
+/// For a host to say what it shows, which takes it no time; one that hangs greets nobody.
+constexpr std::chrono::milliseconds patienceWithHost = std::chrono::seconds(5);
+
 /// Of hosts that begin at once all but one end, and their readers look again.
 constexpr int patientGaps = 3;
+
+LiveHostClient::Options optionsToFollow() {
+    LiveHostClient::Options options;
+    options.answerLimit = patienceWithHost;
+    return options;
+}
+
+/// A drawing may wait for its pictures. Of a host that has gone meanwhile nothing is wanted any more.
+LiveHostClient::Options optionsToDraw() {
+    LiveHostClient::Options options;
+    options.ifMissing = LiveHostClient::IfMissing::leave;
+    return options;
+}
 
 asio::awaitable<json::value> drawn(LiveHostClient& client, PictureFile file) {
     auto request = file.request({.date = platform::Date::now(), .widgetState = {}});
@@ -76,7 +92,7 @@ class PanelWait {
     PanelWait(const asio::any_io_executor& executor, const PanelCommand& command)
         : command_(command),
           end_(executor, asio::steady_timer::time_point::max()),
-          client_(executor),
+          client_(executor, optionsToFollow()),
           outputEnd_(executor, STDOUT_FILENO, StreamWatch::Interest::abandoned, [this] { end(); }) {}
 
     asio::awaitable<void> run() {
@@ -117,7 +133,8 @@ class PanelWait {
     asio::awaitable<void> compare() {
         while (latest_) {
             auto state = *std::exchange(latest_, std::nullopt);
-            auto line = co_await panelLine(client_, std::move(state), command_.picture);
+            LiveHostClient drawer(end_.get_executor(), optionsToDraw());
+            auto line = co_await panelLine(drawer, std::move(state), command_.picture);
             // Who has signed out meanwhile is not to be shown once more.
             if (latest_) continue;
             if (line.version != command_.after) write(line.text);

@@ -121,6 +121,17 @@ TEST_F(PanelProgram, SaysThatNoHostCanBeHadAndDoesNotWaitForOne) {
     }
 }
 
+TEST_F(PanelProgram, TakesAHostThatHangsForNone) {
+    startSandbox();
+    version();
+    const auto host = hostProcess();
+    ::kill(host, SIGSTOP);
+    EXPECT_EQ(waiting("of-yesterday")->waitForEnd(std::chrono::seconds(60)), 1);
+    EXPECT_EQ(printed(), "");
+    ::kill(host, SIGCONT);
+    EXPECT_THAT(panel({"--after", "of-yesterday"}).output, HasSubstr("Arriving today"));
+}
+
 TEST_F(PanelProgram, SaysSoWhenNoHostCanBeHadAnyMore) {
     startSandbox();
     const auto waiter = waiting(version());
