@@ -125,12 +125,7 @@ class Gnome(unittest.TestCase):
             tall = "".join(letter + "\u0301" * 15 + "\u0330" * 15 for letter in "TALL SHOP")
             names = [tall, "<b>Tea</b> & <span size='99'>Cake</span>", "\u202eesreveR\u202c", "Line\nbreak\u2028\u0000",
                      "Endless " * 10_000]
-            items = [{"__typename": "Order", "id": str(number), "createdAt": {"$now": "-6d"},
-                      "displayStatus": "in_transit", "deliveryStatus": "in_transit", "shop": {"name": name}}
-                     for number, name in enumerate(names)]
-            scenario = person.folder / "scenario.json"
-            scenario.write_text(json.dumps({"description": "Ill-behaved names.", "items": items}))
-            person.change(scenario)
+            person.order_from(*names)
             session = GnomeSession(person)
             eventually(lambda: has_picture(session), "the picture")
             lines = session.eval(f"{ITEM}._others._getMenuItems().map(item => item.label.text)")
@@ -144,6 +139,17 @@ class Gnome(unittest.TestCase):
                             "nothing that stands out of the panel"), "gnome-hostile")
             session.open_menu()
             keep(session.picture(), "gnome-hostile-open")
+
+    def test_shows_the_state_where_the_panel_has_no_room_for_the_name(self):
+        with Person() as person:
+            person.order_from("W" * 60)
+            session = GnomeSession(person)
+            shows(session, "In transit")
+            self.assertEqual(session.text(), "In transit")
+            keep(session.picture(), "gnome-wide-name")
+            person.order_from("Tea")
+            self._reload(session)
+            shows(session, "Tea: In transit")
 
     def test_survives_the_end_of_its_host_and_what_others_leave_in_its_place(self):
         with Person() as person:
