@@ -209,6 +209,23 @@ class Gnome(unittest.TestCase):
             words = Path(f"/proc/{person.live_host()}/cmdline").read_text().split("\0")
             self.assertNotIn("--idle-exit", words, "a host of the service manager's")
 
+    def test_starts_a_host_again_where_what_starts_it_is_stopped(self):
+        with Person() as person:
+            def change(extension):
+                file = extension / "liveHost.js"
+                text = file.read_text()
+                self.assertEqual(text.count("patienceWithReader = 30"), 1)
+                file.write_text(text.replace("patienceWithReader = 30", "patienceWithReader = 2"))
+                (extension / "programs.js").write_text(f"var folder = '{person.folder}';\n")
+
+            program = person.folder / "vela-widget"
+            program.write_text(f"#!/bin/sh\nmkdir '{person.folder}/stopped' && kill -STOP $$\n"
+                               f"exec '{PROGRAMS}/vela-widget' \"$@\"\n")
+            program.chmod(0o700)
+            session = GnomeSession(person, change=change)
+            shows(session, "Arriving today")
+            self.assertTrue((person.folder / "stopped").exists())
+
     def test_says_that_no_host_can_be_had_until_one_can(self):
         with Person() as person:
             place = person.folder / "runtime" / "vela-widget"
