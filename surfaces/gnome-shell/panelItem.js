@@ -107,7 +107,9 @@ var PanelItem = GObject.registerClass({
         if (!this._text.get_stage())
             return;
         const [, whole] = this._text.clutter_text.get_preferred_width(-1);
-        if (whole > this._text.get_theme_node().get_max_width())
+        const room = this._text.get_theme_node().get_max_width();
+        // A theme may have it that there is no bound, which is below 0.
+        if (room >= 0 && whole > room)
             this._text.text = shortText;
     }
 
