@@ -6,7 +6,7 @@ function(vela_together target)
     if(NOT VELA_UNITY)
         return()
     endif()
-    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+    set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 25)
 endfunction()
 
 # vela_at(TARGET LEVEL): its sources are optimised at that level where everything else is at the release's own. For what
@@ -73,7 +73,11 @@ function(vela_program name)
     target_sources(${name} PRIVATE ${VELA_SANITIZER_SOURCES})
     target_compile_definitions(${name} PRIVATE VELA_VERSION="${PROJECT_VERSION}")
     # What is worth optimising stands in the rooms.
-    vela_at(${name} 0 program)
+    vela_at(${name} 1)
+    # Compiled as the rooms are, so that they can begin with the same header.
+    set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+    target_compile_options(${name} PRIVATE -fPIC)
+    vela_parses_once(${name} vela_precompiled)
     target_link_libraries(${name} PRIVATE vela_warnings ${PROGRAM_USES} ${PROGRAM_LINKS})
     install(TARGETS ${name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${PROGRAM_COMPONENT})
     set_property(TARGET ${name} PROPERTY VELA_COMPONENT ${PROGRAM_COMPONENT})
@@ -97,5 +101,6 @@ function(vela_module name)
         CXX_VISIBILITY_PRESET hidden
         VISIBILITY_INLINES_HIDDEN ON
         LIBRARY_OUTPUT_DIRECTORY ${CMAKE_LIBRARY_OUTPUT_DIRECTORY}/vela-widget)
+    vela_parses_once(${name} vela_precompiled)
     install(TARGETS ${name} LIBRARY DESTINATION lib/vela-widget COMPONENT ${MODULE_COMPONENT})
 endfunction()

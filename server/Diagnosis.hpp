@@ -29,7 +29,7 @@ struct Diagnosis {
     /// It was found, and its certificate or its kind of encryption not taken.
     bool isConnectionInsecure = false;
     std::string bundle = {};
-    /// Whether the bundle has an Info dictionary that can be read.
+    /// Whether the bundle has an Info dictionary that can be read; of a whole widget, its assets as well.
     bool isBundleWhole = false;
     std::string suite = {};
 };

@@ -2,7 +2,11 @@
 
 #include "widget/Provider.hpp"
 
+#include <fstream>
+
 #include "analytics/WidgetInteractionEvent.hpp"
+#include "drawing/Image/AssetCatalogue.hpp"
+#include "platform/Bundle/Bundle.hpp"
 #include "platform/Calendar/Calendar.hpp"
 #include "platform/Log/Logger.hpp"
 #include "presentation/Wording.hpp"
@@ -33,6 +37,12 @@ WidgetState stateOf(server::FetchReport report) {
     if (report.failure) return NotLoggedIn{};
     if (!report.packages || report.packages->empty()) return NoPackages{};
     return LoggedIn{std::move(*report.packages)};
+}
+
+/// Without them nothing of the widget has its colours.
+bool hasAssets(const platform::Bundle& bundle) {
+    const auto file = bundle.resourceFolder() / drawing::AssetCatalogue::fileName;
+    return std::ifstream(file).peek() != std::ifstream::traits_type::eof();
 }
 
 }  // namespace
@@ -77,9 +87,11 @@ CredentialReport Provider::credentials() const {
 }
 
 boost::asio::awaitable<Diagnosis> Provider::diagnosis() const {
-    co_return co_await server::diagnosis(
+    auto diagnosis = co_await server::diagnosis(
         sources_.sharedDefaults(),
         platform::URLSession::session(platform::URLSessionConfiguration::defaultSessionConfiguration()));
+    diagnosis.isBundleWhole = diagnosis.isBundleWhole && hasAssets(platform::Bundle::main());
+    co_return diagnosis;
 }
 
 bool Provider::wantsNotifications() const {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -79,9 +80,13 @@ void configureFonts(const std::filesystem::path& file) {
     static_cast<void>(isConfigured);
 }
 
-/// The font map, once the fonts are configured.
+/// The font map, once the fonts are configured. Without a single font Pango has none to give, and nothing
+/// that measures text looks whether it has.
 ObjectPointer<PangoFontMap> fontMap(const std::filesystem::path& fontsConfiguration) {
     configureFonts(fontsConfiguration);
+    const FcFontSet* fonts = FcConfigGetFonts(nullptr, FcSetSystem);
+    if (!fonts || fonts->nfont == 0)
+        throw std::runtime_error("there are no fonts on this machine: install the package fonts-inter");
     return ObjectPointer<PangoFontMap>(pango_cairo_font_map_new_for_font_type(CAIRO_FONT_TYPE_FT));
 }
 

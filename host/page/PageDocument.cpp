@@ -100,12 +100,13 @@ std::string drawnFamily(const PageContents& contents, WidgetFamily family) {
     return found == contents.widgets.end() ? "" : drawnWidget(*found);
 }
 
-/// The same bar as the widget's, in the page's own colours.
+/// The same bar as the widget's, in the page's own colours: a gap parts what is done from what is not.
 std::string progressBar(float progress) {
-    const auto percent = std::to_string(std::lround(100 * std::clamp(progress, 0.0F, 1.0F)));
-    return "<svg class=\"progress\" viewBox=\"0 0 100 4\" preserveAspectRatio=\"none\">"
-           "<rect class=\"track\" width=\"100\" height=\"4\"/><rect class=\"done\" width=\"" +
-           percent + "\" height=\"4\"/></svg>";
+    const auto percent = std::lround(100 * std::clamp(progress, 0.0F, 1.0F));
+    const auto done = std::to_string(percent) + "%\" height=\"4\"/>";
+    const auto rest = std::to_string(100 - percent) + "%\" height=\"4\"/>";
+    return "<svg class=\"progress\">" + (percent > 0 ? "<rect class=\"done\" width=\"" + done : "") +
+           "<rect class=\"track\" x=\"" + std::to_string(percent) + "%\" width=\"" + rest + "</svg>";
 }
 
 /// What a browser would run, or open as a page of somebody's making, is no link.

@@ -43,13 +43,17 @@ Descriptor duplicateOf(const Descriptor& descriptor) {
     return Descriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
 }
 
+void requireOwn(const HostAddress& address, const struct stat& folder) {
+    if (folder.st_uid != ::geteuid())
+        throw HostPlaceError(address.folder.string() + " is not trusted: it belongs to another user");
+}
+
 Descriptor openedFolder(const HostAddress& address) {
     try {
         const auto folder = TrustedFolder::make(address.folder);
         struct stat found = {};
         if (::fstat(folder.descriptor(), &found) != 0) failClaiming(address.folder.string(), errno);
-        if (found.st_uid != ::geteuid())
-            throw HostPlaceError(address.folder.string() + " is not trusted: it belongs to another user");
+        requireOwn(address, found);
         // Nobody else can have changed what lies in it, and from now on nobody reads it.
         if ((found.st_mode & (S_IRWXG | S_IRWXO)) != 0 && ::fchmod(folder.descriptor(), 0700) != 0)
             failClaiming(address.folder.string(), errno);
@@ -136,6 +140,18 @@ HostClaim HostClaim::take(const HostAddress& address) {
 
 HostClaim HostClaim::inherit(const HostAddress& address) {
     return wait(address);
+}
+
+void HostClaim::requirePlace(const HostAddress& address) {
+    try {
+        const auto folder = TrustedFolder::open(address.folder);
+        const auto& written = folder ? address.folder : address.folder.parent_path();
+        struct stat found = {};
+        if (folder && ::fstat(folder->descriptor(), &found) == 0) requireOwn(address, found);
+        if (::access(written.c_str(), W_OK | X_OK) != 0) failClaiming(written.string(), errno);
+    } catch (const platform::FileError& error) {
+        throw HostPlaceError(error.what());
+    }
 }
 
 /// The first error, 0 where there is none.

@@ -37,6 +37,8 @@ class HostClaim {
     static HostClaim take(const HostAddress& address);
     /// The same for the program that this process was before: what lies there is its own.
     static HostClaim inherit(const HostAddress& address);
+    /// Throws HostPlaceError where nobody could take it. Makes and takes nothing.
+    static void requirePlace(const HostAddress& address);
 
     /// Removes the files of the folder and of the one beside it, the lock, and the folder where it is empty;
     /// none of them where the claim was lost.

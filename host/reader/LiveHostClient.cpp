@@ -17,6 +17,7 @@
 #include "host/protocol/DrawingRequestCoding.hpp"
 #include "host/protocol/EntryCoding.hpp"
 #include "host/protocol/HostAddress.hpp"
+#include "host/protocol/HostClaim.hpp"
 #include "host/protocol/LocalSocket.hpp"
 #include "host/reader/HostStart.hpp"
 #include "host/reader/TerminalText.hpp"
@@ -36,12 +37,35 @@ namespace {
 
 constexpr milliseconds lookAgain(20);
 
+/// A host that is to begin while another ends, or that is killed as it begins, ends without having listened.
+constexpr int mostStarts = 3;
+constexpr milliseconds betweenStarts(500);
+/// A host that ends in the moment in which it is asked has a successor for whoever asks again.
+constexpr std::size_t mostHostsAsked = 3;
+
 /// The descriptor, or minus the error; nobody else's host.
 int tryToConnect(const std::filesystem::path& path) {
     const int connected = connectedLocalSocket(path);
     if (connected < 0 || isOfThisPerson(connected)) return connected;
     ::close(connected);
     return -EACCES;
+}
+
+HostAddress addressOfPerson() {
+    try {
+        return HostAddress::ofPerson();
+    } catch (const HostAddressError& error) {
+        throw LiveHostError(error.what());
+    }
+}
+
+/// A host that is started cannot tell the reader what is wrong with its folder.
+void requirePlace(const HostAddress& address) {
+    try {
+        HostClaim::requirePlace(address);
+    } catch (const HostPlaceError& error) {
+        throw LiveHostEnded(error.what());
+    }
 }
 
 bool isMissing(int result) {
@@ -103,11 +127,13 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
     }
 
     bool hasEnded() const { return ending_.has_value(); }
+    /// The host ended, and said nothing of why.
+    bool isDeserted() const { return isDeserted_; }
     void listen(StateHandler onState) { onState_ = std::move(onState); }
 
-    asio::awaitable<Message> ask(json::object request) {
+    asio::awaitable<Message> ask(json::object request, milliseconds limit = milliseconds::max()) {
         throwIfEnded();
-        const platform::Deadline deadline(answerLimit_);
+        const platform::Deadline deadline(std::min(limit, answerLimit_));
         const auto reply = std::make_shared<PendingReply>(ended_.get_executor(), deadline);
         const auto identifier = ++lastIdentifier_;
         request["id"] = identifier;
@@ -154,7 +180,7 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
             connection->isOfAnotherVersion_ = true;
             ending = versionInWords(error);
         } catch (const boost::system::system_error&) {
-            // It has gone.
+            connection->isDeserted_ = !connection->ending_;
         } catch (const std::exception& error) {
             ending = error.what();
         }
@@ -192,6 +218,7 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
     std::int64_t lastIdentifier_ = 0;
     std::optional<std::string> ending_;
     bool isOfAnotherVersion_ = false;
+    bool isDeserted_ = false;
 };
 
 LiveHostClient::LiveHostClient(asio::any_io_executor executor, Options options)
@@ -205,23 +232,24 @@ LiveHostClient::~LiveHostClient() {
 }
 
 asio::awaitable<int> LiveHostClient::connectedSocket() {
-    const auto path = [] {
-        try {
-            return HostAddress::ofPerson().socket();
-        } catch (const HostAddressError& error) {
-            throw LiveHostError(error.what());
-        }
-    }();
+    const auto address = addressOfPerson();
+    const auto path = address.socket();
     const auto deadline = steady_clock::now() + options_.patience;
-    // The one that was started before and has ended.
-    if (started_ && ::waitpid(*started_, nullptr, WNOHANG) != 0) started_.reset();
-    bool hasStarted = false;
+    auto nextStart = steady_clock::now();
+    int starts = 0;
     while (true) {
         const int result = tryToConnect(path);
         if (result >= 0) co_return result;
         if (isMissing(result)) {
+            requirePlace(address);
             if (options_.ifMissing == IfMissing::leave) throw LiveHostMissing("no live host is running");
-            if (!std::exchange(hasStarted, true) && !started_) start();
+            // The one that was started before and has ended.
+            if (started_ && ::waitpid(*started_, nullptr, WNOHANG) != 0) started_.reset();
+            if (!started_ && starts < mostStarts && steady_clock::now() >= nextStart) {
+                start();
+                ++starts;
+                nextStart = steady_clock::now() + betweenStarts;
+            }
         } else if (result != -EAGAIN) {
             throw LiveHostEnded("the live host cannot be reached at " + path.string() + ": " +
                                 std::generic_category().message(-result));
@@ -265,9 +293,13 @@ asio::awaitable<void> LiveHostClient::followOnce(StateHandler onState) {
     const auto connection = co_await connected();
     connection->listen(onState);
     // Nothing of the first state stays while others come after it.
-    {
-        auto answer = co_await connection->ask(asking(LiveRequest::follow));
+    try {
+        auto answer = co_await connection->ask(asking(LiveRequest::follow), options_.followLimit);
         onState(stateIn(answer));
+    } catch (const LiveHostEnded&) {
+        // Another may have taken the place of one that hangs.
+        connection->hangUp();
+        throw;
     }
     co_await connection->untilEnd();
 }
@@ -305,15 +337,32 @@ asio::awaitable<LiveState> LiveHostClient::state() {
 
 asio::awaitable<LiveState> LiveHostClient::settledState(milliseconds limit) {
     const auto deadline = steady_clock::now() + limit;
+    for (std::size_t asked = 1;; ++asked) {
+        auto state = co_await settledStateOfOne(deadline);
+        if (state) co_return *std::move(state);
+        if (asked == mostHostsAsked || isClosed_) throw LiveHostEnded("the live host has ended");
+        co_await rest(asked - 1);
+    }
+}
+
+/// Nothing where that host ended meanwhile.
+asio::awaitable<std::optional<LiveState>> LiveHostClient::settledStateOfOne(
+    steady_clock::time_point deadline) {
     const auto latest = std::make_shared<std::optional<LiveState>>();
     const auto connection = co_await connected();
     connection->listen([latest](const LiveState& state) { *latest = state; });
-    auto answer = co_await connection->ask(asking(LiveRequest::follow));
-    if (!*latest) *latest = stateIn(answer);
-    while ((*latest)->isPlaceholder && !(*latest)->trouble && steady_clock::now() < deadline &&
-           !connection->hasEnded())
+    try {
+        auto answer = co_await connection->ask(asking(LiveRequest::follow));
+        if (!*latest) *latest = stateIn(answer);
+    } catch (const LiveHostEnded&) {
+        if (!connection->isDeserted()) throw;
+        co_return std::nullopt;
+    }
+    const auto isUnsettled = [&] { return (*latest)->isPlaceholder && !(*latest)->trouble; };
+    while (isUnsettled() && steady_clock::now() < deadline && !connection->hasEnded())
         co_await platform::pause(lookAgain);
     connection->listen(nullptr);
+    if (isUnsettled() && connection->isDeserted()) co_return std::nullopt;
     co_return **latest;
 }
 

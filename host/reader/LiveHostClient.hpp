@@ -58,6 +58,9 @@ class LiveHostClient {
         std::chrono::milliseconds patience = std::chrono::seconds(5);
         /// How long an answer may take: a reload waits for the extension, and that for the server.
         std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
+        /// How long a host may take to say what it shows, before who follows it is told that there is a gap;
+        /// one that is well says it at once.
+        std::chrono::milliseconds followLimit = std::chrono::seconds(10);
         /// Before a host that ended is looked for again, the first time, the second and so on; the last
         /// stands for all further ones. A state that arrives begins the row anew.
         std::vector<std::chrono::milliseconds> pauses = {std::chrono::milliseconds(100),
@@ -85,7 +88,7 @@ class LiveHostClient {
     /// The state now.
     boost::asio::awaitable<LiveState> state();
     /// The first state that is more than the placeholder of a host that has just begun; after `limit` the
-    /// state as it is.
+    /// state as it is. Where the host ends meanwhile, its successor's.
     boost::asio::awaitable<LiveState> settledState(std::chrono::milliseconds limit);
     /// The bytes of a drawing of the host's own entry; the request's is not looked at.
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing);
@@ -104,6 +107,8 @@ class LiveHostClient {
 
     boost::asio::awaitable<std::shared_ptr<Connection>> connected();
     boost::asio::awaitable<int> connectedSocket();
+    boost::asio::awaitable<std::optional<LiveState>> settledStateOfOne(
+        std::chrono::steady_clock::time_point deadline);
     void start();
     boost::asio::awaitable<Message> ask(boost::json::object request);
     boost::asio::awaitable<void> followOnce(StateHandler onState);

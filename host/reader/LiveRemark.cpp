@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "platform/Date/Ambient.hpp"
+#include "platform/Date/SystemZone.hpp"
 
 namespace host {
 
@@ -26,6 +27,8 @@ std::tm wallClock(platform::Date date) {
 std::string asOfText(platform::Date asOf, platform::Date now) {
     constexpr std::array<const char*, 12> months = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                     "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    // The host tells its readers in the moment in which the zone changes.
+    platform::SystemZone::refresh();
     const auto then = wallClock(asOf);
     const auto today = wallClock(now);
     std::array<char, 16> hour;

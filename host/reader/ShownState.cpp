@@ -2,6 +2,7 @@
 
 #include "host/reader/ShownState.hpp"
 
+#include <algorithm>
 #include <utility>
 
 namespace host {
@@ -15,6 +16,8 @@ void ShownState::take(LiveState state) {
 
 void ShownState::lose(platform::Date now) {
     if (!std::exchange(isLost_, true) && !state_.isPlaceholder && !state_.asOf) state_.asOf = now;
+    // By a clock that was set back it would be of a time to come, and kept for longer.
+    if (state_.asOf) state_.asOf = std::min(*state_.asOf, now);
     if (state_.asOf && now >= state_.asOf->addingTimeInterval(LiveState::longestKept)) state_ = nothing();
 }
 

@@ -73,13 +73,18 @@ bool CompanionRun::takeWords() {
 void CompanionRun::conclude() {
     Outcome outcome;
     outcome.output = platform::readUpTo(program_.output(), longestAnswer).value_or("");
-    outcome.isSuccess = program_.wait() == 0;
+    const int status = program_.wait();
+    outcome.isSuccess = status == 0;
     std::string_view rest = words_;
     while (!rest.empty()) {
         const auto end = std::min(rest.find('\n'), rest.size());
         outcome.words += (outcome.words.empty() ? "" : "\n") + withoutName(rest.substr(0, end));
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
+    // What it said until then is not why.
+    constexpr int endedBySignal = 128;
+    if (status > endedBySignal || (!outcome.isSuccess && outcome.words.empty()))
+        outcome.words = "vela-companion was ended before it was done. Try again.";
     const auto onEnd = onEnd_;
     onEnd(outcome);
 }

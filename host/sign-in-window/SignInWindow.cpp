@@ -55,12 +55,11 @@ std::string trimmedText(const Gtk::Entry& field) {
 
 }  // namespace
 
-SignInWindow::SignInWindow() {
+SignInWindow::SignInWindow() : scroller_(widthInPixels) {
     set_title("Sign in to Vela");
     set_icon_name("vela-widget");
     // As high as what it says: a person has nothing to gain by another size.
     set_resizable(false);
-    page_.set_size_request(widthInPixels, -1);
     set_position(Gtk::WIN_POS_CENTER);
     const auto provider = Gtk::CssProvider::create();
     provider->load_from_data(style);
@@ -69,7 +68,7 @@ SignInWindow::SignInWindow() {
 
     page_.set_border_width(margin);
     addClass(heading_, "vela-heading");
-    heading_.set_xalign(0);
+    wrap(heading_);
     wrap(state_);
     page_.pack_start(heading_, Gtk::PACK_SHRINK);
     page_.pack_start(state_, Gtk::PACK_SHRINK);
@@ -77,18 +76,27 @@ SignInWindow::SignInWindow() {
     addTokenFields();
     page_.pack_start(inputs_, Gtk::PACK_SHRINK);
     wrap(resultWords_);
+    // As wide as the page, and never the reason for its width.
+    resultWords_.set_max_width_chars(1);
+    resultWords_.set_hexpand(true);
     resultWords_.set_selectable(true);
+    // In line with the page's, beside what the bar has itself.
+    resultWords_.set_margin_start(margin - 8);
     addClass(result_, "vela-result");
     // A screen reader says it when it comes.
     resultWords_.get_accessible()->set_role(Atk::ROLE_ALERT);
     dynamic_cast<Gtk::Container&>(*result_.get_content_area()).add(resultWords_);
     result_.set_no_show_all(true);
-    page_.pack_start(result_, Gtk::PACK_SHRINK);
     addExplanation();
     addButtons();
-    add(page_);
+    // What is said is in sight, also where the page is longer than the screen.
+    all_.pack_start(result_, Gtk::PACK_SHRINK);
+    scroller_.leaveRoomFor(result_);
+    all_.pack_start(scroller_);
+    scroller_.add(page_);
+    add(all_);
     takeDrops();
-    page_.show_all();
+    all_.show_all();
     resultWords_.show();
     learnState();
 }
@@ -99,7 +107,11 @@ void SignInWindow::addFileArea() {
     icon->set_from_icon_name("document-open-symbolic", Gtk::ICON_SIZE_DND);
     icon->get_accessible()->set_role(Atk::ROLE_SEPARATOR);
     area->pack_start(*icon, Gtk::PACK_SHRINK);
-    area->pack_start(*Gtk::make_managed<Gtk::Label>("Drop your credentials file here"), Gtk::PACK_SHRINK);
+    auto* words = Gtk::make_managed<Gtk::Label>("Drop your credentials file here");
+    wrap(*words);
+    words->set_xalign(0.5);
+    words->set_justify(Gtk::JUSTIFY_CENTER);
+    area->pack_start(*words, Gtk::PACK_SHRINK);
     choose_.set_halign(Gtk::ALIGN_CENTER);
     choose_.signal_clicked().connect([this] { chooseFile(); });
     area->pack_start(choose_, Gtk::PACK_SHRINK);
@@ -132,6 +144,8 @@ void SignInWindow::addTokenFields() {
         field.set_placeholder_text(hint);
         field.set_max_length(longestToken);
         field.set_hexpand(true);
+        // As narrow as a small screen has it.
+        field.set_width_chars(8);
         field.set_activates_default(true);
         field.get_accessible()->set_name(name);
         grid->attach(*beside, 0, number);

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/sign-in-window/CompanionRun.hpp"
+#include "host/sign-in-window/FittingScroller.hpp"
 
 namespace host {
 
@@ -45,6 +46,8 @@ class SignInWindow : public Gtk::ApplicationWindow {
     void tell(Gtk::MessageType type, const std::string& words);
     void setBusy(bool isBusy);
 
+    Gtk::Box all_{Gtk::ORIENTATION_VERTICAL};
+    FittingScroller scroller_;
     Gtk::Box page_{Gtk::ORIENTATION_VERTICAL, 14};
     Gtk::Box inputs_{Gtk::ORIENTATION_VERTICAL, 14};
     Gtk::Label heading_{"Sign in to Vela"};

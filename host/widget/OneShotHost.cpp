@@ -17,6 +17,7 @@
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/Streams/Streams.hpp"
+#include "server/KeychainError.hpp"
 
 namespace host {
 
@@ -60,8 +61,11 @@ class VisibleWait {
         if (!caption.empty()) interruption_.emplace(executor, spinner_);
     }
 
+    /// To a person at a terminal it is no failure that nobody is signed in; the view itself says so.
     ExtensionProcess::LineHandler lineHandler() const {
-        return [spinner = spinner_](std::string_view line) {
+        const bool isSeen = interruption_ && ::isatty(STDERR_FILENO) == 1;
+        return [spinner = spinner_, isSeen](std::string_view line) {
+            if (isSeen && server::tellsOfAbsence(line)) return;
             spinner->makeRoom();
             printExtensionLine(line);
         };

@@ -15,4 +15,10 @@ std::string_view whySignedOut(const widget::SimpleEntry& entry, const widget::Fe
     return sentence(troubleIn(outcome));
 }
 
+std::string_view howToSignIn(const widget::SimpleEntry& entry, const widget::FetchOutcome& outcome) {
+    if (!std::holds_alternative<widget::NotLoggedIn>(entry.widgetState)) return {};
+    if (outcome.credentials.state != widget::CredentialState::none) return {};
+    return "nobody is signed in; to sign in: vela-companion sign-in";
+}
+
 }  // namespace host

@@ -28,7 +28,9 @@ struct Role {
 };
 constexpr Role title = {"1", "1"};
 constexpr Role quiet = {"2", "2"};
-constexpr Role bar = {"34", "38;2;91;91;214"};
+/// The brand's colour of the dark scheme, and what comes nearest of the sixteen: 3:1 on a black ground and on
+/// a white one.
+constexpr Role bar = {"94", "38;2;27;125;179"};
 constexpr Role barTrack = {"90", "38;2;128;128;136"};
 
 std::string styled(std::string_view text, const Role& role, const TerminalStyle& style) {
@@ -87,8 +89,9 @@ struct StateWriter {
         }
     }
     void operator()(const widget::NotLoggedIn&) const {
+        const auto homeOrders = presentation::DeepLink::homeOrders();
         page.line(Wording::invitation, &title);
-        page.line(Wording::signInToTheApp, &quiet);
+        page.line(Wording::signInToTheApp, &quiet, &homeOrders);
     }
     void operator()(const widget::NoPackages&) const {
         const auto addDelivery = presentation::DeepLink::addDelivery();

@@ -67,7 +67,10 @@ void printTimeline(const Message& message) {
 void showEntry(const Message& message) {
     const auto entry = host::timelineIn(message).entries.front();
     host::writeToStandardOutput(host::terminalView(entry, host::TerminalStyle::ofDescriptor(STDOUT_FILENO)));
-    const auto reason = host::whySignedOut(entry, host::outcomeIn(message));
+    const auto outcome = host::outcomeIn(message);
+    auto reason = host::whySignedOut(entry, outcome);
+    // A script knows how, and has asked for what is shown alone.
+    if (reason.empty() && ::isatty(STDERR_FILENO) == 1) reason = host::howToSignIn(entry, outcome);
     if (!reason.empty()) platform::printError("vela-widget", reason);
 }
 

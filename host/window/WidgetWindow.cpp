@@ -231,7 +231,9 @@ void WidgetWindow::write() {
     try {
         options_.places->remember(area_.family().family, monitorName(monitor_), place_);
     } catch (const platform::FileError& error) {
-        platform::printFailure("vela-widget-window", error);
+        if (std::exchange(hasComplainedOfPlaces_, true)) return;
+        platform::printError("vela-widget-window",
+                             std::string("where the window stands is not kept: ") + error.what());
     }
 }
 

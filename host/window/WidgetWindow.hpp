@@ -96,6 +96,7 @@ class WidgetWindow : public Gtk::Window {
     std::string pointerName_;
     std::string remark_;
     bool hasAppeared_ = false;
+    bool hasComplainedOfPlaces_ = false;
     sigc::connection writing_;
     std::unique_ptr<Gtk::Menu> menu_;
     std::unique_ptr<WidgetFeed> feed_;

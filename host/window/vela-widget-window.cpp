@@ -33,7 +33,8 @@ std::vector<std::string> offeredFamilies() {
 platform::WidgetFamily chosenFamily(const std::string& name,
                                     const std::optional<host::WindowPlaces>& places) {
     if (!name.empty()) return *platform::widgetFamily(name);
-    const auto remembered = places ? places->read().family : std::nullopt;
+    std::optional<platform::WidgetFamily> remembered;
+    if (places) remembered = places->read().family;
     return host::windowFamily(remembered.value_or(platform::WidgetFamily::systemMedium)).family;
 }
 

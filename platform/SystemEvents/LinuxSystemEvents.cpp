@@ -11,6 +11,7 @@
 #include "platform/Asio/DescriptorWatch.hpp"
 #include "platform/Bundle/AppGroup.hpp"
 #include "platform/Bundle/Bundle.hpp"
+#include "platform/Date/SystemZone.hpp"
 #include "platform/MessageBus/MessageBus.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Security/PersonalKeychain.hpp"
@@ -31,16 +32,6 @@ constexpr const char* networkManager = "org.freedesktop.NetworkManager";
 // NetworkManager's "connected", to a site at least.
 constexpr std::uint32_t connectedToSite = 60;
 
-/// Nothing where the zone comes from no file: GMT, or a rule that stands in TZ itself.
-std::optional<fs::path> zoneFile() {
-    const auto zone = environmentVariable("TZ");
-    if (!zone) return "/etc/localtime";
-    const std::string_view name = std::string_view(*zone).substr(zone->starts_with(':') ? 1 : 0);
-    if (name.empty()) return std::nullopt;
-    if (name.starts_with('/')) return fs::path(name);
-    return fs::path(environmentVariable("TZDIR").value_or("/usr/share/zoneinfo")) / name;
-}
-
 std::string ownerOf(const BusMessage& message, std::size_t argument) {
     const auto* owner = message.argument<std::string>(argument);
     return owner ? *owner : "";
@@ -50,7 +41,7 @@ std::string ownerOf(const BusMessage& message, std::size_t argument) {
 
 WatchedStores WatchedStores::ofPerson() {
     const auto kind = personalKeychainKind();
-    WatchedStores stores = {.zone = zoneFile()};
+    WatchedStores stores = {.zone = SystemZone::file()};
     if (kind == KeychainKind::secretService) stores.keyring = Keyring::watched;
     if (kind == KeychainKind::embedded) stores.keychain = personalKeychainFile();
     if (const auto home = dataHome())

@@ -23,7 +23,7 @@ struct WatchedStores {
     enum class Keyring { left, watched } keyring = Keyring::left;
     /// A suite's preferences.
     std::optional<std::filesystem::path> defaults = std::nullopt;
-    /// What the system's zone is read from.
+    /// What the system's zone is read from; nothing where that is no file.
     std::optional<std::filesystem::path> zone = std::nullopt;
 
     /// This person's, and this process's zone, by the environment and the bundle.

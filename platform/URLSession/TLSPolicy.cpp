@@ -47,4 +47,24 @@ CURLcode applyTLSPolicy(CURL*, void* context, void*) {
     return CURLE_OK;
 }
 
+std::string_view certificateFault(CURL* handle) {
+    long result = X509_V_ERR_INVALID_CALL;
+    curl_easy_getinfo(handle, CURLINFO_SSL_VERIFYRESULT, &result);
+    switch (result) {
+        case X509_V_ERR_CERT_NOT_YET_VALID: return "the certificate is not valid yet";
+        case X509_V_ERR_CERT_HAS_EXPIRED: return "the certificate has expired";
+        // Which host it is of, libcurl looks at itself, before it asks for the result.
+        case X509_V_OK:
+        case X509_V_ERR_UNSPECIFIED:
+        case X509_V_ERR_HOSTNAME_MISMATCH: return "the certificate is another host's";
+        case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT:
+        case X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY:
+        case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
+        case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
+        case X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE:
+            return "nobody vouches for the certificate whom this machine trusts";
+        default: return "";
+    }
+}
+
 }  // namespace platform

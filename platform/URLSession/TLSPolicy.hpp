@@ -9,9 +9,15 @@
 
 #include <curl/curl.h>
 
+#include <string_view>
+
 namespace platform {
 
 /// For CURLOPT_SSL_CTX_FUNCTION; `context` is an SSL_CTX. Safe from any thread.
 CURLcode applyTLSPolicy(CURL* handle, void* context, void* unused);
+
+/// Why the certificate of the handle's last exchange, which ended with CURLE_PEER_FAILED_VERIFICATION, was
+/// not taken; empty where there are no words of ours for it.
+std::string_view certificateFault(CURL* handle);
 
 }  // namespace platform

@@ -382,7 +382,9 @@ URLError Transfer::error(CURLcode code) const {
     if (exchange_.refusal) return *exchange_.refusal;
     const auto found = std::find_if(errorCodes.begin(), errorCodes.end(),
                                     [code](const auto& pair) { return pair.first == code; });
-    return {found == errorCodes.end() ? URLErrorCode::unknown : found->second, curl_easy_strerror(code)};
+    const auto fault = code == CURLE_PEER_FAILED_VERIFICATION ? certificateFault(handle_.get()) : "";
+    return {found == errorCodes.end() ? URLErrorCode::unknown : found->second,
+            fault.empty() ? curl_easy_strerror(code) : std::string(fault)};
 }
 
 std::optional<URLError> Transfer::overrun() {

@@ -10,11 +10,29 @@ from displays import XDisplay, keep
 from person import PROGRAMS, Person, eventually
 
 
+LOOK = """[global]
+font = Inter 11
+width = 320
+offset = 20x20
+padding = 14
+horizontal_padding = 16
+frame_width = 1
+frame_color = "#33363a"
+separator_height = 0
+show_indicators = no
+[urgency_normal]
+background = "#1b1e22"
+foreground = "#f2f3f5"
+"""
+
+
 class Dunst(unittest.TestCase):
     def start(self, person):
         person.start_bus()
         display = XDisplay(person)
-        person.start("dunst", "-conf", "/dev/null")
+        look = person.folder / "dunstrc"
+        look.write_text(LOOK)
+        person.start("dunst", "-conf", look)
         eventually(lambda: person.run("dunstctl", "count", status=None).strip(), "the daemon")
         self.display = display
         return display

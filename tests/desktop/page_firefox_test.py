@@ -28,6 +28,14 @@ class PageInFirefox(unittest.TestCase):
             self.assertTrue(self.browser.script("return document.documentElement.scrollWidth <= innerWidth"), width)
             keep(self.browser.picture(), f"page-firefox-{width}")
 
+    def test_a_name_read_from_the_right_hangs_on_the_right(self):
+        right, edge = self.browser.script("""
+            const name = [...document.querySelectorAll('.all .name')].find(each => getComputedStyle(each).direction === 'rtl');
+            const words = document.createRange();
+            words.selectNodeContents(name);
+            return [words.getBoundingClientRect().right, name.parentNode.getBoundingClientRect().right];""")
+        self.assertAlmostEqual(right, edge, delta=2)
+
     def test_is_dark_where_the_person_says_so(self):
         self.browser.script("""
             const scheme = document.querySelector('[name=scheme]');

@@ -41,6 +41,43 @@ class PageInChromium(unittest.TestCase):
             self.browser.prefer({})
             self.browser.sees("!document.querySelector('[fill=\"#4C5159\"]')", "the usual drawings")
 
+    def test_bars_in_the_list_stand_at_one_height_and_are_seen(self):
+        for preferred in ({"prefers-color-scheme": "light"}, {"prefers-color-scheme": "dark"}, {"prefers-contrast": "more"}):
+            self.browser.prefer(preferred)
+            self.browser.resize(1280, 1000)
+            rows = self.browser.script("""
+                const rows = {};
+                for (const link of document.querySelectorAll('.all a')) {
+                    const top = Math.round(link.getBoundingClientRect().top);
+                    (rows[top] ||= []).push(Math.round(link.querySelector('.progress').getBoundingClientRect().top));
+                }
+                return Object.values(rows);""")
+            self.assertEqual([len(set(row)) for row in rows], [1] * 4, rows)
+            for part in ("done", "track"):
+                self.assertGreaterEqual(self.contrast(f".all .{part}", ".all a"), 3, f"{part}, {preferred}")
+
+    def test_the_ring_of_one_link_of_several_stands_around_what_is_drawn(self):
+        self.browser.script("document.querySelectorAll('.systemLarge.light a')[1].focus({focusVisible: true})")
+        ring, row, clip = self.browser.script("""
+            const rect = document.activeElement.querySelector('rect');
+            const size = box => [box.width, box.height];
+            const before = [rect.width.baseVal.value, rect.height.baseVal.value];
+            return [size(rect.getBoundingClientRect()), before, size(rect.closest('.widget').getBoundingClientRect())];""")
+        self.assertTrue(row[0] + 8 < ring[0] < clip[0] and row[1] + 6 < ring[1], (ring, row, clip))
+
+    def contrast(self, shape, ground):
+        """Of what fills the one on the other's ground (WCAG 2.2, 1.4.11)."""
+        return self.browser.script("""
+            const numbers = color => color.match(/[\\d.]+/g).map(Number);
+            const shape = getComputedStyle(document.querySelector(arguments[0]));
+            const ground = numbers(getComputedStyle(document.querySelector(arguments[1])).backgroundColor);
+            const alpha = Number(shape.fillOpacity);
+            const seen = numbers(shape.fill).map((value, channel) => alpha * value + (1 - alpha) * ground[channel]);
+            const linear = value => (value <= 0.04045 ? value / 12.92 : ((value + 0.055) / 1.055) ** 2.4);
+            const light = color => [0.2126, 0.7152, 0.0722].reduce((sum, part, channel) => sum + part * linear(color[channel] / 255), 0);
+            const [low, high] = [light(seen), light(ground)].sort((a, b) => a - b);
+            return (high + 0.05) / (low + 0.05);""", shape, ground)
+
     def test_grows_with_the_text_size_that_is_chosen(self):
         height = "document.querySelector('.all a').getBoundingClientRect().height"
         before = self.browser.script(f"return {height}")

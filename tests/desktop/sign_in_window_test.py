@@ -3,8 +3,10 @@
 
 """A person without a terminal signs in by a window: with her keys, her mouse, her files, and a screen reader."""
 
+import fcntl
 import json
 import os
+import signal
 import socket
 import subprocess
 import sys
@@ -28,17 +30,18 @@ def flat(items):
 
 class SignInWindow(unittest.TestCase):
     @contextmanager
-    def window(self, environment=None, complaints=("Gtk-CRITICAL", "Pango-WARNING")):
+    def window(self, environment=None, complaints=("Gtk-CRITICAL", "Pango-WARNING"), screen=(720, 760)):
         """A signed-out person before the window, which does not have the toolkit complain."""
         with Person() as person:
             self.person = person
             person.sign_out()
-            self.display = XDisplay(person, (720, 760))
+            self.display = XDisplay(person, screen)
             person.start_bus()
             person.environment |= {"GSETTINGS_BACKEND": "memory"} | (environment or {})
             self.process = person.start("vela-companion", "open", "velaapp://home_orders")
-            person.run("xdotool", "search", "--sync", "--name", "Sign in to Vela", "windowfocus", "--sync")
-            eventually(lambda: "keychain.sqlite" in self.words(), "the place of the tokens")
+            person.run("xdotool", "search", "--sync", "--onlyvisible", "--name", "Sign in to Vela", "windowfocus", "--sync")
+            eventually(lambda: any("keychain.sqlite" in item["name"] for item in self.whole_tree()),
+                       "the place of the tokens")
             yield person
             logs = "".join(log.read_text(errors="replace") for log in person.folder.glob("*.log"))
             self.assertNotIn("secret-", logs)
@@ -48,9 +51,12 @@ class SignInWindow(unittest.TestCase):
     def keys(self, *words):
         self.person.run("xdotool", *words)
 
+    def whole_tree(self):
+        return list(flat(json.loads(self.person.run(sys.executable, HERE / "accessible_tree.py") or "[]")))
+
     def tree(self):
-        tree = json.loads(self.person.run(sys.executable, HERE / "accessible_tree.py") or "[]")
-        return [item for item in flat(tree) if item["showing"]]
+        """What is in sight, and not to be scrolled to."""
+        return [item for item in self.whole_tree() if item["showing"]]
 
     def words(self):
         """What a screen reader reads in all."""
@@ -185,6 +191,46 @@ class SignInWindow(unittest.TestCase):
                     self.drop(*addresses)
                     self.says(words)
             self.assertFalse(self.is_signed_in())
+
+    def test_a_companion_that_is_killed_is_said_and_tried_again(self):
+        with self.window() as person:
+            with open(person.folder / "data" / "vela" / "keychain.lock", "r+b") as lock:
+                # As a renewal that is on its way.
+                fcntl.lockf(lock, fcntl.LOCK_EX)
+                self.keys("key", "alt+a", "type", json.dumps(PAIR))
+                self.keys("key", "Return")
+                self.says("waiting until the tokens")
+                os.kill(self.companion(), signal.SIGKILL)
+                self.says("That did not work: vela-companion was ended before it was done. Try again.")
+                self.assertFalse(self.is_signed_in())
+            self.keys("key", "Return")
+            self.signs_in()
+
+    def companion(self):
+        """The one that the window has started."""
+        children = Path(f"/proc/{self.process.pid}/task/{self.process.pid}/children")
+        return int(eventually(children.read_text, "the companion").split()[0])
+
+    def test_all_of_it_is_reached_on_a_small_screen_with_large_text(self):
+        for name, variables, screen in (("small", {}, (320, 480)), ("large", {"GDK_DPI_SCALE": "2"}, (480, 480)),
+                                        ("scaled", {"GDK_SCALE": "2"}, (640, 480))):
+            with self.subTest(name), self.window(variables, screen=screen):
+                keep(self.display.picture(), f"sign-in-window-{name}")
+                self.assertTrue(self.is_on(screen), self.place())
+                self.keys("key", "alt+i")
+                self.says("Paste both tokens")
+                eventually(lambda: self.is_on(screen), lambda: f"the whole window on the screen: {self.place()}")
+                keep(self.display.picture(), f"sign-in-window-{name}-alert")
+                self.person.end(self.process)
+
+    def is_on(self, screen):
+        left, top, width, height = self.place()
+        return left >= 0 and top >= 0 and left + width <= screen[0] and top + height <= screen[1]
+
+    def place(self):
+        words = self.person.run("xdotool", "search", "--name", "Sign in to Vela", "getwindowgeometry", "--shell")
+        found = dict(line.split("=") for line in words.split())
+        return tuple(int(found[name]) for name in ("X", "Y", "WIDTH", "HEIGHT"))
 
 
 if __name__ == "__main__":

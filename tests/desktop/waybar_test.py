@@ -9,18 +9,19 @@ import unittest
 from displays import WaylandDisplay, keep, pixels
 from person import Person, eventually
 
-GREEN = (0, 255, 0)
-STYLE = "* { font-family: Inter; font-size: 14px; } #waybar { background: #101010; } #custom-vela { color: #00ff00; }"
+TEXT = (242, 243, 245)
+STYLE = ("* { font-family: Inter; font-size: 14px; min-height: 0; } #waybar { background: #1b1e22; color: #9ca1aa; }"
+         "#custom-vela, #clock { padding: 6px 14px; } #custom-vela { color: #f2f3f5; }")
 
 
 class Waybar(unittest.TestCase):
     def start(self, person):
         folder = person.folder / "config" / "waybar"
         folder.mkdir()
-        (folder / "config").write_text('{"layer": "top", "modules-left": ["custom/vela"],\n'
+        (folder / "config").write_text('{"layer": "top", "modules-left": ["custom/vela"], "modules-right": ["clock"],\n'
                                        + person.setup("waybar") + "}")
         (folder / "style.css").write_text(STYLE)
-        display = WaylandDisplay(person, "")
+        display = WaylandDisplay(person, "", (720, 120))
         person.start("waybar")
         return display
 
@@ -30,12 +31,12 @@ class Waybar(unittest.TestCase):
             text = json.loads(eventually(lambda: "Arriving" in person.run("vela-widget", "bar", "--format", "waybar")
                                          and person.run("vela-widget", "bar", "--format", "waybar"), "the package"))
             self.assertIn("Arriving today", text["text"])
-            shown = eventually(lambda: pixels(display.picture(), GREEN) > 100 and display.picture(), "the package")
+            shown = eventually(lambda: pixels(display.picture(), TEXT) > 100 and display.picture(), "the package")
             keep(shown, "waybar")
             self.assertEqual(len(person.requests()), 1)
             person.sign_out()
-            eventually(lambda: display.picture().crop((0, 0, 640, 40)).tobytes()
-                       != shown.crop((0, 0, 640, 40)).tobytes(), "another text")
+            eventually(lambda: display.picture().crop((0, 0, 360, 40)).tobytes()
+                       != shown.crop((0, 0, 360, 40)).tobytes(), "another text")
             after = json.loads(person.run("vela-widget", "bar", "--format", "waybar"))
             self.assertNotIn("Arriving", json.dumps(after))
             keep(display.picture(), "waybar-signed-out")

@@ -294,6 +294,20 @@ class UnderX(WindowTest):
                 eventually(lambda: self.display.picture().getpixel((1170, 260)) == (255, 255, 255), "its ground")
             eventually(lambda: pixels(self.display.picture(), BRAND, 30) > 50, "the widget once there is a host")
 
+    def test_says_once_that_its_place_cannot_be_kept(self):
+        with Person() as person:
+            (person.folder / "state").mkdir(mode=0o500)
+            window = self.start(person)
+            person.run("xdotool", "windowfocus", "--sync", self.windows(person, window)[0])
+            x, y, _, _ = self.place(person, window)
+            for step in (1, 2, 3):
+                person.run("xdotool", "key", "Left", "sleep", 0.6)
+                eventually(lambda: self.place(person, window)[:2] == (x - 16 * step, y), "the window further left")
+            person.run("xdotool", "key", "ctrl+q")
+            self.assertEqual(window.wait(10), 0)
+            log = (person.folder / "vela-widget.log").read_text()
+            self.assertEqual(log.count("where the window stands is not kept: "), 1, log)
+
     def test_says_that_there_is_no_display(self):
         with Person() as person:
             done = subprocess.run(["vela-widget", "window"], env=person.environment, capture_output=True, text=True,

@@ -62,16 +62,16 @@ TextRun run(const std::string& text, FontWeight weight = FontWeight::regular) {
 }
 
 /// What a text is set in.
-struct Setting {
+struct SetText {
     std::set<std::string> families = {};
     bool lacksGlyphs = false;
     /// Where a mark has no letter in its own font.
     bool showsDottedCircle = false;
 };
 
-Setting setting(const PangoTextMeasurer& measurer, const TextRun& run) {
+SetText setting(const PangoTextMeasurer& measurer, const TextRun& run) {
     constexpr hb_codepoint_t dottedCircle = 0x25CC;
-    Setting setting;
+    SetText setting;
     PangoLayout* layout = measurer.typeset(run, std::nullopt);
     for (const GSList* next = pango_layout_get_line_readonly(layout, 0)->runs; next; next = next->next) {
         const auto& item = *static_cast<const PangoGlyphItem*>(next->data);
@@ -121,7 +121,7 @@ TEST(Scripts, AreSetInTheirFontsAndNoOthers) {
 
 TEST(Scripts, LackNoGlyphAndKeepMarksOnTheirLetters) {
     for (const Sample& sample : samples) {
-        const Setting set = setting(measurerFor(), run(sample.text));
+        const SetText set = setting(measurerFor(), run(sample.text));
         EXPECT_FALSE(set.lacksGlyphs) << sample.text;
         EXPECT_FALSE(set.showsDottedCircle) << sample.text;
     }

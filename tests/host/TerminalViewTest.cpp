@@ -8,6 +8,9 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cstdio>
+
+#include "drawing/Image/ContrastRatio.hpp"
 #include "platform/Text/Text.hpp"
 #include "presentation/StoredPackage.hpp"
 
@@ -85,6 +88,15 @@ TEST(TerminalView, PromptsInTheOtherStates) {
               "  You have no new orders to track\n  Add order to track\n  velaapp://add_delivery\n");
 }
 
+TEST(TerminalView, LinksThePromptsWhereTheTerminalFollowsLinks) {
+    const TerminalStyle style = {.columns = 60, .links = TerminalLinks::hyperlinks};
+    EXPECT_NE(
+        terminalView(entry(widget::NotLoggedIn{}), style).find("]8;;velaapp://home_orders\x1b\\Sign in"),
+        std::string::npos);
+    EXPECT_NE(terminalView(entry(widget::NoPackages{}), style).find("]8;;velaapp://add_delivery\x1b\\Add"),
+              std::string::npos);
+}
+
 TEST(TerminalView, StaysInsideNarrowTerminals) {
     for (std::size_t columns = 0; columns < 12; ++columns) {
         TerminalStyle style = {
@@ -109,6 +121,26 @@ TEST(BlockProgressBar, FillsInEighthsOfACell) {
         EXPECT_EQ(platform::terminalColumns(bar), 10u) << row.fraction;
     }
     EXPECT_EQ(blockProgressBar(std::numeric_limits<float>::quiet_NaN(), 3, plain), "░░░");
+}
+
+/// What SGR 38;2 names at the start of `bar`.
+drawing::RGBA fullColor(const std::string& bar) {
+    unsigned red = 0;
+    unsigned green = 0;
+    unsigned blue = 0;
+    EXPECT_EQ(std::sscanf(bar.c_str(), "\x1b[38;2;%u;%u;%um", &red, &green, &blue), 3) << bar;
+    return {static_cast<std::uint8_t>(red), static_cast<std::uint8_t>(green), static_cast<std::uint8_t>(blue),
+            255};
+}
+
+TEST(BlockProgressBar, IsSeenOnABlackGroundAndOnAWhiteOne) {
+    TerminalStyle style = {.columns = 30, .color = TerminalColor::trueColor};
+    for (const auto& bar : {blockProgressBar(1, 3, style), blockProgressBar(0, 3, style)})
+        for (const drawing::RGBA ground : {drawing::RGBA{0, 0, 0, 255}, drawing::RGBA{255, 255, 255, 255}})
+            EXPECT_GE(drawing::contrastRatio(fullColor(bar), ground), 3) << bar;
+    // Blue as it is has 2:1 on black in xterm and less on a console; the bright one has 4:1 on both grounds.
+    style.color = TerminalColor::sixteen;
+    EXPECT_TRUE(blockProgressBar(1, 3, style).starts_with("\x1b[94m"));
 }
 
 class PipeStyle : public testing::Test {

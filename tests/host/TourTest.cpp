@@ -13,6 +13,9 @@
 namespace host {
 namespace {
 
+using platform::testing::childrenOf;
+using platform::testing::eventually;
+using platform::testing::isAlive;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -20,6 +23,13 @@ using ::testing::Not;
 std::string read(const std::filesystem::path& file) {
     std::ifstream stream(file);
     return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+std::vector<std::string> filesBelow(const std::filesystem::path& folder) {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        files.push_back(entry.path().lexically_relative(folder));
+    return files;
 }
 
 class Tour : public Person {
@@ -39,8 +49,8 @@ class Tour : public Person {
         environment["DBUS_SESSION_BUS_ADDRESS"] = "unix:path=/nonexistent";
     }
     void expectNothingLeft() const {
-        EXPECT_TRUE(std::filesystem::is_empty(temporary));
-        EXPECT_TRUE(std::filesystem::is_empty(runtime));
+        EXPECT_THAT(filesBelow(temporary), IsEmpty());
+        EXPECT_THAT(filesBelow(runtime), IsEmpty());
         EXPECT_TRUE(terminal.isAsBefore());
         EXPECT_THAT(companion({"status"}).output, HasSubstr("signed in: no"));
     }
@@ -65,9 +75,15 @@ class Tour : public Person {
         terminal.forget();
         startUpTo("Which? [2]");
         terminal.type("2\n");
-        ASSERT_TRUE(platform::testing::eventually([&] { return !std::filesystem::is_empty(place); }));
+        std::vector<pid_t> started;
+        ASSERT_TRUE(eventually([&] {
+            started = childrenOf(terminal.processIdentifier());
+            return !started.empty();
+        }));
         terminal.sendSignal(SIGKILL);
         EXPECT_EQ(terminal.end(), 128 + SIGKILL);
+        // It has written its bundle before it looks for the tour.
+        EXPECT_TRUE(eventually([&] { return !isAlive(started.front()); }));
         ASSERT_FALSE(std::filesystem::is_empty(place));
     }
 
@@ -101,6 +117,19 @@ TEST_F(Tour, LeavesNothingWhenItEndsAtAnyQuestion) {
             expectNothingLeft();
             EXPECT_FALSE(std::filesystem::exists(tmuxFile()));
         }
+}
+
+TEST_F(Tour, AsksAgainWhenItGoesOnAfterAStop) {
+    for (const char* question : {"Which? [2]", "[none]", "Write it? [y/N]"}) {
+        terminal.forget();
+        startUpTo(question);
+        terminal.forget();
+        terminal.sendSignal(SIGSTOP);
+        terminal.sendSignal(SIGCONT);
+        EXPECT_TRUE(terminal.shows(question)) << terminal.shown();
+        terminal.type("\x03");
+        EXPECT_EQ(terminal.end(), 128 + SIGINT);
+    }
 }
 
 TEST_F(Tour, LeavesNothingOfTheSamplePersonWhenInterrupted) {

@@ -168,7 +168,7 @@ TEST_F(WidgetProgram, ShowsATerminalNothingThatItWouldObey) {
     for (auto at = text.find('\x1b'); at != std::string::npos; at = text.find('\x1b', at + 1)) {
         const std::string_view rest = std::string_view(text).substr(at + 1);
         EXPECT_TRUE(rest.starts_with("[0m") || rest.starts_with("[1m") || rest.starts_with("[2m") ||
-                    rest.starts_with("[34m") || rest.starts_with("[90m") || rest.starts_with("]8;;") ||
+                    rest.starts_with("[94m") || rest.starts_with("[90m") || rest.starts_with("]8;;") ||
                     rest.starts_with("\\") || rest.starts_with("[2K"))
             << rest;
     }

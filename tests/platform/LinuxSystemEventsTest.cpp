@@ -162,20 +162,5 @@ TEST(WatchedStores, WithTheDesktopsKeyringTheFileIsLeft) {
     EXPECT_EQ(stores.keyring, WatchedStores::Keyring::watched);
 }
 
-TEST(WatchedStores, TheZoneIsReadFromTheFileThatTZNames) {
-    const std::vector<std::pair<const char*, std::optional<fs::path>>> cases = {
-        {"Europe/Berlin", "/zones/Europe/Berlin"},
-        {":Europe/Berlin", "/zones/Europe/Berlin"},
-        {"/etc/zone", "/etc/zone"},
-        {":/etc/zone", "/etc/zone"},
-        {"", std::nullopt},
-        {":", std::nullopt},
-    };
-    for (const auto& [zone, file] : cases) {
-        const ScopedEnvironment environment({{"TZ", zone}, {"TZDIR", "/zones"}});
-        EXPECT_EQ(WatchedStores::ofPerson().zone, file) << zone;
-    }
-}
-
 }  // namespace
 }  // namespace platform::testing

@@ -111,8 +111,8 @@ TEST_F(MessageBusTest, AnswersWithAnErrorWhereThereIsNoServiceOrItRefuses) {
     connect();
     EXPECT_EQ(ask(calling("Take")).error, "org.freedesktop.DBus.Error.NameHasNoOwner");
     ScriptedService service(daemon_.address(), serviceName);
-    service.answer("Take", [](sd_bus_message*, sd_bus_message*) { return -1; });
-    EXPECT_EQ(ask(calling("Take")).error, "org.freedesktop.DBus.Error.Failed");
+    service.answer("Take", [](sd_bus_message*, sd_bus_message*) { return -EACCES; });
+    EXPECT_EQ(ask(calling("Take")).error, "org.freedesktop.DBus.Error.AccessDenied");
 }
 
 TEST_F(MessageBusTest, AnswersWithAnErrorWhatTheBusDoesNotTake) {

@@ -90,7 +90,7 @@ void SecureServer::makeCertificate() {
     X509* const made = certificate_.get();
     X509_set_version(made, X509_VERSION_3);
     ASN1_INTEGER_set(X509_get_serialNumber(made), 1);
-    X509_gmtime_adj(X509_getm_notBefore(made), -7200);
+    X509_gmtime_adj(X509_getm_notBefore(made), options_.validFromSeconds);
     X509_gmtime_adj(X509_getm_notAfter(made), options_.validForSeconds);
     X509_set_pubkey(made, key_.get());
     X509_NAME_add_entry_by_txt(X509_get_subject_name(made), "CN", MBSTRING_ASC,

@@ -24,6 +24,7 @@ struct SecureServerOptions {
     std::string commonName = "loopback";
     /// As OpenSSL spells it; empty for none.
     std::string subjectAlternativeName = "IP:127.0.0.1";
+    long validFromSeconds = -7200;
     long validForSeconds = 3600;
     /// Zero for a key on the curve P-256.
     unsigned rsaBits = 0;

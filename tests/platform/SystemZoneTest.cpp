@@ -40,6 +40,62 @@ int offset(const std::string& date) {
     return SystemZone::secondsFromGMT(instant(date));
 }
 
+TEST(SystemZoneFile, IsTheOneThatTZNamesUnlessThatIsARule) {
+    const TemporaryFolder zones;
+    zones.write("EST5EDT", "a zone that has the name of a rule");
+    const auto in = [&](const char* name) { return std::optional(zones.path() / name); };
+    const std::vector<std::pair<const char*, std::optional<std::filesystem::path>>> cases = {
+        {"Europe/Berlin", in("Europe/Berlin")},
+        {":Europe/Berlin", in("Europe/Berlin")},
+        {"/etc/zone", "/etc/zone"},
+        {":/etc/zone", "/etc/zone"},
+        {"EST5EDT", in("EST5EDT")},
+        {"Mars", in("Mars")},
+        {"Europe/GMT-1", in("Europe/GMT-1")},
+        {"A-24B", in("A-24B")},
+        {"CET+", in("CET+")},
+        {"<+03", in("<+03")},
+        {"<+03>", in("<+03>")},
+        {"C3T1", in("C3T1")},
+        {"CET-1CEST,M3.5.0,M10.5.0/3", std::nullopt},
+        {":CET-1CEST", std::nullopt},
+        {"UTC0", std::nullopt},
+        {"GMT+2", std::nullopt},
+        {"<+0330>-3:30", std::nullopt},
+        {"", std::nullopt},
+        {":", std::nullopt},
+    };
+    for (const auto& [zone, file] : cases) {
+        const ScopedEnvironment environment({{"TZ", zone}, {"TZDIR", zones.path().string()}});
+        EXPECT_EQ(SystemZone::file(), file) << zone;
+    }
+}
+
+TEST(SystemZoneFile, LiesAmongTheMachinesZonesWhereNoFolderIsNamed) {
+    for (const auto& folder : {std::optional<std::string>(), std::optional<std::string>("")}) {
+        const ScopedEnvironment environment({{"TZ", "Asia/Tokyo"}, {"TZDIR", folder}});
+        EXPECT_EQ(SystemZone::file(), "/usr/share/zoneinfo/Asia/Tokyo");
+    }
+    const ScopedEnvironment environment({{"TZ", std::nullopt}});
+    EXPECT_EQ(SystemZone::file(), "/etc/localtime");
+}
+
+TEST(SystemZoneFile, IsOneOnlyWhereItIsWhole) {
+    const TemporaryFolder folder;
+    const std::filesystem::path zone = std::filesystem::path(zoneFolder) / "Europe/Berlin";
+    EXPECT_TRUE(SystemZone::isZoneFile(zone));
+    std::ifstream stream(zone, std::ios::binary);
+    const std::string whole((std::istreambuf_iterator<char>(stream)), {});
+    // Cut anywhere before the rule for the future, which is its last line.
+    const auto end = whole.rfind("\nCET");
+    ASSERT_NE(end, std::string::npos);
+    for (std::size_t length = 0; length < end; ++length)
+        ASSERT_FALSE(SystemZone::isZoneFile(folder.write("cut", whole.substr(0, length)))) << length;
+    EXPECT_FALSE(SystemZone::isZoneFile(folder.write("text", "Europe/Berlin\n")));
+    EXPECT_FALSE(SystemZone::isZoneFile(folder.path()));
+    EXPECT_FALSE(SystemZone::isZoneFile(folder.path() / "none"));
+}
+
 TEST(SystemZone, UnderstandsEveryFormOfTZ) {
     struct Row {
         const char* value;

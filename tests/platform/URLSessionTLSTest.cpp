@@ -101,6 +101,26 @@ TEST_F(URLSessionTLS, TrustsNoCertificateThatIsNotTheHosts) {
               "secret");
 }
 
+TEST_F(URLSessionTLS, SaysWhyACertificateIsNotTaken) {
+    const auto words = [&](const SecureServer& server, bool isTrusted) {
+        const auto file = folder.write(std::to_string(++filesTrusted) + ".pem",
+                                       isTrusted ? server.certificate() : this->server.certificate());
+        const platform::testing::ScopedEnvironment trust({{"SSL_CERT_FILE", file.string()}});
+        try {
+            return fetch({.url = server.url()}).data;
+        } catch (const URLError& error) {
+            return std::string(error.what());
+        }
+    };
+    EXPECT_EQ(words(SecureServer({.validFromSeconds = 1800}), true), "the certificate is not valid yet");
+    EXPECT_EQ(words(SecureServer({.validForSeconds = -3600}), true), "the certificate has expired");
+    for (const char* name : {"IP:127.0.0.2", "DNS:elsewhere.example", ""})
+        EXPECT_EQ(words(SecureServer({.subjectAlternativeName = name}), true),
+                  "the certificate is another host's")
+            << name;
+    EXPECT_EQ(words(SecureServer(), false), "nobody vouches for the certificate whom this machine trusts");
+}
+
 TEST_F(URLSessionTLS, AsksForTLS12AndStrongKeysAtLeast) {
     EXPECT_EQ(outcome(SecureServer({.maximumVersion = TLS1_VERSION})), "not trusted");
     EXPECT_EQ(outcome(SecureServer({.maximumVersion = TLS1_1_VERSION})), "not trusted");

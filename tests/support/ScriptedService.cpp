@@ -57,10 +57,11 @@ int ScriptedService::handle(sd_bus_message* message, void* service, sd_bus_error
     if (!found->second) return 1;
     sd_bus_message* answer = nullptr;
     sd_bus_message_new_method_return(message, &answer);
-    if (found->second(message, answer) >= 0)
+    const int result = found->second(message, answer);
+    if (result >= 0)
         sd_bus_send(self.bus_, answer, nullptr);
     else
-        sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "as the test wants it");
+        sd_bus_reply_method_errno(message, result, nullptr);
     sd_bus_message_unref(answer);
     return 1;
 }

@@ -20,7 +20,8 @@ namespace platform::testing {
 
 class ScriptedService {
   public:
-    /// Fills in the answer to a call; a negative number is an error in its place.
+    /// Fills in the answer to a call; a negative error number is that error in its place, as the bus names
+    /// it.
     using Answer = std::function<int(sd_bus_message* call, sd_bus_message* answer)>;
 
     /// Has the name on the bus when this returns. Throws std::runtime_error.

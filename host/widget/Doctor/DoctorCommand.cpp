@@ -2,17 +2,21 @@
 
 #include "host/widget/Doctor/DoctorCommand.hpp"
 
+#include <signal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <cerrno>
 #include <chrono>
-#include <fstream>
 #include <system_error>
 
+#include "host/protocol/HostAddress.hpp"
+#include "host/protocol/HostClaim.hpp"
 #include "host/reader/LinkOpener.hpp"
 #include "host/reader/LiveHostClient.hpp"
 #include "host/widget/Doctor/Findings.hpp"
@@ -22,10 +26,13 @@
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
 #include "platform/Asio/Coroutines.hpp"
+#include "platform/Date/SystemZone.hpp"
+#include "platform/Files/TrustedFolder.hpp"
 #include "platform/MessageBus/MessageBus.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Streams/Streams.hpp"
 #include "platform/SystemEvents/LinuxSystemEvents.hpp"
+#include "platform/UserDefaults/FileUserDefaults.hpp"
 
 namespace host {
 
@@ -35,6 +42,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::chrono::seconds serviceManagerPatience{3};
+/// Of which a keyring that hangs takes fifteen, and a server ten.
+constexpr std::chrono::seconds extensionPatience{45};
 /// It has what it is asked at hand.
 constexpr std::chrono::seconds liveHostPatience{5};
 constexpr const char* serviceManager = "org.freedesktop.systemd1";
@@ -61,7 +70,21 @@ std::vector<fs::path> fontFolders() {
     return folders;
 }
 
+/// By a drawing of what is shown while nothing is known.
+asio::awaitable<void> lookAtDrawing(Evidence& evidence, ExtensionSession& session) {
+    try {
+        const ExtensionRequest request = {.kind = ExtensionRequest::Kind::placeholder};
+        const auto answer = co_await session.ask(request);
+        widget::DrawingRequest drawing = {.entry = entryIn(answer),
+                                          .family = platform::WidgetFamily::systemMedium};
+        co_await session.draw(std::move(drawing));
+    } catch (const std::exception& failure) {
+        evidence.drawingFault = failure.what();
+    }
+}
+
 asio::awaitable<void> lookAtExtension(Evidence& evidence, ExtensionSettings settings) {
+    settings.answerLimit = std::min<std::chrono::milliseconds>(settings.answerLimit, extensionPatience);
     auto options = ExtensionSession::Options::forCommand(settings);
     options.onOutputLine = printExtensionLine;
     ExtensionSession session(co_await asio::this_coro::executor, std::move(options));
@@ -72,7 +95,34 @@ asio::awaitable<void> lookAtExtension(Evidence& evidence, ExtensionSettings sett
     } catch (const std::exception& failure) {
         evidence.extensionFault = failure.what();
     }
+    if (evidence.extension) co_await lookAtDrawing(evidence, session);
     co_await session.end();
+}
+
+void lookAtSettings(Evidence& evidence) {
+    const auto file = platform::WatchedStores::ofPerson().defaults;
+    if (!file) {
+        evidence.settingsFault = "neither XDG_DATA_HOME nor a home is known";
+        return;
+    }
+    evidence.settingsFile = file->string();
+    evidence.storageFault = faultOfStoringIn(file->parent_path());
+    try {
+        platform::FileUserDefaults(file->parent_path()).requireReadable();
+    } catch (const platform::UserDefaultsError& fault) {
+        evidence.settingsFault = fault.what();
+    }
+}
+
+/// Who keeps the place of a live host that does not answer; 0 where nobody is known to.
+pid_t keeperOfPlace() {
+    try {
+        const auto folder = platform::TrustedFolder::open(HostAddress::ofPerson().folder);
+        const auto process = folder ? HostClaim::Holder(folder->descriptor()).process() : 0;
+        return process > 1 && ::kill(process, 0) == 0 ? process : 0;
+    } catch (const std::runtime_error&) {
+        return 0;
+    }
 }
 
 asio::awaitable<void> lookAtLiveHost(Evidence& evidence) {
@@ -83,6 +133,9 @@ asio::awaitable<void> lookAtLiveHost(Evidence& evidence) {
     try {
         evidence.liveHost = co_await client.status();
     } catch (const LiveHostMissing&) {
+    } catch (const LiveHostEnded& ended) {
+        evidence.liveHostFault = ended.what();
+        evidence.silentHost = keeperOfPlace();
     } catch (const LiveHostError& failure) {
         evidence.liveHostFault = failure.what();
     }
@@ -121,9 +174,9 @@ asio::awaitable<void> lookAtUnits(Evidence& evidence) {
 void lookAtMachine(Evidence& evidence) {
     const auto search = platform::environmentVariable("PATH").value_or("");
     evidence.missingFonts = missingFontPackages(fontFolders());
-    if (const auto zone = platform::WatchedStores::ofPerson().zone) {
+    if (const auto zone = platform::SystemZone::file()) {
         evidence.zoneFile = zone->string();
-        evidence.isZoneReadable = isZoneFile(*zone);
+        evidence.isZoneReadable = platform::SystemZone::isZoneFile(*zone);
     }
     evidence.hasCompanion = ::access(companionProgram().c_str(), X_OK) == 0;
     evidence.hasPageOpener = !foundInPath(search, "xdg-open").empty();
@@ -131,6 +184,7 @@ void lookAtMachine(Evidence& evidence) {
 
 asio::awaitable<Evidence> gathered(const DoctorCommand& command) {
     Evidence evidence;
+    lookAtSettings(evidence);
     lookAtMachine(evidence);
     co_await lookAtExtension(evidence, command.extension);
     co_await lookAtUnits(evidence);
@@ -167,12 +221,11 @@ std::vector<std::string> missingFontPackages(const std::vector<fs::path>& folder
     return missing;
 }
 
-bool isZoneFile(const fs::path& file) {
-    std::array<char, 4> beginning = {};
-    std::ifstream stream(file, std::ios::binary);
-    stream.read(beginning.data(), beginning.size());
-    // RFC 8536, section 3.1.
-    return stream && std::string_view(beginning.data(), beginning.size()) == "TZif";
+std::string faultOfStoringIn(fs::path folder) {
+    std::error_code error;
+    while (!fs::exists(folder, error) && folder.has_relative_path()) folder = folder.parent_path();
+    if (::access(folder.c_str(), W_OK | X_OK) == 0) return {};
+    return folder.string() + ": " + std::generic_category().message(errno);
 }
 
 int DoctorCommand::run() const {

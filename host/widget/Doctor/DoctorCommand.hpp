@@ -23,7 +23,8 @@ struct DoctorCommand {
 /// The packages of packaging/debian-packages-run.txt of whose fonts none lies in `folders` or below.
 std::vector<std::string> missingFontPackages(const std::vector<std::filesystem::path>& folders);
 
-/// Whether the file begins as one of the system's zones does.
-bool isZoneFile(const std::filesystem::path& file);
+/// Why nothing can be stored in the folder, or in the nearest above it, where it would be made; empty where
+/// something can.
+std::string faultOfStoringIn(std::filesystem::path folder);
 
 }  // namespace host

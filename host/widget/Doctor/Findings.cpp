@@ -2,6 +2,9 @@
 
 #include "host/widget/Doctor/Findings.hpp"
 
+#include <array>
+#include <utility>
+
 #include "host/reader/TerminalText.hpp"
 
 namespace host {
@@ -21,8 +24,24 @@ Finding problem(std::string check, std::string sentence) {
     return {.check = std::move(check), .verdict = Verdict::problem, .sentence = std::move(sentence)};
 }
 
+Finding settingsFinding(const Evidence& evidence) {
+    if (!evidence.settingsFault.empty())
+        return problem("settings",
+                       "The shared defaults cannot be read (" + evidence.settingsFault + "): " +
+                           (evidence.settingsFile.empty()
+                                ? "let HOME name your home folder."
+                                : "mend that, or move " + evidence.settingsFile + " out of the way."));
+    if (!evidence.storageFault.empty())
+        return problem("settings", "Nothing can be stored, no sign-in either (" + evidence.storageFault +
+                                       "): let HOME or XDG_DATA_HOME name a folder of your own.");
+    return good("settings", "The shared defaults can be read.");
+}
+
 Finding extensionFinding(const Evidence& evidence) {
     if (evidence.extension) return good("extension", "It starts and answers.");
+    if (!evidence.settingsFault.empty())
+        return problem("extension", "It does not run (" + evidence.extensionFault +
+                                        "): first mend the settings, which it cannot be without.");
     return problem("extension",
                    "It does not answer (" + evidence.extensionFault + "): install vela-widget anew.");
 }
@@ -31,8 +50,16 @@ Finding bundleFinding(const Diagnosis& extension) {
     if (extension.isBundleWhole) return good("bundle", extension.bundle + " is in use.");
     return problem("bundle",
                    extension.bundle +
-                       " has no Info.json that can be read: install vela-widget anew, or let VELA_BUNDLE "
-                       "name its folder.");
+                       " has no Info.json or no Assets.catalogue that can be read: install vela-widget anew, "
+                       "or let VELA_BUNDLE name its folder.");
+}
+
+Finding drawingFinding(const Evidence& evidence) {
+    if (evidence.drawingFault.empty()) return good("drawing", "The widget can be drawn.");
+    return problem(
+        "drawing",
+        "The widget cannot be drawn (" + evidence.drawingFault +
+            "): " + (evidence.missingFonts.empty() ? "install vela-widget anew." : "first mend the fonts."));
 }
 
 Finding keyringFinding(const Diagnosis& extension) {
@@ -60,6 +87,21 @@ Finding keyringFinding(const Diagnosis& extension) {
     return problem("keyring", "Nothing is known of it.");
 }
 
+/// By words of the fault.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> remediesOfInsecurity = {{
+    {"not valid yet", "set this machine's clock; if it is right, ask who runs the server"},
+    {"has expired", "set this machine's clock; if it is right, ask who runs the server"},
+    {"another host's",
+     "look at PONTAL_URL by vela-companion defaults read PONTAL_URL, or ask who runs the network"},
+    {"redirect", "open any page in the browser, as the network may want you to sign in there first"},
+}};
+
+std::string_view remedyOfInsecurity(std::string_view fault) {
+    for (const auto& [words, remedy] : remediesOfInsecurity)
+        if (fault.find(words) != std::string_view::npos) return remedy;
+    return "install ca-certificates, or ask who runs the network";
+}
+
 Finding serverFinding(const Diagnosis& extension) {
     const std::string& address = extension.serverAddress;
     if (extension.serverStatus)
@@ -68,9 +110,8 @@ Finding serverFinding(const Diagnosis& extension) {
                    : advice("server", address + " answers with " + std::to_string(*extension.serverStatus) +
                                           ": it has a failure of its own, wait.");
     if (extension.isConnectionInsecure)
-        return problem("server",
-                       address + " shows no certificate that this machine trusts (" + extension.serverFault +
-                           "): set the clock, install ca-certificates, or ask who runs the network.");
+        return problem("server", address + " cannot be reached safely (" + extension.serverFault +
+                                     "): " + std::string(remedyOfInsecurity(extension.serverFault)) + ".");
     return problem(
         "server",
         address + " cannot be reached (" + extension.serverFault +
@@ -117,12 +158,21 @@ Finding unitsFinding(const Evidence& evidence) {
                      ": systemctl --user enable --now vela-widget.socket has the live host started for you.");
 }
 
+std::string servedByNone(const Evidence& evidence) {
+    const auto process = std::to_string(evidence.silentHost);
+    return "No surface is served: " + evidence.liveHostFault +
+           (evidence.silentHost > 0 ? "; end process " + process + " by kill -KILL " + process +
+                                          ", and the next surface starts another."
+                                    : ".");
+}
+
 Finding liveHostFinding(const Evidence& evidence) {
     if (evidence.liveHost)
         return good("live host", "Process " + std::to_string(evidence.liveHost->pid) + " serves " +
-                                     std::to_string(evidence.liveHost->readers) + " readers.");
-    if (!evidence.liveHostFault.empty())
-        return problem("live host", "No surface is served: " + evidence.liveHostFault + ".");
+                                     (evidence.liveHost->readers == 1
+                                          ? "1 reader."
+                                          : std::to_string(evidence.liveHost->readers) + " readers."));
+    if (!evidence.liveHostFault.empty()) return problem("live host", servedByNone(evidence));
     return advice("live host", "None runs: the first surface starts one, as does vela-widget run.");
 }
 
@@ -138,9 +188,10 @@ std::string_view name(Verdict verdict) {
 }
 
 std::vector<Finding> findings(const Evidence& evidence) {
-    std::vector<Finding> all = {extensionFinding(evidence)};
+    std::vector<Finding> all = {settingsFinding(evidence), extensionFinding(evidence)};
     if (evidence.extension) {
         all.push_back(bundleFinding(*evidence.extension));
+        all.push_back(drawingFinding(evidence));
         all.push_back(keyringFinding(*evidence.extension));
         all.push_back(serverFinding(*evidence.extension));
     }

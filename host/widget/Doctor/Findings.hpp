@@ -22,6 +22,13 @@ struct Evidence {
     /// What the extension says; nothing where it says nothing, for `extensionFault`.
     std::optional<widget::Diagnosis> extension = std::nullopt;
     std::string extensionFault = {};
+    /// Why the shared defaults cannot be used, and where they lie; empty where they can.
+    std::string settingsFault = {};
+    std::string settingsFile = {};
+    /// Why nothing can be stored where they and the embedded keychain lie; empty where it can.
+    std::string storageFault = {};
+    /// Why the extension that answers cannot draw; empty where it can.
+    std::string drawingFault = {};
     /// Packages of fonts that are not there.
     std::vector<std::string> missingFonts = {};
     /// The file that the zone is read from, where there is one, and whether it is a zone file.
@@ -35,6 +42,8 @@ struct Evidence {
     std::optional<LiveHostStatus> liveHost = std::nullopt;
     /// Why there is none to be had, or does not serve; empty where simply none runs.
     std::string liveHostFault = {};
+    /// The process that keeps its place and does not serve; 0 where that is not known.
+    int silentHost = 0;
 };
 
 enum class Verdict { good, advice, problem };

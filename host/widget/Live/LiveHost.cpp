@@ -29,11 +29,18 @@ namespace {
 
 /// A sign-in changes several files; all of them are one change.
 constexpr std::chrono::milliseconds settling(50);
+/// A fetch that renewed the tokens ends right after that.
+constexpr std::chrono::milliseconds patienceWithRenewal(500);
 
 /// The same tokens are one person's, and so are renewed ones of one account. Without a user id to go by,
 /// other tokens are taken for another's: what is shown must not be somebody else's.
 bool isSamePerson(const CredentialReport& one, const CredentialReport& other) {
     return one.tokens == other.tokens || (one.account && one.account == other.account);
+}
+
+/// Whether those tokens are what the fetch itself renewed.
+bool hasBrought(const CredentialReport& tokens, const widget::FetchOutcome& outcome) {
+    return outcome.hasRenewed && outcome.credentials.tokens == tokens.tokens;
 }
 
 bool isGood(const widget::SimpleEntry& entry) {
@@ -47,7 +54,9 @@ LiveHost::LiveHost(const asio::any_io_executor& executor, Surroundings surroundi
       surroundings_(std::move(surroundings)),
       policy_(surroundings_.random, surroundings_.clock.now()),
       state_(placeholder()),
+      settlement_(executor),
       midnight_(midnightAfter(surroundings_.clock.now())),
+      latest_(surroundings_.clock.now()),
       fetched_(executor, asio::steady_timer::time_point::max()) {
     if (surroundings_.remembered) goOnFrom(*std::exchange(surroundings_.remembered, std::nullopt));
 }
@@ -75,6 +84,7 @@ asio::awaitable<void> LiveHost::run() {
 
 void LiveHost::stop() {
     isStopped_ = true;
+    settlement_.cancel();
     surroundings_.extension.leave();
     wake();
 }
@@ -90,9 +100,11 @@ void LiveHost::wake() {
 
 /// What time alone does.
 void LiveHost::grow(Date now) {
+    moveAlong(now);
     if (now >= midnight_) {
         midnight_ = midnightAfter(now);
         policy_.noted(ReloadCause::midnight, now);
+        showAnew();
     }
     if (!good_) return;
     if (now >= good_->date.addingTimeInterval(LiveState::longestKept)) {
@@ -105,6 +117,23 @@ void LiveHost::grow(Date now) {
         aged.asOf = good_->date;
         show(std::move(aged));
     }
+}
+
+/// By a clock that was set back what is kept would be of a time to come, and kept for longer.
+void LiveHost::moveAlong(Date now) {
+    const double jump = now.timeIntervalSinceReferenceDate() - latest_.timeIntervalSinceReferenceDate();
+    latest_ = now;
+    if (jump >= 0 || !good_) return;
+    good_->date = good_->date.addingTimeInterval(jump);
+    if (!state_.asOf) return;
+    auto moved = state_;
+    moved.asOf = good_->date;
+    show(std::move(moved));
+}
+
+/// The time that it is of is said in other words on another day, and in another zone.
+void LiveHost::showAnew() {
+    if (state_.asOf) tell(Change::replaced);
 }
 
 Date LiveHost::nextTurn(Date now) {
@@ -138,6 +167,7 @@ void LiveHost::take(SystemEvent event) {
         case SystemEvent::zoneChanged:
             platform::SystemZone::refresh();
             midnight_ = midnightAfter(now);
+            showAnew();
             // One that runs would notice within a minute.
             leaveExtension();
             policy_.noted(ReloadCause::zone, now);
@@ -210,18 +240,44 @@ void LiveHost::takeCredentials(const CredentialReport& report) {
         policy_.signedIn(surroundings_.clock.now());
     } else if (before->tokens != report.tokens) {
         takeOtherTokens(report, *before);
+    } else if (state_.trouble == LiveTrouble::keychainLocked ||
+               state_.trouble == LiveTrouble::keychainUnreadable) {
+        policy_.credentialsChanged(surroundings_.clock.now());
     }
 }
 
 void LiveHost::takeOtherTokens(const CredentialReport& report, const CredentialReport& before) {
-    policy_.signedIn(surroundings_.clock.now());
     if (isSamePerson(report, before)) {
+        policy_.credentialsChanged(surroundings_.clock.now());
         if (good_) good_->owner = report;
-    } else if (fetchesBegun_ != fetchesEnded_) {
+    } else if (fetchesBegun_ != fetchesEnded_ && mayBeRenewed(report, before)) {
         unsettled_ = report;
+        awaitSettlement();
     } else {
-        forget(placeholder());
+        // Somebody else is named: no renewal does that.
+        if (report.account) policy_.signedIn(surroundings_.clock.now());
+        forgetForAnother();
     }
+}
+
+/// Where somebody is named, or was, a renewal leaves that as it is.
+bool LiveHost::mayBeRenewed(const CredentialReport& report, const CredentialReport& before) const {
+    return !report.account && !before.account && !(good_ && good_->owner.account);
+}
+
+/// Whose they are the fetch says at its end, unless it still waits for a server.
+void LiveHost::awaitSettlement() {
+    settlement_.expires_after(patienceWithRenewal);
+    settlement_.async_wait([this](const boost::system::error_code& error) {
+        if (error || !unsettled_) return;
+        forgetForAnother();
+        wake();
+    });
+}
+
+void LiveHost::forgetForAnother() {
+    policy_.credentialsChanged(surroundings_.clock.now());
+    forget(placeholder());
 }
 
 asio::awaitable<void> LiveHost::fetch() {
@@ -239,31 +295,28 @@ asio::awaitable<void> LiveHost::fetch() {
     const auto now = surroundings_.clock.now();
     if (now < midnight_) midnight_ = midnightAfter(now);
     if (conversation == conversation_ && !isStopped_) takeAnswer(std::move(answer));
-    unsettled_.reset();
     fetched_.cancel();
 }
 
 void LiveHost::takeAnswer(std::optional<LiveExtension::Answer> answer) {
     const auto now = surroundings_.clock.now();
+    if (answer) lastFetch_ = now;
+    const auto unsettled = std::exchange(unsettled_, std::nullopt);
+    if (unsettled && !(answer && hasBrought(*unsettled, answer->outcome))) return forgetForAnother();
     if (!answer) {
         policy_.failed(now, std::nullopt);
         return keepThrough(LiveTrouble::extensionFailed);
     }
-    lastFetch_ = now;
-    if (isOfAnother(answer->outcome)) {
-        policy_.signedIn(now);
-        return forget(placeholder());
-    }
+    if (isOfAnother(answer->outcome)) return forgetForAnother();
     if (isGood(answer->timeline.entries.front()))
         takeEntry(*std::move(answer));
     else
         takeFailure(*answer);
 }
 
-/// Whether the tokens became somebody else's while they were used, or since the last good entry.
+/// Whether the tokens became somebody else's since the last good entry.
 bool LiveHost::isOfAnother(const widget::FetchOutcome& outcome) const {
     const auto& report = outcome.credentials;
-    if (unsettled_ && !(outcome.hasRenewed && report.tokens == unsettled_->tokens)) return true;
     if (outcome.server == ServerContact::answered || outcome.hasRenewed || !good_) return false;
     return report.state == CredentialState::stored && !isSamePerson(report, good_->owner);
 }
@@ -314,6 +367,7 @@ void LiveHost::keepThrough(LiveTrouble trouble) {
 
 void LiveHost::forget(LiveState successor) {
     good_.reset();
+    unsettled_.reset();
     // It remembers pictures, and what it is doing is for one who is gone.
     leaveExtension();
     show(std::move(successor), Change::forgotten);
@@ -334,6 +388,10 @@ void LiveHost::show(LiveState state, Change change) {
     if (change == Change::replaced && liveStateObject(state) == liveStateObject(state_)) return;
     state_ = std::move(state);
     ++version_;
+    tell(change);
+}
+
+void LiveHost::tell(Change change) {
     std::erase_if(observers_, [](const auto& observer) { return observer.expired(); });
     const auto observers = observers_;
     for (const auto& each : observers)

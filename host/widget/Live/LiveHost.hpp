@@ -95,6 +95,9 @@ class LiveHost {
     void forgetShown(LiveTrouble trouble);
     void takeCredentials(const widget::CredentialReport& report);
     void takeOtherTokens(const widget::CredentialReport& report, const widget::CredentialReport& before);
+    bool mayBeRenewed(const widget::CredentialReport& report, const widget::CredentialReport& before) const;
+    void awaitSettlement();
+    void forgetForAnother();
 
     boost::asio::awaitable<void> fetch();
     void takeAnswer(std::optional<LiveExtension::Answer> answer);
@@ -103,12 +106,15 @@ class LiveHost {
     bool isOfAnother(const widget::FetchOutcome& outcome) const;
 
     void grow(platform::Date now);
+    void moveAlong(platform::Date now);
+    void showAnew();
     platform::Date nextTurn(platform::Date now);
     void keepThrough(LiveTrouble trouble);
     void forget(LiveState successor);
     LiveState placeholder() const;
     LiveState signedOut(std::optional<LiveTrouble> trouble) const;
     void show(LiveState state, Change change = Change::replaced);
+    void tell(Change change);
     void leaveExtension();
     void wake();
 
@@ -122,8 +128,11 @@ class LiveHost {
     std::optional<widget::CredentialReport> known_;
     /// Tokens that came while a fetch was under way that may itself have brought them.
     std::optional<widget::CredentialReport> unsettled_;
+    boost::asio::steady_timer settlement_;
     std::optional<platform::Date> lastFetch_;
     platform::Date midnight_;
+    /// When it last looked at the clock.
+    platform::Date latest_;
     std::uint64_t version_ = 0;
     /// Another number once the extension was left: what it still answers is nobody's.
     std::uint64_t conversation_ = 0;

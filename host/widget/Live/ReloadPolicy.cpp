@@ -39,11 +39,19 @@ void ReloadPolicy::dueBy(Date date) {
     early_ = early_ ? std::min(*early_, date) : date;
 }
 
+ReloadPolicy::Kind ReloadPolicy::kindOf(Date now) const {
+    if (now >= planned_) return Kind::dated;
+    if (isRenewalDue_) return Kind::renewed;
+    return early_ && *early_ <= now ? Kind::caused : Kind::repeated;
+}
+
 void ReloadPolicy::began(Date now) {
     observe(now);
-    requests_.push_back({.begun = now, .isEarly = now < planned_ && !isAsked_});
-    while (secondsBetween(requests_.front().begun, now) >= day) requests_.pop_front();
+    if (!isAsked_) requests_.push_back({.begun = now, .kind = kindOf(now)});
+    while (!requests_.empty() && secondsBetween(requests_.front().begun, now) >= day) requests_.pop_front();
     early_.reset();
+    isRenewalDue_ = false;
+    isRepetitionDue_ = false;
     isAsked_ = false;
     isCauseGone_ = false;
     // What does not answer at all is not asked all the time.
@@ -68,7 +76,7 @@ void ReloadPolicy::renewed(Date now, Date after) {
     observe(now);
     plan(now, after);
     failuresInARow_ = 0;
-    dueBy(now);
+    isRenewalDue_ = true;
 }
 
 void ReloadPolicy::failed(Date now, std::optional<Date> after) {
@@ -76,7 +84,7 @@ void ReloadPolicy::failed(Date now, std::optional<Date> after) {
     plan(now, after);
     ++failuresInARow_;
     lastFailure_ = now;
-    dueBy(now);
+    isRepetitionDue_ = true;
 }
 
 void ReloadPolicy::noted(ReloadCause cause, Date now) {
@@ -87,11 +95,16 @@ void ReloadPolicy::noted(ReloadCause cause, Date now) {
     if (cause == ReloadCause::network || cause == ReloadCause::resume) isCauseGone_ = true;
 }
 
-void ReloadPolicy::signedIn(Date now) {
+void ReloadPolicy::credentialsChanged(Date now) {
     observe(now);
     failuresInARow_ = 0;
     hasRenewed_ = false;
     dueBy(now);
+}
+
+void ReloadPolicy::signedIn(Date now) {
+    credentialsChanged(now);
+    isAsked_ = true;
 }
 
 void ReloadPolicy::asked(Date now) {
@@ -105,12 +118,27 @@ Date ReloadPolicy::endOfPause() const {
     return lastFailure_.addingTimeInterval(isCauseGone_ ? std::min(pause, pauseAfterReturn) : pause);
 }
 
-/// `due`, or when the day before it has seen one request less than it may.
-Date ReloadPolicy::withinBudget(Date due, std::size_t budget, bool isEarlyOnly) const {
-    std::size_t counted = 0;
-    for (auto request = requests_.rbegin(); request != requests_.rend(); ++request) {
-        if (isEarlyOnly && !request->isEarly) continue;
-        if (++counted == budget) return std::max(due, request->begun.addingTimeInterval(day));
+/// How many requests of that kind, and of those that give way to it, a day has at most.
+std::size_t ReloadPolicy::mostOf(Kind kind) {
+    switch (kind) {
+        case Kind::dated: return mostADay;
+        case Kind::renewed: return mostOf(Kind::dated) - keptForDates;
+        case Kind::caused: return mostOf(Kind::renewed) - keptForRenewals;
+        case Kind::repeated: return mostOf(Kind::caused) - keptForCauses;
+    }
+    return 0;
+}
+
+/// `due`, or when the day before it has seen one request less than it may, for that kind and all that it
+/// gives way to.
+Date ReloadPolicy::withinBudget(Date due, Kind kind) const {
+    for (const auto each : {Kind::dated, Kind::renewed, Kind::caused, Kind::repeated}) {
+        if (each > kind) break;
+        std::size_t counted = 0;
+        const auto last = std::find_if(requests_.rbegin(), requests_.rend(), [&](const Request& request) {
+            return request.kind >= each && ++counted == mostOf(each);
+        });
+        if (last != requests_.rend()) due = std::max(due, last->begun.addingTimeInterval(day));
     }
     return due;
 }
@@ -118,10 +146,14 @@ Date ReloadPolicy::withinBudget(Date due, std::size_t budget, bool isEarlyOnly) 
 Date ReloadPolicy::next(Date now) {
     observe(now);
     if (isAsked_) return now;
-    auto due = planned_;
-    if (early_)
-        due = std::min(due, withinBudget(std::max(*early_, endOfPause()), mostADay - keptForDates, true));
-    return withinBudget(due, mostADay, false);
+    auto due = withinBudget(planned_, Kind::dated);
+    const auto early = [&](Date date, Kind kind) {
+        due = std::min(due, withinBudget(std::max(date, endOfPause()), kind));
+    };
+    if (isRenewalDue_) early(now, Kind::renewed);
+    if (early_) early(*early_, Kind::caused);
+    if (isRepetitionDue_) early(endOfPause(), Kind::repeated);
+    return due;
 }
 
 }  // namespace host

@@ -38,9 +38,16 @@ class ReloadPolicy {
     static constexpr double longestJitter = 60;
     /// What happens within this many seconds is answered by one request.
     static constexpr double coalescing = 0.25;
+    /// Those that the person asked for are not counted, and a sign-in asks for one.
     static constexpr std::size_t mostADay = 70;
     /// Of these, so many are kept for the extension's own dates, an hour apart.
     static constexpr std::size_t keptForDates = 25;
+    /// So many more for the request that follows a renewal, without which tokens that last an hour would be
+    /// renewed all day and never used.
+    static constexpr std::size_t keptForRenewals = 15;
+    /// And so many more for what happens: a network may come back after half a day in which what failed was
+    /// repeated.
+    static constexpr std::size_t keptForCauses = 10;
 
     /// The first request is due at once.
     ReloadPolicy(Random random, Date now);
@@ -56,7 +63,10 @@ class ReloadPolicy {
     void failed(Date now, std::optional<Date> after);
 
     void noted(ReloadCause cause, Date now);
-    /// Other credentials are stored: whatever failed before says nothing of them.
+    /// Other credentials are stored, or some that could not be read: whatever failed before says nothing of
+    /// them.
+    void credentialsChanged(Date now);
+    /// The same, by the person's own hand.
     void signedIn(Date now);
     /// The person asked: at once, whatever the day has seen.
     void asked(Date now);
@@ -65,27 +75,36 @@ class ReloadPolicy {
     Date next(Date now);
 
   private:
+    /// In the order in which they give way to each other, the last first.
+    enum class Kind { dated, renewed, caused, repeated };
     struct Request {
         Date begun;
-        bool isEarly;
+        Kind kind;
     };
 
     void observe(Date now);
     void dueBy(Date date);
+    Kind kindOf(Date now) const;
     void plan(Date now, std::optional<Date> after);
     Date endOfPause() const;
-    Date withinBudget(Date due, std::size_t budget, bool isEarlyOnly) const;
+    static std::size_t mostOf(Kind kind);
+    Date withinBudget(Date due, Kind kind) const;
 
     Random random_;
     Date latest_;
     Date planned_;
+    /// Something happened.
     std::optional<Date> early_;
+    /// The latest request renewed the tokens.
+    bool isRenewalDue_ = false;
+    /// The latest request failed, and nothing else happened.
+    bool isRepetitionDue_ = false;
     bool isCauseGone_ = false;
     bool isAsked_ = false;
     bool hasRenewed_ = false;
     std::size_t failuresInARow_ = 0;
     Date lastFailure_;
-    /// Of the last day, in order.
+    /// Of the last day, in order, but for those that the person asked for.
     std::deque<Request> requests_;
 };
 

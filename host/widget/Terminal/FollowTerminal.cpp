@@ -94,13 +94,13 @@ void FollowTerminal::press(Key key) {
         case Key::first: choose(0); break;
         case Key::last: choose(packagesShown(shown_.state()).size()); break;
         case Key::open:
-            if (const auto link = chosenLink()) {
+            if (const auto link = linkShown(shown_.state(), view_.chosen)) {
                 view_.note = "Opening";
                 opener_.open(*link);
             }
             break;
         case Key::copy:
-            if (const auto link = chosenLink()) {
+            if (const auto link = linkShown(shown_.state(), view_.chosen)) {
                 terminal_.write(clipboardSequence(*link));
                 view_.note = "Copied " + *link;
             }

@@ -11,6 +11,7 @@
 #include "host/reader/TerminalText.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/Text/Text.hpp"
+#include "presentation/DeepLink.hpp"
 
 namespace host {
 
@@ -26,6 +27,7 @@ constexpr std::array<std::string_view, 8> help = {
     "?                 this help",        "q, Esc, Ctrl-C    quit",
 };
 constexpr std::string_view hint = "Enter opens, r reloads, ? shows all keys";
+constexpr std::string_view signInHint = "To sign in: vela-companion sign-in, or Enter";
 
 using Lines = std::vector<std::string>;
 
@@ -110,13 +112,18 @@ Lines wordsOf(const LiveState& state, const TerminalStyle& style) {
     return linesOf(terminalView(state.entry, style));
 }
 
+bool isSignedOut(const LiveState& state) {
+    return !state.isPlaceholder && std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState);
+}
+
 std::string bottomLine(const LiveState& state, const FollowView& view, const TerminalStyle& style,
                        platform::Date now) {
     const auto packages = packagesShown(state);
     const auto place = packages.empty() ? std::string()
                                         : std::to_string(std::min(view.chosen, packages.size() - 1) + 1) +
                                               "/" + std::to_string(packages.size());
-    const auto text = !view.note.empty() ? view.note : liveRemark(state, now).value_or(std::string(hint));
+    const auto usual = isSignedOut(state) ? signInHint : hint;
+    const auto text = !view.note.empty() ? view.note : liveRemark(state, now).value_or(std::string(usual));
     const auto room = style.columns > place.size() + 3 ? style.columns - place.size() - 3 : 0;
     auto line = "  " + fittedToColumns(text, room > 1 ? room - 2 : style.columns);
     const auto used = platform::terminalColumns(line);
@@ -129,6 +136,15 @@ std::string bottomLine(const LiveState& state, const FollowView& view, const Ter
 presentation::PackageList packagesShown(const LiveState& state) {
     const auto* signedIn = std::get_if<widget::LoggedIn>(&state.entry.widgetState);
     return signedIn && !state.isPlaceholder ? signedIn->packages : presentation::PackageList();
+}
+
+std::optional<std::string> linkShown(const LiveState& state, std::size_t chosen) {
+    const auto packages = packagesShown(state);
+    if (chosen < packages.size()) return packages[chosen]->deepLinkingUrl().absoluteString();
+    if (state.isPlaceholder || !packages.empty()) return std::nullopt;
+    const auto prompt =
+        isSignedOut(state) ? presentation::DeepLink::homeOrders() : presentation::DeepLink::addDelivery();
+    return prompt.absoluteString();
 }
 
 FollowScreen followScreen(const LiveState& state, const FollowView& view, const TerminalStyle& style,

@@ -6,6 +6,7 @@
 // is to be said. Pure functions, but for the zone of the process, which hours are told in.
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,6 +38,9 @@ FollowScreen followScreen(const LiveState& state, const FollowView& view, const 
 
 /// Those that a person can choose from.
 presentation::PackageList packagesShown(const LiveState& state);
+
+/// What the open key opens: the package with that number, else where the prompt leads.
+std::optional<std::string> linkShown(const LiveState& state, std::size_t chosen);
 
 /// What has a terminal put `text` on the clipboard (OSC 52).
 std::string clipboardSequence(std::string_view text);

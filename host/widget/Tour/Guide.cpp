@@ -28,6 +28,7 @@ constexpr int notStarted = 127;
 Guide::Guide(TourManner manner) : manner_(manner) {
     ::sigemptyset(&watched_);
     for (const int signal : tourEndings) ::sigaddset(&watched_, signal);
+    ::sigaddset(&watched_, SIGCONT);
     ::sigprocmask(SIG_BLOCK, &watched_, &before_);
     signals_ = platform::Descriptor(::signalfd(-1, &watched_, SFD_CLOEXEC | SFD_NONBLOCK));
 }
@@ -41,9 +42,12 @@ void Guide::say(const std::string& text) const {
 }
 
 std::optional<std::string> Guide::ask(const std::string& question) const {
-    platform::writeAll(STDOUT_FILENO, question + " ");
+    const auto put = [&] { platform::writeAll(STDOUT_FILENO, question + " "); };
+    lookForSignals();
+    put();
     std::string answer;
-    for (char byte = 0; awaitOrThrow(STDIN_FILENO) && ::read(STDIN_FILENO, &byte, 1) == 1;) {
+    // Who comes back to a job that was stopped sees the shell's words last, and what was typed is gone.
+    for (char byte = 0; awaitOrThrow(STDIN_FILENO, put) && ::read(STDIN_FILENO, &byte, 1) == 1;) {
         if (byte == '\n') return std::string(platform::trimmed(answer));
         answer += byte;
     }
@@ -73,18 +77,29 @@ int Guide::run(const std::string& program, const std::vector<std::string>& argum
 }
 
 void Guide::lookForSignals() const {
-    signalfd_siginfo info = {};
-    if (::read(signals_, &info, sizeof info) == sizeof info)
-        throw TourInterrupted{static_cast<int>(info.ssi_signo)};
+    wasContinued();
 }
 
-bool Guide::awaitOrThrow(int descriptor) const {
+/// Throws for any other signal that has come.
+bool Guide::wasContinued() const {
+    bool isContinued = false;
+    signalfd_siginfo info = {};
+    while (::read(signals_, &info, sizeof info) == sizeof info) {
+        if (info.ssi_signo != SIGCONT) throw TourInterrupted{static_cast<int>(info.ssi_signo)};
+        isContinued = true;
+    }
+    return isContinued;
+}
+
+bool Guide::awaitOrThrow(int descriptor, const std::function<void()>& onContinued) const {
     std::array<pollfd, 2> awaited = {pollfd{.fd = descriptor, .events = POLLIN, .revents = 0},
                                      pollfd{.fd = signals_, .events = POLLIN, .revents = 0}};
-    while (::poll(awaited.data(), awaited.size(), -1) < 0)
-        if (errno != EINTR) return false;
-    lookForSignals();
-    return awaited[0].revents != 0;
+    while (true) {
+        if (::poll(awaited.data(), awaited.size(), -1) < 0 && errno != EINTR) return false;
+        if (wasContinued()) onContinued();
+        if (awaited[0].revents != 0) return true;
+        awaited[0].revents = awaited[1].revents = 0;
+    }
 }
 
 std::string ownProgram(const char* name) {

@@ -7,6 +7,7 @@
 
 #include <signal.h>
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -39,7 +40,8 @@ class Guide {
 
     bool asks() const { return manner_ == TourManner::asking; }
     void say(const std::string& text) const;
-    /// The answer without blanks at its ends; nothing at the end of the input. Only for a guide that asks.
+    /// The answer without blanks at its ends; nothing at the end of the input. Asks again after the job was
+    /// stopped. Only for a guide that asks.
     std::optional<std::string> ask(const std::string& question) const;
     /// Whether the person says so; she has to.
     bool agrees(const std::string& question) const;
@@ -52,7 +54,9 @@ class Guide {
     void lookForSignals() const;
 
   private:
-    bool awaitOrThrow(int descriptor) const;
+    bool wasContinued() const;
+    bool awaitOrThrow(
+        int descriptor, const std::function<void()>& onContinued = [] {}) const;
 
     TourManner manner_;
     sigset_t watched_ = {};

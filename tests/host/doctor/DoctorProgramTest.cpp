@@ -2,22 +2,49 @@
 
 // The real programs, as a person calls them.
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
 
 #include "tests/host/Person.hpp"
+#include "tests/support/PrivateBus.hpp"
+#include "tests/support/ScriptedService.hpp"
 
 namespace host {
 namespace {
 
+namespace fs = std::filesystem;
+using platform::testing::ScriptedService;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
 class DoctorProgram : public Person {
   protected:
-    std::map<std::string, std::string> verdicts(const ProgramResult& result) const {
+    /// One of the members, by check.
+    static std::map<std::string, std::string> saidIn(const ProgramResult& result, const char* member) {
         std::map<std::string, std::string> found;
         const auto object = platform::JSONSerialization::JSONObjectWithData(result.output);
         for (const auto& finding : object.at("findings").as_array())
-            found[std::string(finding.at("check").as_string())] = finding.at("verdict").as_string();
+            found[std::string(finding.at("check").as_string())] = finding.at(member).as_string();
         return found;
     }
+    static std::map<std::string, std::string> verdicts(const ProgramResult& result) {
+        auto found = saidIn(result, "verdict");
+        const bool hasProblem = std::any_of(found.begin(), found.end(),
+                                            [](const auto& finding) { return finding.second == "problem"; });
+        EXPECT_EQ(result.status, hasProblem ? 1 : 0);
+        return found;
+    }
+    void makeRuntimeFolder() {
+        fs::create_directory(runtime);
+        fs::permissions(runtime, fs::perms::owner_all);
+        environment["XDG_RUNTIME_DIR"] = runtime.string();
+    }
+
+    const fs::path runtime = folder.path() / "run";
 };
 
 TEST_F(DoctorProgram, FindsASignInAndAServerThatIsAway) {
@@ -48,6 +75,116 @@ TEST_F(DoctorProgram, SaysInALineEachWhatItFinds) {
     EXPECT_NE(result.output.find("good  extension: It starts and answers.\n"), std::string::npos)
         << result.output;
     EXPECT_NE(result.output.find("problem  server: http://127.0.0.1:9 cannot be reached"), std::string::npos);
+}
+
+TEST_F(DoctorProgram, SaysWhatStopsTheExtension) {
+    folder.write(fs::relative(defaultsFile(), folder.path()), "{}");
+    fs::permissions(defaultsFile().parent_path(), fs::perms::all);
+    const auto result = widget({"doctor"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, HasSubstr("problem  settings: The shared defaults cannot be read ("));
+    EXPECT_THAT(result.output, HasSubstr("chmod 700 " + defaultsFile().parent_path().string()));
+    EXPECT_THAT(result.output, HasSubstr("problem  extension: It does not run ("));
+    EXPECT_THAT(result.output, HasSubstr("first mend the settings"));
+}
+
+TEST_F(DoctorProgram, FindsSettingsThatAreNone) {
+    folder.write(fs::relative(defaultsFile(), folder.path()), "{\"PONTAL_URL\": \"https://secret");
+    const auto result = widget({"doctor", "--json"});
+    const auto found = verdicts(result);
+    EXPECT_EQ(found.at("settings"), "problem");
+    EXPECT_EQ(found.at("extension"), "good");
+    EXPECT_THAT(result.output, HasSubstr("move " + defaultsFile().string() + " out of the way"));
+    EXPECT_THAT(result.output + result.errors, Not(HasSubstr("secret")));
+}
+
+TEST_F(DoctorProgram, FindsABundleOfWhichSomethingIsMissing) {
+    const auto bundle = folder.path() / "bundle";
+    fs::copy(platform::testing::programFolder().parent_path() / "share/vela-widget", bundle,
+             fs::copy_options::recursive);
+    environment["VELA_BUNDLE"] = bundle.string();
+    EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("bundle"), "good");
+    fs::remove(bundle / "Assets.catalogue");
+    EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("bundle"), "problem");
+}
+
+TEST_F(DoctorProgram, FindsThatNothingCanBeDrawn) {
+    EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("drawing"), "good");
+    // An installation without its drawing half.
+    const auto installed = folder.path() / "installed";
+    fs::create_directories(installed / "bin");
+    fs::create_directory_symlink(platform::testing::programFolder().parent_path() / "share",
+                                 installed / "share");
+    for (const char* name : {"vela-widget", "VelaWidgetExtension"})
+        fs::copy(platform::testing::programFolder() / name, installed / "bin" / name);
+    auto alone = program((installed / "bin/vela-widget").string(), {"doctor", "--json"});
+    const auto found = verdicts(alone.run());
+    EXPECT_EQ(found.at("extension"), "good");
+    EXPECT_EQ(found.at("drawing"), "problem");
+    EXPECT_EQ(found.at("links"), "problem");
+}
+
+TEST_F(DoctorProgram, FindsThatThereIsNoFontToDrawWith) {
+    const auto bundle = folder.path() / "bundle";
+    fs::copy(platform::testing::programFolder().parent_path() / "share/vela-widget", bundle,
+             fs::copy_options::recursive);
+    environment["VELA_BUNDLE"] = bundle.string();
+    fs::remove(bundle / "fonts.conf");
+    folder.write("bundle/fonts.conf", "<?xml version=\"1.0\"?><fontconfig></fontconfig>");
+    const auto said = saidIn(widget({"doctor", "--json"}), "sentence").at("drawing");
+    EXPECT_THAT(said, HasSubstr("there are no fonts on this machine"));
+}
+
+TEST_F(DoctorProgram, FindsALiveHostThatIsStopped) {
+    makeRuntimeFolder();
+    const platform::testing::BackgroundProgram host(program("vela-widget", {"run"}));
+    ASSERT_TRUE(
+        platform::testing::eventually([&] { return fs::exists(runtime / "vela-widget/host.socket"); }));
+    EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("live host"), "good");
+    host.sendSignal(SIGSTOP);
+    const auto result = widget({"doctor"});
+    host.sendSignal(SIGCONT);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output,
+                HasSubstr("problem  live host: No surface is served: the live host has not answered"));
+    EXPECT_THAT(result.output, HasSubstr("kill -KILL " + std::to_string(host.processIdentifier())));
+}
+
+TEST_F(DoctorProgram, StartsNoLiveHost) {
+    makeRuntimeFolder();
+    EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("live host"), "advice");
+    EXPECT_TRUE(fs::is_empty(runtime));
+}
+
+TEST_F(DoctorProgram, AsksTheServiceManagerForTheSocket) {
+    const platform::testing::PrivateBus bus;
+    environment["DBUS_SESSION_BUS_ADDRESS"] = bus.address();
+    const auto said = [&] { return saidIn(widget({"doctor", "--json"}), "sentence").at("units"); };
+    EXPECT_THAT(said(), HasSubstr("no service manager"));
+    ScriptedService manager(bus.address(), "org.freedesktop.systemd1");
+    const auto answerWith = [&](const char* state) {
+        manager.answer("GetUnitFileState", [state](sd_bus_message*, sd_bus_message* answer) {
+            return sd_bus_message_append(answer, "s", state);
+        });
+    };
+    answerWith("enabled");
+    EXPECT_EQ(said(), "vela-widget.socket starts the live host.");
+    answerWith("disabled");
+    EXPECT_THAT(said(), HasSubstr("systemctl --user enable --now vela-widget.socket"));
+    manager.answer("GetUnitFileState", [](sd_bus_message*, sd_bus_message*) { return -ENOENT; });
+    EXPECT_THAT(said(), HasSubstr("is not installed"));
+    manager.answer("GetUnitFileState", [](sd_bus_message*, sd_bus_message*) { return -EACCES; });
+    EXPECT_THAT(said(), HasSubstr("no service manager"));
+    manager.ignore("GetUnitFileState");
+    EXPECT_THAT(said(), HasSubstr("no service manager"));
+}
+
+TEST_F(DoctorProgram, TakesARuleForAZone) {
+    for (const auto& [zone, verdict] :
+         {std::pair("CET-1CEST,M3.5.0,M10.5.0/3", "good"), std::pair("Mars/Olympus", "problem")}) {
+        environment["TZ"] = zone;
+        EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("zone"), verdict) << zone;
+    }
 }
 
 TEST_F(DoctorProgram, SetupPrintsASnippetAndKnowsWhatItCannotSetUp) {

@@ -8,6 +8,7 @@
 #include <functional>
 
 #include "host/widget/Doctor/DoctorCommand.hpp"
+#include "tests/support/ChildProcess.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 namespace host {
@@ -45,7 +46,7 @@ Finding findingOf(const Evidence& evidence, std::string_view check) {
 TEST(Findings, AreAllGoodWhereAllIsWell) {
     for (const auto& finding : findings(wellEvidence()))
         EXPECT_EQ(finding.verdict, Verdict::good) << finding.sentence;
-    EXPECT_EQ(findings(wellEvidence()).size(), 9U);
+    EXPECT_EQ(findings(wellEvidence()).size(), 11U);
 }
 
 struct Ailment {
@@ -65,6 +66,31 @@ TEST(Findings, SayOfEachAilmentWhatToDo) {
              e.extensionFault = "it ended";
          },
          Verdict::problem, "it ended"},
+        {"settings that stop it", "extension",
+         [](Evidence& e) {
+             e.extension.reset();
+             e.settingsFault = "others can change them";
+         },
+         Verdict::problem, "first mend the settings"},
+        {"settings that cannot be read", "settings",
+         [](Evidence& e) {
+             e.settingsFault = "they are none";
+             e.settingsFile = "/data/preferences.json";
+         },
+         Verdict::problem, "(they are none): mend that, or move /data/preferences.json out of the way"},
+        {"a home that is read only", "settings",
+         [](Evidence& e) { e.storageFault = "/home: Permission denied"; }, Verdict::problem,
+         "(/home: Permission denied): let HOME or XDG_DATA_HOME"},
+        {"no fonts to draw with", "drawing",
+         [](Evidence& e) {
+             e.drawingFault = "there are no fonts";
+             e.missingFonts = {"fonts-inter"};
+         },
+         Verdict::problem, "first mend the fonts"},
+        {"no home", "settings", [](Evidence& e) { e.settingsFault = "there is none"; }, Verdict::problem,
+         "HOME"},
+        {"an extension that cannot draw", "drawing", [](Evidence& e) { e.drawingFault = "no catalogue"; },
+         Verdict::problem, "(no catalogue): install vela-widget anew"},
         {"a broken bundle", "bundle", [](Evidence& e) { e.extension->isBundleWhole = false; },
          Verdict::problem, "VELA_BUNDLE"},
         {"nobody signed in", "keyring", [](Evidence& e) { e.extension->credentials = {}; }, Verdict::advice,
@@ -116,7 +142,14 @@ TEST(Findings, SayOfEachAilmentWhatToDo) {
              e.liveHost.reset();
              e.liveHostFault = "XDG_RUNTIME_DIR is not set";
          },
-         Verdict::problem, "No surface is served: XDG_RUNTIME_DIR is not set"},
+         Verdict::problem, "No surface is served: XDG_RUNTIME_DIR is not set."},
+        {"a live host that hangs", "live host",
+         [](Evidence& e) {
+             e.liveHost.reset();
+             e.liveHostFault = "it does not answer";
+             e.silentHost = 77;
+         },
+         Verdict::problem, "it does not answer; end process 77 by kill -KILL 77, and"},
     };
     for (const auto& ailment : ailments) {
         SCOPED_TRACE(ailment.name);
@@ -126,6 +159,24 @@ TEST(Findings, SayOfEachAilmentWhatToDo) {
         EXPECT_EQ(finding.verdict, ailment.verdict);
         EXPECT_NE(finding.sentence.find(ailment.remedy), std::string::npos) << finding.sentence;
         EXPECT_TRUE(finding.sentence.ends_with('.')) << finding.sentence;
+    }
+}
+
+TEST(Findings, SayOfEachConnectionThatIsNotSafeWhatToDo) {
+    for (const auto& [fault, remedy] : std::vector<std::pair<const char*, const char*>>{
+             {"the certificate is not valid yet", "set this machine's clock"},
+             {"the certificate has expired", "set this machine's clock"},
+             {"the certificate is another host's", "PONTAL_URL"},
+             {"a redirect leaves https for http", "in the browser"},
+             {"nobody vouches for the certificate whom this machine trusts", "ca-certificates"}}) {
+        Evidence evidence = wellEvidence();
+        evidence.extension->serverStatus.reset();
+        evidence.extension->isConnectionInsecure = true;
+        evidence.extension->serverFault = fault;
+        const auto finding = findingOf(evidence, "server");
+        EXPECT_EQ(finding.verdict, Verdict::problem);
+        EXPECT_NE(finding.sentence.find(remedy), std::string::npos) << finding.sentence;
+        EXPECT_NE(finding.sentence.find(fault), std::string::npos) << finding.sentence;
     }
 }
 
@@ -144,6 +195,15 @@ TEST(Findings, PrintNothingThatATerminalWouldObey) {
     EXPECT_EQ(findingsText(findings(evidence)).find('\x1b'), std::string::npos);
 }
 
+TEST(FaultOfStoringIn, IsThatOfTheNearestFolderThatIsThere) {
+    const platform::testing::TemporaryFolder folder;
+    EXPECT_EQ(faultOfStoringIn(folder.path()), "");
+    EXPECT_EQ(faultOfStoringIn(folder.path() / "new/folder"), "");
+    EXPECT_EQ(platform::testing::runWithoutPrivileges(
+                  [] { return faultOfStoringIn("/nonexistent/folder") == "/: Permission denied" ? 0 : 1; }),
+              0);
+}
+
 TEST(MissingFontPackages, AreThoseOfWhichNoFileIsThere) {
     const platform::testing::TemporaryFolder folder;
     using Packages = std::vector<std::string>;
@@ -154,14 +214,6 @@ TEST(MissingFontPackages, AreThoseOfWhichNoFileIsThere) {
     folder.write("opentype/inter/Inter-Regular.otf", "font");
     folder.write("truetype/NotoColorEmoji.ttf", "font");
     EXPECT_EQ(missingFontPackages({folder.path()}), (Packages{"fonts-noto-core", "fonts-noto-cjk"}));
-}
-
-TEST(IsZoneFile, LooksAtItsBeginning) {
-    const platform::testing::TemporaryFolder folder;
-    EXPECT_TRUE(isZoneFile(folder.write("zone", "TZif2 and more")));
-    EXPECT_FALSE(isZoneFile(folder.write("text", "Europe/Berlin")));
-    EXPECT_FALSE(isZoneFile(folder.write("short", "TZ")));
-    EXPECT_FALSE(isZoneFile(folder.path() / "none"));
 }
 
 }  // namespace

@@ -9,8 +9,10 @@
 #include "host/protocol/OutcomeCoding.hpp"
 #include "host/reader/LiveRemark.hpp"
 #include "host/widget/Readers/LiveTerminalView.hpp"
+#include "platform/Date/SystemZone.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "tests/support/FixedAmbient.hpp"
+#include "tests/support/ScopedEnvironment.hpp"
 
 namespace host {
 namespace {
@@ -112,6 +114,16 @@ TEST(LiveTerminalView, SaysWhatTheEntryIsAsOf) {
     EXPECT_EQ(asOfText(instant("2026-01-30T23:05:00Z"), now), "as of 00:05");
     EXPECT_EQ(asOfText(instant("2026-01-30T22:05:00Z"), now), "as of 30 Jan 23:05");
     EXPECT_EQ(asOfText(instant("2025-01-31T13:05:00Z"), now), "as of 31 Jan 14:05");
+}
+
+TEST(AsOfText, IsInTheZoneThatIsInForceInThisMoment) {
+    const auto noon = instant("2026-01-31T12:00:00Z");
+    for (const auto& [zone, text] :
+         {std::pair("UTC", "as of 12:00"), {"Asia/Kolkata", "as of 17:30"}, {"UTC", "as of 12:00"}}) {
+        const platform::testing::ScopedEnvironment changed{{{"TZ", zone}}};
+        EXPECT_EQ(asOfText(noon, noon), text);
+    }
+    platform::SystemZone::refresh();
 }
 
 TEST(LiveTerminalView, AddsTheRemarkToTheEntry) {

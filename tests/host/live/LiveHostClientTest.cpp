@@ -10,6 +10,7 @@ namespace host {
 namespace {
 
 using ::testing::Contains;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -39,7 +40,33 @@ class LiveHostClientTest : public ReaderWorld {
         until([&] { return (peer_ = ::accept4(socket_, nullptr, nullptr, SOCK_NONBLOCK)) >= 0; });
         say(peer_, bytes);
     }
+    /// Each reader that comes until that holds is told so.
+    template <typename Condition>
+    bool tellAllUntil(const std::string& bytes, Condition condition) {
+        std::vector<int> peers;
+        const bool holds = until([&] {
+            const int peer = ::accept4(socket_, nullptr, nullptr, SOCK_NONBLOCK);
+            if (peer >= 0) peers.push_back(peer);
+            // It may have left by now.
+            if (peer >= 0) (void)!::send(peer, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+            return condition();
+        });
+        for (const int peer : peers) ::close(peer);
+        return holds;
+    }
     void hangUp() { ::close(std::exchange(peer_, -1)); }
+
+    static boost::asio::awaitable<void> noting(std::shared_ptr<LiveHostClient> reader,
+                                               std::vector<std::string>& views,
+                                               std::vector<std::string>& gaps) {
+        const std::function<void(const LiveState&)> note = [&](const LiveState& state) {
+            views.push_back(shopNameIn(state.entry));
+        };
+        const std::function<void(std::string_view)> noteGap = [&](std::string_view gap) {
+            gaps.emplace_back(gap);
+        };
+        co_await reader->follow(note, noteGap);
+    }
 
     static boost::asio::awaitable<std::string> stateOf(std::shared_ptr<LiveHostClient> reader) {
         const auto state = co_await reader->state();
@@ -124,16 +151,7 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     const auto reader = client();
     std::vector<std::string> gaps;
     std::vector<std::string> views;
-    spawn([](std::shared_ptr<LiveHostClient> asked, std::vector<std::string>& names,
-             std::vector<std::string>& missing) -> boost::asio::awaitable<void> {
-        const std::function<void(const LiveState&)> note = [&](const LiveState& state) {
-            names.push_back(shopNameIn(state.entry));
-        };
-        const std::function<void(std::string_view)> noteGap = [&](std::string_view gap) {
-            missing.emplace_back(gap);
-        };
-        co_await asked->follow(note, noteGap);
-    }(reader, views, gaps));
+    spawn(noting(reader, views, gaps));
     for (std::size_t count = 1; count <= 3; ++count) {
         tell(greeting + frameOf(R"({"id":1,)" + noPackages) + frameOf("{" + noPackages));
         EXPECT_TRUE(until([&] { return views.size() == 2 * count; }));
@@ -143,6 +161,62 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     EXPECT_THAT(gaps, Contains("the live host has ended"));
     reader->close();
     clock.settle();
+}
+
+TEST_F(LiveHostClientTest, TellsOfAHostThatIsSilentAndComesBackToWhoTakesItsPlace) {
+    listen();
+    LiveHostClient::Options options;
+    options.ifMissing = LiveHostClient::IfMissing::leave;
+    options.followLimit = std::chrono::milliseconds(100);
+    options.pauses = {std::chrono::milliseconds(5)};
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    EXPECT_TRUE(until([&] { return gaps.size() == 2; }));
+    EXPECT_THAT(gaps, Each("the live host has not answered within 100 ms"));
+    EXPECT_TRUE(tellAllUntil(greeting + frameOf(R"({"id":1,)" + noPackages), [&] { return !views.empty(); }));
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, AsksTheSuccessorOfAHostThatEndsInThisMoment) {
+    listen();
+    std::optional<std::string> text;
+    const auto reader = client();
+    spawn([](std::shared_ptr<LiveHostClient> asked,
+             std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+        try {
+            const auto state = co_await asked->settledState(std::chrono::seconds(10));
+            result = shopNameIn(state.entry);
+        } catch (const LiveHostError& error) {
+            result = error.what();
+        }
+    }(reader, text));
+    tell(greeting);
+    hangUp();
+    const std::string placeholder =
+        R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"},"isPlaceholder":true}})";
+    tell(greeting + frameOf(R"({"id":1,)" + placeholder));
+    until([] { return false; }, std::chrono::seconds(1));
+    hangUp();
+    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
+    EXPECT_TRUE(until([&] { return text.has_value(); }));
+    EXPECT_EQ(text, "noPackages");
+    hangUp();
+}
+
+TEST_F(LiveHostClientTest, StartsAnotherHostWhereTheFirstEndsBeforeItListens) {
+    const auto program = folder.path() / "program";
+    folder.write("program", "#!/bin/sh\necho >> \"${0%/*}/starts\"\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    LiveHostClient::Options options;
+    options.program = program;
+    options.patience = std::chrono::seconds(3);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    EXPECT_EQ(answer([&] { return stateOf(reader); }),
+              "failed: the live host that was started does not listen; see what vela-widget run says");
+    EXPECT_EQ(folder.read("starts"), "\n\n\n") << "and no more than a few";
 }
 
 TEST_F(LiveHostClientTest, SaysThatNoHostCouldBeStarted) {

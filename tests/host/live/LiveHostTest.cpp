@@ -98,6 +98,31 @@ TEST_F(LiveHostTest, KeepsTheLastGoodEntryForADayAtMost) {
     EXPECT_EQ(trouble(), "serverUnreachable");
 }
 
+TEST_F(LiveHostTest, KeepsNothingForLongerWhereTheClockWasSetBack) {
+    start();
+    extension.answerWith(CredentialState::stored, ServerContact::unreachable);
+    host.askNow();
+    clock.settle();
+    clock.jump(-24 * hour);
+    happens(SystemEvent::clockSet);
+    EXPECT_EQ(shown(), "Ada's");
+    EXPECT_LE(*host.state().asOf, clock.now());
+    clock.advance(24 * hour);
+    EXPECT_TRUE(host.state().isPlaceholder);
+}
+
+TEST_F(LiveHostTest, TellsAgainOnAnotherDayWhatTheEntryIsAsOf) {
+    start();
+    extension.answerWith(CredentialState::stored, ServerContact::unreachable);
+    clock.advance(13 * hour);
+    const auto told = seen.size();
+    clock.advance(hour);
+    EXPECT_EQ(seen.size(), told + 1);
+    happens(SystemEvent::zoneChanged);
+    EXPECT_EQ(seen.size(), told + 2) << "the hour is another";
+    EXPECT_EQ(forgotten, 0);
+}
+
 TEST_F(LiveHostTest, MarksWhatLiesAsOldOnceNoAnswerFollows) {
     start();
     extension.isHeld = true;
@@ -247,6 +272,25 @@ TEST_F(LiveHostTest, TakesALockedKeyringForNoSignOut) {
     EXPECT_EQ(forgotten, 0);
 }
 
+TEST_F(LiveHostTest, AsksAtOnceWhereTheKeyringIsUnlocked) {
+    start();
+    const auto signedIn = extension.stored;
+    for (const auto locked : {CredentialState::locked, CredentialState::unreadable}) {
+        extension.answerWith(locked, ServerContact::refused);
+        for (int count = 0; count < 4; ++count) {
+            host.askNow();
+            clock.settle();
+        }
+        ASSERT_NE(trouble(), "none");
+        extension.signIn(signedIn.tokens, signedIn.account, "Ada's");
+        const int timelines = extension.timelines;
+        happens(SystemEvent::secretsChanged);
+        EXPECT_EQ(extension.timelines, timelines + 1);
+        EXPECT_EQ(trouble(), "none");
+    }
+    EXPECT_EQ(forgotten, 0);
+}
+
 TEST_F(LiveHostTest, AsksAtOnceAfterASignIn) {
     extension.answerWith(CredentialState::none, ServerContact::refused);
     start();
@@ -299,6 +343,60 @@ TEST_F(LiveHostTest, ThrowsAwayAnAnswerForTokensThatWereReplacedMeanwhile) {
     extension.release();
     clock.advance(1);
     EXPECT_THAT(seen, ElementsAre(sample, "Bert's"));
+}
+
+TEST_F(LiveHostTest, ForgetsAtOnceForAnotherWhileAnAnswerIsAwaited) {
+    using Account = std::optional<std::uint64_t>;
+    for (const auto& [before, after] :
+         {std::pair<Account, Account>(11, 22), {11, std::nullopt}, {std::nullopt, 22}}) {
+        extension.signIn(1, before, "Ada's");
+        if (seen.empty()) start();
+        host.askNow();
+        clock.settle();
+        ASSERT_EQ(shown(), "Ada's");
+        extension.isHeld = true;
+        host.askNow();
+        clock.settle();
+        extension.signIn(2, after, "Bert's");
+        const int forgottenBefore = forgotten;
+        happens(SystemEvent::secretsChanged);
+        EXPECT_EQ(shown(), sample) << "the server may take its time";
+        EXPECT_EQ(forgotten, forgottenBefore + 1);
+        extension.release();
+        clock.advance(1);
+        EXPECT_EQ(shown(), "Bert's");
+    }
+}
+
+TEST_F(LiveHostTest, WaitsAMomentOnlyForAFetchThatMayHaveBroughtOtherTokens) {
+    extension.signIn(1, std::nullopt, "Ada's");
+    start();
+    extension.isHeld = true;
+    host.askNow();
+    clock.settle();
+    extension.signIn(2, std::nullopt, "Bert's");
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(shown(), "Ada's") << "it may be hers";
+    runUntil([&] { return forgotten > 0; });
+    EXPECT_EQ(shown(), sample);
+    extension.release();
+    clock.advance(1);
+    EXPECT_EQ(shown(), "Bert's");
+}
+
+TEST_F(LiveHostTest, ForgetsWhereAFetchFailsThatMayHaveBroughtOtherTokens) {
+    extension.signIn(1, std::nullopt, "Ada's");
+    start();
+    extension.isHeld = true;
+    host.askNow();
+    clock.settle();
+    extension.signIn(2, std::nullopt, "Bert's");
+    happens(SystemEvent::secretsChanged);
+    extension.isFailing = true;
+    extension.release();
+    clock.settle();
+    EXPECT_EQ(shown(), sample);
+    EXPECT_EQ(forgotten, 1);
 }
 
 TEST_F(LiveHostTest, ShowsPackagesAtOnceAfterAPairWasRenewed) {

@@ -64,6 +64,17 @@ class LiveWorld : public testing::Test {
         clock.advance(ReloadPolicy::coalescing);
     }
 
+    /// What happens by a clock that cannot be moved; false where it does not for long.
+    template <typename Condition>
+    bool runUntil(Condition condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition() && std::chrono::steady_clock::now() < end) {
+            context.restart();
+            context.run_one_for(std::chrono::milliseconds(100));
+        }
+        return condition();
+    }
+
     std::string shown() const { return shopNameIn(host.state().entry); }
     std::string trouble() const {
         return host.state().trouble ? std::string(name(*host.state().trouble)) : "none";

@@ -81,6 +81,19 @@ TEST_F(PublishedFilesTest, SayWhatTheEntryIsAsOfAndWhy) {
     EXPECT_THAT(text("entry.json"), HasSubstr("Ada's"));
 }
 
+TEST_F(PublishedFilesTest, SayOnAnotherDayOfWhichTheEntryIs) {
+    open();
+    ambient.setNow("2026-01-31T10:00:00Z");
+    start();
+    extension.answerWith(CredentialState::stored, ServerContact::unreachable);
+    clock.advance(hour);
+    EXPECT_THAT(text("widget.txt"), HasSubstr("as of 10:00: "));
+    ambient.setNow("2026-02-01T00:00:00Z");
+    clock.advance(13 * hour);
+    for (const auto* name : {"widget.txt", "panel.json"})
+        EXPECT_THAT(text(name), HasSubstr("as of 31 Jan 10:00: the server cannot be reached")) << name;
+}
+
 TEST_F(PublishedFilesTest, AreReplacedWhenTheyHoldSomethingElseAndThenOnly) {
     pictures = {{.family = platform::WidgetFamily::systemSmall}};
     open();

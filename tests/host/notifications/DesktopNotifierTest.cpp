@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "platform/Asio/DescriptorWatch.hpp"
@@ -61,6 +62,17 @@ TEST_F(DesktopNotifierTest, ShowsWhoAndWhat) {
     EXPECT_EQ(all[0].text, "Delivered\nby noon");
     EXPECT_TRUE(all[0].hasActions);
     EXPECT_FALSE(all[0].isSilent);
+    EXPECT_EQ(all[0].urgency, 1) << "normal";
+}
+
+TEST_F(DesktopNotifierTest, ShowsNothingThatATerminalWouldObey) {
+    serve({.hasMarkup = false});
+    show("A\x1b[2J", "now\x07", "or\nlater");
+    const auto all = shown(1);
+    ASSERT_THAT(all, SizeIs(1));
+    for (const auto& text : {all[0].title, all[0].text})
+        for (const char control : {'\x1b', '\x07'}) EXPECT_EQ(text.find(control), std::string::npos);
+    EXPECT_EQ(std::count(all[0].text.begin(), all[0].text.end(), '\n'), 1) << "between status and detail";
 }
 
 TEST_F(DesktopNotifierTest, CutsWhateverAShopIsCalled) {
@@ -147,6 +159,18 @@ TEST_F(DesktopNotifierTest, AClickOpensTheLinkWithTheDesktopsLeave) {
     EXPECT_THAT(opened_, ElementsAre(std::pair<std::string, std::string>("velaapp://delivery/One", "token")));
 }
 
+TEST_F(DesktopNotifierTest, TheDesktopsLeaveIsForOneClick) {
+    serve({});
+    show("One", "near");
+    shown(1);
+    service_->say("ActivationToken", "us", 41U, "token");
+    service_->say("ActionInvoked", "us", 41U, "default");
+    service_->say("ActionInvoked", "us", 41U, "default");
+    ASSERT_TRUE(loop_.runUntil([&] { return opened_.size() == 2; }));
+    EXPECT_EQ(opened_[0].second, "token");
+    EXPECT_EQ(opened_[1].second, "");
+}
+
 TEST_F(DesktopNotifierTest, TheClicksOfOthersAreNotOurs) {
     serve({});
     show("One", "near");
@@ -162,7 +186,9 @@ TEST_F(DesktopNotifierTest, TheClicksOfOthersAreNotOurs) {
 TEST_F(DesktopNotifierTest, IsSilentWhereThePersonIsNotToBeDisturbed) {
     serve({.isInhibited = true});
     show("One", "near");
-    EXPECT_TRUE(shown(1).at(0).isSilent);
+    const auto all = shown(1);
+    EXPECT_TRUE(all.at(0).isSilent);
+    EXPECT_EQ(all.at(0).urgency, 0) << "low";
 }
 
 TEST_F(DesktopNotifierTest, WithdrawsAllThatIsShownAndWhatIsOnItsWay) {
@@ -175,6 +201,16 @@ TEST_F(DesktopNotifierTest, WithdrawsAllThatIsShownAndWhatIsOnItsWay) {
     settle();
     EXPECT_THAT(service_->closed(), ElementsAre(41U));
     EXPECT_THAT(service_->shown(), SizeIs(1)) << "the second was not shown at all";
+}
+
+TEST_F(DesktopNotifierTest, WithdrawsWhatTheServiceIsAboutToShow) {
+    serve({});
+    show("One", "near");
+    ASSERT_TRUE(loop_.runUntil([&] { return service_->calls("Notify") == 1; }));
+    notifier_.withdrawAll();
+    EXPECT_TRUE(loop_.runUntil([&] { return !service_->closed().empty(); }));
+    show("One", "near");
+    EXPECT_EQ(shown(2).at(1).replaces, 0U) << "what is gone is replaced by nothing";
 }
 
 TEST_F(DesktopNotifierTest, AServiceThatHangsHoldsNobodyUp) {

@@ -5,9 +5,11 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 
+#include "platform/Asio/Pause.hpp"
 #include "tests/host/notifications/RecordingService.hpp"
 #include "tests/host/notifications/ShownPackages.hpp"
 #include "tests/support/EventLoop.hpp"
@@ -34,6 +36,7 @@ class NotificationsTest : public ::testing::Test {
             loop_.executor(), folder_.path() / "vela-widget",
             [this]() -> boost::asio::awaitable<bool> {
                 ++asked_;
+                if (isSlow_) co_await platform::pause(std::chrono::milliseconds(50));
                 co_return isWanted_;
             },
             [this] { return hasPlace_; });
@@ -55,6 +58,7 @@ class NotificationsTest : public ::testing::Test {
     EventLoop loop_;
     bool isWanted_ = true;
     bool hasPlace_ = true;
+    bool isSlow_ = false;
     int asked_ = 0;
     std::optional<Notifications> notifications_;
 };
@@ -112,6 +116,47 @@ TEST_F(NotificationsTest, ASignOutTakesEverythingAway) {
         return !service_.closed().empty();
     }));
     EXPECT_FALSE(fs::exists(memory()));
+}
+
+TEST_F(NotificationsTest, TellsAndRemembersNothingOfAPersonWhoSignsOutMeanwhile) {
+    isSlow_ = true;
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_EQ(asked_, 1);
+    notifications_->take({.entry = showing({}).entry}, Change::forgotten);
+    isSlow_ = false;
+    take({{"Other", 0.6F}});
+    take({{"Other", 1.0F}});
+    ASSERT_TRUE(shows(1));
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
+    loop_.runUntil([&] { return std::chrono::steady_clock::now() > end; });
+    ASSERT_EQ(service_.shown().size(), 1U);
+    EXPECT_EQ(service_.shown().at(0).title, "Other");
+}
+
+TEST_F(NotificationsTest, RemembersWhatItToldNothingOfAsWell) {
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_TRUE(shows(1));
+    take({{"Shop", 1.0F}, {"New", 0.2F}});
+    begin();
+    take({{"Shop", 1.0F}, {"New", 0.8F}});
+    ASSERT_TRUE(shows(2)) << "what came last was known to the host before";
+    EXPECT_EQ(service_.shown().at(1).title, "New");
+}
+
+TEST_F(NotificationsTest, AMemoryThatIsTooLongIsNone) {
+    take({{"Shop", 0.6F}, {"Other", 0.6F}});
+    take({{"Shop", 1.0F}, {"Other", 0.6F}});
+    ASSERT_TRUE(shows(1));
+    const auto name = fs::path("vela-widget") / Notifications::fileName;
+    const auto before = folder_.read(name);
+    folder_.write(name, before + std::string(70'000, ' '));
+    begin();
+    take({{"Shop", 1.0F}, {"Other", 1.0F}});
+    take({{"Shop", 1.0F, "Failure"}, {"Other", 1.0F}});
+    ASSERT_TRUE(shows(2));
+    EXPECT_EQ(service_.shown().at(1).title, "Shop") << "what came before was the first look";
 }
 
 TEST_F(NotificationsTest, TellsAndChangesNothingForAHostThatHasLostItsPlace) {

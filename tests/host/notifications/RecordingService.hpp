@@ -25,6 +25,7 @@ struct Notified {
     std::string text;
     bool hasActions = false;
     bool isSilent = false;
+    int urgency = -1;
 };
 
 class RecordingService {
@@ -90,8 +91,13 @@ class RecordingService {
         while (sd_bus_message_enter_container(call, 'e', "sv") > 0) {
             const char* key = nullptr;
             sd_bus_message_read(call, "s", &key);
-            notified.isSilent = notified.isSilent || std::string_view(key) == "suppress-sound";
-            sd_bus_message_skip(call, "v");
+            const std::string_view hint = key;
+            notified.isSilent = notified.isSilent || hint == "suppress-sound";
+            std::uint8_t urgency = 0;
+            if (hint == "urgency" && sd_bus_message_read(call, "v", "y", &urgency) > 0)
+                notified.urgency = urgency;
+            else
+                sd_bus_message_skip(call, "v");
             sd_bus_message_exit_container(call);
         }
         const std::lock_guard lock(mutex_);

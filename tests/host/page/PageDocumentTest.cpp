@@ -44,8 +44,22 @@ TEST_F(PageDocumentTest, ListsEveryPackageAsALinkWithASentence) {
     EXPECT_THAT(text, HasSubstr("<a href=\"velaapp://order/1\" rel=\"noreferrer\"><span class=\"spoken\">"
                                 "Fathom &amp; Co.: arriving today, 2 PM; 80 percent of the way</span>"));
     EXPECT_THAT(text, HasSubstr("href=\"velaapp://delivery/2?a=b&amp;c=d\""));
-    EXPECT_THAT(text, HasSubstr("class=\"done\" width=\"80\""));
     EXPECT_EQ(count(text, "<li>"), 2U);
+}
+
+TEST_F(PageDocumentTest, PartsWhatIsDoneOfAPackageFromWhatIsNot) {
+    const auto bar = [](float progress) {
+        const auto text = document(stateWith({{.name = "Shop", .progress = progress}}));
+        const auto begin = text.find("<rect");
+        return text.substr(begin, text.find("</svg>", begin) - begin);
+    };
+    EXPECT_EQ(bar(0), "<rect class=\"track\" x=\"0%\" width=\"100%\" height=\"4\"/>");
+    EXPECT_EQ(bar(0.8F),
+              "<rect class=\"done\" width=\"80%\" height=\"4\"/>"
+              "<rect class=\"track\" x=\"80%\" width=\"20%\" height=\"4\"/>");
+    EXPECT_EQ(bar(1),
+              "<rect class=\"done\" width=\"100%\" height=\"4\"/>"
+              "<rect class=\"track\" x=\"100%\" width=\"0%\" height=\"4\"/>");
 }
 
 TEST_F(PageDocumentTest, CutsWhateverAShopIsCalled) {

@@ -171,6 +171,19 @@ TEST_F(BarProgram, SaysWhyThereIsNoPlaceForALiveHost) {
     }
 }
 
+TEST_F(BarProgram, SaysWhatIsWrongWithTheFolderOfALiveHost) {
+    std::filesystem::create_directory_symlink("/tmp", folder.path() / "run/vela-widget");
+    EXPECT_THAT(bar().errors, HasSubstr("run/vela-widget is not trusted: it is a symbolic link"));
+    EXPECT_THAT(widget({"reload"}).errors, HasSubstr("it is a symbolic link"));
+    const auto doctor = widget({"doctor"});
+    EXPECT_EQ(doctor.status, 1);
+    EXPECT_THAT(doctor.output, HasSubstr("problem  live host: "));
+    EXPECT_THAT(doctor.output, HasSubstr("it is a symbolic link"));
+    std::filesystem::remove(folder.path() / "run/vela-widget");
+    EXPECT_THAT(widget({"reload"}).errors, HasSubstr("no live host is running"));
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "run/vela-widget")) << "nothing is made by looking";
+}
+
 TEST_F(BarProgram, StaysWhereThereIsNoPlaceForALiveHost) {
     environment.erase("XDG_RUNTIME_DIR");
     const auto following = shell("exec \"$0\" bar --format waybar --follow > \"$1\" < /dev/null");

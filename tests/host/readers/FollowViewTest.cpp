@@ -105,6 +105,24 @@ TEST(FollowScreen, ShowsStatesWithoutPackages) {
     EXPECT_THAT(screenOf(unknownState(), {}, 80, 24).lines, Contains(HasSubstr("Looking for your packages")));
 }
 
+TEST(FollowScreen, TellsWhoIsSignedOutHowToSignIn) {
+    EXPECT_THAT(screenOf(signedOutState(), {}, 80, 24).lines.back(), HasSubstr("vela-companion sign-in"));
+    for (const auto& state : {emptyState(), unknownState(), stateWith({{.name = "Tea"}})})
+        EXPECT_THAT(screenOf(state, {}, 80, 24).lines.back(), HasSubstr("Enter opens"));
+    auto expired = signedOutState();
+    expired.trouble = LiveTrouble::signInExpired;
+    EXPECT_THAT(screenOf(expired, {}, 80, 24).lines.back(), HasSubstr("the sign-in has expired"));
+}
+
+TEST(LinkShown, IsTheChosenPackagesElseThePrompts) {
+    const auto packages = stateWith({{.name = "Tea"}, {.name = "Books", .link = "velaapp://order/books"}});
+    EXPECT_EQ(linkShown(packages, 1), "velaapp://order/books");
+    EXPECT_EQ(linkShown(packages, 2), std::nullopt);
+    EXPECT_EQ(linkShown(signedOutState(), 0), "velaapp://home_orders");
+    EXPECT_EQ(linkShown(emptyState(), 3), "velaapp://add_delivery");
+    EXPECT_EQ(linkShown(unknownState(), 0), std::nullopt);
+}
+
 TEST(FollowScreen, ListsItsKeys) {
     EXPECT_THAT(screenOf(stateWith({{.name = "Tea"}}), {.showsHelp = true}, 80, 24).lines,
                 Contains(StartsWith("  y, c")));

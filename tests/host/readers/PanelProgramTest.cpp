@@ -42,7 +42,11 @@ class PanelProgram : public LivePerson {
         return std::make_unique<BackgroundProgram>(run);
     }
     /// Whether the host that runs now has had its answer.
-    bool settled() const { return exists(folder.path() / "run/vela-widget/entry.json") && fetches() == 2; }
+    bool settled() const {
+        std::ifstream entry(folder.path() / "run/vela-widget/entry.json");
+        return fetches() == 2 &&
+               std::string(std::istreambuf_iterator<char>(entry), {}).find("Fathom") != std::string::npos;
+    }
 };
 
 TEST_F(PanelProgram, PrintsOneLineWithAVersion) {
@@ -99,7 +103,7 @@ TEST_F(PanelProgram, ShowsNoLessForHostsThatWereKilled) {
 }
 
 TEST_F(PanelProgram, ShowsNothingOfAnotherPersonHoweverOftenItsHostWasKilledBefore) {
-    startSandbox({"--delay", "1000"});
+    startSandbox({"--delay", "2500"});
     const auto waiter = waiting(version());
     EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
     endHost(SIGKILL);

@@ -70,6 +70,7 @@ class PseudoTerminal {
         ::ioctl(controller_, TIOCSWINSZ, &size);
     }
     void sendSignal(int signal) const { ::kill(process_, signal); }
+    pid_t processIdentifier() const { return process_; }
 
     /// Waits until it has shown `words` since the last `forget`.
     bool shows(const std::string& words) {

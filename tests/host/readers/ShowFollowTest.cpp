@@ -109,6 +109,15 @@ TEST_F(ShowFollow, ChoosesOpensAndCopies) {
     EXPECT_TRUE(terminal.shows("copy its link"));
 }
 
+TEST_F(ShowFollow, TellsWhoIsSignedOutHowToSignInAndOpensTheAccount) {
+    startSandbox();
+    EXPECT_EQ(companion({"sign-out"}).status, 0);
+    terminal.start({"vela-widget", "show", "--follow"}, environment);
+    EXPECT_TRUE(terminal.shows("To sign in: vela-companion sign-in, or Enter"));
+    terminal.type("\r");
+    EXPECT_TRUE(eventually([&] { return opened() == environment["BASE_URL"] + "/orders\n"; })) << opened();
+}
+
 TEST_F(ShowFollow, SaysWhereALinkCannotBeOpened) {
     std::ofstream(folder.path() / "bin/xdg-open") << "#!/bin/sh\nexit 3\n";
     start();
@@ -180,6 +189,22 @@ TEST_F(ShowFollow, PrintsChangesOnATerminalThatKnowsNoCursor) {
     terminal.start({"vela-widget", "show", "--follow"}, environment);
     EXPECT_TRUE(terminal.shows("Fathom & Co."));
     EXPECT_THAT(terminal.shown(), Not(HasSubstr("\x1b")));
+}
+
+class Show : public LivePerson {
+  protected:
+    PseudoTerminal terminal;
+};
+
+TEST_F(Show, TellsAPersonAtATerminalHowToSignInAndAScriptNothing) {
+    terminal.start({"vela-widget", "show"}, environment);
+    EXPECT_TRUE(terminal.shows("vela-widget: nobody is signed in; to sign in: vela-companion sign-in"));
+    EXPECT_EQ(terminal.end(), 0);
+    EXPECT_THAT(terminal.shown(), Not(HasSubstr("Failed")));
+    const auto script = widget({"show"});
+    EXPECT_THAT(script.errors, HasSubstr("Failed to fetch item accessToken with reason itemNotFound\n"));
+    EXPECT_THAT(script.errors, Not(HasSubstr("sign-in")));
+    EXPECT_THAT(script.output, HasSubstr("Sign in to Vela"));
 }
 
 }  // namespace

@@ -48,6 +48,16 @@ TEST(ShownState, IsKeptForADayWithoutAHost) {
     EXPECT_EQ(packageCount(shown), 1u);
 }
 
+TEST(ShownState, IsKeptForNoLongerWhereTheClockWasSetBack) {
+    ShownState shown;
+    shown.take(stateWith({{.name = "Tea"}}));
+    shown.lose(someNoon);
+    shown.lose(someNoon.addingTimeInterval(-86'400));
+    EXPECT_EQ(shown.state().asOf, someNoon.addingTimeInterval(-86'400));
+    shown.lose(someNoon);
+    EXPECT_EQ(packageCount(shown), 0u);
+}
+
 TEST(ShownState, GivesWayToASignOutAndToTrouble) {
     ShownState shown;
     shown.take(stateWith({{.name = "Tea"}}));

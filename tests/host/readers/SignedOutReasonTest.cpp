@@ -39,5 +39,15 @@ TEST(SignedOutReason, IsNoneWhereThereIsNoSignInView) {
     EXPECT_EQ(whySignedOut(emptyState().entry, outcome), "");
 }
 
+TEST(HowToSignIn, IsToldToWhoHasNothingStoredAndSeesTheSignInView) {
+    EXPECT_EQ(howToSignIn(signedOutState().entry, {}),
+              "nobody is signed in; to sign in: vela-companion sign-in");
+    EXPECT_EQ(howToSignIn(emptyState().entry, {}), "");
+    for (const auto state : server::allCredentialStates) {
+        if (state == CredentialState::none) continue;
+        EXPECT_EQ(howToSignIn(signedOutState().entry, {.credentials = {.state = state}}), "");
+    }
+}
+
 }  // namespace
 }  // namespace host

@@ -10,13 +10,16 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <thread>
 #include <vector>
 
 #include "host/window/WindowFamilies.hpp"
 #include "platform/Files/Descriptor.hpp"
 #include "platform/Files/TrustedFolder.hpp"
+#include "tests/support/ChildProcess.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
+#include "tests/support/SmallDisk.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 namespace host {
@@ -140,6 +143,49 @@ TEST_F(WindowPlacesTest, WaitForNoWindowThatIsStoppedWhileItWrites) {
     ASSERT_EQ(::flock(stopped, LOCK_UN), 0);
     places.remember(WidgetFamily::systemSmall, "screen", {5, 6});
     EXPECT_EQ(places.read().windows.at(WidgetFamily::systemSmall).places.at("screen").x, 5);
+}
+
+TEST_F(WindowPlacesTest, AreAsTheyWereOnAFullDisk) {
+    const auto disk = folder.path() / "disk";
+    fs::create_directory(disk);
+    const auto status = platform::testing::withSmallDisk(disk, "64k", [&] {
+        const WindowPlaces full(disk / "state/vela");
+        full.remember(WidgetFamily::systemSmall, "screen", {1, 2});
+        full.remember(WidgetFamily::systemLarge, "screen", {3, 4});
+        const auto before = full.read();
+        platform::testing::fillUp(disk);
+        try {
+            full.remember(WidgetFamily::systemSmall, "screen", {5, 6});
+            return 1;
+        } catch (const platform::FileError&) {
+        }
+        if (full.read() != before) return 2;
+        const auto files = std::distance(fs::directory_iterator(disk / "state/vela"), {});
+        return files == 1 ? 0 : 3;
+    });
+    if (status == platform::testing::cannotMount) GTEST_SKIP() << "no disk can be mounted here";
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(WindowPlacesTest, AreWholeWheneverAWindowIsKilled) {
+    places.remember(WidgetFamily::systemLarge, "screen", {3, 4});
+    double latest = 0;
+    for (int kill = 0; kill < (platform::testing::longTests() ? 1000 : 30); ++kill) {
+        platform::testing::ChildProcess window([&] {
+            for (double x = latest;; ++x) places.remember(WidgetFamily::systemSmall, "screen", {x, 0});
+            return 0;
+        });
+        std::this_thread::sleep_for(std::chrono::microseconds(5000 + 137 * kill));
+        window.kill();
+        window.wait();
+        const auto memory = places.read();
+        ASSERT_TRUE(memory.windows.contains(WidgetFamily::systemLarge)) << kill;
+        if (!memory.windows.contains(WidgetFamily::systemSmall)) continue;
+        const auto x = memory.windows.at(WidgetFamily::systemSmall).places.at("screen").x;
+        ASSERT_GE(x, latest) << kill;
+        latest = x;
+    }
+    EXPECT_GT(latest, 0) << "nothing was ever written";
 }
 
 TEST_F(WindowPlacesTest, StandInTheFolderForStates) {
