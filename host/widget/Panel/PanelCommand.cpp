@@ -47,14 +47,7 @@ constexpr int patientGaps = 3;
 
 LiveHostClient::Options optionsToFollow() {
     LiveHostClient::Options options;
-    options.answerLimit = patienceWithHost;
-    return options;
-}
-
-/// A drawing may wait for its pictures. Of a host that has gone meanwhile nothing is wanted any more.
-LiveHostClient::Options optionsToDraw() {
-    LiveHostClient::Options options;
-    options.ifMissing = LiveHostClient::IfMissing::leave;
+    options.followLimit = patienceWithHost;
     return options;
 }
 
@@ -133,8 +126,7 @@ class PanelWait {
     asio::awaitable<void> compare() {
         while (latest_) {
             auto state = *std::exchange(latest_, std::nullopt);
-            LiveHostClient drawer(end_.get_executor(), optionsToDraw());
-            auto line = co_await panelLine(drawer, std::move(state), command_.picture);
+            auto line = co_await panelLine(client_, std::move(state), command_.picture);
             // Who has signed out meanwhile is not to be shown once more.
             if (latest_) continue;
             if (line.version != command_.after) write(line.text);
