@@ -91,14 +91,26 @@ var PanelItem = GObject.registerClass({
     setContent(panel, picture, scaleFactor) {
         this._panel = panel;
         this.accessible_name = panel.remark ? `${panel.spoken}, ${panel.remark}` : panel.spoken;
-        this._text.text = panel.text;
-        this._text.visible = panel.text !== '';
+        this._setText(panel);
         const isQuiet = panel.isStale || panel.hasTrouble || panel.barClass === 'placeholder';
         this._text.opacity = isQuiet ? quietOpacity : 255;
         this._pictureItem.setContent(panel, picture, scaleFactor);
         this._remark.label.text = panel.remark ?? '';
         this._remark.visible = !!panel.remark;
         this._setOthers(panel.packages.slice(1));
+    }
+
+    /// The state has room where the name before it leaves none.
+    _setText({text, shortText}) {
+        this._text.visible = text !== '';
+        this._text.text = text;
+        if (!this._text.get_stage())
+            return;
+        const [, whole] = this._text.clutter_text.get_preferred_width(-1);
+        const room = this._text.get_theme_node().get_max_width();
+        // A theme may have it that there is no bound, which is below 0.
+        if (room >= 0 && whole > room)
+            this._text.text = shortText;
     }
 
     /// The picture shows the first.

@@ -5,6 +5,7 @@
 import json
 import os
 import re
+import shutil
 import subprocess
 import time
 from pathlib import Path
@@ -12,7 +13,7 @@ from pathlib import Path
 from gi.repository import GLib
 from PIL import Image
 
-from person import eventually
+from person import PROGRAMS, eventually
 
 UUID = "vela-widget@vela.example"
 # The item in the panel.
@@ -22,9 +23,12 @@ ITEM = f"Main.panel.statusArea['{UUID}']"
 class GnomeSession:
     """With buses of its own; nothing of the machine's session, nor of its system's, is spoken to."""
 
-    def __init__(self, person, size=(1280, 720), environment=(), prepare=lambda person: None):
-        """`prepare` is called with the person once her bus is there, and before the shell."""
+    def __init__(self, person, size=(1280, 720), environment=(), prepare=lambda person: None, change=None):
+        """`prepare` is called with the person once her bus is there, and before the shell. `change` is given her own copy of
+        the extension, for what nobody can choose; else it is the installed one."""
         self.person = person
+        if change:
+            change(self._copied_extension())
         person.enter_desktop("GNOME")
         person.environment |= {"LIBGL_ALWAYS_SOFTWARE": "1", "GSETTINGS_BACKEND": "keyfile"} | dict(environment)
         self._enable()
@@ -38,6 +42,11 @@ class GnomeSession:
         eventually(lambda: self.eval(f"!!{ITEM}"), "the item in the panel")
         # It begins in the overview, which is not left while it is being shown.
         eventually(lambda: self.eval("Main.overview.hide(); !Main.overview.visible"), "the desktop")
+
+    def _copied_extension(self):
+        own = self.person.folder / "data" / "gnome-shell" / "extensions" / UUID
+        shutil.copytree(PROGRAMS.parent / "share" / "gnome-shell" / "extensions" / UUID, own)
+        return own
 
     def _enable(self):
         settings = self.person.folder / "config" / "glib-2.0" / "settings"
@@ -93,9 +102,10 @@ class GnomeSession:
 
     def press(self, key):
         """A key by its name, such as Down."""
-        for state in ("PRESSED", "RELEASED"):
-            self.eval(f"{self._device('KEYBOARD')}"
-                      f"device.notify_keyval(0, Clutter.KEY_{key}, Clutter.KeyState.{state}); null")
+        # At once: one that stays down on a machine that has much to do is repeated.
+        notices = "".join(f"device.notify_keyval(0, Clutter.KEY_{key}, Clutter.KeyState.{state});"
+                          for state in ("PRESSED", "RELEASED"))
+        self.eval(f"{self._device('KEYBOARD')}{notices} null")
 
     @staticmethod
     def _device(kind):

@@ -125,12 +125,7 @@ class Gnome(unittest.TestCase):
             tall = "".join(letter + "\u0301" * 15 + "\u0330" * 15 for letter in "TALL SHOP")
             names = [tall, "<b>Tea</b> & <span size='99'>Cake</span>", "\u202eesreveR\u202c", "Line\nbreak\u2028\u0000",
                      "Endless " * 10_000]
-            items = [{"__typename": "Order", "id": str(number), "createdAt": {"$now": "-6d"},
-                      "displayStatus": "in_transit", "deliveryStatus": "in_transit", "shop": {"name": name}}
-                     for number, name in enumerate(names)]
-            scenario = person.folder / "scenario.json"
-            scenario.write_text(json.dumps({"description": "Ill-behaved names.", "items": items}))
-            person.change(scenario)
+            person.order_from(*names)
             session = GnomeSession(person)
             eventually(lambda: has_picture(session), "the picture")
             lines = session.eval(f"{ITEM}._others._getMenuItems().map(item => item.label.text)")
@@ -144,6 +139,17 @@ class Gnome(unittest.TestCase):
                             "nothing that stands out of the panel"), "gnome-hostile")
             session.open_menu()
             keep(session.picture(), "gnome-hostile-open")
+
+    def test_shows_the_state_where_the_panel_has_no_room_for_the_name(self):
+        with Person() as person:
+            person.order_from("W" * 60)
+            session = GnomeSession(person)
+            shows(session, "In transit")
+            self.assertEqual(session.text(), "In transit")
+            keep(session.picture(), "gnome-wide-name")
+            person.order_from("Tea")
+            self._reload(session)
+            shows(session, "Tea: In transit")
 
     def test_survives_the_end_of_its_host_and_what_others_leave_in_its_place(self):
         with Person() as person:
@@ -203,6 +209,23 @@ class Gnome(unittest.TestCase):
             words = Path(f"/proc/{person.live_host()}/cmdline").read_text().split("\0")
             self.assertNotIn("--idle-exit", words, "a host of the service manager's")
 
+    def test_starts_a_host_again_where_what_starts_it_is_stopped(self):
+        with Person() as person:
+            def change(extension):
+                file = extension / "liveHost.js"
+                text = file.read_text()
+                self.assertEqual(text.count("patienceWithReader = 30"), 1)
+                file.write_text(text.replace("patienceWithReader = 30", "patienceWithReader = 2"))
+                (extension / "programs.js").write_text(f"var folder = '{person.folder}';\n")
+
+            program = person.folder / "vela-widget"
+            program.write_text(f"#!/bin/sh\nmkdir '{person.folder}/stopped' && kill -STOP $$\n"
+                               f"exec '{PROGRAMS}/vela-widget' \"$@\"\n")
+            program.chmod(0o700)
+            session = GnomeSession(person, change=change)
+            shows(session, "Arriving today")
+            self.assertTrue((person.folder / "stopped").exists())
+
     def test_says_that_no_host_can_be_had_until_one_can(self):
         with Person() as person:
             place = person.folder / "runtime" / "vela-widget"
@@ -235,8 +258,9 @@ class Gnome(unittest.TestCase):
             self.assertEqual(session.eval(f"{ITEM}._others._getMenuItems().length"), 0)
             self.assertEqual(session.eval(f"{ITEM}.accessible_name"), "Vela, The live host cannot be reached")
             place.unlink()
-            self._reload(session)
-            shows(session, "Arriving today")
+            # One that is being looked for already is not looked for sooner.
+            eventually(lambda: session.eval(f"{EXTENSION}._host.reload(); null") or "Arriving today" in session.text(),
+                       "the packages again")
             self.assertEqual([line for line in session.complaints() if "Vela:" not in line], [])
 
     def _counts_from(self, session):

@@ -98,6 +98,14 @@ class Person:
         self.scenario = scenario
         self._start_sandbox(port)
 
+    def order_from(self, *shops):
+        """An order in transit from each of these, and nothing else."""
+        items = [{"__typename": "Order", "id": str(number), "createdAt": {"$now": "-6d"}, "displayStatus": "in_transit",
+                  "deliveryStatus": "in_transit", "shop": {"name": name}} for number, name in enumerate(shops)]
+        scenario = self.folder / "scenario.json"
+        scenario.write_text(json.dumps({"description": "An order from each shop.", "items": items}))
+        self.change(scenario)
+
     def start(self, *command, environment=None, **options):
         """Starts a program in a process group of its own, which ends with the person."""
         name = Path(str(command[0])).name

@@ -66,6 +66,15 @@ class Plasma(unittest.TestCase):
             self.assertEqual(len(session.readers()), 1, "one for all that show the same")
             self.assertEqual(session.complaints(), [])
 
+    def test_shows_the_state_where_the_panel_has_no_room_for_the_name(self):
+        with Person() as person:
+            person.order_from("W" * 60)
+            session = PlasmaSession(person)
+            eventually(lambda: any("in transit" in name for name in session.names()), "the order")
+            # Of "In transit" alone, behind the icon.
+            eventually(lambda: 60 < end_of_text(session) < 130, lambda: f"{end_of_text(session)} columns")
+            keep(session.display.picture(), "plasma-wide-name")
+
     def test_gives_a_link_to_the_shell_as_one_word(self):
         with Person() as person:
             # All of it may stand in a link.

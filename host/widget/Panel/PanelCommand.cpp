@@ -39,8 +39,17 @@ namespace {
 /// For a host to answer, and for the first answer of the extension's to one that has just begun.
 constexpr std::chrono::milliseconds patienceAtFirst = std::chrono::seconds(10);
 
+/// For a host to say what it shows, which takes it no time; one that hangs greets nobody.
+constexpr std::chrono::milliseconds patienceWithHost = std::chrono::seconds(5);
+
 /// Of hosts that begin at once all but one end, and their readers look again.
 constexpr int patientGaps = 3;
+
+LiveHostClient::Options optionsToFollow() {
+    LiveHostClient::Options options;
+    options.followLimit = patienceWithHost;
+    return options;
+}
 
 asio::awaitable<json::value> drawn(LiveHostClient& client, PictureFile file) {
     auto request = file.request({.date = platform::Date::now(), .widgetState = {}});
@@ -76,7 +85,7 @@ class PanelWait {
     PanelWait(const asio::any_io_executor& executor, const PanelCommand& command)
         : command_(command),
           end_(executor, asio::steady_timer::time_point::max()),
-          client_(executor),
+          client_(executor, optionsToFollow()),
           outputEnd_(executor, STDOUT_FILENO, StreamWatch::Interest::abandoned, [this] { end(); }) {}
 
     asio::awaitable<void> run() {

@@ -88,14 +88,16 @@ TEST_F(PanelProgram, PrintsAtOnceWhatIsAnotherThanWasShown) {
     EXPECT_THAT(panel({"--after", "of-yesterday"}).output, HasSubstr("Arriving today"));
 }
 
-TEST_F(PanelProgram, ShowsNoLessForAHostThatWasKilled) {
+TEST_F(PanelProgram, ShowsNoLessForHostsThatWereKilled) {
     startSandbox();
     const auto waiter = waiting(version());
-    const auto before = hostProcess();
-    EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
-    endHost(SIGKILL);
-    EXPECT_TRUE(
-        eventually([&] { return hostProcess() != before && fetches() == 2; }, std::chrono::seconds(30)));
+    for (std::size_t hosts = 1; hosts < 5; ++hosts) {
+        const auto before = hostProcess();
+        EXPECT_TRUE(eventually([&] { return fetches() == hosts; }));
+        endHost(SIGKILL);
+        EXPECT_TRUE(eventually([&] { return hostProcess() != before && fetches() == hosts + 1; },
+                               std::chrono::seconds(30)));
+    }
     EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300))) << printed();
     EXPECT_TRUE(platform::testing::isAlive(waiter->processIdentifier()));
 }
@@ -121,6 +123,17 @@ TEST_F(PanelProgram, SaysThatNoHostCanBeHadAndDoesNotWaitForOne) {
         EXPECT_EQ(result.output, "");
         EXPECT_THAT(result.errors, StartsWith("vela-widget: "));
     }
+}
+
+TEST_F(PanelProgram, TakesAHostThatHangsForNone) {
+    startSandbox();
+    version();
+    const auto host = hostProcess();
+    ::kill(host, SIGSTOP);
+    EXPECT_EQ(waiting("of-yesterday")->waitForEnd(std::chrono::seconds(60)), 1);
+    EXPECT_EQ(printed(), "");
+    ::kill(host, SIGCONT);
+    EXPECT_THAT(panel({"--after", "of-yesterday"}).output, HasSubstr("Arriving today"));
 }
 
 TEST_F(PanelProgram, SaysSoWhenNoHostCanBeHadAnyMore) {

@@ -51,8 +51,11 @@ MouseArea {
         }
 
         PlainLabel {
+            // The state has room where the name before it leaves none.
+            readonly property bool isWhole: whole.advanceWidth <= Layout.maximumWidth
+
             visible: !item.isVertical && text !== ""
-            text: item.host.panel.text
+            text: isWhole ? item.host.panel.text : item.host.panel.shortText
             elide: Text.ElideRight
             // Less, and reads at 5:1 at least in the themes that come with Plasma.
             opacity: item.isQuiet ? 0.7 : 1
@@ -61,5 +64,12 @@ MouseArea {
             Layout.rightMargin: PlasmaCore.Units.smallSpacing
             Accessible.ignored: true
         }
+    }
+
+    TextMetrics {
+        id: whole
+
+        text: item.host.panel.text
+        font: PlasmaCore.Theme.defaultFont
     }
 }
