@@ -28,6 +28,8 @@ class ShownState {
 
     LiveState state_ = nothing();
     bool isLost_ = false;
+    /// The present host's first state that knew nothing.
+    bool hasPassedOver_ = false;
 };
 
 }  // namespace host

@@ -107,13 +107,16 @@ class PanelWait {
     /// A shell has to know: what it shows grows old meanwhile.
     void lose(std::string_view why) {
         hasLost_ = true;
+        hasPassedOver_ = false;
         if (++gaps_ >= patientGaps) end(std::make_exception_ptr(LiveHostError(std::string(why))));
     }
 
     void take(const LiveState& state) {
         gaps_ = 0;
-        // A host that has just begun in place of another is no reason to show less.
-        if (hasLost_ && state.isPlaceholder && !state.trouble) return;
+        // A host that has just begun in place of another is no reason to show less; said once more it is of
+        // somebody else.
+        const bool knowsNothingYet = state.isPlaceholder && !state.trouble;
+        if (hasLost_ && knowsNothingYet && !std::exchange(hasPassedOver_, true)) return;
         hasLost_ = false;
         latest_ = state;
         if (std::exchange(isComparing_, true)) return;
@@ -155,6 +158,7 @@ class PanelWait {
     std::optional<LiveState> latest_;
     bool isComparing_ = false;
     bool hasLost_ = false;
+    bool hasPassedOver_ = false;
     /// Since there was a host.
     int gaps_ = 0;
 };

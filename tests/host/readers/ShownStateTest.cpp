@@ -34,6 +34,18 @@ TEST(ShownState, StaysThroughTheEndOfAHostMarkedAsOld) {
     EXPECT_FALSE(shown.state().asOf);
 }
 
+TEST(ShownState, IsGivenUpWhereTheNextHostSaysOnceMoreThatItKnowsNothing) {
+    ShownState shown;
+    shown.take(stateWith({{.name = "Tea"}}));
+    for (int hosts = 0; hosts < 2; ++hosts) {
+        shown.lose(someNoon);
+        shown.take(unknownState());
+        EXPECT_EQ(packageCount(shown), 1u);
+    }
+    shown.take(unknownState());
+    EXPECT_TRUE(shown.state().isPlaceholder) << "somebody else has signed in meanwhile";
+}
+
 TEST(ShownState, IsKeptForADayWithoutAHost) {
     ShownState shown;
     shown.take(stateWith({{.name = "Tea"}}));
