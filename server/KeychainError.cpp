@@ -41,8 +41,8 @@ constexpr std::array errorTable = {
 };
 
 // Standard output is where the platform's keychain layer has always written; one line, whole and at once.
-void printFailure(std::string_view action, std::string_view key, const KeychainError& error) {
-    std::string line(action);
+void printFailure(const char* action, std::string_view key, const KeychainError& error) {
+    std::string line = action;
     line.append(key).append(" with reason ").append(error.name()).append("\n");
     std::fwrite(line.data(), 1, line.size(), stdout);
     std::fflush(stdout);
@@ -70,7 +70,7 @@ void printSaveFailure(std::string_view key, const KeychainError& error) {
 }
 
 void printFetchFailure(std::string_view key, const KeychainError& error) {
-    printFailure(fetchFailureBegin, key, error);
+    printFailure("Failed to fetch item ", key, error);
 }
 
 }  // namespace server

@@ -53,13 +53,6 @@ class KeychainError : public std::exception {
 /// One line each on standard output, with the item's key and the error's name.
 void printSaveFailure(std::string_view key, const KeychainError& error);
 void printFetchFailure(std::string_view key, const KeychainError& error);
-inline constexpr std::string_view fetchFailureBegin = "Failed to fetch item ";
-
-/// Whether `line`, without its line feed, is what a read of an item that is not there has printed. In here,
-/// for those who know no keychain.
-inline bool tellsOfAbsence(std::string_view line) {
-    return line.starts_with(fetchFailureBegin) && line.ends_with(" with reason itemNotFound");
-}
 
 }  // namespace server
 

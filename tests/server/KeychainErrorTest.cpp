@@ -53,13 +53,5 @@ TEST(KeychainError, IsHashableOnItsCase) {
     EXPECT_FALSE(errors.contains(KeychainError(KeychainError::param)));
 }
 
-TEST(TellsOfAbsence, TheLineOfAReadThatFoundNothingAlone) {
-    EXPECT_TRUE(tellsOfAbsence("Failed to fetch item accessToken with reason itemNotFound"));
-    for (const std::string_view line :
-         {"", "Failed to fetch item accessToken with reason io", "Failed to fetch item ",
-          "Failed to save item accessToken with reason itemNotFound", "of nothing with reason itemNotFound"})
-        EXPECT_FALSE(tellsOfAbsence(line)) << line;
-}
-
 }  // namespace
 }  // namespace server

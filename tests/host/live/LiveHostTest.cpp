@@ -20,6 +20,21 @@ using ::testing::IsEmpty;
 using ::testing::Not;
 using LiveHostTest = LiveWorld;
 
+/// Of people whose user ids are not stored.
+class UnnamedLiveHostTest : public LiveWorld {
+  protected:
+    /// Bert's, while Ada's is shown and an answer is awaited.
+    void findOtherTokensDuringAFetch() {
+        extension.signIn(1, std::nullopt, "Ada's");
+        start();
+        extension.isHeld = true;
+        host.askNow();
+        clock.settle();
+        extension.signIn(2, std::nullopt, "Bert's");
+        happens(SystemEvent::secretsChanged);
+    }
+};
+
 constexpr const char* sample = "Shop Name";
 
 TEST_F(LiveHostTest, ShowsThePlaceholderBeforeAnythingIsAsked) {
@@ -334,14 +349,8 @@ TEST_F(LiveHostTest, TakesOtherTokensForAnotherPersonsWhereNobodySaysWhoseTheyAr
     EXPECT_EQ(shown(), "Bert's");
 }
 
-TEST_F(LiveHostTest, ThrowsAwayAnAnswerForTokensThatWereReplacedMeanwhile) {
-    extension.signIn(1, std::nullopt, "Ada's");
-    start();
-    extension.isHeld = true;
-    host.askNow();
-    clock.settle();
-    extension.signIn(2, std::nullopt, "Bert's");
-    happens(SystemEvent::secretsChanged);
+TEST_F(UnnamedLiveHostTest, ThrowsAwayAnAnswerForTokensThatWereReplacedMeanwhile) {
+    findOtherTokensDuringAFetch();
     seen.clear();
     extension.release();
     clock.advance(1);
@@ -418,14 +427,8 @@ TEST_F(LiveHostTest, ForgetsAtOnceForAnotherWhileAnAnswerIsAwaited) {
     }
 }
 
-TEST_F(LiveHostTest, WaitsAMomentOnlyForAFetchThatMayHaveBroughtOtherTokens) {
-    extension.signIn(1, std::nullopt, "Ada's");
-    start();
-    extension.isHeld = true;
-    host.askNow();
-    clock.settle();
-    extension.signIn(2, std::nullopt, "Bert's");
-    happens(SystemEvent::secretsChanged);
+TEST_F(UnnamedLiveHostTest, WaitsAMomentOnlyForAFetchThatMayHaveBroughtOtherTokens) {
+    findOtherTokensDuringAFetch();
     EXPECT_EQ(shown(), "Ada's") << "it may be hers";
     runUntil([&] { return forgotten > 0; });
     EXPECT_EQ(shown(), sample);
@@ -434,14 +437,8 @@ TEST_F(LiveHostTest, WaitsAMomentOnlyForAFetchThatMayHaveBroughtOtherTokens) {
     EXPECT_EQ(shown(), "Bert's");
 }
 
-TEST_F(LiveHostTest, ForgetsWhereAFetchFailsThatMayHaveBroughtOtherTokens) {
-    extension.signIn(1, std::nullopt, "Ada's");
-    start();
-    extension.isHeld = true;
-    host.askNow();
-    clock.settle();
-    extension.signIn(2, std::nullopt, "Bert's");
-    happens(SystemEvent::secretsChanged);
+TEST_F(UnnamedLiveHostTest, ForgetsWhereAFetchFailsThatMayHaveBroughtOtherTokens) {
+    findOtherTokensDuringAFetch();
     extension.isFailing = true;
     extension.release();
     clock.settle();
