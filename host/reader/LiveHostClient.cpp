@@ -291,16 +291,11 @@ asio::awaitable<Message> LiveHostClient::ask(json::object request) {
 
 asio::awaitable<void> LiveHostClient::followOnce(StateHandler onState) {
     const auto connection = co_await connected();
-    bool isAnswered = false;
-    connection->listen([&](const LiveState& state) {
-        isAnswered = true;
-        onState(state);
-    });
+    connection->listen(onState);
     // Nothing of the first state stays while others come after it.
     try {
         auto answer = co_await connection->ask(asking(LiveRequest::follow), options_.followLimit);
-        // One that has come meanwhile is the later one.
-        if (!isAnswered) onState(stateIn(answer));
+        onState(stateIn(answer));
     } catch (const LiveHostEnded&) {
         // Another may have taken the place of one that hangs.
         connection->hangUp();
