@@ -32,7 +32,9 @@ extern "C" const char* __tsan_default_suppressions() {
            "race:libharfbuzz\n"
            "race:libcairo\n"
            "race:libchafa\n"
-           "race:libicuuc\n";
+           "race:libicuuc\n"
+           // Copies of an exception share its text, counted by atomics in libstdc++.
+           "race:std::runtime_error::~runtime_error\n";
 }
 
 // It sleeps for a second at the end of every process otherwise, and that is when the extension must have
