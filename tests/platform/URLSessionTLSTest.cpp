@@ -102,12 +102,12 @@ TEST_F(URLSessionTLS, TrustsNoCertificateThatIsNotTheHosts) {
 }
 
 TEST_F(URLSessionTLS, SaysWhyACertificateIsNotTaken) {
-    const auto words = [&](const SecureServer& server, bool isTrusted) {
+    const auto words = [&](const SecureServer& asked, bool isTrusted) {
         const auto file = folder.write(std::to_string(++filesTrusted) + ".pem",
-                                       isTrusted ? server.certificate() : this->server.certificate());
+                                       isTrusted ? asked.certificate() : server.certificate());
         const platform::testing::ScopedEnvironment trust({{"SSL_CERT_FILE", file.string()}});
         try {
-            return fetch({.url = server.url()}).data;
+            return fetch({.url = asked.url()}).data;
         } catch (const URLError& error) {
             return std::string(error.what());
         }
