@@ -35,6 +35,19 @@ class UnnamedLiveHostTest : public LiveWorld {
     }
 };
 
+class FirstFetchTest : public LiveWorld {
+  protected:
+    /// Bert, while the answer for whoever was signed in before is awaited, which comes then.
+    void signInDuringTheFirstFetch(std::optional<std::uint64_t> account) {
+        extension.isHeld = true;
+        start();
+        extension.signIn(2, account, "Bert's");
+        happens(SystemEvent::secretsChanged);
+        extension.release();
+        clock.advance(1);
+    }
+};
+
 constexpr const char* sample = "Shop Name";
 
 TEST_F(LiveHostTest, ShowsThePlaceholderBeforeAnythingIsAsked) {
@@ -357,25 +370,15 @@ TEST_F(UnnamedLiveHostTest, ThrowsAwayAnAnswerForTokensThatWereReplacedMeanwhile
     EXPECT_THAT(seen, ElementsAre(sample, "Bert's"));
 }
 
-TEST_F(LiveHostTest, ShowsNobodyThePersonBeforeWhereItsFirstFetchIsStillThatPersons) {
-    extension.isHeld = true;
-    start();
-    extension.signIn(2, 22, "Bert's");
-    happens(SystemEvent::secretsChanged);
-    extension.release();
-    clock.advance(1);
+TEST_F(FirstFetchTest, ShowsNobodyThePersonBeforeWhereItsFirstFetchIsStillThatPersons) {
+    signInDuringTheFirstFetch(22);
     EXPECT_EQ(shown(), "Bert's");
     EXPECT_THAT(seen, Not(Contains("Ada's")));
 }
 
-TEST_F(LiveHostTest, ShowsNobodyThePersonBeforeWhereNeitherIsNamed) {
+TEST_F(FirstFetchTest, ShowsNobodyThePersonBeforeWhereNeitherIsNamed) {
     extension.signIn(1, std::nullopt, "Ada's");
-    extension.isHeld = true;
-    start();
-    extension.signIn(2, std::nullopt, "Bert's");
-    happens(SystemEvent::secretsChanged);
-    extension.release();
-    clock.advance(1);
+    signInDuringTheFirstFetch(std::nullopt);
     EXPECT_EQ(shown(), "Bert's");
     EXPECT_THAT(seen, Not(Contains("Ada's")));
 }
