@@ -3,6 +3,7 @@
 """Displays without a screen: an X server and a Wayland compositor, and pictures of what they show."""
 
 import os
+import random
 import subprocess
 from pathlib import Path
 
@@ -12,17 +13,22 @@ from person import PICTURES, eventually
 
 
 class XDisplay:
-    """An X server of the person's own, on a number that is free."""
+    """An X server of the person's own."""
 
     def __init__(self, person, size=(1280, 400)):
         self.person = person
+        self.name = eventually(lambda: self._started(f":{random.randrange(1000, 50000)}", size), "an X server")
+        person.environment["DISPLAY"] = self.name
+
+    def _started(self, name, size):
+        """The name, or nothing where another server has it. One that looks for a number itself may take the socket of a
+        server that ends at the time."""
         reading, writing = os.pipe()
-        person.start("Xvfb", "-displayfd", writing, "-screen", "0", f"{size[0]}x{size[1]}x24", "-nolisten", "tcp",
-                     pass_fds=[writing])
+        self.person.start("Xvfb", name, "-displayfd", writing, "-screen", "0", f"{size[0]}x{size[1]}x24", "-nolisten",
+                          "tcp", "-noreset", pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading) as answer:
-            self.name = f":{answer.readline().strip()}"
-        person.environment["DISPLAY"] = self.name
+            return name if answer.readline().strip() else None
 
     def picture(self):
         return ImageGrab.grab(xdisplay=self.name).convert("RGB")

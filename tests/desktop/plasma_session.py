@@ -70,14 +70,17 @@ class PlasmaSession:
         return own
 
     def set_theme(self, name):
-        (self.person.folder / "config" / "plasmarc").write_text(f"[Theme]\nname={name}\n")
+        self._configure("plasmarc", "Theme", "name", name)
 
     def set_font(self, points):
         """As the settings do it."""
-        (self.person.folder / "config" / "kdeglobals").write_text(
-            f"[General]\nfont=Noto Sans,{points},-1,5,50,0,0,0,0,0\n")
+        self._configure("kdeglobals", "General", "font", f"Noto Sans,{points},-1,5,50,0,0,0,0,0")
         self.person.run("gdbus", "emit", "--session", "-o", "/KDEPlatformTheme", "-s",
                         "org.kde.KDEPlatformTheme.refreshFonts")
+
+    def _configure(self, file, group, key, value):
+        """Under the lock of those files: the desktop brings them up to date itself, some time after its start."""
+        self.person.run("kwriteconfig5", "--file", file, "--group", group, "--key", key, value)
 
     def make_theme(self, name, text, ground):
         """One of these colours, each as in "255,255,255"."""
