@@ -53,7 +53,7 @@ class WaylandDisplay:
         person.environment["WAYLAND_DISPLAY"] = socket.name
 
     def picture(self):
-        done = subprocess.run(["grim", "-t", "ppm", "-"], env=self.person.environment, capture_output=True, timeout=20)
+        done = subprocess.run(["grim", "-t", "ppm", "-"], env=self.person.environment, capture_output=True, timeout=60)
         if done.returncode != 0:
             return None
         file = self.person.folder / "screen.ppm"

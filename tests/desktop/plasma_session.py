@@ -97,7 +97,7 @@ class PlasmaSession:
     def _evaluate(self, script):
         done = subprocess.run(["gdbus", "call", "--session", "-d", "org.kde.plasmashell", "-o", "/PlasmaShell", "-m",
                                "org.kde.PlasmaShell.evaluateScript", script],
-                              env=self.person.environment, capture_output=True, text=True, timeout=20)
+                              env=self.person.environment, capture_output=True, text=True, timeout=60)
         return done.returncode == 0
 
     def readers(self):
@@ -120,7 +120,7 @@ class PlasmaSession:
 
     def accessible(self):
         done = subprocess.run([sys.executable, "-c", ACCESSIBLE], env=self.person.environment, capture_output=True,
-                              text=True, timeout=30)
+                              text=True, timeout=60)
         return json.loads(done.stdout) if done.returncode == 0 else []
 
     def names(self):

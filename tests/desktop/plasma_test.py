@@ -158,7 +158,7 @@ class Plasma(unittest.TestCase):
             session.focus_popup()
             place.unlink()
             session.press("Tab", "space")
-            eventually(lambda: ARRIVING in session.names(), "the package", 20)
+            eventually(lambda: ARRIVING in session.names(), "the package")
 
     def test_draws_for_the_theme(self):
         with Person() as person:

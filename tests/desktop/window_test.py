@@ -15,7 +15,7 @@ import unittest
 from pathlib import Path
 
 from displays import NestedDisplay, WaylandDisplay, XDisplay, keep, pixels
-from person import Person, eventually
+from person import PATIENCE, Person, eventually
 from virtual_pointer import VirtualPointer
 
 BRAND = (13, 110, 153)
@@ -29,6 +29,11 @@ class WindowTest(unittest.TestCase):
 
     def frames(self, person):
         return (person.folder / "vela-widget.log").read_text().count("vela-widget-window: frame")
+
+    def rests(self, person):
+        drawn = self.frames(person)
+        time.sleep(2)
+        return self.frames(person) == drawn
 
     def remembered(self, person):
         file = person.folder / "state" / "vela" / "window.json"
@@ -132,7 +137,7 @@ class UnderX(WindowTest):
             person.run("xdotool", "key", "F5")
             eventually(lambda: len(person.requests()) == fetched + 1, "another request")
             person.run("xdotool", "key", "ctrl+q")
-            self.assertEqual(window.wait(10), 0)
+            self.assertEqual(window.wait(PATIENCE), 0)
 
     def test_is_read_by_a_screen_reader(self):
         with Person() as person:
@@ -168,7 +173,7 @@ class UnderX(WindowTest):
     def forgets(self, window, words):
         """Nothing of the person is left in the window's memory."""
         eventually(lambda: not self.found_in_memory(window.pid, words),
-                   lambda: f"a memory without {self.found_in_memory(window.pid, words)}", 5)
+                   lambda: f"a memory without {self.found_in_memory(window.pid, words)}")
 
     @staticmethod
     def found_in_memory(process, words):
@@ -217,7 +222,7 @@ class UnderX(WindowTest):
     def test_draws_no_frame_while_nothing_changes_and_empties_at_the_sign_out(self):
         with Person() as person:
             window = self.start(person)
-            time.sleep(2)
+            eventually(lambda: self.rests(person), "two seconds without a frame")
             drawn, used = self.frames(person), self.ticks(window.pid)
             time.sleep(5)
             self.assertEqual(self.frames(person), drawn)
@@ -227,7 +232,7 @@ class UnderX(WindowTest):
             # The bar is gone, and what stands there is the prompt's button.
             x, y, _, _ = self.place(person, window)
             eventually(lambda: self.display.picture().getpixel((x + 30, y + 130)) == self.display.picture().getpixel(
-                (x + 300, y + 130)) != (255, 255, 255), "the prompt", 5)
+                (x + 300, y + 130)) != (255, 255, 255), "the prompt")
             print(f"the window knew of the sign-out after {time.monotonic() - signed_out:.2f} s")
             keep(self.display.picture(), "window-signed-out")
             self.assertLessEqual(self.frames(person) - drawn, 3)
@@ -253,7 +258,7 @@ class UnderX(WindowTest):
             eventually(lambda: self.another_host(person, first), "another host")
             self.assertEqual(self.display.picture().tobytes(), shown.tobytes())
             os.killpg(window.pid, signal.SIGKILL)
-            window.wait(5)
+            window.wait(PATIENCE)
             time.sleep(0.5)
             self.assertIsNone(other.poll())
             self.assertNotEqual(person.live_host(), first)
@@ -393,7 +398,7 @@ class InALayer(WindowTest):
                 for factor, scale in ((1.0, "2"), (2.0, "1")):
                     self.scale_texts(person, factor)
                     self.compositor(person, "output", "HEADLESS-1", "scale", scale)
-                    eventually(lambda: pixels(display.picture(), BRAND, 30) > 300, f"the widget at a scale of {scale}", 5)
+                    eventually(lambda: pixels(display.picture(), BRAND, 30) > 300, f"the widget at a scale of {scale}")
 
     def test_outlives_its_only_monitor_and_comes_back_with_it(self):
         with Person() as person:
