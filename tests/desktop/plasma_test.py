@@ -129,13 +129,13 @@ class Plasma(unittest.TestCase):
 
             person.close_sign_in_window(click)
             person.sign_in()
-            eventually(lambda: ARRIVING in session.names(), "the package again")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package again in {session.accessible()}")
             self.assertEqual(session.complaints(), [])
 
     def test_survives_the_end_of_its_host_and_of_its_reader(self):
         with Person() as person:
             session = PlasmaSession(person)
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             reader = session.readers()
             first = person.live_host()
             os.kill(first, signal.SIGKILL)
@@ -158,12 +158,12 @@ class Plasma(unittest.TestCase):
             session.focus_popup()
             place.unlink()
             session.press("Tab", "space")
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
 
     def test_draws_for_the_theme(self):
         with Person() as person:
             session = PlasmaSession(person)
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             schemes = lambda: [self._scheme(reader) for reader in session.readers()]
             self.assertEqual(schemes(), ["light"])
             session.set_theme("breeze-dark")
@@ -177,7 +177,7 @@ class Plasma(unittest.TestCase):
         with Person() as person:
             session = PlasmaSession(person)
             session.make_theme("glaring", "0,0,0", "255,255,255")
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             wanted = lambda: [(self._option(reader, "--text-scaling"), self._option(reader, "--contrast"))
                               for reader in session.readers()]
             comes = lambda *options: eventually(lambda: wanted() == [options], lambda: f"{options}: {wanted()}")
@@ -199,7 +199,7 @@ class Plasma(unittest.TestCase):
         with Person() as person:
             person.environment["LANGUAGE"] = "ar"
             session = PlasmaSession(person, options=("-reverse",))
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             session.click((session.display.picture().width - 17, ITEM[1]))
             dark = lambda picture: picture.convert("L").point(lambda light: 255 if light < 128 else 0).getbbox()
             lines = lambda: session.display.picture().crop((925, 380, 1270, 630))
@@ -226,7 +226,7 @@ class Plasma(unittest.TestCase):
         with Person() as person:
             days = _Days(person)
             session = PlasmaSession(person, change=days.take_place_of_program)
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             place = person.bar_live_hosts()
             eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(),
                        lambda: f"the remark beside what was shown: {session.names()}")
