@@ -309,7 +309,7 @@ class UnderX(WindowTest):
                 person.run("xdotool", "key", "Left", "sleep", 0.6)
                 eventually(lambda: self.place(person, window)[:2] == (x - 16 * step, y), "the window further left")
             person.run("xdotool", "key", "ctrl+q")
-            self.assertEqual(window.wait(10), 0)
+            self.assertEqual(window.wait(PATIENCE), 0)
             log = (person.folder / "vela-widget.log").read_text()
             self.assertEqual(log.count("where the window stands is not kept: "), 1, log)
 
