@@ -2,6 +2,7 @@
 
 """Plasma on an X display without a screen, with the plasmoid in its panel and on its desktop."""
 
+import contextlib
 import json
 import shutil
 import subprocess
@@ -107,10 +108,25 @@ class PlasmaSession:
     def click(self, place):
         self.display.click(*place)
 
+    def open_popup(self, place=ITEM):
+        """A click may be lost on an item that is being laid out anew."""
+        def is_open():
+            if not self._popup():
+                self.click(place)
+                with contextlib.suppress(AssertionError):
+                    eventually(self._popup, "the popup", 5)
+            return self._popup()
+
+        eventually(is_open, "the popup")
+
     def focus_popup(self):
-        """What a window manager would do; it is opened last, after desktop and panel."""
-        popup = eventually(lambda: self._windows()[2:], "the popup")[-1]
+        """What a window manager would do."""
+        popup = eventually(self._popup, "the popup")[-1]
         self.person.run("xdotool", "windowfocus", "--sync", popup)
+
+    def _popup(self):
+        """It is opened last, after desktop and panel."""
+        return self._windows()[2:]
 
     def _windows(self):
         return self.person.run("xdotool", "search", "--onlyvisible", "--class", "plasmashell").split()

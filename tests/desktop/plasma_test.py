@@ -24,7 +24,7 @@ ARRIVING = "Fathom & Co.: arriving today, between 2 and 4 PM; 80 percent of the 
 
 def open_popup(session, words):
     eventually(lambda: words in session.names(), lambda: f"{words} among {session.names()}")
-    session.click(ITEM)
+    session.open_popup()
     return eventually(lambda: pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) > 300
                       and session.display.picture(), "the medium widget")
 
@@ -122,7 +122,7 @@ class Plasma(unittest.TestCase):
             def click():
                 # It has grown smaller meanwhile, as it holds less.
                 if pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) < 5000:
-                    session.click(ITEM)
+                    session.open_popup()
                 eventually(lambda: pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) > 5000,
                            "its popup")
                 session.click(middle_of_the_bar(session.display.picture()))
@@ -154,7 +154,7 @@ class Plasma(unittest.TestCase):
             place.write_text("No folder.")
             session = PlasmaSession(person)
             eventually(lambda: "Vela, The live host cannot be reached" in session.names(), "the remark")
-            session.click(ITEM)
+            session.open_popup()
             session.focus_popup()
             place.unlink()
             session.press("Tab", "space")
@@ -168,7 +168,7 @@ class Plasma(unittest.TestCase):
             self.assertEqual(schemes(), ["light"])
             session.set_theme("breeze-dark")
             eventually(lambda: schemes() == ["dark"], lambda: f"a reader for the dark theme alone: {schemes()}")
-            session.click(ITEM)
+            session.open_popup()
             eventually(lambda: pixels(session.display.picture().crop(POPUP), (0x1F, 0x79, 0xB2), 25) > 300,
                        "the dark widget")
             keep(session.display.picture(), "plasma-dark")
@@ -200,7 +200,7 @@ class Plasma(unittest.TestCase):
             person.environment["LANGUAGE"] = "ar"
             session = PlasmaSession(person, options=("-reverse",))
             eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
-            session.click((session.display.picture().width - 17, ITEM[1]))
+            session.open_popup((session.display.picture().width - 17, ITEM[1]))
             dark = lambda picture: picture.convert("L").point(lambda light: 255 if light < 128 else 0).getbbox()
             lines = lambda: session.display.picture().crop((925, 380, 1270, 630))
             begin, _, end, _ = eventually(lambda: dark(lines()), "the lines below the widget")
@@ -230,7 +230,7 @@ class Plasma(unittest.TestCase):
             place = person.bar_live_hosts()
             eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(),
                        lambda: f"the remark beside what was shown: {session.names()}")
-            session.click(ITEM)
+            session.open_popup()
             session.focus_popup()
             place.unlink()
             days.shorten()
