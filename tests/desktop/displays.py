@@ -4,6 +4,7 @@
 
 import os
 import random
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -85,6 +86,33 @@ class NestedDisplay:
 
     def plug_in(self):
         self.person.run("swaymsg", "-s", self.socket, "create_output")
+
+    def picture(self):
+        return self.outer.picture()
+
+
+class KWinDisplay:
+    """Plasma's compositor in a window that fills an X server."""
+
+    def __init__(self, person, size=(1280, 800)):
+        self.outer = XDisplay(person, size)
+        self.person = person
+        self.environment = dict(person.environment)
+        # A copy lacks the real one's right to a higher priority, which cannot be had everywhere.
+        program = person.folder / "kwin_wayland"
+        shutil.copyfile("/usr/bin/kwin_wayland", program)
+        program.chmod(0o700)
+        socket = Path(person.environment["XDG_RUNTIME_DIR"]) / "vela-kwin"
+        person.environment |= {"KWIN_COMPOSE": "Q", "XDG_CURRENT_DESKTOP": "KDE", "XDG_SESSION_TYPE": "wayland"}
+        person.start(program, "--x11-display", self.outer.name, "--width", size[0], "--height", size[1], "--no-lockscreen",
+                     "--no-global-shortcuts", "--socket", socket.name)
+        eventually(socket.exists, "the compositor's socket")
+        del person.environment["DISPLAY"]
+        person.environment["WAYLAND_DISPLAY"] = socket.name
+
+    def do(self, *words):
+        """As xdotool has it."""
+        subprocess.run(["xdotool", *(str(word) for word in words)], env=self.environment, check=True, timeout=60)
 
     def picture(self):
         return self.outer.picture()

@@ -14,7 +14,7 @@ import time
 import unittest
 from pathlib import Path
 
-from displays import NestedDisplay, WaylandDisplay, XDisplay, keep, pixels
+from displays import KWinDisplay, NestedDisplay, WaylandDisplay, XDisplay, keep, pixels
 from person import PATIENCE, Person, eventually
 from virtual_pointer import VirtualPointer
 
@@ -319,6 +319,61 @@ class UnderX(WindowTest):
                                   timeout=20)
             self.assertEqual(done.returncode, 1)
             self.assertIn("display", done.stderr)
+
+
+class InKWin(WindowTest):
+    """Whose layers are of an older protocol."""
+
+    # At the upper right, 24 from the edges.
+    PLACE = (1280 - 24 - 338, 24)
+
+    def start(self, person):
+        display = KWinDisplay(person)
+        self.prepare(person)
+        return display
+
+    def shows(self, person, display):
+        window = person.start("vela-widget", "window")
+        keep(eventually(lambda: pixels(display.picture(), BRAND, 30) > 300 and display.picture(), "the widget"), "window-kwin")
+        return window
+
+    def test_is_clicked_worked_by_the_keyboard_and_dragged(self):
+        with Person() as person:
+            display = self.start(person)
+            self.shows(person, display)
+            x, y = self.PLACE
+            self.assertEqual(display.picture().getpixel((x + 100, y + 3)), (255, 255, 255))
+            display.do("mousemove", x + 60, y + 100, "click", 1)
+            eventually(lambda: any("/order/5501" in link for link in person.opened_links()), "the link")
+            display.do("key", "Tab")
+            keep(eventually(lambda: pixels(display.picture(), (26, 94, 204), 20) > 200 and display.picture(),
+                            "the focus ring"), "window-kwin-keyboard")
+            display.do("key", "Return")
+            eventually(lambda: len(person.opened_links()) == 2, "the link again")
+            display.do("mousedown", 1)
+            for step in range(1, 21):
+                display.do("mousemove", x + 60 - 20 * step, y + 100 + 15 * step)
+            display.do("mouseup", 1)
+            eventually(lambda: display.picture().getpixel((x - 200, y + 340)) == (255, 255, 255), "the widget there")
+            eventually(lambda: "systemMedium" in self.remembered(person), "its place")
+            self.assertEqual(len(person.opened_links()), 2)
+
+    def test_leaves_the_keyboard_to_who_has_it(self):
+        with Person() as person:
+            display = self.start(person)
+            written = person.folder / "letter"
+            with open(written, "wb") as file:
+                person.start(sys.executable, HERE / "text_field.py", stdout=file)
+            lines = lambda: written.read_text().splitlines()
+            eventually(lambda: lines() == ["ready"], lines)
+            window = self.shows(person, display)
+            display.do("type", "a")
+            eventually(lambda: lines() == ["ready", "a"], lines)
+            display.do("mousemove", self.PLACE[0] + 60, self.PLACE[1] + 10, "click", 1)
+            eventually(lambda: display.do("key", "ctrl+q") or window.poll() == 0, "the window's end by its key")
+            eventually(lambda: lines() == ["ready", "a", "ready"], lines)
+            display.do("type", "b")
+            eventually(lambda: lines() == ["ready", "a", "ready", "ab"], lines)
 
 
 class InALayer(WindowTest):
