@@ -94,8 +94,8 @@ class NestedDisplay:
 class KWinDisplay:
     """Plasma's compositor in a window that fills an X server."""
 
-    def __init__(self, person, size=(1280, 800)):
-        self.outer = XDisplay(person, size)
+    def __init__(self, person, size=(1280, 800), scale=1):
+        self.outer = XDisplay(person, (scale * size[0], scale * size[1]))
         self.person = person
         self.environment = dict(person.environment)
         # A copy lacks the real one's right to a higher priority, which cannot be had everywhere.
@@ -104,8 +104,8 @@ class KWinDisplay:
         program.chmod(0o700)
         socket = Path(person.environment["XDG_RUNTIME_DIR"]) / "vela-kwin"
         person.environment |= {"KWIN_COMPOSE": "Q", "XDG_CURRENT_DESKTOP": "KDE", "XDG_SESSION_TYPE": "wayland"}
-        person.start(program, "--x11-display", self.outer.name, "--width", size[0], "--height", size[1], "--no-lockscreen",
-                     "--no-global-shortcuts", "--socket", socket.name)
+        person.start(program, "--x11-display", self.outer.name, "--width", size[0], "--height", size[1], "--scale", scale,
+                     "--no-lockscreen", "--no-global-shortcuts", "--socket", socket.name)
         eventually(socket.exists, "the compositor's socket")
         del person.environment["DISPLAY"]
         person.environment["WAYLAND_DISPLAY"] = socket.name
@@ -113,6 +113,9 @@ class KWinDisplay:
     def do(self, *words):
         """As xdotool has it."""
         subprocess.run(["xdotool", *(str(word) for word in words)], env=self.environment, check=True, timeout=60)
+
+    def click(self, x, y):
+        self.do("mousemove", x, y, "click", 1)
 
     def picture(self):
         return self.outer.picture()

@@ -48,13 +48,13 @@ print(json.dumps(found))
 class PlasmaSession:
     """With a bus of its own, and settings of its own in the person's folder."""
 
-    def __init__(self, person, change=None, options=()):
+    def __init__(self, person, change=None, options=(), display=None):
         """`change` is given the person's own copy of the plasmoid, for what nobody can choose; else it is the installed
-        one."""
+        one. Without a display it has an X server."""
         self.person = person
         if change:
             change(self._copied_plasmoid())
-        self.display = XDisplay(person, SIZE)
+        self.display = display or XDisplay(person, SIZE)
         person.enter_desktop("KDE")
         person.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QUICK_BACKEND": "software"}
         (person.folder / "config" / "plasma-org.kde.plasma.desktop-appletsrc").write_text(PANEL)

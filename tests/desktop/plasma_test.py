@@ -11,9 +11,9 @@ import time
 import unittest
 from pathlib import Path
 
-from displays import keep, pixels
+from displays import KWinDisplay, keep, pixels
 from person import PROGRAMS, Person, eventually
-from plasma_session import ITEM, PlasmaSession
+from plasma_session import ITEM, SIZE, PlasmaSession
 
 # What is drawn in the widget's own colour.
 BRAND_ON_LIGHT = (0x0C, 0x6C, 0x96)
@@ -35,9 +35,9 @@ def end_of_text(session):
     return panel.point(lambda light: 255 if light < 128 else 0).getbbox()[2]
 
 
-def middle_of_the_bar(picture):
+def middle_of_the_bar(picture, scale=1):
     """A place in the medium widget: in its progress bar, or on its button."""
-    popup = picture.crop(POPUP)
+    popup = picture.crop(tuple(scale * each for each in POPUP))
     found = [(x, y) for x in range(popup.width) for y in range(popup.height)
              if all(abs(a - b) < 25 for a, b in zip(popup.getpixel((x, y)), BRAND_ON_LIGHT))]
     return found[len(found) // 2]
@@ -193,6 +193,22 @@ class Plasma(unittest.TestCase):
             keep(session.display.picture(), "plasma-high-contrast")
             session.set_font(10)
             comes("1", "increased")
+            self.assertEqual(session.complaints(), [])
+
+    def test_is_sharp_on_wayland_at_twice_the_scale(self):
+        with Person() as person:
+            display = KWinDisplay(person, SIZE, scale=2)
+            person.environment["QT_QPA_PLATFORM"] = "wayland"
+            session = PlasmaSession(person, display=display)
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
+            eventually(lambda: [self._option(reader, "--scale") for reader in session.readers()] == ["2"], "one for the scale")
+            display.click(2 * ITEM[0], 2 * ITEM[1])
+            popup = eventually(lambda: pixels(display.picture(), BRAND_ON_LIGHT, 25) > 4 * 300 and display.picture(),
+                               "the medium widget")
+            keep(popup, "plasma-wayland")
+            display.click(*middle_of_the_bar(popup, 2))
+            link = eventually(person.opened_links, "the link")[0]
+            self.assertTrue(link.endswith("/order/5501"), link)
             self.assertEqual(session.complaints(), [])
 
     def test_stands_at_the_right_for_who_reads_from_there(self):

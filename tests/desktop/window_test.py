@@ -343,7 +343,7 @@ class InKWin(WindowTest):
             self.shows(person, display)
             x, y = self.PLACE
             self.assertEqual(display.picture().getpixel((x + 100, y + 3)), (255, 255, 255))
-            display.do("mousemove", x + 60, y + 100, "click", 1)
+            display.click(x + 60, y + 100)
             eventually(lambda: any("/order/5501" in link for link in person.opened_links()), "the link")
             display.do("key", "Tab")
             keep(eventually(lambda: pixels(display.picture(), (26, 94, 204), 20) > 200 and display.picture(),
@@ -369,7 +369,7 @@ class InKWin(WindowTest):
             window = self.shows(person, display)
             display.do("type", "a")
             eventually(lambda: lines() == ["ready", "a"], lines)
-            display.do("mousemove", self.PLACE[0] + 60, self.PLACE[1] + 10, "click", 1)
+            display.click(self.PLACE[0] + 60, self.PLACE[1] + 10)
             eventually(lambda: display.do("key", "ctrl+q") or window.poll() == 0, "the window's end by its key")
             eventually(lambda: lines() == ["ready", "a", "ready"], lines)
             display.do("type", "b")
