@@ -82,6 +82,7 @@ TEST_F(DoctorProgram, SaysInALineEachWhatItFinds) {
 }
 
 TEST_F(DoctorProgram, BreaksItsLinesBetweenWordsOnATerminalAlone) {
+    environment["PATH"] = "/usr/bin:/bin";
     const auto piped = widget({"doctor"});
     EXPECT_THAT(piped.output,
                 HasSubstr("http://127.0.0.1:9 cannot be reached (Couldn't connect to server): look at "
