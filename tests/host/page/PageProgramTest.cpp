@@ -163,6 +163,12 @@ TEST_F(PageProgramTest, SaysWhatItLacks) {
     const auto homeless = widget({"serve"});
     EXPECT_EQ(homeless.status, 1);
     EXPECT_THAT(homeless.errors, HasSubstr("XDG_RUNTIME_DIR"));
+    environment["XDG_RUNTIME_DIR"] = (folder.path() / "nowhere").string();
+    const auto lost = widget({"serve"});
+    EXPECT_EQ(lost.status, 1);
+    EXPECT_THAT(lost.errors, HasSubstr("nowhere"));
+    // Of nothing that is not served there is an address.
+    EXPECT_EQ(result.output + homeless.output + lost.output, "");
 }
 
 }  // namespace
