@@ -191,7 +191,8 @@ void FollowTerminal::draw() {
     page_ = std::max<std::size_t>(screen.count, 1);
     std::string text = "\x1b[H";
     for (std::size_t row = 0; row < screen.lines.size(); ++row)
-        text.append(row == 0 ? "" : "\r\n").append(screen.lines[row]).append("\x1b[K");
+        // Erased after it, a line that fills its row would lose its last column.
+        text.append(row == 0 ? "" : "\r\n").append("\x1b[K").append(screen.lines[row]);
     if (!terminal_.write(text)) end();
 }
 

@@ -90,6 +90,14 @@ TEST_F(ShowFollow, FitsTheWindowWhenThatChanges) {
     EXPECT_TRUE(terminal.shows("Hearth & Field Furniture Makers of the Upper Valley"));
 }
 
+TEST_F(ShowFollow, ErasesNothingBehindALineThatFillsItsRow) {
+    start();
+    terminal.resize(4, 30);
+    terminal.forget();
+    terminal.type("\f");
+    EXPECT_TRUE(terminal.shows("\x1b[K> Fathom & Co.: Arriving today\r\n\x1b[K  ")) << terminal.shown();
+}
+
 TEST_F(ShowFollow, ChoosesOpensAndCopies) {
     start();
     terminal.forget();
