@@ -106,11 +106,33 @@ struct PackageFetch::Course {
             std::rethrow_exception(failure);
         } catch (const UnauthorizedError&) {
             return ServerContact::refused;
-        } catch (const platform::URLError&) {
-            return ServerContact::unreachable;
+        } catch (const platform::URLError& error) {
+            return isOfReply(error.code()) ? ServerContact::failed : ServerContact::unreachable;
         } catch (...) {
             return ServerContact::failed;
         }
+    }
+
+    /// Whether the server was there.
+    static bool isOfReply(platform::URLErrorCode code) {
+        using Code = platform::URLErrorCode;
+        switch (code) {
+            case Code::replyTimedOut:
+            case Code::badServerResponse:
+            case Code::tooManyRedirects:
+            case Code::dataLengthExceedsMaximum:
+            case Code::cannotDecodeContent: return true;
+            case Code::unsupportedURL:
+            case Code::cannotFindHost:
+            case Code::cannotConnectToHost:
+            case Code::networkConnectionLost:
+            case Code::timedOut:
+            case Code::cancelled:
+            case Code::secureConnectionFailed:
+            case Code::cannotReadResource:
+            case Code::unknown: break;
+        }
+        return false;
     }
 
     static bool refusesRenewal(const std::exception_ptr& failure) {

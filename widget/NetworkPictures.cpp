@@ -26,7 +26,7 @@ bool isWorthRemembering(const platform::URL& url) {
 bool isDecided(const ResourceOutcome& outcome, steady_clock::time_point start) {
     const auto* error = std::get_if<URLError>(&outcome);
     if (!error) return true;
-    if (error->code() == URLErrorCode::timedOut)
+    if (error->code() == URLErrorCode::timedOut || error->code() == URLErrorCode::replyTimedOut)
         return steady_clock::now() - start >= NetworkPictures::patience;
     return error->code() != URLErrorCode::cancelled;
 }

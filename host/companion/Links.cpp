@@ -53,7 +53,9 @@ Link linkForApp(const std::string& text, const DeepLink::Target& target) {
     if (!page || !isWebAddress(*page))
         throw CompanionError("the account site's address is no https address, so that " + target.words() +
                              " cannot be opened");
-    return {.text = text,
+    // As the desktop knows the scheme, however it was written.
+    const auto own = std::string(DeepLink::scheme) + text.substr(DeepLink::scheme.size());
+    return {.text = own,
             .target = target,
             .page = page->withoutUserInformation(),
             .isPageServed = site.isConfigured};

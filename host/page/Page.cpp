@@ -59,6 +59,7 @@ asio::awaitable<void> Page::follow() {
         shown_.take(state);
         waits_.clear();
         show();
+        noteBegun();
     };
     const std::function<void(std::string_view)> onGap = [this](std::string_view why) {
         const auto before = shown_.state().asOf;
@@ -66,8 +67,13 @@ asio::awaitable<void> Page::follow() {
         if (shown_.state().asOf != before) show();
         if (why != complaint_) platform::printError("vela-widget", why);
         complaint_ = why;
+        noteBegun();
     };
     co_await client_.follow(onState, onGap);
+}
+
+void Page::noteBegun() {
+    if (const auto onBegun = std::exchange(options_.onBegun, nullptr)) onBegun();
 }
 
 void Page::close() {

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -35,6 +36,8 @@ class Page {
         LiveHostClient::Options client;
         /// Browsers' windows that are kept current at a time.
         std::size_t mostStreams = 32;
+        /// Told once, when there is a live host, or may be one later: the page goes on.
+        std::function<void()> onBegun = [] {};
     };
 
     Page(boost::asio::any_io_executor executor, Options options);
@@ -46,6 +49,7 @@ class Page {
     boost::asio::awaitable<platform::HTTPResponse> answer(platform::HTTPRequest request);
 
   private:
+    void noteBegun();
     void show();
     std::string stateEvent() const;
     boost::asio::awaitable<platform::HTTPResponse> document(PageChoices choices);

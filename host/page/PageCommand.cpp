@@ -70,10 +70,18 @@ int PageCommand::run() const {
     LiveHostClient::Options client;
     client.program = program;
     client.answerLimit = answerLimit;
-    Page page(context.get_executor(), {.door = door, .files = std::move(files), .client = client});
-    platform::spawn(context, page.follow(), end);
+    // Where there can be no live host the page ends, and nobody is to have its address.
+    const auto onBegun = [&] {
+        try {
+            printAddress(door);
+        } catch (...) {
+            end(std::current_exception());
+        }
+    };
+    Page page(context.get_executor(),
+              {.door = door, .files = std::move(files), .client = std::move(client), .onBegun = onBegun});
     server.serve([&](platform::HTTPRequest request) { return page.answer(std::move(request)); });
-    printAddress(door);
+    platform::spawn(context, page.follow(), end);
     context.run();
     if (failure) std::rethrow_exception(failure);
     return 0;

@@ -5,6 +5,7 @@
 #include <boost/json/value.hpp>
 #include <system_error>
 
+#include "host/sign-in-window/DroppedFile.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
 #include "platform/ProcessInfo/ProcessInfo.hpp"
 #include "platform/Text/ASCII.hpp"
@@ -193,11 +194,9 @@ void SignInWindow::takeDrops() {
 void SignInWindow::takeDropped(const std::vector<Glib::ustring>& addresses) {
     if (!inputs_.get_sensitive() || !inputs_.get_visible()) return;
     if (addresses.size() != 1) return tell(Gtk::MESSAGE_WARNING, "Drop one file.");
-    try {
-        signInWithFile(Glib::filename_from_uri(addresses.front()));
-    } catch (const Glib::Error&) {
-        tell(Gtk::MESSAGE_WARNING, "That is no file of this machine.");
-    }
+    const auto file = droppedFile(addresses.front(), Glib::get_host_name().raw());
+    if (!file.refusal.empty()) return tell(Gtk::MESSAGE_WARNING, std::string(file.refusal));
+    signInWithFile(file.path);
 }
 
 /// The field's own would take the blanks around it, too.

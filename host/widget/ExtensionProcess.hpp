@@ -47,14 +47,21 @@ class ExtensionTimeout : public ExtensionError {
         : ExtensionError("the extension has not answered within " + deadline.limitInWords()) {}
 };
 
+/// The extension is well, and waits for a server that takes longer than a host may wait for both.
+class ServerTimeout : public ExtensionError {
+  public:
+    explicit ServerTimeout(const platform::Deadline& deadline)
+        : ExtensionError("the server has not answered within " + deadline.limitInWords()) {}
+};
+
 /// Which program a host starts, and how long it waits for it: the one place of these values.
 struct ExtensionSettings {
     /// Beside the running program.
     static std::filesystem::path defaultExecutable();
 
     std::filesystem::path executable = defaultExecutable();
-    /// The longest that a command waits, for all its answers together. A transfer ends after 120 seconds; the
-    /// rest is for all that is not one.
+    /// The longest that a command waits, for all its answers together. A query ends after 120 seconds; the
+    /// rest is for all that is not one. A renewal that follows one that took as long is finished without it.
     std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
     /// How long a drawing may take beside the wait for its pictures; then the extension is taken to hang. The
     /// costliest pictures that are decoded take 3 seconds each.

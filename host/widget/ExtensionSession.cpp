@@ -25,6 +25,16 @@ milliseconds budgetOf(ExtensionRequest::Kind kind, const ExtensionSession::Optio
     return isLocal ? std::min(options.localBudget, options.answerBudget) : options.answerBudget;
 }
 
+bool mayWaitForServer(ExtensionRequest::Kind kind) {
+    return kind == ExtensionRequest::Kind::snapshot || kind == ExtensionRequest::Kind::timeline;
+}
+
+/// What is kept of the time for an answer, to see who it was that took it.
+milliseconds timeForLook(const platform::Deadline& deadline) {
+    constexpr milliseconds most = std::chrono::seconds(1);
+    return std::min(most, deadline.rest() / 4);
+}
+
 /// The n-th pause, from 0; the last stands for all further ones.
 milliseconds pauseAt(const std::vector<milliseconds>& pauses, std::size_t index) {
     return pauses.empty() ? milliseconds(0) : pauses[std::min(index, pauses.size() - 1)];
@@ -104,17 +114,34 @@ void ExtensionSession::noteFailure(const std::shared_ptr<ExtensionProcess>& proc
 asio::awaitable<Message> ExtensionSession::askBy(ExtensionRequest request,
                                                  std::optional<platform::Deadline> deadline) {
     const auto process = co_await running();
+    const auto limit = deadline ? *deadline : deadlineWithin(budgetOf(request.kind, options_));
+    const bool isLookedAt = mayWaitForServer(request.kind);
+    const auto patience = isLookedAt ? limit.within(limit.rest() - timeForLook(limit)) : limit;
     try {
-        const auto limit = deadline ? *deadline : deadlineWithin(budgetOf(request.kind, options_));
-        auto answer = co_await process->ask(std::move(request), limit);
+        auto answer = co_await process->ask(std::move(request), patience);
         failuresInARow_ = 0;
         co_return answer;
     } catch (const ExtensionTimeout&) {
-        noteFailure(process, Failure::hanging);
-        throw;
+        // What follows waits itself.
     } catch (const ExtensionEnded&) {
         noteFailure(process, Failure::ended);
         throw;
+    }
+    if (isLookedAt && co_await waitsForServer(process, limit)) throw ServerTimeout(limit);
+    noteFailure(process, Failure::hanging);
+    throw ExtensionTimeout(limit);
+}
+
+/// One that has an answer to something else does not hang, and there is nothing but the server that it waits
+/// for that long.
+asio::awaitable<bool> ExtensionSession::waitsForServer(std::shared_ptr<ExtensionProcess> silent,
+                                                       platform::Deadline deadline) {
+    const ExtensionRequest question = {.kind = ExtensionRequest::Kind::credentials};
+    try {
+        co_await silent->ask(question, deadline);
+        co_return true;
+    } catch (const ExtensionError&) {
+        co_return false;
     }
 }
 

@@ -49,9 +49,9 @@ class ExtensionSession {
 
     struct Options {
         ExtensionSettings extension = {};
-        /// How long an answer other than a drawing may take. A transfer ends after 120 seconds; the rest is
-        /// for all that is not one.
-        std::chrono::milliseconds answerBudget = std::chrono::seconds(150);
+        /// How long an answer other than a drawing may take. A query ends after 120 seconds; the renewal that
+        /// follows waits for 3 until it may begin, and ends after 60; the rest is for all that is neither.
+        std::chrono::milliseconds answerBudget = std::chrono::seconds(190);
         /// How long it may take for which nothing beyond this machine is asked, such as what is stored of a
         /// sign-in. A keyring that does not answer is given up after 3 seconds, and the costliest picture
         /// takes as long; the rest is for a machine that is busy.
@@ -83,9 +83,10 @@ class ExtensionSession {
     ExtensionSession(const ExtensionSession&) = delete;
     ExtensionSession& operator=(const ExtensionSession&) = delete;
 
-    /// Throws ExtensionTimeout when no answer came within the budget, ExtensionEnded when none can come any
-    /// more, ExtensionError when the answer is an error. After one of the first two, the next to be asked is
-    /// another extension, once the pause that is due is over.
+    /// Throws ExtensionTimeout when no answer came within the budget, ServerTimeout when that is because the
+    /// server gave none, ExtensionEnded when none can come any more, ExtensionError when the answer is an
+    /// error. After the first and the third, the next to be asked is another extension, once the pause that
+    /// is due is over.
     boost::asio::awaitable<Message> ask(ExtensionRequest request);
 
     /// The same for what cannot wait. Where there is no extension, another is started whatever pause is due;
@@ -114,6 +115,8 @@ class ExtensionSession {
     boost::asio::awaitable<std::shared_ptr<ExtensionProcess>> running();
     boost::asio::awaitable<Message> askBy(ExtensionRequest request,
                                           std::optional<platform::Deadline> deadline);
+    static boost::asio::awaitable<bool> waitsForServer(std::shared_ptr<ExtensionProcess> silent,
+                                                       platform::Deadline deadline);
     boost::asio::awaitable<Message> askBeside(std::shared_ptr<ExtensionProcess> silent,
                                               ExtensionRequest request);
     bool mayHurry();

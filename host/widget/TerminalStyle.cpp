@@ -8,6 +8,7 @@
 #include <charconv>
 
 #include "platform/ProcessInfo/ProcessInfo.hpp"
+#include "platform/Text/Text.hpp"
 
 namespace host {
 
@@ -33,6 +34,11 @@ TerminalColor colorFromEnvironment() {
 }
 
 }  // namespace
+
+std::string wrappedForTerminal(std::string_view text, int descriptor) {
+    if (::isatty(descriptor) == 0) return std::string(text);
+    return platform::wrappedToColumns(text, terminalWidth(descriptor));
+}
 
 bool isCapableTerminal(int descriptor) {
     const auto kind = platform::environmentVariable("TERM").value_or("dumb");

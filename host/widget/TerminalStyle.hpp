@@ -5,6 +5,8 @@
 // What a terminal can do: its width, its colours, its links. A plain value.
 
 #include <cstddef>
+#include <string>
+#include <string_view>
 
 namespace host {
 
@@ -22,6 +24,10 @@ struct TerminalStyle {
     static TerminalStyle ofDescriptor(int descriptor);
     bool operator==(const TerminalStyle&) const = default;
 };
+
+/// Sentences with their lines broken between words, as wide as the terminal behind a descriptor is; as they
+/// are where there is none, for programs that read lines.
+std::string wrappedForTerminal(std::string_view text, int descriptor);
 
 /// Whether a descriptor is a terminal that understands cursor movement.
 bool isCapableTerminal(int descriptor);

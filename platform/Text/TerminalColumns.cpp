@@ -53,6 +53,32 @@ std::size_t columnsOfCharacter(std::string_view character) {
     return width;
 }
 
+/// A line that is longer than `columns`.
+std::string wrappedLine(std::string_view line, std::size_t columns) {
+    constexpr std::size_t furtherIn = 2;
+    const auto indentation = std::min(line.find_first_not_of(' '), line.size());
+    const std::string beginning(std::min(indentation + furtherIn, columns / 2), ' ');
+    std::string wrapped;
+    std::size_t used = 0;
+    bool hasWord = false;
+    while (!line.empty()) {
+        const auto blanks = std::min(line.find_first_not_of(' '), line.size());
+        const auto end = std::min(line.find(' ', blanks), line.size());
+        const auto word = line.substr(blanks, end - blanks);
+        const auto width = terminalColumns(word);
+        if (hasWord && used + blanks + width > columns) {
+            if (!word.empty()) wrapped.append("\n").append(beginning).append(word);
+            used = beginning.size() + width;
+        } else {
+            wrapped.append(line.substr(0, end));
+            used += blanks + width;
+        }
+        hasWord = true;
+        line.remove_prefix(end);
+    }
+    return wrapped;
+}
+
 /// At most `longestCharacter` bytes of it, and whole sequences.
 std::string_view boundedCharacter(std::string_view character) {
     if (character.size() <= longestCharacter) return character;
@@ -91,6 +117,21 @@ std::string fittedToColumns(std::string_view text, std::size_t columns) {
     fitted.resize(cut);
     while (fitted.ends_with(' ')) fitted.pop_back();
     return fitted.append(ellipsis);
+}
+
+std::string wrappedToColumns(std::string_view text, std::size_t columns) {
+    std::string wrapped;
+    while (!text.empty()) {
+        const auto end = std::min(text.find('\n'), text.size());
+        const auto line = text.substr(0, end);
+        if (terminalColumns(line) <= columns)
+            wrapped.append(line);
+        else
+            wrapped.append(wrappedLine(line, columns));
+        if (end < text.size()) wrapped.append("\n");
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    return wrapped;
 }
 
 }  // namespace platform

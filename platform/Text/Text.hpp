@@ -39,4 +39,8 @@ inline constexpr std::size_t longestCharacter = 128;
 /// bytes is dropped.
 std::string fittedToColumns(std::string_view text, std::size_t columns);
 
+/// Each line of `text` in lines of at most `columns` columns, broken where blanks stand: these are left out,
+/// and what follows stands two columns further in than its line. A word that is longer than that stays whole.
+std::string wrappedToColumns(std::string_view text, std::size_t columns);
+
 }  // namespace platform

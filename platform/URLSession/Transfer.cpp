@@ -390,8 +390,10 @@ URLError Transfer::error(CURLcode code) const {
 std::optional<URLError> Transfer::overrun() {
     const auto now = std::chrono::steady_clock::now();
     if (now >= deadline()) {
-        return URLError(URLErrorCode::timedOut, now >= *end_ ? "the transfer takes too long in all"
-                                                             : "nothing has moved for too long");
+        const bool hasBegun = exchange_.headerBytes > 0;
+        return URLError(
+            hasBegun ? URLErrorCode::replyTimedOut : URLErrorCode::timedOut,
+            now >= *end_ ? "the transfer takes too long in all" : "nothing has moved for too long");
     }
     const std::uint64_t bearable = maximumHeaderBytes + maximumWireShare * limits_.maximumReplySize;
     if (exchange_.bytesReceived > bearable) {

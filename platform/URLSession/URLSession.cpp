@@ -230,10 +230,12 @@ class Reception {
             token);
     }
 
-    /// Nothing when the wait ended before the transfer did.
-    std::optional<TransferOutcome> outcome() {
+    /// Nothing when the wait ended before the transfer did, and a second time.
+    std::optional<TransferOutcome> takeOutcome() {
         const std::lock_guard lock(mailbox_->mutex);
-        return mailbox_->outcome;
+        // Then there is nothing left to be cancelled.
+        if (mailbox_->outcome) transfer_.reset();
+        return std::exchange(mailbox_->outcome, std::nullopt);
     }
 
   private:
@@ -249,7 +251,7 @@ asio::awaitable<URLReply> reply(std::shared_ptr<Engine> engine, URLRequest reque
     reception.start(std::move(request));
     boost::system::error_code ignored;
     co_await reception.arrival(asio::redirect_error(asio::use_awaitable, ignored));
-    auto outcome = reception.outcome();
+    auto outcome = reception.takeOutcome();
     if (!outcome) throw cancelledError;
     if (const auto* error = std::get_if<URLError>(&*outcome)) throw *error;
     co_return std::move(std::get<URLReply>(*outcome));

@@ -27,7 +27,11 @@ class Links(unittest.TestCase):
             # By its path: by its name the companion finds the one that notes links.
             person.run("/usr/bin/xdg-open", "velaapp://order/42")
             eventually(person.opened_links, "the page")
-            self.assertEqual(person.opened_links(), [person.environment["BASE_URL"] + "/order/42"])
+            # A scheme means the same in capitals (RFC 3986, section 3.1); this program knows a name as it is written.
+            person.run("/usr/bin/xdg-open", "VELAAPP://order/43")
+            eventually(lambda: len(person.opened_links()) == 2, "the second page")
+            pages = [person.environment["BASE_URL"] + "/order/" + number for number in ("42", "43")]
+            self.assertEqual(person.opened_links(), pages)
 
     def test_its_file_is_well_formed(self):
         with Person() as person:

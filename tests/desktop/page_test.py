@@ -119,7 +119,7 @@ class PageInChromium(unittest.TestCase):
         text = self.person.run("pdftotext", file, "-")
         self.assertIn("Fathom & Co.", text)
         self.assertIn("Between 2 and 4 PM", text)
-        self.assertNotIn("Ask now", text)
+        self.assertNotIn("Reload", text)
         self.assertNotIn("Lock screen", text)
         self.person.run("pdftoppm", "-png", "-r", "60", file, PICTURES / "page-print")
 

@@ -186,7 +186,9 @@ class SignInWindow(unittest.TestCase):
                         self.drop(path.as_uri())
                         self.says(words)
             for addresses, words in {(long.as_uri(), binary.as_uri()): "Drop one file",
-                                     ("sftp://elsewhere.example/pair",): "no file of this machine"}.items():
+                                     ("sftp://elsewhere.example/pair",): "no file of this machine",
+                                     (f"file://elsewhere{self.file().as_posix()}",): "on another machine",
+                                     (f"{self.file().as_uri()}%",): "is damaged"}.items():
                 with self.subTest(addresses=addresses):
                     self.drop(*addresses)
                     self.says(words)

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "host/protocol/EntryCoding.hpp"
+#include "host/reader/LiveHostClient.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
 #include "platform/JSON/JSONSerialization.hpp"
@@ -156,6 +157,28 @@ TEST_F(ExtensionSessionTest, IsServedAgainAfterItsExtensionHung) {
              co_await session.end();
          });
     EXPECT_TRUE(isNothingLeft());
+}
+
+TEST_F(ExtensionSessionTest, NamesTheServerWhereItsExtensionAnswersAllElse) {
+    auto limited = options();
+    limited.answerBudget = milliseconds(800);
+    limited.extension.farewellLimit = milliseconds(100);
+    for (const auto kind : {Kind::timeline, Kind::snapshot})
+        // It is asked once, and then twice what is stored.
+        with("print started\ngreet\nreceive\nreceive\nanswer {}\nreceive\nanswer {}", limited,
+             [kind](ExtensionSession& session) -> asio::awaitable<void> {
+                 EXPECT_EQ(co_await outcome(session, kind), "the server has not answered within 800 ms");
+                 EXPECT_EQ(co_await outcome(session, Kind::credentials), "answer");
+                 co_await session.end();
+             });
+    EXPECT_THAT(lines, ElementsAre("started", "started"));
+    EXPECT_TRUE(isNothingLeft());
+}
+
+TEST(ExtensionSessionOptions, WaitForAQueryAndForTheRenewalAfterIt) {
+    using std::chrono::seconds;
+    EXPECT_GE(ExtensionSession::Options().answerBudget, seconds(120 + 3 + 60));
+    EXPECT_GE(LiveHostClient::Options().answerLimit, 2 * ExtensionSession::Options().answerBudget);
 }
 
 TEST_F(ExtensionSessionTest, WaitsLessForWhatNeedsNoServer) {

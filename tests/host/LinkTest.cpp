@@ -75,6 +75,13 @@ TEST_F(ClickedLink, GoesToTheAppWhereThereIsOne) {
     EXPECT_EQ(whatWasOpened(), "1|velaapp://order/42|yes|");
 }
 
+TEST_F(ClickedLink, GoesToTheAppWithItsSchemeAsTheDesktopKnowsIt) {
+    answer("the-app.desktop");
+    for (const char* link : {"VELAAPP://order/Ab", "VelaApp://order/Ab"})
+        EXPECT_EQ(companion({"open", link}).status, 0) << link;
+    EXPECT_EQ(whatWasOpened(), "1|velaapp://order/Ab|yes|1|velaapp://order/Ab|yes|");
+}
+
 TEST_F(ClickedLink, IsForThePageWhereWhatIsNotedAsTheAppDoesNotTakeIt) {
     answer("an-app-that-was-removed.desktop");
     note("xdg-open", "printf '%s|' \"$1\" >> " + opened.string() + "; case $1 in velaapp:*) exit 3;; esac");

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <sstream>
 
 #include "tests/host/Person.hpp"
 #include "tests/host/readers/PseudoTerminal.hpp"
@@ -105,6 +106,24 @@ TEST_F(Tour, ShowsASamplePersonAndLeavesNothing) {
     terminal.type("n\n\n");
     EXPECT_EQ(terminal.end(), 0) << terminal.shown();
     expectNothingLeft();
+}
+
+TEST_F(Tour, BreaksItsLinesBetweenWordsAndNoneThatIsToBePasted) {
+    terminal.resize(24, 40);
+    terminal.start({"vela-widget", "tour"}, environment);
+    ASSERT_TRUE(terminal.shows("Which? [2]")) << terminal.shown();
+    EXPECT_THAT(terminal.shown(), HasSubstr("Vela's widget, in four steps. Ctrl-C\r\n  ends it at any time"));
+    EXPECT_THAT(terminal.shown(), HasSubstr("  2  just look, at a sample person's\r\n    parcels\r\n"));
+    terminal.type("3\n");
+    ASSERT_TRUE(terminal.shows("Show what to paste for which? [none] ")) << terminal.shown();
+    terminal.type("tmux\n");
+    ASSERT_TRUE(terminal.shows("Write it? [y/N]")) << terminal.shown();
+    const auto snippet = widget({"setup", "tmux"}).output;
+    std::istringstream lines(snippet);
+    for (std::string line; std::getline(lines, line);)
+        EXPECT_THAT(terminal.shown(), HasSubstr("    " + line + "\r\n"));
+    terminal.type("n\n\n");
+    EXPECT_EQ(terminal.end(), 0) << terminal.shown();
 }
 
 TEST_F(Tour, LeavesNothingWhenItEndsAtAnyQuestion) {

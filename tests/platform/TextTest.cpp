@@ -55,6 +55,37 @@ TEST(Text, MeasuresColumnsOfATerminal) {
     for (const auto& row : rows) EXPECT_EQ(terminalColumns(row.text), row.columns) << row.text;
 }
 
+TEST(Text, IsWrappedBetweenWords) {
+    struct Wrapped {
+        std::string text;
+        std::size_t columns;
+        std::string lines;
+    };
+    for (const auto& [text, columns, lines] : {
+             Wrapped{"", 8, ""},
+             Wrapped{"one two", 7, "one two"},
+             Wrapped{"one two", 6, "one\n  two"},
+             Wrapped{"one two three four", 9, "one two\n  three\n  four"},
+             Wrapped{"one two three four", 11, "one two\n  three\n  four"},
+             Wrapped{"one two three four", 12, "one two\n  three four"},
+             Wrapped{"one two\n\nthree four\n", 7, "one two\n\nthree\n  four\n"},
+             Wrapped{"  one two", 8, "  one\n    two"},
+             Wrapped{"one   two    three", 9, "one   two\n  three"},
+             Wrapped{"one two   ", 7, "one two"},
+             Wrapped{"a https://server.example/page b", 10, "a\n  https://server.example/page\n  b"},
+             Wrapped{"https://server.example/page", 10, "https://server.example/page"},
+             Wrapped{"日本 語", 4, "日本\n  語"},
+             Wrapped{"日本 語", 6, "日本\n  語"},
+             Wrapped{"日本 語", 7, "日本 語"},
+             Wrapped{"e\u0301e\u0301 e\u0301e\u0301", 5, "e\u0301e\u0301 e\u0301e\u0301"},
+             Wrapped{"e\u0301e\u0301 e\u0301e\u0301", 4, "e\u0301e\u0301\n  e\u0301e\u0301"},
+             Wrapped{"no\u00A0break here", 10, "no\u00A0break\n  here"},
+             Wrapped{"a b c", 1, "a\nb\nc"},
+             Wrapped{"a b", 0, "a\nb"},
+         })
+        EXPECT_EQ(wrappedToColumns(text, columns), lines) << text << " in " << columns;
+}
+
 TEST(Text, FallsIntoCharactersWithoutLosingAByte) {
     std::mt19937 random(3);
     for (int i = 0; i < 2'000; ++i) {

@@ -32,7 +32,7 @@ namespace platform::testing {
 class URLSessionTest : public ::testing::Test {
   protected:
     /// Throws what the transfer throws.
-    URLReply fetch(URLRequest request) { return fetchAll({std::move(request)}).front(); }
+    URLReply fetch(URLRequest request) { return std::move(fetchAll({std::move(request)}).front()); }
 
     /// Nothing for a success.
     std::optional<URLErrorCode> failure(URLRequest request) {

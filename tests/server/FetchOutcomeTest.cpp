@@ -26,6 +26,8 @@ constexpr const char* spentPair =
     R"("__typename":"UserError"}],"__typename":"AccessTokenRefreshPayload"},"__typename":"Mutation"}})";
 
 const platform::URLErrorCode noNetwork = platform::URLErrorCode::cannotConnectToHost;
+const platform::URLErrorCode trickling = platform::URLErrorCode::replyTimedOut;
+const platform::URLErrorCode tooLong = platform::URLErrorCode::dataLengthExceedsMaximum;
 
 class FetchOutcomeTest : public AccountServerTwin {
   protected:
@@ -87,6 +89,10 @@ TEST_F(FetchOutcomeTest, TellsFailuresApart) {
              Case{"no network", [](Session& each) { each.answer(noNetwork), each.answer(noNetwork); },
                   CredentialState::stored, ServerContact::unreachable, false},
              Case{"rubbish", [](Session& each) { each.answer(200, "rubbish"), each.answer(200, "rubbish"); },
+                  CredentialState::stored, ServerContact::failed, false},
+             Case{"trickles", [](Session& each) { each.answer(trickling), each.answer(trickling); },
+                  CredentialState::stored, ServerContact::failed, false},
+             Case{"too long, then lost", [](Session& each) { each.answer(tooLong), each.answer(noNetwork); },
                   CredentialState::stored, ServerContact::failed, false},
              // Who knows whether the access token is refused as well.
              Case{"rubbish, then refused",

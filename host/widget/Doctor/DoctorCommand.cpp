@@ -25,6 +25,7 @@
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/OneShotHost.hpp"
 #include "host/widget/Setup/SetupSnippet.hpp"
+#include "host/widget/TerminalStyle.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Date/SystemZone.hpp"
 #include "platform/Files/TrustedFolder.hpp"
@@ -186,7 +187,8 @@ asio::awaitable<Evidence> gathered(const DoctorCommand& command) {
 int report(const DoctorCommand& command) {
     const auto all = findings(platform::runToEnd(gathered(command)));
     const bool isJSON = command.output == DoctorCommand::Output::json;
-    writeToStandardOutput(isJSON ? jsonLine(findingsObject(all)) : findingsText(all));
+    writeToStandardOutput(isJSON ? jsonLine(findingsObject(all))
+                                 : wrappedForTerminal(findingsText(all), STDOUT_FILENO));
     for (const auto& finding : all)
         if (finding.verdict == Verdict::problem) return 1;
     return 0;

@@ -25,7 +25,7 @@ class LiveExtension {
 
     virtual ~LiveExtension() = default;
 
-    /// Each throws ExtensionError.
+    /// Each throws ExtensionError, and the timeline ServerTimeout where it is the server that takes too long.
     virtual boost::asio::awaitable<Answer> timeline(platform::WidgetFamily family) = 0;
     virtual boost::asio::awaitable<widget::CredentialReport> credentials() = 0;
     virtual boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing) = 0;

@@ -287,8 +287,11 @@ asio::awaitable<void> LiveHost::fetch() {
     ++fetchesBegun_;
     const auto conversation = conversation_;
     std::optional<LiveExtension::Answer> answer;
+    auto trouble = LiveTrouble::extensionFailed;
     try {
         answer = co_await surroundings_.extension.timeline(surroundings_.family);
+    } catch (const ServerTimeout&) {
+        trouble = LiveTrouble::serverFailing;
     } catch (const std::exception&) {
         // Whatever kept it from answering, nothing that is shown is less true by it.
     }
@@ -296,18 +299,19 @@ asio::awaitable<void> LiveHost::fetch() {
     // A zone that changed is in force within a minute.
     const auto now = surroundings_.clock.now();
     if (now < midnight_) midnight_ = midnightAfter(now);
-    if (conversation == conversation_ && !isStopped_) takeAnswer(std::move(answer));
+    if (conversation == conversation_ && !isStopped_) takeAnswer(std::move(answer), trouble);
     fetched_.cancel();
 }
 
-void LiveHost::takeAnswer(std::optional<LiveExtension::Answer> answer) {
+/// Nothing where it did not come, for that reason.
+void LiveHost::takeAnswer(std::optional<LiveExtension::Answer> answer, LiveTrouble whyNone) {
     const auto now = surroundings_.clock.now();
     if (answer) lastFetch_ = now;
     const auto unsettled = std::exchange(unsettled_, std::nullopt);
     if (unsettled && !(answer && isOf(*unsettled, answer->outcome))) return forgetForAnother();
     if (!answer) {
         policy_.failed(now, std::nullopt);
-        return keepThrough(LiveTrouble::extensionFailed);
+        return keepThrough(whyNone);
     }
     if (isOfAnother(answer->outcome)) return forgetForAnother();
     if (isGood(answer->timeline.entries.front()))

@@ -100,7 +100,7 @@ class LiveHost {
     void forgetForAnother();
 
     boost::asio::awaitable<void> fetch();
-    void takeAnswer(std::optional<LiveExtension::Answer> answer);
+    void takeAnswer(std::optional<LiveExtension::Answer> answer, LiveTrouble whyNone);
     void takeEntry(LiveExtension::Answer answer);
     void takeFailure(const LiveExtension::Answer& answer);
     bool isOf(const widget::CredentialReport& owner, const widget::FetchOutcome& outcome) const;

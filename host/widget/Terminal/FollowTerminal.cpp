@@ -83,7 +83,30 @@ void FollowTerminal::readKeys() {
     if (keys_.isUndecided()) escape_.set(escapePatience);
 }
 
+/// Where not all of it is on the screen. Any other key ends the help.
+bool FollowTerminal::scrollsHelp(Key key) {
+    if (!view_.showsHelp || helpEnd_ == 0) return false;
+    auto& top = view_.helpTop;
+    switch (key) {
+        case Key::up: top -= std::min<std::size_t>(top, 1); break;
+        case Key::down: ++top; break;
+        case Key::pageUp: top -= std::min(top, helpPage_); break;
+        case Key::pageDown: top += helpPage_; break;
+        case Key::first: top = 0; break;
+        case Key::last: top = helpEnd_; break;
+        case Key::open:
+        case Key::copy:
+        case Key::reload:
+        case Key::help:
+        case Key::redraw:
+        case Key::quit: return false;
+    }
+    draw();
+    return true;
+}
+
 void FollowTerminal::press(Key key) {
+    if (scrollsHelp(key)) return;
     const bool hadHelp = std::exchange(view_.showsHelp, false);
     view_.note.clear();
     switch (key) {
@@ -110,7 +133,10 @@ void FollowTerminal::press(Key key) {
             platform::spawn(end_.get_executor(), reload(),
                             [this](const std::exception_ptr&) { say("The live host gave no answer"); });
             break;
-        case Key::help: view_.showsHelp = !hadHelp; break;
+        case Key::help:
+            view_.showsHelp = !hadHelp;
+            view_.helpTop = 0;
+            break;
         case Key::redraw: break;
         case Key::quit: return hadHelp ? draw() : end();
     }
@@ -159,10 +185,14 @@ void FollowTerminal::draw() {
     style.columns = size.columns;
     const auto screen = followScreen(shown_.state(), view_, style, size.rows, platform::Date::now());
     view_.top = screen.top;
+    view_.helpTop = screen.helpTop;
+    helpEnd_ = screen.helpEnd;
+    helpPage_ = std::max<std::size_t>(screen.lines.size(), 3) - 2;
     page_ = std::max<std::size_t>(screen.count, 1);
     std::string text = "\x1b[H";
     for (std::size_t row = 0; row < screen.lines.size(); ++row)
-        text.append(row == 0 ? "" : "\r\n").append(screen.lines[row]).append("\x1b[K");
+        // Erased after it, a line that fills its row would lose its last column.
+        text.append(row == 0 ? "" : "\r\n").append("\x1b[K").append(screen.lines[row]);
     if (!terminal_.write(text)) end();
 }
 

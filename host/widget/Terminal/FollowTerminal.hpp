@@ -40,6 +40,7 @@ class FollowTerminal {
     void suspend();
     void readKeys();
     void press(Key key);
+    bool scrollsHelp(Key key);
     void choose(std::size_t index);
     void take(const LiveState& state);
     void lose(std::string_view why);
@@ -55,6 +56,9 @@ class FollowTerminal {
     FollowView view_;
     /// How many packages the screen has.
     std::size_t page_ = 1;
+    /// How far its help can be scrolled.
+    std::size_t helpEnd_ = 0;
+    std::size_t helpPage_ = 1;
     RawTerminal terminal_;
     KeyReader keys_;
     platform::Alarm escape_;

@@ -9,6 +9,7 @@
 #include "host/reader/LiveRemark.hpp"
 #include "host/reader/PackageLine.hpp"
 #include "host/reader/TerminalText.hpp"
+#include "host/widget/Terminal/FollowHelp.hpp"
 #include "host/widget/TerminalView.hpp"
 #include "platform/Text/Text.hpp"
 #include "presentation/DeepLink.hpp"
@@ -20,14 +21,9 @@ namespace {
 /// With fewer rows each package has one line.
 constexpr std::size_t fewestRowsForBlocks = 8;
 
-constexpr std::array<std::string_view, 8> help = {
-    "Up, Down, j, k    choose a package", "PageUp, PageDown  a screen on",
-    "Home, End         first and last",   "Enter, o          open it",
-    "y, c              copy its link",    "r                 ask the server now",
-    "?                 this help",        "q, Esc, Ctrl-C    quit",
-};
 constexpr std::string_view hint = "Enter opens, r reloads, ? shows all keys";
 constexpr std::string_view signInHint = "To sign in: vela-companion sign-in, or Enter";
+constexpr std::string_view scrollHint = "Down for more";
 
 using Lines = std::vector<std::string>;
 
@@ -116,14 +112,33 @@ bool isSignedOut(const LiveState& state) {
     return !state.isPlaceholder && std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState);
 }
 
-std::string bottomLine(const LiveState& state, const FollowView& view, const TerminalStyle& style,
-                       platform::Date now) {
+void addHelp(FollowScreen& screen, const FollowView& view, const TerminalStyle& style, std::size_t rows) {
+    const auto lines = followHelp(style.columns, rows);
+    screen.helpEnd = lines.size() - std::min(rows, lines.size());
+    screen.helpTop = std::min(view.helpTop, screen.helpEnd);
+    const auto first = lines.begin() + static_cast<Lines::difference_type>(screen.helpTop);
+    screen.lines.assign(first, first + static_cast<Lines::difference_type>(std::min(rows, lines.size())));
+}
+
+std::string placeOf(const LiveState& state, const FollowView& view) {
     const auto packages = packagesShown(state);
-    const auto place = packages.empty() ? std::string()
-                                        : std::to_string(std::min(view.chosen, packages.size() - 1) + 1) +
-                                              "/" + std::to_string(packages.size());
-    const auto usual = isSignedOut(state) ? signInHint : hint;
-    const auto text = !view.note.empty() ? view.note : liveRemark(state, now).value_or(std::string(usual));
+    if (packages.empty()) return {};
+    return std::to_string(std::min(view.chosen, packages.size() - 1) + 1) + "/" +
+           std::to_string(packages.size());
+}
+
+/// What is said there, unless there is something to say.
+std::string_view usualWords(const LiveState& state) {
+    return isSignedOut(state) ? signInHint : hint;
+}
+
+std::string bottomLine(const LiveState& state, const FollowView& view, const TerminalStyle& style,
+                       const FollowScreen& screen, platform::Date now) {
+    const auto place = placeOf(state, view);
+    const bool isHelpCut = screen.helpTop < screen.helpEnd;
+    const auto said =
+        isHelpCut ? std::string(scrollHint) : liveRemark(state, now).value_or(std::string(usualWords(state)));
+    const auto& text = !view.note.empty() ? view.note : said;
     const auto room = style.columns > place.size() + 3 ? style.columns - place.size() - 3 : 0;
     auto line = "  " + fittedToColumns(text, room > 1 ? room - 2 : style.columns);
     const auto used = platform::terminalColumns(line);
@@ -154,14 +169,13 @@ FollowScreen followScreen(const LiveState& state, const FollowView& view, const 
     const auto body = rows - 1;
     const auto packages = packagesShown(state);
     if (view.showsHelp)
-        for (const auto line : help)
-            screen.lines.push_back(fittedToColumns("  " + std::string(line), style.columns));
+        addHelp(screen, view, style, body);
     else if (!packages.empty())
         addPackages(screen, packages, view, style, body);
     else
         screen.lines = wordsOf(state, style);
     screen.lines.resize(body);
-    screen.lines.push_back(bottomLine(state, view, style, now));
+    screen.lines.push_back(bottomLine(state, view, style, screen, now));
     return screen;
 }
 

@@ -21,6 +21,8 @@ struct FollowView {
     /// The first package on the screen.
     std::size_t top = 0;
     bool showsHelp = false;
+    /// The first line of the help on the screen.
+    std::size_t helpTop = 0;
     /// In place of the remark until the next key.
     std::string note = {};
 };
@@ -31,6 +33,9 @@ struct FollowScreen {
     /// What is on it, first and how many: where the next screen begins, and how far a page is.
     std::size_t top = 0;
     std::size_t count = 0;
+    /// The help's first line on it, and which it is where the last one is on it: 0 where all are.
+    std::size_t helpTop = 0;
+    std::size_t helpEnd = 0;
 };
 
 FollowScreen followScreen(const LiveState& state, const FollowView& view, const TerminalStyle& style,

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "host/widget/OneShotHost.hpp"
+#include "host/widget/TerminalStyle.hpp"
 #include "platform/Files/Writing.hpp"
 #include "platform/ProcessInfo/ChildProgram.hpp"
 #include "platform/ProcessInfo/SiblingProgram.hpp"
@@ -39,11 +40,17 @@ Guide::~Guide() {
 }
 
 void Guide::say(const std::string& text) const {
+    show(wrappedForTerminal(text, STDOUT_FILENO));
+}
+
+void Guide::show(const std::string& text) const {
     writeToStandardOutput(text + "\n");
 }
 
 std::optional<std::string> Guide::ask(const std::string& question) const {
-    const auto put = [&] { platform::writeAll(STDOUT_FILENO, question + " "); };
+    const auto put = [&] {
+        platform::writeAll(STDOUT_FILENO, wrappedForTerminal(question, STDOUT_FILENO) + " ");
+    };
     lookForSignals();
     put();
     std::string answer;

@@ -39,8 +39,10 @@ class Guide {
     Guide& operator=(const Guide&) = delete;
 
     bool asks() const { return manner_ == TourManner::asking; }
-    /// Throws std::exception where it cannot be written.
+    /// Sentences, as wide as the terminal. Throws std::exception where they cannot be written.
     void say(const std::string& text) const;
+    /// The same of lines that are to be pasted: they stay as they are.
+    void show(const std::string& text) const;
     /// The answer without blanks at its ends; nothing at the end of the input. Asks again after the job was
     /// stopped. Only for a guide that asks.
     std::optional<std::string> ask(const std::string& question) const;

@@ -121,7 +121,7 @@ void offerFile(const Guide& guide, const std::filesystem::path& file, const std:
 
 void showSetup(const Guide& guide, SetupTarget target, const Surroundings& surroundings) {
     const auto snippet = setupSnippet(target, widgetCall());
-    guide.say("\n" + indented(snippet));
+    guide.show("\n" + indented(snippet));
     if (const auto file = newFileFor(target, surroundings)) offerFile(guide, *file, snippet);
 }
 
@@ -162,9 +162,8 @@ void offerService(const Guide& guide) {
         return guide.say("The live host is started for you when a surface asks for it.");
     if (!serviceManagerSays({"cat", socketUnit}))
         return guide.say("The units are not installed; a surface starts the live host itself.");
-    guide.say(std::string("To have the live host started for you when a surface asks for it:\n\n"
-                          "    systemctl --user enable --now ") +
-              socketUnit + "\n");
+    guide.say("To have the live host started for you when a surface asks for it:");
+    guide.show(std::string("\n    systemctl --user enable --now ") + socketUnit + "\n");
     if (!guide.asks() || !guide.agrees("Do that?")) return;
     if (guide.run("systemctl", {"--user", "enable", "--now", socketUnit}) == 0)
         guide.say(std::string("Done. To undo it: systemctl --user disable --now ") + socketUnit);

@@ -8,8 +8,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <sstream>
 
 #include "tests/host/Person.hpp"
+#include "tests/host/readers/PseudoTerminal.hpp"
 #include "tests/support/PrivateBus.hpp"
 #include "tests/support/ScriptedService.hpp"
 
@@ -77,6 +79,30 @@ TEST_F(DoctorProgram, SaysInALineEachWhatItFinds) {
     EXPECT_NE(result.output.find("good  extension: It starts and answers.\n"), std::string::npos)
         << result.output;
     EXPECT_NE(result.output.find("problem  server: http://127.0.0.1:9 cannot be reached"), std::string::npos);
+}
+
+TEST_F(DoctorProgram, BreaksItsLinesBetweenWordsOnATerminalAlone) {
+    environment["PATH"] = "/usr/bin:/bin";
+    const auto piped = widget({"doctor"});
+    EXPECT_THAT(piped.output,
+                HasSubstr("http://127.0.0.1:9 cannot be reached (Couldn't connect to server): look at "
+                          "the network, and at PONTAL_URL by"));
+    PseudoTerminal terminal;
+    terminal.resize(24, 40);
+    terminal.start({"vela-widget", "doctor"}, environment);
+    EXPECT_EQ(terminal.end(), 1);
+    std::istringstream lines(terminal.shown());
+    std::string unwrapped;
+    for (std::string line; std::getline(lines, line);) {
+        line.erase(line.find('\r'));
+        // The log's.
+        if (line.starts_with("info: ")) continue;
+        const bool isFurther = line.starts_with("  ");
+        const bool isOneWord = line.find(' ', isFurther ? 2 : 0) == std::string::npos;
+        EXPECT_TRUE(isOneWord || line.size() <= 40) << line;
+        unwrapped += isFurther ? line.substr(1) : (unwrapped.empty() ? "" : "\n") + line;
+    }
+    EXPECT_THAT(unwrapped + "\n", HasSubstr(piped.output));
 }
 
 TEST_F(DoctorProgram, SaysWhatStopsTheExtension) {

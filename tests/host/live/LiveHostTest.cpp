@@ -110,6 +110,14 @@ TEST_F(LiveHostTest, KeepsTheLastGoodEntryWhereTheExtensionFails) {
     EXPECT_EQ(trouble(), "none");
 }
 
+TEST_F(LiveHostTest, SaysOfAServerThatTakesTooLongThatItIsTheServer) {
+    start();
+    extension.isServerTooSlow = true;
+    clock.advance(hour);
+    EXPECT_EQ(shown(), "Ada's");
+    EXPECT_EQ(trouble(), "serverFailing");
+}
+
 TEST_F(LiveHostTest, TakesAFailureBeforeAnyEntryForNoSignOut) {
     extension.answerWith(CredentialState::stored, ServerContact::unreachable);
     start();

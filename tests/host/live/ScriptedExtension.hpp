@@ -49,6 +49,7 @@ class ScriptedExtension final : public LiveExtension {
         auto answer = nextAnswer();
         co_await pass();
         if (isFailing) throw ExtensionEnded("the extension ended before it answered");
+        if (isServerTooSlow) throw ServerTimeout(platform::Deadline(std::chrono::seconds(190)));
         co_return answer;
     }
 
@@ -104,6 +105,7 @@ class ScriptedExtension final : public LiveExtension {
     widget::CredentialReport stored = {.state = widget::CredentialState::stored, .tokens = 1, .account = 11};
     widget::FetchOutcome outcome = {.credentials = stored, .server = widget::ServerContact::answered};
     bool isFailing = false;
+    bool isServerTooSlow = false;
     /// How long a drawing waits for the package's picture; absent where it has none.
     std::optional<std::chrono::milliseconds> pictureDelay;
     /// At the next look at what is stored.

@@ -39,7 +39,7 @@ class NotificationsTest : public ::testing::Test {
                 if (isSlow_) co_await platform::pause(std::chrono::milliseconds(50));
                 co_return isWanted_;
             },
-            [this] { return hasPlace_; });
+            [this] { return hasPlace_ && looksWithPlace_-- > 0; });
     }
     void take(const std::vector<ShownPackage>& packages, Change change = Change::replaced) {
         notifications_->take(showing(packages), change);
@@ -58,6 +58,8 @@ class NotificationsTest : public ::testing::Test {
     EventLoop loop_;
     bool isWanted_ = true;
     bool hasPlace_ = true;
+    /// How often it finds its place still there.
+    int looksWithPlace_ = 1'000;
     bool isSlow_ = false;
     int asked_ = 0;
     std::optional<Notifications> notifications_;
@@ -176,6 +178,41 @@ TEST_F(NotificationsTest, TellsNothingForAHostThatLosesItsPlaceMeanwhile) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
     loop_.runUntil([&] { return std::chrono::steady_clock::now() > end; });
     EXPECT_EQ(service_.shown().size(), 0U);
+}
+
+TEST_F(NotificationsTest, MakesNothingInAPlaceThatIsLostBeforeItWrites) {
+    take({{"Shop", 0.6F}});
+    // One look before it tells, none before it writes.
+    looksWithPlace_ = 1;
+    take({{"Shop", 1.0F}});
+    EXPECT_EQ(asked_, 1);
+    EXPECT_FALSE(fs::exists(memory().parent_path()));
+}
+
+TEST_F(NotificationsTest, PutsNothingInAPlaceThatIsLostWhileItWrites) {
+    take({{"Shop", 0.6F}});
+    // None before what is written takes its name.
+    looksWithPlace_ = 2;
+    take({{"Shop", 1.0F}});
+    EXPECT_EQ(asked_, 1);
+    ASSERT_TRUE(fs::exists(memory().parent_path()));
+    EXPECT_TRUE(fs::is_empty(memory().parent_path()));
+}
+
+TEST_F(NotificationsTest, LeavesTheMemoryOfBeforeInAPlaceThatIsLostWhileItWrites) {
+    take({{"Shop", 0.6F}});
+    take({{"Shop", 1.0F}});
+    ASSERT_TRUE(shows(1));
+    const auto before = folder_.read("vela-widget/" + std::string(Notifications::fileName));
+    // What it tells nothing of is remembered as well.
+    for (const int looks : {0, 1}) {
+        looksWithPlace_ = looks;
+        take({{"Shop", 1.0F}, {"New " + std::to_string(looks), 0.2F}});
+        EXPECT_EQ(folder_.read("vela-widget/" + std::string(Notifications::fileName)), before) << looks;
+    }
+    looksWithPlace_ = 2;
+    take({{"Shop", 1.0F}, {"Newest", 0.2F}});
+    EXPECT_NE(folder_.read("vela-widget/" + std::string(Notifications::fileName)), before);
 }
 
 TEST_F(NotificationsTest, AMemoryThatIsTooLongIsNone) {

@@ -80,6 +80,7 @@ TEST_F(PageProgramTest, PrintsAnAddressThatShowsThePackages) {
                 HasSubstr("Fathom &amp; Co.: arriving today, between 2 and 4 PM; 80 percent of the way"));
     EXPECT_THAT(text, HasSubstr("velaapp://order/5501"));
     EXPECT_THAT(text, HasSubstr("<!doctype html>"));
+    EXPECT_THAT(text, HasSubstr("<button>Reload</button>"));
     EXPECT_THAT(text, Not(HasSubstr("{{")));
     EXPECT_EQ(fetches(), 1U);
 }
@@ -139,6 +140,7 @@ TEST_F(PageProgramTest, RefusesStrangersAndGarbageAndGoesOn) {
     EXPECT_THAT(answerOnTheWire(port, "GET " + path + " HTTP/1.0\r\n\r\n"), HasSubstr(" 421 "));
     EXPECT_THAT(answerOnTheWire(port, request("GET", path + std::string(40'000, 'x'))), HasSubstr(" 431 "));
     EXPECT_THAT(answerOnTheWire(port, std::string(100'000, '\0')), HasSubstr(" 400 "));
+    EXPECT_THAT(page(), HasSubstr("<button>Reload</button>"));
     EXPECT_THAT(answerOnTheWire(port, request("HEAD", path)), EndsWith("\r\n\r\n"));
     EXPECT_THAT(page(), HasSubstr("HTTP/1.1 200 OK"));
 }
@@ -163,6 +165,12 @@ TEST_F(PageProgramTest, SaysWhatItLacks) {
     const auto homeless = widget({"serve"});
     EXPECT_EQ(homeless.status, 1);
     EXPECT_THAT(homeless.errors, HasSubstr("XDG_RUNTIME_DIR"));
+    environment["XDG_RUNTIME_DIR"] = (folder.path() / "nowhere").string();
+    const auto lost = widget({"serve"});
+    EXPECT_EQ(lost.status, 1);
+    EXPECT_THAT(lost.errors, HasSubstr("nowhere"));
+    // Of nothing that is not served there is an address.
+    EXPECT_EQ(result.output + homeless.output + lost.output, "");
 }
 
 }  // namespace

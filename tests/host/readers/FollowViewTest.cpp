@@ -128,6 +128,48 @@ TEST(FollowScreen, ListsItsKeys) {
                 Contains(StartsWith("  y, c")));
 }
 
+TEST(FollowScreen, HasAllOfItsHelpOnASmallScreenToo) {
+    const auto screen = screenOf(stateWith({{.name = "Tea"}}), {.showsHelp = true}, 80, 5);
+    EXPECT_EQ(screen.helpEnd, 0u);
+    EXPECT_EQ(screen.lines[0], "  Up, Down, j, k    choose a package  y, c              copy its link");
+    EXPECT_EQ(screen.lines[3], "  Enter, o          open it           q, Esc, Ctrl-C    quit");
+    EXPECT_THAT(screen.lines[4], HasSubstr("Enter opens"));
+}
+
+TEST(FollowScreen, ScrollsTheHelpThatItHasNoRoomFor) {
+    const auto state = stateWith({{.name = "Tea"}});
+    const auto first = screenOf(state, {.showsHelp = true}, 40, 8);
+    EXPECT_EQ(first.helpEnd, 1u);
+    EXPECT_THAT(first.lines[0], StartsWith("  Up, Down, j, k    choose a package"));
+    EXPECT_THAT(first.lines[7], StartsWith("  Down for more"));
+    const auto last = screenOf(state, {.showsHelp = true, .helpTop = 7}, 40, 8);
+    EXPECT_EQ(last.helpTop, 1u);
+    EXPECT_EQ(last.lines[6], "  q, Esc, Ctrl-C    quit");
+    EXPECT_THAT(last.lines[7], StartsWith("  Enter opens"));
+}
+
+TEST(FollowScreen, CutsNoWordOfItsHelpWhereverThereIsRoomForOne) {
+    for (const std::size_t columns : {20, 25, 35, 36, 37, 71, 72, 73, 80})
+        for (const std::size_t rows : {2, 3, 5, 8, 9, 10, 24}) {
+            FollowView view = {.showsHelp = true};
+            std::string all;
+            for (std::size_t end = 0; view.helpTop <= end; ++view.helpTop) {
+                const auto screen = screenOf(stateWith({{.name = "Tea"}}), view, columns, rows);
+                ASSERT_EQ(screen.lines.size(), rows);
+                ASSERT_EQ(screen.helpTop, view.helpTop);
+                end = screen.helpEnd;
+                for (const auto& line : screen.lines)
+                    EXPECT_LE(platform::terminalColumns(visible(line)), columns) << line;
+                for (std::size_t row = 0; row + 1 < rows; ++row) all += screen.lines[row] + " ";
+            }
+            for (const auto* word :
+                 {"Up,", "Down,", "choose", "package", "PageUp,", "screen", "Home,", "last", "Enter,", "open",
+                  "copy", "link", "reload", "?", "help", "Ctrl-C", "quit"})
+                EXPECT_THAT(all, HasSubstr(word)) << columns << " by " << rows;
+            EXPECT_EQ(all.find("…"), std::string::npos) << columns << " by " << rows;
+        }
+}
+
 TEST(ClipboardSequence, IsTheTextInBase64) {
     const std::pair<const char*, const char*> rows[] = {
         {"", ""},        {"f", "Zg=="},          {"fo", "Zm8="},

@@ -90,6 +90,14 @@ TEST_F(ShowFollow, FitsTheWindowWhenThatChanges) {
     EXPECT_TRUE(terminal.shows("Hearth & Field Furniture Makers of the Upper Valley"));
 }
 
+TEST_F(ShowFollow, ErasesNothingBehindALineThatFillsItsRow) {
+    start();
+    terminal.resize(4, 30);
+    terminal.forget();
+    terminal.type("\f");
+    EXPECT_TRUE(terminal.shows("\n\x1b[K  Arriving tomorrow")) << terminal.shown();
+}
+
 TEST_F(ShowFollow, ChoosesOpensAndCopies) {
     start();
     terminal.forget();
@@ -107,6 +115,36 @@ TEST_F(ShowFollow, ChoosesOpensAndCopies) {
     EXPECT_TRUE(terminal.shows("Opened"));
     terminal.type("?");
     EXPECT_TRUE(terminal.shows("copy its link"));
+}
+
+TEST_F(ShowFollow, ScrollsItsHelpInASmallWindowAndEndsItWithAnyOtherKey) {
+    start();
+    terminal.resize(5, 40);
+    terminal.forget();
+    terminal.type("?");
+    EXPECT_TRUE(terminal.shows("Down for more")) << terminal.shown();
+    EXPECT_THAT(terminal.shown(), Not(HasSubstr("this help")));
+    terminal.type("\x1b[F");
+    EXPECT_TRUE(terminal.shows("q, Esc, Ctrl-C    quit")) << terminal.shown();
+    terminal.forget();
+    terminal.type("k");
+    EXPECT_TRUE(terminal.shows("copy its link")) << terminal.shown();
+    terminal.forget();
+    terminal.type("\x1b[6~");
+    EXPECT_TRUE(terminal.shows("Ctrl-C")) << terminal.shown();
+    terminal.type("\x1b[H");
+    EXPECT_TRUE(terminal.shows("a screen on")) << terminal.shown();
+    terminal.forget();
+    // Of the packages it chooses another.
+    terminal.type("?j");
+    EXPECT_TRUE(terminal.shows("2/10")) << terminal.shown();
+    // Whole again, it needs no scrolling.
+    terminal.resize(24, 80);
+    terminal.type("?");
+    EXPECT_TRUE(terminal.shows("this help")) << terminal.shown();
+    terminal.forget();
+    terminal.type("j");
+    EXPECT_TRUE(terminal.shows("3/10")) << terminal.shown();
 }
 
 TEST_F(ShowFollow, TellsWhoIsSignedOutHowToSignInAndOpensTheAccount) {
