@@ -74,12 +74,10 @@ class PseudoTerminal {
 
     /// Waits until it has shown `words` since the last `forget`.
     bool shows(const std::string& words) {
-        return platform::testing::eventually(
-            [&] {
-                read();
-                return shown_.find(words) != std::string::npos;
-            },
-            std::chrono::seconds(30));
+        return platform::testing::eventually([&] {
+            read();
+            return shown_.find(words) != std::string::npos;
+        });
     }
     const std::string& shown() const { return shown_; }
     void forget() {
@@ -90,12 +88,10 @@ class PseudoTerminal {
     /// The exit status, or 128 + the signal that ended it.
     std::optional<int> end() {
         int status = 0;
-        const bool hasEnded = platform::testing::eventually(
-            [&] {
-                read();
-                return ::waitpid(process_, &status, WNOHANG) == process_;
-            },
-            std::chrono::seconds(30));
+        const bool hasEnded = platform::testing::eventually([&] {
+            read();
+            return ::waitpid(process_, &status, WNOHANG) == process_;
+        });
         if (!hasEnded) return std::nullopt;
         process_ = -1;
         read();
