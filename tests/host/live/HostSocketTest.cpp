@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
+#include <thread>
+
 #include "tests/host/live/ReaderWorld.hpp"
 #include "tests/support/FileLimit.hpp"
 
@@ -492,6 +494,19 @@ TEST_F(HostSocketTest, KeepsAReaderThatHasGreetedAndAsksNothing) {
     EXPECT_FALSE(until([&] { return door->readerCount() == 0; }, std::chrono::seconds(1)));
     ::shutdown(socket, SHUT_WR);
     EXPECT_THAT(everythingFrom(socket), HasSubstr("\"id\":7"));
+    ::close(socket);
+}
+
+TEST_F(HostSocketTest, HearsAReaderWhoSpokeInTimeThoughItStoodStillItself) {
+    HostSocket::Options options = {.version = "1", .started = platform::Date::now()};
+    options.questionPatience = std::chrono::milliseconds(50);
+    open(options);
+    const int socket = rawReader();
+    ASSERT_TRUE(until([&] { return door->readerCount() == 1; }));
+    say(socket, frameOf(greeting) + frameOf(R"({"id":1,"request":"status"})"));
+    std::this_thread::sleep_for(2 * options.questionPatience);
+    ::shutdown(socket, SHUT_WR);
+    EXPECT_THAT(everythingFrom(socket), HasSubstr("\"id\":1"));
     ::close(socket);
 }
 
