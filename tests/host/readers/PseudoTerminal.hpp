@@ -72,11 +72,12 @@ class PseudoTerminal {
     void sendSignal(int signal) const { ::kill(process_, signal); }
     pid_t processIdentifier() const { return process_; }
 
-    /// Waits until it has shown `words` since the last `forget`.
-    bool shows(const std::string& words) {
+    /// Waits until it has shown `words` since the last `forget`, after `others` where there are some.
+    bool shows(const std::string& words, const std::string& others = {}) {
         return platform::testing::eventually([&] {
             read();
-            return shown_.find(words) != std::string::npos;
+            const auto from = shown_.find(others);
+            return from != std::string::npos && shown_.find(words, from) != std::string::npos;
         });
     }
     const std::string& shown() const { return shown_; }
