@@ -234,10 +234,10 @@ LiveHostClient::~LiveHostClient() {
 asio::awaitable<int> LiveHostClient::connectedSocket() {
     const auto address = addressOfPerson();
     const auto path = address.socket();
-    const auto deadline = steady_clock::now() + options_.patience;
     auto nextStart = steady_clock::now();
     int starts = 0;
-    while (true) {
+    // Counted in looks and not by the clock: a host stands still as long as the machine does.
+    for (milliseconds waited(0);; waited += lookAgain) {
         const int result = tryToConnect(path);
         if (result >= 0) co_return result;
         if (isMissing(result)) {
@@ -254,7 +254,8 @@ asio::awaitable<int> LiveHostClient::connectedSocket() {
             throw LiveHostEnded("the live host cannot be reached at " + path.string() + ": " +
                                 std::generic_category().message(-result));
         }
-        if (steady_clock::now() >= deadline)
+        const bool isOnItsWay = isMissing(result) && started_;
+        if (waited >= (isOnItsWay ? options_.startLimit : options_.patience))
             throw LiveHostEnded(
                 result == -EAGAIN
                     ? "the live host lets nobody in; it may hang"

@@ -54,8 +54,11 @@ class LiveHostClient {
         IfMissing ifMissing = IfMissing::start;
         /// Whose `run` is the live host; of a reader that outlived an upgrade, the newer program's.
         std::filesystem::path program = platform::executablePath();
-        /// How long a host that was started may take until it listens.
+        /// How long nobody may listen, or let anybody in, where no host that was started is on its way.
         std::chrono::milliseconds patience = std::chrono::seconds(5);
+        /// How long one that was started and runs may take until it listens, on a machine that has much else
+        /// to do.
+        std::chrono::milliseconds startLimit = std::chrono::seconds(30);
         /// How long an answer may take: a reload waits for the extension, and that for the server, 190
         /// seconds at most; and before that for as much that is under way, and for an extension that hung to
         /// end.

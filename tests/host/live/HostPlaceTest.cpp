@@ -10,6 +10,8 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
@@ -257,20 +259,32 @@ TEST_F(HostPlaceTest, LeavesASocketThatSomebodyListensOn) {
 }
 
 TEST_F(HostPlaceTest, IsHadByExactlyOneOfManyThatBeginAtOnce) {
-    int claimed = 0;
+    constexpr int many = 12;
+    std::array<int, 2> outcomes = {-1, -1};
+    std::array<int, 2> end = {-1, -1};
+    ASSERT_EQ(::pipe2(outcomes.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(::pipe2(end.data(), O_CLOEXEC), 0);
     std::vector<std::unique_ptr<ChildProcess>> all;
-    for (int count = 0; count < 12; ++count)
-        all.push_back(std::make_unique<ChildProcess>([] {
+    for (int count = 0; count < many; ++count)
+        all.push_back(std::make_unique<ChildProcess>([&] {
+            ::close(end[1]);
             try {
                 const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
-                ::usleep(1'500'000);
-                return 7;
+                (void)!::write(outcomes[1], "y", 1);
+                // Until all others have been refused.
+                char none = 0;
+                (void)!::read(end[0], &none, 1);
             } catch (const HostPlaceError&) {
-                return 1;
+                (void)!::write(outcomes[1], "n", 1);
             }
+            return 0;
         }));
-    for (const auto& each : all) claimed += each->wait() == 7 ? 1 : 0;
-    EXPECT_EQ(claimed, 1);
+    ::close(outcomes[1]);
+    std::string told(many, ' ');
+    for (char& outcome : told) ASSERT_EQ(::read(outcomes[0], &outcome, 1), 1);
+    for (const int each : {outcomes[0], end[0], end[1]}) ::close(each);
+    for (const auto& each : all) EXPECT_EQ(each->wait(), 0);
+    EXPECT_EQ(std::count(told.begin(), told.end(), 'y'), 1) << told;
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 

@@ -3,6 +3,9 @@
 #include "host/reader/LiveHostClient.hpp"
 
 #include <gmock/gmock.h>
+#include <signal.h>
+
+#include <fstream>
 
 #include "tests/host/live/ReaderWorld.hpp"
 
@@ -73,8 +76,10 @@ class LiveHostClientTest : public ReaderWorld {
         co_return shopNameIn(state.entry);
     }
 
+    enum class Afterwards { stays, saysNoMore };
+
     /// What a reader makes of a host that says that.
-    std::string madeOf(const std::string& bytes) {
+    std::string madeOf(const std::string& bytes, Afterwards afterwards = Afterwards::stays) {
         listen();
         std::optional<std::string> text;
         const auto reader = client();
@@ -87,9 +92,9 @@ class LiveHostClientTest : public ReaderWorld {
             }
         }(reader, text));
         tell(bytes);
-        until([&] { return text.has_value(); }, std::chrono::seconds(2));
-        hangUp();
+        if (afterwards == Afterwards::saysNoMore) ::shutdown(peer_, SHUT_WR);
         until([&] { return text.has_value(); });
+        hangUp();
         return text.value_or("nothing");
     }
 
@@ -132,8 +137,8 @@ TEST_F(LiveHostClientTest, TakesNothingOnTrust) {
     EXPECT_THAT(madeOf(greeting + frameOf(R"({"id":1,"state":{"entry":{"date":"noon"}}})")),
                 StartsWith("the live host's answer cannot be used: "));
     EXPECT_THAT(madeOf(greeting + frameOf("no json")), HasSubstr("JSON"));
-    EXPECT_EQ(madeOf(greeting), "the live host has ended");
-    EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":7,)" + noPackages)), "the live host has ended");
+    for (const auto& said : {greeting, greeting + frameOf(R"({"id":7,)" + noPackages)})
+        EXPECT_EQ(madeOf(said, Afterwards::saysNoMore), "the live host has ended");
 }
 
 TEST_F(LiveHostClientTest, WaitsForNoAnswerForEver) {
@@ -187,7 +192,7 @@ TEST_F(LiveHostClientTest, AsksTheSuccessorOfAHostThatEndsInThisMoment) {
     spawn([](std::shared_ptr<LiveHostClient> asked,
              std::optional<std::string>& result) -> boost::asio::awaitable<void> {
         try {
-            const auto state = co_await asked->settledState(std::chrono::seconds(10));
+            const auto state = co_await asked->settledState(std::chrono::hours(1));
             result = shopNameIn(state.entry);
         } catch (const LiveHostError& error) {
             result = error.what();
@@ -217,6 +222,49 @@ TEST_F(LiveHostClientTest, StartsAnotherHostWhereTheFirstEndsBeforeItListens) {
     EXPECT_EQ(answer([&] { return stateOf(reader); }),
               "failed: the live host that was started does not listen; see what vela-widget run says");
     EXPECT_EQ(folder.read("starts"), "\n\n\n") << "and no more than a few";
+}
+
+TEST_F(LiveHostClientTest, WaitsLongerForAHostThatIsOnItsWay) {
+    const auto program = folder.path() / "program";
+    folder.write("program", "#!/bin/sh\necho $$ > \"${0%/*}/started\"\nexec sleep 3600\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    LiveHostClient::Options options;
+    options.program = program;
+    options.patience = std::chrono::milliseconds(40);
+    options.startLimit = std::chrono::hours(1);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    std::optional<std::string> text;
+    spawn([](std::shared_ptr<LiveHostClient> asked,
+             std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+        try {
+            result = co_await stateOf(asked);
+        } catch (const LiveHostError& error) {
+            result = error.what();
+        }
+    }(reader, text));
+    pid_t process = 0;
+    ASSERT_TRUE(until([&] { return bool(std::ifstream(folder.path() / "started") >> process); }));
+    EXPECT_FALSE(until([&] { return text.has_value(); }, std::chrono::seconds(1))) << *text;
+    listen();
+    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
+    EXPECT_TRUE(until([&] { return text.has_value(); }));
+    EXPECT_EQ(text, "noPackages");
+    hangUp();
+    ASSERT_GT(process, 1);
+    ::kill(process, SIGKILL);
+}
+
+TEST_F(LiveHostClientTest, WaitsNotForEverForAHostThatRunsAndDoesNotListen) {
+    const auto program = folder.path() / "program";
+    folder.write("program", "#!/bin/sh\nexec sleep 5\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    LiveHostClient::Options options;
+    options.program = program;
+    options.patience = std::chrono::milliseconds(40);
+    options.startLimit = std::chrono::milliseconds(200);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    EXPECT_EQ(answer([&] { return stateOf(reader); }),
+              "failed: the live host that was started does not listen; see what vela-widget run says");
 }
 
 TEST_F(LiveHostClientTest, SaysThatNoHostCouldBeStarted) {

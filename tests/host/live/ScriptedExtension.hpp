@@ -65,7 +65,7 @@ class ScriptedExtension final : public LiveExtension {
         const bool isRedacted = drawing.appearance.redaction == drawing::Redaction::placeholder;
         auto bytes = (isRedacted ? "bars of " : "picture of ") + shopNameIn(drawing.entry);
         if (pictureDelay) {
-            const auto patience = drawing.pictureBudget.value_or(std::chrono::seconds(20));
+            const auto patience = drawing.pictureBudget.value_or(std::chrono::hours(1));
             bytes += patience < *pictureDelay ? " without" : " with";
             boost::asio::steady_timer wait(released_.get_executor(), std::min(patience, *pictureDelay));
             co_await wait.async_wait(boost::asio::use_awaitable);

@@ -79,7 +79,7 @@ TEST_F(PanelProgram, WaitsForSomethingElseAndThenEnds) {
     EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300)));
     companion({"sign-out"});
     EXPECT_TRUE(comesToPrint("Sign in to Vela")) << printed();
-    EXPECT_EQ(waiter->waitForEnd(std::chrono::seconds(30)), 0);
+    EXPECT_EQ(waiter->waitForEnd(), 0);
 }
 
 TEST_F(PanelProgram, PrintsAtOnceWhatIsAnotherThanWasShown) {
@@ -95,8 +95,7 @@ TEST_F(PanelProgram, ShowsNoLessForHostsThatWereKilled) {
         const auto before = hostProcess();
         EXPECT_TRUE(eventually([&] { return fetches() == hosts; }));
         endHost(SIGKILL);
-        EXPECT_TRUE(eventually([&] { return hostProcess() != before && fetches() == hosts + 1; },
-                               std::chrono::seconds(30)));
+        EXPECT_TRUE(eventually([&] { return hostProcess() != before && fetches() == hosts + 1; }));
     }
     EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300))) << printed();
     EXPECT_TRUE(platform::testing::isAlive(waiter->processIdentifier()));
@@ -107,10 +106,10 @@ TEST_F(PanelProgram, ShowsNothingOfAnotherPersonHoweverOftenItsHostWasKilledBefo
     const auto waiter = waiting(version());
     EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
     endHost(SIGKILL);
-    EXPECT_TRUE(eventually([&] { return settled(); }, std::chrono::seconds(30)));
+    EXPECT_TRUE(eventually([&] { return settled(); }));
     EXPECT_EQ(printed(), "");
     EXPECT_EQ(companion({"sign-in", "--user-id", "67890"}, credentials).status, 0);
-    EXPECT_TRUE(eventually([&] { return !printed().empty(); }, std::chrono::seconds(30)));
+    EXPECT_TRUE(eventually([&] { return !printed().empty(); }));
     EXPECT_THAT(printed(), HasSubstr("Looking for your packages"));
     EXPECT_THAT(printed(), Not(HasSubstr("Fathom")));
 }
@@ -130,7 +129,7 @@ TEST_F(PanelProgram, TakesAHostThatHangsForNone) {
     version();
     const auto host = hostProcess();
     ::kill(host, SIGSTOP);
-    EXPECT_EQ(waiting("of-yesterday")->waitForEnd(std::chrono::seconds(60)), 1);
+    EXPECT_EQ(waiting("of-yesterday")->waitForEnd(), 1);
     EXPECT_EQ(printed(), "");
     ::kill(host, SIGCONT);
     EXPECT_THAT(panel({"--after", "of-yesterday"}).output, HasSubstr("Arriving today"));
@@ -144,7 +143,7 @@ TEST_F(PanelProgram, SaysSoWhenNoHostCanBeHadAnyMore) {
     rename(folder.path() / "run/vela-widget", folder.path() / "elsewhere");
     std::ofstream(folder.path() / "run/vela-widget") << "no folder";
     ::kill(host, SIGKILL);
-    EXPECT_EQ(waiter->waitForEnd(std::chrono::seconds(60)), 1);
+    EXPECT_EQ(waiter->waitForEnd(), 1);
     EXPECT_EQ(printed(), "");
 }
 
