@@ -61,7 +61,7 @@ function taken(shown, panel, picture) {
 function lost(shown, now) {
     const lostSince = Math.min(shown.lostSince === null ? now : shown.lostSince, now);
     const asOf = shown.panel.asOf === null ? lostSince : Math.min(shown.panel.asOf, lostSince);
-    const isKept = now < asOf + shown.panel.keptFor * 1000;
+    const isKept = shown.panel.barClass !== 'placeholder' && now < asOf + shown.panel.keptFor * 1000;
     return {
         panel: withTrouble(isKept ? shown.panel : unknownPanel, 'The live host cannot be reached'),
         picture: isKept ? shown.picture : null,
