@@ -20,6 +20,7 @@
 #include "host/protocol/HostClaim.hpp"
 #include "host/protocol/LocalSocket.hpp"
 #include "host/reader/HostStart.hpp"
+#include "host/reader/SignInGuard.hpp"
 #include "host/reader/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
@@ -55,7 +56,7 @@ HostAddress addressOfPerson() {
     try {
         return HostAddress::ofPerson();
     } catch (const HostAddressError& error) {
-        throw LiveHostError(error.what());
+        throw LiveHostPlaceless(error.what());
     }
 }
 
@@ -157,7 +158,7 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
         throwIfEnded();
     }
 
-    void hangUp() { conclude("it was hung up on"); }
+    void hangUp(std::string why = "it was hung up on") { conclude(std::move(why)); }
 
   private:
     struct PendingReply {
@@ -316,18 +317,36 @@ asio::awaitable<void> LiveHostClient::rest(std::size_t failures) {
 asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&)> onState,
                                              std::function<void(std::string_view)> onGap) {
     std::size_t failures = 0;
+    bool hasFollowed = false;
+    std::string gap;
+    SignInGuard guard(executor_, options_.orderLimit, options_.keychainShown, [&] {
+        const bool isSilent = hasHost();
+        if (isSilent) connection_->hangUp("the live host does not say who is signed in");
+        onState(guard.nothing());
+        // Of the other gap is told where it is waited for.
+        if (!isSilent) onGap(gap);
+    });
     // Named, as g++ 12 destroys twice what is made within what is awaited.
     const StateHandler passOn = [&](const LiveState& state) {
         failures = 0;
+        hasFollowed = true;
         onState(state);
+        guard.hear(state);
     };
     while (!isClosed_) {
         try {
             co_await followOnce(passOn);
         } catch (const LiveHostEnded& ended) {
-            if (!isClosed_) onGap(ended.what());
+            gap = ended.what();
+        } catch (const LiveHostPlaceless& placeless) {
+            // It may come back, as the host did.
+            if (!hasFollowed) throw;
+            gap = placeless.what();
         }
-        if (!isClosed_) co_await rest(failures++);
+        if (isClosed_) co_return;
+        onGap(gap);
+        guard.lose();
+        co_await rest(failures++);
     }
 }
 
@@ -377,7 +396,23 @@ asio::awaitable<std::string> LiveHostClient::draw(widget::DrawingRequest drawing
     co_return std::move(answer.attachment);
 }
 
+bool LiveHostClient::hasHost() const {
+    return connection_ && !connection_->hasEnded();
+}
+
+/// On a connection of its own: on another an answer may be waited for that takes long.
+asio::awaitable<void> LiveHostClient::requireAnswer() {
+    LiveHostClient visitor(executor_, {.ifMissing = IfMissing::leave, .answerLimit = options_.orderLimit});
+    try {
+        co_await visitor.status();
+    } catch (const LiveHostEnded& ended) {
+        if (hasHost()) connection_->hangUp(ended.what());
+        throw;
+    }
+}
+
 asio::awaitable<LiveState> LiveHostClient::reload() {
+    if (hasHost() || options_.ifMissing == IfMissing::leave) co_await requireAnswer();
     auto answer = co_await ask(asking(LiveRequest::reload));
     co_return stateIn(answer);
 }

@@ -257,6 +257,26 @@ class Plasma(unittest.TestCase):
             eventually(lambda: "Vela, The live host cannot be reached" in session.names(), "no package")
             self.assertNotIn("Fathom", " ".join(session.names()))
 
+    def test_shows_nothing_of_who_has_gone_while_no_host_says_so(self):
+        with Person() as person:
+            session = PlasmaSession(person)
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            person.bar_live_hosts()
+            eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(), "the remark")
+            person.run(PROGRAMS / "vela-companion", "sign-out", status=None)
+            eventually(lambda: "Fathom" not in " ".join(session.names()), lambda: session.names(), 10)
+            self.assertIn("The live host cannot be reached", " ".join(session.names()))
+
+    def test_says_that_a_host_does_not_hear_of_a_reload(self):
+        with Person() as person:
+            session = PlasmaSession(person)
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            os.kill(person.live_host(), signal.SIGSTOP)
+            session.click(ITEM)
+            session.focus_popup()
+            session.press("Tab", "Tab", "space")
+            eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(), "the remark")
+
     @classmethod
     def _scheme(cls, process):
         return cls._option(process, "--scheme")

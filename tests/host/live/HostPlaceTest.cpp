@@ -4,10 +4,12 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -208,11 +210,29 @@ std::thread greetingOneWhoComesIn(const HostPlace& place, std::chrono::milliseco
 TEST_F(HostPlaceTest, IsNotClearedOfAHostThatAnswersThoughLate) {
     const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
     folder.write("vela-widget/entry.json", "hers");
-    auto host = greetingOneWhoComesIn(place, std::chrono::milliseconds(800));
-    EXPECT_EQ(forgottenInItsPlace(), "");
+    auto host = greetingOneWhoComesIn(place, std::chrono::milliseconds(1500));
+    EXPECT_EQ(forgottenInItsPlace(), "waiting for the live host, which does not answer");
     host.join();
     EXPECT_TRUE(fs::exists(inside("entry.json")));
     EXPECT_TRUE(place.claim().isHeld());
+}
+
+TEST_F(HostPlaceTest, IsTakenAtOnceFromAHostThatIsStopped) {
+    ChildProcess stopped([] {
+        const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+        ::raise(SIGSTOP);
+        return place.claim().isHeld() ? 1 : 0;
+    });
+    siginfo_t information = {};
+    ASSERT_EQ(::waitid(P_ALL, 0, &information, WSTOPPED | WNOWAIT), 0);
+    const auto process = information.si_pid;
+    folder.write("vela-widget/entry.json", "hers");
+    EXPECT_EQ(forgottenInItsPlace(),
+              "the live host (process " + std::to_string(process) +
+                  ") is stopped, so what it shows is removed; another one begins with the "
+                  "next reader");
+    EXPECT_FALSE(fs::exists(inside("entry.json")));
+    EXPECT_EQ(stopped.wait(), 0) << "it is told to go on, and finds its place lost";
 }
 
 TEST_F(HostPlaceTest, IsTakenFromAHostThatDoesNotAnswer) {

@@ -7,6 +7,7 @@
 
 #include <fstream>
 
+#include "platform/SystemEvents/KeychainVersion.hpp"
 #include "tests/host/live/ReaderWorld.hpp"
 
 namespace host {
@@ -29,6 +30,7 @@ class LiveHostClientTest : public ReaderWorld {
   protected:
     LiveHostClientTest() {
         std::filesystem::create_directory(HostAddress::ofPerson().folder);
+        std::filesystem::create_directory(data.path() / "vela");
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         const auto path = HostAddress::ofPerson().socket().string();
@@ -57,6 +59,7 @@ class LiveHostClientTest : public ReaderWorld {
         for (const int peer : peers) ::close(peer);
         return holds;
     }
+    void tellMore(const std::string& bytes) const { say(peer_, bytes); }
     void hangUp() { ::close(std::exchange(peer_, -1)); }
 
     static boost::asio::awaitable<void> noting(std::shared_ptr<LiveHostClient> reader,
@@ -98,6 +101,26 @@ class LiveHostClientTest : public ReaderWorld {
         return text.value_or("nothing");
     }
 
+    /// By the keychain as it is now.
+    std::string keychain() const { return platform::keychainVersion(data.path() / "vela/keychain.sqlite"); }
+    void change(const char* text) const { data.write("vela/keychain.sqlite", text); }
+    std::string stateBy(const std::string& version) const {
+        return R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"},"keychain":")" +
+               version + R"("}})";
+    }
+    std::shared_ptr<LiveHostClient> clientWith(std::chrono::milliseconds orderLimit) {
+        LiveHostClient::Options options;
+        options.ifMissing = LiveHostClient::IfMissing::leave;
+        options.orderLimit = orderLimit;
+        options.pauses = {std::chrono::milliseconds(5)};
+        return std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    }
+
+    platform::testing::TemporaryFolder data;
+    platform::testing::ScopedEnvironment dataEnvironment{{"XDG_DATA_HOME", data.path().string()},
+                                                         {"VELA_KEYCHAIN", std::nullopt}};
+    /// In the placeholder.
+    const std::string nobody;
     const std::string greeting = frameOf(R"({"protocol":1})");
     const std::string noPackages =
         R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"}}})";
@@ -183,6 +206,107 @@ TEST_F(LiveHostClientTest, TellsOfAHostThatIsSilentAndComesBackToWhoTakesItsPlac
     EXPECT_TRUE(tellAllUntil(greeting + frameOf(R"({"id":1,)" + noPackages), [&] { return !views.empty(); }));
     reader->close();
     clock.settle();
+}
+
+TEST_F(LiveHostClientTest, GivesUpWhatWasShownOnceTheKeychainIsAnotherAndNoHostSaysWhy) {
+    listen();
+    const auto reader = clientWith(std::chrono::hours(1));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    hangUp();
+    EXPECT_TRUE(until([&] { return !gaps.empty(); }));
+    EXPECT_THAT(views, ElementsAre("noPackages")) << "what was shown stays";
+    change("another");
+    EXPECT_TRUE(until([&] { return views.size() == 2; }));
+    EXPECT_EQ(views.back(), nobody);
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, GivesUpAHostThatDoesNotSayWhatAnotherKeychainMeans) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(100));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    const auto before = keychain();
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    change("another");
+    EXPECT_TRUE(until([&] { return !gaps.empty(); }));
+    EXPECT_THAT(views, ElementsAre("noPackages", nobody));
+    EXPECT_EQ(gaps.front(), "the live host does not say who is signed in");
+    hangUp();
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)));
+    EXPECT_TRUE(until([&] { return views.size() == 3; }));
+    EXPECT_FALSE(until([&] { return views.size() > 3; }, std::chrono::seconds(1)))
+        << "one that answers is believed: it is doubted once";
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, BelievesAHostThatSaysWhatAnotherKeychainMeans) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(500));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    change("another");
+    tellMore(frameOf("{" + stateBy(keychain())));
+    EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
+    EXPECT_THAT(views, ElementsAre("noPackages", "noPackages"));
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, CaresNothingForAKeychainThatIsNotTheHosts) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(20));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(platform::keychainVersion("keyring", ""))));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    change("another");
+    EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
+    EXPECT_THAT(views, ElementsAre("noPackages"));
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, GoesOnWithoutAPlaceForAHostOnceThereWasOne) {
+    listen();
+    const auto reader = clientWith(std::chrono::hours(1));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    const platform::testing::ScopedEnvironment nowhere({{"XDG_RUNTIME_DIR", "/nowhere"}});
+    hangUp();
+    EXPECT_TRUE(until([&] { return gaps.size() > 2; }));
+    EXPECT_THAT(gaps.back(), HasSubstr("XDG_RUNTIME_DIR, /nowhere, cannot be used"));
+    change("another");
+    EXPECT_TRUE(until([&] { return views.size() == 2; }));
+    EXPECT_EQ(views.back(), nobody);
+    reader->close();
+    clock.settle();
+    EXPECT_TRUE(failures().empty());
+}
+
+TEST_F(LiveHostClientTest, DoesNotWaitForTheReloadOfAHostThatLetsNobodyIn) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(100));
+    EXPECT_EQ(answer([&]() -> boost::asio::awaitable<std::string> {
+                  const auto state = co_await reader->reload();
+                  co_return shopNameIn(state.entry);
+              }),
+              "failed: the live host has not answered within 100 ms");
 }
 
 TEST_F(LiveHostClientTest, AsksTheSuccessorOfAHostThatEndsInThisMoment) {

@@ -414,7 +414,7 @@ TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutWhileItIsStopped) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1200));
     const auto signOut = companion({"sign-out"});
     EXPECT_EQ(signOut.status, 0);
-    EXPECT_THAT(signOut.errors, HasSubstr("(process " + std::to_string(process) + ") does not answer"));
+    EXPECT_THAT(signOut.errors, HasSubstr("(process " + std::to_string(process) + ") is stopped"));
     const auto hasWords = [&] { return fs::exists(path("")) || !fs::is_empty(out); };
     EXPECT_FALSE(hasWords());
     EXPECT_TRUE(eventually([&] { return hasWords() || !isAlive(process); }));

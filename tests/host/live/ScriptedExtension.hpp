@@ -10,6 +10,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -55,6 +56,7 @@ class ScriptedExtension final : public LiveExtension {
 
     boost::asio::awaitable<widget::CredentialReport> credentials() override {
         ++checks;
+        if (onCheck) onCheck();
         if (isFailing || std::exchange(isFailingOnce, false))
             throw ExtensionEnded("the extension ended before it answered");
         co_return stored;
@@ -110,6 +112,8 @@ class ScriptedExtension final : public LiveExtension {
     std::optional<std::chrono::milliseconds> pictureDelay;
     /// At the next look at what is stored.
     bool isFailingOnce = false;
+    /// What happens while it looks at what is stored.
+    std::function<void()> onCheck;
     /// A timeline, a drawing, does not end before it is released or left.
     bool isHeld = false;
     bool isDrawingHeld = false;
