@@ -21,8 +21,6 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr std::chrono::seconds readPatience{3};
-constexpr std::chrono::seconds writePatience{30};
 constexpr milliseconds pauseBetweenAttempts{5};
 constexpr milliseconds pauseOfWatch{100};
 
@@ -65,7 +63,7 @@ using Value = std::unique_ptr<SecretValue, UnreferenceValue>;
 // Ends a wait on the service that has taken too long; the library itself would wait for 25 seconds a step.
 class Deadline {
   public:
-    explicit Deadline(std::chrono::seconds patience)
+    explicit Deadline(milliseconds patience)
         : cancellable_(library().g_cancellable_new()), watch_(&Deadline::watch, this, patience) {}
     ~Deadline() {
         {
@@ -81,7 +79,7 @@ class Deadline {
     GCancellable* cancellable() const { return cancellable_.get(); }
 
   private:
-    void watch(std::chrono::seconds patience) {
+    void watch(milliseconds patience) {
         std::unique_lock lock(mutex_);
         // Counted in pauses and not by the clock: the service stands still as long as the machine does.
         for (milliseconds left = patience; left > milliseconds(0); left -= pauseOfWatch)
@@ -208,8 +206,9 @@ bool isNewer(SecretItem* first, SecretItem* second) {
 
 class ServiceTransaction : public KeychainTransaction {
   public:
-    explicit ServiceTransaction(std::optional<LockFile> lock) : lock_(std::move(lock)) {
-        deadline_.emplace(readPatience);
+    ServiceTransaction(std::optional<LockFile> lock, SecretServiceItemStore::Patience patience)
+        : patience_(patience), lock_(std::move(lock)) {
+        deadline_.emplace(patience_.read);
         Failure failure;
         const Reference<GDBusConnection> bus(
             library().g_bus_get_sync(G_BUS_TYPE_SESSION, cancellable(), failure.slot()));
@@ -255,7 +254,7 @@ class ServiceTransaction : public KeychainTransaction {
 
     void commit() override {
         if (changes_.empty()) return;
-        deadline_.emplace(writePatience);
+        deadline_.emplace(patience_.write);
         if (changes_.size() == 1) {
             make(changes_.front());
             return;
@@ -271,7 +270,7 @@ class ServiceTransaction : public KeychainTransaction {
 
     // By the journal of no changes, which means nothing to whoever finds it.
     void rehearse() override {
-        deadline_.emplace(writePatience);
+        deadline_.emplace(patience_.write);
         create(journalSchema, noAttributes(), "Unfinished changes", {});
         finishJournal();
     }
@@ -399,12 +398,13 @@ class ServiceTransaction : public KeychainTransaction {
     }
 
     void finishJournal() {
-        deadline_.emplace(writePatience);
+        deadline_.emplace(patience_.write);
         for (const KeychainChange& change : changes_) make(change);
         for (const auto& stored : search(journalSchema, noAttributes())) remove(stored.get());
         changes_.clear();
     }
 
+    SecretServiceItemStore::Patience patience_;
     std::optional<LockFile> lock_;
     std::optional<Deadline> deadline_;
     Reference<SecretService> service_;
@@ -413,7 +413,7 @@ class ServiceTransaction : public KeychainTransaction {
     KeychainChanges changes_;
 };
 
-LockFile heldLock(LockFile file, std::chrono::seconds patience) {
+LockFile heldLock(LockFile file, milliseconds patience) {
     const bool isHeld = Patience{.inAll = patience, .pause = pauseBetweenAttempts}.suffices(
         [&] { return file.tryLock(LockFile::Byte::items, LockFile::Mode::exclusive); });
     if (!isHeld)
@@ -429,9 +429,9 @@ LockFile SecretServiceItemStore::lockFile() const {
 }
 
 std::unique_ptr<KeychainTransaction> SecretServiceItemStore::begin(Access access) {
-    if (access == Access::read) return std::make_unique<ServiceTransaction>(std::nullopt);
+    if (access == Access::read) return std::make_unique<ServiceTransaction>(std::nullopt, patience_);
     auto transaction = std::make_unique<ServiceTransaction>(
-        heldLock(lockFile(), access == Access::readToChange ? readPatience : writePatience));
+        heldLock(lockFile(), access == Access::readToChange ? patience_.read : patience_.write), patience_);
     if (access == Access::create && !transaction->hasUnlockedCollection()) {
         throw KeychainFailure{errSecInteractionNotAllowed};
     }

@@ -11,6 +11,7 @@
 // transaction of several changes is written down as one item before it is made. Where there are several items
 // of one identity, the newest counts and the next write removes the others.
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 
@@ -21,9 +22,17 @@ namespace platform {
 
 class SecretServiceItemStore : public KeychainStore {
   public:
+    /// How long a call waits for the service, and for another process. A write has a renewed token to lose.
+    struct Patience {
+        std::chrono::milliseconds read = std::chrono::seconds(3);
+        std::chrono::milliseconds write = std::chrono::seconds(30);
+    };
+
     /// Without a lock file nothing can be written: -36.
     explicit SecretServiceItemStore(std::optional<std::filesystem::path> lockFile)
-        : lockFile_(std::move(lockFile)) {}
+        : SecretServiceItemStore(std::move(lockFile), Patience()) {}
+    SecretServiceItemStore(std::optional<std::filesystem::path> lockFile, Patience patience)
+        : lockFile_(std::move(lockFile)), patience_(patience) {}
 
     std::unique_ptr<SecItemLock> lock(SecItemHold hold) override;
 
@@ -34,6 +43,7 @@ class SecretServiceItemStore : public KeychainStore {
     LockFile lockFile() const;
 
     std::optional<std::filesystem::path> lockFile_;
+    Patience patience_;
 };
 
 }  // namespace platform

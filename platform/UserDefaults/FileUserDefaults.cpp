@@ -6,11 +6,13 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <functional>
 #include <optional>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "platform/Files/FileReplacement.hpp"
@@ -57,9 +59,20 @@ boost::json::object load(const TrustedFolder& folder) {
     return file ? parse(contents(*file)) : boost::json::object();
 }
 
+// Nobody queues for the lock: who writes one value after another leaves a moment in which those look for it
+// who wait, or on a slow disk they would find it taken for longer than their patience.
+void letOthersGoFirst() {
+    using Clock = std::chrono::steady_clock;
+    static std::atomic<Clock::time_point> latest = Clock::time_point::min();
+    const auto now = Clock::now();
+    if (latest.exchange(now) > now - std::chrono::seconds(10))
+        std::this_thread::sleep_for(2 * patience.pause);
+}
+
 // Held until the folder's descriptor is closed. The lock is on the folder, because the file itself is
 // replaced.
 void lock(const Descriptor& folder) {
+    letOthersGoFirst();
     const bool isLocked = patience.suffices([&] {
         if (::flock(folder, LOCK_EX | LOCK_NB) == 0) return true;
         if (errno != EWOULDBLOCK && errno != EINTR) fail("the preferences' folder cannot be locked", errno);

@@ -19,6 +19,7 @@
 #include "tests/support/ChildProcess.hpp"
 #include "tests/support/FixedAmbient.hpp"
 #include "tests/support/InMemoryItemStore.hpp"
+#include "tests/support/Patience.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/ScriptedItemStore.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -60,17 +61,23 @@ struct Kind {
     Dates dates = Dates::ours;
 };
 
-const Kind embedded = {"Embedded", [](const std::filesystem::path& folder) {
-                           return std::make_unique<EmbeddedItemStore>(folder / "vela" / "k.sqlite");
-                       }};
+const Kind embedded = {
+    "Embedded", [](const std::filesystem::path& folder) {
+        return std::make_unique<EmbeddedItemStore>(
+            folder / "vela" / "k.sqlite",
+            EmbeddedItemStore::Patience{.read = testing::patience, .write = testing::patience});
+    }};
 const Kind inMemory = {"InMemory", [](const std::filesystem::path&) {
                            return std::make_unique<platform::testing::InMemoryItemStore>();
                        }};
-const Kind secretService = {"SecretService",
-                            [](const std::filesystem::path& folder) {
-                                return std::make_unique<SecretServiceItemStore>(folder / "vela" / "k.lock");
-                            },
-                            Dates::theService};
+const Kind secretService = {
+    "SecretService",
+    [](const std::filesystem::path& folder) {
+        return std::make_unique<SecretServiceItemStore>(
+            folder / "vela" / "k.lock",
+            SecretServiceItemStore::Patience{.read = testing::patience, .write = testing::patience});
+    },
+    Dates::theService};
 
 /// For the names of the tests.
 std::ostream& operator<<(std::ostream& stream, const Kind& kind) {

@@ -13,6 +13,7 @@
 #include "tests/platform/KeychainItems.hpp"
 #include "tests/platform/SecretServiceSession.hpp"
 #include "tests/support/FolderAttribute.hpp"
+#include "tests/support/Patience.hpp"
 #include "tests/support/Program.hpp"
 
 namespace platform {
@@ -40,7 +41,9 @@ void inSession(Keyring keyring, const std::function<void(SecretServiceItemStore&
                   {
                       const Session session(keyring);
                       const platform::testing::TemporaryFolder folder;
-                      SecretServiceItemStore store(folder.path() / "keychain.lock");
+                      SecretServiceItemStore store(
+                          folder.path() / "keychain.lock",
+                          {.read = platform::testing::patience, .write = platform::testing::patience});
                       body(store);
                   }
                   return ::testing::Test::HasFailure() ? 1 : 0;
@@ -87,8 +90,9 @@ TEST(SecretServiceKeychain, LosesNoPatienceWhileTheMachineStandsStill) {
             ::kill(self, SIGCONT);
             return 0;
         });
+        SecretServiceItemStore hasty(std::nullopt);
         std::string data;
-        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(read(hasty, accessibleItem("s", "a"), data), errSecSuccess);
         EXPECT_EQ(data, "x");
     });
 }

@@ -304,6 +304,21 @@ TEST_F(Suite, LosesNothingOfTwoWritersAtOnce) {
     EXPECT_EQ(json::parse(kept()).get_object().size(), 2u * count);
 }
 
+TEST_F(Suite, LetsInWhoWaitsForOneThatWritesAgainAndAgain) {
+    const ChildProcess busy([this] {
+        // As on a disk that is slow to say that it has written.
+        for (;;) {
+            const auto replacement = suite->prepareReplacement("busy", "text");
+            ::usleep(200'000);
+            replacement->commit();
+        }
+        return 0;
+    });
+    while (!suite->objectForKey("busy")) ::usleep(1000);
+    for (int number = 0; number < 3; ++number) EXPECT_NO_THROW(suite->setObject("other", number));
+    EXPECT_EQ(suite->stringForKey("other"), "2");
+}
+
 TEST_F(Suite, HoldsOldOrNewValuesAfterAKillAtAnyInstant) {
     const json::string one(50000, '1');
     const json::string two(50000, '2');

@@ -79,7 +79,7 @@ class PageTest : public ReaderWorld {
     }
     static boost::asio::awaitable<void> hear(std::shared_ptr<platform::EventStream> stream,
                                              std::optional<std::string>& text) {
-        const auto event = co_await stream->next(platform::testing::patience / 2);
+        const auto event = co_await stream->next(std::chrono::hours(1));
         text = event.value_or("the end");
     }
 };
