@@ -101,9 +101,9 @@ using ResourceOutcome = std::variant<std::string, URLError>;
 struct ResourceReading {
     /// Of each.
     std::size_t maximumSize;
-    /// By when transfers have to be over; one that is not fails with timedOut or replyTimedOut, and nothing of
-    /// it is left.
-    /// What nobody was asked for by then fails with cancelled. Absent: as long as a transfer may take.
+    /// By when transfers have to be over; one that is not fails with timedOut or replyTimedOut, and nothing
+    /// of it is left. What nobody was asked for by then fails with cancelled. Absent: as long as a transfer
+    /// may take.
     std::optional<Deadline> deadline = std::nullopt;
     /// Transfers in flight; the others wait for their turn. What each has received is held.
     std::size_t atOnce = 10;
