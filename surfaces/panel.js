@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-/* exported lost, nothingShown, panelFrom, taken, withoutFiles */
+/* exported lost, nothingShown, panelFrom, taken, watchedKeychain, withoutFiles */
 
 // What the live host has for a panel: `panel.json`, and what `vela-widget panel` prints; and what a shell shows while
 // hosts come and go. Pure functions, in what all shells' languages have in common.
@@ -10,8 +10,8 @@ const link = /^velaapp:\/\/[\x21-\x7E]{1,2000}$/;
 
 /// While nothing is known.
 const unknownPanel = Object.freeze({
-    asOf: null, barClass: 'placeholder', hasTrouble: false, isStale: false, keptFor: 0, link: null, packages: [],
-    picture: null, remark: null, shortText: '', spoken: 'Vela', text: '', tooltip: '', version: null,
+    asOf: null, barClass: 'placeholder', hasTrouble: false, isStale: false, keptFor: 0, keychain: null, link: null,
+    packages: [], picture: null, remark: null, shortText: '', spoken: 'Vela', text: '', tooltip: '', version: null,
 });
 
 /// What a shell shows: a panel's content, a picture of whatever kind the shell has, or null, and since when no host can be
@@ -28,6 +28,7 @@ function panelFrom(text) {
             hasTrouble: object.hasTrouble === true,
             isStale: object.isStale === true,
             keptFor: typeof object.keptFor === 'number' ? object.keptFor : 0,
+            keychain: keychainOf(object.keychain),
             link: linkOf(object.link),
             packages: object.packages.slice(0, mostPackages).map(packageOf),
             remark: object.remark === null ? null : textOf(object.remark),
@@ -46,8 +47,9 @@ function panelFrom(text) {
 /// What is shown once a host has said that.
 function taken(shown, panel, picture) {
     const knowsNothingYet = panel.barClass === 'placeholder' && !panel.hasTrouble;
-    // A host that has just begun in place of another is no reason to show less,
-    if (shown.lostSince !== null && knowsNothingYet && shown.panel.barClass !== 'placeholder')
+    const isOfAnother = panel.keychain !== null && shown.panel.keychain !== null && panel.keychain !== shown.panel.keychain;
+    // A host that has just begun in place of another, and for the same sign-in, is no reason to show less,
+    if (shown.lostSince !== null && knowsNothingYet && !isOfAnother && shown.panel.barClass !== 'placeholder')
         return shown;
     // nor is one whose picture of the very same is not drawn yet.
     const isTheSame = JSON.stringify(panel.packages) === JSON.stringify(shown.panel.packages) &&
@@ -59,12 +61,18 @@ function taken(shown, panel, picture) {
 function lost(shown, now) {
     const lostSince = Math.min(shown.lostSince === null ? now : shown.lostSince, now);
     const asOf = shown.panel.asOf === null ? lostSince : Math.min(shown.panel.asOf, lostSince);
-    const isKept = now < asOf + shown.panel.keptFor * 1000;
+    const isKept = shown.panel.barClass !== 'placeholder' && now < asOf + shown.panel.keptFor * 1000;
     return {
         panel: withTrouble(isKept ? shown.panel : unknownPanel, 'The live host cannot be reached'),
         picture: isKept ? shown.picture : null,
         lostSince,
     };
+}
+
+/// The keychain to be watched, as no host speaks for what is shown: with another that may be somebody's no longer. Null where
+/// nothing is shown of anybody's.
+function watchedKeychain(shown) {
+    return shown.lostSince !== null && shown.panel.barClass !== 'placeholder' ? shown.panel.keychain : null;
 }
 
 /// While one runs whose files cannot be had, as on a full disk.
@@ -84,6 +92,10 @@ function textOf(value) {
     if (typeof value !== 'string')
         throw new TypeError('a text is missing');
     return value;
+}
+
+function keychainOf(value) {
+    return typeof value === 'string' && /^[0-9a-f-]{1,100}$/.test(value) ? value : null;
 }
 
 /// Milliseconds since 1970; null for what is no date.

@@ -30,9 +30,12 @@ namespace {
 /// A host that ends, or is killed, gives its place up within this.
 constexpr platform::Patience patienceWithEnd = {.inAll = std::chrono::milliseconds(300),
                                                 .pause = std::chrono::milliseconds(20)};
+/// For the rest of the second after which somebody who waits is told why.
+constexpr platform::Patience patienceWithoutAWord = {.inAll = std::chrono::milliseconds(700),
+                                                     .pause = std::chrono::milliseconds(20)};
 /// For the rest of the five seconds in which one that works greets whoever connects, also on a machine that
 /// has much else to do.
-constexpr platform::Patience patienceWithSilence = {.inAll = std::chrono::milliseconds(4700),
+constexpr platform::Patience patienceWithSilence = {.inAll = std::chrono::seconds(4),
                                                     .pause = std::chrono::milliseconds(20)};
 
 std::optional<HostAddress> placeOfPerson() {
@@ -78,8 +81,7 @@ class Forgetting {
 
     void forget(const std::function<void(std::string_view)>& notice) {
         const auto isFree = [this] { return isFreeOrGone(); };
-        const auto isAlive = [this] { return isFreeOrGone() || knock_.isAnswered(); };
-        if (!patienceWithEnd.suffices(isFree) && !patienceWithSilence.suffices(isAlive)) expel(notice);
+        if (!patienceWithEnd.suffices(isFree) && !isAnswered(notice)) expel(notice);
         const int error = claim_ ? removeAll() : 0;
         // It goes on to find its place lost, and ends.
         if (expelled_ > 0) ::kill(expelled_, SIGCONT);
@@ -98,15 +100,26 @@ class Forgetting {
         return claim_.has_value();
     }
 
+    bool isAnswered(const std::function<void(std::string_view)>& notice) {
+        const auto isAlive = [this] { return isFreeOrGone() || knock_.isAnswered(); };
+        // One that is stopped would answer no later either.
+        if (HostClaim::Holder(folder_->descriptor()).isStopped()) return knock_.isAnswered();
+        if (patienceWithoutAWord.suffices(isAlive)) return true;
+        notice("waiting for the live host, which does not answer");
+        return patienceWithSilence.suffices(isAlive);
+    }
+
     void expel(const std::function<void(std::string_view)>& notice) {
         const HostClaim::Holder holder(folder_->descriptor());
+        const bool isStopped = holder.isStopped();
         holder.expel(folder_->descriptor());
         // What begins in this moment has nothing of the person before.
         if (!isFreeOrGone() || !claim_) return;
         if (holder.process() > 1) expelled_ = holder.process();
         notice("the live host" +
                (expelled_ > 0 ? " (process " + std::to_string(expelled_) + ")" : std::string()) +
-               " does not answer, so what it shows is removed; another one begins with the next reader");
+               (isStopped ? " is stopped" : " does not answer") +
+               ", so what it shows is removed; another one begins with the next reader");
     }
 
     /// The first error, 0 where there is none.

@@ -172,6 +172,16 @@ HostClaim::Holder::Holder(const Descriptor& folder)
     : lock_(::openat(folder, lockName, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)),
       process_(lock_.isOpen() ? processIn(lock_) : 0) {}
 
+bool HostClaim::Holder::isStopped() const {
+    if (process_ <= 1) return false;
+    const Descriptor file(
+        ::open(("/proc/" + std::to_string(process_) + "/stat").c_str(), O_RDONLY | O_CLOEXEC));
+    const auto text = file.isOpen() ? platform::readUpTo(file, 4096).value_or("") : "";
+    // What comes before is its number and its name, in which anything may stand (proc(5)).
+    const auto end = text.rfind(") ");
+    return end != std::string::npos && text.substr(end + 2, 1) == "T";
+}
+
 void HostClaim::Holder::expel(const Descriptor& folder) const {
     if (lock_.isOpen() && standingOf(lock_, folder, lockName) == Standing::held)
         ::unlinkat(folder, lockName, 0);

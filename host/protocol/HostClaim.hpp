@@ -64,6 +64,8 @@ class HostClaim {
         explicit Holder(const platform::Descriptor& folder);
         /// 0 where it does not say.
         pid_t process() const { return process_; }
+        /// It was told to stop (SIGSTOP), and hears nothing until it is told to go on.
+        bool isStopped() const;
         /// Takes it away, unless it is another's by now.
         void expel(const platform::Descriptor& folder) const;
 

@@ -27,6 +27,10 @@ json::value dateOrNull(const std::optional<Date>& date) {
     return date ? json::value(platform::internetDateTime(*date)) : json::value(nullptr);
 }
 
+json::value textOrNull(const std::string& text) {
+    return text.empty() ? json::value(nullptr) : json::value(text);
+}
+
 [[noreturn]] void reject(std::string_view key, const char* expectation) {
     throw ProtocolError(std::string(key) + " must be " + expectation);
 }
@@ -99,6 +103,7 @@ json::object liveStateObject(const LiveState& state) {
     return {{"asOf", dateOrNull(state.asOf)},
             {"entry", entryObject(state.entry)},
             {"isPlaceholder", state.isPlaceholder},
+            {"keychain", textOrNull(state.keychain)},
             {"trouble", state.trouble ? json::value(name(*state.trouble)) : json::value(nullptr)}};
 }
 
@@ -109,6 +114,7 @@ LiveState liveStateFromValue(const json::value& value) {
     LiveState state = {.entry = entryFromValue(*entry)};
     state.isPlaceholder = truth(object, "isPlaceholder");
     state.asOf = optionalDate(object, "asOf");
+    if (present(object, "keychain")) state.keychain = memberText(object, "keychain", "");
     // What a later host may call by a name that is not known here is a trouble of the server's.
     if (present(object, "trouble"))
         state.trouble = liveTrouble(memberText(object, "trouble", "")).value_or(LiveTrouble::serverFailing);

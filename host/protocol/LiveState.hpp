@@ -7,6 +7,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/Date/Date.hpp"
@@ -49,6 +50,9 @@ struct LiveState {
     /// When the entry was true, where it is kept through a failure.
     std::optional<platform::Date> asOf = std::nullopt;
     std::optional<LiveTrouble> trouble = std::nullopt;
+    /// The version of the keychain (platform/SystemEvents/KeychainVersion) by which the entry is this
+    /// person's; empty where that is not known. With another nobody has said yet whose it would be.
+    std::string keychain = {};
 };
 
 }  // namespace host

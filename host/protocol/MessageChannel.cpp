@@ -21,6 +21,8 @@ namespace asio = boost::asio;
 namespace {
 
 constexpr std::size_t prefixSize = 8;
+/// In which this process, where it stood still, reads what has come.
+constexpr std::chrono::milliseconds unnoticed(250);
 
 void appendBigEndian(std::string& text, std::size_t value) {
     for (int shift = 24; shift >= 0; shift -= 8) text.push_back(static_cast<char>(value >> shift & 0xff));
@@ -84,10 +86,18 @@ asio::awaitable<Message> MessageChannel::receive() {
 /// Whoever waits to read meets the end.
 void MessageChannel::limitPatience() {
     if (!limits_.patience) return;
-    patience_.expires_after(*limits_.patience);
-    patience_.async_wait([channel = weak_from_this()](const boost::system::error_code& error) {
+    onceItHasPassed(*limits_.patience, [](MessageChannel& channel) {
+        // This process may have stood still itself meanwhile: what came in time is read first.
+        channel.onceItHasPassed(unnoticed, [](MessageChannel& silent) { silent.close(); });
+    });
+}
+
+void MessageChannel::onceItHasPassed(std::chrono::milliseconds time, void (*act)(MessageChannel&)) {
+    patience_.expires_after(time);
+    patience_.async_wait([channel = weak_from_this(), act](const boost::system::error_code& error) {
         const auto there = error ? nullptr : channel.lock();
-        if (there) there->close();
+        // The message may have come to its end before this was called.
+        if (there && there->patience_.expiry() <= std::chrono::steady_clock::now()) act(*there);
     });
 }
 
@@ -103,7 +113,7 @@ asio::awaitable<Message> MessageChannel::receiveFrame() {
     Message message;
     message.text = co_await receiveBytes(bodySize);
     message.attachment = co_await receiveBytes(attachmentSize);
-    patience_.cancel();
+    patience_.expires_at(asio::steady_timer::time_point::max());
     auto value = platform::JSONSerialization::JSONObjectWithData(message.text);
     if (!value.is_object()) throw ProtocolError("a message is no JSON object");
     message.body = std::move(value.get_object());

@@ -86,6 +86,7 @@ class MessageChannel : public std::enable_shared_from_this<MessageChannel> {
     void queue(std::string frame);
     boost::asio::awaitable<Message> receiveFrame();
     void limitPatience();
+    void onceItHasPassed(std::chrono::milliseconds time, void (*act)(MessageChannel&));
     boost::asio::awaitable<std::string> receiveBytes(std::size_t count);
     void writeNext();
     void endWriting();

@@ -20,6 +20,7 @@
 #include "host/protocol/HostClaim.hpp"
 #include "host/protocol/LocalSocket.hpp"
 #include "host/reader/HostStart.hpp"
+#include "host/reader/SignInGuard.hpp"
 #include "host/reader/TerminalText.hpp"
 #include "platform/Asio/Coroutines.hpp"
 #include "platform/Asio/Pause.hpp"
@@ -55,7 +56,7 @@ HostAddress addressOfPerson() {
     try {
         return HostAddress::ofPerson();
     } catch (const HostAddressError& error) {
-        throw LiveHostError(error.what());
+        throw LiveHostPlaceless(error.what());
     }
 }
 
@@ -158,7 +159,7 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
         throwIfEnded();
     }
 
-    void hangUp() { conclude("it was hung up on"); }
+    void hangUp(std::string why = "it was hung up on") { conclude(std::move(why)); }
 
   private:
     struct PendingReply {
@@ -235,10 +236,10 @@ LiveHostClient::~LiveHostClient() {
 asio::awaitable<int> LiveHostClient::connectedSocket() {
     const auto address = addressOfPerson();
     const auto path = address.socket();
-    const auto deadline = steady_clock::now() + options_.patience;
     auto nextStart = steady_clock::now();
     int starts = 0;
-    while (true) {
+    // Counted in looks and not by the clock: a host stands still as long as the machine does.
+    for (milliseconds waited(0);; waited += lookAgain) {
         const int result = tryToConnect(path);
         if (result >= 0) co_return result;
         if (isMissing(result)) {
@@ -255,7 +256,8 @@ asio::awaitable<int> LiveHostClient::connectedSocket() {
             throw LiveHostEnded("the live host cannot be reached at " + path.string() + ": " +
                                 std::generic_category().message(-result));
         }
-        if (steady_clock::now() >= deadline)
+        const bool isOnItsWay = isMissing(result) && started_;
+        if (waited >= (isOnItsWay ? options_.startLimit : options_.patience))
             throw LiveHostEnded(
                 result == -EAGAIN
                     ? "the live host lets nobody in; it may hang"
@@ -317,18 +319,36 @@ asio::awaitable<void> LiveHostClient::rest(std::size_t failures) {
 asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&)> onState,
                                              std::function<void(std::string_view)> onGap) {
     std::size_t failures = 0;
+    bool hasFollowed = false;
+    std::string gap;
+    SignInGuard guard(executor_, options_.orderLimit, options_.keychainShown, [&] {
+        const bool isSilent = hasHost();
+        if (isSilent) connection_->hangUp("the live host does not say who is signed in");
+        onState(guard.nothing());
+        // Of the other gap is told where it is waited for.
+        if (!isSilent) onGap(gap);
+    });
     // Named, as g++ 12 destroys twice what is made within what is awaited.
     const StateHandler passOn = [&](const LiveState& state) {
         failures = 0;
+        hasFollowed = true;
         onState(state);
+        guard.hear(state);
     };
     while (!isClosed_) {
         try {
             co_await followOnce(passOn);
         } catch (const LiveHostEnded& ended) {
-            if (!isClosed_) onGap(ended.what());
+            gap = ended.what();
+        } catch (const LiveHostPlaceless& placeless) {
+            // It may come back, as the host did.
+            if (!hasFollowed) throw;
+            gap = placeless.what();
         }
-        if (!isClosed_) co_await rest(failures++);
+        if (isClosed_) co_return;
+        onGap(gap);
+        guard.lose();
+        co_await rest(failures++);
     }
 }
 
@@ -378,7 +398,23 @@ asio::awaitable<std::string> LiveHostClient::draw(widget::DrawingRequest drawing
     co_return std::move(answer.attachment);
 }
 
+bool LiveHostClient::hasHost() const {
+    return connection_ && !connection_->hasEnded();
+}
+
+/// On a connection of its own: on another an answer may be waited for that takes long.
+asio::awaitable<void> LiveHostClient::requireAnswer() {
+    LiveHostClient visitor(executor_, {.ifMissing = IfMissing::leave, .answerLimit = options_.orderLimit});
+    try {
+        co_await visitor.status();
+    } catch (const LiveHostEnded& ended) {
+        if (hasHost()) connection_->hangUp(ended.what());
+        throw;
+    }
+}
+
 asio::awaitable<LiveState> LiveHostClient::reload() {
+    if (hasHost() || options_.ifMissing == IfMissing::leave) co_await requireAnswer();
     const auto connection = co_await connected();
     auto answer = co_await connection->ask(asking(LiveRequest::reload), options_.reloadLimit);
     co_return stateIn(answer);

@@ -36,6 +36,11 @@ class LiveHostError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// There is no place for one (HostAddress).
+class LiveHostPlaceless : public LiveHostError {
+    using LiveHostError::LiveHostError;
+};
+
 /// It ended, or hung up, or none is to be had for now.
 class LiveHostEnded : public LiveHostError {
     using LiveHostError::LiveHostError;
@@ -54,8 +59,11 @@ class LiveHostClient {
         IfMissing ifMissing = IfMissing::start;
         /// Whose `run` is the live host; of a reader that outlived an upgrade, the newer program's.
         std::filesystem::path program = platform::executablePath();
-        /// How long a host that was started may take until it listens.
+        /// How long nobody may listen, or let anybody in, where no host that was started is on its way.
         std::chrono::milliseconds patience = std::chrono::seconds(5);
+        /// How long one that was started and runs may take until it listens, on a machine that has much else
+        /// to do.
+        std::chrono::milliseconds startLimit = std::chrono::seconds(30);
         /// How long an answer may take.
         std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
         /// How long a reload may take: it waits for the extension, and that for the server, 190 seconds at
@@ -64,6 +72,11 @@ class LiveHostClient {
         /// How long a host may take to say what it shows, before who follows it is told that there is a gap;
         /// one that is well says it at once.
         std::chrono::milliseconds followLimit = std::chrono::seconds(10);
+        /// How long it may take to say what a change of the keychain means, and to let somebody in who wants
+        /// it to reload, before it is taken for one that has ended.
+        std::chrono::milliseconds orderLimit = std::chrono::seconds(5);
+        /// The `keychain` of what is shown before any host is followed.
+        std::string keychainShown = {};
         /// Before a host that ended is looked for again, the first time, the second and so on; the last
         /// stands for all further ones. A state that arrives begins the row anew.
         std::vector<std::chrono::milliseconds> pauses = {std::chrono::milliseconds(100),
@@ -80,10 +93,10 @@ class LiveHostClient {
     LiveHostClient& operator=(const LiveHostClient&) = delete;
 
     /// Gives `onState` the state now and at every change, through the ends of live hosts, until `close`.
-    /// Throws LiveHostError where going on is of no use: no place for a host, one of another version. `onGap`
-    /// is told, in words, each time a host cannot be had; what was shown stays true as of then. Give it
-    /// handlers that have a name: g++ 12 destroys twice what a lambda holds that is made within an awaited
-    /// expression.
+    /// Throws LiveHostError where going on is of no use: no place for the first host, one of another version.
+    /// Where somebody may have signed in or out and no host says so, the state is a placeholder. `onGap` is
+    /// told, in words, each time a host cannot be had; what was shown stays true as of then. Give it handlers
+    /// that have a name: g++ 12 destroys twice what a lambda holds that is made within an awaited expression.
     boost::asio::awaitable<void> follow(
         std::function<void(const LiveState&)> onState,
         std::function<void(std::string_view)> onGap = [](std::string_view) {});
@@ -95,6 +108,8 @@ class LiveHostClient {
     boost::asio::awaitable<LiveState> settledState(std::chrono::milliseconds limit);
     /// The bytes of a drawing of the host's own entry; the request's is not looked at.
     boost::asio::awaitable<std::string> draw(widget::DrawingRequest drawing);
+    /// Whether there is one that it talks to.
+    bool hasHost() const;
     /// Has the server asked now, and gives what came of it.
     boost::asio::awaitable<LiveState> reload();
     boost::asio::awaitable<LiveHostStatus> status();
@@ -114,6 +129,7 @@ class LiveHostClient {
         std::chrono::steady_clock::time_point deadline);
     void start();
     boost::asio::awaitable<Message> ask(boost::json::object request);
+    boost::asio::awaitable<void> requireAnswer();
     boost::asio::awaitable<void> followOnce(StateHandler onState);
     boost::asio::awaitable<void> rest(std::size_t failures);
 

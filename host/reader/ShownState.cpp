@@ -7,17 +7,20 @@
 
 namespace host {
 
+bool knowsNothingYet(const LiveState& state, std::string_view keychainShown) {
+    // Either may not be known.
+    const bool areKnown = !state.keychain.empty() && !keychainShown.empty();
+    const bool isOfAnother = areKnown && state.keychain != keychainShown;
+    return state.isPlaceholder && !state.trouble && !isOfAnother;
+}
+
 void ShownState::take(LiveState state) {
-    const bool knowsNothingYet = state.isPlaceholder && !state.trouble;
-    const bool showsLess = isLost_ && knowsNothingYet && !state_.isPlaceholder;
-    // A host says what changed: once more the same is said of somebody else.
-    if (showsLess && !std::exchange(hasPassedOver_, true)) return;
+    if (isLost_ && !state_.isPlaceholder && knowsNothingYet(state, state_.keychain)) return;
     state_ = std::move(state);
     isLost_ = false;
 }
 
 void ShownState::lose(platform::Date now) {
-    hasPassedOver_ = false;
     if (!std::exchange(isLost_, true) && !state_.isPlaceholder && !state_.asOf) state_.asOf = now;
     // By a clock that was set back it would be of a time to come, and kept for longer.
     if (state_.asOf) state_.asOf = std::min(*state_.asOf, now);

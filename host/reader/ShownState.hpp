@@ -5,11 +5,15 @@
 // What a reader shows while live hosts come and go: a host that has just begun knows nothing yet, and that is
 // no reason to show less than before. A plain value.
 
-#include <optional>
+#include <string_view>
 
 #include "host/protocol/LiveState.hpp"
 
 namespace host {
+
+/// Whether that is what a host that has just begun in place of another says of the sign-in to which what is
+/// shown belongs, by the version of the keychain: no reason to show less.
+bool knowsNothingYet(const LiveState& state, std::string_view keychainShown);
 
 class ShownState {
   public:
@@ -28,8 +32,6 @@ class ShownState {
 
     LiveState state_ = nothing();
     bool isLost_ = false;
-    /// The present host's first state that knew nothing.
-    bool hasPassedOver_ = false;
 };
 
 }  // namespace host

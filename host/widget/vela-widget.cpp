@@ -462,10 +462,15 @@ struct PanelOptions {
     double textScaling = 1;
     std::string contrast = "standard";
     std::string after;
+    std::string keychain;
+    bool withoutHost = false;
 };
 
 host::PanelCommand panelCommand(const PanelOptions& options) {
-    host::PanelCommand command = {.after = options.after};
+    using Wait = host::PanelCommand::Wait;
+    host::PanelCommand command = {.after = options.after,
+                                  .keychain = options.keychain,
+                                  .wait = options.withoutHost ? Wait::forKeychain : Wait::forHost};
     if (options.family.empty()) return command;
     command.picture = {
         .family = *platform::widgetFamily(options.family),
@@ -502,6 +507,13 @@ void addPanelCommand(const platform::Command& app, PanelOptions& options) {
         .showsDefault();
     command.option("--after", options.after,
                    "The version of what is shown already: waits until there is something else");
+    const auto keychain =
+        command.option("--keychain", options.keychain,
+                       "The keychain of what is shown already: with another it is no longer");
+    command
+        .flag("--without-host", options.withoutHost,
+              "Wait for another keychain alone, where no live host can be had")
+        .needs(keychain);
     command.footer(
         "Example:\n  vela-widget panel\n  vela-widget panel --family systemMedium --after VERSION");
     command.action([&options] { throw platform::ExitStatus(panelCommand(options).run()); });

@@ -77,7 +77,18 @@ class Likeness : public Gtk::Window {
 class LayerPlacement : public WindowPlacement {
   public:
     explicit LayerPlacement(Gtk::Window& window) : window_(window.gobj()) {
-        makeLayer(window_, GTK_LAYER_SHELL_LAYER_BOTTOM, GTK_LAYER_SHELL_KEYBOARD_MODE_ON_DEMAND);
+        const bool isChosenByThePerson = ::gtk_layer_get_protocol_version() >= 4;
+        makeLayer(window_, GTK_LAYER_SHELL_LAYER_BOTTOM,
+                  isChosenByThePerson ? GTK_LAYER_SHELL_KEYBOARD_MODE_ON_DEMAND
+                                      : GTK_LAYER_SHELL_KEYBOARD_MODE_NONE);
+        if (isChosenByThePerson) return;
+        // Older protocols have no such word. What takes keys is a window among windows there once it stands
+        // below them, but would have the keyboard as soon as it is seen.
+        window.add_events(Gdk::ENTER_NOTIFY_MASK);
+        window.signal_enter_notify_event().connect([window = window_](const GdkEventCrossing*) {
+            ::gtk_layer_set_keyboard_mode(window, GTK_LAYER_SHELL_KEYBOARD_MODE_EXCLUSIVE);
+            return false;
+        });
     }
 
     bool movesAtOnce() const override { return false; }

@@ -17,9 +17,9 @@ struct Patience {
     /// patience is at its end. Blocks the thread.
     template <typename Attempt>
     bool suffices(Attempt attempt) const {
-        const auto deadline = std::chrono::steady_clock::now() + inAll;
-        while (!attempt()) {
-            if (std::chrono::steady_clock::now() >= deadline) return false;
+        // Counted in pauses and not by the clock: who holds it stood still as long as the machine did.
+        for (auto left = inAll; !attempt(); left -= pause) {
+            if (left <= std::chrono::milliseconds(0)) return false;
             std::this_thread::sleep_for(pause);
         }
         return true;

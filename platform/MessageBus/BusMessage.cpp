@@ -27,6 +27,7 @@ class Appender {
     bool operator()(std::uint8_t value) const { return basic('y', &value); }
     bool operator()(std::int32_t value) const { return basic('i', &value); }
     bool operator()(std::uint32_t value) const { return basic('u', &value); }
+    bool operator()(std::uint64_t value) const { return basic('t', &value); }
     bool operator()(const std::string& value) const { return basic('s', value.c_str()); }
     bool operator()(const std::vector<std::string>& values) const {
         return within('a', "s", [&] {
@@ -113,6 +114,7 @@ std::optional<BusValue> readPlain(sd_bus_message* message, char type, const char
     if (isTextType(type)) return readBasic<const char*>(message, type);
     switch (type) {
         case SD_BUS_TYPE_UINT32: return readBasic<std::uint32_t>(message, type);
+        case SD_BUS_TYPE_UINT64: return readBasic<std::uint64_t>(message, type);
         case SD_BUS_TYPE_INT32: return readBasic<std::int32_t>(message, type);
         case SD_BUS_TYPE_BOOLEAN: return readBasic<int, bool>(message, type);
         case SD_BUS_TYPE_ARRAY:

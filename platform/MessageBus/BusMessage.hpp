@@ -17,7 +17,7 @@ using BusVariants = std::map<std::string, std::variant<bool, std::uint8_t, std::
 
 /// One argument. Object paths and signatures are texts; the first alternative stands for what came in a type
 /// that is none of these.
-using BusValue = std::variant<std::monostate, bool, std::int32_t, std::uint32_t, std::string,
+using BusValue = std::variant<std::monostate, bool, std::int32_t, std::uint32_t, std::uint64_t, std::string,
                               std::vector<std::string>, std::map<std::string, std::string>, BusVariants>;
 
 struct BusCall {

@@ -19,9 +19,12 @@
 namespace platform {
 namespace {
 
+using std::chrono::milliseconds;
+
 constexpr std::chrono::seconds readPatience{3};
 constexpr std::chrono::seconds writePatience{30};
-constexpr std::chrono::milliseconds pauseBetweenAttempts{5};
+constexpr milliseconds pauseBetweenAttempts{5};
+constexpr milliseconds pauseOfWatch{100};
 
 SecretSchema schemaNamed(const char* name) {
     SecretSchema schema = {};
@@ -80,9 +83,10 @@ class Deadline {
   private:
     void watch(std::chrono::seconds patience) {
         std::unique_lock lock(mutex_);
-        if (!over_.wait_for(lock, patience, [this] { return isOver_; })) {
-            library().g_cancellable_cancel(cancellable_.get());
-        }
+        // Counted in pauses and not by the clock: the service stands still as long as the machine does.
+        for (milliseconds left = patience; left > milliseconds(0); left -= pauseOfWatch)
+            if (over_.wait_for(lock, pauseOfWatch, [this] { return isOver_; })) return;
+        library().g_cancellable_cancel(cancellable_.get());
     }
 
     Reference<GCancellable> cancellable_;

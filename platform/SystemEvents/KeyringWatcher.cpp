@@ -5,7 +5,10 @@
 #include <algorithm>
 #include <chrono>
 #include <map>
+#include <memory>
 #include <utility>
+
+#include "platform/SystemEvents/KeychainVersion.hpp"
 
 namespace platform {
 namespace {
@@ -20,8 +23,10 @@ const std::map<std::string, std::string> ourKind = {{"xdg:schema", "vela.Keychai
 
 }  // namespace
 
-KeyringWatcher::KeyringWatcher(const boost::asio::any_io_executor& executor, std::function<void()> changed)
+KeyringWatcher::KeyringWatcher(const boost::asio::any_io_executor& executor, std::function<void()> changed,
+                               std::function<void()> learned)
     : changed_(std::move(changed)),
+      learned_(std::move(learned)),
       bus_(executor, MessageBus::Kind::session),
       soon_(executor, [this] { search(); }) {
     const auto searchSoon = [this] {
@@ -62,7 +67,43 @@ void KeyringWatcher::compare(const BusMessage& answer) {
         return items.readable.contains(object) || items.locked.contains(object);
     });
     const auto before = std::exchange(items_, items);
-    if (before && (isOurs || *before != items)) changed_();
+    ++searches_;
+    if (before && (isOurs || *before != items)) isChangeUntold_ = true;
+    if (answer.error.empty() && items.locked.empty()) return askDates();
+    tell();
+}
+
+void KeyringWatcher::tell() {
+    if (std::exchange(isChangeUntold_, false)) changed_();
+}
+
+void KeyringWatcher::askDates() {
+    const auto dates = std::make_shared<Dates>();
+    const auto& items = items_->readable;
+    if (items.empty()) return take(*dates);
+    for (const auto& item : items) {
+        const BusCall asking = {
+            .destination = keyringName,
+            .path = item,
+            .interface = "org.freedesktop.DBus.Properties",
+            .member = "Get",
+            .arguments = {std::string("org.freedesktop.Secret.Item"), std::string("Modified")}};
+        bus_.call(asking, searchPatience,
+                  [this, dates, item, search = searches_, awaited = items.size()](const BusMessage& answer) {
+                      const auto* date = answer.argument<std::uint64_t>(0);
+                      (*dates)[item] = date ? *date : 0;
+                      if (dates->size() == awaited && search == searches_) take(*dates);
+                  });
+    }
+}
+
+void KeyringWatcher::take(const Dates& dates) {
+    std::string condition;
+    for (const auto& [item, date] : dates)
+        condition.append(item).append(" ").append(std::to_string(date)).append("\n");
+    const auto before = std::exchange(version_, platform::keychainVersion("keyring", condition));
+    if (isChangeUntold_) return tell();
+    if (before != version_) learned_();
 }
 
 }  // namespace platform

@@ -17,6 +17,7 @@
 #include "platform/Security/PersonalKeychain.hpp"
 #include "platform/SystemEvents/ClockWatcher.hpp"
 #include "platform/SystemEvents/FileWatcher.hpp"
+#include "platform/SystemEvents/KeychainVersion.hpp"
 #include "platform/SystemEvents/KeyringWatcher.hpp"
 #include "platform/SystemEvents/NetworkWatcher.hpp"
 #include "platform/UserDefaults/FileUserDefaults.hpp"
@@ -58,7 +59,9 @@ struct LinuxSystemEvents::State {
           clock(executor, [this](SystemEvent event) { note(event); }) {
         watchFiles(watched);
         if (watched.keyring == WatchedStores::Keyring::watched)
-            keyring.emplace(executor, [this] { note(SystemEvent::secretsChanged); });
+            keyring.emplace(
+                executor, [this] { note(SystemEvent::secretsChanged); },
+                [this] { note(SystemEvent::secretsKnown); });
         listenToLogind();
         listenToNetworkManager();
         takeNetworkManager(false);
@@ -159,6 +162,11 @@ LinuxSystemEvents::~LinuxSystemEvents() = default;
 
 void LinuxSystemEvents::listen(Handler handler) {
     state_ = std::make_unique<State>(executor_, stores_, std::move(handler));
+}
+
+std::string LinuxSystemEvents::keychainVersion() const {
+    if (stores_.keychain) return platform::keychainVersion(*stores_.keychain);
+    return state_ && state_->keyring ? state_->keyring->version() : "";
 }
 
 }  // namespace platform

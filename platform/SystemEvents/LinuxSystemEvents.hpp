@@ -37,6 +37,7 @@ class LinuxSystemEvents : public SystemEvents {
     ~LinuxSystemEvents() override;
 
     void listen(Handler handler) override;
+    std::string keychainVersion() const override;
 
   private:
     struct State;

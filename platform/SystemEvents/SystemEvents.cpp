@@ -8,6 +8,7 @@ std::string_view name(SystemEvent event) {
     switch (event) {
         case SystemEvent::secretsChanged: return "secretsChanged";
         case SystemEvent::defaultsChanged: return "defaultsChanged";
+        case SystemEvent::secretsKnown: return "secretsKnown";
         case SystemEvent::networkReturned: return "networkReturned";
         case SystemEvent::resumed: return "resumed";
         case SystemEvent::clockSet: return "clockSet";

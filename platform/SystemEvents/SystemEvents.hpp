@@ -6,6 +6,7 @@
 // executor: the handler is called on its thread, and the members may be called from that thread only.
 
 #include <functional>
+#include <string>
 #include <string_view>
 
 namespace platform {
@@ -14,6 +15,8 @@ enum class SystemEvent {
     /// The keychain, or the shared defaults, may hold something else than before.
     secretsChanged,
     defaultsChanged,
+    /// Nothing changed, but which version of the keychain there is, is known at last.
+    secretsKnown,
     /// There is a way to the network again.
     networkReturned,
     /// The machine was suspended and runs again.
@@ -33,6 +36,10 @@ class SystemEvents {
 
     /// From now on `handler` receives what happens. Called once.
     virtual void listen(Handler handler) = 0;
+
+    /// Which version of the keychain there is (KeychainVersion), once somebody listens; empty where that is
+    /// not known.
+    virtual std::string keychainVersion() const = 0;
 };
 
 }  // namespace platform

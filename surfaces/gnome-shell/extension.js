@@ -10,7 +10,8 @@ const Me = imports.misc.extensionUtils.getCurrentExtension();
 const {LiveHost} = Me.imports.liveHost;
 const {PanelItem} = Me.imports.panelItem;
 const {ShownFiles} = Me.imports.shownFiles;
-const {lost, nothingShown, taken, withoutFiles} = Me.imports.panel;
+const {SignInWatch} = Me.imports.signInWatch;
+const {lost, nothingShown, taken, watchedKeychain, withoutFiles} = Me.imports.panel;
 const programs = Me.imports.programs;
 
 class Extension {
@@ -23,6 +24,7 @@ class Extension {
         this._item.connect('reload', () => this._host.reload());
         Main.panel.addToStatusArea(Me.uuid, this._item);
         this._files = new ShownFiles(folder, (panel, picture) => this._show(panel, picture));
+        this._signIn = new SignInWatch(panel => this._forget(panel));
         this._host = new LiveHost(folder, {onFound: () => this._files.open(), onLost: isLasting => this._lose(isLasting)});
         this._theme.connectObject('changed', () => this._draw(), 'notify::scale-factor', () => this._draw(), this);
         Main.layoutManager.connectObject('monitors-changed', () => this._draw(), this);
@@ -39,9 +41,10 @@ class Extension {
         Main.layoutManager.disconnectObject(this);
         this._theme.disconnectObject(this);
         this._host.close();
+        this._signIn.close();
         this._files.close();
         this._item.destroy();
-        this._host = this._files = this._item = this._theme = this._texts = this._access = null;
+        this._host = this._signIn = this._files = this._item = this._theme = this._texts = this._access = null;
         this._shown = this._wanted = null;
     }
 
@@ -69,6 +72,14 @@ class Extension {
 
     _show(panel, picture) {
         this._shown = taken(this._shown, panel ?? withoutFiles(), picture);
+        this._signIn.watch(watchedKeychain(this._shown));
+        this._setContent();
+    }
+
+    /// Somebody may have signed out, or in, and no host says anything of it.
+    _forget(panel) {
+        const shown = taken(this._shown, panel, null);
+        this._shown = this._host.isFound ? shown : lost(shown, Date.now());
         this._setContent();
     }
 
@@ -77,6 +88,7 @@ class Extension {
         const left = lost(this._shown, Date.now());
         // Most that end are followed by another at once.
         this._shown = isLasting ? left : {...this._shown, lostSince: left.lostSince};
+        this._signIn.watch(watchedKeychain(this._shown));
         this._setContent();
     }
 }

@@ -19,6 +19,8 @@ const pauses = [1, 5, 30, 60];
 const patienceWithManager = 5000;
 /// Seconds. A host that hangs greets nobody.
 const patienceWithGreeting = 5;
+/// Seconds in which one that is well lets somebody say that it is to reload.
+const patienceWithOrder = 5;
 /// Seconds; a reader has ten for a host that answers late.
 const patienceWithReader = 30;
 
@@ -35,7 +37,9 @@ var LiveHost = class {
         this._failures = 0;
         this._identifier = 0;
         this._pause = 0;
-        this._greeting = 0;
+        this._wait = 0;
+        this._isGreeted = false;
+        this._reloading = null;
         this._keep().catch(logError);
     }
 
@@ -47,10 +51,23 @@ var LiveHost = class {
 
     /// Has the server asked now, or a host looked for.
     reload() {
-        if (this._connection)
-            this._ask({request: 'reload'});
-        else
+        if (!this._connection)
             this._wake();
+        else if (this._isGreeted && this._reloading === null)
+            this._askForReload();
+    }
+
+    /// Whether one answers.
+    get isFound() {
+        return this._isGreeted;
+    }
+
+    /// What comes of it takes a server's time, but that there is somebody who hears of it none.
+    _askForReload() {
+        this._awaitWord(patienceWithOrder);
+        this._ask({request: 'status'});
+        this._ask({request: 'reload'});
+        this._reloading = this._identifier;
     }
 
     close() {
@@ -76,7 +93,7 @@ var LiveHost = class {
     async _converse() {
         this._connection = await this._connected();
         this._asking = Promise.resolve();
-        this._awaitGreeting(this._connection.get_socket());
+        this._awaitWord(patienceWithGreeting);
         this._send({protocol});
         const input = this._connection.get_input_stream();
         const decoder = new Decoder();
@@ -88,24 +105,30 @@ var LiveHost = class {
         }
     }
 
-    _awaitGreeting(socket) {
-        this._greeting = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, patienceWithGreeting, () => {
-            this._greeting = 0;
+    /// Hangs up on one that says nothing.
+    _awaitWord(patience) {
+        const socket = this._connection.get_socket();
+        this._wait = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, patience, () => {
+            this._wait = 0;
             // Whoever reads hears of it.
             socket.shutdown(true, true);
             return GLib.SOURCE_REMOVE;
         });
     }
 
-    _endGreeting() {
-        if (this._greeting)
-            GLib.source_remove(this._greeting);
-        this._greeting = 0;
+    _endWait() {
+        if (this._wait)
+            GLib.source_remove(this._wait);
+        this._wait = 0;
     }
 
     _take(object) {
+        if (object.protocol === protocol || object.id !== undefined)
+            this._endWait();
+        if (object.id === this._reloading)
+            this._reloading = null;
         if (object.protocol === protocol) {
-            this._endGreeting();
+            this._isGreeted = true;
             this._failures = 0;
             this._ask({request: 'pictures', pictures: this._pictures});
             this._onFound();
@@ -204,7 +227,9 @@ var LiveHost = class {
     }
 
     _hangUp() {
-        this._endGreeting();
+        this._endWait();
+        this._isGreeted = false;
+        this._reloading = null;
         if (this._connection)
             closeLater(this._connection);
         this._connection = null;

@@ -17,6 +17,7 @@
 #include "tests/analytics/Events.hpp"
 #include "tests/support/FixedAmbient.hpp"
 #include "tests/support/LoopbackServer.hpp"
+#include "tests/support/Patience.hpp"
 #include "tests/support/RecordingLogSink.hpp"
 
 namespace analytics {
@@ -31,7 +32,7 @@ using platform::testing::unusedPort;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr auto longEnough = std::chrono::seconds(30);
+constexpr auto longEnough = platform::testing::patience;
 
 std::shared_ptr<platform::URLSession> realSession() {
     return platform::URLSession::session(platform::URLSessionConfiguration::defaultSessionConfiguration());
@@ -194,6 +195,7 @@ TEST(RelayboxUpload, DropsNoneOfThousandsAndKeepsSixtyFourInFlight) {
     for (std::size_t index = 0; index < count; ++index) relaybox.send(PlainEvent());
     EXPECT_TRUE(collector.waitForRequests(limit));
     EXPECT_FALSE(relaybox.session().waitForForgottenTasks(std::chrono::milliseconds(200)));
+    while (inFlight < limit) std::this_thread::yield();
     EXPECT_EQ(inFlight, limit);
     permission.set_value();
     EXPECT_TRUE(relaybox.session().waitForForgottenTasks(std::chrono::seconds(100)));

@@ -3,6 +3,8 @@
 """Displays without a screen: an X server and a Wayland compositor, and pictures of what they show."""
 
 import os
+import random
+import shutil
 import subprocess
 from pathlib import Path
 
@@ -12,17 +14,22 @@ from person import PICTURES, eventually
 
 
 class XDisplay:
-    """An X server of the person's own, on a number that is free."""
+    """An X server of the person's own."""
 
     def __init__(self, person, size=(1280, 400)):
         self.person = person
+        self.name = eventually(lambda: self._started(f":{random.randrange(1000, 50000)}", size), "an X server")
+        person.environment["DISPLAY"] = self.name
+
+    def _started(self, name, size):
+        """The name, or nothing where another server has it. One that looks for a number itself may take the socket of a
+        server that ends at the time."""
         reading, writing = os.pipe()
-        person.start("Xvfb", "-displayfd", writing, "-screen", "0", f"{size[0]}x{size[1]}x24", "-nolisten", "tcp",
-                     pass_fds=[writing])
+        self.person.start("Xvfb", name, "-displayfd", writing, "-screen", "0", f"{size[0]}x{size[1]}x24", "-nolisten",
+                          "tcp", "-noreset", pass_fds=[writing])
         os.close(writing)
         with os.fdopen(reading) as answer:
-            self.name = f":{answer.readline().strip()}"
-        person.environment["DISPLAY"] = self.name
+            return name if answer.readline().strip() else None
 
     def picture(self):
         return ImageGrab.grab(xdisplay=self.name).convert("RGB")
@@ -47,7 +54,7 @@ class WaylandDisplay:
         person.environment["WAYLAND_DISPLAY"] = socket.name
 
     def picture(self):
-        done = subprocess.run(["grim", "-t", "ppm", "-"], env=self.person.environment, capture_output=True, timeout=20)
+        done = subprocess.run(["grim", "-t", "ppm", "-"], env=self.person.environment, capture_output=True, timeout=60)
         if done.returncode != 0:
             return None
         file = self.person.folder / "screen.ppm"
@@ -79,6 +86,36 @@ class NestedDisplay:
 
     def plug_in(self):
         self.person.run("swaymsg", "-s", self.socket, "create_output")
+
+    def picture(self):
+        return self.outer.picture()
+
+
+class KWinDisplay:
+    """Plasma's compositor in a window that fills an X server."""
+
+    def __init__(self, person, size=(1280, 800), scale=1):
+        self.outer = XDisplay(person, (scale * size[0], scale * size[1]))
+        self.person = person
+        self.environment = dict(person.environment)
+        # A copy lacks the real one's right to a higher priority, which cannot be had everywhere.
+        program = person.folder / "kwin_wayland"
+        shutil.copyfile("/usr/bin/kwin_wayland", program)
+        program.chmod(0o700)
+        socket = Path(person.environment["XDG_RUNTIME_DIR"]) / "vela-kwin"
+        person.environment |= {"KWIN_COMPOSE": "Q", "XDG_CURRENT_DESKTOP": "KDE", "XDG_SESSION_TYPE": "wayland"}
+        person.start(program, "--x11-display", self.outer.name, "--width", size[0], "--height", size[1], "--scale", scale,
+                     "--no-lockscreen", "--no-global-shortcuts", "--socket", socket.name)
+        eventually(socket.exists, "the compositor's socket")
+        del person.environment["DISPLAY"]
+        person.environment["WAYLAND_DISPLAY"] = socket.name
+
+    def do(self, *words):
+        """As xdotool has it."""
+        subprocess.run(["xdotool", *(str(word) for word in words)], env=self.environment, check=True, timeout=60)
+
+    def click(self, x, y):
+        self.do("mousemove", x, y, "click", 1)
 
     def picture(self):
         return self.outer.picture()

@@ -7,7 +7,6 @@ import os
 import re
 import shutil
 import subprocess
-import time
 from pathlib import Path
 
 from gi.repository import GLib
@@ -58,7 +57,7 @@ class GnomeSession:
 
     def call(self, service, path, method, *arguments):
         return subprocess.run(["gdbus", "call", "--session", "-d", service, "-o", path, "-m", method, *arguments],
-                              env=self.person.environment, capture_output=True, text=True, timeout=20)
+                              env=self.person.environment, capture_output=True, text=True, timeout=60)
 
     def _answer(self, script):
         done = self.call("org.gnome.Shell", "/org/gnome/Shell", "org.gnome.Shell.Eval", script)
@@ -94,8 +93,9 @@ class GnomeSession:
                   f"const [width, height] = {actor}.get_transformed_size();"
                   f"{self._device('POINTER')}"
                   "device.notify_absolute_motion(0, x + width / 2, y + height / 2); null")
-        # Where the pointer is, is known with the next frame.
-        time.sleep(0.2)
+        pointer = "imports.gi.Clutter.get_default_backend().get_default_seat().get_pointer()"
+        eventually(lambda: self.eval(f"{actor}.contains(global.stage.get_device_actor({pointer}, null))"),
+                   f"the pointer over {actor}")
         for state in ("PRESSED", "RELEASED"):
             self.eval(f"{self._device('POINTER')}"
                       f"device.notify_button(0, Clutter.BUTTON_PRIMARY, Clutter.ButtonState.{state}); null")

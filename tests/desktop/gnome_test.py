@@ -7,6 +7,7 @@ import json
 import os
 import signal
 import sys
+import time
 import unittest
 from pathlib import Path
 
@@ -284,6 +285,52 @@ class Gnome(unittest.TestCase):
         os.kill(host, signal.SIGCONT)
         self._reload(session)
         shows(session, "Arriving today")
+
+    def test_shows_nothing_of_who_has_gone_while_no_host_says_so(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            eventually(lambda: has_picture(session), "the picture")
+            place = person.bar_live_hosts()
+            says(session, "The live host cannot be reached")
+            self.assertIn("Arriving today", session.text())
+            begun = time.monotonic()
+            person.run(PROGRAMS / "vela-companion", "sign-out", status=None)
+            eventually(lambda: session.text() == "", "nothing of the packages", 10)
+            print(f"the shell was emptied after {time.monotonic() - begun:.2f} s")
+            self.assertFalse(has_picture(session))
+            self.assertEqual(session.eval(f"{ITEM}._others._getMenuItems().length"), 0)
+            says(session, "The live host cannot be reached")
+            place.unlink()
+            person.sign_in()
+            self._reload(session)
+            shows(session, "Arriving today")
+            eventually(lambda: not list(person.processes(b"panel")), "no reader beside a host")
+            self._of_the_next_host(person, session)
+
+    def _of_the_next_host(self, person, session):
+        # No server says whose the next parcels are.
+        os.kill(person.sandbox.pid, signal.SIGSTOP)
+        os.kill(person.live_host(), signal.SIGKILL)
+        person.sign_in()
+        eventually(lambda: session.text() in ("", "Looking for your packages"), lambda: session.text(), 10)
+        self.assertEqual(session.eval(f"{ITEM}._others._getMenuItems().length"), 0)
+        eventually(lambda: list(person.processes(b"run")), "the next host")
+        os.kill(person.sandbox.pid, signal.SIGCONT)
+        shows(session, "Arriving today")
+
+    def test_says_that_a_host_does_not_hear_of_a_reload(self):
+        with Person() as person:
+            session = GnomeSession(person)
+            shows(session, "Arriving today")
+            host = person.live_host()
+            os.kill(host, signal.SIGSTOP)
+            self._reload(session)
+            says(session, "The live host cannot be reached")
+            self.assertIn("Arriving today", session.text())
+            os.kill(host, signal.SIGCONT)
+            eventually(lambda: not session.eval(f"{ITEM}._remark.visible"), "the host again")
+            self.assertIn("Arriving today", session.text())
 
     @staticmethod
     def _reload(session):

@@ -51,7 +51,7 @@ class PageInFirefox(unittest.TestCase):
 
     def test_z_a_sign_out_is_seen_without_loading_again(self):
         self.person.sign_out()
-        self.browser.sees(f"!{SHOWN}.includes('Fathom')", "an empty page", 5)
+        self.browser.sees(f"!{SHOWN}.includes('Fathom')", "an empty page")
 
 
 if __name__ == "__main__":

@@ -20,7 +20,7 @@ class LivePage(unittest.TestCase):
             browser.script("window.isTheSame = true")
             signed_out = time.monotonic()
             person.sign_out()
-            browser.sees(f"!{SHOWN}.includes('Fathom')", "an empty page", 5)
+            browser.sees(f"!{SHOWN}.includes('Fathom')", "an empty page")
             print(f"the page was empty {time.monotonic() - signed_out:.2f} s after the sign-out began")
             browser.sees("document.querySelector('.systemSmall a, .systemSmall svg')", "the prompt")
             person.sign_in()

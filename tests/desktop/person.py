@@ -181,7 +181,7 @@ class Person:
         with contextlib.suppress(Exception):
             host = self.live_host()
             os.kill(host, signal.SIGTERM)
-            eventually(lambda: not Path(f"/proc/{host}").exists(), "the end of the live host", 5)
+            eventually(lambda: not Path(f"/proc/{host}").exists(), "the end of the live host")
 
     def live_host(self):
         """Its process, found by the folder that it was started for."""

@@ -2,6 +2,7 @@
 
 """Plasma on an X display without a screen, with the plasmoid in its panel and on its desktop."""
 
+import contextlib
 import json
 import shutil
 import subprocess
@@ -47,13 +48,13 @@ print(json.dumps(found))
 class PlasmaSession:
     """With a bus of its own, and settings of its own in the person's folder."""
 
-    def __init__(self, person, change=None, options=()):
+    def __init__(self, person, change=None, options=(), display=None):
         """`change` is given the person's own copy of the plasmoid, for what nobody can choose; else it is the installed
-        one."""
+        one. Without a display it has an X server."""
         self.person = person
         if change:
             change(self._copied_plasmoid())
-        self.display = XDisplay(person, SIZE)
+        self.display = display or XDisplay(person, SIZE)
         person.enter_desktop("KDE")
         person.environment |= {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1", "QT_QUICK_BACKEND": "software"}
         (person.folder / "config" / "plasma-org.kde.plasma.desktop-appletsrc").write_text(PANEL)
@@ -70,14 +71,17 @@ class PlasmaSession:
         return own
 
     def set_theme(self, name):
-        (self.person.folder / "config" / "plasmarc").write_text(f"[Theme]\nname={name}\n")
+        self._configure("plasmarc", "Theme", "name", name)
 
     def set_font(self, points):
         """As the settings do it."""
-        (self.person.folder / "config" / "kdeglobals").write_text(
-            f"[General]\nfont=Noto Sans,{points},-1,5,50,0,0,0,0,0\n")
+        self._configure("kdeglobals", "General", "font", f"Noto Sans,{points},-1,5,50,0,0,0,0,0")
         self.person.run("gdbus", "emit", "--session", "-o", "/KDEPlatformTheme", "-s",
                         "org.kde.KDEPlatformTheme.refreshFonts")
+
+    def _configure(self, file, group, key, value):
+        """Under the lock of those files: the desktop brings them up to date itself, some time after its start."""
+        self.person.run("kwriteconfig5", "--file", file, "--group", group, "--key", key, value)
 
     def make_theme(self, name, text, ground):
         """One of these colours, each as in "255,255,255"."""
@@ -94,7 +98,7 @@ class PlasmaSession:
     def _evaluate(self, script):
         done = subprocess.run(["gdbus", "call", "--session", "-d", "org.kde.plasmashell", "-o", "/PlasmaShell", "-m",
                                "org.kde.PlasmaShell.evaluateScript", script],
-                              env=self.person.environment, capture_output=True, text=True, timeout=20)
+                              env=self.person.environment, capture_output=True, text=True, timeout=60)
         return done.returncode == 0
 
     def readers(self):
@@ -104,10 +108,25 @@ class PlasmaSession:
     def click(self, place):
         self.display.click(*place)
 
+    def open_popup(self, place=ITEM):
+        """A click may be lost on an item that is being laid out anew."""
+        def is_open():
+            if not self._popup():
+                self.click(place)
+                with contextlib.suppress(AssertionError):
+                    eventually(self._popup, "the popup", 5)
+            return self._popup()
+
+        eventually(is_open, "the popup")
+
     def focus_popup(self):
-        """What a window manager would do; it is opened last, after desktop and panel."""
-        popup = eventually(lambda: self._windows()[2:], "the popup")[-1]
+        """What a window manager would do."""
+        popup = eventually(self._popup, "the popup")[-1]
         self.person.run("xdotool", "windowfocus", "--sync", popup)
+
+    def _popup(self):
+        """It is opened last, after desktop and panel."""
+        return self._windows()[2:]
 
     def _windows(self):
         return self.person.run("xdotool", "search", "--onlyvisible", "--class", "plasmashell").split()
@@ -117,7 +136,7 @@ class PlasmaSession:
 
     def accessible(self):
         done = subprocess.run([sys.executable, "-c", ACCESSIBLE], env=self.person.environment, capture_output=True,
-                              text=True, timeout=30)
+                              text=True, timeout=60)
         return json.loads(done.stdout) if done.returncode == 0 else []
 
     def names(self):

@@ -11,9 +11,9 @@ import time
 import unittest
 from pathlib import Path
 
-from displays import keep, pixels
+from displays import KWinDisplay, keep, pixels
 from person import PROGRAMS, Person, eventually
-from plasma_session import ITEM, PlasmaSession
+from plasma_session import ITEM, SIZE, PlasmaSession
 
 # What is drawn in the widget's own colour.
 BRAND_ON_LIGHT = (0x0C, 0x6C, 0x96)
@@ -24,7 +24,7 @@ ARRIVING = "Fathom & Co.: arriving today, between 2 and 4 PM; 80 percent of the 
 
 def open_popup(session, words):
     eventually(lambda: words in session.names(), lambda: f"{words} among {session.names()}")
-    session.click(ITEM)
+    session.open_popup()
     return eventually(lambda: pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) > 300
                       and session.display.picture(), "the medium widget")
 
@@ -35,9 +35,9 @@ def end_of_text(session):
     return panel.point(lambda light: 255 if light < 128 else 0).getbbox()[2]
 
 
-def middle_of_the_bar(picture):
+def middle_of_the_bar(picture, scale=1):
     """A place in the medium widget: in its progress bar, or on its button."""
-    popup = picture.crop(POPUP)
+    popup = picture.crop(tuple(scale * each for each in POPUP))
     found = [(x, y) for x in range(popup.width) for y in range(popup.height)
              if all(abs(a - b) < 25 for a, b in zip(popup.getpixel((x, y)), BRAND_ON_LIGHT))]
     return found[len(found) // 2]
@@ -122,20 +122,20 @@ class Plasma(unittest.TestCase):
             def click():
                 # It has grown smaller meanwhile, as it holds less.
                 if pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) < 5000:
-                    session.click(ITEM)
+                    session.open_popup()
                 eventually(lambda: pixels(session.display.picture().crop(POPUP), BRAND_ON_LIGHT, 25) > 5000,
                            "its popup")
                 session.click(middle_of_the_bar(session.display.picture()))
 
             person.close_sign_in_window(click)
             person.sign_in()
-            eventually(lambda: ARRIVING in session.names(), "the package again")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package again in {session.accessible()}")
             self.assertEqual(session.complaints(), [])
 
     def test_survives_the_end_of_its_host_and_of_its_reader(self):
         with Person() as person:
             session = PlasmaSession(person)
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             reader = session.readers()
             first = person.live_host()
             os.kill(first, signal.SIGKILL)
@@ -154,21 +154,21 @@ class Plasma(unittest.TestCase):
             place.write_text("No folder.")
             session = PlasmaSession(person)
             eventually(lambda: "Vela, The live host cannot be reached" in session.names(), "the remark")
-            session.click(ITEM)
+            session.open_popup()
             session.focus_popup()
             place.unlink()
             session.press("Tab", "space")
-            eventually(lambda: ARRIVING in session.names(), "the package", 20)
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
 
     def test_draws_for_the_theme(self):
         with Person() as person:
             session = PlasmaSession(person)
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             schemes = lambda: [self._scheme(reader) for reader in session.readers()]
             self.assertEqual(schemes(), ["light"])
             session.set_theme("breeze-dark")
             eventually(lambda: schemes() == ["dark"], lambda: f"a reader for the dark theme alone: {schemes()}")
-            session.click(ITEM)
+            session.open_popup()
             eventually(lambda: pixels(session.display.picture().crop(POPUP), (0x1F, 0x79, 0xB2), 25) > 300,
                        "the dark widget")
             keep(session.display.picture(), "plasma-dark")
@@ -177,7 +177,7 @@ class Plasma(unittest.TestCase):
         with Person() as person:
             session = PlasmaSession(person)
             session.make_theme("glaring", "0,0,0", "255,255,255")
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             wanted = lambda: [(self._option(reader, "--text-scaling"), self._option(reader, "--contrast"))
                               for reader in session.readers()]
             comes = lambda *options: eventually(lambda: wanted() == [options], lambda: f"{options}: {wanted()}")
@@ -195,12 +195,28 @@ class Plasma(unittest.TestCase):
             comes("1", "increased")
             self.assertEqual(session.complaints(), [])
 
+    def test_is_sharp_on_wayland_at_twice_the_scale(self):
+        with Person() as person:
+            display = KWinDisplay(person, SIZE, scale=2)
+            person.environment["QT_QPA_PLATFORM"] = "wayland"
+            session = PlasmaSession(person, display=display)
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
+            eventually(lambda: [self._option(reader, "--scale") for reader in session.readers()] == ["2"], "one for the scale")
+            display.click(2 * ITEM[0], 2 * ITEM[1])
+            popup = eventually(lambda: pixels(display.picture(), BRAND_ON_LIGHT, 25) > 4 * 300 and display.picture(),
+                               "the medium widget")
+            keep(popup, "plasma-wayland")
+            display.click(*middle_of_the_bar(popup, 2))
+            link = eventually(person.opened_links, "the link")[0]
+            self.assertTrue(link.endswith("/order/5501"), link)
+            self.assertEqual(session.complaints(), [])
+
     def test_stands_at_the_right_for_who_reads_from_there(self):
         with Person() as person:
             person.environment["LANGUAGE"] = "ar"
             session = PlasmaSession(person, options=("-reverse",))
-            eventually(lambda: ARRIVING in session.names(), "the package")
-            session.click((session.display.picture().width - 17, ITEM[1]))
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
+            session.open_popup((session.display.picture().width - 17, ITEM[1]))
             dark = lambda picture: picture.convert("L").point(lambda light: 255 if light < 128 else 0).getbbox()
             lines = lambda: session.display.picture().crop((925, 380, 1270, 630))
             begin, _, end, _ = eventually(lambda: dark(lines()), "the lines below the widget")
@@ -226,11 +242,11 @@ class Plasma(unittest.TestCase):
         with Person() as person:
             days = _Days(person)
             session = PlasmaSession(person, change=days.take_place_of_program)
-            eventually(lambda: ARRIVING in session.names(), "the package")
+            eventually(lambda: ARRIVING in session.names(), lambda: f"the package in {session.accessible()}")
             place = person.bar_live_hosts()
             eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(),
                        lambda: f"the remark beside what was shown: {session.names()}")
-            session.click(ITEM)
+            session.open_popup()
             session.focus_popup()
             place.unlink()
             days.shorten()
@@ -240,6 +256,26 @@ class Plasma(unittest.TestCase):
             person.bar_live_hosts()
             eventually(lambda: "Vela, The live host cannot be reached" in session.names(), "no package")
             self.assertNotIn("Fathom", " ".join(session.names()))
+
+    def test_shows_nothing_of_who_has_gone_while_no_host_says_so(self):
+        with Person() as person:
+            session = PlasmaSession(person)
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            person.bar_live_hosts()
+            eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(), "the remark")
+            person.run(PROGRAMS / "vela-companion", "sign-out", status=None)
+            eventually(lambda: "Fathom" not in " ".join(session.names()), lambda: session.names(), 10)
+            self.assertIn("The live host cannot be reached", " ".join(session.names()))
+
+    def test_says_that_a_host_does_not_hear_of_a_reload(self):
+        with Person() as person:
+            session = PlasmaSession(person)
+            eventually(lambda: ARRIVING in session.names(), "the package")
+            os.kill(person.live_host(), signal.SIGSTOP)
+            session.click(ITEM)
+            session.focus_popup()
+            session.press("Tab", "Tab", "space")
+            eventually(lambda: f"{ARRIVING}, The live host cannot be reached" in session.names(), "the remark")
 
     @classmethod
     def _scheme(cls, process):

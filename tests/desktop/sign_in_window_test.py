@@ -92,7 +92,7 @@ class SignInWindow(unittest.TestCase):
         source = self.source(*addresses)
         self.keys("mousemove", 50, 50, "mousedown", 1)
         for x, y in ((60, 60), (90, 90), (200, 200), (at[0] - 10, at[1] - 5), at):
-            self.keys("mousemove", x, y, "sleep", 0.05)
+            self.keys("mousemove", x, y, "sleep", 0.2)
         self.keys("mouseup", 1)
         self.assertEqual(source.stdout.readline(), b"over\n")
         self.person.end(source)
@@ -136,7 +136,7 @@ class SignInWindow(unittest.TestCase):
         with self.window():
             self.source(text=f"\n  {json.dumps(PAIR, indent=1)}\n")
             self.keys("search", "--name", "Sign in to Vela", "windowfocus", "--sync", "key", "ctrl+v")
-            self.keys("sleep", 0.5, "key", "Return")
+            self.keys("sleep", 2, "key", "Return")
             self.signs_in()
 
     def test_a_file_that_is_dropped_signs_in(self):

@@ -45,7 +45,7 @@ class Tmux(unittest.TestCase):
                 eventually(lambda: "Arriving today" in self.screen(person, "view"),
                            lambda: "the package in\n" + self.screen(person, "view"))
                 person.sign_out()
-                eventually(lambda: "Arriving" not in self.screen(person, "view"), "an empty view", 3)
+                eventually(lambda: "Arriving" not in self.screen(person, "view"), "an empty view")
                 self.tmux(person, "send-keys", "-t", "view", "q")
                 # What is typed with it would be the view's to read.
                 eventually(lambda: not list(person.processes(b"show")), "the end of the view")

@@ -14,8 +14,8 @@ import time
 import unittest
 from pathlib import Path
 
-from displays import NestedDisplay, WaylandDisplay, XDisplay, keep, pixels
-from person import Person, eventually
+from displays import KWinDisplay, NestedDisplay, WaylandDisplay, XDisplay, keep, pixels
+from person import PATIENCE, Person, eventually
 from virtual_pointer import VirtualPointer
 
 BRAND = (13, 110, 153)
@@ -29,6 +29,11 @@ class WindowTest(unittest.TestCase):
 
     def frames(self, person):
         return (person.folder / "vela-widget.log").read_text().count("vela-widget-window: frame")
+
+    def rests(self, person):
+        drawn = self.frames(person)
+        time.sleep(2)
+        return self.frames(person) == drawn
 
     def remembered(self, person):
         file = person.folder / "state" / "vela" / "window.json"
@@ -132,7 +137,7 @@ class UnderX(WindowTest):
             person.run("xdotool", "key", "F5")
             eventually(lambda: len(person.requests()) == fetched + 1, "another request")
             person.run("xdotool", "key", "ctrl+q")
-            self.assertEqual(window.wait(10), 0)
+            self.assertEqual(window.wait(PATIENCE), 0)
 
     def test_is_read_by_a_screen_reader(self):
         with Person() as person:
@@ -168,7 +173,7 @@ class UnderX(WindowTest):
     def forgets(self, window, words):
         """Nothing of the person is left in the window's memory."""
         eventually(lambda: not self.found_in_memory(window.pid, words),
-                   lambda: f"a memory without {self.found_in_memory(window.pid, words)}", 5)
+                   lambda: f"a memory without {self.found_in_memory(window.pid, words)}")
 
     @staticmethod
     def found_in_memory(process, words):
@@ -217,7 +222,7 @@ class UnderX(WindowTest):
     def test_draws_no_frame_while_nothing_changes_and_empties_at_the_sign_out(self):
         with Person() as person:
             window = self.start(person)
-            time.sleep(2)
+            eventually(lambda: self.rests(person), "two seconds without a frame")
             drawn, used = self.frames(person), self.ticks(window.pid)
             time.sleep(5)
             self.assertEqual(self.frames(person), drawn)
@@ -227,7 +232,7 @@ class UnderX(WindowTest):
             # The bar is gone, and what stands there is the prompt's button.
             x, y, _, _ = self.place(person, window)
             eventually(lambda: self.display.picture().getpixel((x + 30, y + 130)) == self.display.picture().getpixel(
-                (x + 300, y + 130)) != (255, 255, 255), "the prompt", 5)
+                (x + 300, y + 130)) != (255, 255, 255), "the prompt")
             print(f"the window knew of the sign-out after {time.monotonic() - signed_out:.2f} s")
             keep(self.display.picture(), "window-signed-out")
             self.assertLessEqual(self.frames(person) - drawn, 3)
@@ -253,7 +258,7 @@ class UnderX(WindowTest):
             eventually(lambda: self.another_host(person, first), "another host")
             self.assertEqual(self.display.picture().tobytes(), shown.tobytes())
             os.killpg(window.pid, signal.SIGKILL)
-            window.wait(5)
+            window.wait(PATIENCE)
             time.sleep(0.5)
             self.assertIsNone(other.poll())
             self.assertNotEqual(person.live_host(), first)
@@ -304,7 +309,7 @@ class UnderX(WindowTest):
                 person.run("xdotool", "key", "Left", "sleep", 0.6)
                 eventually(lambda: self.place(person, window)[:2] == (x - 16 * step, y), "the window further left")
             person.run("xdotool", "key", "ctrl+q")
-            self.assertEqual(window.wait(10), 0)
+            self.assertEqual(window.wait(PATIENCE), 0)
             log = (person.folder / "vela-widget.log").read_text()
             self.assertEqual(log.count("where the window stands is not kept: "), 1, log)
 
@@ -314,6 +319,61 @@ class UnderX(WindowTest):
                                   timeout=20)
             self.assertEqual(done.returncode, 1)
             self.assertIn("display", done.stderr)
+
+
+class InKWin(WindowTest):
+    """Whose layers are of an older protocol."""
+
+    # At the upper right, 24 from the edges.
+    PLACE = (1280 - 24 - 338, 24)
+
+    def start(self, person):
+        display = KWinDisplay(person)
+        self.prepare(person)
+        return display
+
+    def shows(self, person, display):
+        window = person.start("vela-widget", "window")
+        keep(eventually(lambda: pixels(display.picture(), BRAND, 30) > 300 and display.picture(), "the widget"), "window-kwin")
+        return window
+
+    def test_is_clicked_worked_by_the_keyboard_and_dragged(self):
+        with Person() as person:
+            display = self.start(person)
+            self.shows(person, display)
+            x, y = self.PLACE
+            self.assertEqual(display.picture().getpixel((x + 100, y + 3)), (255, 255, 255))
+            display.click(x + 60, y + 100)
+            eventually(lambda: any("/order/5501" in link for link in person.opened_links()), "the link")
+            display.do("key", "Tab")
+            keep(eventually(lambda: pixels(display.picture(), (26, 94, 204), 20) > 200 and display.picture(),
+                            "the focus ring"), "window-kwin-keyboard")
+            display.do("key", "Return")
+            eventually(lambda: len(person.opened_links()) == 2, "the link again")
+            display.do("mousedown", 1)
+            for step in range(1, 21):
+                display.do("mousemove", x + 60 - 20 * step, y + 100 + 15 * step)
+            display.do("mouseup", 1)
+            eventually(lambda: display.picture().getpixel((x - 200, y + 340)) == (255, 255, 255), "the widget there")
+            eventually(lambda: "systemMedium" in self.remembered(person), "its place")
+            self.assertEqual(len(person.opened_links()), 2)
+
+    def test_leaves_the_keyboard_to_who_has_it(self):
+        with Person() as person:
+            display = self.start(person)
+            written = person.folder / "letter"
+            with open(written, "wb") as file:
+                person.start(sys.executable, HERE / "text_field.py", stdout=file)
+            lines = lambda: written.read_text().splitlines()
+            eventually(lambda: lines() == ["ready"], lines)
+            window = self.shows(person, display)
+            display.do("type", "a")
+            eventually(lambda: lines() == ["ready", "a"], lines)
+            display.click(self.PLACE[0] + 60, self.PLACE[1] + 10)
+            eventually(lambda: display.do("key", "ctrl+q") or window.poll() == 0, "the window's end by its key")
+            eventually(lambda: lines() == ["ready", "a", "ready"], lines)
+            display.do("type", "b")
+            eventually(lambda: lines() == ["ready", "a", "ready", "ab"], lines)
 
 
 class InALayer(WindowTest):
@@ -393,7 +453,7 @@ class InALayer(WindowTest):
                 for factor, scale in ((1.0, "2"), (2.0, "1")):
                     self.scale_texts(person, factor)
                     self.compositor(person, "output", "HEADLESS-1", "scale", scale)
-                    eventually(lambda: pixels(display.picture(), BRAND, 30) > 300, f"the widget at a scale of {scale}", 5)
+                    eventually(lambda: pixels(display.picture(), BRAND, 30) > 300, f"the widget at a scale of {scale}")
 
     def test_outlives_its_only_monitor_and_comes_back_with_it(self):
         with Person() as person:

@@ -101,7 +101,11 @@ TEST_F(MisbehavingExtension, IsGivenUpWhenItHangsWhileDrawing) {
     settings.farewellLimit = milliseconds(200);
     for (const std::string behaviour :
          {"greet\nreceive\nraise 19", "greet\nreceive\nsleep 3600000", "raise 19"}) {
-        const auto result = draw(behaviour, milliseconds(40));
+        const auto atOnce = line("the extension has not answered within 2 s");
+        auto result = draw(behaviour, milliseconds(40));
+        // Where the machine stands still in between, both limits are met at once.
+        for (int attempt = 1; attempt < 10 && result.errors == atOnce; ++attempt)
+            result = draw(behaviour, milliseconds(40));
         EXPECT_EQ(result.status, 1) << behaviour;
         EXPECT_EQ(result.errors, line("the extension has not answered within 60 ms; starting it again") +
                                      line("the extension has not answered within 2 s"));
@@ -113,8 +117,9 @@ TEST_F(MisbehavingExtension, IsGivenUpWhenItHangsWhileDrawing) {
 TEST_F(MisbehavingExtension, IsSaidToHangOverPicturesOnlyWhereThereAreAny) {
     settings.drawingLimit = milliseconds(60);
     settings.farewellLimit = milliseconds(200);
+    // One that is given up before it has met the mark leaves that to the next, which nobody gives up.
     const auto hangsOnce = [&](const std::string& mark) {
-        return "greet\nreceive\nunless " + path(mark) + " sleep 3600000\ndraw {}";
+        return "greet\nreceive\nunless " + path(mark) + " sleep 20000\ndraw {}";
     };
     const auto without = draw(hangsOnce("first"), milliseconds(40), goodEntry);
     EXPECT_EQ(without.status, 0);
@@ -273,10 +278,13 @@ TEST_F(MisbehavingExtension, MayStoreARenewedPairBeforeItEnds) {
 
 TEST_F(MisbehavingExtension, MayStoreARenewedPairAfterItsHostHasGivenUp) {
     settings.answerLimit = milliseconds(100);
-    const auto renewal = "ignore 15\ngreet\nreceive\nawait " + path("reply") +
+    const auto renewal = "ignore 15\nnote " + path("begun") + "\ngreet\nreceive\nawait " + path("reply") +
                          "\ncomplain heard by nobody\nnote " + path("stored");
-    const auto result = ask(Kind::snapshot, renewal);
-    EXPECT_EQ(result.errors, line("the extension has not answered within 100 ms"));
+    // On a machine with much else to do it may be given up before it has begun.
+    for (int attempt = 0; attempt < 20 && !std::filesystem::exists(path("begun")); ++attempt) {
+        const auto result = ask(Kind::snapshot, renewal);
+        EXPECT_EQ(result.errors, line("the extension has not answered within 100 ms"));
+    }
     folder.write("reply", "");
     EXPECT_TRUE(eventually([&] { return std::filesystem::exists(path("stored")); })) << "it was killed";
     EXPECT_TRUE(eventually(isNothingLeft));

@@ -57,7 +57,7 @@ class Misbehaviour : public testing::Test {
     ExtensionSettings settings = {.executable = executable(),
                                   .answerLimit = std::chrono::hours(1),
                                   .drawingLimit = std::chrono::hours(1),
-                                  .farewellLimit = std::chrono::seconds(20),
+                                  .farewellLimit = std::chrono::hours(1),
                                   .renewalLimit = std::chrono::hours(1)};
 };
 

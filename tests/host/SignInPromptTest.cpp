@@ -239,6 +239,9 @@ class SignInAsAJob : public SignInAtATerminal {
         EXPECT_EQ(modesOfAJob(), modes);
     }
 
+    /// The job is stopped once it asks for the terminal, however long that takes.
+    const std::string jobsOnceStopped =
+        "until jobs > jobs; grep -q Stop''ped jobs; do sleep 0.05; done; jobs\r";
     std::string modes;
 };
 
@@ -256,13 +259,13 @@ TEST_F(SignInAsAJob, GivesTheTerminalBackWhileItIsStopped) {
 
 TEST_F(SignInAsAJob, AsksInTheForegroundOnly) {
     type("vela-companion sign-in &\r", "[1]");
-    terminal.type("sleep 0.2; jobs\r");
+    terminal.type("cd; " + jobsOnceStopped);
     EXPECT_TRUE(terminal.shows("Stopped"));
     EXPECT_THAT(terminal.shown(), Not(HasSubstr("Sign in:")));
     type("fg\r", firstQuestion);
     type("\x1a", "Stopped");
     type("bg\r", "vela-companion sign-in &");
-    type("sleep 0.2; jobs\r", "Stopped");
+    type(jobsOnceStopped, "Stopped");
     type("fg\r", firstQuestion);
     type("\x04", "nothing was entered");
     expectTerminalAsBefore();

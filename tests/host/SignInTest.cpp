@@ -9,6 +9,7 @@
 #include <atomic>
 #include <boost/json/object.hpp>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <random>
@@ -25,9 +26,11 @@ namespace {
 
 using platform::testing::BackgroundProgram;
 using platform::testing::cannotMount;
+using platform::testing::childrenOf;
 using platform::testing::eventually;
 using platform::testing::fillUp;
 using platform::testing::httpReply;
+using platform::testing::isAlive;
 using platform::testing::longTests;
 using platform::testing::LoopbackServer;
 using platform::testing::ReceivedRequest;
@@ -58,7 +61,7 @@ class RenewingServer {
 
     std::string baseURL() const { return "http://127.0.0.1:" + std::to_string(server_.port()); }
     bool waitForMutation() const {
-        return eventually([this] { return mutations_ > 0; }, std::chrono::seconds(30));
+        return eventually([this] { return mutations_ > 0; });
     }
     void release() { isHeld_ = false; }
 
@@ -114,6 +117,23 @@ class SignIn : public Person {
     }
     void startAfresh() const { std::filesystem::remove_all(folder.path() / "data"); }
 
+    /// The companion, which says that it waits for the renewal by the time that this returns.
+    std::unique_ptr<BackgroundProgram> waitingCompanion(const std::string& arguments,
+                                                        const std::string& input = {}) const {
+        auto run = program("/bin/sh", {"-c", "exec \"$0\" " + arguments + " 2> \"$1\"",
+                                       (platform::testing::programFolder() / "vela-companion").string(),
+                                       (folder.path() / "errors").string()});
+        run.input = input;
+        std::filesystem::remove(folder.path() / "errors");
+        auto companion = std::make_unique<BackgroundProgram>(run);
+        EXPECT_TRUE(eventually([&] {
+            return std::filesystem::exists(folder.path() / "errors") &&
+                   folder.read("errors").find("vela-companion: waiting until the tokens") !=
+                       std::string::npos;
+        }));
+        return companion;
+    }
+
     /// Runs the program and kills it with all that it has started, some time within `span`.
     void killWithin(
         const ProgramRun& run, std::chrono::microseconds span, const std::function<void()>& begin = [] {}) {
@@ -158,8 +178,11 @@ TEST_F(SignIn, SurvivesTheEndOfItsHostInTheMiddleOfARenewal) {
         signInAs("old");
         BackgroundProgram host(timeline());
         ASSERT_TRUE(server.waitForMutation());
+        const auto extensions = childrenOf(host.processIdentifier());
+        ASSERT_EQ(extensions.size(), 1u);
         row.end(host);
-        EXPECT_TRUE(host.waitForEnd(std::chrono::seconds(10))) << "the person waits for her prompt";
+        EXPECT_TRUE(host.waitForEnd());
+        EXPECT_TRUE(isAlive(extensions.front())) << "the person waits for her prompt";
         EXPECT_EQ(pair(), pairOf("old"));
         server.release();
         EXPECT_TRUE(eventually([&] { return pair() == pairOf("renewed"); })) << pair();
@@ -198,15 +221,11 @@ TEST_F(SignIn, IsNotUndoneByARenewalThatBeganBeforeIt) {
     signInAs("old");
     BackgroundProgram host(timeline());
     ASSERT_TRUE(server.waitForMutation());
-    std::optional<ProgramResult> result;
-    std::thread signIn([&] { result = companion({"sign-in", "--user-id", "new"}, credentialsOf("new")); });
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-    EXPECT_EQ(pair(), pairOf("old")) << "it waits";
+    const auto signIn = waitingCompanion("sign-in --user-id new", credentialsOf("new"));
+    EXPECT_EQ(pair(), pairOf("old"));
     server.release();
-    signIn.join();
-    EXPECT_EQ(result->status, 0) << result->errors;
-    EXPECT_THAT(result->errors, HasSubstr("vela-companion: waiting until the tokens"));
-    host.waitForEnd(std::chrono::seconds(30));
+    EXPECT_EQ(signIn->waitForEnd(), 0) << folder.read("errors");
+    host.waitForEnd();
     EXPECT_EQ(pair(), pairOf("new"));
     EXPECT_EQ(userId(), "new");
 }
@@ -219,15 +238,11 @@ TEST_F(SignIn, IsNotResurrectedByARenewalThatBeganBeforeTheSignOut) {
         signInAs("old");
         BackgroundProgram host(timeline());
         ASSERT_TRUE(server.waitForMutation());
-        std::optional<ProgramResult> result;
-        std::thread signOut([&] { result = companion({"sign-out"}); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(1000));
-        EXPECT_EQ(pair(), pairOf("old")) << "it waits";
+        const auto signOut = waitingCompanion("sign-out");
+        EXPECT_EQ(pair(), pairOf("old"));
         server.release();
-        signOut.join();
-        EXPECT_EQ(result->status, 0) << result->errors;
-        EXPECT_THAT(result->errors, HasSubstr("vela-companion: waiting until the tokens"));
-        host.waitForEnd(std::chrono::seconds(30));
+        EXPECT_EQ(signOut->waitForEnd(), 0) << folder.read("errors");
+        host.waitForEnd();
         EXPECT_EQ(pair(), "none none") << "round " << round;
     }
 }

@@ -134,9 +134,9 @@ class Surface:
 
     def __enter__(self):
         ready = self.folder / "ready"
-        self.sandbox = subprocess.Popen([self.programs / "vela-sandbox", "--ready-file", ready, "--stop-after", "100",
+        self.sandbox = subprocess.Popen([self.programs / "vela-sandbox", "--ready-file", ready, "--stop-after", "600",
                                          "--stop-with-parent"], stdout=subprocess.DEVNULL, env=self.environment)
-        end = time.monotonic() + 30
+        end = time.monotonic() + 60
         while not ready.exists() and time.monotonic() < end:
             time.sleep(0.05)
         self.environment["BASE_URL"] = ready.read_text()

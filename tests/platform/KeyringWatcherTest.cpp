@@ -34,11 +34,19 @@ class ScriptedKeyring {
             appendPaths(answer, isLocked_ ? std::vector<std::string>() : items_);
             return appendPaths(answer, isLocked_ ? items_ : std::vector<std::string>());
         });
+        service_.answer("Get", [this](sd_bus_message*, sd_bus_message* answer) {
+            const std::lock_guard lock(mutex_);
+            return sd_bus_message_append(answer, "v", "t", date_);
+        });
     }
 
     void hold(std::vector<std::string> items) {
         const std::lock_guard lock(mutex_);
         items_ = std::move(items);
+    }
+    void setDate(std::uint64_t date) {
+        const std::lock_guard lock(mutex_);
+        date_ = date;
     }
     void setLocked(bool isLocked) {
         {
@@ -63,6 +71,7 @@ class ScriptedKeyring {
     std::mutex mutex_;
     std::vector<std::string> items_;
     bool isLocked_ = false;
+    std::uint64_t date_ = 1;
     ScriptedService service_;
 };
 
@@ -82,13 +91,14 @@ class KeyringWatcherTest : public ::testing::Test {
         later.set(std::chrono::milliseconds(100));
         return loop_.runUntil([&] { return isLater; });
     }
-    /// How often a change is told of for what `work` has the keyring say.
-    int toldFor(const std::function<void()>& work) {
+    /// That often a change is told of for what `work` has the keyring say, and not more often.
+    void expectTold(int times, const std::function<void()>& work, const char* what = "") {
         const int before = changes_;
         const int searches = keyring_ ? keyring_->searches() : 0;
         work();
-        EXPECT_TRUE(searchedAgain(searches));
-        return changes_ - before;
+        EXPECT_TRUE(loop_.runUntil([&] { return changes_ - before >= times; })) << what;
+        EXPECT_TRUE(searchedAgain(searches)) << what;
+        EXPECT_EQ(changes_ - before, times) << what;
     }
 
     PrivateBus daemon_;
@@ -102,31 +112,77 @@ class KeyringWatcherTest : public ::testing::Test {
 
 TEST_F(KeyringWatcherTest, TellsOfAnItemOfOursThatComesChangesAndGoes) {
     watch();
-    EXPECT_EQ(toldFor([&] {
-                  keyring_->hold({ours});
-                  keyring_->say("ItemCreated", ours);
-              }),
-              1);
-    EXPECT_EQ(toldFor([&] { keyring_->say("ItemChanged", ours); }), 1);
-    EXPECT_EQ(toldFor([&] {
-                  keyring_->hold({});
-                  keyring_->say("ItemDeleted", ours);
-              }),
-              1);
+    expectTold(1, [&] {
+        keyring_->hold({ours});
+        keyring_->say("ItemCreated", ours);
+    });
+    expectTold(1, [&] { keyring_->say("ItemChanged", ours); });
+    expectTold(1, [&] {
+        keyring_->hold({});
+        keyring_->say("ItemDeleted", ours);
+    });
 }
 
 TEST_F(KeyringWatcherTest, TheItemsOfOtherProgramsAreNoneOfItsBusiness) {
     keyring_->hold({ours});
     watch();
     for (const char* member : {"ItemCreated", "ItemChanged", "ItemDeleted"})
-        EXPECT_EQ(toldFor([&] { keyring_->say(member, foreign); }), 0) << member;
+        expectTold(
+            0, [&] { keyring_->say(member, foreign); }, member);
 }
 
 TEST_F(KeyringWatcherTest, TellsOfAKeyringThatIsLockedAndUnlocked) {
     keyring_->hold({ours});
     watch();
-    EXPECT_EQ(toldFor([&] { keyring_->setLocked(true); }), 1);
-    EXPECT_EQ(toldFor([&] { keyring_->setLocked(false); }), 1);
+    expectTold(1, [&] { keyring_->setLocked(true); });
+    expectTold(1, [&] { keyring_->setLocked(false); });
+}
+
+TEST_F(KeyringWatcherTest, HasAnotherVersionOnceAnItemWasWrittenOrWent) {
+    keyring_->hold({ours});
+    watch();
+    const auto first = watcher_->version();
+    EXPECT_NE(first, "");
+    expectTold(0, [&] { keyring_->say("ItemCreated", foreign); });
+    EXPECT_EQ(watcher_->version(), first) << "another program's";
+    expectTold(1, [&] {
+        keyring_->setDate(2);
+        keyring_->say("ItemChanged", ours);
+    });
+    const auto second = watcher_->version();
+    EXPECT_NE(second, first);
+    expectTold(1, [&] {
+        keyring_->hold({});
+        keyring_->say("ItemDeleted", ours);
+    });
+    EXPECT_NE(watcher_->version(), second);
+    EXPECT_NE(watcher_->version(), "");
+}
+
+TEST_F(KeyringWatcherTest, StaysOfItsVersionWhereTheKeyringIsLockedOrGoes) {
+    keyring_->hold({ours});
+    watch();
+    const auto version = watcher_->version();
+    expectTold(1, [&] { keyring_->setLocked(true); });
+    EXPECT_EQ(watcher_->version(), version);
+    expectTold(1, [&] { keyring_->setLocked(false); });
+    EXPECT_EQ(watcher_->version(), version);
+    keyring_.reset();
+    EXPECT_TRUE(loop_.runUntil([&] { return changes_ == 3; }));
+    EXPECT_EQ(watcher_->version(), version);
+}
+
+TEST_F(KeyringWatcherTest, HasNoVersionOfAKeyringThatIsLockedFromTheBeginning) {
+    keyring_->hold({ours});
+    keyring_->setLocked(true);
+    int learned = 0;
+    watcher_.emplace(
+        loop_.executor(), [this] { ++changes_; }, [&] { ++learned; });
+    ASSERT_TRUE(searchedAgain(0));
+    EXPECT_EQ(watcher_->version(), "");
+    EXPECT_EQ(learned, 0);
+    expectTold(1, [&] { keyring_->setLocked(false); });
+    EXPECT_NE(watcher_->version(), "");
 }
 
 TEST_F(KeyringWatcherTest, TellsOfAKeyringThatComesLaterAndGoes) {

@@ -48,7 +48,7 @@ class MessageBusTest : public ::testing::Test {
              .interface = "org.freedesktop.DBus",
              .member = "GetId"});
     }
-    BusMessage ask(const BusCall& call, std::chrono::milliseconds limit = seconds(20)) {
+    BusMessage ask(const BusCall& call, std::chrono::milliseconds limit = patience) {
         std::optional<BusMessage> answer;
         bus_->call(call, limit, [&](const BusMessage& given) { answer = given; });
         EXPECT_FALSE(answer) << "an answer comes later than the call returns";

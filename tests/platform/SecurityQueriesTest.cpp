@@ -580,20 +580,28 @@ TEST_P(SharedItemStore, WaitsForAnotherProcesssTransaction) {
     run([&] {
         ASSERT_EQ(runInChild([&] { return storePair("0") ? 0 : 1; }), 0);
         std::array<int, 2> ready = {-1, -1};
+        std::array<int, 2> mayGoOn = {-1, -1};
         ASSERT_EQ(::pipe(ready.data()), 0);
+        ASSERT_EQ(::pipe(mayGoOn.data()), 0);
         ChildProcess first([&] {
             const auto transaction = store->beginTransaction();
             if (store->update(item("s", "a"), bytes("1")) != errSecSuccess) return 1;
             (void)!::write(ready[1], "x", 1);
-            ::usleep(300000);
+            char byte = 0;
+            if (::read(mayGoOn[0], &byte, 1) != 1) return 1;
             if (store->update(item("s", "b"), bytes("1")) != errSecSuccess) return 1;
             return transaction->commit() == errSecSuccess ? 0 : 1;
         });
         char byte = 0;
         ASSERT_EQ(::read(ready[0], &byte, 1), 1);
         EXPECT_EQ(pair(), "00") << "readers do not wait";
-        EXPECT_EQ(runInChild([&] { return storePair("2") ? 0 : 1; }), 0);
+        ChildProcess second([&] { return storePair("2") ? 0 : 1; });
+        // Long enough for one who does not wait to be in between.
+        ::usleep(300000);
+        EXPECT_EQ(pair(), "00");
+        EXPECT_EQ(::write(mayGoOn[1], "x", 1), 1);
         EXPECT_EQ(first.wait(), 0);
+        EXPECT_EQ(second.wait(), 0);
         EXPECT_EQ(pair(), "22");
     });
 }

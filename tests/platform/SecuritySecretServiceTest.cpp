@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <functional>
@@ -12,6 +13,7 @@
 #include "tests/platform/KeychainItems.hpp"
 #include "tests/platform/SecretServiceSession.hpp"
 #include "tests/support/FolderAttribute.hpp"
+#include "tests/support/Program.hpp"
 
 namespace platform {
 namespace {
@@ -68,6 +70,26 @@ TEST(SecretServiceKeychain, KeepsChangesAndForgetsItems) {
         EXPECT_EQ(store.remove(accessibleItem("s", "a")), errSecSuccess);
         EXPECT_EQ(store.remove(accessibleItem("s", "a")), errSecItemNotFound);
         EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecItemNotFound);
+    });
+}
+
+TEST(SecretServiceKeychain, LosesNoPatienceWhileTheMachineStandsStill) {
+    inSession(Keyring::unlocked, [](SecretServiceItemStore& store) {
+        ASSERT_EQ(store.add(with(accessibleItem("s", "a"), bytes("x"))), errSecSuccess);
+        const auto services = platform::testing::childrenOf(::getpid());
+        for (const pid_t each : services) ::kill(each, SIGSTOP);
+        platform::testing::ChildProcess standstill([&services, self = ::getpid()] {
+            ::usleep(200'000);
+            ::kill(self, SIGSTOP);
+            // Longer than a read waits.
+            ::sleep(4);
+            for (const pid_t each : services) ::kill(each, SIGCONT);
+            ::kill(self, SIGCONT);
+            return 0;
+        });
+        std::string data;
+        EXPECT_EQ(read(store, accessibleItem("s", "a"), data), errSecSuccess);
+        EXPECT_EQ(data, "x");
     });
 }
 

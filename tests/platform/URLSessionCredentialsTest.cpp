@@ -46,7 +46,7 @@ TEST_F(URLSessionCredentials, AreNotMadeOfUserInformation) {
         fetch({.url = with(userInformation, server)});
         fetch({.url = with(userInformation, server), .httpMethod = "POST", .httpBody = "x"});
         session->startDataTask({.url = with(userInformation, server), .httpMethod = "POST"});
-        session->waitForForgottenTasks(std::chrono::seconds(20));
+        session->waitForForgottenTasks(platform::testing::patience);
         readWholeResource(with(userInformation, server), 100);
         expectNoCredential(server, 4);
     }

@@ -17,6 +17,7 @@
 
 #include "platform/URLSession/URLSession.hpp"
 #include "tests/support/LoopbackServer.hpp"
+#include "tests/support/Patience.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 
 namespace platform {

@@ -124,7 +124,7 @@ TEST_F(URLSessionLifetime, GoesOnWhereTheSystemHasNoMemoryForAByte) {
     std::optional<URLReply> reply;
     asio::io_context context;
     asio::co_spawn(context, keep(session->data({.url = server.url()}), &reply), asio::detached);
-    context.run_for(std::chrono::seconds(20));
+    context.run_for(platform::testing::patience);
     hasMemoryForAByte = true;
     ASSERT_TRUE(reply);
     EXPECT_EQ(reply->data, "good");
@@ -173,7 +173,7 @@ TEST_F(URLSessionLifetime, CancelsATransferWithItsAwaiter) {
     canceller.join();
     EXPECT_EQ(ending.error, URLErrorCode::cancelled);
     // The server sees the connection go: nothing goes on behind the awaiter's back.
-    EXPECT_EQ(gone.get_future().wait_for(20s), std::future_status::ready);
+    EXPECT_EQ(gone.get_future().wait_for(platform::testing::patience), std::future_status::ready);
 }
 
 TEST_F(URLSessionLifetime, CancelsEverythingAtItsEnd) {
@@ -243,7 +243,7 @@ TEST_F(URLSessionLifetime, DoesWhatItIsToldAndForgets) {
         session->startDataTask(
             {.url = server.url(), .httpMethod = "POST", .httpBody = std::to_string(count)});
     }
-    EXPECT_TRUE(session->waitForForgottenTasks(20s));
+    EXPECT_TRUE(session->waitForForgottenTasks(platform::testing::patience));
     EXPECT_EQ(server.requests().size(), 10u);
 }
 
@@ -280,7 +280,7 @@ TEST_F(URLSessionLifetime, LetsForgottenTasksBeyondTheMaximumWaitForTheirTurn) {
     EXPECT_FALSE(session->waitForForgottenTasks(50ms));
     EXPECT_EQ(server.requests().size(), 3u);
     gate.open();
-    EXPECT_TRUE(session->waitForForgottenTasks(30s));
+    EXPECT_TRUE(session->waitForForgottenTasks(platform::testing::patience));
     EXPECT_EQ(server.requests().size(), 200u);
 }
 
@@ -302,7 +302,7 @@ TEST_F(URLSessionLifetime, StartsForgottenTasksInTheirOrderWhateverBecomesOfOthe
         session->startDataTask({.url = server.url(), .httpMethod = "POST", .httpBody = expected.back()});
         session->startDataTask({.url = URL::parse("ftp://127.0.0.1/").value()});
     }
-    EXPECT_TRUE(session->waitForForgottenTasks(30s));
+    EXPECT_TRUE(session->waitForForgottenTasks(platform::testing::patience));
     std::vector<std::string> arrived;
     for (const ReceivedRequest& request : server.requests()) arrived.push_back(request.body);
     EXPECT_EQ(arrived, expected);

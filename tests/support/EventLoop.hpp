@@ -8,16 +8,18 @@
 #include <boost/asio/io_context.hpp>
 #include <chrono>
 
+#include "tests/support/Patience.hpp"
+
 namespace platform::testing {
 
 class EventLoop {
   public:
     boost::asio::io_context::executor_type executor() { return context_.get_executor(); }
 
-    /// False when it has not happened within half a minute.
+    /// False when it does not happen for long.
     template <typename Condition>
     bool runUntil(Condition condition) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        const auto deadline = std::chrono::steady_clock::now() + patience;
         while (!condition()) {
             if (std::chrono::steady_clock::now() > deadline) return false;
             context_.restart();

@@ -15,21 +15,26 @@
 #include <utility>
 
 #include "platform/Text/ASCII.hpp"
+#include "tests/support/Patience.hpp"
 
 namespace platform::testing {
 namespace {
 
 constexpr std::string_view lineEnd = "\r\n";
 
-int listeningSocket() {
-    const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+int boundSocket() {
+    const int bound = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address = {};
     address.sin_family = AF_INET;
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (listener < 0 || ::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
-        ::listen(listener, 128) != 0) {
-        throw std::runtime_error("no loopback port can be listened on");
-    }
+    if (bound < 0 || ::bind(bound, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+        throw std::runtime_error("no loopback port can be had");
+    return bound;
+}
+
+int listeningSocket() {
+    const int listener = boundSocket();
+    if (::listen(listener, 128) != 0) throw std::runtime_error("no loopback port can be listened on");
     return listener;
 }
 
@@ -163,7 +168,7 @@ int LoopbackServer::connections() const {
 }
 
 bool LoopbackServer::waitForRequests(std::size_t count) const {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto deadline = std::chrono::steady_clock::now() + patience;
     while (requests().size() < count) {
         if (std::chrono::steady_clock::now() > deadline) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -210,10 +215,9 @@ std::string httpReply(int statusCode, std::string_view body, const std::vector<s
 }
 
 std::uint16_t unusedPort() {
-    const int listener = listeningSocket();
-    const std::uint16_t port = portOf(listener);
-    ::close(listener);
-    return port;
+    // Kept, so that no other test's server comes to listen there.
+    static const int bound = boundSocket();
+    return portOf(bound);
 }
 
 }  // namespace platform::testing

@@ -94,7 +94,7 @@ class LoopbackServer {
 std::string httpReply(int statusCode, std::string_view body,
                       const std::vector<std::string>& headerLines = {});
 
-/// A port on loopback that nobody listens on.
+/// A port on loopback that nobody listens on for as long as this process lives.
 std::uint16_t unusedPort();
 
 }  // namespace platform::testing

@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/Patience.hpp"
+
 namespace platform::testing {
 
 struct ProgramResult {
@@ -53,7 +55,7 @@ class BackgroundProgram {
     /// To it and to what it has started: it leads a group.
     void sendSignalToGroup(int signal) const;
     /// Waits for its end; nothing when it goes on for longer than `limit`.
-    std::optional<int> waitForEnd(std::chrono::milliseconds limit);
+    std::optional<int> waitForEnd(std::chrono::milliseconds limit = patience);
 
   private:
     pid_t process_;
@@ -70,7 +72,7 @@ std::filesystem::path programFolder();
 
 /// Tests `condition` every few milliseconds until it holds or `limit` has passed.
 template <typename Condition>
-bool eventually(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(10));
+bool eventually(Condition condition, std::chrono::milliseconds limit = patience);
 
 void sleepBriefly();
 

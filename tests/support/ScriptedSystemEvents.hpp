@@ -4,6 +4,7 @@
 
 // A machine on which happens what a test says.
 
+#include <string>
 #include <utility>
 
 #include "platform/SystemEvents/SystemEvents.hpp"
@@ -13,11 +14,14 @@ namespace platform::testing {
 class ScriptedSystemEvents final : public SystemEvents {
   public:
     void listen(Handler handler) override { handler_ = std::move(handler); }
+    std::string keychainVersion() const override { return version; }
 
     /// Nothing before somebody listens.
     void happens(SystemEvent event) const {
         if (handler_) handler_(event);
     }
+
+    std::string version;
 
   private:
     Handler handler_;

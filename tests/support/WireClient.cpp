@@ -14,10 +14,23 @@
 #include <cstddef>
 #include <utility>
 
+#include "tests/support/Patience.hpp"
+
 namespace platform::testing {
+namespace {
+
+/// The system breaks a wait with a limit off where the process is stopped and goes on.
+ssize_t received(int socket, char* bytes, std::size_t count) {
+    ssize_t length = -1;
+    do length = ::recv(socket, bytes, count, 0);
+    while (length < 0 && errno == EINTR);
+    return length;
+}
+
+}  // namespace
 
 WireClient::WireClient(unsigned short port) : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const timeval limit = {.tv_sec = 10, .tv_usec = 0};
+    const timeval limit = {.tv_sec = patience.count(), .tv_usec = 0};
     ::setsockopt(socket_, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
     ::setsockopt(socket_, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     sockaddr_in address = {};
@@ -38,6 +51,7 @@ WireClient::~WireClient() {
 bool WireClient::say(std::string_view bytes) {
     while (!bytes.empty()) {
         const auto length = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (length < 0 && errno == EINTR) continue;
         if (length <= 0) return false;
         bytes.remove_prefix(static_cast<std::size_t>(length));
     }
@@ -59,7 +73,7 @@ std::string WireClient::hear(std::string_view end) {
         }
         searched = heard_.size() - std::min(heard_.size(), end.size());
         std::array<char, 65'536> part;
-        const auto length = ::recv(socket_, part.data(), part.size(), 0);
+        const auto length = received(socket_, part.data(), part.size());
         if (length <= 0) return std::exchange(heard_, {});
         heard_.append(part.data(), static_cast<std::size_t>(length));
     }
@@ -67,7 +81,7 @@ std::string WireClient::hear(std::string_view end) {
 
 bool WireClient::hasEnded() {
     char unread = 0;
-    const auto length = ::recv(socket_, &unread, 1, 0);
+    const auto length = received(socket_, &unread, 1);
     return length == 0 || (length < 0 && errno == ECONNRESET);
 }
 

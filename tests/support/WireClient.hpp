@@ -3,7 +3,7 @@
 #pragma once
 
 // A client on loopback that says what a test says, byte for byte, whether that is good manners or not. Waits
-// ten seconds for an answer at most.
+// for an answer as long as its patience lasts.
 
 #include <string>
 #include <string_view>

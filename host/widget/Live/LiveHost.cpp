@@ -54,10 +54,12 @@ LiveHost::LiveHost(const asio::any_io_executor& executor, Surroundings surroundi
       surroundings_(std::move(surroundings)),
       policy_(surroundings_.random, surroundings_.clock.now()),
       state_(placeholder()),
+      keychain_(surroundings_.events.keychainVersion()),
       settlement_(executor),
       midnight_(midnightAfter(surroundings_.clock.now())),
       latest_(surroundings_.clock.now()),
       fetched_(executor, asio::steady_timer::time_point::max()) {
+    state_.keychain = keychain_;
     if (surroundings_.remembered) goOnFrom(*std::exchange(surroundings_.remembered, std::nullopt));
 }
 
@@ -65,6 +67,7 @@ void LiveHost::goOnFrom(Remembered remembered) {
     good_ = std::move(remembered.good);
     if (good_) known_ = good_->owner;
     state_ = std::move(remembered.state);
+    keychain_ = state_.keychain;
     // She may have signed out while nobody listened.
     startCheck();
 }
@@ -158,6 +161,15 @@ void LiveHost::take(SystemEvent event) {
             startCheck();
             policy_.noted(ReloadCause::defaults, now);
             break;
+        case SystemEvent::secretsKnown:
+            if (isSomebodyShown()) {
+                startCheck();
+            } else {
+                // What is nobody's is so by any version.
+                keychain_ = surroundings_.events.keychainVersion();
+                show(state_);
+            }
+            break;
         case SystemEvent::networkReturned: policy_.noted(ReloadCause::network, now); break;
         case SystemEvent::resumed: policy_.noted(ReloadCause::resume, now); break;
         case SystemEvent::clockSet:
@@ -186,14 +198,26 @@ asio::awaitable<void> LiveHost::check() {
     while (isCheckDue_ && !isStopped_) {
         co_await platform::pause(settling);
         isCheckDue_ = false;
+        const auto keychain = surroundings_.events.keychainVersion();
         const auto report = co_await storedCredentials();
+        // One that changed meanwhile is told of, and looked at next.
+        if (keychain == surroundings_.events.keychainVersion()) keychain_ = keychain;
         if (report)
             takeCredentials(*report);
         else if (!isStopped_)
             takeSilence();
+        show(state_);
         wake();
     }
     isChecking_ = false;
+}
+
+bool LiveHost::isSomebodyShown() const {
+    return !state_.isPlaceholder && isGood(state_.entry);
+}
+
+bool LiveHost::isWhoseItIsKnown() const {
+    return !unsettled_ || !isSomebodyShown();
 }
 
 /// Where one extension ends or hangs, another may know. Nothing where two do not say.
@@ -222,7 +246,7 @@ void LiveHost::takeUnreadable(const CredentialReport& report) {
 }
 
 void LiveHost::forgetShown(LiveTrouble trouble) {
-    if (state_.isPlaceholder || !isGood(state_.entry)) return;
+    if (!isSomebodyShown()) return;
     auto successor = placeholder();
     successor.trouble = trouble;
     forget(std::move(successor));
@@ -396,6 +420,7 @@ LiveState LiveHost::signedOut(std::optional<LiveTrouble> trouble) const {
 }
 
 void LiveHost::show(LiveState state, Change change) {
+    state.keychain = isWhoseItIsKnown() ? keychain_ : state_.keychain;
     if (change == Change::replaced && liveStateObject(state) == liveStateObject(state_)) return;
     state_ = std::move(state);
     ++version_;

@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "host/protocol/LiveState.hpp"
@@ -88,6 +89,8 @@ class LiveHost {
     void goOnFrom(Remembered remembered);
     void take(platform::SystemEvent event);
     void startCheck();
+    bool isSomebodyShown() const;
+    bool isWhoseItIsKnown() const;
     boost::asio::awaitable<void> check();
     boost::asio::awaitable<std::optional<widget::CredentialReport>> storedCredentials();
     void takeSilence();
@@ -123,6 +126,8 @@ class LiveHost {
     Surroundings surroundings_;
     ReloadPolicy policy_;
     LiveState state_;
+    /// The version of the keychain when it was last looked at.
+    std::string keychain_;
     std::vector<std::weak_ptr<const Observer>> observers_;
     std::optional<Good> good_;
     /// What was stored when it was last looked at.

@@ -21,10 +21,11 @@ namespace asio = boost::asio;
 
 namespace {
 
-/// All but the entry, which has a file of its own.
+/// All but the entry, which has a file of its own, and what is for readers that outlive their host.
 boost::json::object stateWithoutEntry(const LiveState& state) {
     auto object = liveStateObject(state);
     object.erase("entry");
+    object.erase("keychain");
     return object;
 }
 

@@ -19,6 +19,8 @@
 #include <utility>
 
 #include "host/reader/LiveHostClient.hpp"
+#include "host/reader/ShownState.hpp"
+#include "host/reader/SignInGuard.hpp"
 #include "host/reader/StreamWatch.hpp"
 #include "host/widget/JSONLine.hpp"
 #include "host/widget/OneShotHost.hpp"
@@ -45,8 +47,9 @@ constexpr std::chrono::milliseconds patienceWithHost = std::chrono::seconds(5);
 /// Of hosts that begin at once all but one end, and their readers look again.
 constexpr int patientGaps = 3;
 
-LiveHostClient::Options optionsToFollow() {
+LiveHostClient::Options optionsToFollow(const PanelCommand& command) {
     LiveHostClient::Options options;
+    options.keychainShown = command.keychain;
     options.followLimit = patienceWithHost;
     return options;
 }
@@ -73,7 +76,9 @@ struct PanelLine {
 asio::awaitable<PanelLine> panelLine(LiveHostClient& client, LiveState state,
                                      std::optional<PictureFile> picture) {
     auto object = panelObject(state, platform::Date::now());
-    if (picture) object["picture"] = co_await drawn(client, *picture);
+    // A host that is doubted is not waited for.
+    const bool isDrawn = client.hasHost() || !state.isPlaceholder;
+    if (picture && isDrawn) object["picture"] = co_await drawn(client, *picture);
     auto version = platform::sha256(jsonLine(object));
     object["version"] = version;
     co_return PanelLine{.version = std::move(version), .text = jsonLine(object)};
@@ -85,7 +90,7 @@ class PanelWait {
     PanelWait(const asio::any_io_executor& executor, const PanelCommand& command)
         : command_(command),
           end_(executor, asio::steady_timer::time_point::max()),
-          client_(executor, optionsToFollow()),
+          client_(executor, optionsToFollow(command)),
           outputEnd_(executor, STDOUT_FILENO, StreamWatch::Interest::abandoned, [this] { end(); }) {}
 
     asio::awaitable<void> run() {
@@ -107,16 +112,12 @@ class PanelWait {
     /// A shell has to know: what it shows grows old meanwhile.
     void lose(std::string_view why) {
         hasLost_ = true;
-        hasPassedOver_ = false;
         if (++gaps_ >= patientGaps) end(std::make_exception_ptr(LiveHostError(std::string(why))));
     }
 
     void take(const LiveState& state) {
         gaps_ = 0;
-        // A host that has just begun in place of another is no reason to show less; said once more it is of
-        // somebody else.
-        const bool knowsNothingYet = state.isPlaceholder && !state.trouble;
-        if (hasLost_ && knowsNothingYet && !std::exchange(hasPassedOver_, true)) return;
+        if (hasLost_ && knowsNothingYet(state, command_.keychain)) return;
         hasLost_ = false;
         latest_ = state;
         if (std::exchange(isComparing_, true)) return;
@@ -158,7 +159,6 @@ class PanelWait {
     std::optional<LiveState> latest_;
     bool isComparing_ = false;
     bool hasLost_ = false;
-    bool hasPassedOver_ = false;
     /// Since there was a host.
     int gaps_ = 0;
 };
@@ -173,6 +173,24 @@ asio::awaitable<int> printed(const PanelCommand& command) {
     co_return 0;
 }
 
+/// Ends with what is to be shown in place of what was somebody's, or with who reads it.
+asio::awaitable<int> awaitedSignIn(const PanelCommand& command) {
+    const auto executor = co_await asio::this_coro::executor;
+    asio::steady_timer end(executor, asio::steady_timer::time_point::max());
+    bool isForgotten = false;
+    const auto over = [&end] { end.expires_at(asio::steady_timer::time_point::min()); };
+    SignInGuard guard(executor, patienceWithHost, command.keychain, [&] {
+        isForgotten = true;
+        over();
+    });
+    const StreamWatch outputEnd(executor, STDOUT_FILENO, StreamWatch::Interest::abandoned, over);
+    guard.lose();
+    boost::system::error_code ignored;
+    co_await end.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
+    if (isForgotten) writeToStandardOutput(jsonLine(panelObject(guard.nothing(), platform::Date::now())));
+    co_return isForgotten ? 0 : 1;
+}
+
 asio::awaitable<int> awaited(const PanelCommand& command) {
     const auto wait = std::make_unique<PanelWait>(co_await asio::this_coro::executor, command);
     co_await wait->run();
@@ -185,6 +203,7 @@ int PanelCommand::run() const {
     platform::wipeFreedMemory();
     ::signal(SIGPIPE, SIG_IGN);
     try {
+        if (wait == Wait::forKeychain) return platform::runToEnd(awaitedSignIn(*this));
         return platform::runToEnd(after.empty() ? printed(*this) : awaited(*this));
     } catch (const std::exception& failure) {
         platform::printFailure("vela-widget", failure);

@@ -76,6 +76,7 @@ json::object panelObject(const LiveState& state, platform::Date now) {
             {"class", name(content.barClass)},
             {"hasTrouble", content.hasTrouble},
             {"isStale", content.isStale},
+            {"keychain", textOrNull(state.keychain)},
             {"keptFor", static_cast<std::int64_t>(LiveState::longestKept)},
             {"link", textOrNull(linkOf(content))},
             {"packages", std::move(packages)},

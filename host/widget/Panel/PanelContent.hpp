@@ -15,10 +15,10 @@ namespace host {
 /// Columns of the text in a panel, which has other things to show beside it.
 inline constexpr std::size_t panelColumns = 40;
 
-/// {"asOf", "class", "hasTrouble", "isStale", "keptFor", "link", "packages": [{"class", "link", "percentage",
-/// "spoken", "text"}], "percentage", "remark", "shortText", "spoken", "text", "tooltip"}, with null for what
-/// is absent. Texts are plain, each on one line but for the tooltip's. A shell that cannot have any host
-/// forgets it `keptFor` seconds after `asOf`, or, without that, after the host was lost.
+/// {"asOf", "class", "hasTrouble", "isStale", "keychain", "keptFor", "link", "packages": [{"class", "link",
+/// "percentage", "spoken", "text"}], "percentage", "remark", "shortText", "spoken", "text", "tooltip"}, with
+/// null for what is absent. Texts are plain, each on one line but for the tooltip's. A shell that cannot have
+/// any host forgets it `keptFor` seconds after `asOf`, or, without that, after the host was lost.
 boost::json::object panelObject(const LiveState& state, platform::Date now);
 
 }  // namespace host

@@ -70,7 +70,7 @@ TEST_F(DoctorProgram, FindsAServerThatAnswers) {
     const auto ready = folder.path() / "ready";
     const platform::testing::BackgroundProgram sandbox(
         program("vela-sandbox", {"--port", "0", "--ready-file", ready.string()}));
-    ASSERT_TRUE(platform::testing::eventually([&] { return std::filesystem::exists(ready); }));
+    ASSERT_TRUE(platform::testing::eventually([&] { return fs::exists(ready) && !fs::is_empty(ready); }));
     environment["BASE_URL"] = folder.read("ready").substr(0, folder.read("ready").find('\n'));
     // Nothing but advice is left, which is no failure.
     makeRuntimeFolder();
@@ -180,8 +180,9 @@ TEST_F(DoctorProgram, FindsThatThereIsNoFontToDrawWith) {
 TEST_F(DoctorProgram, FindsALiveHostThatIsStopped) {
     makeRuntimeFolder();
     const platform::testing::BackgroundProgram host(program("vela-widget", {"run"}));
-    ASSERT_TRUE(
-        platform::testing::eventually([&] { return fs::exists(runtime / "vela-widget/host.socket"); }));
+    // Signed once it listens.
+    const auto lock = runtime / "vela-widget/host.lock";
+    ASSERT_TRUE(platform::testing::eventually([&] { return fs::exists(lock) && !fs::is_empty(lock); }));
     EXPECT_EQ(verdicts(widget({"doctor", "--json"})).at("live host"), "good");
     host.sendSignal(SIGSTOP);
     const auto result = widget({"doctor"});

@@ -4,12 +4,16 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstring>
 #include <filesystem>
@@ -206,11 +210,29 @@ std::thread greetingOneWhoComesIn(const HostPlace& place, std::chrono::milliseco
 TEST_F(HostPlaceTest, IsNotClearedOfAHostThatAnswersThoughLate) {
     const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
     folder.write("vela-widget/entry.json", "hers");
-    auto host = greetingOneWhoComesIn(place, std::chrono::milliseconds(800));
-    EXPECT_EQ(forgottenInItsPlace(), "");
+    auto host = greetingOneWhoComesIn(place, std::chrono::milliseconds(1500));
+    EXPECT_EQ(forgottenInItsPlace(), "waiting for the live host, which does not answer");
     host.join();
     EXPECT_TRUE(fs::exists(inside("entry.json")));
     EXPECT_TRUE(place.claim().isHeld());
+}
+
+TEST_F(HostPlaceTest, IsTakenAtOnceFromAHostThatIsStopped) {
+    ChildProcess stopped([] {
+        const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
+        ::raise(SIGSTOP);
+        return place.claim().isHeld() ? 1 : 0;
+    });
+    siginfo_t information = {};
+    ASSERT_EQ(::waitid(P_ALL, 0, &information, WSTOPPED | WNOWAIT), 0);
+    const auto process = information.si_pid;
+    folder.write("vela-widget/entry.json", "hers");
+    EXPECT_EQ(forgottenInItsPlace(),
+              "the live host (process " + std::to_string(process) +
+                  ") is stopped, so what it shows is removed; another one begins with the "
+                  "next reader");
+    EXPECT_FALSE(fs::exists(inside("entry.json")));
+    EXPECT_EQ(stopped.wait(), 0) << "it is told to go on, and finds its place lost";
 }
 
 TEST_F(HostPlaceTest, IsTakenFromAHostThatDoesNotAnswer) {
@@ -257,20 +279,32 @@ TEST_F(HostPlaceTest, LeavesASocketThatSomebodyListensOn) {
 }
 
 TEST_F(HostPlaceTest, IsHadByExactlyOneOfManyThatBeginAtOnce) {
-    int claimed = 0;
+    constexpr int many = 12;
+    std::array<int, 2> outcomes = {-1, -1};
+    std::array<int, 2> end = {-1, -1};
+    ASSERT_EQ(::pipe2(outcomes.data(), O_CLOEXEC), 0);
+    ASSERT_EQ(::pipe2(end.data(), O_CLOEXEC), 0);
     std::vector<std::unique_ptr<ChildProcess>> all;
-    for (int count = 0; count < 12; ++count)
-        all.push_back(std::make_unique<ChildProcess>([] {
+    for (int count = 0; count < many; ++count)
+        all.push_back(std::make_unique<ChildProcess>([&] {
+            ::close(end[1]);
             try {
                 const auto place = HostPlace::claim(HostAddress::ofPerson(), std::nullopt);
-                ::usleep(1'500'000);
-                return 7;
+                (void)!::write(outcomes[1], "y", 1);
+                // Until all others have been refused.
+                char none = 0;
+                (void)!::read(end[0], &none, 1);
             } catch (const HostPlaceError&) {
-                return 1;
+                (void)!::write(outcomes[1], "n", 1);
             }
+            return 0;
         }));
-    for (const auto& each : all) claimed += each->wait() == 7 ? 1 : 0;
-    EXPECT_EQ(claimed, 1);
+    ::close(outcomes[1]);
+    std::string told(many, ' ');
+    for (char& outcome : told) ASSERT_EQ(::read(outcomes[0], &outcome, 1), 1);
+    for (const int each : {outcomes[0], end[0], end[1]}) ::close(each);
+    for (const auto& each : all) EXPECT_EQ(each->wait(), 0);
+    EXPECT_EQ(std::count(told.begin(), told.end(), 'y'), 1) << told;
     EXPECT_TRUE(fs::is_empty(folder.path()));
 }
 

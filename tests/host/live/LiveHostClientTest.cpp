@@ -3,7 +3,11 @@
 #include "host/reader/LiveHostClient.hpp"
 
 #include <gmock/gmock.h>
+#include <signal.h>
 
+#include <fstream>
+
+#include "platform/SystemEvents/KeychainVersion.hpp"
 #include "tests/host/live/ReaderWorld.hpp"
 
 namespace host {
@@ -26,6 +30,7 @@ class LiveHostClientTest : public ReaderWorld {
   protected:
     LiveHostClientTest() {
         std::filesystem::create_directory(HostAddress::ofPerson().folder);
+        std::filesystem::create_directory(data.path() / "vela");
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
         const auto path = HostAddress::ofPerson().socket().string();
@@ -54,6 +59,7 @@ class LiveHostClientTest : public ReaderWorld {
         for (const int peer : peers) ::close(peer);
         return holds;
     }
+    void tellMore(const std::string& bytes) const { say(peer_, bytes); }
     void hangUp() { ::close(std::exchange(peer_, -1)); }
 
     static boost::asio::awaitable<void> noting(std::shared_ptr<LiveHostClient> reader,
@@ -78,8 +84,10 @@ class LiveHostClientTest : public ReaderWorld {
         co_return shopNameIn(state.entry);
     }
 
+    enum class Afterwards { stays, saysNoMore };
+
     /// What a reader makes of a host that says that.
-    std::string madeOf(const std::string& bytes) {
+    std::string madeOf(const std::string& bytes, Afterwards afterwards = Afterwards::stays) {
         listen();
         std::optional<std::string> text;
         const auto reader = client();
@@ -92,12 +100,32 @@ class LiveHostClientTest : public ReaderWorld {
             }
         }(reader, text));
         tell(bytes);
-        until([&] { return text.has_value(); }, std::chrono::seconds(2));
-        hangUp();
+        if (afterwards == Afterwards::saysNoMore) ::shutdown(peer_, SHUT_WR);
         until([&] { return text.has_value(); });
+        hangUp();
         return text.value_or("nothing");
     }
 
+    /// By the keychain as it is now.
+    std::string keychain() const { return platform::keychainVersion(data.path() / "vela/keychain.sqlite"); }
+    void change(const char* text) const { data.write("vela/keychain.sqlite", text); }
+    std::string stateBy(const std::string& version) const {
+        return R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"},"keychain":")" +
+               version + R"("}})";
+    }
+    std::shared_ptr<LiveHostClient> clientWith(std::chrono::milliseconds orderLimit) {
+        LiveHostClient::Options options;
+        options.ifMissing = LiveHostClient::IfMissing::leave;
+        options.orderLimit = orderLimit;
+        options.pauses = {std::chrono::milliseconds(5)};
+        return std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    }
+
+    platform::testing::TemporaryFolder data;
+    platform::testing::ScopedEnvironment dataEnvironment{{"XDG_DATA_HOME", data.path().string()},
+                                                         {"VELA_KEYCHAIN", std::nullopt}};
+    /// In the placeholder.
+    const std::string nobody;
     const std::string greeting = frameOf(R"({"protocol":1})");
     const std::string noPackages =
         R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"}}})";
@@ -137,8 +165,8 @@ TEST_F(LiveHostClientTest, TakesNothingOnTrust) {
     EXPECT_THAT(madeOf(greeting + frameOf(R"({"id":1,"state":{"entry":{"date":"noon"}}})")),
                 StartsWith("the live host's answer cannot be used: "));
     EXPECT_THAT(madeOf(greeting + frameOf("no json")), HasSubstr("JSON"));
-    EXPECT_EQ(madeOf(greeting), "the live host has ended");
-    EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":7,)" + noPackages)), "the live host has ended");
+    for (const auto& said : {greeting, greeting + frameOf(R"({"id":7,)" + noPackages)})
+        EXPECT_EQ(madeOf(said, Afterwards::saysNoMore), "the live host has ended");
 }
 
 TEST_F(LiveHostClientTest, WaitsForNoAnswerForEver) {
@@ -154,7 +182,6 @@ TEST_F(LiveHostClientTest, WaitsForNoAnswerForEver) {
 TEST_F(LiveHostClientTest, WaitsForAReloadInItsOwnTime) {
     listen();
     LiveHostClient::Options options;
-    options.ifMissing = LiveHostClient::IfMissing::leave;
     options.answerLimit = std::chrono::milliseconds(50);
     options.reloadLimit = std::chrono::milliseconds(100);
     const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
@@ -196,6 +223,107 @@ TEST_F(LiveHostClientTest, TellsOfAHostThatIsSilentAndComesBackToWhoTakesItsPlac
     clock.settle();
 }
 
+TEST_F(LiveHostClientTest, GivesUpWhatWasShownOnceTheKeychainIsAnotherAndNoHostSaysWhy) {
+    listen();
+    const auto reader = clientWith(std::chrono::hours(1));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    hangUp();
+    EXPECT_TRUE(until([&] { return !gaps.empty(); }));
+    EXPECT_THAT(views, ElementsAre("noPackages")) << "what was shown stays";
+    change("another");
+    EXPECT_TRUE(until([&] { return views.size() == 2; }));
+    EXPECT_EQ(views.back(), nobody);
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, GivesUpAHostThatDoesNotSayWhatAnotherKeychainMeans) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(100));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    const auto before = keychain();
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    change("another");
+    EXPECT_TRUE(until([&] { return !gaps.empty(); }));
+    EXPECT_THAT(views, ElementsAre("noPackages", nobody));
+    EXPECT_EQ(gaps.front(), "the live host does not say who is signed in");
+    hangUp();
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)));
+    EXPECT_TRUE(until([&] { return views.size() == 3; }));
+    EXPECT_FALSE(until([&] { return views.size() > 3; }, std::chrono::seconds(1)))
+        << "one that answers is believed: it is doubted once";
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, BelievesAHostThatSaysWhatAnotherKeychainMeans) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(500));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    change("another");
+    tellMore(frameOf("{" + stateBy(keychain())));
+    EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
+    EXPECT_THAT(views, ElementsAre("noPackages", "noPackages"));
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, CaresNothingForAKeychainThatIsNotTheHosts) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(20));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(platform::keychainVersion("keyring", ""))));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    change("another");
+    EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
+    EXPECT_THAT(views, ElementsAre("noPackages"));
+    reader->close();
+    clock.settle();
+}
+
+TEST_F(LiveHostClientTest, GoesOnWithoutAPlaceForAHostOnceThereWasOne) {
+    listen();
+    const auto reader = clientWith(std::chrono::hours(1));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    const platform::testing::ScopedEnvironment nowhere({{"XDG_RUNTIME_DIR", "/nowhere"}});
+    hangUp();
+    EXPECT_TRUE(until([&] { return gaps.size() > 2; }));
+    EXPECT_THAT(gaps.back(), HasSubstr("XDG_RUNTIME_DIR, /nowhere, cannot be used"));
+    change("another");
+    EXPECT_TRUE(until([&] { return views.size() == 2; }));
+    EXPECT_EQ(views.back(), nobody);
+    reader->close();
+    clock.settle();
+    EXPECT_TRUE(failures().empty());
+}
+
+TEST_F(LiveHostClientTest, DoesNotWaitForTheReloadOfAHostThatLetsNobodyIn) {
+    listen();
+    const auto reader = clientWith(std::chrono::milliseconds(100));
+    EXPECT_EQ(answer([&]() -> boost::asio::awaitable<std::string> {
+                  const auto state = co_await reader->reload();
+                  co_return shopNameIn(state.entry);
+              }),
+              "failed: the live host has not answered within 100 ms");
+}
+
 TEST_F(LiveHostClientTest, AsksTheSuccessorOfAHostThatEndsInThisMoment) {
     listen();
     std::optional<std::string> text;
@@ -203,7 +331,7 @@ TEST_F(LiveHostClientTest, AsksTheSuccessorOfAHostThatEndsInThisMoment) {
     spawn([](std::shared_ptr<LiveHostClient> asked,
              std::optional<std::string>& result) -> boost::asio::awaitable<void> {
         try {
-            const auto state = co_await asked->settledState(std::chrono::seconds(10));
+            const auto state = co_await asked->settledState(std::chrono::hours(1));
             result = shopNameIn(state.entry);
         } catch (const LiveHostError& error) {
             result = error.what();
@@ -233,6 +361,49 @@ TEST_F(LiveHostClientTest, StartsAnotherHostWhereTheFirstEndsBeforeItListens) {
     EXPECT_EQ(answer([&] { return stateOf(reader); }),
               "failed: the live host that was started does not listen; see what vela-widget run says");
     EXPECT_EQ(folder.read("starts"), "\n\n\n") << "and no more than a few";
+}
+
+TEST_F(LiveHostClientTest, WaitsLongerForAHostThatIsOnItsWay) {
+    const auto program = folder.path() / "program";
+    folder.write("program", "#!/bin/sh\necho $$ > \"${0%/*}/started\"\nexec sleep 3600\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    LiveHostClient::Options options;
+    options.program = program;
+    options.patience = std::chrono::milliseconds(40);
+    options.startLimit = std::chrono::hours(1);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    std::optional<std::string> text;
+    spawn([](std::shared_ptr<LiveHostClient> asked,
+             std::optional<std::string>& result) -> boost::asio::awaitable<void> {
+        try {
+            result = co_await stateOf(asked);
+        } catch (const LiveHostError& error) {
+            result = error.what();
+        }
+    }(reader, text));
+    pid_t process = 0;
+    ASSERT_TRUE(until([&] { return bool(std::ifstream(folder.path() / "started") >> process); }));
+    EXPECT_FALSE(until([&] { return text.has_value(); }, std::chrono::seconds(1))) << *text;
+    listen();
+    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
+    EXPECT_TRUE(until([&] { return text.has_value(); }));
+    EXPECT_EQ(text, "noPackages");
+    hangUp();
+    ASSERT_GT(process, 1);
+    ::kill(process, SIGKILL);
+}
+
+TEST_F(LiveHostClientTest, WaitsNotForEverForAHostThatRunsAndDoesNotListen) {
+    const auto program = folder.path() / "program";
+    folder.write("program", "#!/bin/sh\nexec sleep 5\n");
+    std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    LiveHostClient::Options options;
+    options.program = program;
+    options.patience = std::chrono::milliseconds(40);
+    options.startLimit = std::chrono::milliseconds(200);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    EXPECT_EQ(answer([&] { return stateOf(reader); }),
+              "failed: the live host that was started does not listen; see what vela-widget run says");
 }
 
 TEST_F(LiveHostClientTest, SaysThatNoHostCouldBeStarted) {

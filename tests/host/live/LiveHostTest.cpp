@@ -227,6 +227,61 @@ TEST_F(LiveHostTest, ForgetsAtASignOutWhileAnAnswerIsAwaited) {
     EXPECT_EQ(shown(), "notLoggedIn");
 }
 
+TEST_F(LiveHostTest, SaysByWhichKeychainThatIsWhoseItIsWhichIsShown) {
+    events.version = "1";
+    start();
+    EXPECT_EQ(host.state().keychain, "") << "it was not known when this was asked for";
+    events.happens(SystemEvent::secretsKnown);
+    EXPECT_TRUE(runUntil([&] { return host.state().keychain == "1"; }));
+    EXPECT_EQ(extension.timelines, 1);
+    extension.signIn(2, 11, "Ada's");
+    events.version = "2";
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(host.state().keychain, "2") << "her own tokens, renewed";
+    EXPECT_EQ(forgotten, 0);
+    extension.answerWith(CredentialState::none, ServerContact::refused);
+    events.version = "3";
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(shown(), "notLoggedIn");
+    EXPECT_EQ(host.state().keychain, "3");
+    EXPECT_EQ(forgotten, 1);
+}
+
+TEST_F(LiveHostTest, KnowsAtOnceByWhichKeychainNobodyIsShown) {
+    extension.isHeld = true;
+    start();
+    events.version = "1";
+    events.happens(SystemEvent::secretsKnown);
+    EXPECT_EQ(host.state().keychain, "1");
+    EXPECT_EQ(extension.checks, 0);
+}
+
+TEST_F(LiveHostTest, SaysItByNoKeychainThatChangedWhileItLooked) {
+    start();
+    events.version = "1";
+    extension.onCheck = [&] { events.version = "2"; };
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(host.state().keychain, "");
+    extension.onCheck = nullptr;
+    happens(SystemEvent::secretsChanged);
+    EXPECT_EQ(host.state().keychain, "2");
+}
+
+TEST_F(LiveHostTest, SaysItByNoKeychainBeforeItIsKnownWhoseTokensCame) {
+    extension.signIn(1, std::nullopt, "Ada's");
+    start();
+    extension.isHeld = true;
+    host.askNow();
+    clock.settle();
+    extension.stored = {.state = CredentialState::stored, .tokens = 2};
+    events.version = "2";
+    happens(SystemEvent::secretsChanged);
+    ASSERT_EQ(shown(), "Ada's");
+    EXPECT_EQ(host.state().keychain, "");
+    EXPECT_TRUE(runUntil([&] { return host.state().isPlaceholder; }));
+    EXPECT_EQ(host.state().keychain, "2");
+}
+
 TEST_F(LiveHostTest, ForgetsAtASignOutThatAnExtensionWhichHangsDoesNotTellOf) {
     start();
     ASSERT_EQ(seen.back(), "Ada's");

@@ -77,8 +77,7 @@ class LiveProgram : public Person {
         return contents.str();
     }
     bool comesToHold(const std::string& name, const std::string& words) const {
-        return eventually([&] { return text(name).find(words) != std::string::npos; },
-                          std::chrono::seconds(30));
+        return eventually([&] { return text(name).find(words) != std::string::npos; });
     }
 
     /// 0 where none runs.
@@ -111,6 +110,16 @@ class LiveProgram : public Person {
         return found;
     }
 
+    /// The dark small picture of that entry, of this size.
+    std::string drawnWithoutHost(const std::string& entry) const {
+        auto run = program("vela-widget", {"render", "--family", "systemSmall", "--scheme", "dark", "--scale",
+                                           "2", "--entry", "-", "--output", "-"});
+        run.input = entry;
+        const auto drawn = run.run();
+        EXPECT_EQ(drawn.status, 0) << drawn.errors;
+        return drawn.output;
+    }
+
     /// How often the live host's memory holds it.
     int timesInMemory(const std::string& word) {
         return platform::testing::timesInMemory(host().processIdentifier(), word).value_or(-1);
@@ -132,7 +141,7 @@ TEST_F(LiveProgram, SevenReadersThatStartItThemselvesCostOneFetch) {
     const auto last = widget({"show", "--live"});
     EXPECT_EQ(last.status, 0) << last.errors;
     EXPECT_THAT(last.output, HasSubstr(someShop));
-    for (const auto& reader : readers) EXPECT_EQ(reader->waitForEnd(std::chrono::seconds(30)), 0);
+    for (const auto& reader : readers) EXPECT_EQ(reader->waitForEnd(), 0);
     EXPECT_EQ(fetches(), 1u);
 }
 
@@ -150,7 +159,9 @@ TEST_F(LiveProgram, IsStartedWithNothingOfItsReadersAndEndsByItself) {
     EXPECT_EQ(::getsid(started), started);
     EXPECT_EQ(fs::read_symlink("/proc/" + std::to_string(started) + "/cwd"), "/");
     for (const auto& each : fs::directory_iterator("/proc/" + std::to_string(started) + "/fd")) {
-        const auto target = fs::read_symlink(each.path()).string();
+        // It goes on, and closes what it has opened for a moment.
+        std::error_code closed;
+        const auto target = fs::read_symlink(each.path(), closed).string();
         EXPECT_THAT(target, Not(HasSubstr("passwd")));
         EXPECT_THAT(target, Not(HasSubstr("open")));
     }
@@ -182,7 +193,7 @@ TEST_F(LiveProgram, FindsWhatItsReaderNamesFromWhereThatWorks) {
 TEST_F(LiveProgram, EndsOnceNobodyHasReadForAWhile) {
     startSandbox();
     startHost({"--idle-exit", "1"});
-    EXPECT_EQ(host().waitForEnd(std::chrono::seconds(30)), 0);
+    EXPECT_EQ(host().waitForEnd(), 0);
     EXPECT_FALSE(fs::exists(path("")));
 }
 
@@ -210,11 +221,16 @@ TEST_F(LiveProgram, ShowsASignInAndASignOutByItself) {
     startSandbox();
     startHost({"--family", "systemSmall"});
     EXPECT_TRUE(comesToHold("entry.json", "notLoggedIn"));
+    const auto signedOut = drawnWithoutHost(R"({"date":"2026-01-31T10:00:00.000Z","state":"notLoggedIn"})");
+    EXPECT_TRUE(eventually([&] { return text("systemSmall-dark@2x.png") == signedOut; }));
     signInAtSandbox();
     EXPECT_TRUE(comesToHold("entry.json", someShop));
-    EXPECT_TRUE(eventually([&] { return fs::exists(path("systemSmall-dark@2x.png")); }));
+    std::string picture;
+    EXPECT_TRUE(eventually([&] {
+        picture = text("systemSmall-dark@2x.png");
+        return !picture.empty() && picture != signedOut;
+    }));
     const pid_t extension = extensionOf(host().processIdentifier());
-    const auto picture = text("systemSmall-dark@2x.png");
     EXPECT_EQ(companion({"sign-out"}).status, 0);
     EXPECT_TRUE(comesToHold("widget.txt", "Sign in"));
     EXPECT_THAT(text("entry.json"), HasSubstr("notLoggedIn"));
@@ -224,7 +240,7 @@ TEST_F(LiveProgram, ShowsASignInAndASignOutByItself) {
         EXPECT_NE(contents, picture) << each.path();
     }
     EXPECT_TRUE(eventually([&] { return !isAlive(extension); })) << "it remembers pictures";
-    EXPECT_TRUE(eventually([&] { return fs::exists(path("systemSmall-dark@2x.png")); }));
+    EXPECT_TRUE(eventually([&] { return text("systemSmall-dark@2x.png") == signedOut; }));
     EXPECT_EQ(widget({"show", "--live"}).output.find(someShop), std::string::npos);
 }
 
@@ -297,13 +313,14 @@ TEST_F(LiveProgram, IsReplacedAfterItWasKilledInAnyPhase) {
         ::usleep(static_cast<unsigned>(microseconds));
         const auto extensions = childrenOf(process);
         host().sendSignal(SIGKILL);
-        host().waitForEnd(std::chrono::seconds(10));
+        host().waitForEnd();
         for (const pid_t extension : extensions)
             EXPECT_TRUE(eventually([&] { return !isAlive(extension); })) << microseconds;
         const auto shown = widget({"show", "--live"});
         EXPECT_EQ(shown.status, 0) << shown.errors;
         EXPECT_THAT(shown.output, HasSubstr(someShop)) << microseconds;
         const pid_t successor = hostProcess();
+        ASSERT_GT(successor, 1);
         EXPECT_NE(successor, process);
         ::kill(successor, SIGTERM);
         EXPECT_TRUE(eventually([&] { return !fs::exists(path("")); })) << microseconds;
@@ -319,7 +336,7 @@ TEST_F(LiveProgram, EndsCleanlyOnASignal) {
         // As early as there is anything to be left behind.
         ASSERT_TRUE(eventually([&] { return fs::exists(path("host.lock")); }));
         host().sendSignal(signal);
-        EXPECT_EQ(host().waitForEnd(std::chrono::seconds(30)), 0);
+        EXPECT_EQ(host().waitForEnd(), 0);
         EXPECT_FALSE(fs::exists(path("")));
         EXPECT_TRUE(fs::is_empty(folder.path() / "out"));
     }
@@ -337,7 +354,7 @@ TEST_F(LiveProgram, EndsWhereItsPlaceIsGone) {
             fs::remove_all(path(gone), error);
             return !error;
         }));
-        EXPECT_EQ(host().waitForEnd(std::chrono::seconds(30)), 0) << gone;
+        EXPECT_EQ(host().waitForEnd(), 0) << gone;
         fs::remove_all(path(""));
     }
 }
@@ -352,8 +369,12 @@ TEST_F(LiveProgram, WritesItsFilesWhereThePersonSays) {
                fs::exists(out / "systemMedium-dark@1.5x.png");
     }));
     ASSERT_TRUE(comesToHold("entry.json", someShop));
-    EXPECT_TRUE(eventually([&] { return folder.read("new/out/entry.json") == text("entry.json"); }));
-    EXPECT_THAT(folder.read("new/out/widget.txt"), HasSubstr(someShop));
+    const auto holds = [&](const char* name) {
+        return fs::exists(out / name) && folder.read(fs::path("new/out") / name) == text(name);
+    };
+    EXPECT_TRUE(eventually([&] { return holds("entry.json") && holds("widget.txt"); }));
+    EXPECT_TRUE(
+        eventually([&] { return folder.read("new/out/widget.txt").find(someShop) != std::string::npos; }));
 }
 
 TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutAfterItWasKilled) {
@@ -369,7 +390,7 @@ TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutAfterItWasKilled) {
         folder.write("run/vela-widget/notifications.json", "{}");
         folder.write("out/notes", "the person's own");
         host().sendSignal(SIGKILL);
-        host().waitForEnd(std::chrono::seconds(10));
+        host().waitForEnd();
         ASSERT_THAT(text("entry.json"), HasSubstr(someShop));
         change();
         EXPECT_FALSE(fs::exists(path("")));
@@ -393,12 +414,12 @@ TEST_F(LiveProgram, LeavesNothingOfAPersonWhoSignsOutWhileItIsStopped) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1200));
     const auto signOut = companion({"sign-out"});
     EXPECT_EQ(signOut.status, 0);
-    EXPECT_THAT(signOut.errors, HasSubstr("(process " + std::to_string(process) + ") does not answer"));
+    EXPECT_THAT(signOut.errors, HasSubstr("(process " + std::to_string(process) + ") is stopped"));
     const auto hasWords = [&] { return fs::exists(path("")) || !fs::is_empty(out); };
     EXPECT_FALSE(hasWords());
     EXPECT_TRUE(eventually([&] { return hasWords() || !isAlive(process); }));
     EXPECT_FALSE(hasWords()) << "it has written again";
-    EXPECT_EQ(host().waitForEnd(std::chrono::seconds(10)), 0);
+    EXPECT_EQ(host().waitForEnd(), 0);
     EXPECT_THAT(widget({"show", "--live"}).output, HasSubstr("Sign in"));
 }
 
@@ -420,7 +441,7 @@ TEST_F(LiveProgram, ClearsTheFolderOfAPredecessorThatWasKilled) {
     ASSERT_TRUE(comesToHold("entry.json", someShop));
     ASSERT_TRUE(eventually([&] { return fs::exists(folder.path() / "out/entry.json"); }));
     host().sendSignal(SIGKILL);
-    host().waitForEnd(std::chrono::seconds(10));
+    host().waitForEnd();
     // Any reader that starts one, and it need not know of that folder.
     EXPECT_THAT(widget({"show", "--live"}).output, HasSubstr(someShop));
     EXPECT_TRUE(fs::is_empty(folder.path() / "out"));
@@ -432,7 +453,7 @@ TEST_F(LiveProgram, ShowsNoReaderWhatAHostThatWasKilledHasLeft) {
     startHost();
     ASSERT_TRUE(comesToHold("entry.json", someShop));
     host().sendSignal(SIGKILL);
-    host().waitForEnd(std::chrono::seconds(10));
+    host().waitForEnd();
     EXPECT_EQ(widget({"reload"}).errors, "vela-widget: no live host is running\n");
     EXPECT_EQ(companion({"sign-out"}).status, 0);
     EXPECT_THAT(widget({"show", "--live"}).output, Not(HasSubstr(someShop)));

@@ -15,6 +15,7 @@
 #include "platform/Asio/Coroutines.hpp"
 #include "tests/host/live/ScriptedExtension.hpp"
 #include "tests/support/FixedAmbient.hpp"
+#include "tests/support/Patience.hpp"
 #include "tests/support/ScriptedSystemEvents.hpp"
 #include "tests/support/SteppedWallClock.hpp"
 
@@ -54,7 +55,7 @@ class LiveWorld : public testing::Test {
         // A look at what is stored waits for what else is written, by a clock that cannot be moved.
         context.restart();
         if (extension.checks < expectedChecks(event)) {
-            const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+            const auto end = std::chrono::steady_clock::now() + platform::testing::patience;
             const int before = extension.checks;
             while (extension.checks == before && std::chrono::steady_clock::now() < end) {
                 context.restart();
@@ -67,7 +68,7 @@ class LiveWorld : public testing::Test {
     /// What happens by a clock that cannot be moved; false where it does not for long.
     template <typename Condition>
     bool runUntil(Condition condition) {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        const auto end = std::chrono::steady_clock::now() + platform::testing::patience;
         while (!condition() && std::chrono::steady_clock::now() < end) {
             context.restart();
             context.run_one_for(std::chrono::milliseconds(100));

@@ -27,6 +27,7 @@
 #include "host/widget/Live/LiveDrawings.hpp"
 #include "host/widget/Live/PublishedFiles.hpp"
 #include "tests/host/live/LiveWorld.hpp"
+#include "tests/support/Patience.hpp"
 #include "tests/support/ScopedEnvironment.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -79,7 +80,7 @@ class ReaderWorld : public LiveWorld {
 
     /// Runs until that holds; false where it does not for long.
     template <typename Condition>
-    bool until(Condition condition, std::chrono::seconds limit = std::chrono::seconds(20)) {
+    bool until(Condition condition, std::chrono::seconds limit = platform::testing::patience) {
         const auto end = std::chrono::steady_clock::now() + limit;
         while (!condition()) {
             if (std::chrono::steady_clock::now() > end) return false;

@@ -10,6 +10,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -55,6 +56,7 @@ class ScriptedExtension final : public LiveExtension {
 
     boost::asio::awaitable<widget::CredentialReport> credentials() override {
         ++checks;
+        if (onCheck) onCheck();
         if (isFailing || std::exchange(isFailingOnce, false))
             throw ExtensionEnded("the extension ended before it answered");
         co_return stored;
@@ -65,7 +67,7 @@ class ScriptedExtension final : public LiveExtension {
         const bool isRedacted = drawing.appearance.redaction == drawing::Redaction::placeholder;
         auto bytes = (isRedacted ? "bars of " : "picture of ") + shopNameIn(drawing.entry);
         if (pictureDelay) {
-            const auto patience = drawing.pictureBudget.value_or(std::chrono::seconds(20));
+            const auto patience = drawing.pictureBudget.value_or(std::chrono::hours(1));
             bytes += patience < *pictureDelay ? " without" : " with";
             boost::asio::steady_timer wait(released_.get_executor(), std::min(patience, *pictureDelay));
             co_await wait.async_wait(boost::asio::use_awaitable);
@@ -110,6 +112,8 @@ class ScriptedExtension final : public LiveExtension {
     std::optional<std::chrono::milliseconds> pictureDelay;
     /// At the next look at what is stored.
     bool isFailingOnce = false;
+    /// What happens while it looks at what is stored.
+    std::function<void()> onCheck;
     /// A timeline, a drawing, does not end before it is released or left.
     bool isHeld = false;
     bool isDrawingHeld = false;

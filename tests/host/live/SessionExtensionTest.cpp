@@ -60,7 +60,7 @@ TEST_F(SessionExtensionTest, EndsTheExtensionOnceItHasRestedAndStartsAnotherWhen
              for (int count = 0; count < 2; ++count) {
                  const auto report = co_await extension.credentials();
                  EXPECT_EQ(report.tokens, 7u);
-                 for (int turn = 0; turn < 1000 && !isNothingLeft(); ++turn)
+                 for (int turn = 0; turn < 6000 && !isNothingLeft(); ++turn)
                      co_await platform::pause(milliseconds(10));
                  EXPECT_TRUE(isNothingLeft());
              }

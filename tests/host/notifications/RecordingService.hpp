@@ -65,9 +65,10 @@ class RecordingService {
             service_.ignore("Notify");
         else
             service_.answer("Notify", [this, kind](sd_bus_message* call, sd_bus_message* answer) {
+                const bool isRefused = isRefusing_;
                 ++asked_;
                 if (kind.isSlow) std::this_thread::sleep_for(std::chrono::milliseconds(100));
-                return isRefusing_ ? -EIO : take(call, answer);
+                return isRefused ? -EIO : take(call, answer);
             });
     }
 

@@ -79,7 +79,7 @@ class PageTest : public ReaderWorld {
     }
     static boost::asio::awaitable<void> hear(std::shared_ptr<platform::EventStream> stream,
                                              std::optional<std::string>& text) {
-        const auto event = co_await stream->next(std::chrono::seconds(20));
+        const auto event = co_await stream->next(platform::testing::patience / 2);
         text = event.value_or("the end");
     }
 };
@@ -106,15 +106,16 @@ TEST_F(PageTest, ComesWithoutThePicturesThatTakeLongAndSaysWhenTheyAreThere) {
     extension.pictureDelay = std::chrono::milliseconds(550);
     openPage();
     start();
-    ASSERT_TRUE(until([&] { return got("").find("Shop of Ada without") != std::string::npos; }));
-    EXPECT_THAT(got(""), HasSubstr("Shop of Ada without"));
     const auto stream = asked("GET", "events").events;
     ASSERT_TRUE(stream);
-    nextEvent(stream);
-    EXPECT_THAT(nextEvent(stream), StartsWith("event: state"));
-    const auto text = got("");
+    ASSERT_TRUE(until([&] { return got("").find("Shop of Ada without") != std::string::npos; }));
+    // One told of her packages, and on a machine that stands still of their pictures at once.
+    std::string text = "without";
+    while (text.find("without") != std::string::npos) {
+        ASSERT_THAT(nextEvent(stream), StartsWith("event: state"));
+        text = got("");
+    }
     EXPECT_THAT(text, HasSubstr("Shop of Ada with"));
-    EXPECT_THAT(text, Not(HasSubstr("without")));
 }
 
 TEST_F(PageTest, TellsEveryWindowOfASignOutAndShowsNothingOfThePersonAnyMore) {

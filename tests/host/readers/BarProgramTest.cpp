@@ -115,10 +115,9 @@ TEST_F(BarProgram, GoesOnThroughTheEndOfTheHost) {
     EXPECT_TRUE(comesToPrint("Arriving today"));
     endHost(SIGKILL);
     EXPECT_TRUE(comesToPrint("\"stale\""));
-    EXPECT_TRUE(
-        eventually([&] { return printed().rfind("\"class\":[\"arriving\"]") > printed().rfind("stale"); },
-                   std::chrono::seconds(30)))
-        << printed();
+    EXPECT_TRUE(eventually([&] {
+        return printed().rfind("\"class\":[\"arriving\"]") > printed().rfind("stale");
+    })) << printed();
     EXPECT_THAT(printed().substr(printed().find("Arriving")), Not(HasSubstr("placeholder")));
 }
 
@@ -127,7 +126,7 @@ TEST_F(BarProgram, EndsQuietlyOnceNobodyReads) {
     const auto reader = shell(
         "{ \"$0\" bar --follow 2> \"$1\"; echo \"status $?\" >> \"$1\"; } < /dev/null | head -c 1 > "
         "/dev/null");
-    EXPECT_EQ(reader->waitForEnd(std::chrono::seconds(30)), 0);
+    EXPECT_EQ(reader->waitForEnd(), 0);
     EXPECT_TRUE(comesToPrint("status 0\n"));
     EXPECT_THAT(printed(), ::testing::EndsWith("status 0\n"));
     EXPECT_EQ(printed(), "status 0\n");

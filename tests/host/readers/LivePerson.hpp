@@ -45,6 +45,7 @@ class LivePerson : public Person {
         EXPECT_EQ(companion({"sign-in", "--user-id", "12345"}, printed).status, 0);
     }
     void stopSandbox() { sandbox_.reset(); }
+    void signalSandbox(int signal) const { sandbox_->sendSignal(signal); }
 
     /// How often packages were asked for.
     std::size_t fetches() const {
@@ -76,8 +77,7 @@ class LivePerson : public Person {
     std::filesystem::path printedFile() const { return folder.path() / "printed"; }
     std::string printed() const { return contents(printedFile()); }
     bool comesToPrint(const std::string& words) const {
-        return platform::testing::eventually([&] { return printed().find(words) != std::string::npos; },
-                                             std::chrono::seconds(30));
+        return platform::testing::eventually([&] { return printed().find(words) != std::string::npos; });
     }
 
     static std::string contents(const std::filesystem::path& path) {

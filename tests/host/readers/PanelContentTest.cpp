@@ -29,17 +29,18 @@ TEST(PanelContent, SaysAllThatAShellShows) {
     const auto panel = panelOf(
         stateWith({{.name = "Tea", .secondary = "By 6 PM"},
                    {.name = "Books", .primary = "Delivered", .progress = 1, .link = "velaapp://order/2"}}));
-    EXPECT_EQ(jsonLine(panel),
-              R"({"asOf":null,"class":"arriving","hasTrouble":false,"isStale":false,"keptFor":86400,)"
-              R"("link":"velaapp://order/1","packages":[)"
-              R"({"class":"arriving","link":"velaapp://order/1","percentage":60,)"
-              R"("spoken":"Tea: in transit, by 6 PM; 60 percent of the way","text":"Tea: In transit"},)"
-              R"({"class":"delivered","link":"velaapp://order/2","percentage":100,)"
-              R"("spoken":"Books: delivered; all of the way","text":"Books: Delivered"}],)"
-              R"("percentage":60,"remark":null,"shortText":"In transit",)"
-              R"("spoken":"Tea: in transit, by 6 PM; 60 percent of the way","text":"Tea: In transit",)"
-              R"("tooltip":"Tea: In transit\nBooks: Delivered"})"
-              "\n");
+    EXPECT_EQ(
+        jsonLine(panel),
+        R"({"asOf":null,"class":"arriving","hasTrouble":false,"isStale":false,"keptFor":86400,"keychain":null,)"
+        R"("link":"velaapp://order/1","packages":[)"
+        R"({"class":"arriving","link":"velaapp://order/1","percentage":60,)"
+        R"("spoken":"Tea: in transit, by 6 PM; 60 percent of the way","text":"Tea: In transit"},)"
+        R"({"class":"delivered","link":"velaapp://order/2","percentage":100,)"
+        R"("spoken":"Books: delivered; all of the way","text":"Books: Delivered"}],)"
+        R"("percentage":60,"remark":null,"shortText":"In transit",)"
+        R"("spoken":"Tea: in transit, by 6 PM; 60 percent of the way","text":"Tea: In transit",)"
+        R"("tooltip":"Tea: In transit\nBooks: Delivered"})"
+        "\n");
 }
 
 TEST(PanelContent, HasTheSameMembersWhateverTheState) {

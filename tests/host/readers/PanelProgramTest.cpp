@@ -30,14 +30,26 @@ class PanelProgram : public LivePerson {
     static json::object parsed(const std::string& text) {
         return platform::JSONSerialization::JSONObjectWithData(text).as_object();
     }
-    std::string version() const { return std::string(parsed(panel().output).at("version").as_string()); }
+    /// What tells what a shell shows from all else.
+    struct Shown {
+        std::string version;
+        std::string keychain = "";
+    };
+    Shown shown() const {
+        const auto object = parsed(panel().output);
+        return {.version = std::string(object.at("version").as_string()),
+                .keychain = std::string(object.at("keychain").as_string())};
+    }
 
     /// One that waits for something else than that version; what it prints goes into a file.
-    std::unique_ptr<BackgroundProgram> waiting(const std::string& after) const {
+    std::unique_ptr<BackgroundProgram> waiting(const Shown& after) const {
         ProgramRun run = {.program = "/bin/sh"};
-        run.arguments = {"-c", "exec \"$0\" panel --after \"$1\" > \"$2\"",
-                         (platform::testing::programFolder() / "vela-widget").string(), after,
-                         printedFile().string()};
+        run.arguments = {"-c",
+                         "exec \"$0\" panel --after \"$1\" --keychain \"$3\" > \"$2\"",
+                         (platform::testing::programFolder() / "vela-widget").string(),
+                         after.version,
+                         printedFile().string(),
+                         after.keychain};
         run.environment = environment;
         return std::make_unique<BackgroundProgram>(run);
     }
@@ -75,28 +87,27 @@ TEST_F(PanelProgram, AddsAPictureAndItsVersionIsThePicturesToo) {
 
 TEST_F(PanelProgram, WaitsForSomethingElseAndThenEnds) {
     startSandbox();
-    const auto waiter = waiting(version());
+    const auto waiter = waiting(shown());
     EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300)));
     companion({"sign-out"});
     EXPECT_TRUE(comesToPrint("Sign in to Vela")) << printed();
-    EXPECT_EQ(waiter->waitForEnd(std::chrono::seconds(30)), 0);
+    EXPECT_EQ(waiter->waitForEnd(), 0);
 }
 
 TEST_F(PanelProgram, PrintsAtOnceWhatIsAnotherThanWasShown) {
     startSandbox();
-    version();
+    shown();
     EXPECT_THAT(panel({"--after", "of-yesterday"}).output, HasSubstr("Arriving today"));
 }
 
 TEST_F(PanelProgram, ShowsNoLessForHostsThatWereKilled) {
     startSandbox();
-    const auto waiter = waiting(version());
+    const auto waiter = waiting(shown());
     for (std::size_t hosts = 1; hosts < 5; ++hosts) {
         const auto before = hostProcess();
         EXPECT_TRUE(eventually([&] { return fetches() == hosts; }));
         endHost(SIGKILL);
-        EXPECT_TRUE(eventually([&] { return hostProcess() != before && fetches() == hosts + 1; },
-                               std::chrono::seconds(30)));
+        EXPECT_TRUE(eventually([&] { return hostProcess() != before && fetches() == hosts + 1; }));
     }
     EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(300))) << printed();
     EXPECT_TRUE(platform::testing::isAlive(waiter->processIdentifier()));
@@ -104,13 +115,13 @@ TEST_F(PanelProgram, ShowsNoLessForHostsThatWereKilled) {
 
 TEST_F(PanelProgram, ShowsNothingOfAnotherPersonHoweverOftenItsHostWasKilledBefore) {
     startSandbox({"--delay", "2500"});
-    const auto waiter = waiting(version());
+    const auto waiter = waiting(shown());
     EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
     endHost(SIGKILL);
-    EXPECT_TRUE(eventually([&] { return settled(); }, std::chrono::seconds(30)));
+    EXPECT_TRUE(eventually([&] { return settled(); }));
     EXPECT_EQ(printed(), "");
     EXPECT_EQ(companion({"sign-in", "--user-id", "67890"}, credentials).status, 0);
-    EXPECT_TRUE(eventually([&] { return !printed().empty(); }, std::chrono::seconds(30)));
+    EXPECT_TRUE(eventually([&] { return !printed().empty(); }));
     EXPECT_THAT(printed(), HasSubstr("Looking for your packages"));
     EXPECT_THAT(printed(), Not(HasSubstr("Fathom")));
 }
@@ -127,10 +138,10 @@ TEST_F(PanelProgram, SaysThatNoHostCanBeHadAndDoesNotWaitForOne) {
 
 TEST_F(PanelProgram, TakesAHostThatHangsForNone) {
     startSandbox();
-    version();
+    shown();
     const auto host = hostProcess();
     ::kill(host, SIGSTOP);
-    EXPECT_EQ(waiting("of-yesterday")->waitForEnd(std::chrono::seconds(60)), 1);
+    EXPECT_EQ(waiting({.version = "of-yesterday"})->waitForEnd(), 1);
     EXPECT_EQ(printed(), "");
     ::kill(host, SIGCONT);
     EXPECT_THAT(panel({"--after", "of-yesterday"}).output, HasSubstr("Arriving today"));
@@ -138,13 +149,13 @@ TEST_F(PanelProgram, TakesAHostThatHangsForNone) {
 
 TEST_F(PanelProgram, SaysSoWhenNoHostCanBeHadAnyMore) {
     startSandbox();
-    const auto waiter = waiting(version());
+    const auto waiter = waiting(shown());
     EXPECT_TRUE(eventually([&] { return fetches() == 1; }));
     const auto host = hostProcess();
     rename(folder.path() / "run/vela-widget", folder.path() / "elsewhere");
     std::ofstream(folder.path() / "run/vela-widget") << "no folder";
     ::kill(host, SIGKILL);
-    EXPECT_EQ(waiter->waitForEnd(std::chrono::seconds(60)), 1);
+    EXPECT_EQ(waiter->waitForEnd(), 1);
     EXPECT_EQ(printed(), "");
 }
 
@@ -162,7 +173,7 @@ TEST_F(PanelProgram, DrawsForThePersonsEyes) {
 
 TEST_F(PanelProgram, EndsWithWhoeverReadsIt) {
     startSandbox();
-    const auto mine = version();
+    const auto mine = shown().version;
     ProgramRun run = {.program = "/bin/sh"};
     run.arguments = {"-c", "\"$0\" panel --after \"$1\" | true; echo done > \"$2\"",
                      (platform::testing::programFolder() / "vela-widget").string(), mine,

@@ -72,14 +72,13 @@ class PseudoTerminal {
     void sendSignal(int signal) const { ::kill(process_, signal); }
     pid_t processIdentifier() const { return process_; }
 
-    /// Waits until it has shown `words` since the last `forget`.
-    bool shows(const std::string& words) {
-        return platform::testing::eventually(
-            [&] {
-                read();
-                return shown_.find(words) != std::string::npos;
-            },
-            std::chrono::seconds(30));
+    /// Waits until it has shown `words` since the last `forget`, after `others` where there are some.
+    bool shows(const std::string& words, const std::string& others = {}) {
+        return platform::testing::eventually([&] {
+            read();
+            const auto from = shown_.find(others);
+            return from != std::string::npos && shown_.find(words, from) != std::string::npos;
+        });
     }
     const std::string& shown() const { return shown_; }
     void forget() {
@@ -90,12 +89,10 @@ class PseudoTerminal {
     /// The exit status, or 128 + the signal that ended it.
     std::optional<int> end() {
         int status = 0;
-        const bool hasEnded = platform::testing::eventually(
-            [&] {
-                read();
-                return ::waitpid(process_, &status, WNOHANG) == process_;
-            },
-            std::chrono::seconds(30));
+        const bool hasEnded = platform::testing::eventually([&] {
+            read();
+            return ::waitpid(process_, &status, WNOHANG) == process_;
+        });
         if (!hasEnded) return std::nullopt;
         process_ = -1;
         read();

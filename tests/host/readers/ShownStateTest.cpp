@@ -34,16 +34,29 @@ TEST(ShownState, StaysThroughTheEndOfAHostMarkedAsOld) {
     EXPECT_FALSE(shown.state().asOf);
 }
 
-TEST(ShownState, IsGivenUpWhereTheNextHostSaysOnceMoreThatItKnowsNothing) {
+LiveState by(std::string keychain, LiveState state) {
+    state.keychain = std::move(keychain);
+    return state;
+}
+
+TEST(ShownState, IsGivenUpWhereTheNextHostKnowsNothingByAnotherKeychain) {
+    ShownState shown;
+    shown.take(by("hers-1", stateWith({{.name = "Tea"}})));
+    for (const auto* keychain : {"hers-1", "hers-1", ""}) {
+        shown.lose(someNoon);
+        shown.take(by(keychain, unknownState()));
+        EXPECT_EQ(packageCount(shown), 1u) << keychain;
+    }
+    shown.take(by("hers-2", unknownState()));
+    EXPECT_TRUE(shown.state().isPlaceholder) << "somebody else has signed in meanwhile";
+}
+
+TEST(ShownState, IsKeptWhereTheHostBeforeKnewOfNoKeychain) {
     ShownState shown;
     shown.take(stateWith({{.name = "Tea"}}));
-    for (int hosts = 0; hosts < 2; ++hosts) {
-        shown.lose(someNoon);
-        shown.take(unknownState());
-        EXPECT_EQ(packageCount(shown), 1u);
-    }
-    shown.take(unknownState());
-    EXPECT_TRUE(shown.state().isPlaceholder) << "somebody else has signed in meanwhile";
+    shown.lose(someNoon);
+    shown.take(by("hers-1", unknownState()));
+    EXPECT_EQ(packageCount(shown), 1u);
 }
 
 TEST(ShownState, IsKeptForADayWithoutAHost) {

@@ -14,11 +14,17 @@ function call(program, words) {
     return ["exec", quoted(Programs.folder + "/" + program)].concat(words.map(quoted)).join(" ");
 }
 
-/// Ends with the next thing to show, once it is another than that of `version`. Another `turn` is another process.
-function panel(version, picture, turn) {
+/// Ends with the next thing to show, once it is another than that of `version`, or may be another person's than what is
+/// shown by that keychain, or null. Another `turn` is another process.
+function panel(version, keychain, picture, turn) {
     return call("vela-widget", ["panel", "--family", "systemMedium", "--scheme", picture.scheme,
         "--scale", String(picture.scale), "--text-scaling", String(picture.textScaling), "--contrast", picture.contrast,
-        "--after", version]) + " # " + turn;
+        "--keychain", keychain || "", "--after", version]) + " # " + turn;
+}
+
+/// Ends with what is to be shown once that may be somebody's no longer which is shown by that keychain; asks no host.
+function signInWatch(keychain) {
+    return call("vela-widget", ["panel", "--keychain", keychain, "--without-host"]);
 }
 
 function reload() {

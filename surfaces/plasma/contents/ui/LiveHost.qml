@@ -62,22 +62,31 @@ Item {
         id: reader
 
         property string command: ""
+        /// Of readers that took another's place before it had said anything.
+        property int renewals: 0
 
         engine: "executable"
 
         function read() {
             pause.stop()
-            command = Commands.panel(host.version, host, turn.begin())
+            command = Commands.panel(host.version, host.shown.panel.keychain, host, turn.begin() + "." + renewals)
             if (connectedSources.length === 1 && connectedSources[0] === command)
                 return
             connectedSources = []
             connectSource(command)
         }
 
+        /// By another reader, also where one waits.
+        function readAnew() {
+            ++renewals
+            read()
+        }
+
         onNewData: {
             disconnectSource(sourceName)
             if (sourceName !== command)
                 return
+            renewals = 0
             if (host.take(data["exit code"], data["stdout"])) {
                 pause.failures = 0
                 Qt.callLater(read)
@@ -86,6 +95,21 @@ Item {
                 turn.stop()
                 pause.start()
             }
+        }
+    }
+
+    // While no host speaks for what is shown.
+    PlasmaCore.DataSource {
+        id: signIn
+
+        readonly property string keychain: Panel.watchedKeychain(host.shown) || ""
+
+        engine: "executable"
+        connectedSources: keychain === "" ? [] : [Commands.signInWatch(keychain)]
+        onNewData: {
+            const panel = data["exit code"] === 0 ? Panel.panelFrom(data["stdout"]) : null
+            if (panel)
+                host.shown = Panel.lost(Panel.taken(host.shown, panel, null), Date.now())
         }
     }
 
@@ -120,6 +144,11 @@ Item {
         id: tasks
 
         engine: "executable"
-        onNewData: disconnectSource(sourceName)
+        onNewData: {
+            disconnectSource(sourceName)
+            // It may be that no host hears of anything.
+            if (sourceName === Commands.reload() && data["exit code"] !== 0)
+                reader.readAnew()
+        }
     }
 }

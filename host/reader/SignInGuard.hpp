@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+// Whose what a reader shows is, while no live host says so: by the version of the keychain alone, which the
+// kernel or the keyring tells of. Nothing is read of it. Belongs to one executor.
+
+#include <boost/asio/any_io_executor.hpp>
+#include <chrono>
+#include <functional>
+#include <string>
+
+#include "host/protocol/LiveState.hpp"
+#include "platform/Asio/DescriptorWatch.hpp"
+#include "platform/SystemEvents/KeychainWatch.hpp"
+
+namespace host {
+
+class SignInGuard {
+  public:
+    /// A host looks at each other version, and says within `patience` what it means. `shown` is that of what
+    /// is shown already, or empty. `forget` is told where somebody may have signed out, or in, and no host
+    /// says anything of it; nothing of what is shown is to stay then.
+    SignInGuard(const boost::asio::any_io_executor& executor, std::chrono::milliseconds patience,
+                std::string shown, std::function<void()> forget);
+
+    /// A host says that.
+    void hear(const LiveState& state);
+    /// None does.
+    void lose();
+
+    /// What is to be shown in place of what is forgotten.
+    LiveState nothing() const;
+
+  private:
+    void compare();
+    void forget();
+
+    std::chrono::milliseconds patience_;
+    std::function<void()> forget_;
+    std::string shown_;
+    /// With this no host is doubted again.
+    std::string judged_;
+    bool hasHost_ = false;
+    platform::Alarm late_;
+    platform::KeychainWatch keychain_;
+};
+
+}  // namespace host
