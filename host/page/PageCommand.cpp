@@ -69,7 +69,7 @@ int PageCommand::run() const {
     const auto door = PageDoor::made(server.port());
     LiveHostClient::Options client;
     client.program = program;
-    client.answerLimit = answerLimit;
+    client.answerLimit = client.reloadLimit = answerLimit;
     // Where there can be no live host the page ends, and nobody is to have its address.
     const auto onBegun = [&] {
         try {

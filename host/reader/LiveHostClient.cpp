@@ -132,9 +132,10 @@ class LiveHostClient::Connection : public std::enable_shared_from_this<Connectio
     bool isDeserted() const { return isDeserted_; }
     void listen(StateHandler onState) { onState_ = std::move(onState); }
 
-    asio::awaitable<Message> ask(json::object request, milliseconds limit = milliseconds::max()) {
+    asio::awaitable<Message> ask(json::object request) { return ask(std::move(request), answerLimit_); }
+    asio::awaitable<Message> ask(json::object request, milliseconds limit) {
         throwIfEnded();
-        const platform::Deadline deadline(std::min(limit, answerLimit_));
+        const platform::Deadline deadline(limit);
         const auto reply = std::make_shared<PendingReply>(ended_.get_executor(), deadline);
         const auto identifier = ++lastIdentifier_;
         request["id"] = identifier;
@@ -296,7 +297,8 @@ asio::awaitable<void> LiveHostClient::followOnce(StateHandler onState) {
     connection->listen(onState);
     // Nothing of the first state stays while others come after it.
     try {
-        auto answer = co_await connection->ask(asking(LiveRequest::follow), options_.followLimit);
+        const auto limit = std::min(options_.followLimit, options_.answerLimit);
+        auto answer = co_await connection->ask(asking(LiveRequest::follow), limit);
         onState(stateIn(answer));
     } catch (const LiveHostEnded&) {
         // Another may have taken the place of one that hangs.
@@ -413,7 +415,8 @@ asio::awaitable<void> LiveHostClient::requireAnswer() {
 
 asio::awaitable<LiveState> LiveHostClient::reload() {
     if (hasHost() || options_.ifMissing == IfMissing::leave) co_await requireAnswer();
-    auto answer = co_await ask(asking(LiveRequest::reload));
+    const auto connection = co_await connected();
+    auto answer = co_await connection->ask(asking(LiveRequest::reload), options_.reloadLimit);
     co_return stateIn(answer);
 }
 

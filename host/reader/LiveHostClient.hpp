@@ -64,10 +64,11 @@ class LiveHostClient {
         /// How long one that was started and runs may take until it listens, on a machine that has much else
         /// to do.
         std::chrono::milliseconds startLimit = std::chrono::seconds(30);
-        /// How long an answer may take: a reload waits for the extension, and that for the server, 190
-        /// seconds at most; and before that for as much that is under way, and for an extension that hung to
-        /// end.
-        std::chrono::milliseconds answerLimit = std::chrono::seconds(420);
+        /// How long an answer may take.
+        std::chrono::milliseconds answerLimit = std::chrono::seconds(150);
+        /// How long a reload may take: it waits for the extension, and that for the server, 190 seconds at
+        /// most; and before that for as much that is under way, and for an extension that hung to end.
+        std::chrono::milliseconds reloadLimit = std::chrono::seconds(420);
         /// How long a host may take to say what it shows, before who follows it is told that there is a gap;
         /// one that is well says it at once.
         std::chrono::milliseconds followLimit = std::chrono::seconds(10);

@@ -140,6 +140,16 @@ TEST_F(NetworkPicturesTest, HaveNotFailedWhereADrawingWasInAHurry) {
     EXPECT_THAT(readAll({server.url()}), ElementsAre("picture"));
 }
 
+TEST_F(NetworkPicturesTest, HaveNotFailedWhereADrawingWasInAHurryInTheMiddleOfThem) {
+    const LoopbackServer server([](const ReceivedRequest&, LoopbackServer::Peer& peer) {
+        peer.send("HTTP/1.1 200 OK\r\nContent-Length: 7\r\n\r\npic");
+        std::this_thread::sleep_for(milliseconds(300));
+        peer.send("ture");
+    });
+    EXPECT_THAT(readAll({server.url()}, milliseconds(150)), ElementsAre("none"));
+    EXPECT_THAT(readAll({server.url()}), ElementsAre("picture"));
+}
+
 TEST_F(NetworkPicturesTest, OfThisMachineAreReadAnew) {
     const platform::testing::TemporaryFolder folder;
     const URL file = URL::parse("file://" + (folder.path() / "picture").string()).value();

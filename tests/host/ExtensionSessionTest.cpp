@@ -185,7 +185,7 @@ TEST_F(ExtensionSessionTest, NamesTheServerWhereItsExtensionAnswersAllElse) {
 TEST(ExtensionSessionOptions, WaitForAQueryAndForTheRenewalAfterIt) {
     using std::chrono::seconds;
     EXPECT_GE(ExtensionSession::Options().answerBudget, seconds(120 + 3 + 60));
-    EXPECT_GE(LiveHostClient::Options().answerLimit, 2 * ExtensionSession::Options().answerBudget);
+    EXPECT_GE(LiveHostClient::Options().reloadLimit, 2 * ExtensionSession::Options().answerBudget);
 }
 
 TEST_F(ExtensionSessionTest, WaitsLessForWhatNeedsNoServer) {

@@ -34,7 +34,13 @@ ScriptedService::~ScriptedService() {
 
 void ScriptedService::answer(const std::string& member, Answer answer) {
     const std::lock_guard lock(mutex_);
+    refusals_.erase(member);
     answers_[member] = std::move(answer);
+}
+
+void ScriptedService::refuse(const std::string& member, const std::string& error) {
+    const std::lock_guard lock(mutex_);
+    refusals_[member] = error;
 }
 
 void ScriptedService::ignore(const std::string& member) {
@@ -52,6 +58,11 @@ int ScriptedService::handle(sd_bus_message* message, void* service, sd_bus_error
     const char* member = sd_bus_message_get_member(message);
     if (!member || sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0) return 0;
     ++self.calls_[member];
+    const auto refused = self.refusals_.find(member);
+    if (refused != self.refusals_.end()) {
+        sd_bus_reply_method_errorf(message, refused->second.c_str(), "refused");
+        return 1;
+    }
     const auto found = self.answers_.find(member);
     if (found == self.answers_.end()) return 0;
     if (!found->second) return 1;

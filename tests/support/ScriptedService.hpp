@@ -31,6 +31,8 @@ class ScriptedService {
     ScriptedService& operator=(const ScriptedService&) = delete;
 
     void answer(const std::string& member, Answer answer);
+    /// A call whose answer is the error of that name.
+    void refuse(const std::string& member, const std::string& error);
     /// A call whose answer never comes.
     void ignore(const std::string& member);
 
@@ -52,6 +54,7 @@ class ScriptedService {
     mutable std::mutex mutex_;
     sd_bus* bus_ = nullptr;
     std::map<std::string, Answer> answers_;
+    std::map<std::string, std::string> refusals_;
     std::map<std::string, int> calls_;
     std::atomic<bool> isEnding_ = false;
     std::thread thread_;

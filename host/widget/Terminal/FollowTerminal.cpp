@@ -101,6 +101,7 @@ bool FollowTerminal::scrollsHelp(Key key) {
         case Key::redraw:
         case Key::quit: return false;
     }
+    view_.note.clear();
     draw();
     return true;
 }

@@ -3,7 +3,6 @@
 #include "host/widget/Terminal/FollowView.hpp"
 
 #include <algorithm>
-#include <array>
 #include <optional>
 
 #include "host/reader/LiveRemark.hpp"

@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 
 #include "host/protocol/DiagnosisCoding.hpp"
 #include "host/protocol/MessageChannel.hpp"
+#include "platform/Bundle/Bundle.hpp"
 #include "server/TokenKeychain.hpp"
 #include "tests/support/Awaited.hpp"
 #include "tests/support/InMemoryItemStore.hpp"
@@ -47,6 +49,18 @@ TEST_F(DiagnosisTest, AsksTheServerOnceAndWithoutCredentials) {
     EXPECT_EQ(request.httpMethod, "GET");
     EXPECT_TRUE(request.headers.empty());
     EXPECT_EQ(request.httpBody, "");
+    EXPECT_EQ(request.timeoutInterval, std::chrono::seconds(10));
+    EXPECT_EQ(request.timeoutIntervalForResource, std::chrono::seconds(10));
+}
+
+TEST_F(DiagnosisTest, NamesWhatIsInUse) {
+    session_->answer(200, "");
+    const auto found = diagnosed();
+    const auto& bundle = platform::Bundle::main();
+    EXPECT_EQ(found.bundle, bundle.resourceFolder().string());
+    EXPECT_EQ(found.isBundleWhole, bundle.infoDictionary().has_value());
+    EXPECT_EQ(found.suite, suiteName());
+    EXPECT_EQ(found.keychain, "embedded");
 }
 
 TEST_F(DiagnosisTest, SaysNothingSecretOfTheAddress) {

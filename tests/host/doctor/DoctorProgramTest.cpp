@@ -4,12 +4,17 @@
 
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <sstream>
 
+#include "platform/Files/Descriptor.hpp"
 #include "tests/host/Person.hpp"
 #include "tests/host/readers/PseudoTerminal.hpp"
 #include "tests/support/PrivateBus.hpp"
@@ -126,6 +131,15 @@ TEST_F(DoctorProgram, FindsSettingsThatAreNone) {
     EXPECT_THAT(result.output + result.errors, Not(HasSubstr("secret")));
 }
 
+TEST_F(DoctorProgram, FindsThatNothingCanBeStored) {
+    // Where nobody can write, whoever the tests run as.
+    environment["XDG_DATA_HOME"] = "/proc/self/nowhere";
+    const auto result = widget({"doctor", "--json"});
+    EXPECT_EQ(verdicts(result).at("settings"), "problem");
+    EXPECT_THAT(saidIn(result, "sentence").at("settings"),
+                HasSubstr("Nothing can be stored, no sign-in either ("));
+}
+
 TEST_F(DoctorProgram, FindsABundleOfWhichSomethingIsMissing) {
     const auto bundle = folder.path() / "bundle";
     fs::copy(platform::testing::programFolder().parent_path() / "share/vela-widget", bundle,
@@ -179,6 +193,27 @@ TEST_F(DoctorProgram, FindsALiveHostThatIsStopped) {
     EXPECT_THAT(result.output, HasSubstr("kill -KILL " + std::to_string(host.processIdentifier())));
 }
 
+TEST_F(DoctorProgram, NamesNoProcessToBeEndedThatIsGone) {
+    makeRuntimeFolder();
+    fs::create_directory(runtime / "vela-widget");
+    fs::permissions(runtime / "vela-widget", fs::perms::owner_all);
+    // A door behind which nobody answers, and the lock of a host that has ended.
+    const platform::Descriptor door(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    const auto path = (runtime / "vela-widget/host.socket").string();
+    ASSERT_LT(path.copy(address.sun_path, sizeof address.sun_path), sizeof address.sun_path);
+    ASSERT_EQ(::bind(door, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(::listen(door, 5), 0);
+    const pid_t gone = ::fork();
+    if (gone == 0) ::_exit(0);
+    ::waitpid(gone, nullptr, 0);
+    fs::permissions(folder.write("run/vela-widget/host.lock", std::to_string(gone) + "\n"),
+                    fs::perms::owner_read | fs::perms::owner_write);
+    const auto said = saidIn(widget({"doctor", "--json"}), "sentence").at("live host");
+    EXPECT_THAT(said, HasSubstr("No surface is served: the live host has not answered"));
+    EXPECT_THAT(said, Not(HasSubstr("kill")));
+}
+
 TEST_F(DoctorProgram, FindsThatNothingOpensPages) {
     environment["PATH"] = folder.path().string();
     EXPECT_THAT(saidIn(widget({"doctor", "--json"}), "sentence").at("links"), HasSubstr("install xdg-utils"));
@@ -210,6 +245,10 @@ TEST_F(DoctorProgram, AsksTheServiceManagerForTheSocket) {
     manager.answer("GetUnitFileState", [](sd_bus_message*, sd_bus_message*) { return -ENOENT; });
     EXPECT_THAT(said(), HasSubstr("is not installed"));
     manager.answer("GetUnitFileState", [](sd_bus_message*, sd_bus_message*) { return -EACCES; });
+    EXPECT_THAT(said(), HasSubstr("no service manager"));
+    manager.refuse("GetUnitFileState", "org.freedesktop.systemd1.NoSuchUnit");
+    EXPECT_THAT(said(), HasSubstr("is not installed"));
+    manager.refuse("GetUnitFileState", "org.freedesktop.systemd1.NoSuchUnitEver");
     EXPECT_THAT(said(), HasSubstr("no service manager"));
     manager.ignore("GetUnitFileState");
     EXPECT_THAT(said(), HasSubstr("no service manager"));

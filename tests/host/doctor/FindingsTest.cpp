@@ -50,6 +50,26 @@ TEST(Findings, AreAllGoodWhereAllIsWell) {
     EXPECT_EQ(findings(wellEvidence()).size(), 11U);
 }
 
+TEST(Findings, ComeInTheOrderInWhichTheyAreToBeMended) {
+    const auto checks = [](const Evidence& evidence) {
+        std::string names;
+        for (const auto& finding : findings(evidence)) names += finding.check + ", ";
+        return names;
+    };
+    auto evidence = wellEvidence();
+    EXPECT_EQ(checks(evidence),
+              "settings, extension, bundle, drawing, keyring, server, fonts, zone, links, "
+              "units, live host, ");
+    evidence.extension.reset();
+    EXPECT_EQ(checks(evidence), "settings, extension, fonts, zone, links, units, live host, ");
+}
+
+TEST(Findings, TakeASignInThatHasExpiredForOneThatIsStored) {
+    auto evidence = wellEvidence();
+    evidence.extension->credentials.state = CredentialState::expired;
+    EXPECT_EQ(findingOf(evidence, "keyring"), findingOf(wellEvidence(), "keyring"));
+}
+
 struct Ailment {
     const char* name;
     const char* check;
@@ -135,6 +155,14 @@ TEST(Findings, SayOfEachAilmentWhatToDo) {
          "xdg-utils"},
         {"a unit that is not enabled", "units", [](Evidence& e) { e.socketUnit = "disabled"; },
          Verdict::advice, "systemctl --user enable --now vela-widget.socket"},
+        {"a unit that may not be", "units", [](Evidence& e) { e.socketUnit = "masked"; }, Verdict::advice,
+         "vela-widget.socket is masked: "},
+        {"settings that can neither be read nor written", "settings",
+         [](Evidence& e) {
+             e.settingsFault = "they are none";
+             e.storageFault = "/home: Permission denied";
+         },
+         Verdict::problem, "(they are none): "},
         {"no unit", "units", [](Evidence& e) { e.socketUnit = ""; }, Verdict::advice, "not installed"},
         {"no live host", "live host", [](Evidence& e) { e.liveHost.reset(); }, Verdict::advice,
          "vela-widget run"},
@@ -241,6 +269,8 @@ TEST(FaultOfStoringIn, IsThatOfTheNearestFolderThatIsThere) {
     const platform::testing::TemporaryFolder folder;
     EXPECT_EQ(faultOfStoringIn(folder.path()), "");
     EXPECT_EQ(faultOfStoringIn(folder.path() / "new/folder"), "");
+    const auto file = folder.write("file", "");
+    EXPECT_EQ(faultOfStoringIn(file), file.string() + ": Permission denied") << "nothing can be put in it";
     EXPECT_EQ(platform::testing::runWithoutPrivileges(
                   [] { return faultOfStoringIn("/nonexistent/folder") == "/: Permission denied" ? 0 : 1; }),
               0);

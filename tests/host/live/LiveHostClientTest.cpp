@@ -79,6 +79,11 @@ class LiveHostClientTest : public ReaderWorld {
         co_return shopNameIn(state.entry);
     }
 
+    static boost::asio::awaitable<std::string> reloadOf(std::shared_ptr<LiveHostClient> reader) {
+        const auto state = co_await reader->reload();
+        co_return shopNameIn(state.entry);
+    }
+
     enum class Afterwards { stays, saysNoMore };
 
     /// What a reader makes of a host that says that.
@@ -171,6 +176,16 @@ TEST_F(LiveHostClientTest, WaitsForNoAnswerForEver) {
     options.answerLimit = std::chrono::milliseconds(100);
     const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
     EXPECT_EQ(answer([&] { return stateOf(reader); }),
+              "failed: the live host has not answered within 100 ms");
+}
+
+TEST_F(LiveHostClientTest, WaitsForAReloadInItsOwnTime) {
+    listen();
+    LiveHostClient::Options options;
+    options.answerLimit = std::chrono::milliseconds(50);
+    options.reloadLimit = std::chrono::milliseconds(100);
+    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
+    EXPECT_EQ(answer([&] { return reloadOf(reader); }),
               "failed: the live host has not answered within 100 ms");
 }
 

@@ -120,6 +120,9 @@ TEST_F(ShowFollow, ChoosesOpensAndCopies) {
 TEST_F(ShowFollow, ScrollsItsHelpInASmallWindowAndEndsItWithAnyOtherKey) {
     start();
     terminal.resize(5, 40);
+    // What was said is over with the next key, also with one that scrolls.
+    terminal.type("y");
+    EXPECT_TRUE(terminal.shows("Copied")) << terminal.shown();
     terminal.forget();
     terminal.type("?");
     EXPECT_TRUE(terminal.shows("Down for more")) << terminal.shown();
