@@ -36,6 +36,8 @@ LiveState SignInGuard::nothing() const {
 
 void SignInGuard::compare() {
     const auto& present = keychain_.version();
+    // A host that ended before it knew it has said nothing of it.
+    if (shown_.empty() && !hasHost_) shown_ = present;
     const bool isAnother = platform::areOfSameKeychain(shown_, present) && shown_ != present;
     if (!isAnother || (hasHost_ && present == judged_)) return late_.clear();
     if (!hasHost_) return forget();

@@ -274,6 +274,23 @@ TEST_F(LiveHostClientTest, CaresNothingForAKeychainThatIsNotTheHosts) {
     clock.settle();
 }
 
+TEST_F(LiveHostClientTest, WatchesAKeychainThatItsHostHadNotSeenYet) {
+    listen();
+    const auto reader = clientWith(std::chrono::hours(1));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
+    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    hangUp();
+    EXPECT_TRUE(until([&] { return !gaps.empty(); }));
+    change("another");
+    EXPECT_TRUE(until([&] { return views.size() == 2; }));
+    EXPECT_EQ(views.back(), nobody);
+    reader->close();
+    clock.settle();
+}
+
 TEST_F(LiveHostClientTest, GoesOnWithoutAPlaceForAHostOnceThereWasOne) {
     listen();
     const auto reader = clientWith(std::chrono::hours(1));
