@@ -327,10 +327,10 @@ asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&
     });
     // Named, as g++ 12 destroys twice what is made within what is awaited.
     const StateHandler passOn = [&](const LiveState& state) {
-        failures = 0;
         hasFollowed = true;
+        if (!guard.hear(state)) return;
+        failures = 0;
         onState(state);
-        guard.hear(state);
     };
     while (!isClosed_) {
         try {
