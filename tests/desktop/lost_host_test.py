@@ -208,7 +208,11 @@ class LostHost(unittest.TestCase):
             clear_keychain(person)
             self.assert_emptied(surfaces, signed_out, 15)
             os.kill(host, signal.SIGCONT)
-            eventually(lambda: "Sign in" in surfaces[0].text(), "the sign-in view")
+
+            def is_signed_out():
+                self.assertNotIn(WORDS, surfaces[0].text() + surfaces[1].text(), "what the host knew before")
+                return "Sign in" in surfaces[0].text()
+            eventually(is_signed_out, "the sign-in view")
 
     def test_the_next_host_shows_nothing_of_who_was_there_before(self):
         with Person() as person:
