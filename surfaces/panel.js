@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-/* exported lost, nothingShown, panelFrom, taken, watchedKeychain, withoutFiles */
+/* exported forgotten, lost, nothingShown, panelFrom, taken, watchedKeychain, withoutFiles */
 
 // What the live host has for a panel: `panel.json`, and what `vela-widget panel` prints; and what a shell shows while
 // hosts come and go. Pure functions, in what all shells' languages have in common.
@@ -47,7 +47,7 @@ function panelFrom(text) {
 /// What is shown once a host has said that.
 function taken(shown, panel, picture) {
     const knowsNothingYet = panel.barClass === 'placeholder' && !panel.hasTrouble;
-    const isOfAnother = panel.keychain !== null && shown.panel.keychain !== null && panel.keychain !== shown.panel.keychain;
+    const isOfAnother = panel.keychain !== null && panel.keychain !== shown.panel.keychain;
     // A host that has just begun in place of another, and for the same sign-in, is no reason to show less,
     if (shown.lostSince !== null && knowsNothingYet && !isOfAnother && shown.panel.barClass !== 'placeholder')
         return shown;
@@ -69,10 +69,16 @@ function lost(shown, now) {
     };
 }
 
-/// The keychain to be watched, as no host speaks for what is shown: with another that may be somebody's no longer. Null where
-/// nothing is shown of anybody's.
+/// The keychain to be watched, as no host speaks for what is shown: with another that may be somebody's no longer. Empty where
+/// no host has said which it was, and null where nothing is shown of anybody's.
 function watchedKeychain(shown) {
-    return shown.lostSince !== null && shown.panel.barClass !== 'placeholder' ? shown.panel.keychain : null;
+    const isKept = shown.lostSince !== null && shown.panel.barClass !== 'placeholder';
+    return isKept ? shown.panel.keychain || '' : null;
+}
+
+/// What is shown once that is another, with the panel that says so.
+function forgotten(shown, panel) {
+    return {panel, picture: null, lostSince: shown.lostSince};
 }
 
 /// While one runs whose files cannot be had, as on a full disk.

@@ -326,14 +326,14 @@ asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&
         if (isSilent) connection_->hangUp("the live host does not say who is signed in");
         onState(guard.nothing());
         // Of the other gap is told where it is waited for.
-        if (!isSilent) onGap(gap);
+        if (!isSilent && !gap.empty()) onGap(gap);
     });
     // Named, as g++ 12 destroys twice what is made within what is awaited.
     const StateHandler passOn = [&](const LiveState& state) {
-        failures = 0;
         hasFollowed = true;
+        if (!guard.hear(state)) return;
+        failures = 0;
         onState(state);
-        guard.hear(state);
     };
     while (!isClosed_) {
         try {

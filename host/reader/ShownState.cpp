@@ -8,9 +8,8 @@
 namespace host {
 
 bool knowsNothingYet(const LiveState& state, std::string_view keychainShown) {
-    // Either may not be known.
-    const bool areKnown = !state.keychain.empty() && !keychainShown.empty();
-    const bool isOfAnother = areKnown && state.keychain != keychainShown;
+    // A host that has just begun may not know it yet.
+    const bool isOfAnother = !state.keychain.empty() && state.keychain != keychainShown;
     return state.isPlaceholder && !state.trouble && !isOfAnother;
 }
 

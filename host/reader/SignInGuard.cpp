@@ -16,15 +16,21 @@ SignInGuard::SignInGuard(const boost::asio::any_io_executor& executor, std::chro
       late_(executor, [this] { this->forget(); }),
       keychain_(executor, [this] { compare(); }) {}
 
-void SignInGuard::hear(const LiveState& state) {
+bool SignInGuard::hear(const LiveState& state) {
     hasHost_ = true;
-    // One that does not know it yet says nothing of what is shown.
-    if (!state.keychain.empty()) shown_ = state.keychain;
+    said_ = state.keychain;
+    const bool isSomebodys =
+        !state.isPlaceholder && !std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState);
+    const bool isShown = !isSomebodys || !isAnother(said_);
+    // One that has just begun may not know it yet, and what was shown stays.
+    if (isShown && !(state.isPlaceholder && said_.empty())) shown_ = said_;
     compare();
+    return isShown;
 }
 
 void SignInGuard::lose() {
     hasHost_ = false;
+    said_.clear();
     compare();
 }
 
@@ -36,15 +42,21 @@ LiveState SignInGuard::nothing() const {
 
 void SignInGuard::compare() {
     const auto& present = keychain_.version();
-    const bool isAnother = platform::areOfSameKeychain(shown_, present) && shown_ != present;
-    if (!isAnother || (hasHost_ && present == judged_)) return late_.clear();
+    // A host that ended before it knew it has said nothing of it.
+    if (shown_.empty() && !hasHost_) shown_ = present;
+    if (!isAnother(said_.empty() ? shown_ : said_)) return late_.clear();
     if (!hasHost_) return forget();
     if (!late_.isSet()) late_.set(patience_);
 }
 
+bool SignInGuard::isAnother(const std::string& keychain) const {
+    const auto& present = keychain_.version();
+    return platform::areOfSameKeychain(keychain, present) && keychain != present;
+}
+
 void SignInGuard::forget() {
     late_.clear();
-    judged_ = shown_ = keychain_.version();
+    shown_ = keychain_.version();
     forget_();
 }
 

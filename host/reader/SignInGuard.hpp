@@ -24,8 +24,9 @@ class SignInGuard {
     SignInGuard(const boost::asio::any_io_executor& executor, std::chrono::milliseconds patience,
                 std::string shown, std::function<void()> forget);
 
-    /// A host says that.
-    void hear(const LiveState& state);
+    /// A host says that. False where it is somebody's by a keychain that is another by now: it is not to be
+    /// shown, and the host says within `patience` what is.
+    [[nodiscard]] bool hear(const LiveState& state);
     /// None does.
     void lose();
 
@@ -33,14 +34,15 @@ class SignInGuard {
     LiveState nothing() const;
 
   private:
+    bool isAnother(const std::string& keychain) const;
     void compare();
     void forget();
 
     std::chrono::milliseconds patience_;
     std::function<void()> forget_;
     std::string shown_;
-    /// With this no host is doubted again.
-    std::string judged_;
+    /// What the host said last; empty where there is none, or it does not know.
+    std::string said_;
     bool hasHost_ = false;
     platform::Alarm late_;
     platform::KeychainWatch keychain_;

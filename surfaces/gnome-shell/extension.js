@@ -11,7 +11,7 @@ const {LiveHost} = Me.imports.liveHost;
 const {PanelItem} = Me.imports.panelItem;
 const {ShownFiles} = Me.imports.shownFiles;
 const {SignInWatch} = Me.imports.signInWatch;
-const {lost, nothingShown, taken, watchedKeychain, withoutFiles} = Me.imports.panel;
+const {forgotten, lost, nothingShown, taken, watchedKeychain, withoutFiles} = Me.imports.panel;
 const programs = Me.imports.programs;
 
 class Extension {
@@ -78,8 +78,8 @@ class Extension {
 
     /// Somebody may have signed out, or in, and no host says anything of it.
     _forget(panel) {
-        const shown = taken(this._shown, panel, null);
-        this._shown = this._host.isFound ? shown : lost(shown, Date.now());
+        const left = forgotten(this._shown, panel);
+        this._shown = this._host.isFound ? {...left, lostSince: null} : lost(left, Date.now());
         this._setContent();
     }
 

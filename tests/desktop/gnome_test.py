@@ -246,6 +246,7 @@ class Gnome(unittest.TestCase):
             shows(session, "Arriving today")
             eventually(lambda: has_picture(session), "the picture")
             self._counts_from(session)
+            self._tells_one_sign_in_from_another(session)
             place = person.bar_live_hosts()
             says(session, "The live host cannot be reached")
             self.assertIn("Arriving today", session.text())
@@ -276,6 +277,19 @@ class Gnome(unittest.TestCase):
                                     f"lost(lost({shown}, {end * 1000}), {(end + past) * 1000})")
                 self.assertEqual(left["panel"]["text"], "Tea" if is_kept else "")
                 self.assertEqual(left["picture"], "drawn" if is_kept else None)
+
+    def _tells_one_sign_in_from_another(self, session):
+        """By what a host says that has just begun in place of another."""
+        for before, keychain, is_kept in (("a-1", "a-1", True), ("a-1", None, True), ("a-1", "a-2", False),
+                                          (None, None, True), (None, "a-1", False)):
+            with self.subTest(before=before, keychain=keychain):
+                panel = {"barClass": "arriving", "keychain": before, "packages": [], "text": "Tea"}
+                shown = json.dumps({"panel": panel, "picture": "drawn", "lostSince": 1})
+                new = json.dumps(panel | {"barClass": "placeholder", "hasTrouble": False, "keychain": keychain, "text": ""})
+                after = session.eval(f"const {{taken}} = Main.extensionManager.lookup('{UUID}').imports.panel;"
+                                     f"taken({shown}, {new}, null)")
+                self.assertEqual(after["panel"]["text"], "Tea" if is_kept else "")
+                self.assertEqual(after["picture"], "drawn" if is_kept else None)
 
     def _says_so_of_one_that_hangs(self, person, session):
         host = person.live_host()

@@ -6,6 +6,7 @@
 import json
 import os
 import pty
+import re
 import signal
 import sqlite3
 import subprocess
@@ -90,6 +91,47 @@ def clear_keychain(person):
     keychain.close()
 
 
+class Keyring:
+    """A desktop's keyring, in which the person is signed in from now on."""
+
+    def __init__(self, person):
+        self.person = person
+        person.start_bus()
+        person.environment["VELA_KEYCHAIN"] = "secret-service"
+        self.daemon = self._start("--unlock")
+        person.sign_in()
+
+    def _start(self, *options):
+        daemon = self.person.start("gnome-keyring-daemon", "--foreground", "--components=secrets", *options,
+                                   stdin=subprocess.PIPE)
+        daemon.stdin.write(b"a password")
+        daemon.stdin.close()
+        # The bus is not to start another, which nobody has unlocked.
+        self.person.run("gdbus", "wait", "--session", "--timeout", "20", "org.freedesktop.secrets")
+        return daemon
+
+    def call(self, path, method, *arguments):
+        return self.person.run("gdbus", "call", "--session", "--dest", "org.freedesktop.secrets", "--object-path",
+                               f"/org/freedesktop/secrets{path}", "--method", f"org.freedesktop.Secret.{method}",
+                               *arguments, status=None)
+
+    def lock(self):
+        self.call("", "Service.Lock", "['/org/freedesktop/secrets/collection/login']")
+
+    def restart(self):
+        self.person.end(self.daemon)
+        self.daemon = self._start("--unlock")
+        eventually(lambda: self.items(), "the items again")
+
+    def items(self):
+        found = self.call("", "Service.SearchItems", "{'xdg:schema': 'vela.Keychain.GenericPassword'}")
+        return re.findall(r"/org/freedesktop/secrets(/collection/[a-z]+/[0-9]+)", found)
+
+    def clear(self):
+        for item in self.items():
+            self.call(item, "Item.Delete")
+
+
 def sign_out(person):
     """It may say that there is no folder in which it could look for what a host has left."""
     person.run(PROGRAMS / "vela-companion", "sign-out", status=None)
@@ -116,6 +158,37 @@ class LostHost(unittest.TestCase):
                 end(person)
                 self.assert_emptied(surfaces, signed_out, 5)
 
+    def test_a_locked_keyring_is_no_sign_out_and_an_empty_one_is(self):
+        with Person() as person:
+            keyring = Keyring(person)
+            self.assertEqual(len(keyring.items()), 2)
+            surfaces = [Bar(person), Panel(person)]
+            person.bar_live_hosts()
+            eventually(lambda: "as of" in surfaces[0].text(), "the remark in the bar")
+            for change in (keyring.lock, keyring.restart):
+                change()
+                time.sleep(1)
+                for surface in surfaces:
+                    self.assertIn(WORDS, surface.text(), f"{type(surface).__name__}, {change.__name__}")
+            cleared = time.monotonic()
+            keyring.clear()
+            self.assert_emptied(surfaces, cleared, 5)
+
+    def test_a_sign_in_is_noticed_by_the_keyring_too(self):
+        with Person() as person:
+            Keyring(person)
+            surfaces = [Bar(person), Panel(person)]
+            person.bar_live_hosts()
+            eventually(lambda: "as of" in surfaces[0].text(), "the remark in the bar")
+            for surface in surfaces:
+                self.assertIn(WORDS, surface.text())
+            # It tells seconds apart.
+            time.sleep(1.1)
+            signed_in = time.monotonic()
+            credentials = person.run(PROGRAMS / "vela-sandbox", "--print-credentials")
+            person.run(PROGRAMS / "vela-companion", "sign-in", "--user-id", "2", text=credentials, status=None)
+            self.assert_emptied(surfaces, signed_in, 5)
+
     def test_what_is_kept_stays_through_another_setting(self):
         with Person() as person:
             bar = Bar(person)
@@ -135,7 +208,11 @@ class LostHost(unittest.TestCase):
             clear_keychain(person)
             self.assert_emptied(surfaces, signed_out, 15)
             os.kill(host, signal.SIGCONT)
-            eventually(lambda: "Sign in" in surfaces[0].text(), "the sign-in view")
+
+            def is_signed_out():
+                self.assertNotIn(WORDS, surfaces[0].text() + surfaces[1].text(), "what the host knew before")
+                return "Sign in" in surfaces[0].text()
+            eventually(is_signed_out, "the sign-in view")
 
     def test_the_next_host_shows_nothing_of_who_was_there_before(self):
         with Person() as person:

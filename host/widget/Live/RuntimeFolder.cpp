@@ -67,9 +67,11 @@ bool RuntimeFolder::write(const std::string& name, std::string_view bytes) {
     const Content content = {.size = bytes.size(), .hash = std::hash<std::string_view>()(bytes)};
     const auto found = written_.find(name);
     if (found != written_.end() && found->second == content) return true;
+    // One that was stopped meanwhile writes nothing, not for a moment.
+    if (standing_() != HostClaim::Standing::held) return false;
     try {
         platform::FileReplacement file(folder_, path_ / name, HostFiles::temporaryName(name), bytes);
-        // Looked at only now: who takes the place away removes a half-written file as well.
+        // Looked at once more: who takes the place away removes a half-written file as well.
         if (standing_() != HostClaim::Standing::held) return false;
         file.commit();
         written_[name] = content;

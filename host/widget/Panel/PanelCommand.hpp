@@ -18,8 +18,8 @@ struct PanelCommand {
     /// The `version` of what the shell has: waits until there is something else to show, or until nobody
     /// reads on. Empty: prints what there is.
     std::string after = {};
-    /// The `keychain` of what the shell shows: with another it is not shown any longer. Empty where it shows
-    /// nothing of anybody's.
+    /// The `keychain` of what the shell shows: with another it is not shown any longer. Empty where it
+    /// is not known.
     std::string keychain = {};
     enum class Wait {
         /// For the live host's word.

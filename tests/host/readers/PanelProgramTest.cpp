@@ -159,6 +159,29 @@ TEST_F(PanelProgram, SaysSoWhenNoHostCanBeHadAnyMore) {
     EXPECT_EQ(printed(), "");
 }
 
+TEST_F(PanelProgram, WaitsForAnotherKeychainWithoutAHost) {
+    startSandbox();
+    const auto keychain = shown().keychain;
+    for (const auto& known : {keychain, std::string()}) {
+        std::filesystem::remove(printedFile());
+        ProgramRun run = {.program = "/bin/sh"};
+        run.arguments = {"-c", "exec \"$0\" panel --without-host --keychain \"$1\" > \"$2\"",
+                         (platform::testing::programFolder() / "vela-widget").string(), known,
+                         printedFile().string()};
+        run.environment = environment;
+        BackgroundProgram waiter(run);
+        EXPECT_FALSE(eventually([&] { return !printed().empty(); }, std::chrono::milliseconds(500)));
+        EXPECT_EQ(companion({"sign-in", "--user-id", "67890"}, credentials).status, 0);
+        EXPECT_EQ(waiter.waitForEnd(std::chrono::seconds(30)), 0);
+        EXPECT_THAT(printed(), HasSubstr("Looking for your packages"));
+        EXPECT_NE(std::string(parsed(printed()).at("keychain").as_string()), keychain);
+    }
+    EXPECT_THAT(panel({"--without-host", "--keychain", keychain}).output,
+                HasSubstr("Looking for your packages"))
+        << "it is another already";
+    EXPECT_EQ(panel({"--without-host"}).status, 2);
+}
+
 TEST_F(PanelProgram, DrawsForThePersonsEyes) {
     startSandbox();
     const auto picture = [&](std::vector<std::string> options) {

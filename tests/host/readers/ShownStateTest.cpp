@@ -51,12 +51,12 @@ TEST(ShownState, IsGivenUpWhereTheNextHostKnowsNothingByAnotherKeychain) {
     EXPECT_TRUE(shown.state().isPlaceholder) << "somebody else has signed in meanwhile";
 }
 
-TEST(ShownState, IsKeptWhereTheHostBeforeKnewOfNoKeychain) {
+TEST(ShownState, IsGivenUpWhereNobodyHasSaidByWhichKeychainItIsHers) {
     ShownState shown;
     shown.take(stateWith({{.name = "Tea"}}));
     shown.lose(someNoon);
     shown.take(by("hers-1", unknownState()));
-    EXPECT_EQ(packageCount(shown), 1u);
+    EXPECT_EQ(packageCount(shown), 0u);
 }
 
 TEST(ShownState, IsKeptForADayWithoutAHost) {

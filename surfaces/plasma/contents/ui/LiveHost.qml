@@ -102,14 +102,14 @@ Item {
     PlasmaCore.DataSource {
         id: signIn
 
-        readonly property string keychain: Panel.watchedKeychain(host.shown) || ""
+        readonly property var keychain: Panel.watchedKeychain(host.shown)
 
         engine: "executable"
-        connectedSources: keychain === "" ? [] : [Commands.signInWatch(keychain)]
+        connectedSources: keychain === null ? [] : [Commands.signInWatch(keychain)]
         onNewData: {
             const panel = data["exit code"] === 0 ? Panel.panelFrom(data["stdout"]) : null
             if (panel)
-                host.shown = Panel.lost(Panel.taken(host.shown, panel, null), Date.now())
+                host.shown = Panel.lost(Panel.forgotten(host.shown, panel), Date.now())
         }
     }
 
