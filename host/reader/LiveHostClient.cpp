@@ -321,23 +321,28 @@ asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&
     std::size_t failures = 0;
     bool hasFollowed = false;
     std::string gap;
-    SignInGuard guard(executor_, options_.orderLimit, options_.keychainShown, [&] {
-        const bool isSilent = hasHost();
-        if (isSilent) connection_->hangUp("the live host does not say who is signed in");
-        onState(guard.nothing());
-        // Of the other gap is told where it is waited for.
-        if (!isSilent && !gap.empty()) onGap(gap);
-    });
-    // Named, as g++ 12 destroys twice what is made within what is awaited.
-    const StateHandler passOn = [&](const LiveState& state) {
-        hasFollowed = true;
-        if (!guard.hear(state)) return;
+    std::optional<SignInGuard> guard;
+    const auto show = [&](const LiveState& state) {
         failures = 0;
         onState(state);
     };
+    const auto forget = [&] {
+        const bool isSilent = hasHost();
+        if (isSilent) connection_->hangUp("the live host does not say who is signed in");
+        onState(guard->nothing());
+        // Of the other gap is told where it is waited for.
+        if (!isSilent && !gap.empty()) onGap(gap);
+    };
+    guard.emplace(executor_, options_.orderLimit, options_.keychainShown,
+                  SignInGuard::Handlers{.show = show, .forget = forget});
+    // Named, as g++ 12 destroys twice what is made within what is awaited.
+    const StateHandler hear = [&](const LiveState& state) {
+        hasFollowed = true;
+        guard->hear(state);
+    };
     while (!isClosed_) {
         try {
-            co_await followOnce(passOn);
+            co_await followOnce(hear);
         } catch (const LiveHostEnded& ended) {
             gap = ended.what();
         } catch (const LiveHostPlaceless& placeless) {
@@ -347,7 +352,7 @@ asio::awaitable<void> LiveHostClient::follow(std::function<void(const LiveState&
         }
         if (isClosed_) co_return;
         onGap(gap);
-        guard.lose();
+        guard->lose();
         co_await rest(failures++);
     }
 }

@@ -9,28 +9,39 @@
 namespace host {
 
 SignInGuard::SignInGuard(const boost::asio::any_io_executor& executor, std::chrono::milliseconds patience,
-                         std::string shown, std::function<void()> forget)
+                         std::string shown, Handlers handlers)
     : patience_(patience),
-      forget_(std::move(forget)),
+      handlers_(std::move(handlers)),
       shown_(std::move(shown)),
-      late_(executor, [this] { this->forget(); }),
-      keychain_(executor, [this] { compare(); }) {}
+      late_(executor, [this] { forget(); }),
+      keychain_(executor, [this] { look(); }) {}
 
-bool SignInGuard::hear(const LiveState& state) {
-    hasHost_ = true;
-    said_ = state.keychain;
+bool SignInGuard::isHeldBack(const LiveState& state) const {
     const bool isSomebodys =
         !state.isPlaceholder && !std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState);
-    const bool isShown = !isSomebodys || !isAnother(said_);
+    return isSomebodys && isAnother(state.keychain);
+}
+
+void SignInGuard::hear(const LiveState& state) {
+    hasHost_ = true;
+    said_ = state.keychain;
+    heldBack_ = state;
+    look();
+}
+
+void SignInGuard::look() {
+    if (!heldBack_ || isHeldBack(*heldBack_)) return compare();
+    const auto state = *std::exchange(heldBack_, std::nullopt);
     // One that has just begun may not know it yet, and what was shown stays.
-    if (isShown && !(state.isPlaceholder && said_.empty())) shown_ = said_;
+    if (!state.isPlaceholder || !said_.empty()) shown_ = said_;
     compare();
-    return isShown;
+    handlers_.show(state);
 }
 
 void SignInGuard::lose() {
     hasHost_ = false;
     said_.clear();
+    heldBack_.reset();
     compare();
 }
 
@@ -57,7 +68,7 @@ bool SignInGuard::isAnother(const std::string& keychain) const {
 void SignInGuard::forget() {
     late_.clear();
     shown_ = keychain_.version();
-    forget_();
+    handlers_.forget();
 }
 
 }  // namespace host

@@ -179,10 +179,12 @@ asio::awaitable<int> awaitedSignIn(const PanelCommand& command) {
     asio::steady_timer end(executor, asio::steady_timer::time_point::max());
     bool isForgotten = false;
     const auto over = [&end] { end.expires_at(asio::steady_timer::time_point::min()); };
-    SignInGuard guard(executor, patienceWithHost, command.keychain, [&] {
+    const auto forget = [&] {
         isForgotten = true;
         over();
-    });
+    };
+    SignInGuard guard(executor, patienceWithHost, command.keychain,
+                      {.show = [](const LiveState&) {}, .forget = forget});
     const StreamWatch outputEnd(executor, STDOUT_FILENO, StreamWatch::Interest::abandoned, over);
     guard.lose();
     boost::system::error_code ignored;

@@ -267,6 +267,34 @@ TEST_F(LiveHostClientTest, GivesUpAHostThatDoesNotSayWhatAnotherKeychainMeans) {
     clock.settle();
 }
 
+TEST_F(LiveHostClientTest, ShowsWhatAHostSaysOfAKeychainBeforeItIsSeenHere) {
+    listen();
+    change("before");
+    const auto reader = clientWith(std::chrono::hours(1));
+    std::vector<std::string> gaps;
+    std::vector<std::string> views;
+    spawn(noting(reader, views, gaps));
+    const auto file = data.path() / "vela/keychain.sqlite";
+    const auto put = [&](const char* name) {
+        // Through another name, as one file does not take the place of itself.
+        std::filesystem::create_hard_link(data.path() / name, data.path() / "next");
+        std::filesystem::rename(data.path() / "next", file);
+    };
+    std::filesystem::create_hard_link(file, data.path() / "before");
+    data.write("after", "after all");
+    put("after");
+    const auto after = keychain();
+    put("before");
+    tell(greeting + frameOf(R"({"id":1,)" + stateBy(after)));
+    EXPECT_FALSE(until([&] { return !views.empty(); }, std::chrono::seconds(1)));
+    put("after");
+    EXPECT_TRUE(until([&] { return !views.empty(); }));
+    EXPECT_THAT(views, ElementsAre("noPackages"));
+    EXPECT_THAT(gaps, ElementsAre());
+    reader->close();
+    clock.settle();
+}
+
 TEST_F(LiveHostClientTest, BelievesAHostThatSaysWhatAnotherKeychainMeans) {
     listen();
     const auto reader = clientWith(std::chrono::milliseconds(500));
