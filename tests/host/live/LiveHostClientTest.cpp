@@ -62,14 +62,24 @@ class LiveHostClientTest : public ReaderWorld {
     void tellMore(const std::string& bytes) const { say(peer_, bytes); }
     void hangUp() { ::close(std::exchange(peer_, -1)); }
 
+    /// Notes what that reader shows.
+    void followBy(std::shared_ptr<LiveHostClient> reader) {
+        reader_ = std::move(reader);
+        spawn(noting(reader_, views, gaps));
+    }
+    void leave() {
+        reader_->close();
+        clock.settle();
+    }
+
     static boost::asio::awaitable<void> noting(std::shared_ptr<LiveHostClient> reader,
-                                               std::vector<std::string>& views,
-                                               std::vector<std::string>& gaps) {
+                                               std::vector<std::string>& seen,
+                                               std::vector<std::string>& missed) {
         const std::function<void(const LiveState&)> note = [&](const LiveState& state) {
-            views.push_back(shopNameIn(state.entry));
+            seen.push_back(shopNameIn(state.entry));
         };
         const std::function<void(std::string_view)> noteGap = [&](std::string_view gap) {
-            gaps.emplace_back(gap);
+            missed.emplace_back(gap);
         };
         co_await reader->follow(note, noteGap);
     }
@@ -121,6 +131,8 @@ class LiveHostClientTest : public ReaderWorld {
         return std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
     }
 
+    std::vector<std::string> views;
+    std::vector<std::string> gaps;
     platform::testing::TemporaryFolder data;
     platform::testing::ScopedEnvironment dataEnvironment{{"XDG_DATA_HOME", data.path().string()},
                                                          {"VELA_KEYCHAIN", std::nullopt}};
@@ -131,6 +143,7 @@ class LiveHostClientTest : public ReaderWorld {
         R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"}}})";
 
   private:
+    std::shared_ptr<LiveHostClient> reader_;
     int socket_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     int peer_ = -1;
 };
@@ -148,7 +161,7 @@ TEST_F(LiveHostClientTest, SaysThatTheLiveHostSpeaksAnotherVersion) {
 
 TEST_F(LiveHostClientTest, DoesNotLookAgainForAHostOfAnotherVersion) {
     listen();
-    const auto views = follow(client());
+    const auto seen = follow(client());
     tell(frameOf(R"({"protocol":2})"));
     EXPECT_TRUE(until([&] { return !failures().empty(); }));
     EXPECT_THAT(failures(), ElementsAre(StartsWith("the live host speaks version 2")));
@@ -191,10 +204,7 @@ TEST_F(LiveHostClientTest, WaitsForAReloadInItsOwnTime) {
 
 TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     listen();
-    const auto reader = client();
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(client());
     for (std::size_t count = 1; count <= 3; ++count) {
         tell(greeting + frameOf(R"({"id":1,)" + noPackages) + frameOf("{" + noPackages));
         EXPECT_TRUE(until([&] { return views.size() == 2 * count; }));
@@ -202,8 +212,7 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
         EXPECT_TRUE(until([&] { return gaps.size() >= count; }));
     }
     EXPECT_THAT(gaps, Contains("the live host has ended"));
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, TellsOfAHostThatIsSilentAndComesBackToWhoTakesItsPlace) {
@@ -212,23 +221,16 @@ TEST_F(LiveHostClientTest, TellsOfAHostThatIsSilentAndComesBackToWhoTakesItsPlac
     options.ifMissing = LiveHostClient::IfMissing::leave;
     options.followLimit = std::chrono::milliseconds(100);
     options.pauses = {std::chrono::milliseconds(5)};
-    const auto reader = std::make_shared<LiveHostClient>(context.get_executor(), std::move(options));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(std::make_shared<LiveHostClient>(context.get_executor(), std::move(options)));
     EXPECT_TRUE(until([&] { return gaps.size() == 2; }));
     EXPECT_THAT(gaps, Each("the live host has not answered within 100 ms"));
     EXPECT_TRUE(tellAllUntil(greeting + frameOf(R"({"id":1,)" + noPackages), [&] { return !views.empty(); }));
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, GivesUpWhatWasShownOnceTheKeychainIsAnotherAndNoHostSaysWhy) {
     listen();
-    const auto reader = clientWith(std::chrono::hours(1));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(clientWith(std::chrono::hours(1)));
     tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
     EXPECT_TRUE(until([&] { return views.size() == 1; }));
     hangUp();
@@ -237,16 +239,12 @@ TEST_F(LiveHostClientTest, GivesUpWhatWasShownOnceTheKeychainIsAnotherAndNoHostS
     change("another");
     EXPECT_TRUE(until([&] { return views.size() == 2; }));
     EXPECT_EQ(views.back(), nobody);
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, GivesUpAHostThatDoesNotSayWhatAnotherKeychainMeans) {
     listen();
-    const auto reader = clientWith(std::chrono::milliseconds(100));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(clientWith(std::chrono::milliseconds(100)));
     const auto before = keychain();
     tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)));
     EXPECT_TRUE(until([&] { return views.size() == 1; }));
@@ -263,17 +261,13 @@ TEST_F(LiveHostClientTest, GivesUpAHostThatDoesNotSayWhatAnotherKeychainMeans) {
         << "it is still of before, as of a host that was told to go on";
     tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)) + frameOf("{" + stateBy(keychain())));
     EXPECT_TRUE(until([&] { return views.back() == "noPackages"; }));
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, ShowsWhatAHostSaysOfAKeychainBeforeItIsSeenHere) {
     listen();
     change("before");
-    const auto reader = clientWith(std::chrono::hours(1));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(clientWith(std::chrono::hours(1)));
     const auto file = data.path() / "vela/keychain.sqlite";
     const auto put = [&](const char* name) {
         // Through another name, as one file does not take the place of itself.
@@ -291,47 +285,35 @@ TEST_F(LiveHostClientTest, ShowsWhatAHostSaysOfAKeychainBeforeItIsSeenHere) {
     EXPECT_TRUE(until([&] { return !views.empty(); }));
     EXPECT_THAT(views, ElementsAre("noPackages"));
     EXPECT_THAT(gaps, ElementsAre());
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, BelievesAHostThatSaysWhatAnotherKeychainMeans) {
     listen();
-    const auto reader = clientWith(std::chrono::milliseconds(500));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(clientWith(std::chrono::milliseconds(500)));
     tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
     EXPECT_TRUE(until([&] { return views.size() == 1; }));
     change("another");
     tellMore(frameOf("{" + stateBy(keychain())));
     EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
     EXPECT_THAT(views, ElementsAre("noPackages", "noPackages"));
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, CaresNothingForAKeychainThatIsNotTheHosts) {
     listen();
-    const auto reader = clientWith(std::chrono::milliseconds(20));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(clientWith(std::chrono::milliseconds(20)));
     tell(greeting + frameOf(R"({"id":1,)" + stateBy(platform::keychainVersion("keyring", ""))));
     EXPECT_TRUE(until([&] { return views.size() == 1; }));
     change("another");
     EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
     EXPECT_THAT(views, ElementsAre("noPackages"));
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, WatchesAKeychainThatItsHostHadNotSeenYet) {
     listen();
-    const auto reader = clientWith(std::chrono::hours(1));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(clientWith(std::chrono::hours(1)));
     tell(greeting + frameOf(R"({"id":1,)" + noPackages));
     EXPECT_TRUE(until([&] { return views.size() == 1; }));
     hangUp();
@@ -339,16 +321,12 @@ TEST_F(LiveHostClientTest, WatchesAKeychainThatItsHostHadNotSeenYet) {
     change("another");
     EXPECT_TRUE(until([&] { return views.size() == 2; }));
     EXPECT_EQ(views.back(), nobody);
-    reader->close();
-    clock.settle();
+    leave();
 }
 
 TEST_F(LiveHostClientTest, GoesOnWithoutAPlaceForAHostOnceThereWasOne) {
     listen();
-    const auto reader = clientWith(std::chrono::hours(1));
-    std::vector<std::string> gaps;
-    std::vector<std::string> views;
-    spawn(noting(reader, views, gaps));
+    followBy(clientWith(std::chrono::hours(1)));
     tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
     EXPECT_TRUE(until([&] { return views.size() == 1; }));
     const platform::testing::ScopedEnvironment nowhere({{"XDG_RUNTIME_DIR", "/nowhere"}});
@@ -358,8 +336,7 @@ TEST_F(LiveHostClientTest, GoesOnWithoutAPlaceForAHostOnceThereWasOne) {
     change("another");
     EXPECT_TRUE(until([&] { return views.size() == 2; }));
     EXPECT_EQ(views.back(), nobody);
-    reader->close();
-    clock.settle();
+    leave();
     EXPECT_TRUE(failures().empty());
 }
 
