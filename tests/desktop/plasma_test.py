@@ -17,6 +17,8 @@ from plasma_session import ITEM, SIZE, PlasmaSession
 
 # What is drawn in the widget's own colour.
 BRAND_ON_LIGHT = (0x0C, 0x6C, 0x96)
+# What the shop's initials stand on, in whatever colours the rest is drawn.
+INITIALS = (0x1A, 0x5D, 0x6A)
 # Where the popup of the item stands.
 POPUP = (0, 0, 380, 690)
 ARRIVING = "Fathom & Co.: arriving today, between 2 and 4 PM; 80 percent of the way"
@@ -188,12 +190,25 @@ class Plasma(unittest.TestCase):
             open_popup(session, ARRIVING)
             keep(session.display.picture(), "plasma-large-text")
             eventually(lambda: end_of_text(session) > 1.2 * before, "larger text in the panel")
-            session.set_theme("glaring")
+            for _ in range(3):
+                session.set_theme("breeze-light")
+                self._redrawn_without_a_blank(session, lambda brand: brand > 300)
+                session.set_theme("glaring")
+                picture = self._redrawn_without_a_blank(session, lambda brand: brand < 200)
+            keep(picture, "plasma-high-contrast")
             comes("1.4", "increased")
-            keep(session.display.picture(), "plasma-high-contrast")
             session.set_font(10)
             comes("1", "increased")
             self.assertEqual(session.complaints(), [])
+
+    def _redrawn_without_a_blank(self, session, is_so):
+        """Once there is that much of the widget's own colour; one picture takes the place of another at once."""
+        def redrawn():
+            picture = session.display.picture()
+            self.assertGreater(pixels(picture.crop(POPUP), INITIALS, 12), 600, "the shop's own colour")
+            return is_so(pixels(picture.crop(POPUP), BRAND_ON_LIGHT, 25)) and picture
+
+        return eventually(redrawn, "the widget in other colours")
 
     def test_is_sharp_on_wayland_at_twice_the_scale(self):
         with Person() as person:

@@ -56,15 +56,9 @@ FocusScope {
             Accessible.onPressAction: clicked()
 
             contentItem: Item {
-                Image {
+                SteadyPicture {
                     anchors.fill: parent
-                    // Nothing of a person stays in a cache that outlives her sign-out.
-                    cache: false
-                    fillMode: Image.PreserveAspectFit
-                    smooth: true
-                    mipmap: true
                     source: view.host.picture
-                    Accessible.ignored: true
                 }
                 PlainLabel {
                     anchors.centerIn: parent
