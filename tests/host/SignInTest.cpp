@@ -141,7 +141,10 @@ class SignIn : public Person {
         begin();
         std::this_thread::sleep_for(std::chrono::microseconds(
             std::uniform_int_distribution<long>(0, static_cast<long>(span.count()))(random)));
+        const auto children = childrenOf(started.processIdentifier());
         started.sendSignalToGroup(SIGKILL);
+        // Who is in the middle of a system call finishes that, and may have committed by it.
+        for (const auto child : children) EXPECT_TRUE(eventually([&] { return !isAlive(child); }));
     }
     ProgramRun killable(std::vector<std::string> arguments, std::string input = {}) const {
         auto run = program("vela-companion", std::move(arguments));

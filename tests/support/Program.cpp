@@ -106,7 +106,15 @@ std::vector<pid_t> childrenOf(pid_t process) {
 }
 
 bool isAlive(pid_t process) {
-    std::ifstream stream("/proc/" + std::to_string(process) + "/stat");
+    const auto folder = "/proc/" + std::to_string(process);
+    // Its first thread may have ended while others are on their way to.
+    std::error_code gone;
+    std::size_t threads = 0;
+    for (std::filesystem::directory_iterator each(folder + "/task", gone), end; !gone && each != end;
+         each.increment(gone))
+        ++threads;
+    if (threads > 1) return true;
+    std::ifstream stream(folder + "/stat");
     const std::string text((std::istreambuf_iterator<char>(stream)), {});
     const auto state = text.rfind(") ");
     return state != std::string::npos && text[state + 2] != 'Z';

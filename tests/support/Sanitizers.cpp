@@ -34,7 +34,9 @@ extern "C" const char* __tsan_default_suppressions() {
            "race:libchafa\n"
            "race:libicuuc\n"
            // Copies of an exception share its text, counted by atomics in libstdc++.
-           "race:std::runtime_error::~runtime_error\n";
+           "race:std::runtime_error::~runtime_error\n"
+           // It looks up hosts on threads that it leaves to themselves once nobody waits for them.
+           "thread:libcurl\n";
 }
 
 // It sleeps for a second at the end of every process otherwise, and that is when the extension must have
