@@ -8,6 +8,7 @@
 const {Gio, GLib} = imports.gi;
 const Me = imports.misc.extensionUtils.getCurrentExtension();
 const {panelFrom} = Me.imports.panel;
+const {promised} = Me.imports.promises;
 const programs = Me.imports.programs;
 
 var SignInWatch = class {
@@ -44,15 +45,7 @@ var SignInWatch = class {
             return;
         }
         this._reader = reader;
-        const output = await new Promise((resolve, reject) => {
-            reader.communicate_utf8_async(null, null, (source, result) => {
-                try {
-                    resolve(source.communicate_utf8_finish(result)[1]);
-                } catch (failure) {
-                    reject(failure);
-                }
-            });
-        });
+        const [, output] = await promised(reader, 'communicate_utf8', null, null);
         if (reader !== this._reader)
             return;
         this.close();
