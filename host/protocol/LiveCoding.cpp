@@ -27,10 +27,6 @@ json::value dateOrNull(const std::optional<Date>& date) {
     return date ? json::value(platform::internetDateTime(*date)) : json::value(nullptr);
 }
 
-json::value textOrNull(const std::string& text) {
-    return text.empty() ? json::value(nullptr) : json::value(text);
-}
-
 [[noreturn]] void reject(std::string_view key, const char* expectation) {
     throw ProtocolError(std::string(key) + " must be " + expectation);
 }
@@ -97,6 +93,10 @@ LiveRequest liveRequestIn(const json::object& object) {
     for (std::size_t index = 0; index < requestNames.size(); ++index)
         if (requestNames[index] == asked) return static_cast<LiveRequest>(index);
     throw ProtocolError("unknown request");
+}
+
+json::value textOrNull(const std::string& text) {
+    return text.empty() ? json::value(nullptr) : json::value(text);
 }
 
 json::object liveStateObject(const LiveState& state) {

@@ -36,7 +36,10 @@ std::string_view name(LiveRequest request);
 /// Throws ProtocolError for an object that asks for none of them.
 LiveRequest liveRequestIn(const boost::json::object& object);
 
-/// {"asOf", "entry", "isPlaceholder", "trouble"}, absent values as null.
+/// Null for an empty text.
+boost::json::value textOrNull(const std::string& text);
+
+/// {"asOf", "entry", "isPlaceholder", "keychain", "trouble"}, absent values as null.
 boost::json::object liveStateObject(const LiveState& state);
 /// Throws EntryCodingError and ProtocolError.
 LiveState liveStateFromValue(const boost::json::value& value);

@@ -276,10 +276,10 @@ void LiveHostClient::start() {
 
 asio::awaitable<std::shared_ptr<LiveHostClient::Connection>> LiveHostClient::connected() {
     if (isClosed_) throw LiveHostEnded("the live host was hung up on");
-    if (!connection_ || connection_->hasEnded()) {
+    if (!hasHost()) {
         const int socket = co_await connectedSocket();
         // Another that was waiting may have connected meanwhile.
-        if (connection_ && !connection_->hasEnded())
+        if (hasHost())
             ::close(socket);
         else
             connection_ = Connection::over(executor_, socket, options_.answerLimit);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 
+#include "host/protocol/LiveCoding.hpp"
 #include "host/reader/TerminalText.hpp"
 #include "host/widget/Bar/BarContent.hpp"
 #include "host/widget/Bar/BarText.hpp"
@@ -21,10 +22,6 @@ namespace {
 
 /// A line of a menu, and of a tooltip.
 constexpr std::size_t lineColumns = 44;
-
-json::value textOrNull(const std::string& text) {
-    return text.empty() ? json::value(nullptr) : json::value(text);
-}
 
 std::string spokenLine(const presentation::Package& package) {
     return terminalSafe(presentation::spoken(package));
