@@ -50,4 +50,12 @@ std::string_view sentence(LiveTrouble trouble) {
     return troubleTable[static_cast<std::size_t>(trouble)].sentence;
 }
 
+bool isSignedOut(const LiveState& state) {
+    return !state.isPlaceholder && std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState);
+}
+
+bool isSomebodys(const LiveState& state) {
+    return !state.isPlaceholder && !isSignedOut(state);
+}
+
 }  // namespace host

@@ -55,4 +55,9 @@ struct LiveState {
     std::string keychain = {};
 };
 
+/// There is a sign-in view for the person.
+bool isSignedOut(const LiveState& state);
+/// It shows what somebody has, or that she has nothing.
+bool isSomebodys(const LiveState& state);
+
 }  // namespace host

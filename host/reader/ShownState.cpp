@@ -13,6 +13,10 @@ bool knowsNothingYet(const LiveState& state, std::string_view keychainShown) {
     return state.isPlaceholder && !state.trouble && !isOfAnother;
 }
 
+LiveState nothingKnown() {
+    return {.entry = widget::placeholderEntry(platform::Date::now(), ""), .isPlaceholder = true};
+}
+
 void ShownState::take(LiveState state) {
     if (isLost_ && !state_.isPlaceholder && knowsNothingYet(state, state_.keychain)) return;
     state_ = std::move(state);
@@ -23,7 +27,8 @@ void ShownState::lose(platform::Date now) {
     if (!std::exchange(isLost_, true) && !state_.isPlaceholder && !state_.asOf) state_.asOf = now;
     // By a clock that was set back it would be of a time to come, and kept for longer.
     if (state_.asOf) state_.asOf = std::min(*state_.asOf, now);
-    if (state_.asOf && now >= state_.asOf->addingTimeInterval(LiveState::longestKept)) state_ = nothing();
+    if (state_.asOf && now >= state_.asOf->addingTimeInterval(LiveState::longestKept))
+        state_ = nothingKnown();
 }
 
 }  // namespace host

@@ -15,6 +15,9 @@ namespace host {
 /// shown belongs, by the version of the keychain: no reason to show less.
 bool knowsNothingYet(const LiveState& state, std::string_view keychainShown);
 
+/// A placeholder, of now.
+LiveState nothingKnown();
+
 class ShownState {
   public:
     void take(LiveState state);
@@ -26,11 +29,7 @@ class ShownState {
     const LiveState& state() const { return state_; }
 
   private:
-    static LiveState nothing() {
-        return {.entry = widget::placeholderEntry(platform::Date::now(), ""), .isPlaceholder = true};
-    }
-
-    LiveState state_ = nothing();
+    LiveState state_ = nothingKnown();
     bool isLost_ = false;
 };
 

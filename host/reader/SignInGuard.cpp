@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "host/reader/ShownState.hpp"
 #include "platform/SystemEvents/KeychainVersion.hpp"
 
 namespace host {
@@ -17,9 +18,7 @@ SignInGuard::SignInGuard(const boost::asio::any_io_executor& executor, std::chro
       keychain_(executor, [this] { look(); }) {}
 
 bool SignInGuard::isHeldBack(const LiveState& state) const {
-    const bool isSomebodys =
-        !state.isPlaceholder && !std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState);
-    return isSomebodys && isAnother(state.keychain);
+    return isSomebodys(state) && isAnother(state.keychain);
 }
 
 void SignInGuard::hear(const LiveState& state) {
@@ -46,9 +45,9 @@ void SignInGuard::lose() {
 }
 
 LiveState SignInGuard::nothing() const {
-    return {.entry = widget::placeholderEntry(platform::Date::now(), ""),
-            .isPlaceholder = true,
-            .keychain = keychain_.version()};
+    auto state = nothingKnown();
+    state.keychain = keychain_.version();
+    return state;
 }
 
 void SignInGuard::compare() {

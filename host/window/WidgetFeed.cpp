@@ -214,9 +214,7 @@ class WidgetFeed::Worker {
 
     /// Where there is nothing to open but the app, it is opened, as by a tap on any widget.
     std::optional<std::string> wholeLink() const {
-        const auto& state = shown_.state();
-        if (state.isPlaceholder || !std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState))
-            return std::nullopt;
+        if (!isSignedOut(shown_.state())) return std::nullopt;
         return presentation::DeepLink::homeOrders().absoluteString();
     }
 

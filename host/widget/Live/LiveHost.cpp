@@ -162,7 +162,7 @@ void LiveHost::take(SystemEvent event) {
             policy_.noted(ReloadCause::defaults, now);
             break;
         case SystemEvent::secretsKnown:
-            if (isSomebodyShown()) {
+            if (isSomebodys(state_)) {
                 startCheck();
             } else {
                 // What is nobody's is so by any version.
@@ -212,12 +212,8 @@ asio::awaitable<void> LiveHost::check() {
     isChecking_ = false;
 }
 
-bool LiveHost::isSomebodyShown() const {
-    return !state_.isPlaceholder && isGood(state_.entry);
-}
-
 bool LiveHost::isWhoseItIsKnown() const {
-    return !unsettled_ || !isSomebodyShown();
+    return !unsettled_ || !isSomebodys(state_);
 }
 
 /// Where one extension ends or hangs, another may know. Nothing where two do not say.
@@ -246,7 +242,7 @@ void LiveHost::takeUnreadable(const CredentialReport& report) {
 }
 
 void LiveHost::forgetShown(LiveTrouble trouble) {
-    if (!isSomebodyShown()) return;
+    if (!isSomebodys(state_)) return;
     auto successor = placeholder();
     successor.trouble = trouble;
     forget(std::move(successor));

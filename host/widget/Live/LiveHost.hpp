@@ -89,7 +89,6 @@ class LiveHost {
     void goOnFrom(Remembered remembered);
     void take(platform::SystemEvent event);
     void startCheck();
-    bool isSomebodyShown() const;
     bool isWhoseItIsKnown() const;
     boost::asio::awaitable<void> check();
     boost::asio::awaitable<std::optional<widget::CredentialReport>> storedCredentials();

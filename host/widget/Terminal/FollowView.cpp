@@ -107,10 +107,6 @@ Lines wordsOf(const LiveState& state, const TerminalStyle& style) {
     return linesOf(terminalView(state.entry, style));
 }
 
-bool isSignedOut(const LiveState& state) {
-    return !state.isPlaceholder && std::holds_alternative<widget::NotLoggedIn>(state.entry.widgetState);
-}
-
 void addHelp(FollowScreen& screen, const FollowView& view, const TerminalStyle& style, std::size_t rows) {
     const auto lines = followHelp(style.columns, rows);
     screen.helpEnd = lines.size() - std::min(rows, lines.size());
