@@ -67,6 +67,13 @@ class LiveHostClientTest : public ReaderWorld {
         reader_ = std::move(reader);
         spawn(noting(reader_, views, gaps));
     }
+    /// That reader shows what the host answers.
+    void beginWith(const std::string& answer, std::shared_ptr<LiveHostClient> reader) {
+        listen();
+        followBy(std::move(reader));
+        tell(answer);
+        EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    }
     void leave() {
         reader_->close();
         clock.settle();
@@ -123,6 +130,8 @@ class LiveHostClientTest : public ReaderWorld {
         return R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"},"keychain":")" +
                version + R"("}})";
     }
+    /// What a host says to who begins to follow it.
+    std::string answerOf(const std::string& state) const { return greeting + frameOf(R"({"id":1,)" + state); }
     std::shared_ptr<LiveHostClient> clientWith(std::chrono::milliseconds orderLimit) {
         LiveHostClient::Options options;
         options.ifMissing = LiveHostClient::IfMissing::leave;
@@ -149,7 +158,7 @@ class LiveHostClientTest : public ReaderWorld {
 };
 
 TEST_F(LiveHostClientTest, UnderstandsALiveHost) {
-    EXPECT_EQ(madeOf(greeting + frameOf(R"({"id":1,)" + noPackages)), "noPackages");
+    EXPECT_EQ(madeOf(answerOf(noPackages)), "noPackages");
 }
 
 TEST_F(LiveHostClientTest, SaysThatTheLiveHostSpeaksAnotherVersion) {
@@ -206,7 +215,7 @@ TEST_F(LiveHostClientTest, FindsTheHostAgainAsOftenAsItEnds) {
     listen();
     followBy(client());
     for (std::size_t count = 1; count <= 3; ++count) {
-        tell(greeting + frameOf(R"({"id":1,)" + noPackages) + frameOf("{" + noPackages));
+        tell(answerOf(noPackages) + frameOf("{" + noPackages));
         EXPECT_TRUE(until([&] { return views.size() == 2 * count; }));
         hangUp();
         EXPECT_TRUE(until([&] { return gaps.size() >= count; }));
@@ -224,15 +233,12 @@ TEST_F(LiveHostClientTest, TellsOfAHostThatIsSilentAndComesBackToWhoTakesItsPlac
     followBy(std::make_shared<LiveHostClient>(context.get_executor(), std::move(options)));
     EXPECT_TRUE(until([&] { return gaps.size() == 2; }));
     EXPECT_THAT(gaps, Each("the live host has not answered within 100 ms"));
-    EXPECT_TRUE(tellAllUntil(greeting + frameOf(R"({"id":1,)" + noPackages), [&] { return !views.empty(); }));
+    EXPECT_TRUE(tellAllUntil(answerOf(noPackages), [&] { return !views.empty(); }));
     leave();
 }
 
 TEST_F(LiveHostClientTest, GivesUpWhatWasShownOnceTheKeychainIsAnotherAndNoHostSaysWhy) {
-    listen();
-    followBy(clientWith(std::chrono::hours(1)));
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
-    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    beginWith(answerOf(stateBy(keychain())), clientWith(std::chrono::hours(1)));
     hangUp();
     EXPECT_TRUE(until([&] { return !gaps.empty(); }));
     EXPECT_THAT(views, ElementsAre("noPackages")) << "what was shown stays";
@@ -246,7 +252,7 @@ TEST_F(LiveHostClientTest, GivesUpAHostThatDoesNotSayWhatAnotherKeychainMeans) {
     listen();
     followBy(clientWith(std::chrono::milliseconds(100)));
     const auto before = keychain();
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)));
+    tell(answerOf(stateBy(before)));
     EXPECT_TRUE(until([&] { return views.size() == 1; }));
     change("another");
     EXPECT_TRUE(until([&] { return !gaps.empty(); }));
@@ -254,12 +260,12 @@ TEST_F(LiveHostClientTest, GivesUpAHostThatDoesNotSayWhatAnotherKeychainMeans) {
     EXPECT_EQ(gaps.front(), "the live host does not say who is signed in");
     hangUp();
     const auto gapsBefore = gaps.size();
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)));
+    tell(answerOf(stateBy(before)));
     EXPECT_TRUE(until([&] { return gaps.size() > gapsBefore; }));
     hangUp();
     EXPECT_THAT(views, ElementsAre("noPackages", nobody, nobody))
         << "it is still of before, as of a host that was told to go on";
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(before)) + frameOf("{" + stateBy(keychain())));
+    tell(answerOf(stateBy(before)) + frameOf("{" + stateBy(keychain())));
     EXPECT_TRUE(until([&] { return views.back() == "noPackages"; }));
     leave();
 }
@@ -279,7 +285,7 @@ TEST_F(LiveHostClientTest, ShowsWhatAHostSaysOfAKeychainBeforeItIsSeenHere) {
     put("after");
     const auto after = keychain();
     put("before");
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(after)));
+    tell(answerOf(stateBy(after)));
     EXPECT_FALSE(until([&] { return !views.empty(); }, std::chrono::seconds(1)));
     put("after");
     EXPECT_TRUE(until([&] { return !views.empty(); }));
@@ -289,10 +295,7 @@ TEST_F(LiveHostClientTest, ShowsWhatAHostSaysOfAKeychainBeforeItIsSeenHere) {
 }
 
 TEST_F(LiveHostClientTest, BelievesAHostThatSaysWhatAnotherKeychainMeans) {
-    listen();
-    followBy(clientWith(std::chrono::milliseconds(500)));
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
-    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    beginWith(answerOf(stateBy(keychain())), clientWith(std::chrono::milliseconds(500)));
     change("another");
     tellMore(frameOf("{" + stateBy(keychain())));
     EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
@@ -301,10 +304,8 @@ TEST_F(LiveHostClientTest, BelievesAHostThatSaysWhatAnotherKeychainMeans) {
 }
 
 TEST_F(LiveHostClientTest, CaresNothingForAKeychainThatIsNotTheHosts) {
-    listen();
-    followBy(clientWith(std::chrono::milliseconds(20)));
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(platform::keychainVersion("keyring", ""))));
-    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    beginWith(answerOf(stateBy(platform::keychainVersion("keyring", ""))),
+              clientWith(std::chrono::milliseconds(20)));
     change("another");
     EXPECT_FALSE(until([&] { return !gaps.empty(); }, std::chrono::seconds(1)));
     EXPECT_THAT(views, ElementsAre("noPackages"));
@@ -312,10 +313,7 @@ TEST_F(LiveHostClientTest, CaresNothingForAKeychainThatIsNotTheHosts) {
 }
 
 TEST_F(LiveHostClientTest, WatchesAKeychainThatItsHostHadNotSeenYet) {
-    listen();
-    followBy(clientWith(std::chrono::hours(1)));
-    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
-    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    beginWith(answerOf(noPackages), clientWith(std::chrono::hours(1)));
     hangUp();
     EXPECT_TRUE(until([&] { return !gaps.empty(); }));
     change("another");
@@ -325,10 +323,7 @@ TEST_F(LiveHostClientTest, WatchesAKeychainThatItsHostHadNotSeenYet) {
 }
 
 TEST_F(LiveHostClientTest, GoesOnWithoutAPlaceForAHostOnceThereWasOne) {
-    listen();
-    followBy(clientWith(std::chrono::hours(1)));
-    tell(greeting + frameOf(R"({"id":1,)" + stateBy(keychain())));
-    EXPECT_TRUE(until([&] { return views.size() == 1; }));
+    beginWith(answerOf(stateBy(keychain())), clientWith(std::chrono::hours(1)));
     const platform::testing::ScopedEnvironment nowhere({{"XDG_RUNTIME_DIR", "/nowhere"}});
     hangUp();
     EXPECT_TRUE(until([&] { return gaps.size() > 2; }));
@@ -367,10 +362,10 @@ TEST_F(LiveHostClientTest, AsksTheSuccessorOfAHostThatEndsInThisMoment) {
     hangUp();
     const std::string placeholder =
         R"("state":{"entry":{"date":"2026-01-31T10:00:00.000Z","state":"noPackages"},"isPlaceholder":true}})";
-    tell(greeting + frameOf(R"({"id":1,)" + placeholder));
+    tell(answerOf(placeholder));
     until([] { return false; }, std::chrono::seconds(1));
     hangUp();
-    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
+    tell(answerOf(noPackages));
     EXPECT_TRUE(until([&] { return text.has_value(); }));
     EXPECT_EQ(text, "noPackages");
     hangUp();
@@ -411,7 +406,7 @@ TEST_F(LiveHostClientTest, WaitsLongerForAHostThatIsOnItsWay) {
     ASSERT_TRUE(until([&] { return bool(std::ifstream(folder.path() / "started") >> process); }));
     EXPECT_FALSE(until([&] { return text.has_value(); }, std::chrono::seconds(1))) << *text;
     listen();
-    tell(greeting + frameOf(R"({"id":1,)" + noPackages));
+    tell(answerOf(noPackages));
     EXPECT_TRUE(until([&] { return text.has_value(); }));
     EXPECT_EQ(text, "noPackages");
     hangUp();
